@@ -1,0 +1,150 @@
+// Files by wide path.
+//
+// Paths are UTF-16. Off Windows they stand for byte strings: valid UTF-8 is decoded, and every
+// other byte b becomes the lone surrogate U+DC00 + b, so that any file name survives the round
+// trip. "/" separates (and "\" too on Windows).
+//
+// Everything that touches the disk goes through FileSystem, so that a test can stand in its place,
+// fail the nth write or replay a crash.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/status.h"
+
+namespace parvane::platform {
+
+// ---- Paths -------------------------------------------------------------------------------------
+
+#ifdef _WIN32
+inline constexpr char16_t kPathSeparator = u'\\';
+#else
+inline constexpr char16_t kPathSeparator = u'/';
+#endif
+
+// The byte string behind a path (off Windows) and back.
+std::string PathToNative(std::u16string_view path);
+std::u16string PathFromNative(std::string_view native);
+// For messages: UTF-8, bytes that are none shown as U+FFFD.
+std::string PathForDisplay(std::u16string_view path);
+
+std::u16string JoinPath(std::u16string_view folder, std::u16string_view name);
+// The last component; trailing separators are skipped first.
+std::u16string FileNameOfPath(std::u16string_view path);
+// From the last "." of the last component, that dot included; empty when there is none. A name
+// that begins with its only dot (".profile") is all extension.
+std::u16string ExtensionOfPath(std::u16string_view path);
+// The last component without its extension.
+std::u16string StemOfPath(std::u16string_view path);
+// Everything before the last component, without its separator; "." when there is nothing.
+std::u16string ParentOfPath(std::u16string_view path);
+
+// ---- Files -------------------------------------------------------------------------------------
+
+// A file open for access at any place. Not thread-safe. Closing is the destructor's work and
+// reports nothing: Flush first when the bytes matter.
+class RandomAccessFile {
+ public:
+  virtual ~RandomAccessFile() = default;
+
+  // Reads until `buffer` is full or the file ends; the count read.
+  virtual Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) = 0;
+  // Writes everything or fails; extends the file when it must.
+  virtual Status WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) = 0;
+  // Returns when everything written is on the device. After a failure nothing may be trusted.
+  virtual Status Flush() = 0;
+  virtual Result<std::uint64_t> Size() = 0;
+  // Cuts, or extends with zero bytes that take no space yet.
+  virtual Status Resize(std::uint64_t size) = 0;
+  // Extends to `size` with space really taken, so that a full disk shows here and not later.
+  virtual Status Allocate(std::uint64_t size) = 0;
+  // Takes the file for this process alone, at once or not at all (kLocked). Held until closed.
+  virtual Status LockExclusive() = 0;
+};
+
+enum class FileKind { kNone, kFile, kFolder, kOther };
+
+struct DirectoryEntry {
+  std::u16string name;              // without the folder
+  FileKind kind = FileKind::kNone;  // of what a symbolic link points at
+  std::uint64_t size = 0;           // files only
+};
+
+struct FileInformation {
+  FileKind kind = FileKind::kNone;
+  std::uint64_t size = 0;
+  // Equal for two paths exactly when they lead to the same file or folder: the guard against
+  // symbolic-link loops.
+  std::uint64_t device = 0;
+  std::uint64_t identity = 0;
+};
+
+class FileSystem {
+ public:
+  enum class OpenMode {
+    kRead,       // shared: others may write the file meanwhile
+    kReadWrite,  // must exist
+    kCreateNew,  // must not exist
+  };
+
+  virtual ~FileSystem() = default;
+  // The machine's own; never destroyed.
+  static FileSystem& Default();
+
+  // Opening a folder, a FIFO or a device fails (kUnsupported) without blocking.
+  virtual Result<std::unique_ptr<RandomAccessFile>> Open(std::u16string_view path,
+                                                         OpenMode mode) = 0;
+  // kind is kNone when nothing is there or it cannot be reached.
+  virtual FileInformation Inspect(std::u16string_view path) = 0;
+  // Sorted by name (by UTF-16 unit). Without "." and "..".
+  virtual Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) = 0;
+  // Succeeds when the folder is there already. `privateToUser`: mode 0700 where that exists.
+  virtual Status CreateFolder(std::u16string_view path, bool privateToUser) = 0;
+  // Fails with kExists rather than replacing, unless `replace`.
+  virtual Status Rename(std::u16string_view from, std::u16string_view to, bool replace) = 0;
+  virtual Status Remove(std::u16string_view path) = 0;
+  // Makes creations and renames in this folder durable.
+  virtual Status FlushFolder(std::u16string_view path) = 0;
+  // Appends in one write to a file only its owner can read (0600), creating it.
+  virtual Status AppendPrivate(std::u16string_view path,
+                               std::span<const std::span<const std::byte>> pieces) = 0;
+
+  bool FileExists(std::u16string_view path) { return Inspect(path).kind == FileKind::kFile; }
+  bool FolderExists(std::u16string_view path) { return Inspect(path).kind == FileKind::kFolder; }
+};
+
+// Reads a whole file that is at most `limit` bytes (kTooBig otherwise).
+Result<std::string> ReadWholeFile(FileSystem& files, std::u16string_view path,
+                                  std::uint64_t limit = std::uint64_t{1} << 30);
+
+// ---- Sequential reading ------------------------------------------------------------------------
+
+// A stream of bytes with its buffer in the open, so that scanners look at many bytes at once.
+class InputStream {
+ public:
+  virtual ~InputStream() = default;
+  // The bytes read ahead; reads more when there are none. Empty only at the end or after an error.
+  // The span holds until the next call of Buffer or Skip.
+  virtual std::span<const char> Buffer() = 0;
+  // Takes the first `count` bytes of Buffer() as read.
+  virtual void Skip(std::size_t count) = 0;
+  // Bytes taken so far.
+  virtual std::uint64_t Position() const = 0;
+  // Why the stream ended: ok at the end of the data, else the read error.
+  virtual const Status& status() const = 0;
+};
+
+// `bufferSize` bytes at a time; the file may grow meanwhile (a mail client may hold it open).
+Result<std::unique_ptr<InputStream>> OpenInputStream(FileSystem& files, std::u16string_view path,
+                                                     std::size_t bufferSize = 1 << 18);
+// Over memory that must outlive the stream; `step` bytes at most in each buffer (0: all).
+std::unique_ptr<InputStream> MemoryInputStream(std::string_view bytes, std::size_t step = 0);
+
+}  // namespace parvane::platform
