@@ -1,0 +1,45 @@
+# The two commands a newcomer needs, and a few that developers use. Everything else is plain CMake:
+# see CMakePresets.json.
+#
+#   make convert   build the program, turn the mailbox in examples/ into build/example.pst, list it
+#   make test      build everything and run all tests
+#   make bench     whole-conversion benchmark (see docs/benchmarks.md)
+#   make format    let clang-format rewrite the sources
+
+SHELL := /bin/sh
+PRESET ?= release
+BUILD := build/$(PRESET)
+
+# Rebuilds are much faster with ccache; nothing depends on it.
+CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
+export CMAKE_CXX_COMPILER_LAUNCHER
+
+.PHONY: convert test build bench format format-check clean
+
+convert:
+	@tools/install_dependencies.sh
+	@cmake --preset $(PRESET) >/dev/null
+	@cmake --build $(BUILD) --target parvane
+	$(BUILD)/parvane convert --overwrite examples/mail build/example.pst
+	$(BUILD)/parvane list --messages build/example.pst
+
+test:
+	@tools/install_dependencies.sh tests
+	@cmake --preset $(PRESET)
+	@cmake --build $(BUILD)
+	@ctest --test-dir $(BUILD) --output-on-failure
+
+bench:
+	@tools/install_dependencies.sh
+	@cmake --preset bench
+	@cmake --build build/bench
+	@python3 bench/convert_benchmark.py --parvane build/bench/parvane
+
+format:
+	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+format-check:
+	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+
+clean:
+	rm -rf build

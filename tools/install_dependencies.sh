@@ -1,0 +1,50 @@
+#!/bin/sh
+# Installs what is missing to build and test Parvane on Debian or Ubuntu; does nothing when all is
+# there.
+#
+#   install_dependencies.sh          what building needs
+#   install_dependencies.sh tests    the same, and what the tests and .ci/run need
+#
+# Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
+# look for and leaves the rest to the build, which names what it cannot find.
+set -eu
+
+build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
+libgtest-dev libgmock-dev libbenchmark-dev python3"
+tests="clang-format pst-utils pff-tools"
+
+wanted=$build
+[ "${1:-}" = tests ] && wanted="$build $tests"
+
+if ! command -v dpkg-query >/dev/null 2>&1; then
+  echo "install_dependencies: no Debian package manager here; Parvane needs the equivalents of:" >&2
+  echo "  "$wanted >&2
+  exit 0
+fi
+
+missing=
+for package in $wanted; do
+  state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+  case $state in
+    installed*) ;;
+    *) missing="$missing $package" ;;
+  esac
+done
+[ -n "$missing" ] || exit 0
+
+as_root=
+if [ "$(id -u)" != 0 ]; then
+  if ! command -v sudo >/dev/null 2>&1; then
+    echo "install_dependencies: not root and no sudo; please install:$missing" >&2
+    exit 1
+  fi
+  as_root=sudo
+fi
+
+echo "Installing:$missing"
+DEBIAN_FRONTEND=noninteractive
+export DEBIAN_FRONTEND
+apt() { $as_root env DEBIAN_FRONTEND=noninteractive apt-get "$@" </dev/null; }
+# The lists may be absent or old (a fresh container); try without refreshing them first.
+apt install -y -q --no-install-recommends $missing ||
+  { apt update -q && apt install -y -q --no-install-recommends $missing; }
