@@ -1,0 +1,98 @@
+// What the sources and the conversion know and the asset interfaces have no place for.
+//
+// The interfaces of the asset model report little on purpose: a read error ends a folder quietly,
+// a file that is no mailbox is passed over without a word. Whoever must account for every message
+// (a report, a closing summary) installs an observer on the store before opening it. Nothing is
+// read a second time on an observer's account.
+//
+// All calls come on the conversion's thread, between OpenStore and the release of the store.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/folders.h"
+#include "engine/stores.h"
+#include "platform/status.h"
+#include "platform/time.h"
+
+namespace parvane::engine {
+
+// Where a message comes from.
+struct MessageLocation {
+  const QuelmarMIMEEngineCommon::IAssetFolder* folder = nullptr;
+  std::int64_t index = 0;    // within its folder, from 0
+  std::uint64_t offset = 0;  // of its first header line in the file
+  std::uint64_t size = 0;    // bytes as handed on: lines ended by CR LF, without the separator
+};
+
+// Why a line that begins with "From " may have been text and not a separator. It did split.
+enum class SuspiciousSeparatorReason {
+  kNoDate,            // nothing like a date stands behind "From "
+  kNoEmptyLineBefore  // the line before it is not empty
+};
+
+enum class SkipReason {
+  kNotAnMbox,              // right name, but does not begin with "From "
+  kUnreadable,             // could not be opened or listed: see the status
+  kOtherExtension,         // begins with "From " but is not named like a mailbox of this source
+  kResourceForkCompanion,  // "._name"
+  kOrphanSbd,              // a folder "name.sbd" without a mailbox "name"
+  kSymbolicLinkLoop,       // leads back to a folder that is being read
+  kTooDeep,                // folders nested beyond any real profile
+  kNotAFile,               // a FIFO, socket or device
+};
+
+// A leaf of a message that ended up in no property of its MAPI message.
+struct UnconvertedPart {
+  std::string contentType;
+  std::u16string name;     // file name, empty when it has none
+  std::uint64_t size = 0;  // decoded bytes
+};
+
+// What converting one message left behind or changed.
+struct ConversionNotes {
+  std::vector<UnconvertedPart> unconvertedParts;
+  std::uint32_t attachmentsWritten = 0;
+  std::uint32_t attachmentsFailed = 0;
+  bool dateMissing = false;     // no Date header
+  bool dateUnreadable = false;  // a Date header that says nothing
+  // The repaired Date means another moment than the Date the message came with.
+  bool dateChangedByRepair = false;
+  platform::FileTime rawDate;
+  platform::FileTime repairedDate;
+};
+
+class SourceObserver {
+ public:
+  virtual ~SourceObserver() = default;
+
+  // A message has been read from its file; exactly one call for each item a folder yields.
+  virtual void MessageRead(const MessageLocation& /*message*/) {}
+  // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
+  virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
+                                  std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,
+                                  std::string_view /*line*/) {}
+  virtual void PathSkipped(std::u16string_view /*path*/, SkipReason /*reason*/,
+                           const platform::Status& /*status*/) {}
+  // The file could not be opened, or reading broke off at `offset`. What was read before the break
+  // is handed on as a message like any other.
+  virtual void ReadFailed(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
+                          std::uint64_t /*offset*/, const platform::Status& /*status*/) {}
+  // The message could not be parsed; its item exists and fails to convert. `dumpStatus` tells
+  // whether its bytes reached the dump file (kUnsupported: there is none).
+  virtual void MessageNotParsed(const MessageLocation& /*message*/,
+                                const platform::Status& /*dumpStatus*/) {}
+  // After each conversion of an item, with what the message's own result does not say.
+  virtual void MessageConverted(const MessageLocation& /*message*/, bool /*success*/,
+                                const ConversionNotes& /*notes*/) {}
+};
+
+// Installs (or, with null, takes off) the observer of one store; before OpenStore, or the walk goes
+// unobserved. The observer must outlive the store and every item it yielded. False when the store
+// is not one of the engine's.
+bool ObserveSource(QuelmarMIMEEngineCommon::IAssetStore& store, SourceObserver* observer);
+
+}  // namespace parvane::engine
