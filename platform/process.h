@@ -1,0 +1,40 @@
+// What a command-line program asks of its process: a clean way to be stopped, its arguments, and
+// whether anybody watches.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace parvane::platform {
+
+// While it lives, the first Ctrl-C (or request to terminate, or closing of the terminal) only sets
+// a flag for the work to look at between items, and the second ends the process at once with exit
+// code kInterruptedExitCode. Signals that were ignored when it was made stay ignored (nohup, a
+// shell's background job). Off Windows, writing to a closed pipe or beyond a file size limit
+// becomes an error of the call instead of the end of the process.
+//
+// One at a time.
+class InterruptWatch {
+ public:
+  InterruptWatch();
+  ~InterruptWatch();
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+  bool Requested() const;
+};
+
+inline constexpr int kInterruptedExitCode = 130;
+
+// The program's arguments without its name, each as PathFromNative takes it.
+std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
+
+enum class StandardStream { kOutput, kError };
+
+// True when a person reads the stream on a terminal that can redraw a line.
+bool IsInteractive(StandardStream stream);
+
+// Columns of the terminal behind standard error; 80 when it does not tell.
+unsigned TerminalColumns();
+
+}  // namespace parvane::platform
