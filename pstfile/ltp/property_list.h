@@ -1,0 +1,105 @@
+// A list of properties on its way into the file: at most one value for each property id, sorted
+// by id, small values copied into one arena.
+//
+// A large value is not held here: stream it into the file first (PstStore::NewValue) and add the
+// StoredValue that comes back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pstfile/ltp/property_tag.h"
+#include "pstfile/ndb/ids.h"
+
+namespace parvane::pstfile {
+
+// A value already in the file's blocks. It carries one reference to its root block, which passes
+// to whatever object is written with it; one that is not used must be given back
+// (PstStore::Abandon). root is the null id exactly when size is 0.
+struct StoredValue {
+  BlockId root;
+  std::uint64_t size = 0;
+  friend bool operator==(const StoredValue&, const StoredValue&) = default;
+};
+
+// The value of an Object property: the subnode that holds the object, and its size.
+struct ObjectValue {
+  NodeId node;
+  std::uint32_t size = 0;
+};
+
+struct Property {
+  enum class Kind : std::uint8_t { kScalar, kBytes, kStored, kObject };
+
+  PropTag tag;
+  Kind kind = Kind::kScalar;
+  std::uint64_t scalar = 0;          // raw bits, zero-extended (kScalar)
+  std::span<const std::byte> bytes;  // as stored (kBytes); valid until the list changes
+  StoredValue stored;                // kStored
+  ObjectValue object;                // kObject
+
+  // Bytes the value occupies, as sizes of messages and attachments count them.
+  std::uint64_t Size() const;
+};
+
+class PropertyList {
+ public:
+  // Each of these replaces a value of the same property id, whatever its type. Text is stored as
+  // UTF-16LE without terminator; an unpaired surrogate in it becomes U+FFFD.
+  void SetScalar(PropTag tag, std::uint64_t bits);
+  void SetBool(PropTag tag, bool value) { SetScalar(tag, value ? 1 : 0); }
+  void SetInt32(PropTag tag, std::int32_t value) {
+    SetScalar(tag, static_cast<std::uint32_t>(value));
+  }
+  void SetText(PropTag tag, std::u16string_view text);
+  // The value exactly as the format stores it: Guid, Binary, String8, Unicode, multi-values
+  // (EncodeMultiValue). Bytes of Unicode types are freed of unpaired surrogates too.
+  void SetBytes(PropTag tag, std::span<const std::byte> bytes);
+  // Replacing or removing a stored value does not give it back to the file.
+  void SetStored(PropTag tag, StoredValue value);
+  void SetObject(PropTag tag, ObjectValue value);
+  bool Remove(std::uint16_t id);
+  void Clear();
+
+  bool empty() const { return _entries.empty(); }
+  std::size_t size() const { return _entries.size(); }
+  // In the order of ids.
+  Property at(std::size_t index) const;
+  // By tag, or by id alone; none when absent or of another type.
+  std::optional<Property> Find(PropTag tag) const;
+  std::optional<Property> FindId(std::uint16_t id) const;
+  std::optional<std::uint64_t> Scalar(PropTag tag) const;
+  // The text of a Unicode property held as bytes.
+  std::optional<std::u16string> Text(PropTag tag) const;
+
+ private:
+  struct Entry {
+    PropTag tag;
+    Property::Kind kind;
+    std::uint64_t scalar;  // or arena offset, or root block, or node
+    std::uint64_t size;
+  };
+  Entry& Slot(PropTag tag);
+  std::size_t LowerBound(std::uint16_t id) const;
+
+  std::vector<Entry> _entries;
+  std::vector<std::byte> _arena;
+};
+
+// Multi-values as the format stores them. Strings: UTF-16LE, freed of unpaired surrogates.
+std::vector<std::byte> EncodeMultiText(std::span<const std::u16string_view> values);
+std::vector<std::byte> EncodeMultiBinary(std::span<const std::span<const std::byte>> values);
+// The elements of a stored multi-value of strings or binaries, as views; none when malformed.
+std::optional<std::vector<std::span<const std::byte>>> DecodeMultiVariable(
+    std::span<const std::byte> value);
+
+// UTF-16LE bytes and text. DecodeText ignores a trailing odd byte.
+void AppendText(std::u16string_view text, std::vector<std::byte>& out);
+std::u16string DecodeText(std::span<const std::byte> bytes);
+
+}  // namespace parvane::pstfile
