@@ -1,0 +1,76 @@
+#include "mapi/diagnostics.h"
+
+#include <list>
+
+#include "mapi/diagnostics_recorder.h"
+
+namespace parvane::mapi {
+namespace {
+
+struct State {
+  std::list<StoreDiagnostics> records;  // references to elements stay valid
+  std::vector<StoreDiagnostics> snapshot;
+  Failure lastFailure;
+  std::int64_t objects = 0;
+  std::int64_t buffers = 0;
+};
+
+State& TheState() {
+  static State state;
+  return state;
+}
+
+}  // namespace
+
+const std::vector<StoreDiagnostics>& AllStoreDiagnostics() {
+  State& state = TheState();
+  state.snapshot.assign(state.records.begin(), state.records.end());
+  return state.snapshot;
+}
+
+const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path) {
+  for (const StoreDiagnostics& record : TheState().records) {
+    if (record.path == path) return &record;
+  }
+  return nullptr;
+}
+
+const Failure& LastFailure() { return TheState().lastFailure; }
+std::uint64_t LiveObjects() { return static_cast<std::uint64_t>(TheState().objects); }
+std::uint64_t LiveBuffers() { return static_cast<std::uint64_t>(TheState().buffers); }
+
+void ResetDiagnostics() {
+  State& state = TheState();
+  for (StoreDiagnostics& record : state.records) {
+    if (!record.isOpen) continue;
+    record.firstFailure = {};
+    record.lastFailure = {};
+  }
+  std::erase_if(state.records, [](const StoreDiagnostics& record) { return !record.isOpen; });
+  state.lastFailure = {};
+}
+
+StoreDiagnostics& RecordFor(std::u16string_view path) {
+  State& state = TheState();
+  for (StoreDiagnostics& record : state.records) {
+    if (record.path == path) return record;
+  }
+  StoreDiagnostics& record = state.records.emplace_back();
+  record.path = path;
+  return record;
+}
+
+void RecordFailure(StoreDiagnostics* store, HRESULT result, std::string_view text) noexcept try {
+  const Failure failure{result, std::string(text)};
+  TheState().lastFailure = failure;
+  if (store == nullptr) return;
+  if (store->firstFailure.result == 0) store->firstFailure = failure;
+  store->lastFailure = failure;
+} catch (...) {
+  // Out of memory: the result codes alone must do.
+}
+
+void CountObjects(std::int64_t change) noexcept { TheState().objects += change; }
+void CountBuffers(std::int64_t change) noexcept { TheState().buffers += change; }
+
+}  // namespace parvane::mapi
