@@ -65,7 +65,9 @@ class RandomAccessFile {
   virtual Status Resize(std::uint64_t size) = 0;
   // Extends to `size` with space really taken, so that a full disk shows here and not later.
   virtual Status Allocate(std::uint64_t size) = 0;
-  // Takes the file for this process alone, at once or not at all (kLocked). Held until closed.
+  // Takes the file for this handle alone, at once or not at all: kLocked when another process or
+  // another handle of this one has it, kUnsupported on a file system without locks. Held until
+  // closed. Advisory off Windows.
   virtual Status LockExclusive() = 0;
 };
 
@@ -123,6 +125,9 @@ class FileSystem {
 // Reads a whole file that is at most `limit` bytes (kTooBig otherwise).
 Result<std::string> ReadWholeFile(FileSystem& files, std::u16string_view path,
                                   std::uint64_t limit = std::uint64_t{1} << 30);
+
+// CreateFolder, preceded by every parent that is missing.
+Status CreateFolders(FileSystem& files, std::u16string_view path, bool privateToUser);
 
 // ---- Sequential reading ------------------------------------------------------------------------
 

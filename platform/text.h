@@ -5,6 +5,7 @@
 // code page without it).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -20,6 +21,16 @@ void AppendUtf16AsUtf8(std::u16string_view text, std::string& out);
 
 bool IsAscii(std::string_view bytes);
 bool IsValidUtf8(std::string_view bytes);
+
+// How well bytes read as UTF-8: the sequences that would become U+FFFD, and the characters of two
+// bytes and more that are well formed.
+struct Utf8Tally {
+  std::size_t invalid = 0;
+  std::size_t multiByte = 0;
+};
+Utf8Tally TallyUtf8(std::string_view bytes);
+// AppendUtf8AsUtf16 that also counts.
+Utf8Tally AppendUtf8AsUtf16Counted(std::string_view utf8, std::u16string& out);
 
 // Replaces every unpaired surrogate by U+FFFD, in place; true when there was one. Readers of PST
 // files drop a whole string that holds one.

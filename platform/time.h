@@ -68,6 +68,10 @@ std::int32_t LocalUtcOffsetAtUtc(std::int64_t unixSeconds);
 // the gap the offset before it.
 std::int32_t LocalUtcOffsetAtLocal(std::int64_t localSecondsSinceUnixEpoch);
 
+// Chooses the local time zone of this process by its tz database name (empty: the machine's own).
+// For tests, while no other thread asks for the time. False where that cannot be done (Windows).
+bool SetLocalTimeZone(std::string_view name);
+
 // Locale formatting with Windows' picture strings ("ddd',' d MMM yyyy", "HH':'mm':'ss"), in the
 // user's locale; off Windows that is LC_ALL, LC_TIME or LANG, English when unset or "C".
 std::u16string FormatLocaleDate(const SystemTime& date, std::u16string_view picture);

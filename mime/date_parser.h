@@ -1,0 +1,61 @@
+// Dates of mail headers: reading the many forms met there, and writing the standard one.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <string_view>
+
+#include "platform/time.h"
+
+namespace Tessary {
+
+// A date and time with its offset from UTC, as read or set; or nothing (cleared).
+//
+// `local` in the conversions: true means local time of this machine, false means UTC.
+class DateValue {
+ public:
+  bool valid() const { return _valid; }
+  void Clear() { *this = DateValue(); }
+
+  // False, and cleared, when the text holds no date.
+  bool SetFromRfc822(std::string_view text);
+
+  // "Sun, 06 Nov 1994 08:49:37 GMT" for UTC, "... 09:49:37 +0100" for local time. False, and `out`
+  // empty, when cleared.
+  bool GetAsRfc822(bool local, std::string& out) const;
+
+  // The moment as FILETIME; for `local`, the local wall clock written as if it were UTC. False, and
+  // `out` untouched, when cleared or before 1601.
+  bool GetAsFileTime(bool local, parvane::platform::FileTime* out) const;
+
+  // Years since 1900, months from 0; parts out of range carry over. Refuses a day of 0 and keeps
+  // the value then. tm_isdst is not consulted: the zone decides.
+  bool SetFromTmStruct(bool local, const std::tm& time);
+
+  // Seconds since 1970-01-01 UTC. 0 when cleared.
+  std::int64_t UnixSeconds() const { return _valid ? _seconds - _offset : 0; }
+  bool SetFromUnixSeconds(std::int64_t seconds);
+  // The offset stated by the text, in seconds east of UTC.
+  std::int32_t OffsetSeconds() const { return _offset; }
+
+ private:
+  friend class DateParser;
+
+  bool _valid = false;
+  std::int64_t _seconds = 0;  // the wall clock as stated, in seconds since 1970-01-01 00:00
+  std::int32_t _offset = 0;   // of that wall clock, in seconds east of UTC
+};
+
+class DateParser {
+ public:
+  // The tolerant reader of RFC 822 dates; hands over to ParseIso8601 for YYYY-MM-DDT... Text behind
+  // the first 199 characters is not looked at.
+  static bool ParseRfc822(std::string_view text, DateValue* out);
+
+  // All of ISO 8601's complete dates: calendar, ordinal and week dates in basic and extended form,
+  // alone or with a time; decimal fractions of the last unit; "Z" or an offset (UTC without one).
+  static bool ParseIso8601(std::string_view text, DateValue* out);
+};
+
+}  // namespace Tessary

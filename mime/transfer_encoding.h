@@ -1,0 +1,81 @@
+// Content-Transfer-Encoding: decoding what is out there, encoding by the RFCs.
+//
+// Decoders take their input in pieces of any size and give the same bytes for every way of cutting
+// it. They never fail and lose no byte that was encoded: noise is skipped.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Tessary {
+
+// base64 (RFC 2045, 6.8). Characters outside the alphabet are skipped; "=" ends a group of four,
+// and another group may follow (concatenated parts); missing padding is no loss: two or three
+// characters left at the end or before "=" give one or two bytes. A single one holds no byte.
+class Base64Decoder {
+ public:
+  void Append(std::string_view encoded, std::string& out);
+  // Gives what the last, unpadded characters hold and begins anew.
+  void Finish(std::string& out);
+
+ private:
+  void EndGroup(std::string& out);
+
+  std::uint32_t _bits = 0;
+  unsigned _count = 0;  // characters in _bits, 0..3
+};
+
+// quoted-printable (RFC 2045, 6.7). Hexadecimal digits of either case; white space before a line
+// end is dropped, as is a soft line break ("=" before white space and a line end, or at the end of
+// the data); "=" before anything else stays as it is. Line ends are kept as they are.
+class QuotedPrintableDecoder {
+ public:
+  void Append(std::string_view encoded, std::string& out);
+  void Finish(std::string& out);
+
+ private:
+  std::string _held;  // white space or a sequence begun, whose meaning the next bytes decide
+  bool _skipLineFeed = false;
+};
+
+// uuencode. Everything before a line "begin <mode> <name>" and after "end" is left out; without a
+// "begin" line the data lines are taken as they stand. "`" and space are both zero.
+class UuDecoder {
+ public:
+  void Append(std::string_view encoded, std::string& out);
+  void Finish(std::string& out);
+  // The name on the "begin" line, once read; empty when there is none.
+  const std::string& fileName() const { return _fileName; }
+
+ private:
+  void TakeLine(std::string_view line, std::string& out);
+
+  std::string _line;
+  std::string _fileName;
+  std::string _beforeBegin;
+  bool _begun = false;
+  bool _ended = false;
+};
+
+// Whole buffers at once.
+std::string DecodeBase64(std::string_view encoded);
+std::string DecodeQuotedPrintable(std::string_view encoded);
+std::string DecodeUu(std::string_view encoded);
+
+// base64 in lines of 76 characters, each ended by CR LF; `lineLength` 0: one line without an end.
+std::string EncodeBase64(std::string_view bytes, std::size_t lineLength = 76);
+// quoted-printable text: line ends (CR LF or LF) come out as CR LF, lines are at most 76 long.
+std::string EncodeQuotedPrintable(std::string_view bytes);
+
+enum class TransferEncoding { kIdentity, kQuotedPrintable, kBase64, kUuencode };
+
+// By header value: letter case, surrounding white space and quotes, a comment or parameter behind
+// the name are ignored. "7bit", "8bit", "binary" and everything unknown are identity.
+TransferEncoding TransferEncodingFromName(std::string_view name);
+
+// The decoded body. Identity copies.
+std::string DecodeBody(TransferEncoding encoding, std::string_view body);
+
+}  // namespace Tessary

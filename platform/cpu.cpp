@@ -1,0 +1,55 @@
+#include "platform/cpu.h"
+
+#include <atomic>
+
+#if defined(_MSC_VER) && (defined(_M_X64) || defined(_M_IX86))
+#include <immintrin.h>
+#include <intrin.h>
+#elif defined(__x86_64__) || defined(__i386__)
+#define PARVANE_CPU_BUILTINS 1
+#endif
+
+namespace parvane::platform {
+namespace {
+
+constexpr unsigned Bit(CpuFeature feature) { return 1U << static_cast<unsigned>(feature); }
+
+unsigned Detect() {
+  unsigned found = 0;
+#if defined(PARVANE_CPU_BUILTINS)
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("ssse3")) found |= Bit(CpuFeature::kSsse3);
+  if (__builtin_cpu_supports("sse4.1")) found |= Bit(CpuFeature::kSse41);
+  if (__builtin_cpu_supports("pclmul")) found |= Bit(CpuFeature::kPclmul);
+  if (__builtin_cpu_supports("avx2")) found |= Bit(CpuFeature::kAvx2);
+#elif defined(_MSC_VER) && (defined(_M_X64) || defined(_M_IX86))
+  int leaf[4];
+  __cpuid(leaf, 0);
+  const int highest = leaf[0];
+  __cpuid(leaf, 1);
+  const unsigned ecx = static_cast<unsigned>(leaf[2]);
+  if (ecx >> 9 & 1) found |= Bit(CpuFeature::kSsse3);
+  if (ecx >> 19 & 1) found |= Bit(CpuFeature::kSse41);
+  if (ecx >> 1 & 1) found |= Bit(CpuFeature::kPclmul);
+  // AVX2 also needs the system to save the wide registers.
+  const bool saved = (ecx >> 27 & 1) && (_xgetbv(0) & 6) == 6;
+  if (saved && highest >= 7) {
+    __cpuidex(leaf, 7, 0);
+    if (static_cast<unsigned>(leaf[1]) >> 5 & 1) found |= Bit(CpuFeature::kAvx2);
+  }
+#endif
+  return found;
+}
+
+std::atomic<bool> g_forcePlain{false};
+
+}  // namespace
+
+bool CpuHas(CpuFeature feature) {
+  static const unsigned kFound = Detect();
+  return (kFound & Bit(feature)) != 0 && !g_forcePlain.load(std::memory_order_relaxed);
+}
+
+void ForcePlainPaths(bool force) { g_forcePlain.store(force, std::memory_order_relaxed); }
+
+}  // namespace parvane::platform

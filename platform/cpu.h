@@ -1,0 +1,17 @@
+// Which optional instructions this machine has.
+//
+// Fast paths ask at run time and always have a plain twin that gives the same result; the tests
+// run both.
+#pragma once
+
+namespace parvane::platform {
+
+enum class CpuFeature { kSsse3, kSse41, kPclmul, kAvx2 };
+
+// False on machines of another architecture, and for everything while plain paths are forced.
+bool CpuHas(CpuFeature feature);
+
+// Makes every fast path take its plain twin, for tests; not while other threads convert.
+void ForcePlainPaths(bool force);
+
+}  // namespace parvane::platform

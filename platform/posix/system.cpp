@@ -1,0 +1,81 @@
+#include "platform/system.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string_view>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "platform/file.h"
+#include "platform/system_internal.h"
+
+namespace parvane::platform {
+namespace {
+
+// The variable's value as a path, or empty. Relative paths are no answer (XDG base directories).
+std::u16string FolderFromEnvironment(const char* name) {
+  const char* value = std::getenv(name);
+  if (value == nullptr || *value != '/') return {};
+  return PathFromNative(value);
+}
+
+}  // namespace
+
+unsigned SystemAnsiCodePage() { return 65001; }
+
+std::optional<std::u16string> LocalApplicationDataFolder() {
+  std::u16string folder = FolderFromEnvironment("XDG_DATA_HOME");
+  if (!folder.empty()) return folder;
+  folder = FolderFromEnvironment("HOME");
+  if (folder.empty()) return std::nullopt;
+  return JoinPath(JoinPath(folder, u".local"), u"share");
+}
+
+void FillRandom(std::span<std::byte> bytes) {
+  while (!bytes.empty()) {
+    // getentropy gives at most 256 bytes at once.
+    const std::size_t piece = std::min<std::size_t>(bytes.size(), 256);
+    if (::getentropy(bytes.data(), piece) != 0) {
+      std::random_device device;
+      for (std::byte& b : bytes.first(piece)) b = static_cast<std::byte>(device());
+    }
+    bytes = bytes.subspan(piece);
+  }
+}
+
+std::u16string TemporaryFolder() {
+  std::u16string folder = FolderFromEnvironment("TMPDIR");
+  return folder.empty() ? u"/tmp" : folder;
+}
+
+std::uint64_t PeakResidentBytes() {
+#if defined(__linux__)
+  // getrusage would count what this process was before it became this program.
+  if (std::FILE* status = std::fopen("/proc/self/status", "re")) {
+    char line[256];
+    unsigned long long kilobytes = 0;
+    bool found = false;
+    while (!found && std::fgets(line, sizeof line, status) != nullptr) {
+      found = std::sscanf(line, "VmHWM: %llu", &kilobytes) == 1;
+    }
+    std::fclose(status);
+    if (found) return kilobytes * 1024;
+  }
+#endif
+  rusage usage;
+  if (::getrusage(RUSAGE_SELF, &usage) != 0) return 0;
+#if defined(__APPLE__)
+  return static_cast<std::uint64_t>(usage.ru_maxrss);
+#else
+  return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+#endif
+}
+
+std::uint32_t ProcessIdentifier() { return static_cast<std::uint32_t>(::getpid()); }
+
+std::u16string BrowseForFolder(const std::u16string&, bool, void*) { return {}; }
+
+}  // namespace parvane::platform

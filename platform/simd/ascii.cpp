@@ -1,0 +1,87 @@
+#include "platform/simd/ascii.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#define PARVANE_SSE2 1
+#include <emmintrin.h>
+#endif
+
+namespace parvane::platform::simd {
+namespace {
+
+#ifndef PARVANE_SSE2
+constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+
+std::uint64_t Load64(const void* from) {
+  std::uint64_t word;
+  std::memcpy(&word, from, sizeof word);
+  return word;
+}
+#endif
+
+}  // namespace
+
+std::size_t AsciiPrefix(const char* in, std::size_t size) {
+  std::size_t i = 0;
+#ifdef PARVANE_SSE2
+  for (; i + 16 <= size; i += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+    if (mask != 0) return i + static_cast<std::size_t>(std::countr_zero(mask));
+  }
+#else
+  for (; i + 16 <= size; i += 16) {
+    if (((Load64(in + i) | Load64(in + i + 8)) & kHighBits) != 0) break;
+  }
+#endif
+  while (i < size && static_cast<unsigned char>(in[i]) < 0x80) ++i;
+  return i;
+}
+
+std::size_t WidenAsciiPrefix(const char* in, std::size_t size, char16_t* out) {
+  std::size_t i = 0;
+  for (; i + 16 <= size; i += 16) {
+#ifdef PARVANE_SSE2
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+    const __m128i zero = _mm_setzero_si128();
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(bytes, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(bytes, zero));
+    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+    if (mask != 0) return i + static_cast<std::size_t>(std::countr_zero(mask));
+#else
+    if (((Load64(in + i) | Load64(in + i + 8)) & kHighBits) != 0) break;
+    for (std::size_t k = 0; k < 16; ++k) out[i + k] = static_cast<unsigned char>(in[i + k]);
+#endif
+  }
+  for (; i < size && static_cast<unsigned char>(in[i]) < 0x80; ++i) {
+    out[i] = static_cast<unsigned char>(in[i]);
+  }
+  return i;
+}
+
+std::size_t NarrowAsciiPrefix(const char16_t* in, std::size_t size, char* out) {
+  std::size_t i = 0;
+  for (; i + 16 <= size; i += 16) {
+#ifdef PARVANE_SSE2
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 8));
+    const __m128i beyond =
+        _mm_and_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xFF80)));
+    const auto zero = _mm_movemask_epi8(_mm_cmpeq_epi16(beyond, _mm_setzero_si128()));
+    if (zero != 0xFFFF) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(low, high));
+#else
+    char16_t all = 0;
+    for (std::size_t k = 0; k < 16; ++k) all |= in[i + k];
+    if (all >= 0x80) break;
+    for (std::size_t k = 0; k < 16; ++k) out[i + k] = static_cast<char>(in[i + k]);
+#endif
+  }
+  for (; i < size && in[i] < 0x80; ++i) out[i] = static_cast<char>(in[i]);
+  return i;
+}
+
+}  // namespace parvane::platform::simd

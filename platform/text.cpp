@@ -1,0 +1,203 @@
+#include "platform/text.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "platform/code_page.h"
+#include "platform/simd/ascii.h"
+#include "platform/system_internal.h"
+#include "platform/utf8.h"
+
+namespace parvane::platform {
+namespace {
+
+constexpr char16_t kReplacement = 0xFFFD;
+// Text is converted through a buffer of this many units, so that `out` grows to what it needs and
+// the buffer stays in the first-level cache.
+constexpr std::size_t kChunk = 4096;
+
+std::atomic<unsigned> g_ansiCodePage{0};
+
+}  // namespace
+
+Utf8Tally AppendUtf8AsUtf16Counted(std::string_view utf8, std::u16string& out) {
+  Utf8Tally tally;
+  if (out.empty()) out.reserve(utf8.size());
+  char16_t chunk[kChunk];
+  const char* in = utf8.data();
+  std::size_t left = utf8.size();
+  while (left > 0) {
+    std::size_t filled = 0;
+    while (left > 0 && filled + 2 <= kChunk) {
+      if (static_cast<unsigned char>(*in) < 0x80) {
+        const std::size_t run =
+            simd::WidenAsciiPrefix(in, std::min(left, kChunk - filled), chunk + filled);
+        in += run;
+        left -= run;
+        filled += run;
+        continue;
+      }
+      const Utf8Step step = StepUtf8(in, left);
+      filled += PutUtf16(step.valid ? step.character : kReplacement, chunk + filled);
+      ++(step.valid ? tally.multiByte : tally.invalid);
+      in += step.length;
+      left -= step.length;
+    }
+    out.append(chunk, filled);
+  }
+  return tally;
+}
+
+void AppendUtf8AsUtf16(std::string_view utf8, std::u16string& out) {
+  AppendUtf8AsUtf16Counted(utf8, out);
+}
+
+std::u16string Utf8ToUtf16(std::string_view utf8) {
+  std::u16string out;
+  AppendUtf8AsUtf16(utf8, out);
+  return out;
+}
+
+void AppendUtf16AsUtf8(std::u16string_view text, std::string& out) {
+  if (out.empty()) out.reserve(text.size());
+  char chunk[kChunk];
+  const char16_t* in = text.data();
+  std::size_t left = text.size();
+  while (left > 0) {
+    std::size_t filled = 0;
+    while (left > 0 && filled + 4 <= kChunk) {
+      if (*in < 0x80) {
+        const std::size_t run =
+            simd::NarrowAsciiPrefix(in, std::min(left, kChunk - filled), chunk + filled);
+        in += run;
+        left -= run;
+        filled += run;
+        continue;
+      }
+      char32_t character = *in;
+      std::size_t taken = 1;
+      if (IsSurrogate(*in)) {
+        if (IsHighSurrogate(*in) && left > 1 && IsLowSurrogate(in[1])) {
+          character = JoinSurrogates(in[0], in[1]);
+          taken = 2;
+        } else {
+          character = kReplacement;
+        }
+      }
+      filled += PutUtf8(character, chunk + filled);
+      in += taken;
+      left -= taken;
+    }
+    out.append(chunk, filled);
+  }
+}
+
+std::string Utf16ToUtf8(std::u16string_view text) {
+  std::string out;
+  AppendUtf16AsUtf8(text, out);
+  return out;
+}
+
+bool IsAscii(std::string_view bytes) {
+  return simd::AsciiPrefix(bytes.data(), bytes.size()) == bytes.size();
+}
+
+Utf8Tally TallyUtf8(std::string_view bytes) {
+  Utf8Tally tally;
+  const char* in = bytes.data();
+  std::size_t left = bytes.size();
+  while (left > 0) {
+    const std::size_t run = simd::AsciiPrefix(in, left);
+    in += run;
+    left -= run;
+    while (left > 0 && static_cast<unsigned char>(*in) >= 0x80) {
+      const Utf8Step step = StepUtf8(in, left);
+      ++(step.valid ? tally.multiByte : tally.invalid);
+      in += step.length;
+      left -= step.length;
+    }
+  }
+  return tally;
+}
+
+bool IsValidUtf8(std::string_view bytes) {
+  const char* in = bytes.data();
+  std::size_t left = bytes.size();
+  while (left > 0) {
+    const std::size_t run = simd::AsciiPrefix(in, left);
+    in += run;
+    left -= run;
+    while (left > 0 && static_cast<unsigned char>(*in) >= 0x80) {
+      const Utf8Step step = StepUtf8(in, left);
+      if (!step.valid) return false;
+      in += step.length;
+      left -= step.length;
+    }
+  }
+  return true;
+}
+
+bool ReplaceUnpairedSurrogates(std::u16string& text) {
+  bool found = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (!IsSurrogate(text[i])) continue;
+    if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+      ++i;
+    } else {
+      text[i] = kReplacement;
+      found = true;
+    }
+  }
+  return found;
+}
+
+unsigned AnsiCodePage() {
+  const unsigned chosen = g_ansiCodePage.load(std::memory_order_relaxed);
+  return chosen != 0 ? chosen : SystemAnsiCodePage();
+}
+
+void SetAnsiCodePage(unsigned codePage) {
+  g_ansiCodePage.store(codePage, std::memory_order_relaxed);
+}
+
+std::u16string AnsiToUtf16(std::string_view bytes) {
+  std::u16string out;
+  DecodeCodePage(AnsiCodePage(), bytes, out);
+  return out;
+}
+
+std::string Utf16ToAnsi(std::u16string_view text) {
+  std::string out;
+  EncodeCodePage(AnsiCodePage(), text, out);
+  return out;
+}
+
+bool IsWhiteSpace(char16_t unit) {
+  if (unit < 0x80) return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
+  if (unit < 0x1680) return unit == 0x85 || unit == 0xA0;
+  return unit == 0x1680 || (unit >= 0x2000 && unit <= 0x200A) || unit == 0x2028 || unit == 0x2029 ||
+         unit == 0x202F || unit == 0x205F || unit == 0x3000;
+}
+
+bool EqualsIgnoreAsciiCase(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return AsciiToLower(x) == AsciiToLower(y);
+         });
+}
+
+bool StartsWithIgnoreAsciiCase(std::string_view text, std::string_view prefix) {
+  return EqualsIgnoreAsciiCase(text.substr(0, prefix.size()), prefix);
+}
+
+bool EndsWithIgnoreAsciiCase(std::string_view text, std::string_view suffix) {
+  return text.size() >= suffix.size() &&
+         EqualsIgnoreAsciiCase(text.substr(text.size() - suffix.size()), suffix);
+}
+
+std::string ToLowerAscii(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) c = AsciiToLower(c);
+  return out;
+}
+
+}  // namespace parvane::platform
