@@ -1,0 +1,147 @@
+#include "pstfile/ltp/heap_page.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "pstfile/ltp/little_endian.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+constexpr std::size_t kPageLimit = kHeapPageSize - kHeapPageSpare;
+
+Status BadPage(std::uint32_t number, const std::string& what) {
+  return {StatusCode::kCorrupt, "heap page " + std::to_string(number) + ": " + what};
+}
+
+std::size_t FillLevelOffset(std::uint32_t page) { return page == 0 ? 8 : 2; }
+
+}  // namespace
+
+std::uint8_t FillLevelOf(std::size_t freeBytes) {
+  static constexpr std::array<std::uint16_t, 15> kLowerBounds{3584, 2560, 2048, 1792, 1536,
+                                                              1280, 1024, 768,  512,  256,
+                                                              128,  64,   32,   16,   8};
+  for (std::uint8_t level = 0; level < kLowerBounds.size(); ++level) {
+    if (freeBytes >= kLowerBounds[level]) return level;
+  }
+  return 15;
+}
+
+HeapPage::HeapPage(std::uint32_t number) : _number(number), _bytes(kHeapPageSize) {
+  _starts.push_back(static_cast<std::uint16_t>(HeapHeaderSize(number)));
+  if (number == 0) _bytes[2] = kHeapSignature;
+}
+
+Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byte> block) {
+  const std::size_t header = HeapHeaderSize(number);
+  if (block.size() < header + 6 || block.size() > kHeapPageSize) {
+    return BadPage(number, "block of " + std::to_string(block.size()) + " bytes");
+  }
+  if (number == 0 && block[2] != kHeapSignature) return BadPage(number, "bSig is not EC");
+  const std::size_t map = le::Get16(block.data());
+  if (map < header || map + 6 > block.size()) {
+    return BadPage(number, "ibHnpm " + std::to_string(map) + " outside the page");
+  }
+  const std::size_t count = le::Get16(&block[map]);
+  if (count > kMaxHeapItemsPerPage || map + 4 + 2 * (count + 1) > block.size()) {
+    return BadPage(number, "cAlloc " + std::to_string(count) + " does not fit");
+  }
+  HeapPage page(number);
+  page._starts.resize(count + 1);
+  std::size_t last = header;
+  for (std::size_t i = 0; i <= count; ++i) {
+    const std::size_t start = le::Get16(&block[map + 4 + 2 * i]);
+    if (start < last || start > map) {
+      return BadPage(number, "item " + std::to_string(i + 1) + " at " + std::to_string(start));
+    }
+    page._starts[i] = static_cast<std::uint16_t>(start);
+    last = start;
+  }
+  std::memcpy(page._bytes.data(), block.data(), last);
+  return page;
+}
+
+std::span<const std::byte> HeapPage::Item(std::size_t item) const {
+  return std::span(_bytes).subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
+}
+
+std::span<std::byte> HeapPage::Item(std::size_t item) {
+  return std::span(_bytes).subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
+}
+
+std::size_t HeapPage::EncodedSize(std::size_t itemsEnd, std::size_t items) {
+  return ((itemsEnd + 1) & ~std::size_t{1}) + 4 + 2 * (items + 1);
+}
+
+bool HeapPage::Fits(std::size_t size) const {
+  return items() < kMaxHeapItemsPerPage &&
+         EncodedSize(ItemsEnd() + size, items() + 1) <= kPageLimit;
+}
+
+bool HeapPage::FitsInstead(std::size_t item, std::size_t size) const {
+  return EncodedSize(ItemsEnd() - Item(item).size() + size, items()) <= kPageLimit;
+}
+
+std::size_t HeapPage::FreeBytes() const {
+  const std::size_t used = EncodedSize(ItemsEnd(), items());
+  return used < kPageLimit ? kPageLimit - used : 0;
+}
+
+std::size_t HeapPage::Add(std::size_t size) {
+  std::memset(&_bytes[ItemsEnd()], 0, size);
+  _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + size));
+  return items();
+}
+
+void HeapPage::ResizeItem(std::size_t item, std::size_t size) {
+  const std::size_t end = _starts[item];
+  const std::size_t oldSize = end - _starts[item - 1];
+  if (size == oldSize) return;
+  std::memmove(&_bytes[_starts[item - 1] + size], &_bytes[end], ItemsEnd() - end);
+  if (size > oldSize) std::memset(&_bytes[end], 0, size - oldSize);
+  for (std::size_t i = item; i < _starts.size(); ++i) {
+    _starts[i] = static_cast<std::uint16_t>(_starts[i] + size - oldSize);
+  }
+}
+
+std::uint8_t HeapPage::FillLevel() const { return FillLevelOf(FreeBytes()); }
+
+std::uint8_t HeapPage::StoredFillLevel(std::uint32_t index) const {
+  const auto both = std::to_integer<unsigned>(_bytes[FillLevelOffset(_number) + index / 2]);
+  return static_cast<std::uint8_t>(index % 2 == 0 ? both & 15 : both >> 4);
+}
+
+void HeapPage::SetStoredFillLevel(std::uint32_t index, std::uint8_t level) {
+  std::byte& both = _bytes[FillLevelOffset(_number) + index / 2];
+  both = index % 2 == 0 ? (both & std::byte{0xF0}) | std::byte{level}
+                        : (both & std::byte{0x0F}) | (std::byte{level} << 4);
+}
+
+std::uint8_t HeapPage::client() const { return std::to_integer<std::uint8_t>(_bytes[3]); }
+HeapId HeapPage::userRoot() const { return HeapId(le::Get32(&_bytes[4])); }
+void HeapPage::SetClient(HeapClient client) { _bytes[3] = static_cast<std::byte>(client); }
+void HeapPage::SetUserRoot(HeapId root) { le::Put32(&_bytes[4], root.value); }
+
+std::span<const std::byte> HeapPage::Encode(bool isLast) {
+  const std::size_t map = (ItemsEnd() + 1) & ~std::size_t{1};
+  std::memset(&_bytes[ItemsEnd()], 0, kHeapPageSize - ItemsEnd());
+  std::size_t empty = 0;
+  std::byte* out = &_bytes[map + 4];
+  for (std::size_t i = 0; i < _starts.size(); ++i) {
+    if (i > 0 && _starts[i] == _starts[i - 1]) ++empty;
+    le::Put16(out + 2 * i, _starts[i]);
+  }
+  le::Put16(&_bytes[map], static_cast<std::uint16_t>(items()));
+  le::Put16(&_bytes[map + 2], static_cast<std::uint16_t>(empty));
+  le::Put16(_bytes.data(), static_cast<std::uint16_t>(map));
+  const std::size_t size = isLast ? EncodedSize(ItemsEnd(), items()) : kHeapPageSize;
+  return std::span(_bytes).first(size);
+}
+
+}  // namespace parvane::pstfile
