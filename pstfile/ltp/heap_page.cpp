@@ -4,10 +4,13 @@
 #include <cstring>
 #include <string>
 
-#include "pstfile/ltp/little_endian.h"
+#include "pstfile/ndb/layout.h"
+#include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
 namespace {
+
+static_assert(kHeapPageSize == kMaximumBlockData);
 
 using platform::Result;
 using platform::Status;
@@ -24,9 +27,8 @@ std::size_t FillLevelOffset(std::uint32_t page) { return page == 0 ? 8 : 2; }
 }  // namespace
 
 std::uint8_t FillLevelOf(std::size_t freeBytes) {
-  static constexpr std::array<std::uint16_t, 15> kLowerBounds{3584, 2560, 2048, 1792, 1536,
-                                                              1280, 1024, 768,  512,  256,
-                                                              128,  64,   32,   16,   8};
+  static constexpr std::array<std::uint16_t, 15> kLowerBounds{
+      3584, 2560, 2048, 1792, 1536, 1280, 1024, 768, 512, 256, 128, 64, 32, 16, 8};
   for (std::uint8_t level = 0; level < kLowerBounds.size(); ++level) {
     if (freeBytes >= kLowerBounds[level]) return level;
   }
@@ -44,11 +46,11 @@ Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byt
     return BadPage(number, "block of " + std::to_string(block.size()) + " bytes");
   }
   if (number == 0 && block[2] != kHeapSignature) return BadPage(number, "bSig is not EC");
-  const std::size_t map = le::Get16(block.data());
+  const std::size_t map = LoadU16(block, 0);
   if (map < header || map + 6 > block.size()) {
     return BadPage(number, "ibHnpm " + std::to_string(map) + " outside the page");
   }
-  const std::size_t count = le::Get16(&block[map]);
+  const std::size_t count = LoadU16(block, map);
   if (count > kMaxHeapItemsPerPage || map + 4 + 2 * (count + 1) > block.size()) {
     return BadPage(number, "cAlloc " + std::to_string(count) + " does not fit");
   }
@@ -56,7 +58,7 @@ Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byt
   page._starts.resize(count + 1);
   std::size_t last = header;
   for (std::size_t i = 0; i <= count; ++i) {
-    const std::size_t start = le::Get16(&block[map + 4 + 2 * i]);
+    const std::size_t start = LoadU16(block, map + 4 + 2 * i);
     if (start < last || start > map) {
       return BadPage(number, "item " + std::to_string(i + 1) + " at " + std::to_string(start));
     }
@@ -124,22 +126,21 @@ void HeapPage::SetStoredFillLevel(std::uint32_t index, std::uint8_t level) {
 }
 
 std::uint8_t HeapPage::client() const { return std::to_integer<std::uint8_t>(_bytes[3]); }
-HeapId HeapPage::userRoot() const { return HeapId(le::Get32(&_bytes[4])); }
+HeapId HeapPage::userRoot() const { return HeapId(LoadU32(_bytes, 4)); }
 void HeapPage::SetClient(HeapClient client) { _bytes[3] = static_cast<std::byte>(client); }
-void HeapPage::SetUserRoot(HeapId root) { le::Put32(&_bytes[4], root.value); }
+void HeapPage::SetUserRoot(HeapId root) { StoreU32(_bytes, 4, root.value); }
 
 std::span<const std::byte> HeapPage::Encode(bool isLast) {
   const std::size_t map = (ItemsEnd() + 1) & ~std::size_t{1};
   std::memset(&_bytes[ItemsEnd()], 0, kHeapPageSize - ItemsEnd());
   std::size_t empty = 0;
-  std::byte* out = &_bytes[map + 4];
   for (std::size_t i = 0; i < _starts.size(); ++i) {
     if (i > 0 && _starts[i] == _starts[i - 1]) ++empty;
-    le::Put16(out + 2 * i, _starts[i]);
+    StoreU16(_bytes, map + 4 + 2 * i, _starts[i]);
   }
-  le::Put16(&_bytes[map], static_cast<std::uint16_t>(items()));
-  le::Put16(&_bytes[map + 2], static_cast<std::uint16_t>(empty));
-  le::Put16(_bytes.data(), static_cast<std::uint16_t>(map));
+  StoreU16(_bytes, map, static_cast<std::uint16_t>(items()));
+  StoreU16(_bytes, map + 2, static_cast<std::uint16_t>(empty));
+  StoreU16(_bytes, 0, static_cast<std::uint16_t>(map));
   const std::size_t size = isLast ? EncodedSize(ItemsEnd(), items()) : kHeapPageSize;
   return std::span(_bytes).first(size);
 }

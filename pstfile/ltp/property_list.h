@@ -18,8 +18,8 @@
 
 namespace parvane::pstfile {
 
-// A value already in the file's blocks. It carries one reference to its root block, which passes
-// to whatever object is written with it; one that is not used must be given back
+// A value already in the file's blocks. A newly written one is loose (see node_database.h): it
+// passes to the object it is written with, and one that is not used must be given back
 // (PstStore::Abandon). root is the null id exactly when size is 0.
 struct StoredValue {
   BlockId root;

@@ -69,7 +69,7 @@ struct StoreOptions {
   std::size_t openTables = 64;
 };
 
-struct CreateOptions {
+struct StoreCreateOptions {
   std::u16string displayName;
   StoreEncoding encoding = StoreEncoding::kPermute;
   StoreOptions store;
@@ -105,7 +105,7 @@ class PstStore {
   // behind on failure.
   static platform::Result<std::unique_ptr<PstStore>> Create(platform::FileSystem& files,
                                                             std::u16string_view path,
-                                                            const CreateOptions& options);
+                                                            const StoreCreateOptions& options);
   // kUnsupported for files that are no Unicode PST, kCorrupt for damaged ones. kReadWrite differs
   // from kRead only in permitting modifications; the file is locked at the first of them (kLocked
   // when another process has it).
@@ -177,15 +177,16 @@ class PstStore {
   // ---- Building messages ----
 
   platform::Result<ValueWriter> NewValue(ValueWriter::Kind kind);
-  // The same value for a second object: one more reference to its blocks.
+  // The same value for a second object, without copying it. Valid until the first object changes:
+  // write and insert the second one before that.
   platform::Result<StoredValue> ShareValue(PropertyReader& from, PropTag tag);
   // Writes an attachment. kAttachSize is computed, kRenderingPosition defaults to -1. With
   // `embedded`, kAttachDataObject is set to it and kAttachMethod defaults to 5. Stored values of
   // the list and `embedded` pass to the attachment; when this fails they are given back.
   platform::Result<StoredAttachment> WriteAttachment(PropertyList properties,
                                                      std::optional<StoredMessage> embedded = {});
-  // An attachment of a message in the file, unchanged, for that message's next version. `node` is
-  // kept.
+  // An attachment of a message in the file, unchanged, for that message's next version, to be used
+  // before the message changes. `node` is kept.
   platform::Result<StoredAttachment> ShareAttachment(MessageReader& message, NodeId attachment);
   // Writes a message. kMessageSize is computed, kMessageStatus defaults to 0, the has-attachment
   // bit of kMessageFlags follows the attachments. The recipient table is written even when it has
