@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace parvane::platform {
@@ -28,6 +29,10 @@ inline constexpr int kInterruptedExitCode = 130;
 
 // The program's arguments without its name, each as PathFromNative takes it.
 std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
+
+// The path from the root, without ".", ".." and symbolic links; the path as it is when nothing is
+// there.
+std::u16string CanonicalPath(std::u16string_view path);
 
 enum class StandardStream { kOutput, kError };
 
