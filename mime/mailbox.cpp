@@ -1,5 +1,7 @@
 #include "mime/mailbox.h"
 
+#include <algorithm>
+#include <span>
 #include <utility>
 
 #include "platform/text.h"
@@ -173,7 +175,7 @@ bool EndsInStrayQuote(const std::u16string& name) {
 }
 
 // "=?charset?q?text" without its "?=" and without white space.
-bool EndsInsideEncodedWord(const std::u16string& name) {
+bool OpensEncodedWord(const std::u16string& name) {
   const std::size_t start = name.rfind(u"=?");
   if (start == std::u16string::npos) return false;
   const std::size_t encoding = name.find(u'?', start + 2);
@@ -183,6 +185,31 @@ bool EndsInsideEncodedWord(const std::u16string& name) {
   }
   if (name.find(u"?=", encoding + 3) != std::u16string::npos) return false;
   return name.find_first_of(u" \t", start) == std::u16string::npos;
+}
+
+// "text?=" without the "=?" that opens the word.
+bool ClosesEncodedWord(const std::u16string& name) {
+  const std::size_t end = name.find(u"?=");
+  return end != std::u16string::npos && end < std::min(name.find(u"=?"), name.find(u' '));
+}
+
+// The piece that opens the encoded word which the piece after `run` closes; run.size() when none
+// does.
+std::size_t FindOpenEncodedWord(std::span<const MailBox> run) {
+  for (std::size_t i = run.size(); i > 0; --i) {
+    const std::u16string& name = run[i - 1].name;
+    if (name.find(u'?') == std::u16string::npos) continue;
+    return OpensEncodedWord(name) ? i - 1 : run.size();
+  }
+  return run.size();
+}
+
+void PrependPieces(std::span<const MailBox> pieces, std::u16string_view separator,
+                   std::u16string& name) {
+  if (pieces.empty()) return;
+  std::u16string whole;
+  for (const MailBox& piece : pieces) whole.append(piece.name).append(separator);
+  name.insert(0, whole);
 }
 
 // A group's name or end is never a piece of a quoted name.
@@ -220,17 +247,15 @@ void RejoinMailBoxes(std::vector<MailBox>& mailboxes) {
   std::size_t runStart = 0;  // from here to kept: pieces that may begin a cut name
   for (std::size_t i = 0; i < mailboxes.size(); ++i) {
     MailBox mailbox = std::move(mailboxes[i]);
-    if (kept > runStart && EndsInsideEncodedWord(mailboxes[kept - 1].name)) {
-      mailbox.name.insert(0, mailboxes[--kept].name + u",");
+    const std::span run(mailboxes.data() + runStart, kept - runStart);
+    if (ClosesEncodedWord(mailbox.name)) {
+      const std::size_t first = FindOpenEncodedWord(run);
+      PrependPieces(run.subspan(first), u",", mailbox.name);
+      kept = runStart + first;
     }
     if (kept > runStart && EndsInStrayQuote(mailbox.name)) {
-      std::u16string whole;
-      for (std::size_t piece = runStart; piece < kept; ++piece) {
-        whole += mailboxes[piece].name;
-        whole += u", ";
-      }
       mailbox.name.pop_back();
-      mailbox.name.insert(0, whole);
+      PrependPieces(run.first(kept - runStart), u", ", mailbox.name);
       kept = runStart;
       mailboxes[kept++] = std::move(mailbox);
       runStart = kept;
