@@ -1,0 +1,189 @@
+#include "mime/mime_header.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/text.h"
+
+namespace Tessary {
+namespace {
+
+using parvane::platform::EqualsIgnoreAsciiCase;
+
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+// Length of the line at the start of `text`, its LF included.
+std::size_t LineLength(std::string_view text) {
+  const void* end = std::memchr(text.data(), '\n', text.size());
+  return end == nullptr ? text.size() : static_cast<const char*>(end) - text.data() + 1;
+}
+
+bool IsEmptyLine(std::string_view line) { return line == "\r\n" || line == "\n"; }
+
+// The text without a CR LF, LF or CR at its end.
+std::string_view WithoutLineEnd(std::string_view text) {
+  if (text.ends_with('\n')) text.remove_suffix(1);
+  if (text.ends_with('\r')) text.remove_suffix(1);
+  return text;
+}
+
+// How long the field name in front of the colon is, 0 when this line is no field. White space
+// between name and colon is an obsolete form and not part of the name.
+std::size_t FieldNameLength(std::string_view line, std::size_t colon) {
+  std::size_t length = colon;
+  while (length > 0 && IsBlank(line[length - 1])) --length;
+  const std::string_view name = line.substr(0, length);
+  const bool printable = std::all_of(name.begin(), name.end(), [](char c) {
+    return static_cast<unsigned char>(c) > ' ' && c != 0x7f;
+  });
+  return printable ? length : 0;
+}
+
+}  // namespace
+
+bool MimeField::NameIs(std::string_view name) const {
+  return name.size() == _nameLength && EqualsIgnoreAsciiCase(Name(), name);
+}
+
+std::string_view MimeField::RawValue() const { return WithoutLineEnd(_raw.substr(_valueStart)); }
+
+std::string_view MimeField::Value(std::string& scratch) const {
+  return Unfold(RawValue(), scratch);
+}
+
+std::string_view Unfold(std::string_view value, std::string& scratch) {
+  const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
+  if (std::none_of(value.begin(), value.end(), isLineEnd)) return value;
+  scratch.clear();
+  scratch.reserve(value.size());
+  for (std::size_t at = 0; at < value.size(); ++at) {
+    std::size_t next = at;
+    if (value[at] == '\r') ++next;
+    if (next < value.size() && value[next] == '\n') ++next;
+    if (next > at && next < value.size() && IsBlank(value[next])) at = next;
+    scratch.push_back(value[at]);
+  }
+  return scratch;
+}
+
+std::size_t MimeHeader::Load(std::string_view text) {
+  Clear();
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const std::size_t start = at;
+    const std::string_view line = text.substr(at, LineLength(text.substr(at)));
+    if (IsEmptyLine(line)) break;
+    at += line.size();
+    while (at < text.size() && IsBlank(text[at])) at += LineLength(text.substr(at));
+    const std::size_t colon = line.find(':');
+    const std::size_t nameLength =
+        colon == std::string_view::npos ? 0 : FieldNameLength(line, colon);
+    std::size_t valueStart = 0;
+    if (nameLength > 0) {
+      valueStart = colon + 1;
+      if (valueStart < line.size() && line[valueStart] == ' ') ++valueStart;
+    }
+    _lines.emplace_back(text.substr(start, at - start), nameLength, valueStart);
+  }
+  return at;
+}
+
+void MimeHeader::Clear() {
+  _lines.clear();
+  _rewritten.clear();
+  _orderKnown = false;
+  _modified = false;
+}
+
+const std::vector<std::uint32_t>& MimeHeader::Order() const {
+  if (!_orderKnown) {
+    _order.clear();
+    for (std::size_t i = 0; i < _lines.size(); ++i) {
+      if (_lines[i]._nameLength > 0) _order.push_back(static_cast<std::uint32_t>(i));
+    }
+    _orderKnown = true;
+  }
+  return _order;
+}
+
+const MimeField* MimeHeader::Find(std::string_view name, std::size_t occurrence) const {
+  if (name.empty()) return nullptr;
+  for (const MimeField& field : _lines) {
+    if (field.NameIs(name) && occurrence-- == 0) return &field;
+  }
+  return nullptr;
+}
+
+void MimeHeader::Set(std::string_view name, std::string_view value) {
+  const std::string& text = _rewritten.emplace_back(FoldField(name, value));
+  const std::size_t valueStart = std::min(name.size() + 2, text.size());
+  const MimeField field(text, name.size(), valueStart);
+  _modified = true;
+  _orderKnown = false;
+  const auto named = [&](const MimeField& line) { return line.NameIs(name); };
+  const auto first = std::find_if(_lines.begin(), _lines.end(), named);
+  if (first == _lines.end()) {
+    _lines.push_back(field);
+    return;
+  }
+  *first = field;
+  _lines.erase(std::remove_if(first + 1, _lines.end(), named), _lines.end());
+}
+
+std::size_t MimeHeader::Remove(std::string_view name) {
+  const std::size_t removed =
+      name.empty() ? 0 : std::erase_if(_lines, [&](const MimeField& f) { return f.NameIs(name); });
+  if (removed > 0) {
+    _modified = true;
+    _orderKnown = false;
+  }
+  return removed;
+}
+
+void MimeHeader::AppendTo(std::string& out) const {
+  for (const MimeField& line : _lines) {
+    // The last line of a message that is all header may lack its end.
+    if (!out.empty() && out.back() != '\n') out.append("\r\n");
+    out.append(line.Raw());
+  }
+  if (!_lines.empty() && out.back() != '\n') out.append("\r\n");
+}
+
+std::string FoldField(std::string_view name, std::string_view value) {
+  constexpr std::size_t kColumns = 78;
+  std::string out;
+  out.reserve(name.size() + value.size() + 2 + value.size() / 32);
+  out.append(name).append(": ");
+  std::size_t column = out.size();
+  std::size_t at = 0;
+  while (at < value.size()) {
+    // One word with the white space in front of it.
+    std::size_t end = at;
+    bool lineEnd = false;
+    while (end < value.size() && parvane::platform::IsAsciiWhiteSpace(value[end])) {
+      lineEnd |= value[end] == '\r' || value[end] == '\n';
+      ++end;
+    }
+    std::string blanks;
+    for (; at < end; ++at) {
+      if (value[at] != '\r' && value[at] != '\n') blanks.push_back(value[at]);
+    }
+    while (end < value.size() && !parvane::platform::IsAsciiWhiteSpace(value[end])) ++end;
+    const std::string_view word = value.substr(at, end - at);
+    at = end;
+    if (lineEnd && blanks.empty()) blanks = " ";
+    const bool fits = column + blanks.size() + word.size() <= kColumns;
+    // White space at the end of a value is no place to fold: the next line would be blank.
+    if (!fits && !blanks.empty() && !word.empty() && column > name.size() + 2) {
+      if (!IsBlank(blanks.front())) blanks.insert(0, 1, ' ');
+      out.append("\r\n");
+      column = 0;
+    }
+    out.append(blanks).append(word);
+    column += blanks.size() + word.size();
+  }
+  out.append("\r\n");
+  return out;
+}
+
+}  // namespace Tessary

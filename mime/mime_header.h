@@ -1,0 +1,86 @@
+// The header of one MIME entity: an ordered list of fields that are views of the message.
+//
+//   header := *line                         up to the first empty line, which is not part of it
+//   field  := name *WSP ":" [" "] value     at the start of a line
+//   value  := *byte *(line-end WSP *byte)   goes on over lines that begin with a space or tab
+//
+// A line that is no field (no colon, or a name with a space inside, as a stray "From " line has)
+// and what continues it stays where it is for serialising, and is no field for lookups.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tessary {
+
+// A name and a value. Looks into bytes that the entity keeps alive.
+class MimeField {
+ public:
+  MimeField(std::string_view raw, std::size_t nameLength, std::size_t valueStart)
+      : _raw(raw), _nameLength(nameLength), _valueStart(valueStart) {}
+
+  std::string_view Name() const { return _raw.substr(0, _nameLength); }
+  bool NameIs(std::string_view name) const;
+  // The value as it stands, without the last line end: folds are still in it.
+  std::string_view RawValue() const;
+  // Unfolded: every line end before a space or tab is removed, the space or tab stays. A view of
+  // the message where nothing had to be removed, else of `scratch`.
+  std::string_view Value(std::string& scratch) const;
+  // The whole field, its last line end included.
+  std::string_view Raw() const { return _raw; }
+
+ private:
+  friend class MimeHeader;
+
+  std::string_view _raw;
+  std::size_t _nameLength;
+  std::size_t _valueStart;
+};
+
+// Removes the CR LF, CR or LF in front of every space or tab. The result is `value` itself where
+// there is none, else `scratch`.
+std::string_view Unfold(std::string_view value, std::string& scratch);
+
+class MimeHeader {
+ public:
+  // Indexes `text`, which must outlive the header, up to its first empty line or its end. Returns
+  // the header's length, without the empty line.
+  std::size_t Load(std::string_view text);
+  void Clear();
+
+  std::size_t FieldCount() const { return Order().size(); }
+  // In stored order.
+  const MimeField& Field(std::size_t index) const { return _lines[Order()[index]]; }
+  // The nth field of that name, counted from the top, without regard to case; null when there is
+  // none.
+  const MimeField* Find(std::string_view name, std::size_t occurrence = 0) const;
+
+  // Replaces the first field of that name and removes the others; appends when there is none.
+  void Set(std::string_view name, std::string_view value);
+  // How many were removed.
+  std::size_t Remove(std::string_view name);
+  bool modified() const { return _modified; }
+
+  // The header's lines, changed and unchanged, each with its line end.
+  void AppendTo(std::string& out) const;
+
+ private:
+  // The places in _lines of those that are fields.
+  const std::vector<std::uint32_t>& Order() const;
+
+  std::vector<MimeField> _lines;       // a name length of 0 marks a line that is no field
+  std::deque<std::string> _rewritten;  // bytes of changed fields; grows only, so views stay good
+  mutable std::vector<std::uint32_t> _order;
+  mutable bool _orderKnown = false;
+  bool _modified = false;
+};
+
+// A field's text, folded before white space so that lines stay within 78 columns where the value
+// allows; line ends inside the value become folds, and CR LF ends it.
+std::string FoldField(std::string_view name, std::string_view value);
+
+}  // namespace Tessary
