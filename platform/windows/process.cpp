@@ -4,9 +4,11 @@
 #include <cstdio>
 #include <string_view>
 
+// clang-format off: the others need windows.h
+#include <windows.h>
 #include <io.h>
 #include <shellapi.h>
-#include <windows.h>
+// clang-format on
 
 #include "platform/file.h"
 #include "platform/text.h"

@@ -1,0 +1,126 @@
+// The account of one conversion: what was read, what the PST holds of it, and what was not carried
+// over and why. The closing summary, the logs and the report all tell this one account.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "engine/source_observer.h"
+#include "platform/time.h"
+
+namespace parvane::cli {
+
+// Lists that one entry a message could fill are cut here; their totals stay right.
+inline constexpr std::size_t kMostEntriesListed = 100'000;
+
+template <typename Entry>
+struct Listing {
+  std::vector<Entry> entries;
+  std::uint64_t total = 0;
+
+  void Add(Entry entry) {
+    ++total;
+    if (entries.size() < kMostEntriesListed) entries.push_back(std::move(entry));
+  }
+};
+
+// One folder of the PST that took mail. read = written + failed once the PST is closed.
+struct FolderAccount {
+  std::vector<std::u16string> path;  // from the PST's top folder
+  std::u16string sourcePath;
+  std::uint64_t read = 0;
+  std::uint64_t written = 0;  // whole, and committed to the file
+  std::uint64_t failed = 0;
+  std::uint64_t bytes = 0;  // of messages read
+};
+
+struct FailedMessage {
+  std::size_t folder = 0;
+  std::uint64_t position = 0;  // in its folder, from 1
+  std::uint64_t offset = 0;    // in the source file, of its first header line
+  std::string reason;
+  std::string details;  // sender, date and subject, as far as they could be read
+};
+
+struct LeftOutPart {
+  std::size_t folder = 0;
+  std::uint64_t position = 0;
+  engine::UnconvertedPart part;
+};
+
+struct SuspectedSeparator {
+  std::size_t folder = 0;
+  std::uint64_t offset = 0;
+  engine::SuspiciousSeparatorReason reason{};
+  std::string line;
+};
+
+struct SkippedPath {
+  std::u16string path;
+  engine::SkipReason reason{};
+  std::string detail;
+  bool leftBehind = false;  // there is, or may be, mail in it
+};
+
+struct ReadFailure {
+  std::u16string path;
+  std::uint64_t offset = 0;
+  std::string reason;
+};
+
+struct RenamedFolder {
+  std::u16string wanted;
+  std::vector<std::u16string> path;
+};
+
+struct ConversionRecord {
+  std::vector<std::u16string> sources;
+  std::u16string destination;
+  bool appended = false;
+  platform::FileTime started;
+  std::uint64_t milliseconds = 0;
+
+  std::vector<FolderAccount> folders;
+  std::vector<FailedMessage> failures;
+  Listing<LeftOutPart> leftOutParts;
+  Listing<SuspectedSeparator> separators;
+  Listing<SkippedPath> skipped;
+  std::vector<ReadFailure> readFailures;
+  std::vector<RenamedFolder> renamed;
+  std::uint64_t withoutDate = 0;
+  std::uint64_t unreadableDate = 0;
+  std::uint64_t repairedDate = 0;
+  std::uint64_t pstSize = 0;
+  std::uint64_t peakMemory = 0;
+
+  bool interrupted = false;
+  std::string error;  // why it could not finish; empty when it could
+
+  std::uint64_t Read() const { return Sum(&FolderAccount::read); }
+  std::uint64_t Written() const { return Sum(&FolderAccount::written); }
+  std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
+  std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
+  std::uint64_t LeftBehind() const {
+    std::uint64_t count = 0;
+    for (const SkippedPath& path : skipped.entries) count += path.leftBehind;
+    return count;
+  }
+
+ private:
+  std::uint64_t Sum(std::uint64_t FolderAccount::*count) const {
+    std::uint64_t sum = 0;
+    for (const FolderAccount& folder : folders) sum += folder.*count;
+    return sum;
+  }
+};
+
+// In words.
+std::string_view Describe(engine::SkipReason reason);
+std::string_view Describe(engine::SuspiciousSeparatorReason reason);
+// What the owner can do about mail that was left behind; empty when nothing needs doing.
+std::string_view Advice(engine::SkipReason reason);
+// True when the reason means that mail is, or may be, left behind.
+bool MeansMailLeftBehind(engine::SkipReason reason);
+
+}  // namespace parvane::cli

@@ -1,0 +1,282 @@
+#include "cli/convert_command.h"
+
+#include <exception>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "cli/console.h"
+#include "cli/destination.h"
+#include "cli/folder_plan.h"
+#include "cli/format.h"
+#include "cli/logs.h"
+#include "cli/mapi_run.h"
+#include "cli/progress.h"
+#include "cli/report.h"
+#include "cli/source_plan.h"
+#include "cli/text_file.h"
+#include "cli/witness.h"
+#include "engine/factory/store_factory.h"
+#include "mapi/options.h"
+#include "platform/file.h"
+#include "platform/process.h"
+#include "platform/system.h"
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+using CWLEngine::StoreFactory;
+using platform::FileSystem;
+using platform::PathForDisplay;
+using platform::Status;
+using QuelmarMIMEEngineCommon::IAssetFolderMutable;
+using QuelmarMIMEEngineCommon::IAssetStore;
+using QuelmarMIMEEngineCommon::IAssetStoreMutable;
+using QuelmarMIMEEngineCommon::OperationResultCode;
+
+ProgressStyle StyleOf(const ConvertOptions& options) {
+  if (options.quiet || options.progress == ProgressChoice::kNever) return ProgressStyle::kNone;
+  if (platform::IsInteractive(platform::StandardStream::kError)) return ProgressStyle::kLiveLine;
+  return options.progress == ProgressChoice::kAlways ? ProgressStyle::kPlainLines
+                                                     : ProgressStyle::kNone;
+}
+
+class Conversion {
+ public:
+  explicit Conversion(const ConvertOptions& options)
+      : _options(options), _witness(_record, _logs, _interrupt), _progress(StyleOf(options)) {}
+
+  ExitCode Run() {
+    _record.started = platform::CurrentFileTime();
+    const std::uint64_t start = platform::MonotonicMilliseconds();
+    _record.sources = _options.sources;
+    const bool began = Prepare() && Convert();
+    _progress.Finish();
+    _record.milliseconds = platform::MonotonicMilliseconds() - start;
+    _record.peakMemory = platform::PeakResidentBytes();
+    return Close(began);
+  }
+
+ private:
+  // Everything that can be found wrong before anything is written.
+  bool Prepare() {
+    auto sources = RecogniseSources(_options);
+    if (!sources.ok()) return Fail(sources.status());
+    auto destination = CheckDestination(_options, NameForSource(_options.sources.front()));
+    if (!destination.ok()) return Fail(destination.status());
+    _destination = *std::move(destination);
+    _record.destination = _destination.path;
+    _record.appended = _destination.existed && !_destination.replaced;
+    if (Status apart = CheckOutputsApart(); !apart.ok()) return Fail(apart);
+    if (Status opened = _logs.Open(_options.log, _options.detailedLog); !opened.ok())
+      return Fail(opened);
+    if (Status opened = OpenReport(); !opened.ok()) return Fail(opened);
+    _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
+                           PathForDisplay(_destination.path)));
+    return OpenSources(*sources);
+  }
+
+  // A log must not replace the mail it is about.
+  Status CheckOutputsApart() const {
+    for (const std::u16string* output : {&_options.log, &_options.detailedLog, &_options.report}) {
+      if (output->empty()) continue;
+      const auto there = FileSystem::Default().Inspect(*output);
+      std::vector<std::u16string> taken = _options.sources;
+      taken.push_back(_destination.path);
+      for (const std::u16string& path : taken) {
+        const auto other = FileSystem::Default().Inspect(path);
+        const bool sameFile = there.kind != platform::FileKind::kNone && there.kind == other.kind &&
+                              there.device == other.device && there.identity == other.identity;
+        if (sameFile || *output == path)
+          return {
+              platform::StatusCode::kInvalidArgument,
+              PathForDisplay(*output) + ": is mail to be read or written, not a place for a log"};
+      }
+    }
+    return {};
+  }
+
+  bool OpenSources(const std::vector<SourceStore>& sources) {
+    if (_options.sources.size() > 1 && !_options.name.empty()) _plan.SetCommonTop(_options.name);
+    for (const SourceStore& source : sources) {
+      std::unique_ptr<IAssetStore> store =
+          StoreFactory::CreateStore(source.type, source.path, std::nullopt);
+      if (!store) return Fail(PathForDisplay(source.path) + ": no reader for this kind of mail");
+      engine::ObserveSource(*store, &_witness);
+      const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);
+      if (opened == OperationResultCode::Canceled) {
+        _record.interrupted = true;
+        return false;
+      }
+      if (opened != OperationResultCode::Completed)
+        return Fail(PathForDisplay(source.path) + ": could not be opened");
+      _plan.AddStore(*store, source.topName, source.type == CWLEngine::kMBOXAssetStore);
+      _stores.push_back(std::move(store));
+    }
+    _record.renamed = _plan.renamed();
+    if (_plan.MailFolders() == 0)
+      return Fail(PathForDisplay(_options.sources.front()) + ": no mail found in it");
+    return true;
+  }
+
+  bool Convert() {
+    mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
+    builtin.sizeLimit = _options.sizeLimit;
+    mapi::SetBuiltinOptions(builtin);
+    if (_destination.replaced) {
+      if (Status removed = FileSystem::Default().Remove(_destination.path); !removed.ok())
+        return Fail(removed);
+    }
+    const MapiRun mapiRun;
+    if (!mapiRun.status().ok()) return Fail(mapiRun.status());
+
+    std::unique_ptr<IAssetStoreMutable> pst = StoreFactory::CreateStoreMutable(
+        CWLEngine::kOrphanPSTMAPIStore, _destination.path, std::nullopt);
+    const OperationResultCode opened = pst->OpenStore(&_progress, &_witness, true, &_witness);
+    IAssetFolderMutable* top = pst->GetStoreRootFolderMutable();
+    if (opened != OperationResultCode::Completed || !top || !IsOpen()) {
+      pst->Release();
+      FailWithDiagnostics("could not be opened");
+      RemoveStillborn();
+      return false;
+    }
+    _witness.BeginCopying(_destination.path);
+    CopyFolders(*top);
+    pst->Release();
+    _witness.Settle();
+    if (_witness.DestinationFailed()) FailWithDiagnostics("could not be written");
+    return true;
+  }
+
+  void CopyFolders(IAssetFolderMutable& top) {
+    _progress.OverallTotal(static_cast<std::int64_t>(_plan.TotalBytes()));
+    std::uint64_t bytesBefore = 0;
+    std::vector<IAssetFolderMutable*> made;
+    for (const PlannedFolder& planned : _plan.folders()) {
+      IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
+      made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
+      if (!planned.TakesMail()) continue;
+      _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
+      bytesBefore += planned.bytes;
+      if (!CopyFolder(planned, made.back())) return;
+    }
+  }
+
+  // False when the conversion has to stop here.
+  bool CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
+    _record.folders.push_back(
+        {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
+    _witness.BeginFolder(_record.folders.size() - 1);
+    if (!target) {
+      FailWithDiagnostics("the folder " + FolderPath(planned.path) + " could not be made");
+      return false;
+    }
+    std::string problem;
+    OperationResultCode code = OperationResultCode::Failed;
+    try {
+      code = target->CopyAssets(planned.source, &_progress, &_witness, &_witness).Code;
+      if (code == OperationResultCode::Failed) problem = "the folder does not take these items";
+    } catch (const std::exception& error) {
+      problem = error.what();
+    }
+    _witness.EndFolder(problem);
+    if (!problem.empty()) {
+      Fail(FolderPath(planned.path) + ": " + problem);
+      return false;
+    }
+    const FolderAccount& account = _record.folders.back();
+    _logs.Both(fmt::format("{}: {} from {}", FolderPath(account.path),
+                           Counted(account.read, "message"), PathForDisplay(account.sourcePath)));
+    if (code != OperationResultCode::Canceled) return true;
+    _record.interrupted = _interrupt.Requested();
+    return false;
+  }
+
+  // Opening discards MAPI's results; the diagnostics keep them.
+  bool IsOpen() const {
+    const auto* diagnostics = mapi::FindStoreDiagnostics(_destination.path);
+    return !diagnostics || diagnostics->isOpen;
+  }
+
+  // What the MAPI knows to have gone wrong with the PST, if anything.
+  const mapi::Failure* WriteFailure() const {
+    const auto* diagnostics = mapi::FindStoreDiagnostics(_destination.path);
+    const mapi::Failure& failure = diagnostics ? diagnostics->firstFailure : mapi::LastFailure();
+    return failure.result != 0 ? &failure : nullptr;
+  }
+
+  void FailWithDiagnostics(std::string_view otherwise) {
+    const mapi::Failure* failure = WriteFailure();
+    if (failure && !failure->text.empty()) {
+      Fail(failure->text);
+    } else {
+      Fail(PathForDisplay(_destination.path) + ": " + std::string(otherwise));
+    }
+  }
+
+  // An empty shell that was made a moment ago and could not be opened is not left to puzzle people.
+  void RemoveStillborn() {
+    if (_destination.existed && !_destination.replaced) return;
+    (void)FileSystem::Default().Remove(_destination.path);
+  }
+
+  bool Fail(const Status& status) { return Fail(status.message()); }
+  bool Fail(std::string reason) {
+    if (_record.error.empty()) _record.error = std::move(reason);
+    return false;
+  }
+
+  // Tells the account in all the ways asked for.
+  ExitCode Close(bool began) {
+    const std::string summary = began ? Summary(_record) : std::string();
+    if (began) _logs.Both(summary);
+    if (!_record.error.empty()) _logs.Both("ERROR: " + _record.error);
+    if (Status closed = _logs.Close(); !closed.ok()) Fail(closed);
+    if (_report) {
+      _report->Write(Report(_record));
+      if (Status written = _report->Flush(); !written.ok()) Fail(written.WithContext("report"));
+    }
+    if (!_options.quiet && !(WriteOutput(summary) && FlushOutput()))
+      WriteError("the summary could not be written to standard output");
+    if (!_record.error.empty()) WriteError(_record.error);
+    if (_record.interrupted)
+      WriteError(began ? "interrupted; what the summary counts as written is in the PST"
+                       : "interrupted");
+    return Outcome(_record);
+  }
+
+  // Before the work, so that a bad path is not found out after it.
+  Status OpenReport() {
+    if (_options.report.empty()) return {};
+    auto file = TextFile::Create(_options.report);
+    if (!file.ok()) return file.status().WithContext("report");
+    _report = std::move(file).value();
+    return {};
+  }
+
+  std::string SourcesText() const {
+    std::string text;
+    for (const std::u16string& source : _options.sources)
+      text += (text.empty() ? "" : ", ") + PathForDisplay(source);
+    return text;
+  }
+
+  const ConvertOptions& _options;
+  platform::InterruptWatch _interrupt;
+  Destination _destination;
+  ConversionRecord _record;
+  Logs _logs;
+  std::unique_ptr<TextFile> _report;
+  Witness _witness;
+  Progress _progress;
+  FolderPlan _plan;
+  // After the plan and the witness, which point into them and are told by them.
+  std::vector<std::unique_ptr<IAssetStore>> _stores;
+};
+
+}  // namespace
+
+ExitCode RunConvert(const ConvertOptions& options) { return Conversion(options).Run(); }
+
+}  // namespace parvane::cli

@@ -1,0 +1,104 @@
+#include "cli/destination.h"
+
+#include <array>
+
+#include "cli/folder_names.h"
+#include "platform/file.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::FileKind;
+using platform::FileSystem;
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+FileSystem& Files() { return FileSystem::Default(); }
+
+Status Refuse(StatusCode code, std::u16string_view path, std::string_view reason) {
+  return {code, platform::PathForDisplay(path) + ": " + std::string(reason)};
+}
+
+// The name comes from a source's or a user's folder name: what separates paths is replaced.
+std::u16string FreePath(std::u16string_view folder, std::u16string_view name) {
+  std::u16string stem = UsableFolderName(name);
+  for (char16_t& c : stem) {
+    if (c == u'/' || c == u'\\') c = u'_';
+  }
+  for (unsigned number = 1;; ++number) {
+    std::u16string candidate = stem;
+    if (number > 1) {
+      const std::string digits = std::to_string(number);
+      candidate += u" (" + std::u16string(digits.begin(), digits.end()) + u")";
+    }
+    std::u16string path = platform::JoinPath(folder, candidate + u".pst");
+    if (Files().Inspect(path).kind == FileKind::kNone) return path;
+  }
+}
+
+// Whether a file can be made is best learned by making it.
+Status TryToCreate(std::u16string_view path) {
+  auto file = Files().Open(path, FileSystem::OpenMode::kCreateNew);
+  if (!file.ok()) return file.status();
+  std::move(file).value().reset();
+  return Files().Remove(path);
+}
+
+Status TryToLock(std::u16string_view path) {
+  auto file = Files().Open(path, FileSystem::OpenMode::kReadWrite);
+  if (!file.ok()) return file.status();
+  Status locked = file.value()->LockExclusive();
+  if (locked.code() == StatusCode::kLocked)
+    return Refuse(StatusCode::kLocked, path, "another program has this PST open");
+  return locked;
+}
+
+}  // namespace
+
+Result<bool> LooksLikePst(std::u16string_view path) {
+  auto file = Files().Open(path, FileSystem::OpenMode::kRead);
+  if (!file.ok()) return file.status();
+  // [MS-PST] HEADER: dwMagic "!BDN", dwCRCPartial, wMagicClient "SM".
+  std::array<char, 10> start{};
+  auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
+  if (!count.ok()) return count.status();
+  const std::string_view text(start.data(), *count);
+  return text.size() == start.size() && text.starts_with("!BDN") && text.ends_with("SM");
+}
+
+Result<Destination> CheckDestination(const ConvertOptions& options,
+                                     std::u16string_view nameInFolder) {
+  Destination destination{options.destination};
+  FileKind kind = Files().Inspect(destination.path).kind;
+  if (kind == FileKind::kFolder) {
+    destination.path = FreePath(destination.path, nameInFolder);
+    kind = FileKind::kNone;
+  }
+
+  if (kind == FileKind::kOther)
+    return Refuse(StatusCode::kUnsupported, destination.path, "not a regular file");
+  if (kind == FileKind::kNone) {
+    const std::u16string folder = platform::ParentOfPath(destination.path);
+    if (!Files().FolderExists(folder))
+      return Refuse(StatusCode::kNotFound, destination.path,
+                    "the folder " + platform::PathForDisplay(folder) + " does not exist");
+    if (Status created = TryToCreate(destination.path); !created.ok()) return created;
+    return destination;
+  }
+
+  auto isPst = LooksLikePst(destination.path);
+  if (!isPst.ok()) return isPst.status();
+  if (!*isPst)
+    return Refuse(StatusCode::kExists, destination.path,
+                  "exists and is no PST file; it is left as it is");
+  if (!options.append && !options.overwrite)
+    return Refuse(StatusCode::kExists, destination.path,
+                  "exists already; --append adds to it, --overwrite replaces it");
+  if (Status locked = TryToLock(destination.path); !locked.ok()) return locked;
+  destination.existed = true;
+  destination.replaced = options.overwrite;
+  return destination;
+}
+
+}  // namespace parvane::cli

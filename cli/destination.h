@@ -1,0 +1,28 @@
+// The PST to write, checked before anything is done.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "cli/options.h"
+#include "platform/status.h"
+
+namespace parvane::cli {
+
+struct Destination {
+  std::u16string path;
+  bool existed = false;   // a PST is there
+  bool replaced = false;  // ... and is to be replaced
+};
+
+// True when the file begins as every PST does.
+platform::Result<bool> LooksLikePst(std::u16string_view path);
+
+// Settles the path (in a folder the PST takes `nameInFolder`, or the next free "name (2).pst") and
+// refuses, with the reason, what must not or cannot be written: a file that is no PST, a PST
+// without --append or --overwrite, one that somebody holds open, a folder that is missing or does
+// not let files be made in it. Changes nothing.
+platform::Result<Destination> CheckDestination(const ConvertOptions& options,
+                                               std::u16string_view nameInFolder);
+
+}  // namespace parvane::cli

@@ -1,0 +1,58 @@
+// Which folders the PST gets, and from which source folders their mail comes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/conversion_record.h"
+#include "cli/folder_names.h"
+#include "engine/stores.h"
+
+namespace parvane::cli {
+
+inline constexpr std::size_t kTopFolder = static_cast<std::size_t>(-1);
+
+struct PlannedFolder {
+  QuelmarMIMEEngineCommon::IAssetFolder* source = nullptr;  // null: only there to hold others
+  QuelmarMIMEEngineCommon::AssetFolderType type = QuelmarMIMEEngineCommon::kAssetFolderTypeAssets;
+  std::size_t parent = kTopFolder;
+  std::u16string name;
+  std::vector<std::u16string> path;
+  std::uint64_t bytes = 0;  // of the mail in it, folders below not counted
+
+  // Folders of the type Assets hold folders and no items.
+  bool TakesMail() const { return type == QuelmarMIMEEngineCommon::kAssetFolderTypeEmail; }
+};
+
+// Parents come before their children.
+class FolderPlan {
+ public:
+  // Every store's mail goes below this folder.
+  void SetCommonTop(std::u16string_view name) { _commonTop = AddFolder(name, kTopFolder); }
+  // Adds the tree of an opened store. `topName` empty: its folders go directly under the top.
+  // `holdsItself`: the store's root has one folder, which stands for the source and takes topName.
+  void AddStore(const QuelmarMIMEEngineCommon::IAssetStore& store, std::u16string_view topName,
+                bool holdsItself);
+
+  const std::vector<PlannedFolder>& folders() const { return _folders; }
+  // Those whose names had to change.
+  const std::vector<RenamedFolder>& renamed() const { return _renamed; }
+  std::uint64_t TotalBytes() const;
+  std::size_t MailFolders() const;
+
+ private:
+  std::size_t AddFolder(std::u16string_view wanted, std::size_t parent);
+  std::size_t AddFolder(QuelmarMIMEEngineCommon::IAssetFolder* source, std::u16string_view wanted,
+                        std::size_t parent);
+  void AddTree(QuelmarMIMEEngineCommon::IAssetFolder* source, std::u16string_view wanted,
+               std::size_t parent);
+
+  std::vector<PlannedFolder> _folders;
+  std::vector<SiblingNames> _children = std::vector<SiblingNames>(1);  // [0] the top, then by index
+  std::vector<RenamedFolder> _renamed;
+  std::size_t _commonTop = kTopFolder;
+};
+
+}  // namespace parvane::cli

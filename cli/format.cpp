@@ -1,0 +1,129 @@
+#include "cli/format.h"
+
+#include <array>
+
+#include <fmt/format.h>
+
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+// The blocks whose characters fill two columns in terminals (Unicode East Asian Width W and F,
+// by block; the exact table is not worth its size for a progress line).
+bool IsWide(char32_t c) {
+  return (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0xA4CF) ||
+         (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
+         (c >= 0xFE30 && c <= 0xFE6F) || (c >= 0xFF00 && c <= 0xFF60) ||
+         (c >= 0xFFE0 && c <= 0xFFE6) || (c >= 0x1F300 && c <= 0x1FAFF) ||
+         (c >= 0x20000 && c <= 0x3FFFD);
+}
+
+bool IsCombining(char32_t c) {
+  return (c >= 0x0300 && c <= 0x036F) || (c >= 0x200B && c <= 0x200F) ||
+         (c >= 0xFE00 && c <= 0xFE0F);
+}
+
+struct Character {
+  std::size_t bytes;
+  unsigned columns;
+};
+
+// `utf8` is not empty.
+Character FirstCharacter(std::string_view utf8) {
+  const auto lead = static_cast<unsigned char>(utf8[0]);
+  std::size_t bytes = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  if (bytes > utf8.size()) bytes = utf8.size();
+  char32_t c = bytes == 1 ? lead : lead & (0xFFu >> (bytes + 1));
+  for (std::size_t i = 1; i < bytes; ++i)
+    c = (c << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3F);
+  return {bytes, IsCombining(c) ? 0u : IsWide(c) ? 2u : 1u};
+}
+
+}  // namespace
+
+std::string WithThousands(std::uint64_t number) {
+  std::string digits = fmt::format("{}", number);
+  for (std::size_t end = digits.size(); end > 3; end -= 3) digits.insert(end - 3, 1, ',');
+  return digits;
+}
+
+std::string Counted(std::uint64_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", WithThousands(count), noun, count == 1 ? "" : "s");
+}
+
+std::string Size(std::uint64_t bytes) {
+  if (bytes < 1000) return Counted(bytes, "byte");
+  static constexpr std::array kUnits = {"kB", "MB", "GB", "TB", "PB", "EB"};
+  double value = static_cast<double>(bytes) / 1000;
+  std::size_t unit = 0;
+  for (; value >= 999.95 && unit + 1 < kUnits.size(); ++unit) value /= 1000;
+  return fmt::format("{:.1f} {}", value, kUnits[unit]);
+}
+
+std::string Duration(std::uint64_t milliseconds) {
+  const std::uint64_t seconds = milliseconds / 1000;
+  if (seconds < 3600) return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+std::string IsoTime(platform::FileTime time) {
+  platform::SystemTime parts;
+  if (platform::FileTimeTicks(time) == 0 || !platform::FileTimeToSystemTime(time, &parts))
+    return {};
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", parts.wYear, parts.wMonth, parts.wDay,
+                     parts.wHour, parts.wMinute, parts.wSecond);
+}
+
+std::string ShortTime(platform::FileTime time) {
+  std::string text = IsoTime(time);
+  if (text.size() < 16) return {};
+  text.erase(text.size() - 4);
+  text[text.size() - 6] = ' ';
+  return text;
+}
+
+std::string FolderPath(const std::vector<std::u16string>& path) {
+  std::string joined;
+  for (const std::u16string& name : path) {
+    if (!joined.empty()) joined += " / ";
+    joined += platform::Utf16ToUtf8(name);
+  }
+  return joined;
+}
+
+unsigned Columns(std::string_view utf8) {
+  unsigned columns = 0;
+  while (!utf8.empty()) {
+    const Character c = FirstCharacter(utf8);
+    columns += c.columns;
+    utf8.remove_prefix(c.bytes);
+  }
+  return columns;
+}
+
+std::string FitColumns(std::string_view utf8, unsigned columns) {
+  std::string out;
+  unsigned used = 0;
+  std::size_t lengthBeforeCut = 0;  // of what leaves room for the ellipsis
+  while (!utf8.empty()) {
+    const Character c = FirstCharacter(utf8);
+    if (used + c.columns > columns) {
+      out.resize(lengthBeforeCut);
+      if (columns > 0) out += "…";
+      return out;
+    }
+    const bool control = static_cast<unsigned char>(utf8[0]) < 0x20 || utf8[0] == 0x7F;
+    if (control) {
+      out += ' ';
+    } else {
+      out.append(utf8.substr(0, c.bytes));
+    }
+    used += c.columns;
+    if (used < columns) lengthBeforeCut = out.size();
+    utf8.remove_prefix(c.bytes);
+  }
+  return out;
+}
+
+}  // namespace parvane::cli

@@ -1,0 +1,172 @@
+#include "cli/list_command.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "cli/console.h"
+#include "cli/destination.h"
+#include "cli/format.h"
+#include "cli/json_writer.h"
+#include "cli/mapi_run.h"
+#include "cli/pst_listing.h"
+#include "mapi/options.h"
+#include "platform/file.h"
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::Utf16ToUtf8;
+
+// A line for a folder comes after its messages have been counted, so messages are held back until
+// then; they are text, and only one folder's at a time.
+class TextListing : public ListingSink {
+ public:
+  explicit TextListing(bool messages) : _wantsMessages(messages) {}
+
+  bool WantsMessages() const override { return _wantsMessages; }
+  void BeginFolder(const std::vector<std::u16string>&) override { _messages.clear(); }
+
+  void Message(const ListedMessage& message) override {
+    std::string line =
+        fmt::format("{:<16}  {}  {}{}", ShortTime(message.time), Column(message.from, 24),
+                    Shown(message.subject), message.unread ? "  (unread)" : "");
+    if (!message.attachments.empty())
+      line += "  [" + Counted(message.attachments.size(), "attachment") + "]";
+    _messages.push_back(std::move(line));
+  }
+
+  void EndFolder(const ListedFolder& folder) override {
+    const std::string indent(2 * (folder.path.size() - 1), ' ');
+    std::string counts = Counted(folder.messages, "message");
+    if (folder.unread > 0) counts += fmt::format(", {} unread", WithThousands(folder.unread));
+    if (folder.messages > 0) counts += ", " + Size(folder.size);
+    WriteOutput(
+        fmt::format("{}{}  {}\n", indent, Column(folder.path.back(), 36 - Width(indent)), counts));
+    for (const std::string& message : _messages) WriteOutput(indent + "    " + message + "\n");
+  }
+
+ private:
+  static unsigned Width(const std::string& indent) {
+    return std::min<unsigned>(static_cast<unsigned>(indent.size()), 24);
+  }
+  static std::string Shown(const std::u16string& text) {
+    return FitColumns(Utf16ToUtf8(text), 200);
+  }
+  static std::string Column(const std::u16string& text, unsigned columns) {
+    std::string shown = FitColumns(Utf16ToUtf8(text), columns);
+    shown.append(columns - Columns(shown), ' ');
+    return shown;
+  }
+
+  bool _wantsMessages;
+  std::vector<std::string> _messages;
+};
+
+// {"file": ..., "folders": [{"path": [...], "items": [...], "messages": n, ...}]}
+class JsonListing : public ListingSink {
+ public:
+  JsonListing(std::u16string_view file, bool messages) : _wantsMessages(messages) {
+    _json.BeginObject();
+    _json.Key("format").String("parvane listing");
+    _json.Key("version").Number(1);
+    _json.Key("file").String(platform::PathForDisplay(file));
+    _json.Key("folders").BeginArray();
+  }
+
+  bool WantsMessages() const override { return _wantsMessages; }
+
+  void BeginFolder(const std::vector<std::u16string>& path) override {
+    _json.BeginObject();
+    _json.Key("path").BeginArray();
+    for (const std::u16string& name : path) _json.String(name);
+    _json.EndArray();
+    if (_wantsMessages) _json.Key("items").BeginArray();
+  }
+
+  void Message(const ListedMessage& message) override {
+    _json.BeginObject();
+    _json.Key("date");
+    if (const std::string date = IsoTime(message.time); date.empty()) {
+      _json.Null();
+    } else {
+      _json.String(date);
+    }
+    _json.Key("from").String(message.from);
+    _json.Key("subject").String(message.subject);
+    _json.Key("bytes").Number(message.size);
+    _json.Key("unread").Bool(message.unread);
+    _json.Key("attachments").BeginArray();
+    for (const std::u16string& name : message.attachments) _json.String(name);
+    _json.EndArray();
+    _json.EndObject();
+    WriteOutput(_json.Take());
+  }
+
+  void EndFolder(const ListedFolder& folder) override {
+    if (_wantsMessages) _json.EndArray();
+    _json.Key("messages").Number(folder.messages);
+    _json.Key("unread").Number(folder.unread);
+    _json.Key("bytes").Number(folder.size);
+    _json.EndObject();
+    _folders += 1;
+    _messages += folder.messages;
+    WriteOutput(_json.Take());
+  }
+
+  void Finish() {
+    _json.EndArray();
+    _json.Key("totals").BeginObject();
+    _json.Key("folders").Number(_folders);
+    _json.Key("messages").Number(_messages);
+    _json.EndObject();
+    _json.EndObject();
+    WriteOutput(_json.Take());
+  }
+
+ private:
+  bool _wantsMessages;
+  JsonWriter _json;
+  std::uint64_t _folders = 0;
+  std::uint64_t _messages = 0;
+};
+
+ExitCode Fail(const platform::Status& status) {
+  WriteError(status.message());
+  return ExitCode::kCouldNotFinish;
+}
+
+platform::Status List(const ListOptions& options) {
+  auto session = PstSession::Open(options.file);
+  if (!session.ok()) return session.status();
+  if (!options.json) {
+    TextListing listing(options.messages);
+    return WalkPst(*session, options.file, listing);
+  }
+  JsonListing listing(options.file, options.messages);
+  platform::Status status = WalkPst(*session, options.file, listing);
+  listing.Finish();
+  return status;
+}
+
+}  // namespace
+
+ExitCode RunList(const ListOptions& options) {
+  auto isPst = LooksLikePst(options.file);
+  if (!isPst.ok()) return Fail(isPst.status());
+  if (!*isPst)
+    return Fail({platform::StatusCode::kUnsupported,
+                 platform::PathForDisplay(options.file) + ": is no PST file"});
+  mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
+  builtin.readOnly = true;
+  mapi::SetBuiltinOptions(builtin);
+  const MapiRun mapiRun;
+  if (!mapiRun.status().ok()) return Fail(mapiRun.status());
+  const platform::Status listed = List(options);
+  // Whoever reads the listing may have had enough of it (head, a closed pager).
+  (void)FlushOutput();
+  return listed.ok() ? ExitCode::kDone : Fail(listed);
+}
+
+}  // namespace parvane::cli

@@ -1,0 +1,148 @@
+#include "cli/options.h"
+
+#include <map>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/console.h"
+#include "platform/file.h"
+
+namespace parvane::cli {
+namespace {
+
+// Outlook's own default limit for a PST.
+constexpr std::uint64_t kDefaultSizeLimit = 50'000'000'000;
+
+constexpr const char* kConvertExamples = R"(
+Examples:
+  parvane convert Inbox.mbox mail.pst
+      one mailbox; its messages go to the folder "Inbox" of mail.pst
+  parvane convert ~/mail-export mail.pst
+      every .mbox file in a folder and the folders in it
+  parvane convert ~/.thunderbird/x1y2z3.default mail.pst
+      a Thunderbird profile with all its accounts
+  parvane convert --append --name "Archive 2019" old.mbox mail.pst
+      adds a folder to a PST that is there already
+  parvane convert --report run.json --detailed-log run.log inbox.mbox mail.pst
+
+Exit status: 0 all converted, 1 finished but some messages failed or mail was
+passed over, 2 wrong usage, 3 could not finish, 130 interrupted.)";
+
+constexpr const char* kListExamples = R"(
+Examples:
+  parvane list mail.pst                folders with their counts and sizes
+  parvane list --messages mail.pst     and every message
+  parvane list --json mail.pst         for other programs)";
+
+// What CLI11 fills: byte strings, turned into paths and text afterwards.
+struct RawConvert {
+  std::vector<std::string> paths;
+  std::string name, log, detailedLog, report;
+};
+
+std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
+
+void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options) {
+  static const std::map<std::string, SourceChoice> kSources = {
+      {"auto", SourceChoice::kAuto},
+      {"mbox", SourceChoice::kMbox},
+      {"thunderbird", SourceChoice::kThunderbird}};
+  static const std::map<std::string, ProgressChoice> kProgress = {
+      {"auto", ProgressChoice::kAuto},
+      {"always", ProgressChoice::kAlways},
+      {"never", ProgressChoice::kNever}};
+
+  command
+      .add_option("SOURCE... DEST.pst", raw.paths,
+                  "mbox files, folders of .mbox files or Thunderbird profiles, then the PST "
+                  "(or a folder for it)")
+      ->required()
+      ->expected(2, 1 << 20)
+      ->type_name("");
+  command.add_option("--from", options.from, "what the sources are; auto looks at each")
+      ->transform(CLI::CheckedTransformer(kSources).description(""))
+      ->type_name("auto|mbox|thunderbird");
+  command.add_option("--name", raw.name, "name of the top folder for the mail in the PST")
+      ->type_name("NAME");
+  CLI::Option* append =
+      command.add_flag("--append", options.append, "add to the PST when it is there already");
+  command
+      .add_flag("--overwrite", options.overwrite,
+                "replace the PST when it is there already (never a file that is no PST)")
+      ->excludes(append);
+  command
+      .add_option("--size-limit", options.sizeLimit,
+                  "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
+      ->transform(CLI::AsSizeValue(true))
+      ->type_name("SIZE");
+  command
+      .add_option("--log", raw.log, "write a brief log: folders, failures, what was passed over")
+      ->type_name("FILE");
+  command.add_option("--detailed-log", raw.detailedLog, "write a log that names every message")
+      ->type_name("FILE");
+  command.add_option("--report", raw.report, "write the account of the conversion as JSON")
+      ->type_name("FILE");
+  command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
+  command.add_option("--progress", options.progress, "show progress; auto: on a terminal")
+      ->transform(CLI::CheckedTransformer(kProgress).description(""))
+      ->type_name("auto|always|never");
+  command.footer(kConvertExamples);
+}
+
+ExitCode Explain(const CLI::App& app, const CLI::ParseError& error) {
+  std::ostringstream output, complaint;
+  const int code = app.exit(error, output, complaint);
+  WriteOutput(output.str());
+  FlushOutput();
+  if (code == 0) return ExitCode::kDone;
+  WriteError(error.what());
+  WriteMessage("Try: parvane --help, parvane convert --help, parvane list --help\n");
+  return ExitCode::kUsage;
+}
+
+}  // namespace
+
+std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& arguments) {
+  CLI::App app{"Moves e-mail from mbox files and mail profiles into an Outlook PST file.",
+               "parvane"};
+  app.set_version_flag("--version", "parvane " PARVANE_VERSION);
+  app.require_subcommand(1);
+  app.footer("\nparvane COMMAND --help tells more about a command.");
+
+  ConvertOptions convert;
+  convert.sizeLimit = kDefaultSizeLimit;
+  RawConvert raw;
+  CLI::App* convertCommand = app.add_subcommand("convert", "Write mail into a PST file");
+  DescribeConvert(*convertCommand, raw, convert);
+
+  ListOptions list;
+  std::string file;
+  CLI::App* listCommand = app.add_subcommand("list", "Show what a PST file holds");
+  listCommand->add_option("FILE.pst", file, "the PST; it is only read")->required()->type_name("");
+  listCommand->add_flag("--messages", list.messages, "list every message");
+  listCommand->add_flag("--json", list.json, "write JSON");
+  listCommand->footer(kListExamples);
+
+  try {
+    // CLI11 takes them last first.
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    return Explain(app, error);
+  }
+
+  if (listCommand->parsed()) {
+    list.file = Path(file);
+    return Command(std::move(list));
+  }
+  convert.destination = Path(raw.paths.back());
+  raw.paths.pop_back();
+  for (const std::string& source : raw.paths) convert.sources.push_back(Path(source));
+  convert.name = Path(raw.name);
+  convert.log = Path(raw.log);
+  convert.detailedLog = Path(raw.detailedLog);
+  convert.report = Path(raw.report);
+  return Command(std::move(convert));
+}
+
+}  // namespace parvane::cli

@@ -1,0 +1,44 @@
+// The command line, understood.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "cli/exit_code.h"
+
+namespace parvane::cli {
+
+enum class SourceChoice { kAuto, kMbox, kThunderbird };
+enum class ProgressChoice { kAuto, kAlways, kNever };
+
+struct ConvertOptions {
+  std::vector<std::u16string> sources;  // at least one
+  std::u16string destination;
+  SourceChoice from = SourceChoice::kAuto;
+  std::u16string name;  // of the top folder; empty: from the source
+  bool append = false;
+  bool overwrite = false;
+  std::u16string log;  // empty: none, here and below
+  std::u16string detailedLog;
+  std::u16string report;
+  ProgressChoice progress = ProgressChoice::kAuto;
+  bool quiet = false;
+  std::uint64_t sizeLimit = 0;  // bytes the PST may grow to
+};
+
+struct ListOptions {
+  std::u16string file;
+  bool messages = false;
+  bool json = false;
+};
+
+using Command = std::variant<ConvertOptions, ListOptions>;
+
+// What the arguments ask for; or, when there is nothing to run (help, version, wrong usage), the
+// exit code after saying so.
+std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& arguments);
+
+}  // namespace parvane::cli

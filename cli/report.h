@@ -1,0 +1,22 @@
+// The account of a conversion for people (the closing summary) and for programs (JSON).
+#pragma once
+
+#include <string>
+
+#include "cli/conversion_record.h"
+#include "cli/exit_code.h"
+
+namespace parvane::cli {
+
+// The exit code that says what the record says.
+ExitCode Outcome(const ConversionRecord& record);
+
+// A line for each folder, the totals, and a line for whatever the owner of the mail should know.
+std::string Summary(const ConversionRecord& record);
+
+// The JSON report; docs/manual.md describes its fields. Fields are added without notice, the
+// version changes when one changes its meaning or goes.
+inline constexpr unsigned kReportVersion = 1;
+std::string Report(const ConversionRecord& record);
+
+}  // namespace parvane::cli

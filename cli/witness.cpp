@@ -1,0 +1,191 @@
+#include "cli/witness.h"
+
+#include <fmt/format.h>
+
+#include "cli/format.h"
+#include "platform/file.h"
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::PathForDisplay;
+using QuelmarMIMEEngineCommon::IAssetFolder;
+
+// The engine's line before the details of an item that failed.
+constexpr std::u16string_view kItemError = u"\r\nERROR : ";
+
+std::string OneLine(std::u16string_view text) {
+  std::string line = platform::Utf16ToUtf8(text);
+  std::string out;
+  for (char c : line) {
+    if (c == '\n') {
+      out += "; ";
+    } else if (c != '\r') {
+      out += c;
+    }
+  }
+  while (out.ends_with("; ")) out.resize(out.size() - 2);
+  return out;
+}
+
+std::u16string DiskPath(const IAssetFolder& folder) {
+  return folder.FolderDiskPath().value_or(u"");
+}
+
+}  // namespace
+
+const mapi::StoreDiagnostics* Witness::Diagnostics() const {
+  return mapi::FindStoreDiagnostics(_pstPath);
+}
+
+void Witness::BeginCopying(std::u16string pstPath) {
+  _pstPath = std::move(pstPath);
+  _copying = true;
+  if (const auto* diagnostics = Diagnostics()) {
+    _saved = diagnostics->messagesSaved;
+    _committed = diagnostics->messagesCommitted;
+  }
+}
+
+void Witness::EndFolder(const std::string& problem) {
+  if (!_itemOpen) return;
+  // An item was begun and the engine never came back to say what became of it.
+  if (_itemProblem.empty()) _itemProblem = problem.empty() ? "the conversion broke off" : problem;
+  FinishItem();
+}
+
+bool Witness::DestinationFailed() const {
+  const auto* diagnostics = Diagnostics();
+  return diagnostics && (diagnostics->latched || diagnostics->sizeLimitReached);
+}
+
+bool Witness::Cancel() {
+  if (_copying) FinishItem();
+  return _interrupt.Requested() || (_copying && DestinationFailed());
+}
+
+void Witness::FinishItem() {
+  if (!_itemOpen) return;
+  _itemOpen = false;
+  const auto* diagnostics = Diagnostics();
+  const bool saved = diagnostics && diagnostics->messagesSaved > _saved;
+  if (diagnostics) _saved = diagnostics->messagesSaved;
+  if (!saved) {
+    _itemProblem = "could not be saved";
+    if (diagnostics && diagnostics->lastFailure.result != 0)
+      _itemProblem += ": " + diagnostics->lastFailure.text;
+  }
+  _item.failed = !_itemProblem.empty();
+  if (_item.failed) AddFailure(_item, std::move(_itemProblem), std::move(_itemDetails));
+  if (saved) _uncommitted.push_back(_item);
+  CountCommitted();
+}
+
+void Witness::AddFailure(const Item& item, std::string reason, std::string details) {
+  FolderAccount& folder = _record.folders[item.folder];
+  ++folder.failed;
+  _logs.Both(fmt::format("FAILED: {}, message {} (at byte {} of {}): {}", FolderPath(folder.path),
+                         item.position, item.offset, PathForDisplay(folder.sourcePath), reason));
+  _record.failures.push_back(
+      {item.folder, item.position, item.offset, std::move(reason), std::move(details)});
+}
+
+void Witness::CountCommitted() {
+  const auto* diagnostics = Diagnostics();
+  if (!diagnostics) return;
+  for (; _committed < diagnostics->messagesCommitted && !_uncommitted.empty(); ++_committed) {
+    const Item& item = _uncommitted.front();
+    if (!item.failed) ++_record.folders[item.folder].written;
+    _uncommitted.pop_front();
+  }
+}
+
+bool Witness::Settle() {
+  CountCommitted();
+  const auto* diagnostics = Diagnostics();
+  std::string reason = "was not yet in the file when writing failed";
+  if (diagnostics) {
+    _record.pstSize = diagnostics->fileSize;
+    if (diagnostics->firstFailure.result != 0) reason = diagnostics->firstFailure.text;
+  }
+  for (const Item& item : _uncommitted) {
+    if (!item.failed) AddFailure(item, reason, {});
+  }
+  _uncommitted.clear();
+  const bool agree = !diagnostics || diagnostics->messagesCommitted == _committed;
+  if (_record.Read() == _record.Written() + _record.Failed() && agree) return true;
+  if (_record.error.empty())
+    _record.error = "the PST's count of messages does not agree with the messages handed over";
+  return false;
+}
+
+void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) {
+  if (briefLog) _logs.Brief(logString);
+  if (detailLog) _logs.Detailed(logString);
+  if (!_itemOpen) return;
+  if (logString.starts_with(kItemError)) {
+    if (_itemProblem.empty()) _itemProblem = "could not be converted";
+  } else if (!_itemProblem.empty()) {
+    _itemDetails = OneLine(logString);
+  }
+}
+
+void Witness::MessageRead(const engine::MessageLocation& message) {
+  if (!_copying) return;
+  _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset};
+  _itemOpen = true;
+  _itemProblem.clear();
+  _itemDetails.clear();
+  FolderAccount& folder = _record.folders[_folder];
+  ++folder.read;
+  folder.bytes += message.size;
+}
+
+void Witness::SeparatorSuspected(const IAssetFolder& folder, std::uint64_t offset,
+                                 engine::SuspiciousSeparatorReason reason, std::string_view line) {
+  if (!_copying) return;
+  const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(line));
+  _logs.Both(fmt::format("CHECK: {}, byte {}: a message may be cut in two here, {}: {}",
+                         PathForDisplay(DiskPath(folder)), offset, Describe(reason), text));
+  _record.separators.Add({_folder, offset, reason, text});
+}
+
+void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
+                          const platform::Status& status) {
+  const bool leftBehind = MeansMailLeftBehind(reason);
+  _logs.Both(fmt::format("{}: {}: {}{}{}", leftBehind ? "LEFT BEHIND" : "Passed over",
+                         PathForDisplay(path), Describe(reason), status.ok() ? "" : ": ",
+                         status.message()));
+  _record.skipped.Add({std::u16string(path), reason, status.message(), leftBehind});
+}
+
+void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
+                         const platform::Status& status) {
+  const std::u16string path = DiskPath(folder);
+  _logs.Both(fmt::format("LEFT BEHIND: {}, from byte {} on: {}", PathForDisplay(path), offset,
+                         status.message()));
+  _record.readFailures.push_back({path, offset, status.message()});
+}
+
+void Witness::MessageNotParsed(const engine::MessageLocation&, const platform::Status& dumpStatus) {
+  _itemProblem = dumpStatus.ok() ? "is no readable message; its text is in the error dump"
+                                 : "is no readable message";
+}
+
+void Witness::MessageConverted(const engine::MessageLocation&, bool success,
+                               const engine::ConversionNotes& notes) {
+  if (!_itemOpen) return;
+  if (!success && _itemProblem.empty()) _itemProblem = "could not be converted";
+  for (const engine::UnconvertedPart& part : notes.unconvertedParts) {
+    _logs.Detailed(fmt::format("LEFT OUT of message {}: {} {} ({})", _item.position,
+                               part.contentType, platform::Utf16ToUtf8(part.name),
+                               Size(part.size)));
+    _record.leftOutParts.Add({_item.folder, _item.position, part});
+  }
+  _record.withoutDate += notes.dateMissing;
+  _record.unreadableDate += notes.dateUnreadable;
+  _record.repairedDate += notes.dateChangedByRepair;
+}
+
+}  // namespace parvane::cli

@@ -1,0 +1,88 @@
+// Keeps the account while the engine copies: what the sources and the conversion report, what the
+// engine logs, and, after each item, what the MAPI's diagnostics say has happened to it.
+//
+// "Written" is never believed before it is committed: items wait in a queue from their save to the
+// commit that covers them, and those left there when the PST has been closed are failures.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "cli/conversion_record.h"
+#include "cli/logs.h"
+#include "engine/callbacks.h"
+#include "engine/source_observer.h"
+#include "mapi/diagnostics.h"
+#include "platform/process.h"
+
+namespace parvane::cli {
+
+class Witness : public engine::SourceObserver,
+                public QuelmarMIMEEngineCommon::ILogger,
+                public QuelmarMIMEEngineCommon::ICancelable {
+ public:
+  Witness(ConversionRecord& record, Logs& logs, const platform::InterruptWatch& interrupt)
+      : _record(record), _logs(logs), _interrupt(interrupt) {}
+
+  // The destination has been opened: from here on Cancel() means "an item is done".
+  void BeginCopying(std::u16string pstPath);
+  // The folder of the record whose items come next.
+  void BeginFolder(std::size_t index) { _folder = index; }
+  // The copy of the folder ended; `problem` is why it broke off, if it did.
+  void EndFolder(const std::string& problem);
+  // The PST has been closed: settles what is committed and what is not. False, with the record's
+  // error set, when the counts of the PST and of this account do not agree.
+  bool Settle();
+  // The PST takes nothing more: disk full, I/O error, size limit.
+  bool DestinationFailed() const;
+
+  // ICancelable
+  bool Cancel() override;
+  // ILogger
+  void WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) override;
+  // SourceObserver
+  void MessageRead(const engine::MessageLocation& message) override;
+  void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
+                          engine::SuspiciousSeparatorReason reason, std::string_view line) override;
+  void PathSkipped(std::u16string_view path, engine::SkipReason reason,
+                   const platform::Status& status) override;
+  void ReadFailed(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
+                  const platform::Status& status) override;
+  void MessageNotParsed(const engine::MessageLocation& message,
+                        const platform::Status& dumpStatus) override;
+  void MessageConverted(const engine::MessageLocation& message, bool success,
+                        const engine::ConversionNotes& notes) override;
+
+ private:
+  struct Item {
+    std::size_t folder = 0;
+    std::uint64_t position = 0;
+    std::uint64_t offset = 0;
+    bool failed = false;
+  };
+
+  const mapi::StoreDiagnostics* Diagnostics() const;
+  void FinishItem();
+  void AddFailure(const Item& item, std::string reason, std::string details);
+  // Takes from the queue what the PST has committed since.
+  void CountCommitted();
+
+  ConversionRecord& _record;
+  Logs& _logs;
+  const platform::InterruptWatch& _interrupt;
+  std::u16string _pstPath;
+  bool _copying = false;
+
+  std::size_t _folder = 0;
+  Item _item;  // the one in hand
+  bool _itemOpen = false;
+  std::string _itemProblem;
+  std::string _itemDetails;
+
+  std::uint64_t _saved = 0;      // as the diagnostics counted after the last item
+  std::uint64_t _committed = 0;  // of these, settled
+  std::deque<Item> _uncommitted;
+};
+
+}  // namespace parvane::cli
