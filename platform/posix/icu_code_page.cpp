@@ -2,6 +2,7 @@
 #include <string>
 
 #include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
 
 #include "platform/code_page.h"
 #include "platform/text.h"
@@ -41,6 +42,16 @@ const char* IcuName(unsigned codePage) {
   }
 }
 
+// Counts what cannot be read and writes U+FFFD for it, whatever the page's own substitute is.
+void U_CALLCONV Replace(const void* context, UConverterToUnicodeArgs* arguments, const char*,
+                        std::int32_t, UConverterCallbackReason reason, UErrorCode* error) {
+  if (reason > UCNV_IRREGULAR) return;
+  ++*static_cast<std::size_t*>(const_cast<void*>(context));
+  *error = U_ZERO_ERROR;
+  const char16_t replacement = 0xFFFD;
+  ucnv_cbToUWriteUChars(arguments, &replacement, 1, 0, error);
+}
+
 using Converter = std::unique_ptr<UConverter, void (*)(UConverter*)>;
 
 }  // namespace
@@ -54,7 +65,8 @@ std::size_t DecodeCodePage(unsigned codePage, std::string_view bytes, std::u16st
   const char* name = IcuName(codePage);
   UErrorCode error = U_ZERO_ERROR;
   const Converter converter(ucnv_open(name != nullptr ? name : "windows-1252", &error), ucnv_close);
-  const std::size_t base = out.size();
+  std::size_t invalid = 0;
+  ucnv_setToUCallBack(converter.get(), Replace, &invalid, nullptr, nullptr, &error);
   char16_t chunk[1024];
   const char* in = bytes.data();
   const char* const end = in + bytes.size();
@@ -64,8 +76,6 @@ std::size_t DecodeCodePage(unsigned codePage, std::string_view bytes, std::u16st
     ucnv_toUnicode(converter.get(), &to, chunk + 1024, &in, end, nullptr, true, &error);
     out.append(chunk, to);
   } while (error == U_BUFFER_OVERFLOW_ERROR);
-  std::size_t invalid = 0;
-  for (std::size_t i = base; i < out.size(); ++i) invalid += out[i] == 0xFFFD;
   return invalid;
 }
 

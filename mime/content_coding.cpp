@@ -1,0 +1,274 @@
+#include "mime/content_coding.h"
+
+#include <optional>
+
+#include "mime/charset_naming.h"
+#include "mime/text_decoding.h"
+#include "mime/transfer_encoding.h"
+#include "platform/code_page.h"
+#include "platform/text.h"
+
+namespace Tessary {
+
+namespace platform = parvane::platform;
+
+namespace {
+
+constexpr unsigned kIso2022Jp = 50222;
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+// The byte that the two characters behind text[at] state, or -1.
+int HexByte(std::string_view text, std::size_t at) {
+  if (text.size() - at < 3) return -1;
+  const int high = HexDigit(text[at + 1]);
+  const int low = HexDigit(text[at + 2]);
+  return high < 0 || low < 0 ? -1 : high * 16 + low;
+}
+
+struct Piece {
+  enum class Kind { kLiteral, kWord, kEnd } kind;
+  std::string_view literal;
+  std::string_view charset;
+  bool base64;
+  std::string_view text;
+};
+
+// Cuts a header value into literal text and encoded words.
+class WordScanner {
+ public:
+  explicit WordScanner(std::string_view text) : _rest(text) {}
+
+  Piece Next() {
+    if (_rest.empty()) return {Piece::Kind::kEnd, {}, {}, false, {}};
+    const std::size_t start = _rest.find("=?");
+    if (start != 0) {
+      const std::string_view literal = _rest.substr(0, start);
+      _rest.remove_prefix(literal.size());
+      return {Piece::Kind::kLiteral, literal, {}, false, {}};
+    }
+    Piece word = {Piece::Kind::kWord, {}, {}, false, {}};
+    if (TakeWord(&word)) return word;
+    // A word that is cut off takes the rest of the text with it.
+    _rest = {};
+    return {Piece::Kind::kEnd, {}, {}, false, {}};
+  }
+
+ private:
+  // Takes the word that _rest begins with; false when it is malformed.
+  bool TakeWord(Piece* word) {
+    const std::size_t mark = _rest.find('?', 2);
+    if (mark == _rest.npos || _rest.size() - mark < 4) return false;
+    const char letter = _rest[mark + 1];
+    if (letter == '?' || _rest[mark + 2] != '?') return false;
+    const std::size_t begin = mark + 3;
+    const std::size_t end = _rest.find("?=", begin);
+    if (end == _rest.npos) return false;
+    word->charset = _rest.substr(2, mark - 2);
+    word->base64 = letter == 'B' || letter == 'b';
+    word->text = _rest.substr(begin, end - begin);
+    _rest.remove_prefix(end + 2);
+    return true;
+  }
+
+  std::string_view _rest;
+};
+
+std::string WordBytes(const Piece& word) {
+  return word.base64 ? DecodeBase64(word.text) : ContentCoding::DecodeQ(word.text);
+}
+
+// 65001 for UTF-8 and for "8bit", which some mailers wrote for it; 0 for an unknown charset.
+unsigned WordPage(const Piece& word) {
+  if (platform::EqualsIgnoreAsciiCase(word.charset, "8bit")) return platform::kCodePageUtf8;
+  return CharsetNaming::CodePageOfName(word.charset).value_or(0);
+}
+
+bool IsBlank(std::string_view text) {
+  for (const char c : text) {
+    if (!platform::IsAsciiWhiteSpace(c)) return false;
+  }
+  return true;
+}
+
+// Builds shown text from pieces. The last word is held back, because the next one may bring the
+// rest of a character that the mailer cut in two.
+class HeaderText {
+ public:
+  explicit HeaderText(std::string_view messageCharset) : _messageCharset(messageCharset) {}
+
+  void AddLiteral(std::string_view literal) {
+    if (_held && _between.empty() && IsBlank(literal)) {
+      _between = literal;
+      return;
+    }
+    Flush();
+    _text += DecodeText(literal, {}, _messageCharset);
+  }
+
+  void AddWord(const Piece& word) {
+    std::string bytes = WordBytes(word);
+    const unsigned page = WordPage(word);
+    if (_held && _held->page == page) bytes.erase(0, CompleteHeld(bytes));
+    Flush();
+    if (!bytes.empty()) _held = {page, std::move(bytes)};
+  }
+
+  std::u16string Finish() {
+    Flush();
+    return std::move(_text);
+  }
+
+ private:
+  struct Word {
+    unsigned page;
+    std::string bytes;
+  };
+
+  // Moves the bytes that complete the held word's last character over to it; how many those are.
+  std::size_t CompleteHeld(std::string_view next) {
+    if (_held->page == 0 || (_held->bytes.back() & 0x80) == 0) return 0;
+    std::u16string scratch;
+    const std::size_t broken = platform::DecodeCodePage(_held->page, _held->bytes, scratch);
+    if (broken == 0) return 0;
+    std::string joined = _held->bytes;
+    for (std::size_t count = 1; count <= 3 && count <= next.size(); ++count) {
+      joined += next[count - 1];
+      scratch.clear();
+      if (platform::DecodeCodePage(_held->page, joined, scratch) < broken) {
+        _held->bytes = std::move(joined);
+        return count;
+      }
+    }
+    return 0;
+  }
+
+  void Flush() {
+    if (_held) {
+      if (_held->page == 0 || _held->page == platform::kCodePageUtf8) {
+        _text += DecodeText(_held->bytes, _held->page == 0 ? "" : "utf-8", _messageCharset);
+      } else {
+        platform::DecodeCodePage(_held->page, _held->bytes, _text);
+      }
+      _held.reset();
+    }
+    for (const char c : _between) _text += static_cast<char16_t>(c);
+    _between = {};
+  }
+
+  std::string_view _messageCharset;
+  std::u16string _text;
+  std::optional<Word> _held;
+  std::string_view _between;
+};
+
+}  // namespace
+
+std::string ContentCoding::DecodeEncodedWords(std::string_view text) {
+  std::string out;
+  WordScanner scanner(text);
+  for (Piece piece = scanner.Next(); piece.kind != Piece::Kind::kEnd; piece = scanner.Next()) {
+    if (piece.kind == Piece::Kind::kLiteral) {
+      out += piece.literal;
+      continue;
+    }
+    const std::string bytes = WordBytes(piece);
+    const unsigned page = WordPage(piece);
+    if (page == 0 || page == platform::kCodePageUtf8) {
+      out += bytes;
+    } else {
+      std::u16string decoded;
+      platform::DecodeCodePage(page, bytes, decoded);
+      platform::AppendUtf16AsUtf8(decoded, out);
+    }
+  }
+  return out;
+}
+
+std::u16string ContentCoding::DecodeHeaderToUtf16(std::string_view text,
+                                                  std::string_view messageCharset) {
+  if (!HasEncodedWords(text)) return DecodeText(text, {}, messageCharset);
+  HeaderText header(messageCharset);
+  WordScanner scanner(text);
+  for (Piece piece = scanner.Next(); piece.kind != Piece::Kind::kEnd; piece = scanner.Next()) {
+    if (piece.kind == Piece::Kind::kLiteral) {
+      header.AddLiteral(piece.literal);
+    } else {
+      header.AddWord(piece);
+    }
+  }
+  return header.Finish();
+}
+
+std::string ContentCoding::DecodeHeader(std::string_view text, std::string_view messageCharset) {
+  if (!HasEncodedWords(text)) return DecodeTextToUtf8(text, {}, messageCharset);
+  return platform::Utf16ToUtf8(DecodeHeaderToUtf16(text, messageCharset));
+}
+
+bool ContentCoding::HasEncodedWords(std::string_view text) {
+  for (std::size_t at = text.find('?'); at != text.npos; at = text.find('?', at + 1)) {
+    if (text.size() - at < 3) return false;
+    if (text[at + 2] != '?') continue;
+    const char letter = platform::AsciiToLower(text[at + 1]);
+    if (letter == 'q' || letter == 'b') return true;
+  }
+  return false;
+}
+
+std::string ContentCoding::DecodeFileName(std::string_view name, std::string_view messageCharset) {
+  std::string decoded = DecodeHeader(name, messageCharset);
+  if (decoded.find("\x1B$B") == decoded.npos && decoded.find("\x1B(B") == decoded.npos) {
+    return decoded;
+  }
+  std::u16string text;
+  platform::DecodeCodePage(kIso2022Jp, decoded, text);
+  return platform::Utf16ToUtf8(text);
+}
+
+std::string ContentCoding::DecodeQ(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c == '_') {
+      out += ' ';
+    } else if (c == '=') {
+      const int byte = HexByte(text, i);
+      out += byte < 0 ? '=' : static_cast<char>(byte);
+      if (byte >= 0) i += 2;
+    } else if ((c >= 32 && c <= 126) || c >= 160) {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
+std::string ContentCoding::DecodePercent(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const int byte = text[i] == '%' ? HexByte(text, i) : -1;
+    out += byte < 0 ? text[i] : static_cast<char>(byte);
+    if (byte >= 0) i += 2;
+  }
+  return out;
+}
+
+std::string ContentCoding::DecodeExtendedParameter(std::string_view value,
+                                                   std::string_view messageCharset) {
+  std::string_view charset;
+  const std::size_t first = value.find('\'');
+  const std::size_t second = first == value.npos ? first : value.find('\'', first + 1);
+  if (second != value.npos) {
+    charset = value.substr(0, first);
+    value.remove_prefix(second + 1);
+  }
+  return DecodeTextToUtf8(DecodePercent(value), charset, messageCharset);
+}
+
+}  // namespace Tessary

@@ -1,0 +1,237 @@
+// Reading RFC 822 dates. The steps and limits are those that old mailboxes have been read with for
+// years; people compare results, so a text is refused or understood exactly as before.
+//
+//   date  := [weekday [","]] day sep month sep year time [am/pm] [zone]
+//   sep   := (space | tab | "-")*
+//   time  := hours ":" minutes [":" seconds]
+#include "mime/date_parser.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+#include "platform/text.h"
+
+namespace Tessary {
+
+namespace platform = parvane::platform;
+
+namespace {
+
+constexpr std::size_t kLongestText = 199;
+
+constexpr std::string_view kWeekdays[] = {"sun", "mon", "tue", "wed", "thu", "fri", "sat"};
+constexpr std::string_view kMonths[2][12] = {
+    {"jan", "feb", "mar", "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"},
+    {"ian", "fev", "mar", "apr", "mai", "jun", "jul", "aug", "set", "okt", "nov", "dez"}};
+
+struct ZoneWord {
+  std::string_view word;
+  std::string_view offset;
+};
+// The military letters carry the signs that RFC 822 printed; mail written by it relies on them.
+constexpr ZoneWord kZoneWords[] = {
+    {"ut", "0000"},   {"gmt", "0000"},  {"est", "-0500"}, {"edt", "-0400"}, {"cst", "-0600"},
+    {"cdt", "-0500"}, {"mst", "-0700"}, {"mdt", "-0600"}, {"pst", "-0800"}, {"pdt", "-0700"},
+    {"a", "-0100"},   {"z", "0000"},    {"m", "-1200"},   {"n", "0100"},    {"y", "1200"}};
+
+// The zones spelled out: "eastern daylight time", "pacific standard time".
+struct SpelledZone {
+  std::string_view word;
+  std::string_view standard;
+  std::string_view daylight;
+};
+constexpr SpelledZone kSpelledZones[] = {{"eastern", "est", "edt"},
+                                         {"central", "cst", "cdt"},
+                                         {"mountain", "mst", "mdt"},
+                                         {"pacific", "pst", "pdt"}};
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+class Cursor {
+ public:
+  explicit Cursor(std::string_view text) : _rest(text) {}
+
+  std::string_view rest() const { return _rest; }
+  bool atEnd() const { return _rest.empty(); }
+  char Peek() const { return _rest.empty() ? '\0' : _rest.front(); }
+  void Skip(std::size_t count) { _rest.remove_prefix(count); }
+
+  template <typename Test>
+  std::string_view TakeWhile(Test test) {
+    std::size_t count = 0;
+    while (count < _rest.size() && test(_rest[count])) ++count;
+    const std::string_view taken = _rest.substr(0, count);
+    _rest.remove_prefix(count);
+    return taken;
+  }
+  void SkipWhiteSpace() { TakeWhile(platform::IsAsciiWhiteSpace); }
+
+  // As "%d" of scanf reads: white space, then up to `width` digits. The text holds no sign that
+  // could be part of a time.
+  bool TakeNumber(int* value, std::size_t width = 9) {
+    const std::string_view saved = _rest;
+    SkipWhiteSpace();
+    std::size_t count = 0;
+    *value = 0;
+    for (; count < width && count < _rest.size() && IsDigit(_rest[count]); ++count) {
+      *value = *value * 10 + (_rest[count] - '0');
+    }
+    if (count == 0) {
+      _rest = saved;
+      return false;
+    }
+    _rest.remove_prefix(count);
+    return true;
+  }
+  bool Take(char c) {
+    if (Peek() != c || atEnd()) return false;
+    _rest.remove_prefix(1);
+    return true;
+  }
+
+ private:
+  std::string_view _rest;
+};
+
+int IndexOf(std::string_view word, const std::string_view* begin, const std::string_view* end) {
+  const std::string_view start = word.substr(0, 3);
+  const auto* found = std::find(begin, end, start);
+  return found == end ? -1 : static_cast<int>(found - begin);
+}
+
+bool SkipWeekday(Cursor* text) {
+  if (IndexOf(text->rest(), std::begin(kWeekdays), std::end(kWeekdays)) < 0) return true;
+  text->TakeWhile([](char c) { return !platform::IsAsciiWhiteSpace(c) && c != ','; });
+  text->SkipWhiteSpace();
+  text->Take(',');
+  text->SkipWhiteSpace();
+  return !text->atEnd();
+}
+
+// At most `width` digits; more of them are no number.
+bool TakeDigits(Cursor* text, std::size_t width, int* value) {
+  const std::string_view digits = text->TakeWhile(IsDigit);
+  if (digits.empty() || digits.size() > width) return false;
+  return Cursor(digits).TakeNumber(value);
+}
+
+bool TakeMonth(Cursor* text, int* month) {
+  const std::string_view word =
+      text->TakeWhile([](char c) { return !IsBlank(c) && c != '\n' && c != '-'; });
+  if (word.size() > 5) return false;
+  *month = IndexOf(word, std::begin(kMonths[0]), std::end(kMonths[0]));
+  if (*month < 0) *month = IndexOf(word, std::begin(kMonths[1]), std::end(kMonths[1]));
+  return *month >= 0;
+}
+
+bool TakeTime(Cursor* text, int* hour, int* minute, int* second) {
+  if (!text->TakeNumber(hour) || !text->Take(':') || !text->TakeNumber(minute)) return false;
+  *second = 0;
+  Cursor ahead = *text;
+  if (ahead.Take(':') && ahead.TakeNumber(second)) *text = ahead;
+  // Fractions of a second say nothing here, but must not stand in for the zone.
+  if ((text->Peek() == '.' || text->Peek() == ',') && text->rest().size() > 1 &&
+      IsDigit(text->rest()[1])) {
+    text->Skip(1);
+    text->TakeWhile(IsDigit);
+  }
+  return true;
+}
+
+std::string_view TakeWord(Cursor* text) {
+  text->SkipWhiteSpace();
+  return text->TakeWhile([](char c) { return !platform::IsAsciiWhiteSpace(c); });
+}
+
+// The text of a zone word as an offset: digits with an optional "-".
+std::string_view OffsetOfWord(std::string_view word, Cursor rest) {
+  const std::string_view letters =
+      Cursor(word).TakeWhile([](char c) { return c >= 'a' && c <= 'z'; });
+  for (const SpelledZone& zone : kSpelledZones) {
+    if (letters != zone.word) continue;
+    rest.SkipWhiteSpace();
+    word = rest.rest().substr(0, 13) == "daylight time" ? zone.daylight : zone.standard;
+  }
+  for (const ZoneWord& zone : kZoneWords) {
+    if (word == zone.word) return zone.offset;
+  }
+  const std::string_view digits = word.substr(!word.empty() && word[0] == '-' ? 1 : 0);
+  return !digits.empty() && IsDigit(digits[0]) ? word : "0000";
+}
+
+// Seconds east of UTC.
+std::int32_t ReadOffset(std::string_view text) {
+  const bool negative = !text.empty() && text[0] == '-';
+  if (negative) text.remove_prefix(1);
+  int hours = 0;
+  int minutes = 0;
+  Cursor together(text);
+  if (!together.TakeNumber(&hours, 2) || !together.TakeNumber(&minutes, 2)) {
+    Cursor apart(text);
+    if (!apart.TakeNumber(&hours, 2) || !apart.Take(':') || !apart.TakeNumber(&minutes, 2)) {
+      minutes = 0;
+      Cursor(text).TakeNumber(&hours);
+    }
+  }
+  const int offset = hours < 100 ? hours * 3600 + minutes * 60 : 0;
+  // No place on earth is further off than this; such an "offset" is noise.
+  if (offset > 26 * 3600) return 0;
+  return negative ? -offset : offset;
+}
+
+std::int32_t TakeZone(Cursor* text, int* hour) {
+  std::string_view word = TakeWord(text);
+  if (word == "pm" || word == "am") {
+    if (word == "pm" && *hour < 12) *hour += 12;
+    word = TakeWord(text);
+  }
+  if (word.empty()) return 0;
+  if (word[0] == '+') word.remove_prefix(1);
+  return ReadOffset(OffsetOfWord(word, *text));
+}
+
+}  // namespace
+
+bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
+  out->Clear();
+  std::string cleaned;
+  if (!text.empty() && text[0] == '"') {
+    std::copy_if(text.begin(), text.end(), std::back_inserter(cleaned),
+                 [](char c) { return c != '"'; });
+    text = cleaned;
+  }
+  text = text.substr(0, kLongestText);
+  if (text.size() > 10 && text[10] == 'T' && text[4] == '-' && text[7] == '-') {
+    return ParseIso8601(text, out);
+  }
+  const std::string lower = platform::ToLowerAscii(text);
+  Cursor cursor(lower);
+  cursor.TakeWhile(IsBlank);
+  if (cursor.atEnd() || !SkipWeekday(&cursor)) return false;
+  const auto isSeparator = [](char c) { return IsBlank(c) || c == '-'; };
+  int day;
+  int month;
+  int year;
+  int hour;
+  int minute;
+  int second;
+  if (!TakeDigits(&cursor, 3, &day)) return false;
+  cursor.TakeWhile(isSeparator);
+  if (!TakeMonth(&cursor, &month)) return false;
+  cursor.TakeWhile(isSeparator);
+  if (!TakeDigits(&cursor, 6, &year)) return false;
+  if (year < 1900) year += year < 50 ? 2000 : 1900;
+  if (!TakeTime(&cursor, &hour, &minute, &second)) return false;
+  const std::int32_t offset = TakeZone(&cursor, &hour);
+  // 24:00 and leap seconds carry over, as does a day that its month does not have.
+  if (day < 1 || day > 31 || hour > 24 || minute > 59 || second > 60) return false;
+  const std::int64_t days = platform::DaysFromCivil(year, static_cast<unsigned>(month) + 1, 1);
+  out->_seconds = (days + day - 1) * 86400 + hour * 3600 + minute * 60 + second;
+  out->_offset = offset;
+  out->_valid = true;
+  return true;
+}
+
+}  // namespace Tessary

@@ -1,0 +1,80 @@
+#include "mime/text_decoding.h"
+
+#include "mime/charset_naming.h"
+#include "platform/code_page.h"
+#include "platform/text.h"
+
+namespace Tessary {
+
+namespace platform = parvane::platform;
+
+namespace {
+
+constexpr unsigned kUsAscii = 20127;
+constexpr unsigned kIso2022Jp = 50222;
+
+bool IsIso2022(unsigned codePage) { return codePage >= 50220 && codePage <= 50229; }
+
+// True when this rung of the ladder holds for the bytes. `ascii` says that there are only such.
+bool Holds(unsigned codePage, std::string_view bytes, bool ascii) {
+  // What calls itself ASCII and is not was labelled by a mailer that did not look.
+  if (codePage == kUsAscii) return ascii;
+  if (codePage == platform::kCodePageUtf8 && !ascii) {
+    const platform::Utf8Tally tally = platform::TallyUtf8(bytes);
+    return tally.invalid <= tally.multiByte;
+  }
+  return true;
+}
+
+unsigned PageOf(std::string_view charset) {
+  if (charset.empty()) return 0;
+  return CharsetNaming::CodePageOfName(charset).value_or(0);
+}
+
+// The byte order that a mark at the start states, 0 when there is none.
+unsigned PageOfUtf16Mark(std::string_view bytes) {
+  if (bytes.size() % 2 != 0) return 0;
+  if (bytes.substr(0, 2) == "\xFF\xFE") return platform::kCodePageUtf16Le;
+  if (bytes.substr(0, 2) == "\xFE\xFF") return platform::kCodePageUtf16Be;
+  return 0;
+}
+
+}  // namespace
+
+unsigned ChooseCodePage(std::string_view bytes, std::string_view declaredCharset,
+                        std::string_view fallbackCharset) {
+  const bool ascii = platform::IsAscii(bytes);
+  const unsigned declared = PageOf(declaredCharset);
+  if (declared != 0 && Holds(declared, bytes, ascii)) return declared;
+  const unsigned fallback = PageOf(fallbackCharset);
+  if (ascii) {
+    // Seven-bit text without a label is ASCII, unless it switches character sets as old Japanese
+    // mail does without saying so.
+    if (bytes.find("\x1B$") == bytes.npos) return platform::kCodePageUtf8;
+    return IsIso2022(fallback) ? fallback : kIso2022Jp;
+  }
+  if (platform::IsValidUtf8(bytes)) return platform::kCodePageUtf8;
+  if (const unsigned marked = PageOfUtf16Mark(bytes); marked != 0) return marked;
+  if (fallback != 0 && fallback != declared && Holds(fallback, bytes, ascii)) return fallback;
+  return platform::kCodePageWindows1252;
+}
+
+std::u16string DecodeText(std::string_view bytes, std::string_view declaredCharset,
+                          std::string_view fallbackCharset) {
+  std::u16string text;
+  platform::DecodeCodePage(ChooseCodePage(bytes, declaredCharset, fallbackCharset), bytes, text);
+  if (!text.empty() && text.front() == 0xFEFF) text.erase(0, 1);
+  return text;
+}
+
+std::string DecodeTextToUtf8(std::string_view bytes, std::string_view declaredCharset,
+                             std::string_view fallbackCharset) {
+  if (ChooseCodePage(bytes, declaredCharset, fallbackCharset) == platform::kCodePageUtf8 &&
+      platform::IsValidUtf8(bytes)) {
+    if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
+    return std::string(bytes);
+  }
+  return platform::Utf16ToUtf8(DecodeText(bytes, declaredCharset, fallbackCharset));
+}
+
+}  // namespace Tessary
