@@ -96,16 +96,14 @@ AssetStoreBase::AssetStoreBase(NullableString rootDiskFolder, NullableString sto
   _storeName = storeName.value_or(u"") + u"-" + _storeRootDiskPath.value_or(u"");
 }
 
-AssetStoreBase::~AssetStoreBase() {
-  AssetStoreBase::Release();
-  // Folders that were taken out of the tree still name their parents, so all let go of each other
-  // before the first one is destroyed.
-  for (const auto& folder : _folders) folder->Release();
-}
+AssetStoreBase::~AssetStoreBase() { AssetStoreBase::Release(); }
 
 void AssetStoreBase::Release() {
   if (_storeRootAssetFolder) _storeRootAssetFolder->Release();
   _storeRootAssetFolder = nullptr;
+  // Folders that were taken out of the tree hold resources too, and still name their parents: all
+  // let go of each other before the first one is destroyed.
+  for (const auto& folder : _folders) folder->Release();
   _storeRootDiskPath.reset();
   _storeName.reset();
 }

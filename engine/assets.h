@@ -8,8 +8,8 @@
 #include "engine/values.h"
 
 namespace parvane::mapi {
-struct IMessage;
-struct IMAPISession;
+class IMessage;
+class IMAPISession;
 }  // namespace parvane::mapi
 
 namespace QuelmarMIMEEngineCommon {

@@ -49,7 +49,7 @@ enum class SkipReason {
 struct UnconvertedPart {
   std::string contentType;
   std::u16string name;     // file name, empty when it has none
-  std::uint64_t size = 0;  // decoded bytes
+  std::uint64_t size = 0;  // bytes, as it stands in the message
 };
 
 // What converting one message left behind or changed.
@@ -58,7 +58,7 @@ struct ConversionNotes {
   std::uint32_t attachmentsWritten = 0;
   std::uint32_t attachmentsFailed = 0;
   bool dateMissing = false;     // no Date header
-  bool dateUnreadable = false;  // a Date header that says nothing
+  bool dateUnreadable = false;  // a Date header that no date could be read from, even repaired
   // The repaired Date means another moment than the Date the message came with.
   bool dateChangedByRepair = false;
   platform::FileTime rawDate;

@@ -1,0 +1,125 @@
+// Related items, files and messages in messages.
+
+#include <memory>
+
+#include "convert/conversion_report.h"
+#include "convert/message_streams.h"
+#include "convert/mime_to_mapi_message_converter.h"
+#include "convert/properties/mapi_properties.h"
+#include "mapi/com_pointer.h"
+#include "mapi/constants.h"
+#include "mapi/identifiers.h"
+#include "mapi/tags.h"
+#include "mime/ts_byte_data.h"
+#include "mime/ts_email.h"
+#include "mime/ts_string.h"
+
+namespace QuelmarMIMEEngineCommon {
+
+using namespace OrvMAPIUtilities;
+using namespace parvane::mapi;
+using Tessary::TsByteData;
+using Tessary::TsEmail;
+using Tessary::TsString;
+
+namespace {
+
+// Messages within messages, each parsed anew: no real mail nests so deep. What lies deeper stays
+// in the raw text of none of them and is reported.
+constexpr int kMaximumDepth = 100;
+
+using Getter = bool (TsEmail::*)(int, TsString&);
+
+void WriteText(IAttach& attachment, TsEmail& email, int index, Getter get, ULONG tag) {
+  TsString text;
+  if ((email.*get)(index, text)) SetPropString(&attachment, tag, text.getUnicode());
+}
+
+void WriteFileName(IAttach& attachment, TsEmail& email, int index, Getter get) {
+  TsString name;
+  if (!(email.*get)(index, name)) return;
+  SetPropString(&attachment, PR_ATTACH_LONG_FILENAME_W, name.getUnicode());
+  SetPropString(&attachment, PR_DISPLAY_NAME_W, name.getUnicode());
+}
+
+}  // namespace
+
+void MIMEToMAPIMessageConverter::WriteAttachment(TsEmail* email, IMessage* message) {
+  if (!email || !message) return;
+  using Converter = MIMEToMAPIMessageConverter;
+  WriteAttachments(email, message, email->get_NumRelatedItems(),
+                   &Converter::WriteAttachment_Related);
+  WriteAttachments(email, message, email->get_NumAttachments(), &Converter::WriteAttachment_File);
+  WriteAttachments(email, message, email->get_NumAttachedMessages(),
+                   &Converter::WriteAttachment_EmbededMessage);
+}
+
+void MIMEToMAPIMessageConverter::WriteAttachments(TsEmail* email, IMessage* message, int count,
+                                                  AttachmentWriter writer) {
+  for (int i = 0; i < count; ++i) {
+    ULONG number = 0;
+    ComPointer<IAttach> attachment;
+    message->CreateAttach(nullptr, 0, &number, attachment.Put());
+    bool written = false;
+    if (attachment) {
+      _attachmentFailed = false;
+      (this->*writer)(attachment.get(), email, i);
+      written = Succeeded(attachment->SaveChanges(FORCE_SAVE)) && !_attachmentFailed;
+    }
+    if (_reportP) ++(written ? _reportP->attachmentsWritten : _reportP->attachmentsFailed);
+  }
+}
+
+void MIMEToMAPIMessageConverter::WriteAttachment_File(IAttach* attachment, TsEmail* email,
+                                                      int index) {
+  if (!attachment || !email) return;
+  SetPropLong(attachment, PR_ATTACH_METHOD, ATTACH_BY_VALUE);
+  WriteText(*attachment, *email, index, &TsEmail::GetAttachmentContentID, PR_ATTACH_CONTENT_ID_W);
+  WriteFileName(*attachment, *email, index, &TsEmail::GetAttachmentFilename);
+  WriteText(*attachment, *email, index, &TsEmail::GetAttachmentContentType, PR_ATTACH_MIME_TAG_W);
+  TsByteData data;
+  const bool read = email->GetAttachmentData(index, data);
+  if (!parvane::convert::WritePropertyStream(*attachment, PR_ATTACH_DATA_BIN, data.view()) || !read)
+    _attachmentFailed = true;
+}
+
+void MIMEToMAPIMessageConverter::WriteAttachment_Related(IAttach* attachment, TsEmail* email,
+                                                         int index) {
+  if (!attachment || !email) return;
+  SetPropLong(attachment, PR_ATTACH_METHOD, ATTACH_BY_VALUE);
+  WriteText(*attachment, *email, index, &TsEmail::GetRelatedContentID, PR_ATTACH_CONTENT_ID_W);
+  WriteText(*attachment, *email, index, &TsEmail::GetRelatedContentLocation,
+            PR_ATTACH_CONTENT_LOCATION_W);
+  WriteText(*attachment, *email, index, &TsEmail::GetRelatedContentType, PR_ATTACH_MIME_TAG_W);
+  WriteFileName(*attachment, *email, index, &TsEmail::GetRelatedFilename);
+  TsByteData data;
+  const bool read = email->GetRelatedData(index, data);
+  if (!parvane::convert::WritePropertyStream(*attachment, PR_ATTACH_DATA_BIN, data.view()) || !read)
+    _attachmentFailed = true;
+}
+
+void MIMEToMAPIMessageConverter::WriteAttachment_EmbededMessage(IAttach* attachment, TsEmail* email,
+                                                                int index) {
+  if (!attachment || !email) return;
+  SetPropLong(attachment, PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG);
+  ComPointer<IMessage> inner;
+  attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                           inner.PutUnknown());
+  if (!inner) {
+    _attachmentFailed = true;
+    return;
+  }
+  SetPropLong(inner.get(), PR_MESSAGE_FLAGS, 0);
+  {
+    const std::unique_ptr<TsEmail> innerEmail(
+        _depth < kMaximumDepth ? email->GetAttachedMessage(index) : nullptr);
+    ++_depth;
+    const bool parsed = WriteMail(innerEmail.get(), inner.get(), false) == 0;
+    --_depth;
+    // Of the attachments inside, each has been counted by itself.
+    _attachmentFailed = !parsed;
+  }
+  if (Failed(inner->SaveChanges(FORCE_SAVE))) _attachmentFailed = true;
+}
+
+}  // namespace QuelmarMIMEEngineCommon

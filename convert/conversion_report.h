@@ -1,0 +1,34 @@
+// What one conversion left behind, for whoever must account for it.
+//
+// MAPI's results are discarded while a message is written, and parts that no property takes are
+// dropped; the report keeps what was seen of that on the way.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/time.h"
+
+namespace parvane::convert {
+
+struct ConversionReport {
+  // A leaf that reached no property.
+  struct Part {
+    std::string contentType;
+    std::u16string name;     // empty when it has none
+    std::uint64_t size = 0;  // bytes, as it stands in the message
+  };
+
+  // Of the message and of all messages in it.
+  std::vector<Part> unconvertedParts;
+  std::uint32_t attachmentsWritten = 0;
+  std::uint32_t attachmentsFailed = 0;
+
+  // Of the message itself.
+  bool dateMissing = false;
+  bool dateUnreadable = false;
+  platform::FileTime date;  // as written; 0 when unreadable
+};
+
+}  // namespace parvane::convert

@@ -1,0 +1,92 @@
+#include "convert/properties/one_off.h"
+
+#include <string_view>
+
+#include "convert/properties/strings.h"
+#include "mapi/entry_points.h"
+
+namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
+namespace {
+
+bool IsAlphanumeric(char16_t c) {
+  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9');
+}
+
+bool IsAtomCharacter(char16_t c) {
+  static constexpr std::u16string_view kSpecials = u"!#$%&'*+/=?^_`{|}~-";
+  return IsAlphanumeric(c) || kSpecials.find(c) != kSpecials.npos;
+}
+
+// Where the longest local part that ends at `at` begins, not before `from`; `at` when there is
+// none.
+std::size_t LocalPartStart(std::u16string_view text, std::size_t from, std::size_t at) {
+  std::size_t start = at;
+  while (start > from) {
+    const char16_t before = text[start - 1];
+    // A dot stands between two atom characters.
+    const bool dot = before == u'.' && start < at && start - 1 > from &&
+                     IsAtomCharacter(text[start - 2]) && IsAtomCharacter(text[start]);
+    if (!dot && !IsAtomCharacter(before)) break;
+    --start;
+  }
+  return start;
+}
+
+// Where the longest domain that begins at `begin` ends; `begin` when there is none.
+std::size_t DomainEnd(std::u16string_view text, std::size_t begin) {
+  std::size_t label = begin;
+  bool hasDot = false;
+  while (label < text.size() && IsAlphanumeric(text[label])) {
+    std::size_t end = label;
+    while (end < text.size() && (IsAlphanumeric(text[end]) || text[end] == u'-')) ++end;
+    const bool another = IsAlphanumeric(text[end - 1]) && end + 1 < text.size() &&
+                         text[end] == u'.' && IsAlphanumeric(text[end + 1]);
+    if (!another) {
+      if (!hasDot) return begin;
+      while (text[end - 1] == u'-') --end;
+      return end;
+    }
+    hasDot = true;
+    label = end + 1;
+  }
+  return begin;
+}
+
+}  // namespace
+
+void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool extractFromName) {
+  TrimStringW(name);
+  TrimStringW(address);
+  if (name.empty() && !address.empty()) name = address;
+  if (!address.empty()) return;
+
+  if (name.empty()) {
+    name = u"-";
+  } else if (extractFromName) {
+    std::vector<std::u16string> found;
+    ExtractEmails(name, found);
+    if (!found.empty()) address = found.front();
+  }
+  if (address.empty()) address = u"-@-";
+}
+
+void ExtractEmails(const std::u16string& text, std::vector<std::u16string>& found) {
+  const std::u16string_view view(text);
+  std::size_t from = 0;
+  for (std::size_t at = view.find(u'@'); at != view.npos; at = view.find(u'@', at + 1)) {
+    const std::size_t start = LocalPartStart(view, from, at);
+    if (start == at) continue;
+    const std::size_t end = DomainEnd(view, at + 1);
+    if (end == at + 1) continue;
+    found.emplace_back(view.substr(start, end - start));
+    from = end;
+  }
+}
+
+}  // namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities
+
+namespace QuelmarMIMEEngineCommon {
+
+OneOffEntry::~OneOffEntry() { parvane::mapi::MAPIFreeBuffer(entryId); }
+
+}  // namespace QuelmarMIMEEngineCommon

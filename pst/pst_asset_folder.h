@@ -1,0 +1,57 @@
+// A folder of a PST, as a destination: it never yields items.
+#pragma once
+
+#include <string_view>
+
+#include "engine/asset_bases.h"
+#include "mapi/folder.h"
+
+namespace parvane::mapi {
+class IMAPISession;
+}
+
+namespace QuelmarMIMEEngineCommon {
+
+class PSTMAPIAssetFolder : public AssetFolderBase {
+ public:
+  // Takes over the caller's reference to `mapiFolder`; the session stays its store's.
+  PSTMAPIAssetFolder(parvane::mapi::IMAPISession* session, parvane::mapi::IMAPIFolder* mapiFolder,
+                     NullableString folderName, AssetFolderType folderType, IAssetStore* ownerStore,
+                     AssetFolderBase* parentFolder);
+  ~PSTMAPIAssetFolder() override;
+
+  void PrepareContent() override {}
+  std::int64_t QueryTotalAssetUnits() override { return _contentCount; }
+  std::unique_ptr<IAssetQueryResult> QueryAsset() override { return nullptr; }
+  void ResetQuery() override {}
+  void Release() override;
+
+ protected:
+  parvane::mapi::IMAPISession* _mapiSessionP;  // borrowed
+  parvane::mapi::IMAPIFolder* _mapiFolderP;    // owned, one reference
+};
+
+// Adds what a conversion consists of.
+class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
+ public:
+  using PSTMAPIAssetFolder::PSTMAPIAssetFolder;
+
+  // Finds the subfolder of that name without regard to case, or creates it (a folder of that name
+  // which the PST has already is opened). Appointment and contact folders get their class, every
+  // other type that of mail. Null when the PST refuses.
+  IAssetFolderMutable* CreateAssetFolder(std::u16string_view folderName,
+                                         AssetFolderType folderType) override;
+
+  // Creates one message for each item of the source folder, lets the item write itself into it and
+  // saves it, also after a failure. Failed, with nothing done, when the source's type is not this
+  // folder's. An item that is not of the folder's kind throws std::bad_cast.
+  CopyResult CopyAssets(IAssetFolder* sourceFolder, IProgressPresenter* progressPresenter,
+                        ILogger* logReport, ICancelable* cancelable) override;
+
+ private:
+  bool ConvertAsset(IAsset* asset, parvane::mapi::IMessage* message);
+  bool CopyAsset(IAssetQueryResult& item, parvane::mapi::IMessage* message,
+                 IProgressPresenter* progressPresenter, ILogger* logReport);
+};
+
+}  // namespace QuelmarMIMEEngineCommon

@@ -1,0 +1,224 @@
+// The date half of message repair: loose dates, token by token.
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "mime/ts_date_time.h"
+#include "mime/ts_string.h"
+#include "platform/text.h"
+#include "sources/message_repair.h"
+
+namespace QuelmarMIMEEngineCommon {
+namespace {
+
+using parvane::platform::EqualsIgnoreAsciiCase;
+
+constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr std::array<std::string_view, 7> kWeekdays = {"sun", "mon", "tue", "wed",
+                                                       "thu", "fri", "sat"};
+constexpr std::array<std::string_view, 50> kTimeZones = {
+    "ADT",  "AST",   "BDT", "BST", "CDT",  "CEDT", "CET",  "CST",   "EDT",  "EST",
+    "GDT",  "GMT",   "HDT", "HST", "MDT",  "MST",  "NDT",  "NST",   "PDT",  "PST",
+    "UT",   "YDT",   "YST", "YW1", "YW2",  "YW3",  "ZE10", "ZE10B", "ZE11", "ZE11B",
+    "ZE12", "ZE12C", "ZE2", "ZE3", "ZE3B", "ZE4",  "ZE4B", "ZE5",   "ZE5B", "ZE5C",
+    "ZE6",  "ZE6B",  "ZE7", "ZE8", "ZE9",  "ZE9B", "ZW1",  "ZW12",  "ZW3",  "ZW9B"};
+constexpr std::size_t kMaximumZoneLength = 7;
+
+// A header's date is short; what stands behind this much of it is no date.
+constexpr std::size_t kMaximumDateLength = 1000;
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+std::string_view View(const char* s) { return s ? std::string_view(s) : std::string_view(); }
+
+bool FindName(std::span<const std::string_view> names, std::string_view text, int* index) {
+  const auto found = std::find_if(names.begin(), names.end(), [&](std::string_view name) {
+    return EqualsIgnoreAsciiCase(name, text);
+  });
+  if (found == names.end()) return false;
+  if (index) *index = static_cast<int>(found - names.begin());
+  return true;
+}
+
+// The number at the front, with its sign, taken off `text`. False when there is none.
+bool TakeInteger(std::string_view& text, int& value) {
+  std::string_view rest = text;
+  const bool negative = rest.starts_with('-');
+  if (negative || rest.starts_with('+')) rest.remove_prefix(1);
+  if (rest.empty() || !IsDigit(rest.front())) return false;
+  int number = 0;
+  for (; !rest.empty() && IsDigit(rest.front()); rest.remove_prefix(1))
+    if (number < 100'000'000) number = number * 10 + (rest.front() - '0');
+  value = negative ? -number : number;
+  text = rest;
+  return true;
+}
+
+int LeadingInteger(std::string_view text) {
+  int value = 0;
+  TakeInteger(text, value);
+  return value;
+}
+
+// Reads numbers separated by colons until one is missing.
+void ReadClock(std::string_view text, std::initializer_list<int*> fields) {
+  bool first = true;
+  for (int* field : fields) {
+    if (!first) {
+      if (!text.starts_with(':')) return;
+      text.remove_prefix(1);
+    }
+    first = false;
+    int value = 0;
+    if (!TakeInteger(text, value)) return;
+    if (field) *field = value;
+  }
+}
+
+// The date as far as it has been found.
+struct LooseDate {
+  std::tm time{};
+  std::string zone;
+  bool hasWeekday = false;
+  bool hasMonth = false;
+  bool hasDay = false;
+  bool hasYear = false;
+  bool hasTime = false;
+  bool hasZone = false;
+
+  bool IsComplete() const { return hasMonth && hasDay && hasYear; }
+
+  void Take(const std::string& token) {
+    const char* s = token.c_str();
+    int year = 0;
+    if (IsNumber(s)) {
+      int day = 0;
+      if (!hasDay && IsMonthDay(s, &day)) {
+        time.tm_mday = day;
+        hasDay = true;
+      } else if (!hasYear && IsYear(s, &year)) {
+        time.tm_year = year - 1900;
+        hasYear = true;
+      }
+    } else if (!hasWeekday && IsWeekday(s, &time.tm_wday)) {
+      hasWeekday = true;
+    } else if (!hasMonth && IsMonth(s, &time.tm_mon)) {
+      hasMonth = true;
+    } else if (!hasTime && IsTime(s, &time.tm_hour, &time.tm_min, &time.tm_sec)) {
+      hasTime = true;
+    } else if (!hasZone && IsTimeZone(s)) {
+      zone = token.substr(0, kMaximumZoneLength);
+      hasZone = true;
+    }
+  }
+
+  void TakeAll(std::string_view text) {
+    // Folded headers may bring tabs, which separate like spaces.
+    static constexpr std::string_view kSeparators = " ,\t";
+    while (true) {
+      const std::size_t begin = text.find_first_not_of(kSeparators);
+      if (begin == text.npos) break;
+      text.remove_prefix(begin);
+      const std::size_t end = std::min(text.find_first_of(kSeparators), text.size());
+      Take(std::string(text.substr(0, end)));
+      text.remove_prefix(end);
+    }
+    if (!hasWeekday)
+      time.tm_wday = GetDayOfWeek(time.tm_mday, time.tm_mon + 1, time.tm_year + 1900);
+  }
+};
+
+}  // namespace
+
+bool IsNumber(const char* s) {
+  const std::string_view text = View(s);
+  return std::all_of(text.begin(), text.end(), IsDigit);
+}
+
+bool IsMonth(const char* s, int* month) { return FindName(kMonths, View(s), month); }
+
+bool IsWeekday(const char* s, int* weekday) { return FindName(kWeekdays, View(s), weekday); }
+
+bool IsMonthDay(const char* s, int* day) {
+  const int value = LeadingInteger(View(s));
+  if (day) *day = value;
+  return value <= 31;
+}
+
+bool IsYear(const char* s, int* year) {
+  const std::string_view text = View(s);
+  int value = LeadingInteger(text);
+  if (text.size() == 2) {
+    if (value == 50 || value >= 100) return false;
+    value += value < 50 ? 2000 : 1900;
+  } else if (text.size() != 4) {
+    return false;
+  }
+  if (year) *year = value;
+  return true;
+}
+
+bool IsTime(const char* s, int* hour, int* minute, int* second) {
+  const std::string_view text = View(s);
+  if (text.size() == 8 && text[2] == ':' && text[5] == ':') {
+    ReadClock(text, {hour, minute, second});
+    return true;
+  }
+  if (text.size() == 5 && text[2] == ':') {
+    ReadClock(text, {hour, minute});
+    if (second) *second = 0;
+    return true;
+  }
+  return false;
+}
+
+bool IsTimeZone(const char* s) {
+  const std::string_view text = View(s);
+  if (text.size() == 1) return IsLetter(text[0]);
+  if (text.size() == 5)
+    return (text[0] == '+' || text[0] == '-') && std::all_of(text.begin() + 1, text.end(), IsDigit);
+  return FindName(kTimeZones, text, nullptr);
+}
+
+int GetDayOfWeek(int day, int month, int year) {
+  const int a = (14 - month) / 12;
+  const int y = year - a;
+  const int m = month + 12 * a - 2;
+  return (day + y + y / 4 - y / 100 + y / 400 + 31 * m / 12) % 7;
+}
+
+bool DateTimeUtilities::TryFixTimeStr(Tessary::TsString& dateText) {
+  std::string text(dateText.viewUtf8().substr(0, kMaximumDateLength));
+  LooseDate date;
+  // Separators of looser forms, given up one by one until day, month and year are found. What was
+  // found of weekday, time and zone stays found.
+  static constexpr std::array<char, 3> kReplaced = {'-', '/', '+'};
+  date.TakeAll(text);
+  for (const char replaced : kReplaced) {
+    if (date.IsComplete()) break;
+    std::replace(text.begin(), text.end(), replaced, ' ');
+    date.hasDay = date.hasMonth = date.hasYear = false;
+    date.TakeAll(text);
+  }
+
+  Tessary::TsDateTime value;
+  Tessary::TsString fixed;
+  fixed.put_Utf8(true);
+  const bool local = !date.hasZone;
+  if (!value.SetFromTmStruct(local, date.time) || !value.GetAsRfc822(local, fixed)) return false;
+  // The time is not shifted: a zone that was written stands behind the time that was written.
+  if (date.hasZone) fixed.replaceAllOccurances("GMT", date.zone.c_str());
+  dateText = fixed;
+  return true;
+}
+
+}  // namespace QuelmarMIMEEngineCommon

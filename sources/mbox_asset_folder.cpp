@@ -1,0 +1,118 @@
+#include "sources/mbox_asset_folder.h"
+
+#include <utility>
+
+#include "engine/source_observer.h"
+#include "sources/mbox_email_asset.h"
+
+namespace QuelmarMIMEEngineCommon {
+
+namespace engine = parvane::engine;
+namespace platform = parvane::platform;
+
+namespace {
+
+// Messages up to this size are copied out of the buffer, which stays; larger ones take it along.
+constexpr std::size_t kCopyLimit = 1u << 20;
+constexpr std::size_t kReportedLineLimit = 256;
+
+}  // namespace
+
+MBOXAssetFolder::MBOXAssetFolder(NullableString mboxFilePath, NullableString folderName,
+                                 IAssetStore* ownerStore, AssetFolderBase* parentFolder)
+    : AssetFolderBase(-1, std::move(folderName), mboxFilePath, ownerStore, parentFolder) {
+  // Should anything here fail, the base's destructor takes the folder out of its parent again.
+  _mboxFilePath = std::move(mboxFilePath);
+  if (_mboxFilePath && platform::FileSystem::Default().FileExists(*_mboxFilePath))
+    _folderType = kAssetFolderTypeEmail;
+}
+
+MBOXAssetFolder::~MBOXAssetFolder() { MBOXAssetFolder::Release(); }
+
+std::int64_t MBOXAssetFolder::QueryTotalAssetUnits() {
+  if (!_mboxFilePath) return 0;
+  const auto information = platform::FileSystem::Default().Inspect(*_mboxFilePath);
+  return information.kind == platform::FileKind::kFile ? static_cast<std::int64_t>(information.size)
+                                                       : 0;
+}
+
+platform::Result<std::unique_ptr<platform::InputStream>> MBOXAssetFolder::OpenMbox() {
+  if (!_mboxFilePath)
+    return platform::Status(platform::StatusCode::kNotFound, "the folder has no file");
+  return platform::OpenInputStream(platform::FileSystem::Default(), *_mboxFilePath);
+}
+
+engine::SourceObserver* MBOXAssetFolder::Observer() const {
+  const auto* store = dynamic_cast<const AssetStoreBase*>(_ownerStore);
+  return store ? store->Observer() : nullptr;
+}
+
+bool MBOXAssetFolder::EnsureOpen() {
+  if (_mboxFileOpened) return true;
+  auto stream = OpenMbox();
+  if (!stream.ok()) {
+    // A folder over a directory has no file, which is no failure.
+    engine::SourceObserver* observer = Observer();
+    if (observer && _folderType == kAssetFolderTypeEmail)
+      observer->ReadFailed(*this, 0, stream.status());
+    return false;
+  }
+  _mboxFileStreamP = std::move(stream).value();
+  _mboxFileOpened = true;
+  return true;
+}
+
+ByteVector MBOXAssetFolder::TakeMessage() {
+  if (_message.size() > kCopyLimit) return std::exchange(_message, {});
+  return _message;
+}
+
+std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
+  if (!EnsureOpen()) return nullptr;
+  std::uint64_t offset = 0;
+  _message.clear();
+  // Nothing between two separators is no message; reading goes on behind it.
+  do {
+    offset =
+        parvane::sources::ScanMboxMessage(*_mboxFileStreamP, _message, Observer() ? this : nullptr);
+  } while (_message.empty() && !_mboxFileStreamP->Buffer().empty());
+
+  engine::SourceObserver* observer = Observer();
+  if (observer && !_readErrorReported && !_mboxFileStreamP->status().ok()) {
+    _readErrorReported = true;
+    observer->ReadFailed(*this, _mboxFileStreamP->Position(), _mboxFileStreamP->status());
+  }
+  if (_message.empty()) return nullptr;
+
+  const engine::MessageLocation location{this, _messageIndex++, offset, _message.size()};
+  if (observer) observer->MessageRead(location);
+  const auto size = static_cast<std::int64_t>(_message.size());
+  return std::make_unique<AssetQueryResult>(
+      std::make_unique<MBOXEmailAsset>(TakeMessage(), observer, location), size);
+}
+
+void MBOXAssetFolder::SeparatorFound(std::uint64_t offset, std::string_view line,
+                                     bool afterEmptyLine) {
+  const bool hasDate = parvane::sources::SeparatorHasDate(line);
+  engine::SourceObserver* observer = Observer();
+  if (!observer || (hasDate && afterEmptyLine)) return;
+  observer->SeparatorSuspected(*this, offset,
+                               hasDate ? engine::SuspiciousSeparatorReason::kNoEmptyLineBefore
+                                       : engine::SuspiciousSeparatorReason::kNoDate,
+                               line.substr(0, kReportedLineLimit));
+}
+
+void MBOXAssetFolder::ResetQuery() {
+  _mboxFileStreamP.reset();
+  _mboxFileOpened = false;
+  _messageIndex = 0;
+  _readErrorReported = false;
+}
+
+void MBOXAssetFolder::Release() {
+  ResetQuery();
+  _message = {};
+  AssetFolderBase::Release();
+}
+
+}  // namespace QuelmarMIMEEngineCommon

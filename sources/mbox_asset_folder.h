@@ -1,0 +1,47 @@
+// A folder over one mbox file, read strictly forward, or over a directory, which has no items.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "engine/asset_bases.h"
+#include "platform/file.h"
+#include "sources/mbox_reading.h"
+
+namespace QuelmarMIMEEngineCommon {
+
+// The content count is -1: messages are not counted before they are read.
+class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::SeparatorWatcher {
+ public:
+  MBOXAssetFolder(NullableString mboxFilePath, NullableString folderName, IAssetStore* ownerStore,
+                  AssetFolderBase* parentFolder);
+  ~MBOXAssetFolder() override;
+
+  void PrepareContent() override {}
+  // The file's size in bytes; 0 when there is no such file. The items' sizes add up to a little
+  // less or more: they are without separators and have CR LF line ends.
+  std::int64_t QueryTotalAssetUnits() override;
+  // Null at the end of the file, and when it cannot be opened (the next call tries again).
+  std::unique_ptr<IAssetQueryResult> QueryAsset() override;
+  void ResetQuery() override;
+  void Release() override;
+
+ protected:
+  // Opens the file for shared reading.
+  virtual parvane::platform::Result<std::unique_ptr<parvane::platform::InputStream>> OpenMbox();
+
+ private:
+  parvane::engine::SourceObserver* Observer() const;
+  bool EnsureOpen();
+  ByteVector TakeMessage();
+  void SeparatorFound(std::uint64_t offset, std::string_view line, bool afterEmptyLine) override;
+
+  NullableString _mboxFilePath;
+  std::unique_ptr<parvane::platform::InputStream> _mboxFileStreamP;  // null while closed
+  bool _mboxFileOpened = false;
+  ByteVector _message;             // one buffer for all messages
+  std::int64_t _messageIndex = 0;  // of the next message
+  bool _readErrorReported = false;
+};
+
+}  // namespace QuelmarMIMEEngineCommon

@@ -1,0 +1,43 @@
+// One message of an mbox file, repaired and parsed, ready to be written into a MAPI message.
+#pragma once
+
+#include <iosfwd>
+#include <memory>
+
+#include "engine/asset_bases.h"
+#include "engine/source_observer.h"
+#include "sources/mbox_reading.h"
+
+namespace Tessary {
+class TsEmail;
+}
+
+namespace QuelmarMIMEEngineCommon {
+
+class MBOXEmailAsset : public EmailAssetBase {
+ public:
+  // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
+  // file; the asset then has no details, and every conversion of it fails.
+  explicit MBOXEmailAsset(ByteVector mimeBytes);
+  // The same; `observer` (may be null) learns what becomes of the message.
+  MBOXEmailAsset(ByteVector mimeBytes, parvane::engine::SourceObserver* observer,
+                 const parvane::engine::MessageLocation& location);
+  ~MBOXEmailAsset() override;
+
+  bool ConvertToMAPIMessage(parvane::mapi::IMessage* message,
+                            parvane::mapi::IMAPISession* session) override;
+  // Neither export exists for this source: both write nothing.
+  bool ConvertToMBOX(std::ostream* mboxStream) override;  // true
+  bool ConvertToEML(std::ostream* emlStream) override;    // false
+  void Release() override;
+
+ private:
+  void FillMembers();
+
+  std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed
+  parvane::engine::SourceObserver* _observer = nullptr;
+  parvane::engine::MessageLocation _location;
+  parvane::platform::FileTime _rawDate;  // of the Date before repair, 0: unreadable
+};
+
+}  // namespace QuelmarMIMEEngineCommon

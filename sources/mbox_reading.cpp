@@ -1,0 +1,204 @@
+#include "sources/mbox_reading.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+
+#include "platform/text.h"
+
+namespace parvane::sources {
+namespace {
+
+constexpr std::string_view kFrom = "From ";
+constexpr std::size_t kMessageReserve = 4u << 20;
+
+bool IsSeparator(std::string_view line) { return line.starts_with(kFrom); }
+
+bool IsQuotedSeparator(std::string_view line) {
+  if (line.empty() || line.front() != '>') return false;
+  const std::size_t text = line.find_first_not_of('>');
+  return text != line.npos && line.substr(text).starts_with(kFrom);
+}
+
+// The first CR or LF, or `end`. Looks for one byte at a time in growing windows: fast for either
+// line end, and never far past the first one found.
+const char* FindLineEnd(const char* begin, const char* end) {
+  std::size_t window = 256;
+  while (begin != end) {
+    const std::size_t size = std::min(window, static_cast<std::size_t>(end - begin));
+    const auto* lf = static_cast<const char*>(std::memchr(begin, '\n', size));
+    const char* stop = lf ? lf : begin + size;
+    const auto* cr =
+        static_cast<const char*>(std::memchr(begin, '\r', static_cast<std::size_t>(stop - begin)));
+    if (cr) return cr;
+    if (lf) return lf;
+    begin += size;
+    window *= 2;
+  }
+  return end;
+}
+
+// Reads lines off a stream and tells the stream only once a buffer has been used up.
+class LineCursor {
+ public:
+  explicit LineCursor(platform::InputStream& stream) : _stream(stream) { Fill(); }
+  ~LineCursor() { _stream.Skip(_used); }
+  LineCursor(const LineCursor&) = delete;
+  LineCursor& operator=(const LineCursor&) = delete;
+
+  std::uint64_t Position() const { return _stream.Position() + _used; }
+
+  // Appends the next line, without its end, to `out`. False when there is none.
+  bool AppendLine(std::vector<char>& out) {
+    if (!Ready()) return false;
+    do {
+      const char* begin = _buffer.data() + _used;
+      const char* end = _buffer.data() + _buffer.size();
+      const char* stop = FindLineEnd(begin, end);
+      out.insert(out.end(), begin, stop);
+      _used += static_cast<std::size_t>(stop - begin);
+      if (stop != end) {
+        TakeLineEnd(*stop);
+        return true;
+      }
+    } while (Ready());
+    return true;
+  }
+
+  void SkipLine() {
+    while (Ready()) {
+      const char* begin = _buffer.data() + _used;
+      const char* end = _buffer.data() + _buffer.size();
+      const char* stop = FindLineEnd(begin, end);
+      _used += static_cast<std::size_t>(stop - begin);
+      if (stop != end) return TakeLineEnd(*stop);
+    }
+  }
+
+ private:
+  bool Ready() {
+    if (_used < _buffer.size()) return true;
+    _stream.Skip(_used);
+    return Fill();
+  }
+
+  bool Fill() {
+    _buffer = _stream.Buffer();
+    _used = 0;
+    return !_buffer.empty();
+  }
+
+  void TakeLineEnd(char first) {
+    ++_used;
+    if (first == '\r' && Ready() && _buffer[_used] == '\n') ++_used;
+  }
+
+  platform::InputStream& _stream;
+  std::span<const char> _buffer;
+  std::size_t _used = 0;
+};
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool HasClockTime(std::string_view text) {
+  for (std::size_t i = 1; i + 2 < text.size(); ++i)
+    if (text[i] == ':' && IsDigit(text[i - 1]) && IsDigit(text[i + 1]) && IsDigit(text[i + 2]))
+      return true;
+  return false;
+}
+
+bool HasDayOrMonthName(std::string_view text) {
+  static constexpr std::array<std::string_view, 19> kNames = {
+      "sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
+      "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find_first_of(" \t,-", at), text.size());
+    const std::string_view word = text.substr(at, end - at);
+    if (std::any_of(kNames.begin(), kNames.end(), [&](std::string_view name) {
+          return platform::EqualsIgnoreAsciiCase(word, name);
+        }))
+      return true;
+    at = end + 1;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::uint64_t ScanMboxMessage(platform::InputStream& stream, std::vector<char>& message,
+                              SeparatorWatcher* watcher) {
+  message.reserve(kMessageReserve);
+  const bool atStart = stream.Position() == 0;
+  LineCursor cursor(stream);
+  if (atStart) cursor.SkipLine();
+  const std::uint64_t messageOffset = cursor.Position();
+  static constexpr std::string_view kLineEnd = "\r\n";
+
+  bool lineBeforeEmpty = true;
+  while (true) {
+    // The line goes straight to where it belongs and is taken back when it turns out to be a
+    // separator, so that no line, however long, is held twice.
+    const std::size_t lineStart = message.size();
+    const std::uint64_t lineOffset = cursor.Position();
+    if (!cursor.AppendLine(message)) break;
+    const std::string_view line(message.data() + lineStart, message.size() - lineStart);
+    if (IsSeparator(line)) {
+      if (watcher) watcher->SeparatorFound(lineOffset, line, lineBeforeEmpty);
+      message.resize(lineStart);
+      break;
+    }
+    lineBeforeEmpty = line.empty();
+    if (IsQuotedSeparator(line))
+      message.erase(message.begin() + static_cast<std::ptrdiff_t>(lineStart));
+    message.insert(message.end(), kLineEnd.begin(), kLineEnd.end());
+  }
+  return messageOffset;
+}
+
+bool SeparatorHasDate(std::string_view line) {
+  if (!IsSeparator(line)) return false;
+  line.remove_prefix(kFrom.size());
+  return HasClockTime(line) && HasDayOrMonthName(line);
+}
+
+MboxProbe ProbeMboxFile(std::u16string_view path, platform::Status* status) {
+  auto fail = [&](const platform::Status& why) {
+    if (status) *status = why;
+    return MboxProbe::kUnreadable;
+  };
+  auto file = platform::FileSystem::Default().Open(path, platform::FileSystem::OpenMode::kRead);
+  if (!file.ok()) return fail(file.status());
+  std::array<char, 256> head{};
+  const auto count = (*file)->ReadAt(0, std::as_writable_bytes(std::span(head)));
+  if (!count.ok()) return fail(count.status());
+  if (*count == 0) return MboxProbe::kEmpty;
+  return IsSeparator({head.data(), *count}) ? MboxProbe::kMbox : MboxProbe::kOther;
+}
+
+}  // namespace parvane::sources
+
+namespace QuelmarMIMEEngineCommon {
+
+bool IsValidMBOXFile(std::u16string_view path) {
+  const auto probe = parvane::sources::ProbeMboxFile(path, nullptr);
+  return probe == parvane::sources::MboxProbe::kMbox ||
+         probe == parvane::sources::MboxProbe::kEmpty;
+}
+
+bool ReadLineMBOX(parvane::platform::InputStream* stream, ByteVector& line) {
+  line.clear();
+  if (!stream) return false;
+  parvane::sources::LineCursor cursor(*stream);
+  if (!cursor.AppendLine(line)) return false;
+  const std::string_view text(line.data(), line.size());
+  if (parvane::sources::IsSeparator(text)) return false;
+  if (parvane::sources::IsQuotedSeparator(text)) line.erase(line.begin());
+  return true;
+}
+
+void ScanMBOXStream(parvane::platform::InputStream* stream, ByteVector& message) {
+  if (stream) parvane::sources::ScanMboxMessage(*stream, message, nullptr);
+}
+
+}  // namespace QuelmarMIMEEngineCommon

@@ -1,0 +1,68 @@
+// Cutting an mbox file into messages, one at a time, in one pass.
+//
+//   mbox      := line* ; the first line is taken to be a separator, whatever it holds
+//   separator := "From " byte*        ends a message, never part of it
+//   quoted    := ">"+ "From " byte*   body text; exactly one ">" is removed
+//   line end  := LF | CR | CR LF | end of file
+//   message   := its lines, each followed by CR LF
+//
+//   line        read as     separator?
+//   From a      From a      yes
+//   From        From        no: four bytes
+//   >From me    From me     no
+//   >>From me   >From me    no
+//   >From       >From       no: nothing behind the "From"
+//
+// Messages are not indexed: a file is read strictly forward.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "platform/file.h"
+#include "platform/status.h"
+
+namespace QuelmarMIMEEngineCommon {
+
+using ByteVector = std::vector<char>;
+
+// True for a file that begins with "From ", and for an empty one. False for anything else, also
+// for what cannot be read and for directories.
+bool IsValidMBOXFile(std::u16string_view path);
+
+// Reads one line, without its end, into `line`. False at the end of the file and on a separator
+// line; `line` then still holds what was read.
+bool ReadLineMBOX(parvane::platform::InputStream* stream, ByteVector& line);
+
+// Appends the next message to `message` and consumes the separator behind it. Nothing appended
+// means that two separators follow each other or that the file has ended.
+void ScanMBOXStream(parvane::platform::InputStream* stream, ByteVector& message);
+
+}  // namespace QuelmarMIMEEngineCommon
+
+namespace parvane::sources {
+
+// Sees the separators that end messages.
+class SeparatorWatcher {
+ public:
+  // `offset` is that of the line in the file; `line` holds until the call returns.
+  virtual void SeparatorFound(std::uint64_t offset, std::string_view line, bool afterEmptyLine) = 0;
+
+ protected:
+  ~SeparatorWatcher() = default;
+};
+
+// ScanMBOXStream, with the separator shown to `watcher` (null: to nobody). Returns the offset in
+// the file at which the message begins.
+std::uint64_t ScanMboxMessage(platform::InputStream& stream, std::vector<char>& message,
+                              SeparatorWatcher* watcher);
+
+// True when something like a date stands in a separator line, as every mail program puts there.
+bool SeparatorHasDate(std::string_view line);
+
+enum class MboxProbe { kMbox, kEmpty, kOther, kUnreadable };
+// What IsValidMBOXFile looks at; `status` (may be null) says why a file is unreadable.
+MboxProbe ProbeMboxFile(std::u16string_view path, platform::Status* status);
+
+}  // namespace parvane::sources

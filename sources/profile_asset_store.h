@@ -1,0 +1,43 @@
+// The mail directory of a mail profile: mailboxes are files without an extension ("Inbox"), and
+// the subfolders of a mailbox lie in a directory named after it ("Inbox.sbd").
+#pragma once
+
+#include <string_view>
+
+#include "engine/asset_bases.h"
+#include "sources/mbox_asset_folder.h"
+
+namespace parvane::sources {
+class SourceWalk;
+}
+
+namespace QuelmarMIMEEngineCommon {
+
+// Reads its messages as any mbox folder does.
+class TBAssetFolder : public MBOXAssetFolder {
+ public:
+  TBAssetFolder(NullableString folderDiskPath, NullableString folderNameOverride,
+                IAssetStore* ownerStore, AssetFolderBase* parentFolder)
+      : MBOXAssetFolder(std::move(folderDiskPath), std::move(folderNameOverride), ownerStore,
+                        parentFolder) {}
+};
+
+class TBAssetStore : public AssetStoreBase {
+ public:
+  // A null name becomes "Mozilla Email Database".
+  TBAssetStore(NullableString storeRootDiskPath, NullableString storeName);
+
+  // The profile's mailboxes stand directly under the root. `create` and `logger` are ignored.
+  // Canceled leaves what was built so far.
+  OperationResultCode OpenStore(IProgressPresenter* progressPresenter, ICancelable* cancelable,
+                                bool create, ILogger* logger) override;
+  // Always null.
+  IAssetFolder* GetDefaultFolder(AssetFolderType folderType) override;
+
+ private:
+  // False when the walk was cancelled.
+  bool PopulateMailFolders(std::u16string_view folderDiskPath, TBAssetFolder* parentFolderArg,
+                           parvane::sources::SourceWalk& walk);
+};
+
+}  // namespace QuelmarMIMEEngineCommon
