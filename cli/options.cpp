@@ -1,6 +1,5 @@
 #include "cli/options.h"
 
-#include <map>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -38,30 +37,32 @@ Examples:
 // What CLI11 fills: byte strings, turned into paths and text afterwards.
 struct RawConvert {
   std::vector<std::string> paths;
-  std::string name, log, detailedLog, report;
+  std::string from = "auto", progress = "auto", name, log, detailedLog, report;
 };
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
 
-void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options) {
-  static const std::map<std::string, SourceChoice> kSources = {
-      {"auto", SourceChoice::kAuto},
-      {"mbox", SourceChoice::kMbox},
-      {"thunderbird", SourceChoice::kThunderbird}};
-  static const std::map<std::string, ProgressChoice> kProgress = {
-      {"auto", ProgressChoice::kAuto},
-      {"always", ProgressChoice::kAlways},
-      {"never", ProgressChoice::kNever}};
+SourceChoice SourceNamed(const std::string& name) {
+  return name == "mbox"          ? SourceChoice::kMbox
+         : name == "thunderbird" ? SourceChoice::kThunderbird
+                                 : SourceChoice::kAuto;
+}
 
+ProgressChoice ProgressNamed(const std::string& name) {
+  return name == "always"  ? ProgressChoice::kAlways
+         : name == "never" ? ProgressChoice::kNever
+                           : ProgressChoice::kAuto;
+}
+
+void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options) {
   command
       .add_option("SOURCE... DEST.pst", raw.paths,
                   "mbox files, folders of .mbox files or Thunderbird profiles, then the PST "
                   "(or a folder for it)")
       ->required()
-      ->expected(2, 1 << 20)
       ->type_name("");
-  command.add_option("--from", options.from, "what the sources are; auto looks at each")
-      ->transform(CLI::CheckedTransformer(kSources).description(""))
+  command.add_option("--from", raw.from, "what the sources are; auto looks at each")
+      ->check(CLI::IsMember({"auto", "mbox", "thunderbird"}).description(""))
       ->type_name("auto|mbox|thunderbird");
   command.add_option("--name", raw.name, "name of the top folder for the mail in the PST")
       ->type_name("NAME");
@@ -74,7 +75,7 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command
       .add_option("--size-limit", options.sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
-      ->transform(CLI::AsSizeValue(true))
+      ->transform(CLI::AsSizeValue(true).description(""))
       ->type_name("SIZE");
   command
       .add_option("--log", raw.log, "write a brief log: folders, failures, what was passed over")
@@ -84,8 +85,8 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command.add_option("--report", raw.report, "write the account of the conversion as JSON")
       ->type_name("FILE");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
-  command.add_option("--progress", options.progress, "show progress; auto: on a terminal")
-      ->transform(CLI::CheckedTransformer(kProgress).description(""))
+  command.add_option("--progress", raw.progress, "show progress; auto: on a terminal")
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
       ->type_name("auto|always|never");
   command.footer(kConvertExamples);
 }
@@ -135,6 +136,12 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
     list.file = Path(file);
     return Command(std::move(list));
   }
+  if (raw.paths.size() < 2) {
+    WriteError("convert needs at least one SOURCE and the DEST.pst");
+    return ExitCode::kUsage;
+  }
+  convert.from = SourceNamed(raw.from);
+  convert.progress = ProgressNamed(raw.progress);
   convert.destination = Path(raw.paths.back());
   raw.paths.pop_back();
   for (const std::string& source : raw.paths) convert.sources.push_back(Path(source));
