@@ -1,0 +1,129 @@
+"""Runs the program and the independent readers that judge what it wrote.
+
+The environment says where things are: PARVANE (the program), PARVANE_SHARED_DIR (optional: test
+mail and the structural checker that are not part of the project).
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PARVANE = os.environ['PARVANE']
+SHARED = pathlib.Path(os.environ.get('PARVANE_SHARED_DIR', '/nonexistent'))
+CHECKER = SHARED / 'tools' / 'pstcheck.py'
+# Sanitizers slow everything down; what is slow anyway gets more time.
+TIME_LIMIT = 600
+
+
+class Run:
+    """The outcome of one program."""
+
+    def __init__(self, arguments, **options):
+        options.setdefault('timeout', TIME_LIMIT)
+        done = subprocess.run([str(a) for a in arguments], stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+        self.code = done.returncode
+        self.out = done.stdout.decode('utf-8', 'replace')
+        self.err = done.stderr.decode('utf-8', 'replace')
+
+    def __str__(self):
+        return f'exit {self.code}\n--- stdout\n{self.out[-4000:]}\n--- stderr\n{self.err[-4000:]}'
+
+
+class PstTest(unittest.TestCase):
+    """Each test works in a folder of its own, self.folder, which goes when it is done."""
+
+    maxDiff = 4000
+
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix='parvane-'))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+
+    def write(self, name, data):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(data)
+        return path
+
+    def parvane(self, *arguments, program=PARVANE, **options):
+        # A home of its own, so that the error dump of a test stays with the test.
+        environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
+        return Run([program, *arguments], env=environment, **options)
+
+    def convert(self, *arguments, code=0, **options):
+        """Converts, checks the exit code and the account's arithmetic, and returns the report."""
+        report = self.folder / 'report.json'
+        run = self.parvane('convert', '--report', report, *arguments, **options)
+        self.assertEqual(run.code, code, run)
+        account = json.loads(report.read_text(encoding='utf-8'))
+        self.assertEqual(account['exitCode'], code)
+        totals = account['totals']
+        self.assertEqual(totals['read'], totals['written'] + totals['failed'])
+        for count in ('read', 'written', 'failed'):
+            self.assertEqual(totals[count], sum(f[count] for f in account['folders']))
+        self.assertEqual(totals['failed'], len(account['failures']))
+        return account
+
+    def listing(self, pst, *arguments):
+        run = self.parvane('list', '--json', *arguments, pst)
+        self.assertEqual((run.code, run.err), (0, ''), run)
+        return json.loads(run.out)
+
+    def listed_folders(self, pst):
+        """{path: messages} of every folder but Outlook's own empty ones."""
+        return {tuple(f['path']): f['messages'] for f in self.listing(pst)['folders']
+                if f['messages'] or f['path'] != ['Deleted Items']}
+
+    def assert_readers_agree(self, pst, messages):
+        """Independent readers open the PST, complain about nothing and find every message."""
+        self.assertEqual(self.listing(pst)['totals']['messages'], messages)
+        self.check_readpst(pst, messages)
+        self.check_lspst(pst, messages)
+        self.check_pff(pst, messages)
+        self.check_structure(pst)
+
+    def check_readpst(self, pst, messages):
+        out = self.folder / 'readpst'
+        out.mkdir()
+        run = Run(['readpst', '-j', '0', '-D', '-e', '-o', out, pst])
+        self.assertEqual(run.code, 0, run)
+        complaints = [line for line in (run.out + run.err).splitlines()
+                      if not re.match(r'Opening PST|Processing Folder|\t".*" - \d+ items done, 0 items '
+                                      r'skipped\.$', line)]
+        self.assertEqual(complaints, [], run)
+        self.assertEqual(sum(1 for f in out.rglob('*.eml')), messages, run)
+        shutil.rmtree(out)
+
+    def check_lspst(self, pst, messages):
+        run = Run(['lspst', pst])
+        self.assertEqual((run.code, run.err), (0, ''), run)
+        # A folder's or a subject's text may hold line ends; only these begin at the margin.
+        self.assertEqual(len(re.findall(r'^Email\t', run.out, re.M)), messages, run)
+
+    def check_pff(self, pst, messages):
+        info = Run(['pffinfo', pst])
+        self.assertEqual((info.code, info.err), (0, ''), info)
+        self.assertIn('Encryption type:\tcompressible', info.out)
+        out = self.folder / 'pff'
+        run = Run(['pffexport', '-q', '-t', out, pst])
+        self.assertEqual((run.code, run.err), (0, ''), run)
+        found = 0
+        for path, folders, _ in os.walk(f'{out}.export'):
+            found += sum(bool(re.fullmatch(r'Message\d{5,}', f)) for f in folders)
+            # Messages inside messages are no items of their folder.
+            folders[:] = [f for f in folders if not re.fullmatch(r'Message\d{5,}', f)]
+        self.assertEqual(found, messages, run)
+        for leftover in self.folder.glob('pff.*'):
+            shutil.rmtree(leftover)
+
+    def check_structure(self, pst):
+        if not CHECKER.exists():
+            return
+        run = Run([sys.executable, CHECKER, 'check', '--writer', pst])
+        faults = [line for line in run.out.splitlines() if line.startswith(('ERROR', 'WARN'))]
+        self.assertEqual((run.code, faults), (0, []), run)

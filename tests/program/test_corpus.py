@@ -1,0 +1,66 @@
+"""Real mail: every mailbox of the shared corpus converts, and independent readers find all of it."""
+import json
+import unittest
+
+from harness import SHARED, PstTest
+
+CORPUS = SHARED / 'corpus'
+
+
+def messages_in(path):
+    """Counted as the format is defined: separator lines with something behind them."""
+    lines = path.read_bytes().replace(b'\r\n', b'\n').replace(b'\r', b'\n').split(b'\n')
+    return sum(line.startswith(b'From ') for line in lines)
+
+
+class SingleMailboxes(PstTest):
+
+    def test_every_mbox_converts(self):
+        sources = sorted((CORPUS / 'mbox').glob('*.mbox'))
+        self.assertTrue(sources)
+        for source in sources:
+            with self.subTest(source.name):
+                pst = self.folder / f'{source.stem}.pst'
+                messages = messages_in(source)
+                account = self.convert(source, pst)
+                self.assertEqual(account['totals']['written'], messages)
+                self.assertEqual(self.listed_folders(pst), {(source.stem,): messages})
+                self.assert_readers_agree(pst, messages)
+
+
+class Trees(PstTest):
+
+    def check(self, tree, prefix, code, arguments=()):
+        expected = json.loads((CORPUS / 'expected-folders.json').read_text(encoding='utf-8'))[tree]
+        self.assertTrue(expected)
+        pst = self.folder / 'out.pst'
+        account = self.convert(*arguments, CORPUS / tree, pst, code=code)
+        wanted = {(*prefix, *entry['folder']): entry['messages'] for entry in expected}
+        self.assertEqual({tuple(f['path']): f['written'] for f in account['folders']}, wanted)
+        listed = self.listed_folders(pst)
+        # Folders without mail of their own appear only as somebody's parent.
+        parents = {path[:i] for path in wanted for i in range(1, len(path))}
+        self.assertEqual(set(listed), set(wanted) | parents)
+        self.assertEqual({path: n for path, n in listed.items() if path in wanted}, wanted)
+        self.assert_readers_agree(pst, sum(wanted.values()))
+        return account
+
+    def left_behind(self, account):
+        return {entry['path'].rsplit('/', 1)[-1] for entry in account['passedOver']
+                if entry['leftBehind']}
+
+    def test_folder_of_mbox_files(self):
+        account = self.check('mbox-dir', ['mbox-dir'], 0)
+        passed_over = {entry['path'].rsplit('/', 1)[-1] for entry in account['passedOver']}
+        self.assertLessEqual({'broken.mbox', 'lower.mbox', '._lists.mbox'}, passed_over)
+
+    def test_profile_leaves_some_mail_behind_and_says_so(self):
+        account = self.check('profile', [], 1)
+        self.assertEqual(self.left_behind(account), {'Old.mail', 'Orphan.sbd'})
+
+    def test_profile_under_a_name(self):
+        self.check('profile', ['My profile'], 1, ['--name', 'My profile', '--from', 'thunderbird'])
+
+
+if __name__ == '__main__':
+    unittest.main()

@@ -1,0 +1,190 @@
+"""What goes wrong in real life: a clear line, nothing lost that was saved, nothing claimed that is
+not there."""
+import fcntl
+import json
+import os
+import pathlib
+import resource
+import shutil
+import signal
+import subprocess
+import time
+import unittest
+
+import mailboxes
+from harness import PARVANE, PstTest
+
+NOBODY = 65534
+
+
+def as_plain_user():
+    """Permissions bind everybody but root, so root's tests run as nobody."""
+    if os.geteuid() == 0:
+        os.setgid(NOBODY)
+        os.setuid(NOBODY)
+
+
+class Refusals(PstTest):
+
+    def assert_one_line(self, run, *texts, code=3):
+        self.assertEqual((run.code, run.out), (code, ''), run)
+        self.assertEqual(len(run.err.splitlines()), 1, run)
+        self.assertTrue(run.err.startswith('parvane: '), run)
+        for text in texts:
+            self.assertIn(str(text), run.err)
+
+    def test_one_line_names_the_file_and_the_reason(self):
+        source = self.write('Inbox.mbox', mailboxes.many(2))
+        text = self.write('notes.txt', b'from here to there\n')
+        (self.folder / 'empty').mkdir()
+        pst = self.folder / 'out.pst'
+        missing = self.folder / 'missing'
+        cases = (
+            ('no source', (missing, pst), (missing, 'No such file')),
+            ('no mbox', (text, pst), (text, 'not an mbox')),
+            ('no mail', (self.folder / 'empty', pst), ('empty', 'no mail')),
+            ('no folder for the PST', (source, missing / 'out.pst'), (missing, 'does not exist')),
+            ('no PST', (source, text), (text, 'no PST')),
+            ('no PST to append to', ('--append', source, text), (text, 'no PST')),
+            ('no PST to replace', ('--overwrite', source, text), (text, 'no PST')),
+            ('no place for the log', ('--log', missing / 'log', source, pst), (missing / 'log',)),
+        )
+        for name, arguments, texts in cases:
+            with self.subTest(name):
+                self.assert_one_line(self.parvane('convert', *arguments), *texts)
+                self.assertFalse(pst.exists())
+        self.assertEqual(text.read_bytes(), b'from here to there\n')
+        for name, path, reason in (('list nothing', missing, 'No such file'),
+                                   ('list no PST', text, 'no PST')):
+            with self.subTest(name):
+                self.assert_one_line(self.parvane('list', path), path, reason)
+
+    def test_locked_pst(self):
+        source = self.write('Inbox.mbox', mailboxes.many(2))
+        pst = self.folder / 'out.pst'
+        self.convert(source, pst)
+        before = pst.read_bytes()
+        with open(pst, 'r+b') as holder:
+            fcntl.flock(holder, fcntl.LOCK_EX)
+            for option in ('--append', '--overwrite'):
+                self.assert_one_line(self.parvane('convert', option, source, pst), pst, 'open')
+        self.assertEqual(pst.read_bytes(), before)
+
+    def test_read_only_destination_and_unreadable_source(self):
+        source = self.write('mail/Inbox.mbox', mailboxes.many(2))
+        locked = self.write('mail/locked.mbox', mailboxes.many(2))
+        closed = self.folder / 'closed'
+        closed.mkdir()
+        shared = self.folder / 'shared'
+        shared.mkdir()
+        for path in (self.folder, source.parent):
+            path.chmod(0o755)
+        closed.chmod(0o555)
+        shared.chmod(0o777)
+        locked.chmod(0)
+        # Where the build is, that user may not be let in.
+        plain = {'program': shutil.copy(PARVANE, self.folder), 'preexec_fn': as_plain_user}
+        run = self.parvane('convert', source, closed / 'out.pst', **plain)
+        self.assert_one_line(run, closed / 'out.pst', 'denied')
+        run = self.parvane('convert', locked, shared / 'out.pst', **plain)
+        self.assert_one_line(run, locked, 'denied')
+
+        # Among others it is passed over, and the exit code says that mail was left behind.
+        run = self.parvane('convert', source.parent, shared / 'out.pst', **plain)
+        self.assertEqual(run.code, 1, run)
+        self.assertIn(str(locked), run.out)
+        self.assertEqual(self.listed_folders(shared / 'out.pst'),
+                         {('mail',): 0, ('mail', 'Inbox'): 2})
+
+
+class Stops(PstTest):
+    """The work ends before its time: whatever the account counts as written is in the file."""
+
+    def assert_account_is_true(self, account, pst):
+        self.assertEqual(sum(self.listed_folders(pst).values()), account['totals']['written'])
+        self.assert_readers_agree(pst, account['totals']['written'])
+
+    def test_no_more_space(self):
+        source = self.write('Inbox.mbox', mailboxes.attachments(200, 100_000))
+        for limit in (10_000_000, 2_345_678):
+            with self.subTest(limit=limit):
+                pst = self.folder / f'{limit}.pst'
+                account = self.convert(
+                    source, pst, code=3,
+                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+                self.assertIn(str(pst), account['error'])
+                self.assertLess(account['totals']['written'], 200)
+                self.assert_account_is_true(account, pst)
+
+    def test_no_space_at_all(self):
+        source = self.write('Inbox.mbox', mailboxes.many(5))
+        pst = self.folder / 'out.pst'
+        account = self.convert(
+            source, pst, code=3,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (20_000, 20_000)))
+        self.assertIn(str(pst), account['error'])
+        self.assertFalse(pst.exists())
+
+    def test_size_limit(self):
+        source = self.write('Inbox.mbox', mailboxes.attachments(100, 100_000))
+        pst = self.folder / 'out.pst'
+        account = self.convert('--size-limit', '5MB', source, pst, code=3)
+        self.assertLessEqual(pst.stat().st_size, 5_000_000)
+        self.assertGreater(account['totals']['written'], 10)
+        self.assert_account_is_true(account, pst)
+
+    def start(self, source, pst, report):
+        environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
+        return subprocess.Popen(
+            [PARVANE, 'convert', '--overwrite', '--report', str(report), str(source), str(pst)],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            env=environment)
+
+    def stop_in_the_middle(self, pst, *signals):
+        """Converts, and sends the signals when the PST has grown; a machine too fast for that gets
+        a longer mailbox."""
+        report = self.folder / 'report.json'
+        count = 20_000
+        while True:
+            source = self.write('Inbox.mbox', mailboxes.many(count))
+            process = self.start(source, pst, report)
+            while process.poll() is None and not (pst.exists() and pst.stat().st_size > 1_000_000):
+                time.sleep(0.001)
+            for number in signals:
+                process.send_signal(number)
+            out, err = process.communicate(timeout=300)
+            if process.returncode != 0:
+                return process.returncode, err.decode(), report, count
+            self.assertLess(count, 2_000_000)
+            count *= 4
+
+    def test_interrupt_in_the_middle(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number):
+                pst = self.folder / f'{number}.pst'
+                code, err, report, count = self.stop_in_the_middle(pst, number)
+                self.assertEqual(code, 130, err)
+                self.assertIn('interrupted', err)
+                account = json.loads(report.read_text(encoding='utf-8'))
+                totals = account['totals']
+                self.assertEqual((totals['failed'], totals['read']), (0, totals['written']))
+                self.assertTrue(0 < totals['read'] < count, totals)
+                self.assert_account_is_true(account, pst)
+
+    def test_stopped_at_once_the_pst_is_good_up_to_its_last_commit(self):
+        for name, signals, codes in (
+                ('two interrupts', (signal.SIGINT, signal.SIGINT), (130,)),
+                ('killed', (signal.SIGKILL,), (-signal.SIGKILL,))):
+            with self.subTest(name):
+                pst = self.folder / f'{name}.pst'
+                code, err, _, count = self.stop_in_the_middle(pst, *signals)
+                self.assertIn(code, codes, err)
+                there = sum(self.listed_folders(pst).values())
+                self.assertLess(there, count)
+                more = self.write('more.mbox', mailboxes.many(10))
+                self.convert('--append', more, pst)
+                self.assert_readers_agree(pst, there + 10)
+
+
+if __name__ == '__main__':
+    unittest.main()
