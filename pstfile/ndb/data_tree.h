@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
+#include <set>
 #include <span>
 #include <vector>
 
@@ -75,7 +75,7 @@ class DataTreeWriter {
   DataTreeWriter(DataTreeWriter&& other) noexcept;
   DataTreeWriter& operator=(DataTreeWriter&&) = delete;
 
-  // kTooBig beyond 4 GiB - 1.
+  // kTooBig beyond 4 GiB - 1. After a failure the writer can only be abandoned.
   platform::Status Append(std::span<const std::byte> bytes);
   std::uint64_t size() const { return _size; }
   // The loose root (see node_database.h); 0 when nothing was appended. The writer is then empty
@@ -85,15 +85,16 @@ class DataTreeWriter {
   void Abandon();
 
  private:
+  platform::Status AppendBlocks(std::span<const std::byte> bytes);
   platform::Status FlushBlock(std::span<const std::byte> bytes);
   platform::Status FlushXBlock();
 
   NodeDatabase* _database;
   std::vector<std::byte> _pending;  // the begun block
   std::vector<BlockId> _leaves;     // of the begun XBLOCK
-  std::uint64_t _leafBytes = 0;
   std::vector<BlockId> _xblocks;
   std::uint64_t _size = 0;
+  platform::Status _failure;
 };
 
 // Changes a tree block by block, and costs what changes: the blocks given, the XBLOCKs above them,
@@ -135,6 +136,8 @@ class DataTreeEditor {
   platform::Result<XBlock*> Touch(std::size_t xblock) const;
   platform::Result<BlockId> WriteXBlock(std::size_t index, const XBlock& xblock);
   platform::Status SpillFullXBlocks();
+  void MarkDirty(std::size_t index, XBlock& xblock);
+  void Drop(BlockId bid);
   void Forget();
 
   NodeDatabase* _database;
@@ -145,6 +148,8 @@ class DataTreeEditor {
   std::vector<BlockId> _xblocks;                  // id of each XBLOCK as written; 0: never written
   BlockId _topBlock;                              // XXBLOCK, or 0
   mutable std::map<std::size_t, XBlock> _loaded;  // XBLOCKs in memory
+  std::set<BlockId> _fresh;                       // written since the last Flush
+  std::vector<BlockId> _obsolete;                 // older, and not needed after the next
 };
 
 }  // namespace parvane::pstfile

@@ -107,6 +107,7 @@ class SubnodeTreeEditor {
  private:
   SubnodeTreeEditor(NodeDatabase& database, SubnodeTree tree)
       : _database(&database), _tree(std::move(tree)), _root(_tree.root()) {}
+  void DropReplaced(const SubnodeEntry& old, const SubnodeEntry& now);
   void Forget();
 
   NodeDatabase* _database;

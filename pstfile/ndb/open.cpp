@@ -1,0 +1,249 @@
+// Opening, creating, and the step from reading to writing.
+#include <algorithm>
+#include <utility>
+
+#include "pstfile/ndb/node_database_impl.h"
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+
+// Beside the file itself, so that renaming never crosses file systems.
+std::u16string TemporaryName(std::u16string_view path) { return std::u16string(path) + u".new"; }
+
+constexpr std::uint64_t WholeIntervals(std::uint64_t end) {
+  return kFirstAMapOffset +
+         (end - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval * kAMapInterval;
+}
+
+}  // namespace
+
+NodeDatabase::Impl::Impl(platform::FileSystem& fileSystem, std::u16string_view filePath,
+                         const OpenOptions& openOptions)
+    : files(fileSystem),
+      path(filePath),
+      options(openOptions),
+      nodes(PageType::kNodeTree, _pages),
+      blocks(PageType::kBlockTree, _pages),
+      lastCommit(std::chrono::steady_clock::now()),
+      _actualPath(filePath),
+      _pages(openOptions.cachedPages),
+      _blockCache(openOptions.cachedBlocks) {}
+
+NodeDatabase::Impl::~Impl() {
+  if (!_creating) return;
+  _file.reset();
+  // Nobody is left to hear of a failure; the next creation replaces the leftover.
+  (void)files.Remove(_actualPath).ok();
+}
+
+// ---- Opening ------------------------------------------------------------------------------------
+
+Status NodeDatabase::Impl::OpenFile(OpenMode mode) {
+  using FileMode = platform::FileSystem::OpenMode;
+  _mode = mode;
+  auto file = files.Open(path, mode == OpenMode::kRead ? FileMode::kRead : FileMode::kReadWrite);
+  if (!file.ok()) return file.status();
+  _file = std::move(*file);
+  if (Status s = ReadHeader(); !s.ok()) return s;
+  StartFromHeader();
+  if (report.headerFromPartial) {
+    if (Status s = CompletePartialHeader(); !s.ok()) return s;
+    StartFromHeader();
+  }
+  // A file whose roots cannot be read is refused now rather than at the first message.
+  for (const BTree* tree : {&nodes, &blocks}) {
+    if (Result<std::optional<std::uint64_t>> last = tree->LastKey(); !last.ok()) {
+      return last.status();
+    }
+  }
+  return {};
+}
+
+Status NodeDatabase::Impl::ReadHeader() {
+  Result<std::uint64_t> size = _file->Size();
+  if (!size.ok()) return size.status();
+  Result<std::size_t> got = _file->ReadAt(0, _headerAsRead);
+  if (!got.ok()) return got.status();
+  if (*got < kHeaderSize) {
+    return {StatusCode::kCorrupt,
+            "not an Outlook data file: only " + std::to_string(*got) + " bytes long"};
+  }
+  if (Status s = ChooseHeader(_headerAsRead); !s.ok()) return s;
+  if (Status s = committed.CheckFields(); !s.ok()) return s;
+  report.sizeMismatch = *size != committed.endOfFile;
+  report.mapsInvalid = committed.mapState != kMapsValid;
+  _mapStateAtOpen = committed.mapState;
+  _freeBytesAtOpen = committed.freeBytes;
+  return {};
+}
+
+// A header write that a crash cut short can leave any mixture of the old and the new one; then the
+// copy that was flushed before the write began is whole.
+Status NodeDatabase::Impl::ChooseHeader(std::span<const std::byte, kHeaderSize> bytes) {
+  const Status kind = FileHeader::CheckKind(bytes);
+  const Status full = FileHeader::CheckFullCrc(bytes);
+  const Status partial = FileHeader::CheckPartialCrc(bytes);
+  if (kind.ok() && full.ok() && partial.ok()) {
+    committed = FileHeader::Decode(bytes);
+    return {};
+  }
+  std::array<std::byte, kHeaderSize> copy{};
+  Result<std::size_t> got = _file->ReadAt(kHeaderCopyOffset, copy);
+  if (got.ok() && *got == kHeaderSize && FileHeader::CheckKind(copy).ok() &&
+      FileHeader::CheckFullCrc(copy).ok() && FileHeader::CheckPartialCrc(copy).ok()) {
+    committed = FileHeader::Decode(copy);
+    report.headerFromCopy = true;
+    return {};
+  }
+  if (!kind.ok()) return kind;
+  if (!partial.ok()) return partial;
+  committed = FileHeader::Decode(bytes);
+  report.headerFromPartial = true;
+  // What the intact part does not cover is found out from the file itself.
+  committed.crypt = CryptMethod::kNone;
+  committed.nextBlockId = 0;
+  return {};
+}
+
+Status NodeDatabase::Impl::CompletePartialHeader() {
+  Result<std::optional<std::uint64_t>> last = blocks.LastKey();
+  if (!last.ok()) return last.status();
+  committed.nextBlockId = (last->value_or(0) & ~std::uint64_t{3}) + 4;
+  Result<CryptMethod> crypt = GuessCrypt();
+  if (!crypt.ok()) return crypt.status();
+  committed.crypt = *crypt;
+  return {};
+}
+
+// The message store's data begins with the heap signature EC and, for a property context, BC.
+Result<CryptMethod> NodeDatabase::Impl::GuessCrypt() {
+  const Status unknown(StatusCode::kCorrupt,
+                       "header: bCryptMethod is lost and the data do not tell");
+  std::array<std::byte, kNodeEntrySize> entry;
+  Result<bool> found = nodes.Find(kNidMessageStore.value, entry);
+  if (!found.ok()) return found.status();
+  if (!*found) return unknown;
+  BlockId bid = DecodeNode(entry).data;
+  for (int level = 0; level < 2 && bid.IsInternal(); ++level) {
+    std::vector<BlockId> below;
+    if (Status s = AppendReferencesOf(bid, below); !s.ok()) return s;
+    if (below.empty()) return unknown;
+    bid = below.front();
+  }
+  if (!bid || bid.IsInternal()) return unknown;
+  Result<BlockSlice> stored = ReadBlock(bid);  // as stored: the method is still kNone
+  if (!stored.ok()) return stored.status();
+  _blockCache.Forget(bid);
+  for (const CryptMethod method :
+       {CryptMethod::kPermute, CryptMethod::kNone, CryptMethod::kCyclic}) {
+    std::array<std::byte, 4> start{};
+    if (stored->size() < start.size()) return unknown;
+    DecodeTo(method, CyclicKey(bid.value), stored->bytes().first(start.size()), start);
+    if (start[2] == std::byte{0xEC} && start[3] == std::byte{0xBC}) return method;
+  }
+  return unknown;
+}
+
+void NodeDatabase::Impl::StartFromHeader() {
+  current = committed;
+  _newBase = committed.nextBlockId >> 2;
+  _pages.SetFile(_file.get(), committed.endOfFile);
+  nodes.Open(committed.nodeRoot);
+  blocks.Open(committed.blockRoot);
+}
+
+// ---- From reading to writing --------------------------------------------------------------------
+
+Status NodeDatabase::Impl::PrepareToModify() {
+  if (!status.ok()) return status;
+  if (_modifying) return {};
+  if (_closed) return {StatusCode::kClosed, "the file is closed"};
+  if (_mode == OpenMode::kRead) {
+    return {StatusCode::kAccessDenied, "the file is open for reading only"};
+  }
+  if (!_locked) {
+    if (Status s = _file->LockExclusive(); !s.ok()) return s;
+    _locked = true;
+  }
+  std::array<std::byte, kHeaderSize> now;
+  if (Status s = ReadExactly(0, now); !s.ok()) return s;
+  if (now != _headerAsRead) {
+    return {StatusCode::kLocked, "another program changed the file since it was opened"};
+  }
+  if (Status s = FindFreeSpace(); !s.ok()) return s;
+  if (Status s = MarkAsChanging(); !s.ok()) return Latch(s);
+  _modifying = true;
+  return {};
+}
+
+Status NodeDatabase::Impl::MarkAsChanging() {
+  Result<std::uint64_t> size = _file->Size();
+  if (!size.ok()) return size.status();
+  const std::uint64_t end = _space.end();
+  if (*size > end) {
+    if (Status s = _file->Resize(end); !s.ok()) return s;
+  } else if (*size < end) {
+    if (Status s = _file->Allocate(end); !s.ok()) return s;
+  }
+  FileHeader header = committed;
+  header.endOfFile = end;
+  header.lastAMap = end - kAMapInterval;
+  header.mapState = kMapsInvalid;
+  return WriteHeader(header);
+}
+
+// ---- Creating -----------------------------------------------------------------------------------
+
+Status NodeDatabase::Impl::CreateFile(const CreateOptions& create) {
+  if (!create.replace && files.Inspect(path).kind != platform::FileKind::kNone) {
+    return {StatusCode::kExists, "the file exists already"};
+  }
+  _replace = create.replace;
+  _mode = OpenMode::kReadWrite;
+  _actualPath = TemporaryName(path);
+  using FileMode = platform::FileSystem::OpenMode;
+  auto file = files.Open(_actualPath, FileMode::kCreateNew);
+  if (!file.ok() && file.status().code() == StatusCode::kExists) {
+    // Left behind by a creation that was cut off, unless somebody holds it.
+    auto leftover = files.Open(_actualPath, FileMode::kReadWrite);
+    if (!leftover.ok()) return leftover.status();
+    if (Status s = (*leftover)->LockExclusive(); !s.ok()) return s;
+    leftover->reset();
+    if (Status s = files.Remove(_actualPath); !s.ok()) return s;
+    file = files.Open(_actualPath, FileMode::kCreateNew);
+  }
+  if (!file.ok()) return file.status();
+  _file = std::move(*file);
+  _creating = true;
+  if (Status s = _file->LockExclusive(); !s.ok()) return s;
+  _locked = true;
+  committed = current = FileHeader::New(create.crypt);
+  _newBase = current.nextBlockId >> 2;
+  _knownFrom = kFirstAMapOffset;
+  _space.Reset(kFirstAMapOffset, kFirstAMapOffset);
+  if (Status s = ExtendFile(kSmallestFile, kSmallestFile); !s.ok()) return s;
+  _pages.SetFile(_file.get(), kSmallestFile);
+  nodes.StartEmpty();
+  blocks.StartEmpty();
+  changed = true;
+  _modifying = true;
+  committed.endOfFile = current.endOfFile = kSmallestFile;
+  committed.lastAMap = current.lastAMap = kFirstAMapOffset;
+  return {};
+}
+
+Status NodeDatabase::Impl::PublishFile() {
+  if (!_creating) return {StatusCode::kInvalidArgument, "the file has its name already"};
+  _publishing = true;
+  if (Status s = Close(); !s.ok()) return s;
+  if (Status s = files.Rename(_actualPath, path, _replace); !s.ok()) return s;
+  _creating = false;
+  return files.FlushFolder(platform::ParentOfPath(path));
+}
+
+}  // namespace parvane::pstfile

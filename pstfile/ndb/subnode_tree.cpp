@@ -1,0 +1,360 @@
+#include "pstfile/ndb/subnode_tree.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "pstfile/ndb/block_format.h"
+#include "pstfile/ndb/layout.h"
+#include "pstfile/ndb/little_endian.h"
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+
+Status Corrupt(BlockId bid, const std::string& text) {
+  return {StatusCode::kCorrupt, "block " + ToString(bid) + ": " + text};
+}
+
+Status TooMany() { return {StatusCode::kTooBig, "a node cannot have more than 173400 subnodes"}; }
+
+struct SubnodeBlock {
+  BlockSlice bytes;
+  InternalBlock block;
+};
+
+Result<SubnodeBlock> ReadSubnodeBlock(const NodeDatabase& database, BlockId bid) {
+  if (!bid.IsInternal()) return Corrupt(bid, "a data block as part of a subnode tree");
+  Result<BlockSlice> bytes = database.ReadBlock(bid);
+  if (!bytes.ok()) return bytes.status();
+  Result<InternalBlock> block = InternalBlock::Parse(bytes->bytes(), bid);
+  if (!block.ok()) return block.status();
+  if (block->type != kSubnodeTreeBlock) return Corrupt(bid, "not part of a subnode tree");
+  return SubnodeBlock{std::move(*bytes), *block};
+}
+
+// Ascending order is what every search here relies on.
+template <typename Item, typename Key>
+Status CheckOrder(BlockId bid, const std::vector<Item>& items, Key Item::*key) {
+  for (std::size_t i = 1; i < items.size(); ++i) {
+    if (!(items[i - 1].*key < items[i].*key)) {
+      return Corrupt(bid, "nid " + ToString(items[i].*key) + " out of order");
+    }
+  }
+  return {};
+}
+
+Result<std::vector<SubnodeEntry>> DecodeLeaf(BlockId bid, const InternalBlock& block) {
+  std::vector<SubnodeEntry> entries;
+  entries.reserve(block.count);
+  for (std::size_t at = 0; at < block.entries.size(); at += 24) {
+    entries.push_back({NodeId(LoadU32(block.entries, at)), BlockId(LoadU64(block.entries, at + 8)),
+                       BlockId(LoadU64(block.entries, at + 16))});
+  }
+  if (Status s = CheckOrder(bid, entries, &SubnodeEntry::nid); !s.ok()) return s;
+  return entries;
+}
+
+Result<BlockId> WriteLeaf(NodeDatabase& database, std::span<const SubnodeEntry> entries) {
+  std::vector<std::byte> bytes = StartInternalBlock(kSubnodeTreeBlock, 0, entries.size(), 24, 0);
+  std::size_t at = kInternalBlockHeaderSize;
+  for (const SubnodeEntry& entry : entries) {
+    StoreU64(bytes, at, entry.nid.value);
+    StoreU64(bytes, at + 8, entry.data.value);
+    StoreU64(bytes, at + 16, entry.sub.value);
+    at += 24;
+  }
+  return database.WriteInternalBlock(bytes);
+}
+
+template <typename Leaf>
+Result<BlockId> WriteIndex(NodeDatabase& database, std::span<const Leaf> leaves) {
+  std::vector<std::byte> bytes = StartInternalBlock(kSubnodeTreeBlock, 1, leaves.size(), 16, 0);
+  std::size_t at = kInternalBlockHeaderSize;
+  for (const Leaf& leaf : leaves) {
+    StoreU64(bytes, at, leaf.first.value);
+    StoreU64(bytes, at + 8, leaf.block.value);
+    at += 16;
+  }
+  return database.WriteInternalBlock(bytes);
+}
+
+}  // namespace
+
+// ---- SubnodeTree --------------------------------------------------------------------------------
+
+Result<SubnodeTree> SubnodeTree::Open(const NodeDatabase& database, BlockId root) {
+  SubnodeTree tree;
+  tree._database = &database;
+  tree._root = root;
+  if (!root) return tree;
+  Result<SubnodeBlock> top = ReadSubnodeBlock(database, root);
+  if (!top.ok()) return top.status();
+  if (top->block.level == 0) {
+    Result<std::vector<SubnodeEntry>> entries = DecodeLeaf(root, top->block);
+    if (!entries.ok()) return entries.status();
+    tree._leaves = {{entries->front().nid, root}};
+    tree._entries = std::move(*entries);
+    tree._loaded = 0;
+    return tree;
+  }
+  tree._indexed = true;
+  const auto entries = top->block.entries;
+  for (std::size_t at = 0; at < entries.size(); at += 16) {
+    tree._leaves.push_back({NodeId(LoadU32(entries, at)), BlockId(LoadU64(entries, at + 8))});
+  }
+  if (Status s = CheckOrder(root, tree._leaves, &Leaf::first); !s.ok()) return s;
+  return tree;
+}
+
+Status SubnodeTree::LoadLeaf(std::size_t index) const {
+  if (_loaded == index) return {};
+  const BlockId bid = _leaves[index].block;
+  Result<SubnodeBlock> leaf = ReadSubnodeBlock(*_database, bid);
+  if (!leaf.ok()) return leaf.status();
+  if (leaf->block.level != 0) return Corrupt(bid, "a SIBLOCK below a SIBLOCK");
+  Result<std::vector<SubnodeEntry>> entries = DecodeLeaf(bid, leaf->block);
+  if (!entries.ok()) return entries.status();
+  if (entries->front().nid != _leaves[index].first ||
+      (index + 1 < _leaves.size() && !(entries->back().nid < _leaves[index + 1].first))) {
+    return Corrupt(bid, "its nids are not those the SIBLOCK gives");
+  }
+  _entries = std::move(*entries);
+  _loaded = index;
+  return {};
+}
+
+std::size_t SubnodeTree::LeafFor(NodeId nid) const {
+  const auto after = std::ranges::upper_bound(_leaves, nid, {}, &Leaf::first);
+  return after == _leaves.begin() ? 0 : static_cast<std::size_t>(after - _leaves.begin()) - 1;
+}
+
+Result<std::optional<SubnodeEntry>> SubnodeTree::Find(NodeId nid) const {
+  Result<std::optional<SubnodeEntry>> next = Next(nid);
+  if (next.ok() && *next && (*next)->nid != nid) return std::optional<SubnodeEntry>();
+  return next;
+}
+
+Result<std::optional<SubnodeEntry>> SubnodeTree::Next(NodeId from) const {
+  if (_leaves.empty()) return std::optional<SubnodeEntry>();
+  for (std::size_t index = LeafFor(from); index < _leaves.size(); ++index) {
+    if (Status s = LoadLeaf(index); !s.ok()) return s;
+    const auto found = std::ranges::lower_bound(_entries, from, {}, &SubnodeEntry::nid);
+    if (found != _entries.end()) return std::optional(*found);
+  }
+  return std::optional<SubnodeEntry>();
+}
+
+Result<std::vector<SubnodeEntry>> SubnodeTree::Entries() const {
+  std::vector<SubnodeEntry> all;
+  for (std::size_t index = 0; index < _leaves.size(); ++index) {
+    if (Status s = LoadLeaf(index); !s.ok()) return s;
+    all.insert(all.end(), _entries.begin(), _entries.end());
+  }
+  return all;
+}
+
+// ---- SubnodeTreeBuilder -------------------------------------------------------------------------
+
+Status SubnodeTreeBuilder::Add(const SubnodeEntry& entry) {
+  if (!entry.nid || (_last && entry.nid <= *_last)) {
+    return {StatusCode::kInvalidArgument, "subnode " + ToString(entry.nid) + " out of order"};
+  }
+  if (_entries.size() == kMaximumSlBlockEntries) {
+    if (_leaves.size() + 1 >= kMaximumSiBlockEntries) return TooMany();
+    if (Status s = FlushLeaf(); !s.ok()) return s;
+  }
+  _entries.push_back(entry);
+  _last = entry.nid;
+  return {};
+}
+
+Status SubnodeTreeBuilder::FlushLeaf() {
+  Result<BlockId> leaf = WriteLeaf(*_database, _entries);
+  if (!leaf.ok()) return leaf.status();
+  _leaves.push_back({_entries.front().nid, *leaf});
+  _entries.clear();
+  return {};
+}
+
+Result<BlockId> SubnodeTreeBuilder::Finish() {
+  if (!_entries.empty()) {
+    if (Status s = FlushLeaf(); !s.ok()) return s;
+  }
+  BlockId root;
+  if (_leaves.size() == 1) root = _leaves.front().block;
+  if (_leaves.size() > 1) {
+    Result<BlockId> index = WriteIndex(*_database, std::span<const SubnodeTree::Leaf>(_leaves));
+    if (!index.ok()) return index.status();
+    root = *index;
+  }
+  _leaves.clear();
+  _last.reset();
+  return root;
+}
+
+void SubnodeTreeBuilder::Abandon() {
+  for (const SubnodeEntry& entry : _entries) {
+    _database->AbandonBlock(entry.data);
+    _database->AbandonBlock(entry.sub);
+  }
+  for (const SubnodeTree::Leaf& leaf : _leaves) _database->AbandonBlock(leaf.block);
+  _entries.clear();
+  _leaves.clear();
+  _last.reset();
+}
+
+// ---- SubnodeTreeEditor --------------------------------------------------------------------------
+
+Result<SubnodeTreeEditor> SubnodeTreeEditor::Open(NodeDatabase& database, BlockId root) {
+  Result<SubnodeTree> tree = SubnodeTree::Open(database, root);
+  if (!tree.ok()) return tree.status();
+  return SubnodeTreeEditor(database, std::move(*tree));
+}
+
+SubnodeTreeEditor::~SubnodeTreeEditor() { Forget(); }
+
+SubnodeTreeEditor::SubnodeTreeEditor(SubnodeTreeEditor&& other) noexcept
+    : _database(other._database),
+      _tree(std::move(other._tree)),
+      _root(other._root),
+      _changes(std::exchange(other._changes, {})) {}
+
+SubnodeTreeEditor& SubnodeTreeEditor::operator=(SubnodeTreeEditor&& other) noexcept {
+  if (this == &other) return *this;
+  Forget();
+  _database = other._database;
+  _tree = std::move(other._tree);
+  _root = other._root;
+  _changes = std::exchange(other._changes, {});
+  return *this;
+}
+
+Result<std::optional<SubnodeEntry>> SubnodeTreeEditor::Find(NodeId nid) const {
+  const auto change = _changes.find(nid);
+  if (change != _changes.end()) return change->second;
+  return _tree.Find(nid);
+}
+
+// A loose block that is in neither entry any more can only be freed here.
+void SubnodeTreeEditor::DropReplaced(const SubnodeEntry& old, const SubnodeEntry& now) {
+  for (const BlockId bid : {old.data, old.sub}) {
+    if (bid != now.data && bid != now.sub) _database->AbandonBlock(bid);
+  }
+}
+
+Status SubnodeTreeEditor::Put(const SubnodeEntry& entry) {
+  if (!entry.nid) return {StatusCode::kInvalidArgument, "subnode 0"};
+  const auto [change, added] = _changes.try_emplace(entry.nid, entry);
+  if (added) return {};
+  if (change->second) DropReplaced(*change->second, entry);
+  change->second = entry;
+  return {};
+}
+
+Status SubnodeTreeEditor::Remove(NodeId nid) {
+  const auto [change, added] = _changes.try_emplace(nid, std::nullopt);
+  if (added) return {};
+  if (change->second) DropReplaced(*change->second, {});
+  change->second.reset();
+  return {};
+}
+
+Result<BlockId> SubnodeTreeEditor::Flush() {
+  if (_changes.empty()) return _root;
+  const bool loose = _root && _database->IsLoose(_root);
+  std::vector<SubnodeTree::Leaf> leaves;
+  std::vector<BlockId> fresh;
+  std::vector<BlockId> replacedLeaves;
+  std::vector<std::pair<SubnodeEntry, SubnodeEntry>> replacedEntries;
+  const auto undo = [&](const Status& s) {
+    for (const BlockId bid : fresh) _database->AbandonBlockOnly(bid);
+    return s;
+  };
+  const auto write = [&](std::span<const SubnodeEntry> entries) -> Status {
+    Result<BlockId> bid = WriteLeaf(*_database, entries);
+    if (!bid.ok()) return bid.status();
+    fresh.push_back(*bid);
+    leaves.push_back({entries.front().nid, *bid});
+    return {};
+  };
+
+  auto change = _changes.begin();
+  const std::size_t oldLeaves = std::max<std::size_t>(_tree._leaves.size(), 1);
+  for (std::size_t index = 0; index < oldLeaves; ++index) {
+    const bool exists = index < _tree._leaves.size();
+    const bool last = index + 1 >= oldLeaves;
+    const auto inLeaf = [&](NodeId nid) { return last || nid < _tree._leaves[index + 1].first; };
+    if (change == _changes.end() || !inLeaf(change->first)) {
+      leaves.push_back(_tree._leaves[index]);
+      continue;
+    }
+    // Merge the leaf with the changes that fall into it.
+    std::vector<SubnodeEntry> merged;
+    std::size_t at = 0;
+    if (exists) {
+      if (Status s = _tree.LoadLeaf(index); !s.ok()) return undo(s);
+      replacedLeaves.push_back(_tree._leaves[index].block);
+    }
+    const std::vector<SubnodeEntry> none;
+    const std::vector<SubnodeEntry>& old = exists ? _tree._entries : none;
+    const bool appends = last && (old.empty() || old.back().nid < change->first);
+    for (; change != _changes.end() && inLeaf(change->first); ++change) {
+      while (at < old.size() && old[at].nid < change->first) merged.push_back(old[at++]);
+      if (at < old.size() && old[at].nid == change->first) {
+        replacedEntries.emplace_back(old[at++], change->second.value_or(SubnodeEntry{}));
+      }
+      if (change->second) merged.push_back(*change->second);
+    }
+    merged.insert(merged.end(), old.begin() + static_cast<std::ptrdiff_t>(at), old.end());
+    // At the right edge leaves are filled up, elsewhere they are split evenly.
+    const std::size_t parts = (merged.size() + kMaximumSlBlockEntries - 1) / kMaximumSlBlockEntries;
+    for (std::size_t part = 0, from = 0; part < parts; ++part) {
+      const std::size_t left = merged.size() - from;
+      const std::size_t size = appends ? std::min(left, kMaximumSlBlockEntries)
+                                       : (left + parts - part - 1) / (parts - part);
+      if (Status s = write(std::span(merged).subspan(from, size)); !s.ok()) return undo(s);
+      from += size;
+    }
+  }
+  if (leaves.size() > kMaximumSiBlockEntries) return undo(TooMany());
+
+  BlockId root;
+  if (leaves.size() == 1) root = leaves.front().block;
+  if (leaves.size() > 1) {
+    Result<BlockId> index = WriteIndex(*_database, std::span<const SubnodeTree::Leaf>(leaves));
+    if (!index.ok()) return undo(index.status());
+    root = *index;
+  }
+  // What a loose tree had and the new one has not, nobody else can free.
+  if (loose) {
+    for (const auto& [old, now] : replacedEntries) DropReplaced(old, now);
+    for (const BlockId bid : replacedLeaves) _database->AbandonBlockOnly(bid);
+    if (_tree._indexed) _database->AbandonBlockOnly(_root);
+  }
+  SubnodeTree tree;
+  tree._database = _database;
+  tree._root = root;
+  tree._indexed = leaves.size() > 1;
+  tree._leaves = std::move(leaves);
+  _tree = std::move(tree);
+  _root = root;
+  _changes.clear();
+  return root;
+}
+
+// Entries not flushed belong to no tree.
+void SubnodeTreeEditor::Forget() {
+  for (const auto& [nid, entry] : _changes) {
+    if (!entry) continue;
+    Result<std::optional<SubnodeEntry>> old = _tree.Find(nid);
+    DropReplaced(*entry, old.ok() && *old ? **old : SubnodeEntry{});
+  }
+  _changes.clear();
+}
+
+}  // namespace parvane::pstfile

@@ -1,0 +1,183 @@
+#include "pstfile/ndb/tree_page.h"
+
+#include <algorithm>
+#include <string>
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+
+Status Corrupt(PageType tree, FileOffset offset, const std::string& text) {
+  return {StatusCode::kCorrupt,
+          std::string(PageTypeName(tree)) + " page at " + ToString(offset) + ": " + text};
+}
+
+std::uint64_t KeyMask(PageType tree) {
+  return tree == PageType::kBlockTree ? ~std::uint64_t{1} : ~std::uint64_t{0};
+}
+
+}  // namespace
+
+TreePage::TreePage(PageType tree, unsigned level)
+    : _entrySize(level == 0 ? LeafEntrySize(tree) : kBranchEntrySize),
+      _keyMask(KeyMask(tree)),
+      _tree(tree) {
+  StoreU8(_bytes, 489, static_cast<std::uint8_t>(capacity()));
+  StoreU8(_bytes, 490, static_cast<std::uint8_t>(_entrySize));
+  StoreU8(_bytes, 491, static_cast<std::uint8_t>(level));
+}
+
+Result<std::shared_ptr<const TreePage>> TreePage::FromBytes(const PageBytes& bytes, PageType tree,
+                                                            FileOffset offset) {
+  std::shared_ptr<TreePage> page(new TreePage());
+  page->_bytes = bytes;
+  page->_tree = tree;
+  page->_keyMask = KeyMask(tree);
+  page->_count = LoadU8(bytes, 488);
+  page->_entrySize = LoadU8(bytes, 490);
+  if (page->level() > kMaximumTreeLevel) {
+    return Corrupt(tree, offset, "cLevel " + std::to_string(page->level()));
+  }
+  const std::size_t size = page->level() == 0 ? LeafEntrySize(tree) : kBranchEntrySize;
+  if (page->_entrySize != size) {
+    return Corrupt(
+        tree, offset,
+        "cbEnt " + std::to_string(page->_entrySize) + ", expected " + std::to_string(size));
+  }
+  if (page->_count > page->capacity()) {
+    return Corrupt(tree, offset, "cEnt " + std::to_string(page->_count));
+  }
+  if (page->_count == 0 && page->level() > 0) return Corrupt(tree, offset, "no entries");
+  for (std::size_t i = 0; i < page->_count; ++i) {
+    if (i > 0 && page->Key(i) <= page->Key(i - 1)) {
+      return Corrupt(tree, offset, "key " + ToHex(page->Key(i)) + " out of order");
+    }
+    if (page->level() > 0 && page->Child(i).offset.value % kPageSize != 0) {
+      return Corrupt(tree, offset, "child page at " + ToString(page->Child(i).offset));
+    }
+  }
+  // Only entries count; older writers leave stale bytes behind them.
+  std::fill(page->_bytes.begin() + static_cast<std::ptrdiff_t>(page->_count * size),
+            page->_bytes.begin() + kTreeBodySize, std::byte{0});
+  StoreU8(page->_bytes, 489, static_cast<std::uint8_t>(page->capacity()));
+  StoreU32(page->_bytes, 492, 0);
+  return std::shared_ptr<const TreePage>(std::move(page));
+}
+
+std::size_t TreePage::LowerBound(std::uint64_t key) const {
+  std::size_t low = 0;
+  std::size_t high = _count;
+  while (low < high) {
+    const std::size_t middle = (low + high) / 2;
+    if (Key(middle) < key) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  return low;
+}
+
+std::size_t TreePage::ChildFor(std::uint64_t key) const {
+  const std::size_t i = LowerBound(key);
+  if (i < _count && Key(i) == key) return i;
+  return i == 0 ? 0 : i - 1;
+}
+
+PageRef TreePage::Child(std::size_t i) const {
+  const auto entry = Entry(i);
+  return {PageId(LoadU64(entry, 8)), FileOffset(LoadU64(entry, 16))};
+}
+
+void TreePage::SetChild(std::size_t i, PageRef ref) {
+  const auto entry = Entry(i);
+  StoreU64(entry, 8, ref.id.value);
+  StoreU64(entry, 16, ref.offset.value);
+}
+
+void TreePage::SetCount(std::size_t count) {
+  _count = count;
+  StoreU8(_bytes, 488, static_cast<std::uint8_t>(count));
+}
+
+void TreePage::Insert(std::size_t i, std::span<const std::byte> entry) {
+  const auto at = _bytes.begin() + static_cast<std::ptrdiff_t>(i * _entrySize);
+  const auto end = _bytes.begin() + static_cast<std::ptrdiff_t>(_count * _entrySize);
+  std::copy_backward(at, end, end + static_cast<std::ptrdiff_t>(_entrySize));
+  std::copy_n(entry.begin(), _entrySize, at);
+  SetCount(_count + 1);
+}
+
+void TreePage::Erase(std::size_t i) {
+  const auto at = _bytes.begin() + static_cast<std::ptrdiff_t>(i * _entrySize);
+  const auto end = _bytes.begin() + static_cast<std::ptrdiff_t>(_count * _entrySize);
+  std::copy(at + static_cast<std::ptrdiff_t>(_entrySize), end, at);
+  std::fill(end - static_cast<std::ptrdiff_t>(_entrySize), end, std::byte{0});
+  SetCount(_count - 1);
+}
+
+void TreePage::MoveTail(std::size_t i, TreePage& to) {
+  const std::size_t moved = _count - i;
+  const auto from = _bytes.begin() + static_cast<std::ptrdiff_t>(i * _entrySize);
+  const auto bytes = static_cast<std::ptrdiff_t>(moved * _entrySize);
+  std::copy(from, from + bytes,
+            to._bytes.begin() + static_cast<std::ptrdiff_t>(to._count * _entrySize));
+  std::fill(from, from + bytes, std::byte{0});
+  to.SetCount(to._count + moved);
+  SetCount(i);
+}
+
+const PageBytes& TreePage::Seal(PageRef place) {
+  SealPage(_bytes, _tree, place.offset, place.id.value);
+  return _bytes;
+}
+
+Result<std::shared_ptr<const TreePage>> TreePageCache::Read(PageRef ref, PageType tree, bool keep) {
+  if (const auto found = _byOffset.find(ref.offset.value); found != _byOffset.end()) {
+    const Slot& slot = *found->second;
+    if (slot.ref == ref && slot.page->tree() == tree) {
+      if (found->second != _slots.begin()) _slots.splice(_slots.begin(), _slots, found->second);
+      return slot.page;
+    }
+  }
+  if (ref.offset.value % kPageSize != 0 || ref.offset.value < kFirstAMapOffset ||
+      ref.offset.value > _endOfFile - kPageSize) {
+    return Corrupt(tree, ref.offset, "not a place for a page");
+  }
+  PageBytes bytes;
+  Result<std::size_t> got = _file->ReadAt(ref.offset.value, bytes);
+  if (!got.ok()) return got.status();
+  if (*got != kPageSize) return Corrupt(tree, ref.offset, "beyond the end of the file");
+  if (Status s = CheckPage(bytes, tree, ref.offset, ref.id.value); !s.ok()) return s;
+  auto page = TreePage::FromBytes(bytes, tree, ref.offset);
+  if (page.ok() && keep) Put(ref, *page);
+  return page;
+}
+
+void TreePageCache::Put(PageRef ref, std::shared_ptr<const TreePage> page) {
+  Forget(ref.offset);
+  _slots.push_front({ref, std::move(page)});
+  _byOffset[ref.offset.value] = _slots.begin();
+  if (_slots.size() > _capacity) {
+    _byOffset.erase(_slots.back().ref.offset.value);
+    _slots.pop_back();
+  }
+}
+
+void TreePageCache::Forget(FileOffset offset) {
+  const auto found = _byOffset.find(offset.value);
+  if (found == _byOffset.end()) return;
+  _slots.erase(found->second);
+  _byOffset.erase(found);
+}
+
+void TreePageCache::Clear() {
+  _slots.clear();
+  _byOffset.clear();
+}
+
+}  // namespace parvane::pstfile
