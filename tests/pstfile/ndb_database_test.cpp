@@ -1,0 +1,303 @@
+// Nodes, blocks, references and space through whole sessions.
+#include <array>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "pstfile/ndb/node_database.h"
+#include "tests/pstfile/ndb_inspection.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using platform::StatusCode;
+using ::testing::IsEmpty;
+
+constexpr char16_t kPath[] = u"mail.pst";
+
+struct NodeDatabaseTest : ::testing::Test {
+  MemoryFiles files;
+  std::unique_ptr<NodeDatabase> db;
+
+  void Create(const CreateOptions& options = {}) {
+    auto created = NodeDatabase::Create(files, kPath, options);
+    ASSERT_OK(created);
+    db = std::move(*created);
+  }
+  void Open(OpenMode mode = OpenMode::kReadWrite, const OpenOptions& options = {}) {
+    db.reset();
+    auto opened = NodeDatabase::Open(files, kPath, mode, options);
+    ASSERT_OK(opened);
+    db = std::move(*opened);
+  }
+  BlockId Write(const Bytes& bytes) {
+    DataTreeWriter writer(*db);
+    EXPECT_TRUE(writer.Append(bytes).ok());
+    auto root = writer.Finish();
+    EXPECT_TRUE(root.ok()) << root.status().message();
+    return root.ok() ? *root : BlockId();
+  }
+  void Put(std::uint32_t nid, const Bytes& data, BlockId sub = {}) {
+    ASSERT_OK(db->PutNode({NodeId(nid), Write(data), sub, NodeId()}));
+  }
+  Bytes Get(std::uint32_t nid) {
+    auto node = db->FindNode(NodeId(nid));
+    if (!node.ok() || !*node) return {};
+    auto tree = DataTree::Open(*db, (*node)->data);
+    if (!tree.ok()) return {};
+    auto all = tree->ReadAll();
+    return all.ok() ? *all : Bytes();
+  }
+  void CloseAndCheck() {
+    ASSERT_OK(db->Close());
+    Open(OpenMode::kRead);
+    EXPECT_THAT(Problems(*db, true), IsEmpty());
+    EXPECT_EQ(files[kPath].size(), db->FileSize());
+  }
+};
+
+TEST_F(NodeDatabaseTest, NewFileIsCompleteAndAsSmallAsCanBe) {
+  Create();
+  Put(0x21, Pattern(100, 1));
+  EXPECT_FALSE(files.contents.contains(kPath)) << "visible before it is published";
+  ASSERT_OK(db->Publish());
+  EXPECT_EQ(files.contents.size(), 1U);
+  EXPECT_EQ(files[kPath].size(), kSmallestFile);
+  EXPECT_EQ(Get(0x21), Pattern(100, 1));
+  EXPECT_THAT(Problems(*db, true), IsEmpty());
+  const auto counters = db->NodeCounters();
+  EXPECT_EQ(counters[2], 0x400U);
+  EXPECT_EQ(counters[4], 0x10000U);
+  // The rest of the header page, where a copy of the header was, is zero again.
+  const Bytes& file = files[kPath];
+  EXPECT_TRUE(std::all_of(file.begin() + 564, file.begin() + kDListOffset,
+                          [](std::byte b) { return b == std::byte{0}; }));
+}
+
+TEST_F(NodeDatabaseTest, UnpublishedFileDisappears) {
+  Create();
+  Put(0x21, Pattern(100, 1));
+  db.reset();
+  EXPECT_TRUE(files.contents.empty());
+}
+
+TEST_F(NodeDatabaseTest, OpenedFileThatIsNotModifiedIsNotWrittenNorLocked) {
+  Create();
+  ASSERT_OK(db->Publish());
+  files.writes = files.flushes = 0;
+  Open();
+  auto second = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
+  ASSERT_OK(second);
+  ASSERT_OK((*second)->PrepareToModify());
+  EXPECT_EQ(db->PrepareToModify().code(), StatusCode::kLocked);
+  second->reset();
+  EXPECT_EQ(db->PrepareToModify().code(), StatusCode::kLocked) << "changed meanwhile";
+  const std::size_t writes = files.writes;
+  ASSERT_OK(db->Close());
+  EXPECT_EQ(files.writes, writes);
+}
+
+TEST_F(NodeDatabaseTest, DataOfEverySizeComesBackUnderEveryEncoding) {
+  for (const CryptMethod crypt :
+       {CryptMethod::kNone, CryptMethod::kPermute, CryptMethod::kCyclic}) {
+    CreateOptions options;
+    options.crypt = crypt;
+    options.replace = true;
+    Create(options);
+    const std::size_t sizes[] = {1,       47,      48,     49,    3580,   8175,
+                                 8176,    8177,    16352,  16353, 100000, 8347696 - 8176,
+                                 8347696, 8347697, 9000000};
+    std::uint32_t nid = 0x21;
+    for (const std::size_t size : sizes) Put(nid += 0x20, Pattern(size, size));
+    ASSERT_OK(db->Publish());
+    nid = 0x21;
+    for (const std::size_t size : sizes) {
+      EXPECT_EQ(Get(nid += 0x20), Pattern(size, size)) << size;
+    }
+    EXPECT_THAT(Problems(*db, true), IsEmpty());
+  }
+}
+
+TEST_F(NodeDatabaseTest, SharedBlockIsFreedWithItsLastReference) {
+  Create();
+  const BlockId shared = Write(Pattern(20000, 1));
+  for (std::uint32_t nid : {0x21, 0x41, 0x61}) {
+    ASSERT_OK(db->PutNode({NodeId(nid), shared, {}, {}}));
+  }
+  ASSERT_OK(db->Publish());
+  ASSERT_OK(db->DeleteNode(NodeId(0x21)));
+  ASSERT_OK(db->PutNode({NodeId(0x41), {}, {}, {}}));
+  ASSERT_OK(db->Commit());
+  EXPECT_EQ(Get(0x61), Pattern(20000, 1));
+  // Taken from its last place and put elsewhere, within one transaction.
+  ASSERT_OK(db->DeleteNode(NodeId(0x61)));
+  ASSERT_OK(db->PutNode({NodeId(0x81), shared, {}, {}}));
+  ASSERT_OK(db->Commit());
+  EXPECT_EQ(Get(0x81), Pattern(20000, 1));
+  ASSERT_OK(db->DeleteNode(NodeId(0x81)));
+  CloseAndCheck();
+  Inspection left;
+  db->Visit(left);
+  EXPECT_TRUE(left.blocks.empty());
+}
+
+TEST_F(NodeDatabaseTest, LooseBlocksSurviveCommitsOutsideTheFile) {
+  Create();
+  ASSERT_OK(db->Publish());
+  DataTreeWriter writer(*db);
+  const Bytes first = Pattern(9'000'000, 1), second = Pattern(50000, 2);
+  ASSERT_OK(writer.Append(first));
+  Put(0x21, Pattern(100, 3));
+  ASSERT_OK(db->Commit());
+  Inspection committed;
+  db->Visit(committed);
+  EXPECT_EQ(committed.blocks.size(), 1U) << "unfinished values are not part of the file";
+  ASSERT_OK(writer.Append(second));
+  auto root = writer.Finish();
+  ASSERT_OK(root);
+  ASSERT_OK(db->PutNode({NodeId(0x41), *root, {}, {}}));
+  ASSERT_OK(db->Commit());
+  Bytes whole = first;
+  whole.insert(whole.end(), second.begin(), second.end());
+  EXPECT_EQ(Get(0x41), whole);
+  db->AbandonBlock(*root);
+  EXPECT_EQ(Get(0x41), whole) << "abandoning what is part of the file does nothing";
+  CloseAndCheck();
+}
+
+TEST_F(NodeDatabaseTest, AbandonedSpaceIsUsedAgainAtOnce) {
+  Create();
+  ASSERT_OK(db->Publish());
+  Put(0x21, Pattern(10, 1));
+  for (int i = 0; i < 200; ++i) {
+    DataTreeWriter writer(*db);
+    ASSERT_OK(writer.Append(Pattern(1'000'000, 1)));
+    writer.Abandon();
+  }
+  EXPECT_LT(files[kPath].size(), 8'000'000U);
+  CloseAndCheck();
+  EXPECT_EQ(db->FileSize(), kSmallestFile);
+}
+
+TEST_F(NodeDatabaseTest, CountersOfFoldersMoveTogether) {
+  Create();
+  auto folder = db->AllocateNodeId(NodeKind::kFolder);
+  ASSERT_OK(folder);
+  EXPECT_EQ(*folder, NodeId(0x8022));
+  ASSERT_OK(db->ReserveNodeId(NodeId(NodeKind::kSearchFolder, 0x5000)));
+  EXPECT_EQ(*db->AllocateNodeId(NodeKind::kSearchFolder), NodeId(NodeKind::kSearchFolder, 0x5001));
+  EXPECT_EQ(*db->AllocateNodeId(NodeKind::kMessage), NodeId(0x200024));
+  EXPECT_EQ(*db->AllocateNodeId(NodeKind::kValue), NodeId(0x803F));
+  ASSERT_OK(db->Publish());
+  const auto counters = db->NodeCounters();
+  for (const int kind : {0x02, 0x0D, 0x0E, 0x0F}) EXPECT_EQ(counters[kind], 0x401U) << kind;
+  for (const int kind : {0x03, 0x06, 0x07, 0x10}) EXPECT_EQ(counters[kind], 0x5001U) << kind;
+  ASSERT_OK(db->ReserveNodeId(NodeId(NodeKind::kMessage, NodeId::kMaximumIndex)));
+  EXPECT_EQ(db->AllocateNodeId(NodeKind::kMessage).status().code(), StatusCode::kTooBig);
+}
+
+TEST_F(NodeDatabaseTest, RandomSessionsAgreeWithAMap) {
+  Create();
+  ASSERT_OK(db->Publish());
+  std::map<std::uint32_t, Bytes> expected;
+  std::mt19937 random(7);
+  for (int round = 0; round < 60; ++round) {
+    for (int i = 0; i < 60; ++i) {
+      // Ids close together, so that pages split, empty and join again.
+      const std::uint32_t nid = (random() % 1500 + 1) << 5 | 4;
+      if (random() % 10 < (round % 20 < 10 ? 3 : 7)) {
+        const auto status = db->DeleteNode(NodeId(nid));
+        EXPECT_EQ(status.ok(), expected.erase(nid) == 1) << status.message();
+      } else {
+        const std::size_t size = random() % 20 == 0 ? random() % 60000 + 1 : random() % 700 + 1;
+        expected[nid] = Pattern(size, random());
+        Put(nid, expected[nid]);
+      }
+    }
+    switch (round % 4) {
+      case 0:
+        ASSERT_OK(db->Commit());
+        break;
+      case 1:
+        CloseAndCheck();
+        Open();
+        break;
+      case 2:  // as after a crash: the maps are invalid
+        ASSERT_OK(db->Commit());
+        Open();
+        EXPECT_TRUE(db->openReport().mapsInvalid);
+        EXPECT_THAT(Problems(*db, false), IsEmpty());
+        break;
+      default:
+        break;
+    }
+    auto all = db->NodesFrom(NodeId(0), 1'000'000);
+    ASSERT_OK(all);
+    ASSERT_EQ(all->size(), expected.size());
+    auto want = expected.begin();
+    for (const NodeRecord& node : *all) {
+      ASSERT_EQ(node.nid.value, want->first);
+      ASSERT_EQ(Get(node.nid.value), want->second);
+      ++want;
+    }
+  }
+  CloseAndCheck();
+}
+
+TEST_F(NodeDatabaseTest, ManyNodesInOrderFillTheirPages) {
+  Create();
+  ASSERT_OK(db->Publish());
+  constexpr std::uint32_t kCount = 30000;
+  for (std::uint32_t i = 1; i <= kCount; ++i) {
+    auto bid = db->WriteBlock(Pattern(20, i));
+    ASSERT_OK(bid);
+    ASSERT_OK(db->PutNode({NodeId(NodeKind::kMessage, i), *bid, {}, kNidIpmSubtree}));
+    if (i % 1000 == 0) ASSERT_OK(db->Commit());
+  }
+  CloseAndCheck();
+  Inspection all;
+  db->Visit(all);
+  EXPECT_EQ(all.nodes.size(), kCount);
+  std::size_t nodeLeaves = 0, blockLeaves = 0;
+  for (const auto& page : all.pages) {
+    if (page.level == 0) ++(page.blockTree ? blockLeaves : nodeLeaves);
+  }
+  EXPECT_LE(nodeLeaves, kCount / 15 + 1);
+  EXPECT_LE(blockLeaves, kCount / 20 + 1);
+  const std::uint64_t useful = kCount * 64 + all.pages.size() * kPageSize;
+  EXPECT_LT(db->FileSize(), useful * 105 / 100 + kAMapInterval);
+}
+
+TEST_F(NodeDatabaseTest, ManyShortSessionsDoNotLetTheFileGrow) {
+  Create();
+  ASSERT_OK(db->Publish());
+  for (std::uint32_t i = 1; i <= 100; ++i) {
+    Put(i << 5 | 4, Pattern(1000, i));
+    ASSERT_OK(db->Close());
+    Open();
+  }
+  EXPECT_EQ(db->FileSize(), kSmallestFile);
+  EXPECT_THAT(Problems(*db, true), IsEmpty());
+}
+
+TEST_F(NodeDatabaseTest, SizeLimitRefusesWhatWouldExceedIt) {
+  Create();
+  ASSERT_OK(db->Publish());
+  OpenOptions options;
+  options.sizeLimit = 3'000'000;
+  Open(OpenMode::kReadWrite, options);
+  Put(0x21, Pattern(1'000'000, 1));
+  {
+    DataTreeWriter writer(*db);
+    EXPECT_EQ(writer.Append(Pattern(5'000'000, 2)).code(), StatusCode::kTooBig);
+  }
+  Put(0x41, Pattern(100'000, 3));
+  CloseAndCheck();
+  EXPECT_EQ(Get(0x21), Pattern(1'000'000, 1));
+  EXPECT_EQ(Get(0x41), Pattern(100'000, 3));
+  EXPECT_LE(db->FileSize(), options.sizeLimit);
+}
+
+}  // namespace
+}  // namespace parvane::pstfile
