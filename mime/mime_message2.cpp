@@ -1,0 +1,276 @@
+#include "mime/mime_message2.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "mime/byte_search.h"
+#include "mime/charset_naming.h"
+#include "mime/multipart_splitter.h"
+#include "platform/text.h"
+
+namespace Tessary {
+namespace {
+
+using parvane::mime::ByteSlice;
+using parvane::mime::ContentField;
+using parvane::mime::LogContext;
+using parvane::mime::OperationLog;
+using parvane::platform::EqualsIgnoreAsciiCase;
+using parvane::platform::StartsWithIgnoreAsciiCase;
+
+std::string ToCrLf(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+  while (!text.empty()) {
+    const std::size_t end = text.find('\n');
+    if (end == std::string_view::npos) break;
+    const std::size_t line = end > 0 && text[end - 1] == '\r' ? end - 1 : end;
+    out.append(text.substr(0, line)).append("\r\n");
+    text.remove_prefix(end + 1);
+  }
+  return out.append(text);
+}
+
+// An empty line that ends in CR LF behind a line that ends in a bare LF, before any other one.
+bool HeaderEndsInMixedLineEnds(std::string_view text) {
+  for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at)) {
+    const bool bare = at == 0 || text[at - 1] != '\r';
+    ++at;
+    if (text.substr(at, 2) == "\r\n") return bare;
+  }
+  return false;
+}
+
+std::string UnfoldedValue(const MimeHeader& header, std::string_view name) {
+  const MimeField* field = header.Find(name);
+  if (field == nullptr) return {};
+  std::string scratch;
+  return std::string(field->Value(scratch));
+}
+
+ContentField ReadContentField(const MimeHeader& header, std::string_view name,
+                              std::string_view charset) {
+  const MimeField* field = header.Find(name);
+  if (field == nullptr) return {};
+  std::string scratch;
+  return ContentField(field->Value(scratch), charset);
+}
+
+bool IsBinaryType(std::string_view contentType) {
+  const std::string type = parvane::platform::ToLowerAscii(contentType);
+  for (const std::string_view binary : {"image/", "audio/", "video/", "application/"}) {
+    if (type.find(binary) != std::string::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+// What the entities of one message share while it is loaded.
+struct MimeMessage2::Context {
+  OperationLog& log;
+  int depth;
+  std::size_t entitiesLeft;
+};
+
+void MimeMessage2::Load(const ByteSlice& text, Log& log, int depth) {
+  Context context{log, depth, MimeLimits::kEntities};
+  _loaded = text;
+  LoadMimeComplete2(NormaliseLineEnds(text, log), context);
+}
+
+// A text with two line feeds side by side gets CR LF throughout; so does one whose header ends in
+// a mixture of line ends.
+ByteSlice MimeMessage2::NormaliseLineEnds(const ByteSlice& text, Log& log) const {
+  const std::string_view bytes = text.view();
+  if (bytes.starts_with("\r\n")) return text;
+  const bool doubleLf = parvane::mime::HasDoubleLineFeed(bytes);
+  if (!doubleLf && !HeaderEndsInMixedLineEnds(bytes) && !bytes.starts_with('\n')) return text;
+  if (doubleLf && bytes.find("\r\n\r\n") == std::string_view::npos) {
+    log.Say("Double CRLF not found, but found double-LF");
+    if (bytes.substr(0, bytes.find("\n\n")).find("\r\n") != std::string_view::npos) {
+      log.Say("Also found CRLF.  The MIME contains a mixture of bare-LF's and CRLF's");
+    }
+  }
+  log.Say("Converting all line endings to CRLF.");
+  return ByteSlice::Adopt(ToCrLf(bytes));
+}
+
+void MimeMessage2::LoadMimeComplete2(ByteSlice text, Context& context) {
+  const LogContext logContext(context.log, "LoadMimeComplete2");
+  const std::string_view bytes = text.view();
+  _text = text;
+  _depth = context.depth;
+  if (bytes.starts_with("\r\n")) {
+    context.log.Say("MIME is missing initial header because it begins with CRLF");
+    _header.Clear();
+    _headerText = _separator = {};
+    _body = text;
+  } else {
+    const std::size_t headerSize = _header.Load(bytes);
+    _headerText = bytes.substr(0, headerSize);
+    const std::string_view rest = bytes.substr(headerSize);
+    _separator = rest.substr(0, rest.find('\n') + 1);
+    _body = text.Part(rest.substr(_separator.size()));
+  }
+  ReadContentFields();
+  SplitBody(context);
+  if (_children.empty()) FinishLeaf(context.log);
+}
+
+void MimeMessage2::ReadContentFields() {
+  const std::string type = UnfoldedValue(_header, "Content-Type");
+  _contentType = ContentField(type);
+  const std::string_view charset = _contentType.Get("charset");
+  _disposition = ReadContentField(_header, "Content-Disposition", charset);
+  _transferEncoding = ContentField(UnfoldedValue(_header, "Content-Transfer-Encoding")).value();
+  _boundary = _contentType.Get("boundary");
+}
+
+void MimeMessage2::SplitBody(Context& context) {
+  _children.clear();
+  _droppedParts.clear();
+  _bodyReplaced = _beyondLimit = _binary = false;
+  if (!IsMultipart() || _boundary.empty()) return;
+  if (context.depth >= MimeLimits::kNesting || context.entitiesLeft < 2) {
+    _beyondLimit = true;
+    return;
+  }
+  auto split = parvane::mime::SplitMultipart(body(), _boundary, context.entitiesLeft, context.log);
+  _boundary = std::move(split.boundary);
+  _droppedParts = std::move(split.dropped);
+  context.entitiesLeft -= std::min(context.entitiesLeft, split.parts.size());
+  _children.reserve(split.parts.size());
+  ++context.depth;
+  for (const std::string_view part : split.parts) {
+    auto child = std::make_shared<MimeMessage2>();
+    child->_loaded = _body.Part(part);
+    child->LoadMimeComplete2(child->_loaded, context);
+    _children.push_back(std::move(child));
+  }
+  --context.depth;
+}
+
+void MimeMessage2::FinishLeaf(Log& log) {
+  const bool byType = IsBinaryType(_contentType.value());
+  _binary = byType || EqualsIgnoreAsciiCase(_disposition.value(), "attachment");
+  if (byType) {
+    log.Say("clearing charset based on content-type.");
+    log.Say("treating body as binary (non-character) data.");
+  } else if (_binary) {
+    log.Say("treating body as binary data because of attachment status.");
+  }
+}
+
+unsigned MimeMessage2::charset() const {
+  const std::string_view name = charsetName();
+  return name.empty() ? 0 : CharsetNaming::CodePageOfName(name).value_or(0);
+}
+
+std::string_view MimeMessage2::charsetName() const {
+  return _binary ? std::string_view() : _contentType.Get("charset");
+}
+
+bool MimeMessage2::IsMultipart() const {
+  return StartsWithIgnoreAsciiCase(_contentType.value(), "multipart");
+}
+
+bool MimeMessage2::ContentTypeIs(std::string_view type) const {
+  return EqualsIgnoreAsciiCase(_contentType.value(), type);
+}
+
+ByteSlice MimeMessage2::DecodedBody() const {
+  const TransferEncoding encoding = TransferEncodingFromName(_transferEncoding);
+  // A body that holds parts is never encoded itself, whatever its header says.
+  if (encoding == TransferEncoding::kIdentity || !_children.empty()) return SerialiseBody();
+  return ByteSlice::Adopt(DecodeBody(encoding, body()));
+}
+
+// ---- Changes -----------------------------------------------------------------------------------
+
+void MimeMessage2::SetField(std::string_view name, std::string_view value) {
+  _header.Set(name, value);
+  ContentFieldsChanged();
+}
+
+std::size_t MimeMessage2::RemoveField(std::string_view name) {
+  const std::size_t removed = _header.Remove(name);
+  if (removed > 0) ContentFieldsChanged();
+  return removed;
+}
+
+// The body is not split anew, so parts keep the boundary they were found with.
+void MimeMessage2::ContentFieldsChanged() {
+  std::string boundary = std::move(_boundary);
+  ReadContentFields();
+  if (!_children.empty()) _boundary = std::move(boundary);
+  Log unread;
+  _binary = false;
+  if (_children.empty()) FinishLeaf(unread);
+}
+
+void MimeMessage2::ReplaceBody(ByteSlice body) {
+  _body = std::move(body);
+  _bodyReplaced = true;
+  _children.clear();
+  _droppedParts.clear();
+}
+
+bool MimeMessage2::IsBodyChanged() const {
+  return _bodyReplaced || std::any_of(_children.begin(), _children.end(),
+                                      [](const auto& child) { return child->IsChanged(); });
+}
+
+bool MimeMessage2::IsChanged() const { return _header.modified() || IsBodyChanged(); }
+
+ByteSlice MimeMessage2::Serialise() const {
+  if (!IsChanged()) return _loaded;
+  std::string out;
+  out.reserve(_loaded.size() + _loaded.size() / 64 + 1024);
+  AppendTo(out);
+  return ByteSlice::Adopt(std::move(out));
+}
+
+ByteSlice MimeMessage2::SerialiseBody() const {
+  if (!IsBodyChanged() || _bodyReplaced) return _body;
+  std::string out;
+  out.reserve(_body.size() + 1024);
+  AppendBodyTo(out);
+  return ByteSlice::Adopt(std::move(out));
+}
+
+void MimeMessage2::AppendTo(std::string& out) const {
+  const std::size_t start = out.size();
+  if (_header.modified()) {
+    std::string header;
+    _header.AppendTo(header);
+    out.append(header);
+  } else {
+    out.append(_headerText);
+  }
+  // A body that began the message stays behind an empty line even when fields were added.
+  const bool hasBody = !_body.empty() || _bodyReplaced;
+  if (!_separator.empty()) {
+    out.append(_separator);
+  } else if (hasBody && out.size() > start) {
+    if (out.back() != '\n') out.append("\r\n");
+    out.append("\r\n");
+  }
+  AppendBodyTo(out);
+}
+
+// What stands between and around the children (preamble, delimiters, epilogue) is kept as loaded.
+void MimeMessage2::AppendBodyTo(std::string& out) const {
+  const std::string_view body = _body.view();
+  std::size_t done = 0;
+  for (const auto& child : _children) {
+    const std::string_view loaded = child->_loaded.view();
+    const auto start = static_cast<std::size_t>(loaded.data() - body.data());
+    out.append(body.substr(done, start - done));
+    child->AppendTo(out);
+    done = start + loaded.size();
+  }
+  out.append(body.substr(done));
+}
+
+}  // namespace Tessary

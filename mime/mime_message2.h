@@ -1,0 +1,117 @@
+// One entity of a MIME message, and through its children the whole tree.
+//
+// Loading splits the text into header and body, indexes the header, and splits a multipart body
+// into child entities, recursively. Nothing is copied: every entity is a slice of the one buffer.
+// Only a message with bare line feeds is rewritten, once as a whole, with CR LF.
+//
+// Loading never fails. What it tolerates it notes in the log.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mime/byte_slice.h"
+#include "mime/content_field.h"
+#include "mime/mime_header.h"
+#include "mime/operation_log.h"
+#include "mime/transfer_encoding.h"
+
+namespace Tessary {
+
+// Bounds that no real mail meets. Beyond them the rest of the bytes is kept as one leaf.
+struct MimeLimits {
+  static constexpr int kNesting = 100;               // multipart and message levels together
+  static constexpr std::size_t kEntities = 200'000;  // in one message
+  static constexpr std::size_t kMessageBytes = std::size_t{1} << 30;
+};
+
+class MimeMessage2 {
+ public:
+  using Log = parvane::mime::OperationLog;
+  using ByteSlice = parvane::mime::ByteSlice;
+
+  MimeMessage2() = default;
+  MimeMessage2(const MimeMessage2&) = delete;
+  MimeMessage2& operator=(const MimeMessage2&) = delete;
+
+  // Replaces everything by the message in `text`. `depth` is how deep it is nested already.
+  void Load(const ByteSlice& text, Log& log, int depth = 0);
+
+  // ---- Header ----
+  const MimeHeader& header() const { return _header; }
+  // The header's lines as loaded, without the empty line behind them.
+  std::string_view headerText() const { return _headerText; }
+  const parvane::mime::ContentField& contentType() const { return _contentType; }
+  const parvane::mime::ContentField& disposition() const { return _disposition; }
+  // The name in Content-Transfer-Encoding, as it stands; empty without the field.
+  const std::string& transferEncoding() const { return _transferEncoding; }
+  // The boundary in the form in which the body has it.
+  const std::string& boundary() const { return _boundary; }
+  // The declared charset's code page; 0 when it is missing or unknown, and for binary content.
+  unsigned charset() const;
+  // The declared charset's name under the same rules.
+  std::string_view charsetName() const;
+  bool isBinary() const { return _binary; }
+
+  bool IsMultipart() const;
+  bool ContentTypeIs(std::string_view type) const;
+
+  // ---- Body ----
+  // Still in its transfer encoding, sub-parts included.
+  std::string_view body() const { return _body.view(); }
+  ByteSlice bodySlice() const { return _body; }
+  // Decoded; shares the message's bytes when there is nothing to decode.
+  ByteSlice DecodedBody() const;
+  const std::vector<std::shared_ptr<MimeMessage2>>& children() const { return _children; }
+  // The parts too small to be kept.
+  const std::vector<std::string_view>& droppedParts() const { return _droppedParts; }
+  // The nesting limit was met here: the body was not looked into.
+  bool beyondLimit() const { return _beyondLimit; }
+  // How deep the entity lies, nested messages counted.
+  int depth() const { return _depth; }
+
+  // ---- Changes ----
+  void SetField(std::string_view name, std::string_view value);
+  std::size_t RemoveField(std::string_view name);
+  // Replaces body and children.
+  void ReplaceBody(ByteSlice body);
+  // Serialises the entity, or its body alone: as loaded where nothing was changed.
+  ByteSlice Serialise() const;
+  ByteSlice SerialiseBody() const;
+
+ private:
+  struct Context;
+
+  void LoadMimeComplete2(ByteSlice text, Context& context);
+  ByteSlice NormaliseLineEnds(const ByteSlice& text, Log& log) const;
+  void ReadContentFields();
+  void SplitBody(Context& context);
+  void FinishLeaf(Log& log);
+  void ContentFieldsChanged();
+  bool IsChanged() const;
+  bool IsBodyChanged() const;
+  void AppendTo(std::string& out) const;
+  void AppendBodyTo(std::string& out) const;
+
+  ByteSlice _loaded;  // as given
+  ByteSlice _text;    // the same with its line ends put right; what all views look into
+  ByteSlice _body;
+  std::string_view _headerText;
+  std::string_view _separator;  // the empty line between header and body
+  MimeHeader _header;
+  parvane::mime::ContentField _contentType;
+  parvane::mime::ContentField _disposition;
+  std::string _transferEncoding;
+  std::string _boundary;
+  std::vector<std::shared_ptr<MimeMessage2>> _children;
+  std::vector<std::string_view> _droppedParts;
+  int _depth = 0;
+  bool _binary = false;
+  bool _beyondLimit = false;
+  bool _bodyReplaced = false;
+};
+
+}  // namespace Tessary
