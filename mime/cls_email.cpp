@@ -1,0 +1,389 @@
+#include "mime/cls_email.h"
+
+#include <utility>
+
+#include "mime/cls_byte_data.h"
+#include "mime/cls_string.h"
+#include "mime/content_coding.h"
+#include "mime/html_charset.h"
+#include "mime/text_decoding.h"
+#include "platform/text.h"
+
+namespace Tessary {
+namespace {
+
+using parvane::mime::FormatMailBox;
+using parvane::platform::EqualsIgnoreAsciiCase;
+
+std::string_view Trim(std::string_view text) {
+  while (!text.empty() && parvane::platform::IsAsciiWhiteSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && parvane::platform::IsAsciiWhiteSpace(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+bool InRange(int index, std::size_t count) {
+  return index >= 0 && static_cast<std::size_t>(index) < count;
+}
+
+// Their words are decoded only once a mailbox has been parsed: a decoded name may hold a comma.
+bool IsAddressField(std::string_view name) {
+  for (const std::string_view field :
+       {"From", "Sender", "Reply-To", "To", "Cc", "Bcc", "Delivered-To", "Resent-From",
+        "Resent-Sender", "Resent-To", "Resent-Cc", "Resent-Bcc", "Mail-Followup-To"}) {
+    if (EqualsIgnoreAsciiCase(name, field)) return true;
+  }
+  return false;
+}
+
+// The first charset stated anywhere in the tree.
+std::string_view FirstCharset(const Email2& node) {
+  const std::string_view own = node.entity().contentType().Get("charset");
+  if (!own.empty()) return own;
+  for (const Email2& child : node.children()) {
+    const std::string_view found = FirstCharset(child);
+    if (!found.empty()) return found;
+  }
+  return {};
+}
+
+// A header's text on one line: line ends, raw or decoded, become spaces and NUL goes.
+std::string OneLine(std::string text) {
+  std::erase(text, '\0');
+  for (char& c : text) {
+    if (c == '\r' || c == '\n') c = ' ';
+  }
+  return std::string(Trim(text));
+}
+
+const char* FieldOfList(ClsEmail::List list) {
+  static constexpr const char* kFields[] = {"From", "To", "Cc", "Bcc"};
+  return kFields[static_cast<int>(list)];
+}
+
+}  // namespace
+
+template <typename Work>
+bool ClsEmail::Run(const char* operation, Work work) {
+  const std::lock_guard<std::mutex> lock(_criticalSection);
+  _log.Begin(operation);
+  bool success = false;
+  if (_message == nullptr) {
+    _log.Say("No internal email object");
+  } else {
+    success = work();
+  }
+  _log.End(success);
+  return success;
+}
+
+bool ClsEmail::SetFromMime(const char* operation, const ByteSlice& text) {
+  const std::lock_guard<std::mutex> lock(_criticalSection);
+  _log.Begin(operation);
+  _message.reset();
+  const bool fits = !text.empty() && text.size() <= MimeLimits::kMessageBytes;
+  if (text.empty()) {
+    _log.Say("The MIME text is empty.");
+  } else if (!fits) {
+    _log.Say("The MIME text is too large.");
+  } else {
+    auto entity = std::make_shared<MimeMessage2>();
+    entity->Load(text, _log, _depth);
+    _message = std::make_unique<Message>(std::move(entity));
+    _message->charset = FirstCharset(_message->root);
+  }
+  _log.End(fits);
+  return fits;
+}
+
+// ---- Header ------------------------------------------------------------------------------------
+
+void ClsEmail::GiveHeaderText(std::string_view raw, ClsString& out) const {
+  out.SetUtf8(OneLine(ContentCoding::DecodeHeader(raw, _message->charset)));
+}
+
+const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
+  auto& mailboxes = _message->lists[static_cast<int>(list)];
+  if (!mailboxes) {
+    // Several fields of the name are one list.
+    const MimeHeader& header = _message->root.header();
+    std::string joined;
+    std::string scratch;
+    for (std::size_t i = 0; i < header.FieldCount(); ++i) {
+      const MimeField& field = header.Field(i);
+      if (!field.NameIs(FieldOfList(list))) continue;
+      if (!joined.empty()) joined.append(", ");
+      joined.append(field.Value(scratch));
+    }
+    mailboxes = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
+  }
+  return *mailboxes;
+}
+
+bool ClsEmail::From(ClsString& out) {
+  return Run("get_From", [&] {
+    std::u16string text;
+    for (const MailBox& mailbox : Mailboxes(List::kFrom)) {
+      if (!text.empty()) text.append(u", ");
+      text.append(FormatMailBox(mailbox));
+    }
+    out.SetUtf16(std::move(text));
+    return true;
+  });
+}
+
+bool ClsEmail::FromPart(const char* operation, MailBoxPart part, ClsString& out) {
+  return Run(operation, [&] {
+    const std::vector<MailBox>& from = Mailboxes(List::kFrom);
+    if (from.empty()) return true;
+    out.SetUtf16(part == MailBoxPart::kName ? from.front().name : from.front().address);
+    return true;
+  });
+}
+
+bool ClsEmail::Subject(ClsString& out) {
+  return Run("get_Subject", [&] {
+    std::string scratch;
+    const MimeField* field = _message->root.header().Find("Subject");
+    if (field != nullptr) GiveHeaderText(field->Value(scratch), out);
+    return true;
+  });
+}
+
+bool ClsEmail::DateText(ClsString& out) {
+  return Run("get_EmailDateStr", [&] {
+    std::string scratch;
+    const MimeField* field = _message->root.header().Find("Date");
+    if (field != nullptr) GiveHeaderText(field->Value(scratch), out);
+    return true;
+  });
+}
+
+bool ClsEmail::Header(ClsString& out) {
+  return Run("get_Header", [&] {
+    const MimeMessage2& entity = _message->root.entity();
+    out.SetBytes(entity.bodySlice().Part(entity.headerText()), {}, _message->charset);
+    return true;
+  });
+}
+
+bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
+  return Run("GetHeaderField", [&] {
+    name = Trim(name);
+    if (name.empty()) {
+      _log.Say("Field name is missing");
+      return false;
+    }
+    const MimeField* field = _message->root.header().Find(name);
+    if (field == nullptr) {
+      _log.Say("Header field does not exist");
+      return false;
+    }
+    std::string scratch;
+    const std::string_view value = field->Value(scratch);
+    if (IsAddressField(name)) {
+      out.SetUtf8(OneLine(DecodeTextToUtf8(value, {}, _message->charset)));
+    } else {
+      GiveHeaderText(value, out);
+    }
+    return true;
+  });
+}
+
+int ClsEmail::RecipientCount(const char* operation, List list) {
+  std::size_t count = 0;
+  Run(operation, [&] {
+    count = Mailboxes(list).size();
+    return true;
+  });
+  return static_cast<int>(count);
+}
+
+bool ClsEmail::Recipient(const char* operation, List list, MailBoxPart part, int index,
+                         ClsString& out) {
+  return Run(operation, [&] {
+    const std::vector<MailBox>& mailboxes = Mailboxes(list);
+    if (!InRange(index, mailboxes.size())) {
+      _log.Say("Index out of range: no recipient at index = %d.", index);
+      return false;
+    }
+    const MailBox& mailbox = mailboxes[static_cast<std::size_t>(index)];
+    out.SetUtf16(part == MailBoxPart::kName ? mailbox.name : mailbox.address);
+    return true;
+  });
+}
+
+// ---- Bodies ------------------------------------------------------------------------------------
+
+bool ClsEmail::GiveBody(const Email2* node, bool html, ClsString& out) {
+  if (node == nullptr) return false;
+  ByteSlice bytes = node->entity().DecodedBody();
+  std::string declared(node->entity().charsetName());
+  std::string fallback = _message->charset;
+  if (declared.empty()) {
+    parvane::mime::GuessCharset(bytes.view(), html, declared, fallback);
+  }
+  out.SetBytes(std::move(bytes), declared, fallback);
+  return true;
+}
+
+bool ClsEmail::PlainTextBody(ClsString& out) {
+  return Run("GetPlainTextBody",
+             [&] { return GiveBody(_message->structure.FindPlainTextBody(_log), false, out); });
+}
+
+bool ClsEmail::HtmlBody(ClsString& out) {
+  return Run("GetHtmlBody",
+             [&] { return GiveBody(_message->structure.FindHtmlBody(_log), true, out); });
+}
+
+// ---- Parts -------------------------------------------------------------------------------------
+
+std::size_t ClsEmail::CountOf(PartList list) const {
+  const EmailStructure& structure = _message->structure;
+  switch (list) {
+    case PartList::kAttachments:
+      return structure.attachments().size();
+    case PartList::kRelatedItems:
+      return structure.relatedItems().size();
+    case PartList::kLeftovers:
+      return structure.leftovers().size();
+  }
+  return 0;
+}
+
+const Email2* ClsEmail::PartAt(PartList list, int index) {
+  const auto place = static_cast<std::size_t>(index);
+  const bool good = InRange(index, CountOf(list));
+  switch (list) {
+    case PartList::kAttachments:
+      if (good) return _message->structure.attachments()[place];
+      _log.Say("Index out of range: no attachment at index = %d.", index);
+      return nullptr;
+    case PartList::kRelatedItems:
+      if (good) return _message->structure.relatedItems()[place];
+      _log.Say("Index out of range: no related item at index = %d.", index);
+      return nullptr;
+    case PartList::kLeftovers:
+      if (good) return _message->structure.leftovers()[place].node;
+      _log.Say("Index out of range: no left-over part at index = %d.", index);
+      return nullptr;
+  }
+  return nullptr;
+}
+
+int ClsEmail::PartCount(const char* operation, PartList list) {
+  std::size_t count = 0;
+  Run(operation, [&] {
+    count = CountOf(list);
+    return true;
+  });
+  return static_cast<int>(count);
+}
+
+bool ClsEmail::PartData(const char* operation, PartList list, int index, ClsByteData& out) {
+  return Run(operation, [&] {
+    const Email2* part = PartAt(list, index);
+    if (part != nullptr) out.Set(part->entity().DecodedBody());
+    return part != nullptr;
+  });
+}
+
+bool ClsEmail::PartFileName(const char* operation, PartList list, int index, ClsString& out) {
+  return Run(operation, [&] {
+    const Email2* part = PartAt(list, index);
+    if (part == nullptr) return false;
+    std::string name = part->FileName(_message->charset);
+    if (name.empty()) {
+      _log.Say("The file name is empty.");
+      return false;
+    }
+    out.SetUtf8(std::move(name));
+    return true;
+  });
+}
+
+bool ClsEmail::PartContentType(const char* operation, PartList list, int index, ClsString& out) {
+  return Run(operation, [&] {
+    const Email2* part = PartAt(list, index);
+    if (part != nullptr) out.SetUtf8(DecodeTextToUtf8(part->contentType(), {}, _message->charset));
+    return part != nullptr;
+  });
+}
+
+bool ClsEmail::PartField(const char* operation, PartList list, int index, std::string_view name,
+                         ClsString& out) {
+  return Run(operation, [&] {
+    const Email2* part = PartAt(list, index);
+    if (part == nullptr) return false;
+    const MimeField* field = part->header().Find(name);
+    if (field == nullptr) {
+      _log.Say("Header field does not exist");
+      return false;
+    }
+    std::string scratch;
+    std::string_view value = Trim(field->Value(scratch));
+    if (value.starts_with('<')) value.remove_prefix(1);
+    if (value.ends_with('>')) value.remove_suffix(1);
+    GiveHeaderText(value, out);
+    return true;
+  });
+}
+
+bool ClsEmail::LeftoverName(int index, ClsString& out) {
+  return Run("GetLeftoverPartName", [&] {
+    if (!InRange(index, CountOf(PartList::kLeftovers))) {
+      return PartAt(PartList::kLeftovers, index) != nullptr;
+    }
+    const Email2* part = PartAt(PartList::kLeftovers, index);
+    const bool named = part != nullptr && (!part->filename().empty() || !part->name().empty());
+    if (named) out.SetUtf8(part->FileName(_message->charset));
+    return true;
+  });
+}
+
+std::uint64_t ClsEmail::LeftoverSize(int index) {
+  std::uint64_t size = 0;
+  Run("GetLeftoverPartSize", [&] {
+    if (!InRange(index, CountOf(PartList::kLeftovers))) {
+      return PartAt(PartList::kLeftovers, index) != nullptr;
+    }
+    size = _message->structure.leftovers()[static_cast<std::size_t>(index)].size;
+    return true;
+  });
+  return size;
+}
+
+int ClsEmail::AttachedMessageCount() {
+  std::size_t count = 0;
+  Run("get_NumAttachedMessages", [&] {
+    count = _message->structure.attachedMessages().size();
+    return true;
+  });
+  return static_cast<int>(count);
+}
+
+std::unique_ptr<ClsEmail> ClsEmail::AttachedMessage(int index) {
+  std::unique_ptr<ClsEmail> inner;
+  Run("GetAttachedMessage", [&] {
+    const auto& messages = _message->structure.attachedMessages();
+    if (!InRange(index, messages.size())) {
+      _log.Say("Index out of range: no attached message at index = %d.", index);
+      return false;
+    }
+    const Email2& node = *messages[static_cast<std::size_t>(index)];
+    inner = std::make_unique<ClsEmail>(node.entity().depth() + 1);
+    inner->utf8Flag = utf8Flag;
+    if (inner->SetFromMime("SetFromMimeText", node.MessageBody())) return true;
+    _log.Say("The attached message is empty.");
+    inner.reset();
+    return false;
+  });
+  return inner;
+}
+
+std::string ClsEmail::LastErrorText() {
+  const std::lock_guard<std::mutex> lock(_criticalSection);
+  return _log.Text();
+}
+
+}  // namespace Tessary

@@ -1,0 +1,96 @@
+// What stands behind a TsEmail: a parsed message and what has been worked out about it.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mime/address_list.h"
+#include "mime/email2.h"
+#include "mime/email_structure.h"
+#include "mime/operation_log.h"
+
+namespace Tessary {
+
+class ClsByteData;
+class ClsString;
+
+class ClsEmail {
+ public:
+  using ByteSlice = parvane::mime::ByteSlice;
+  using MailBox = parvane::mime::MailBox;
+  // The address lists whose mailboxes are handed out one by one.
+  enum class List { kFrom, kTo, kCc, kBcc };
+  enum class PartList { kAttachments, kRelatedItems, kLeftovers };
+  enum class MailBoxPart { kName, kAddress };
+
+  ClsEmail() = default;
+  // A message that was found `depth` levels down in another one.
+  explicit ClsEmail(int depth) : _depth(depth) {}
+
+  bool SetFromMime(const char* operation, const ByteSlice& text);
+
+  // ---- Header ----
+  bool From(ClsString& out);
+  bool FromPart(const char* operation, MailBoxPart part, ClsString& out);
+  bool Subject(ClsString& out);
+  bool DateText(ClsString& out);
+  bool Header(ClsString& out);
+  bool HeaderField(std::string_view name, ClsString& out);
+  int RecipientCount(const char* operation, List list);
+  bool Recipient(const char* operation, List list, MailBoxPart part, int index, ClsString& out);
+
+  // ---- Bodies ----
+  bool PlainTextBody(ClsString& out);
+  bool HtmlBody(ClsString& out);
+
+  // ---- Parts ----
+  int PartCount(const char* operation, PartList list);
+  bool PartData(const char* operation, PartList list, int index, ClsByteData& out);
+  bool PartFileName(const char* operation, PartList list, int index, ClsString& out);
+  bool PartContentType(const char* operation, PartList list, int index, ClsString& out);
+  // A field of the part's header; angle brackets around the value are taken off.
+  bool PartField(const char* operation, PartList list, int index, std::string_view field,
+                 ClsString& out);
+  bool LeftoverName(int index, ClsString& out);
+  std::uint64_t LeftoverSize(int index);
+  int AttachedMessageCount();
+  std::unique_ptr<ClsEmail> AttachedMessage(int index);
+
+  std::string LastErrorText();
+
+  bool utf8Flag = false;
+
+ private:
+  // Everything about one message, made when it is parsed.
+  struct Message {
+    explicit Message(std::shared_ptr<const MimeMessage2> entity)
+        : root(std::move(entity)), structure(root) {}
+    Email2 root;
+    EmailStructure structure;
+    std::string charset;  // the message's own, for text that names none; may be empty
+    std::optional<std::vector<MailBox>> lists[4];
+  };
+
+  // The frame of every operation: the critical section, a log context closed with the outcome,
+  // and the test that there is a message.
+  template <typename Work>
+  bool Run(const char* operation, Work work);
+
+  void GiveHeaderText(std::string_view raw, ClsString& out) const;
+  bool GiveBody(const Email2* node, bool html, ClsString& out);
+  const std::vector<MailBox>& Mailboxes(List list);
+  std::size_t CountOf(PartList list) const;
+  // Null, with the reason in the log, for a bad index.
+  const Email2* PartAt(PartList list, int index);
+
+  std::mutex _criticalSection;
+  parvane::mime::OperationLog _log;
+  std::unique_ptr<Message> _message;
+  int _depth = 0;
+};
+
+}  // namespace Tessary

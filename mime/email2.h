@@ -1,0 +1,67 @@
+// Email2: a node of a parsed e-mail, that is a MIME entity seen with the questions the e-mail
+// model asks of it.
+//
+// Content types are compared without regard to case unless stated otherwise. The tests on names
+// look at the names as they stand in the header (RFC 2231 decoded, encoded words not).
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mime/mime_message2.h"
+
+namespace Tessary {
+
+class Email2 {
+ public:
+  // The tree below `entity`, which the nodes keep alive.
+  explicit Email2(std::shared_ptr<const MimeMessage2> entity);
+
+  const MimeMessage2& entity() const { return *_entity; }
+  const MimeHeader& header() const { return _entity->header(); }
+  const std::vector<Email2>& children() const { return _children; }
+
+  std::string_view contentType() const { return _entity->contentType().value(); }
+  std::string_view disposition() const { return _entity->disposition().value(); }
+  std::string_view transferEncoding() const { return _entity->transferEncoding(); }
+  // The disposition's filename and the content type's name; empty when missing.
+  std::string_view filename() const { return _entity->disposition().Get("filename"); }
+  std::string_view name() const { return _entity->contentType().Get("name"); }
+
+  bool TypeIs(std::string_view type) const;
+  bool TypeBeginsWith(std::string_view prefix) const;
+  bool TypeContains(std::string_view lowerCase) const;
+  bool IsMultipart() const { return TypeBeginsWith("multipart/"); }
+  // multipart/mixed or multipart/x-mixed-replace.
+  bool IsMixedOrReplace() const;
+  bool DispositionIs(std::string_view disposition) const;
+
+  // Never taken for a body.
+  bool IsStrictAttachment() const;
+  // A container whose children may be attachments: "mixed" in the wide sense.
+  bool IsMixedContainer() const;
+  // Passes the attachment test; `container` is the node that holds this one, null for the root.
+  bool IsAttachment(const Email2* container) const;
+  // A message/rfc822 part that is to be converted as a message.
+  bool IsAttachedMessage() const;
+
+  // The name for this part's file, decoded, never with control characters. `messageCharset` is
+  // tried for raw 8-bit names. May be empty.
+  std::string FileName(std::string_view messageCharset) const;
+  // The body of a message/rfc822 part, decoded where it really is encoded: mailers label such
+  // parts with encodings they did not apply.
+  parvane::mime::ByteSlice MessageBody() const;
+
+ private:
+  bool IsNestedTooDeep() const;
+  bool HasMhtFile() const;
+  bool IsInlineAttachment(bool inMixed) const;
+  bool IsUndisposedAttachment(bool inMixed) const;
+
+  std::shared_ptr<const MimeMessage2> _entity;
+  std::vector<Email2> _children;
+};
+
+}  // namespace Tessary
