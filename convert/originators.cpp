@@ -1,11 +1,10 @@
 // From, Sender, Reply-To and Delivered-To.
 
-#include <cstring>
 #include <vector>
 
+#include "convert/flat_entry_list.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
-#include "mapi/com_pointer.h"
 #include "mapi/tags.h"
 #include "mime/encoded_words.h"
 #include "mime/mailbox.h"
@@ -59,42 +58,6 @@ void WriteOriginator(IMessage& message, const OriginatorTags& tags, const OneOff
   message.SetProps(static_cast<ULONG>(properties.size()), properties.data(), nullptr);
 }
 
-// The list of reply recipients:
-//
-//   offset size  field
-//        0    4  number of entries
-//        4    4  size of the entries in bytes, padding included
-//        8  ...  entries: 4 bytes size of the entry id, the entry id, padding of zeros
-//
-// Sizes are little-endian. An entry and its size take s bytes, followed by s mod 4 of padding: not
-// the distance to the next multiple of 4, but what readers of these lists have always been given.
-class FlatEntryList {
- public:
-  void Add(const BYTE* entryId, ULONG size) {
-    ++_count;
-    AppendNumber(size);
-    if (size > 0) _entries.insert(_entries.end(), entryId, entryId + size);
-    _entries.resize(_entries.size() + (size + 4) % 4);
-  }
-
-  std::vector<BYTE> Finish() {
-    std::vector<BYTE> entries = std::exchange(_entries, {});
-    AppendNumber(_count);
-    AppendNumber(static_cast<ULONG>(entries.size()));
-    _entries.insert(_entries.end(), entries.begin(), entries.end());
-    return std::move(_entries);
-  }
-
- private:
-  void AppendNumber(ULONG number) {
-    for (int shift = 0; shift < 32; shift += 8)
-      _entries.push_back(static_cast<BYTE>(number >> shift));
-  }
-
-  ULONG _count = 0;
-  std::vector<BYTE> _entries;
-};
-
 void AppendItem(std::u16string& list, const std::u16string& item, bool first) {
   if (!first) list += u';';
   list += item;
@@ -139,7 +102,7 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
   if (!email || !message || !email->GetHeaderField("Reply-To", field)) return;
   std::u16string names;
   std::u16string addresses;
-  FlatEntryList entries;
+  parvane::convert::FlatEntryList entries;
   bool first = true;
   for (MailBox& mailBox : MailBoxesOf(field)) {
     OneOffEntry entry;
@@ -148,12 +111,12 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
     FillOneOff(entry);
     AppendItem(names, entry.displayName, first);
     AppendItem(addresses, entry.emailAddress, first);
-    entries.Add(entry.entryId, entry.entryIdSize);
+    entries.Add({entry.entryId, entry.entryIdSize});
     first = false;
   }
   SetPropString(message, PR_REPLY_RECIPIENT_NAMES_W, names.c_str());
   SetPropString(message, kReplyRecipientAddressesTag, addresses.c_str());
-  const std::vector<BYTE> list = entries.Finish();
+  const std::vector<BYTE> list = entries.Bytes();
   SetPropBin(message, PR_REPLY_RECIPIENT_ENTRIES, static_cast<ULONG>(list.size()), list.data());
 }
 

@@ -4,8 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
-// shellapi.h needs windows.h before it.
-// clang-format off
+// clang-format off: the others need windows.h
 #include <windows.h>
 #include <io.h>
 #include <shellapi.h>

@@ -1,0 +1,72 @@
+#include "engine/factory/store_factory.h"
+
+#include <gtest/gtest.h>
+
+#include "mapi/entry_points.h"
+#include "mapi/results.h"
+#include "platform/file.h"
+#include "platform/system.h"
+#include "pst/pst_asset_store.h"
+#include "sources/mbox_asset_store.h"
+#include "sources/profile_asset_store.h"
+
+namespace CWLEngine {
+namespace {
+
+using namespace QuelmarMIMEEngineCommon;
+
+class StoreFactoryTest : public testing::Test {
+ protected:
+  // Nothing answers: every call fails cleanly.
+  void SetUp() override { parvane::mapi::SelectEntryPoints({}); }
+};
+
+TEST_F(StoreFactoryTest, GivesAStoreForEachKindThatHasOne) {
+  const auto profile = StoreFactory::CreateStore(kThunderbirdStore, u"p", std::nullopt);
+  EXPECT_NE(dynamic_cast<TBAssetStore*>(profile.get()), nullptr);
+  EXPECT_EQ(profile->StoreName(), u"Mozilla Email Database-p");
+  const auto mbox = StoreFactory::CreateStore(kMBOXAssetStore, u"p", std::nullopt);
+  EXPECT_NE(dynamic_cast<MBOXAssetStore*>(mbox.get()), nullptr);
+  EXPECT_EQ(mbox->StoreName(), u"MBOX Store-p");
+  const auto pst = StoreFactory::CreateStore(kOrphanPSTMAPIStore, u"p", std::nullopt);
+  EXPECT_NE(dynamic_cast<PSTMAPIAssetStore*>(pst.get()), nullptr);
+  EXPECT_EQ(pst->StoreName(), u"Orphan Outlook PST-p");
+  const auto target = StoreFactory::CreateStoreMutable(kOrphanPSTMAPIStore, u"p", std::nullopt);
+  EXPECT_EQ(target->StoreName(), u"Orphan Mutable Outlook PST-p");
+
+  for (const StoreType none : {kAppleMailDBStore, kAppleMailArchiveStore, kMSEArchiveStore,
+                               kEMLAssetStore, static_cast<StoreType>(99)}) {
+    EXPECT_EQ(StoreFactory::CreateStore(none, u"p", u"n"), nullptr);
+    EXPECT_EQ(StoreFactory::CreateStoreMutable(none, u"p", u"n"), nullptr);
+  }
+  EXPECT_EQ(StoreFactory::CreateStoreMutable(kMBOXAssetStore, u"p", u"n"), nullptr);
+}
+
+TEST_F(StoreFactoryTest, PreparesTheDumpFolderEvenForAKindWithoutAStore) {
+  // The test run gives itself an application-data folder of its own.
+  const auto local = parvane::platform::LocalApplicationDataFolder();
+  ASSERT_TRUE(local.has_value());
+  auto& files = parvane::platform::FileSystem::Default();
+  const std::u16string folder = parvane::platform::JoinPath(*local, u"Quelmar K4M Dump");
+  static_cast<void>(files.Remove(folder));
+  StoreFactory::CreateStore(kEMLAssetStore, u"p", u"n");
+  EXPECT_TRUE(files.FolderExists(folder));
+}
+
+TEST_F(StoreFactoryTest, ReturnsWhatMapiReturns) {
+  EXPECT_EQ(MAPISystemUtilities::MAPIInitialize(), parvane::mapi::MAPI_E_NOT_INITIALIZED);
+  static int starts = 0;
+  parvane::mapi::EntryPoints points;
+  points.MAPIInitialize = [](void* init) -> parvane::mapi::HRESULT {
+    return init == nullptr ? ++starts : -1;
+  };
+  points.MAPIUninitialize = [] { --starts; };
+  parvane::mapi::SelectEntryPoints(points);
+  EXPECT_EQ(MAPISystemUtilities::MAPIInitialize(), 1);
+  EXPECT_EQ(MAPISystemUtilities::MAPIInitialize(), 2) << "no count of the engine's own";
+  MAPISystemUtilities::MAPIUninitialize();
+  EXPECT_EQ(starts, 1);
+}
+
+}  // namespace
+}  // namespace CWLEngine

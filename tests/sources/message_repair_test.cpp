@@ -1,0 +1,275 @@
+// Runs under several time zones (see CMakeLists.txt): no expectation here may depend on one.
+#include "sources/message_repair.h"
+
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "mime/ts_date_time.h"
+#include "mime/ts_mime.h"
+#include "mime/ts_string.h"
+#include "platform/time.h"
+
+namespace QuelmarMIMEEngineCommon {
+namespace {
+
+using Tessary::TsDateTime;
+using Tessary::TsMime;
+using Tessary::TsString;
+
+TsString Narrow(std::string_view text) {
+  TsString result;
+  result.put_Utf8(true);
+  result.append(text);
+  return result;
+}
+
+std::string Fixed(std::string_view date) {
+  TsString text = Narrow(date);
+  if (!DateTimeUtilities::TryFixTimeStr(text)) return "refused, " + std::string(text.viewUtf8());
+  return std::string(text.viewUtf8());
+}
+
+// What a date without a zone becomes here and now: the same local time with the local offset.
+std::string Local(int year, unsigned month, unsigned day, int hour, int minute, int second) {
+  std::tm time{};
+  time.tm_year = year - 1900;
+  time.tm_mon = static_cast<int>(month) - 1;
+  time.tm_mday = static_cast<int>(day);
+  time.tm_hour = hour;
+  time.tm_min = minute;
+  time.tm_sec = second;
+  TsDateTime date;
+  TsString text;
+  EXPECT_TRUE(date.SetFromTmStruct(true, time));
+  date.GetAsRfc822(true, text);
+  const std::int64_t local = parvane::platform::DaysFromCivil(year, month, day) * 86400 +
+                             hour * 3600 + minute * 60 + second;
+  const int offset = parvane::platform::LocalUtcOffsetAtLocal(local) / 60;
+  char zone[32];
+  std::snprintf(zone, sizeof zone, "%c%02d%02d", offset < 0 ? '-' : '+', std::abs(offset) / 60,
+                std::abs(offset) % 60);
+  EXPECT_TRUE(text.viewUtf8().ends_with(zone)) << text.viewUtf8() << " in zone " << zone;
+  return std::string(text.viewUtf8());
+}
+
+TEST(DateRepair, KeepsTheTimeAndPutsTheZoneBehindIt) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Tue, 5-Mar-2013 10:20:30 +0100", "Tue, 05 Mar 2013 10:20:30 +0100"},
+      {"Tue, 5 Mar 2013 10:20:30 EST", "Tue, 05 Mar 2013 10:20:30 EST"},
+      {"5 mar 13 10:20 z", "Tue, 05 Mar 2013 10:20:00 z"},
+      {"2013 10:20:30 5 Mar GMT", "Tue, 05 Mar 2013 10:20:30 GMT"},
+      {"Wednesday, 5 Mar 2013 10:20 UT", "Tue, 05 Mar 2013 10:20:00 UT"},
+      {"Tue,5 Mar,2013,10:20:30,+0100", "Tue, 05 Mar 2013 10:20:30 +0100"},
+      {"Tue, 5 Mar 2013\t10:20:30\t+0100", "Tue, 05 Mar 2013 10:20:30 +0100"},
+      // The zone was found before its sign was given up for the year's sake.
+      {"5/Mar/2013 10:20:30 -0700", "Tue, 05 Mar 2013 10:20:30 -0700"},
+      {"5 Mar 2013 10:20:30 -0700 (MST)", "Tue, 05 Mar 2013 10:20:30 -0700"},
+      {"5 Mar 49 10:20:30 GMT", "Fri, 05 Mar 2049 10:20:30 GMT"},
+      {"5 Mar 51 10:20:30 GMT", "Mon, 05 Mar 1951 10:20:30 GMT"},
+  };
+  for (const auto& [loose, fixed] : cases) EXPECT_EQ(Fixed(loose), fixed) << loose;
+}
+
+TEST(DateRepair, TakesADateWithoutAZoneAsLocalTime) {
+  EXPECT_EQ(Fixed("Mon 3 Jun 2013 10:20:30"), Local(2013, 6, 3, 10, 20, 30));
+  EXPECT_EQ(Fixed("3 Jan 2013"), Local(2013, 1, 3, 0, 0, 0));
+  EXPECT_EQ(Fixed("5/3/13 10:20"), Local(2013, 1, 5, 10, 20, 0)) << "no month name is January";
+  // Neither is a zone: it has five characters, or four.
+  EXPECT_EQ(Fixed("3 Jun 2013 10:20:30 ZE10B"), Local(2013, 6, 3, 10, 20, 30));
+  EXPECT_EQ(Fixed("3 Jun 2013 10:20:30 +010"), Local(2013, 6, 3, 10, 20, 30));
+}
+
+TEST(DateRepair, RefusesWhatHoldsNoDay) {
+  for (const char* text : {"", "yesterday", "Jun 2013 10:20", "-/+"})
+    EXPECT_EQ(Fixed(text), std::string("refused, ") + text);
+}
+
+TEST(DateRepair, WritesWhatTheDateParserReadsAsTheSameMoment) {
+  // A written zone is kept, a missing one is local: either way nothing shifts.
+  const std::pair<const char*, int> cases[] = {{"5-Mar-2013 10:20:30 +0100", 3600},
+                                               {"5 Mar 2013 10:20:30 PDT", -7 * 3600},
+                                               {"5 Mar 2013 10:20:30 GMT", 0}};
+  const std::int64_t wall =
+      parvane::platform::DaysFromCivil(2013, 3, 5) * 86400 + 10 * 3600 + 20 * 60 + 30;
+  const auto read = [](const std::string& text) {
+    TsDateTime date;
+    parvane::platform::FileTime time;
+    EXPECT_TRUE(date.SetFromRfc822(text.c_str()) && date.GetAsFileTime(false, time)) << text;
+    return static_cast<std::int64_t>(parvane::platform::FileTimeTicks(time) /
+                                     parvane::platform::kTicksPerSecond) -
+           parvane::platform::kUnixEpochInFileTimeSeconds;
+  };
+  for (const auto& [text, offset] : cases) EXPECT_EQ(read(Fixed(text)), wall - offset) << text;
+  EXPECT_EQ(read(Fixed("5 Mar 2013 10:20:30")),
+            wall - parvane::platform::LocalUtcOffsetAtLocal(wall));
+}
+
+TEST(DateTokens, AreRecognisedByTheirForm) {
+  int n = -1;
+  EXPECT_TRUE(IsNumber("") && IsNumber("0123") && !IsNumber("1a") && !IsNumber("-1"));
+  EXPECT_TRUE(IsMonth("jUN", &n) && n == 5);
+  EXPECT_FALSE(IsMonth("June", &n));
+  EXPECT_TRUE(IsWeekday("SAT", &n) && n == 6);
+  EXPECT_FALSE(IsWeekday("Monday", &n));
+  EXPECT_TRUE(IsMonthDay("0", &n) && n == 0);
+  EXPECT_TRUE(IsMonthDay("31x", &n) && n == 31);
+  EXPECT_FALSE(IsMonthDay("32", &n));
+  const std::pair<const char*, int> years[] = {{"1999", 1999}, {"12ab", 12}, {"49", 2049},
+                                               {"51", 1951},   {"00", 2000}, {"50", -1},
+                                               {"201", -1},    {"5", -1},    {"20130", -1}};
+  for (const auto& [text, expected] : years) {
+    n = -1;
+    EXPECT_EQ(IsYear(text, &n), expected >= 0) << text;
+    EXPECT_EQ(n, expected) << text;
+  }
+  int hour = 0, minute = 0, second = 7;
+  EXPECT_TRUE(IsTime("23:59:61", &hour, &minute, &second));
+  EXPECT_EQ(hour * 10000 + minute * 100 + second, 235961);
+  EXPECT_TRUE(IsTime("01:02", &hour, &minute, &second));
+  EXPECT_EQ(hour * 10000 + minute * 100 + second, 10200);
+  EXPECT_FALSE(IsTime("1:02", &hour, &minute, &second));
+  EXPECT_FALSE(IsTime("01:02:3", &hour, &minute, &second));
+  for (const char* zone : {"Z", "a", "est", "GMT", "UT", "ZW12", "CEDT", "+0000", "-1234"})
+    EXPECT_TRUE(IsTimeZone(zone)) << zone;
+  for (const char* zone : {"", "1", "+010", "+01:0", "ZE10B", "ESTX", "12345", "UTC"})
+    EXPECT_FALSE(IsTimeZone(zone)) << zone;
+  EXPECT_EQ(GetDayOfWeek(1, 1, 1970), 4);
+  EXPECT_EQ(GetDayOfWeek(29, 2, 2000), 2);
+}
+
+// A message whose fields and body can be looked at after repair.
+class Repaired {
+ public:
+  explicit Repaired(std::string_view text) {
+    mime.put_Utf8(true);
+    EXPECT_TRUE(mime.LoadMime(std::string(text).c_str()));
+    AdjustMimeForTSMail(&mime);
+  }
+  std::string Header(const char* name) { return HeaderOf(mime, name); }
+  static std::string HeaderOf(TsMime& part, const char* name) {
+    TsString value;
+    return part.GetHeaderField(name, value) ? std::string(value.viewUtf8()) : "(none)";
+  }
+  std::string Text() {
+    TsString text;
+    mime.getMime(text);
+    return std::string(text.viewRaw());
+  }
+  int Count(const char* name) {
+    int count = 0;
+    for (int i = 0; i < mime.get_NumHeaderFields(); ++i) {
+      TsString field;
+      mime.GetHeaderFieldName(i, field);
+      if (field.equalsIgnoreCase(name)) ++count;
+    }
+    return count;
+  }
+  TsMime mime;
+};
+
+TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
+  struct Case {
+    const char* header;
+    const char* name;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"To: a@x.org, Jim <j@x.org>\r\n", "To", "\"\" < a@x.org >,\"Jim\" < j@x.org >"},
+      {"To: a@x.org\r\nSubject: s\r\nTO: b@x.org\r\n", "To", "\"\" < a@x.org >,\"\" < b@x.org >"},
+      {"cc: ,,a@x.org,,\r\n", "Cc", "\"\" < a@x.org >"},
+      {"From: \"A \\\"B\\\" C\" <a@x.org>\r\n", "From", "\"A \\\"B\\\" C\" < a@x.org >"},
+      {"From: \"Surname, Given\" <a@x.org>\r\n", "From",
+       "\"Surname\" <  >,\"Given\\\"\" < a@x.org >"},
+      {"Reply-To: =?utf-8?Q?J=C3=BCrgen?= <a@x.org>\r\n", "Reply-To",
+       "\"=?utf-8?Q?J=C3=BCrgen?=\" < a@x.org >"},
+      {"Bcc: J\xC3\xBCrgen <a@x.org>\r\n", "Bcc", "\"J\xC3\xBCrgen\" < a@x.org >"},
+      {"Sender: a@x.org (Comment)\r\n", "Sender", "\"\" < a@x.org >"},
+      {"To:\r\n", "To", ""},
+      {"Subject: s\r\n", "To", "(none)"},
+      {"Delivered-To: a@x.org\r\n", "Delivered-To", "a@x.org"},
+  };
+  for (const Case& test : cases) {
+    Repaired message(std::string(test.header) + "X: y\r\n\r\nbody\r\n");
+    EXPECT_EQ(message.Header(test.name), test.expected) << test.header;
+    EXPECT_LE(message.Count(test.name), 1) << test.header;
+
+    // One header repaired by itself gives the same.
+    TsMime single;
+    single.put_Utf8(true);
+    single.LoadMime((std::string(test.header) + "\r\nbody\r\n").c_str());
+    if (std::string_view(test.name) == "Delivered-To") continue;
+    FixMailBox(test.name, &single);
+    EXPECT_EQ(Repaired::HeaderOf(single, test.name), test.expected) << test.header;
+  }
+}
+
+TEST(DateHeaderRepair, TrimsRewritesOrLeavesAlone) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"Date: ,,Mon 3 Jun 2013 10:20:30 +0100\r\n", "Mon, 03 Jun 2013 10:20:30 +0100"},
+      {"Date: ,,Mon 3 Jun 2013\r\n", Local(2013, 6, 3, 0, 0, 0)},
+      {"Date: \"Mon, 3 Jun 2013 10:20:30 GMT \r\n", "Mon, 03 Jun 2013 10:20:30 GMT"},
+      {"Date: sometime\r\n", "sometime"},
+      {"Date:\r\n", ""},
+      {"X: y\r\n", "(none)"},
+  };
+  for (const auto& [header, expected] : cases)
+    EXPECT_EQ(Repaired(std::string(header) + "\r\nbody\r\n").Header("Date"), expected) << header;
+}
+
+TEST(TreeRepair, TakesDispositionsOffRelatedParts) {
+  Repaired message(
+      "Content-Type: multipart/mixed; boundary=o\r\n\r\n--o\r\n"
+      "Content-Type: multipart/related; boundary=i\r\nContent-Disposition: attachment\r\n\r\n"
+      "--i\r\nContent-Type: text/html\r\n\r\n<p>\r\n"
+      "--i\r\nContent-Type: image/png\r\nContent-Disposition: attachment\r\n"
+      "Content-Disposition: inline\r\nContent-ID: <1>\r\n\r\nx\r\n--i--\r\n"
+      "--o\r\nContent-Type: image/png\r\nContent-Disposition: attachment\r\n\r\ny\r\n--o--\r\n");
+  std::unique_ptr<TsMime> related(message.mime.GetPart(0));
+  std::unique_ptr<TsMime> image(related->GetPart(1));
+  std::unique_ptr<TsMime> file(message.mime.GetPart(1));
+  EXPECT_EQ(Repaired::HeaderOf(*image, "Content-Disposition"), "(none)");
+  EXPECT_EQ(Repaired::HeaderOf(*image, "Content-ID"), "<1>");
+  EXPECT_EQ(Repaired::HeaderOf(*related, "Content-Disposition"), "attachment");
+  EXPECT_EQ(Repaired::HeaderOf(*file, "Content-Disposition"), "attachment");
+}
+
+std::string Forwarding(std::string_view encoding, std::string_view body, std::string_view type) {
+  return "Content-Type: multipart/mixed; boundary=o\r\n\r\n--o\r\nContent-Type: " +
+         std::string(type) + "\r\nContent-Disposition: attachment\r\nContent-Transfer-Encoding: " +
+         std::string(encoding) + "\r\n\r\n" + std::string(body) + "\r\n--o--\r\n";
+}
+
+TEST(TreeRepair, ReachesAttachedMessages) {
+  const std::string inner =
+      "From: Jim <j@x.org>\r\nDate: 3-Jun-2013 10:20:30 +0100\r\n\r\n=3D body";
+  for (const char* encoding : {"7bit", "quoted-printable"}) {
+    const std::string text = Repaired(Forwarding(encoding, inner, "Message/RFC822")).Text();
+    EXPECT_NE(text.find("From: \"Jim\" < j@x.org >"), text.npos) << text;
+    EXPECT_NE(text.find("Date: Mon, 03 Jun 2013 10:20:30 +0100"), text.npos) << text;
+    const bool decoded = std::string_view(encoding) != "7bit";
+    EXPECT_NE(text.find(decoded ? "\r\n\r\n= body" : "\r\n\r\n=3D body"), text.npos) << text;
+  }
+  const std::string other = Repaired(Forwarding("7bit", inner, "text/plain")).Text();
+  EXPECT_NE(other.find("From: Jim <j@x.org>"), other.npos) << "no message, no repair";
+}
+
+TEST(TreeRepair, ReturnsFromAnyDepth) {
+  std::string message = "Subject: innermost\r\n\r\nbody\r\n";
+  for (int i = 0; i < 200; ++i)
+    message = "Content-Type: message/rfc822\r\nContent-Disposition: attachment\r\n\r\n" + message;
+  EXPECT_EQ(Repaired(message).Text(), message);
+}
+
+TEST(TreeRepair, SkipsNull) {
+  AdjustMimeForTSMail(nullptr);
+  FixRelatedContentDisposition(nullptr);
+  FixDate(nullptr);
+  FixMailBox("To", nullptr);
+  EXPECT_TRUE(IsNumber(nullptr));
+  EXPECT_FALSE(IsMonth(nullptr, nullptr) || IsTimeZone(nullptr) || IsYear(nullptr, nullptr));
+}
+
+}  // namespace
+}  // namespace QuelmarMIMEEngineCommon

@@ -1,0 +1,309 @@
+#include <algorithm>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "engine/source_observer.h"
+#include "platform/text.h"
+#include "sources/mbox_asset_store.h"
+#include "sources/mbox_email_asset.h"
+#include "sources/profile_asset_store.h"
+#include "tests/support/temporary_folder.h"
+
+namespace QuelmarMIMEEngineCommon {
+namespace {
+
+namespace engine = parvane::engine;
+namespace platform = parvane::platform;
+
+std::string Utf8(const NullableString& text) {
+  return text ? platform::Utf16ToUtf8(*text) : "(null)";
+}
+
+// The tree below a folder: "a(b c(d))".
+std::string Shape(const IAssetFolder& folder) {
+  std::string shape;
+  for (const IAssetFolder* child : folder.GetSubFolders()) {
+    if (!shape.empty()) shape += ' ';
+    shape += Utf8(child->FolderName());
+    const std::string below = Shape(*child);
+    if (!below.empty()) shape += "(" + below + ")";
+  }
+  return shape;
+}
+
+// Answers true from the nth time on.
+class CancelAfter : public ICancelable {
+ public:
+  explicit CancelAfter(int polls) : _left(polls) {}
+  bool Cancel() override { return --_left < 0; }
+
+ private:
+  int _left;
+};
+
+class Observer : public engine::SourceObserver {
+ public:
+  void MessageRead(const engine::MessageLocation& message) override { messages.push_back(message); }
+  void SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
+                          engine::SuspiciousSeparatorReason reason,
+                          std::string_view line) override {
+    separators.push_back({offset, reason, std::string(line)});
+  }
+  void PathSkipped(std::u16string_view path, engine::SkipReason reason,
+                   const platform::Status&) override {
+    skipped.emplace_back(platform::PathForDisplay(platform::FileNameOfPath(path)), reason);
+  }
+  void ReadFailed(const IAssetFolder&, std::uint64_t offset, const platform::Status&) override {
+    failures.push_back(offset);
+  }
+  void MessageNotParsed(const engine::MessageLocation&, const platform::Status& dump) override {
+    dumps.push_back(dump.code());
+  }
+
+  struct Separator {
+    std::uint64_t offset;
+    engine::SuspiciousSeparatorReason reason;
+    std::string line;
+  };
+  std::vector<engine::MessageLocation> messages;
+  std::vector<Separator> separators;
+  std::vector<std::pair<std::string, engine::SkipReason>> skipped;
+  std::vector<std::uint64_t> failures;
+  std::vector<platform::StatusCode> dumps;
+};
+
+constexpr std::string_view kOneMessage = "From a Tue Jan  1 00:00:00 2002\nSubject: s\n\nb\n";
+
+TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
+  const TemporaryFolder disk;
+  disk.Write("m/a.mbox", kOneMessage);
+  disk.Write("m/._a.mbox", kOneMessage);
+  disk.Write("m/b.txt", kOneMessage);
+  disk.Write("m/B.MBOX", "");
+  disk.Write("m/c.mbox", "Subject: s\n");
+  disk.Write("m/Deep.sbd/d.mbox", kOneMessage);
+  disk.MakeFolder("m/empty/very");
+  disk.MakeFolder("m/folder.mbox");
+  disk.Link("m", "m/Deep.sbd/loop");
+
+  MBOXAssetStore store(disk.Path("m"), std::nullopt);
+  Observer observer;
+  engine::ObserveSource(store, &observer);
+  ASSERT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "m(B a Deep(d))");
+  EXPECT_EQ(store.GetDefaultFolder(kAssetFolderTypeEmail), nullptr);
+
+  const IAssetFolder* root = store.GetStoreRootFolder();
+  EXPECT_EQ(Utf8(root->FullFolderPath()), "MBOX Store-" + Utf8(disk.Path("m")));
+  EXPECT_EQ(root->FolderType(), kAssetFolderTypeAssets);
+  EXPECT_EQ(root->GetSubFolders()[0]->FolderType(), kAssetFolderTypeAssets);
+  IAssetFolder* a = root->GetSubFolders()[0]->GetSubFolders()[1];
+  EXPECT_EQ(a->FolderType(), kAssetFolderTypeEmail);
+  EXPECT_EQ(a->ContentCount(), -1);
+  EXPECT_EQ(a->QueryTotalAssetUnits(), std::ssize(kOneMessage));
+
+  using engine::SkipReason;
+  const std::vector<std::pair<std::string, SkipReason>> expected = {
+      {"._a.mbox", SkipReason::kResourceForkCompanion},
+      {"b.txt", SkipReason::kOtherExtension},
+      {"c.mbox", SkipReason::kNotAnMbox},
+      {"loop", SkipReason::kSymbolicLinkLoop}};
+  EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
+}
+
+TEST(MboxStores, OverASingleFileHoldOneFolder) {
+  const TemporaryFolder disk;
+  MBOXAssetStore store(disk.Write("Old Mail.mbox", kOneMessage), u"Name");
+  Observer observer;
+  engine::ObserveSource(store, &observer);
+  ASSERT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "Old Mail.mbox") << "the extension is kept";
+  EXPECT_EQ(store.GetStoreRootFolder()->GetSubFolders()[0]->FolderType(), kAssetFolderTypeEmail);
+  EXPECT_TRUE(observer.skipped.empty());
+}
+
+TEST(MboxStores, WithoutAPathOrWithAMissingOneAreEmpty) {
+  for (const NullableString& path : {NullableString(), NullableString(u"/no/such/path")}) {
+    MBOXAssetStore store(path, std::nullopt);
+    EXPECT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+    IAssetFolder* folder = store.GetStoreRootFolder()->GetSubFolders().at(0);
+    EXPECT_EQ(folder->QueryAsset(), nullptr);
+    EXPECT_EQ(folder->QueryTotalAssetUnits(), 0);
+  }
+}
+
+TEST(ProfileStores, TakeSubfoldersFromSbdDirectories) {
+  const TemporaryFolder disk;
+  disk.Write("p/Inbox", kOneMessage);
+  disk.Write("p/Inbox.msf", "// index");
+  disk.Write("p/Inbox.sbd/Work", kOneMessage);
+  disk.Write("p/Inbox.sbd/Work.sbd/Deep", "");
+  disk.Write("p/Trash", "");
+  disk.Write("p/Foo.sbd/lost", kOneMessage);
+  disk.Write("p/named.mbox", kOneMessage);
+  disk.Write("p/notmail", "hello");
+  disk.Write("p/Archives/2002", kOneMessage);
+  disk.MakeFolder("p/Void");
+
+  TBAssetStore store(disk.Path("p"), std::nullopt);
+  Observer observer;
+  engine::ObserveSource(store, &observer);
+  ASSERT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "Inbox(Work(Deep)) Trash Archives(2002)");
+  EXPECT_EQ(store.GetStoreRootFolder()->GetSubFolders()[1]->QueryAsset(), nullptr);
+
+  using engine::SkipReason;
+  const std::vector<std::pair<std::string, SkipReason>> expected = {
+      {"named.mbox", SkipReason::kOtherExtension},
+      {"notmail", SkipReason::kNotAnMbox},
+      {"Foo.sbd", SkipReason::kOrphanSbd}};
+  EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
+}
+
+TEST(SourceStores, StopTheirWalkAtOnceWhenCancelled) {
+  const TemporaryFolder disk;
+  for (const char* name : {"m/a.mbox", "m/b.mbox", "m/s/c.mbox"}) disk.Write(name, kOneMessage);
+  for (const char* name : {"p/A", "p/A.sbd/B", "p/C"}) disk.Write(name, kOneMessage);
+  const std::pair<int, std::pair<const char*, const char*>> cases[] = {
+      {0, {"m", ""}}, {1, {"m(a)", "A"}}, {2, {"m(a b)", "A(B)"}}, {3, {"m(a b s)", "A(B) C"}}};
+  for (const auto& [polls, shapes] : cases) {
+    SCOPED_TRACE(polls);
+    CancelAfter cancel(polls);
+    MBOXAssetStore mbox(disk.Path("m"), std::nullopt);
+    EXPECT_EQ(mbox.OpenStore(nullptr, &cancel, false, nullptr), OperationResultCode::Canceled);
+    EXPECT_EQ(Shape(*mbox.GetStoreRootFolder()), shapes.first);
+    CancelAfter again(polls);
+    TBAssetStore profile(disk.Path("p"), std::nullopt);
+    EXPECT_EQ(profile.OpenStore(nullptr, &again, false, nullptr), OperationResultCode::Canceled);
+    EXPECT_EQ(Shape(*profile.GetStoreRootFolder()), shapes.second);
+  }
+}
+
+// A folder over one file, observed.
+class MboxFolder : public testing::Test {
+ protected:
+  const TemporaryFolder disk;
+  MBOXAssetStore store{u"x", std::nullopt};
+  Observer observer;
+  void SetUp() override { engine::ObserveSource(store, &observer); }
+
+  std::vector<std::int64_t> Sizes(IAssetFolder& folder) {
+    std::vector<std::int64_t> sizes;
+    while (const auto result = folder.QueryAsset()) sizes.push_back(result->AssetUnitSize());
+    return sizes;
+  }
+  using Sizes64 = std::vector<std::int64_t>;
+};
+
+TEST_F(MboxFolder, YieldsItsMessagesAgainAfterAReset) {
+  const std::u16string path =
+      disk.Write("f",
+                 "From a Tue Jan 1 00:00:00 2002\nSubject: 1\n\nFrom b Tue Jan 1 00:00:00 2002\n"
+                 "From c Tue Jan 1 00:00:00 2002\nSubject: 22\n\nFrom d Tue Jan 1 00:00:00 2002\n"
+                 "Subject: 333\n");
+  MBOXAssetFolder folder(path, u"f", &store, nullptr);
+  EXPECT_EQ(Sizes(folder), (Sizes64{14, 15, 14})) << "nothing between separators is no message";
+  EXPECT_EQ(folder.QueryAsset(), nullptr);
+  folder.ResetQuery();
+  const auto first = folder.QueryAsset();
+  EXPECT_EQ(Utf8(first->Asset()->Details()), "From : \r\nDate : \r\nSubject : 1");
+  EXPECT_FALSE(dynamic_cast<IEmailAsset&>(*first->Asset()).IsRead());
+  EXPECT_EQ(Sizes(folder), (Sizes64{15, 14}));
+
+  ASSERT_EQ(observer.messages.size(), 6u);
+  EXPECT_EQ(observer.messages[1].offset, 31u + 12 + 31 + 31);
+  EXPECT_EQ(observer.messages[1].size, 15u);
+  EXPECT_EQ(observer.messages[5].index, 2);
+  EXPECT_TRUE(observer.separators.empty()) << "one separator behind another is not suspicious";
+  EXPECT_TRUE(observer.failures.empty());
+}
+
+TEST_F(MboxFolder, TellsOfSeparatorsThatMayBeText) {
+  const std::u16string path =
+      disk.Write("f",
+                 "From a Tue Jan 1 00:00:00 2002\nSubject: 1\n\nDear John,\n\n"
+                 "From the start\nit rained\nFrom b Tue Jan 1 00:00:00 2002\nSubject: 2\n");
+  MBOXAssetFolder folder(path, u"f", &store, nullptr);
+  EXPECT_EQ(Sizes(folder).size(), 3u) << "they separate all the same";
+  ASSERT_EQ(observer.separators.size(), 2u);
+  EXPECT_EQ(observer.separators[0].offset, 55u);
+  EXPECT_EQ(observer.separators[0].line, "From the start");
+  EXPECT_EQ(observer.separators[0].reason, engine::SuspiciousSeparatorReason::kNoDate);
+  EXPECT_EQ(observer.separators[1].reason, engine::SuspiciousSeparatorReason::kNoEmptyLineBefore);
+}
+
+TEST_F(MboxFolder, CopiesSmallMessagesAndHandsOnLargeOnes) {
+  const std::string large(3u << 20, 'x');
+  const std::string head = "From a Tue Jan 1 00:00:00 2002\nSubject: s\n\n";
+  MBOXAssetFolder folder(disk.Write("f", head + large + "\n\n" + head + "b\n"), u"f", &store,
+                         nullptr);
+  EXPECT_EQ(Sizes(folder), (Sizes64{std::ssize(large) + 18, 17}));
+}
+
+// Breaks off with an error after the bytes it was given.
+class BrokenStream : public platform::InputStream {
+ public:
+  explicit BrokenStream(std::string bytes) : _bytes(std::move(bytes)) {}
+  std::span<const char> Buffer() override {
+    const auto rest = std::span<const char>(_bytes).subspan(_position);
+    if (rest.empty()) _status = {platform::StatusCode::kIoError, "broken"};
+    return rest;
+  }
+  void Skip(std::size_t count) override { _position += count; }
+  std::uint64_t Position() const override { return _position; }
+  const platform::Status& status() const override { return _status; }
+
+ private:
+  std::string _bytes;
+  std::size_t _position = 0;
+  platform::Status _status;
+};
+
+class BrokenFolder : public MBOXAssetFolder {
+ public:
+  using MBOXAssetFolder::MBOXAssetFolder;
+
+ protected:
+  platform::Result<std::unique_ptr<platform::InputStream>> OpenMbox() override {
+    return {std::make_unique<BrokenStream>(std::string(kOneMessage) + "\nFrom b\nSubject: t\n")};
+  }
+};
+
+TEST_F(MboxFolder, TellsOfAReadErrorAndHandsOnWhatWasRead) {
+  BrokenFolder folder(u"f", u"f", &store, nullptr);
+  EXPECT_EQ(Sizes(folder), (Sizes64{19, 12}));
+  ASSERT_EQ(observer.failures.size(), 1u);
+  EXPECT_EQ(observer.failures[0], kOneMessage.size() + 19);
+}
+
+TEST_F(MboxFolder, TellsOfAFileThatCannotBeOpened) {
+  const std::u16string path = disk.Write("f", kOneMessage);
+  MBOXAssetFolder folder(path, u"f", &store, nullptr);
+  ASSERT_TRUE(platform::FileSystem::Default().Remove(path).ok());
+  EXPECT_EQ(folder.QueryAsset(), nullptr);
+  EXPECT_EQ(observer.failures.size(), 1u);
+  disk.Write("f", kOneMessage);
+  EXPECT_NE(folder.QueryAsset(), nullptr) << "the next call tries again";
+}
+
+TEST_F(MboxFolder, DumpsWhatCannotBeParsed) {
+  const TemporaryFolder folder;
+  EmailAssetBase::SetDumpFilePath(folder.Path("dump"));
+  for (int i = 0; i < 2; ++i) {
+    MBOXEmailAsset asset({}, &observer, {});
+    EXPECT_EQ(asset.Details(), std::nullopt);
+    EXPECT_FALSE(asset.ConvertToMAPIMessage(nullptr, nullptr));
+    asset.Release();
+  }
+  EmailAssetBase::SetDumpFilePath(std::nullopt);
+  MBOXEmailAsset undumped({}, &observer, {});
+  const std::string banner = "\r\n----------------- ERROR DUMP ----------------\r\n";
+  EXPECT_EQ(folder.Read("dump"), banner + banner) << "earlier dumps are kept";
+  using platform::StatusCode;
+  EXPECT_EQ(observer.dumps,
+            (std::vector<StatusCode>{StatusCode::kOk, StatusCode::kOk, StatusCode::kUnsupported}));
+}
+
+}  // namespace
+}  // namespace QuelmarMIMEEngineCommon

@@ -1,0 +1,55 @@
+// A folder of a test's own, gone with its content when the test is done.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "platform/file.h"
+#include "platform/system.h"
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    _path =
+        std::filesystem::temp_directory_path() /
+        ("parvane-" + std::to_string(parvane::platform::ProcessIdentifier()) + "-" + test->name());
+    std::filesystem::remove_all(_path);
+    std::filesystem::create_directories(_path);
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(_path, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  std::u16string Path(std::string_view name = {}) const {
+    return parvane::platform::PathFromNative(name.empty() ? _path.string()
+                                                          : (_path / name).string());
+  }
+  // Creates folders on the way.
+  std::u16string Write(std::string_view name, std::string_view bytes) const {
+    const auto path = _path / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary).write(bytes.data(), std::ssize(bytes));
+    return Path(name);
+  }
+  void MakeFolder(std::string_view name) const {
+    std::filesystem::create_directories(_path / name);
+  }
+  void Link(std::string_view target, std::string_view name) const {
+    std::filesystem::create_directory_symlink(_path / target, _path / name);
+  }
+  std::string Read(std::string_view name) const {
+    std::ifstream file(_path / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+ private:
+  std::filesystem::path _path;
+};
