@@ -1,0 +1,31 @@
+# Completion of the parvane command for bash.
+_parvane() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local command=${COMP_WORDS[1]}
+  COMPREPLY=()
+  if [ "$COMP_CWORD" -eq 1 ]; then
+    mapfile -t COMPREPLY < <(compgen -W 'convert list --help --version' -- "$current")
+    return
+  fi
+  case $previous in
+    --from)
+      mapfile -t COMPREPLY < <(compgen -W 'auto mbox thunderbird' -- "$current")
+      return
+      ;;
+    --progress)
+      mapfile -t COMPREPLY < <(compgen -W 'auto always never' -- "$current")
+      return
+      ;;
+    --name | --size-limit) return ;;
+  esac
+  if [[ $current == -* && $command == convert ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --size-limit --log
+      --detailed-log --report --progress --quiet --help' -- "$current")
+  elif [[ $current == -* && $command == list ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--messages --json --help' -- "$current")
+  else
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+  fi
+}
+complete -F _parvane parvane
