@@ -4,7 +4,8 @@
 #include <cstdio>
 #include <string_view>
 
-// clang-format off: the others need windows.h
+// shellapi.h needs windows.h before it.
+// clang-format off
 #include <windows.h>
 #include <io.h>
 #include <shellapi.h>

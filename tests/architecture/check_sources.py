@@ -10,7 +10,8 @@ The include views stop a room from including a room it may not. What they let th
   - an include that walks around the views ("../pstfile/x.h", "x.h" beside the file);
   - the program reaching behind the public headers: rooms it links only because others need them,
     and the built-in MAPI, which only its start-up may name;
-  - threads: the engine works on its caller's one thread.
+  - threads: the engine works on its caller's one thread (locks are allowed: objects of the mail
+    library may be used from several threads).
 """
 import pathlib
 import re
@@ -24,7 +25,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]')
 SYSTEM_HEADER = re.compile(
     r'^(sys/|netinet/|arpa/|unistd\.h|fcntl\.h|dirent\.h|dlfcn\.h|signal\.h|csignal|pthread\.h|termios\.h'
     r'|poll\.h|windows\.h|Windows\.h|io\.h|winsock2?\.h|unicode/)')
-THREAD_HEADER = re.compile(r'^(thread|future|mutex|shared_mutex|condition_variable|pthread\.h)$')
+THREAD_HEADER = re.compile(r'^(thread|future|condition_variable|pthread\.h)$')
 
 # What the program may include, and what only its start-up may.
 CLI_MAY = re.compile(r'^(cli|engine|engine/factory|mapi|platform)/[^/]+$')

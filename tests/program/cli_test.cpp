@@ -1,0 +1,94 @@
+// What people and programs read: numbers, times, names, JSON.
+#include <gtest/gtest.h>
+
+#include "cli/folder_names.h"
+#include "cli/format.h"
+#include "cli/json_writer.h"
+
+namespace parvane::cli {
+namespace {
+
+TEST(Format, NumbersSizesAndDurations) {
+  EXPECT_EQ(WithThousands(0), "0");
+  EXPECT_EQ(WithThousands(999), "999");
+  EXPECT_EQ(WithThousands(1'000), "1,000");
+  EXPECT_EQ(WithThousands(18'446'744'073'709'551'615u), "18,446,744,073,709,551,615");
+  EXPECT_EQ(Counted(1, "message"), "1 message");
+  EXPECT_EQ(Counted(0, "message"), "0 messages");
+  EXPECT_EQ(Size(999), "999 bytes");
+  EXPECT_EQ(Size(1'000), "1.0 kB");
+  EXPECT_EQ(Size(999'949), "999.9 kB");
+  EXPECT_EQ(Size(999'950), "1.0 MB");
+  EXPECT_EQ(Size(50'000'000'000), "50.0 GB");
+  EXPECT_EQ(Duration(999), "0:00");
+  EXPECT_EQ(Duration(3'599'999), "59:59");
+  EXPECT_EQ(Duration(3'600'000), "1:00:00");
+}
+
+TEST(Format, Times) {
+  const auto time = platform::FileTimeFromTicks(131011927650000000);
+  EXPECT_EQ(IsoTime(time), "2016-02-29T04:12:45Z");
+  EXPECT_EQ(ShortTime(time), "2016-02-29 04:12");
+  EXPECT_EQ(IsoTime({}), "");
+  EXPECT_EQ(ShortTime(platform::FileTimeFromTicks(~0ull)), "");
+}
+
+TEST(Format, ColumnsOfATerminal) {
+  struct Case {
+    const char* text;
+    unsigned columns;
+    const char* fitted;
+  };
+  for (const Case& c : std::initializer_list<Case>{
+           {"Inbox", 5, "Inbox"},
+           {"Inbox", 4, "Inb…"},
+           {"Inbox", 0, ""},
+           {"日本語", 6, "日本語"},
+           {"日本語", 5, "日本…"},
+           {"日本語", 4, "日…"},
+           {"a\tb\x1b", 9, "a b "},
+           {"e\u0301te\u0301", 3, "e\u0301te\u0301"},
+           {"\xE6\x97", 5, "\xE6\x97"},  // cut in the middle of a character
+       }) {
+    EXPECT_EQ(FitColumns(c.text, c.columns), c.fitted) << c.text << " in " << c.columns;
+    EXPECT_LE(Columns(FitColumns(c.text, c.columns)), c.columns) << c.text;
+  }
+}
+
+TEST(FolderNames, BecomeUsable) {
+  EXPECT_EQ(UsableFolderName(u"Übersee / 日本語"), u"Übersee / 日本語");
+  EXPECT_EQ(UsableFolderName(u" a\tb\n"), u"a_b_");
+  EXPECT_EQ(UsableFolderName(u" \u00A0"), u"Unnamed");
+  EXPECT_EQ(UsableFolderName(std::u16string(1, char16_t{0xDCE9})), u"\uFFFD");
+  EXPECT_EQ(UsableFolderName(std::u16string(300, u'x')).size(), 255u);
+  // No half of a pair is left at the cut.
+  EXPECT_EQ(UsableFolderName(std::u16string(254, u'x') + u"\U0001F600").size(), 254u);
+}
+
+TEST(FolderNames, SiblingsDiffer) {
+  SiblingNames names;
+  EXPECT_EQ(names.Take(u"Inbox"), u"Inbox");
+  EXPECT_EQ(names.Take(u"inbox"), u"inbox (2)");
+  EXPECT_EQ(names.Take(u"INBOX"), u"INBOX (3)");
+  EXPECT_EQ(names.Take(u"Inbox (2)"), u"Inbox (2) (2)");
+  EXPECT_EQ(names.Take(u"Straße"), u"Straße");
+  EXPECT_EQ(names.Take(std::u16string(255, u'x')).size(), 255u);
+  EXPECT_EQ(names.Take(std::u16string(255, u'X')).size(), 255u);
+}
+
+TEST(JsonWriter, EscapesAndNests) {
+  JsonWriter json;
+  json.BeginObject();
+  json.Key("text").String("a\"\\\n\x01");
+  json.Key("wide").String(u"é\xD800");
+  json.Key("none").BeginArray().EndArray();
+  json.Key("list").BeginArray().Number(1).Bool(true).Null().EndArray();
+  json.Key("seconds").Seconds(61'007);
+  json.EndObject();
+  EXPECT_EQ(json.Take(),
+            "{\n  \"text\": \"a\\\"\\\\\\n\\u0001\",\n  \"wide\": \"é\uFFFD\",\n  \"none\": [],\n"
+            "  \"list\": [\n    1,\n    true,\n    null\n  ],\n  \"seconds\": 61.007\n}\n");
+}
+
+}  // namespace
+}  // namespace parvane::cli
