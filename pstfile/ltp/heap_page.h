@@ -105,6 +105,8 @@ class HeapPage {
   void SetClient(HeapClient client);
   void SetUserRoot(HeapId root);
 
+  // Bytes of the block when it is the heap's last page.
+  std::size_t EncodedSize() const { return EncodedSize(ItemsEnd(), items()); }
   // The block: zero-filled to 8176 bytes unless it is the heap's last page. Valid until the page
   // changes.
   std::span<const std::byte> Encode(bool isLast);

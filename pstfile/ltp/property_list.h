@@ -63,6 +63,8 @@ class PropertyList {
   // Replacing or removing a stored value does not give it back to the file.
   void SetStored(PropTag tag, StoredValue value);
   void SetObject(PropTag tag, ObjectValue value);
+  // A property of another list.
+  void Set(const Property& property);
   bool Remove(std::uint16_t id);
   void Clear();
 

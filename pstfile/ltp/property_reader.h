@@ -46,11 +46,10 @@ class ValueReader {
   // The root block when the value has blocks of its own, else null.
   StoredValue stored() const;
 
- private:
-  friend class PropertyReader;
-  friend class TableReader;
-  struct State;
+  struct State;  // value_reader_state.h
   explicit ValueReader(std::unique_ptr<State> state);
+
+ private:
   std::unique_ptr<State> _state;
 };
 
@@ -86,7 +85,7 @@ class PropertyReader {
   platform::Result<ValueReader> OpenValue(PropTag tag);
   platform::Result<ObjectValue> Object(PropTag tag);
   // Where the subnode `node` of this object lives: an attachment, an embedded message, a table.
-  platform::Result<ObjectLocation> Subnode(NodeId node);
+  platform::Result<ObjectLocation> Subnode(NodeId node) const;
   // Copies every property whose value has at most `limit` bytes; larger ones are left out and
   // named in `large`.
   platform::Status ReadAll(PropertyList& out, std::vector<PropTag>* large,

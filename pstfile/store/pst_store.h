@@ -70,9 +70,9 @@ struct StoreOptions {
 };
 
 struct StoreCreateOptions {
-  std::u16string displayName;
+  std::u16string displayName = {};
   StoreEncoding encoding = StoreEncoding::kPermute;
-  StoreOptions store;
+  StoreOptions store = {};
 };
 
 enum class StoreOpenMode { kRead, kReadWrite };

@@ -1,0 +1,145 @@
+#include "pstfile/ltp/bth.h"
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+
+Status Corrupt(const std::string& what) { return {StatusCode::kCorrupt, "BTH: " + what}; }
+
+// The last record whose key is not above `key`; none when the first one's is.
+std::optional<std::size_t> LastNotAbove(std::span<const std::byte> records, std::size_t recordSize,
+                                        std::size_t keySize, std::uint64_t key) {
+  std::size_t low = 0;
+  std::size_t high = records.size() / recordSize;
+  while (low < high) {
+    const std::size_t middle = (low + high) / 2;
+    if (LoadSized(records, middle * recordSize, keySize) <= key) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  if (low == 0) return std::nullopt;
+  return low - 1;
+}
+
+}  // namespace
+
+std::uint64_t LoadSized(std::span<const std::byte> bytes, std::size_t offset, std::size_t size) {
+  std::uint64_t value = 0;
+  for (std::size_t i = 0; i < size; ++i) {
+    value |= std::to_integer<std::uint64_t>(bytes[offset + i]) << (8 * i);
+  }
+  return value;
+}
+
+void StoreSized(std::span<std::byte> bytes, std::size_t offset, std::size_t size,
+                std::uint64_t value) {
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes[offset + i] = static_cast<std::byte>(value >> (8 * i));
+  }
+}
+
+Result<BthHeader> BthHeader::Decode(std::span<const std::byte> item) {
+  if (item.size() < kBthHeaderSize) {
+    return Corrupt("header of " + std::to_string(item.size()) + " bytes");
+  }
+  if (item[0] != kBthType) return Corrupt("bType is not B5");
+  BthHeader header;
+  header.keySize = std::to_integer<std::uint8_t>(item[1]);
+  header.dataSize = std::to_integer<std::uint8_t>(item[2]);
+  header.levels = std::to_integer<std::uint8_t>(item[3]);
+  header.root = HeapId(static_cast<std::uint32_t>(LoadSized(item, 4, 4)));
+  if (header.levels > kBthMaxLevels) {
+    return Corrupt("bIdxLevels is " + std::to_string(header.levels));
+  }
+  return header;
+}
+
+void BthHeader::Encode(std::span<std::byte> item) const {
+  item[0] = kBthType;
+  item[1] = std::byte{keySize};
+  item[2] = std::byte{dataSize};
+  item[3] = std::byte{levels};
+  StoreSized(item, 4, 4, root.value);
+}
+
+Result<BthReader> BthReader::Open(const Heap& heap, HeapId header, std::size_t keySize,
+                                  std::size_t dataSize) {
+  auto item = heap.Item(header);
+  if (!item.ok()) return item.status();
+  auto decoded = BthHeader::Decode(item->bytes);
+  if (!decoded.ok()) return decoded.status();
+  if (decoded->keySize != keySize || decoded->dataSize != dataSize) {
+    return Corrupt("cbKey " + std::to_string(decoded->keySize) + ", cbEnt " +
+                   std::to_string(decoded->dataSize) + ", expected " + std::to_string(keySize) +
+                   ", " + std::to_string(dataSize));
+  }
+  BthReader reader;
+  reader._heap = &heap;
+  reader._header = *decoded;
+  return reader;
+}
+
+Result<std::optional<std::uint64_t>> BthReader::Find(std::uint64_t key) const {
+  const std::optional<std::uint64_t> none;
+  HeapId id = _header.root;
+  if (id.IsNull()) return none;
+  for (std::size_t level = _header.levels;; --level) {
+    auto item = _heap->Item(id);
+    if (!item.ok()) return item.status();
+    const std::size_t size = level == 0 ? _header.LeafRecord() : _header.IndexRecord();
+    const auto found = LastNotAbove(item->bytes, size, _header.keySize, key);
+    if (!found) return none;
+    const std::size_t at = *found * size;
+    if (level == 0) {
+      if (LoadSized(item->bytes, at, _header.keySize) != key) return none;
+      return std::optional(
+          LoadSized(item->bytes, at + _header.keySize, std::min<std::size_t>(_header.dataSize, 8)));
+    }
+    id = HeapId(static_cast<std::uint32_t>(LoadSized(item->bytes, at + _header.keySize, 4)));
+  }
+}
+
+Status BthReader::ReadAll(std::vector<std::byte>& records, std::size_t limit) const {
+  if (_header.root.IsNull()) return {};
+  std::optional<std::uint64_t> last;
+  return ReadBelow(_header.root, _header.levels, limit, last, records);
+}
+
+Status BthReader::ReadBelow(HeapId id, std::size_t level, std::size_t limit,
+                            std::optional<std::uint64_t>& last,
+                            std::vector<std::byte>& records) const {
+  auto item = _heap->Item(id);
+  if (!item.ok()) return item.status();
+  const std::size_t size = level == 0 ? _header.LeafRecord() : _header.IndexRecord();
+  // An index item without records would let a damaged tree fan out without ever reaching a key.
+  if (item->bytes.size() < size) {
+    return level == 0 && item->bytes.empty() ? Status() : Corrupt("item without records");
+  }
+  for (std::size_t at = 0; at + size <= item->bytes.size(); at += size) {
+    if (level > 0) {
+      const HeapId below(
+          static_cast<std::uint32_t>(LoadSized(item->bytes, at + _header.keySize, 4)));
+      const std::size_t before = records.size();
+      if (Status status = ReadBelow(below, level - 1, limit, last, records); !status.ok()) {
+        return status;
+      }
+      if (records.size() == before) return Corrupt("empty item below an index");
+      continue;
+    }
+    const std::uint64_t key = LoadSized(item->bytes, at, _header.keySize);
+    if (last && key <= *last) return Corrupt("key " + ToHex(key) + " after " + ToHex(*last));
+    last = key;
+    if (records.size() / size >= limit) return Corrupt("too many records");
+    const auto record = item->bytes.subspan(at, size);
+    records.insert(records.end(), record.begin(), record.end());
+  }
+  return {};
+}
+
+}  // namespace parvane::pstfile

@@ -1,0 +1,81 @@
+// Builds a property context: one object's properties in a heap ([MS-PST] 2.3.3).
+//
+//   record of the BTH: property id (2), type (2), dwValueHnid (4)
+//     scalars up to 4 bytes     the value itself
+//     8-byte scalars, Guid      heap item
+//     Object                    heap item: nid (4) and size (4)
+//     everything else           heap item up to 3580 bytes, else a subnode; 0 = empty value
+//
+//   PropertyContextBuilder builder(database);
+//   builder.Build(properties);                      // lays out, in memory
+//   builder.SetInt32(tags::kMessageSize, ...);      // what depends on the layout's size
+//   builder.WriteHeap();  builder.subnodes();       // data root and entries for the subnode tree
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "platform/status.h"
+#include "pstfile/ltp/heap_page.h"
+#include "pstfile/ltp/property_list.h"
+#include "pstfile/ndb/ids.h"
+#include "pstfile/ndb/node_database.h"
+#include "pstfile/ndb/subnode_tree.h"
+
+namespace parvane::pstfile {
+
+class PropertyContextBuilder {
+ public:
+  explicit PropertyContextBuilder(NodeDatabase& database) : _database(&database) {}
+
+  // Gives every value the form in which Build takes it: bytes too large for the heap are written
+  // to blocks, stored values that fit the heap become bytes. Whatever happens, the list owns every
+  // loose value afterwards. kInvalidArgument for types the format cannot store.
+  platform::Status Prepare(PropertyList& properties);
+  // Lays out a prepared list.
+  platform::Status Build(const PropertyList& properties);
+  // Logical bytes of the heap and of the stored values.
+  std::uint64_t size() const { return HeapSize() + _storedBytes; }
+  // Overwrites an Int32 that Build has laid out.
+  void SetInt32(PropTag tag, std::int32_t value);
+  // One entry for each stored value, unsorted.
+  const std::vector<SubnodeEntry>& subnodes() const { return _subnodes; }
+  // The loose root of the heap.
+  platform::Result<BlockId> WriteHeap();
+
+ private:
+  struct Record {
+    PropTag tag;
+    std::uint32_t value = 0;
+  };
+  HeapId AddItem(std::size_t size);
+  HeapId AddItem(std::span<const std::byte> bytes);
+  std::span<std::byte> Item(HeapId id) { return _pages[id.Page()].Item(id.Item()); }
+  platform::Result<std::uint32_t> Place(const Property& property);
+  std::uint64_t HeapSize() const;
+  void StoreRecord(std::size_t index);
+
+  NodeDatabase* _database;
+  std::vector<HeapPage> _pages;
+  std::vector<Record> _records;
+  std::vector<HeapId> _leaves;
+  std::vector<SubnodeEntry> _subnodes;
+  std::uint64_t _storedBytes = 0;
+};
+
+// The properties of an object, written: data and subnode roots, both loose.
+struct WrittenContext {
+  BlockId data;
+  BlockId subnodes;
+};
+// Prepares, builds and writes an object that has no subnodes but its values. The list's stored
+// values pass to it; on failure they are abandoned.
+platform::Result<WrittenContext> WritePropertyContext(NodeDatabase& database,
+                                                      PropertyList& properties);
+// The tree of these entries, in any order; loose. Takes over their loose blocks.
+platform::Result<BlockId> WriteSubnodes(NodeDatabase& database, std::vector<SubnodeEntry> entries);
+// Gives back the stored values of a list.
+void AbandonValues(NodeDatabase& database, const PropertyList& properties);
+
+}  // namespace parvane::pstfile

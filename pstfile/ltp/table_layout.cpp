@@ -1,0 +1,145 @@
+#include "pstfile/ltp/table_layout.h"
+
+#include <algorithm>
+
+#include "pstfile/ndb/ids.h"
+#include "pstfile/ndb/little_endian.h"
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+
+constexpr std::byte kTcType{0x7C};
+
+Status Corrupt(const std::string& what) { return {StatusCode::kCorrupt, "TCINFO: " + what}; }
+
+}  // namespace
+
+std::size_t CellWidth(PropType type) {
+  const std::size_t size = FixedSize(type);
+  return size == 0 || size > 8 ? 4 : size;
+}
+
+TableLayout TableLayout::FromTags(std::span<const PropTag> tags) {
+  TableLayout layout;
+  const auto add = [&layout](PropTag tag) {
+    TableColumn column;
+    column.tag = tag;
+    column.width = static_cast<std::uint8_t>(CellWidth(tag.Type()));
+    column.bit = static_cast<std::uint8_t>(layout._columns.size());
+    layout._columns.push_back(column);
+  };
+  add(tags::kLtpRowId);
+  add(tags::kLtpRowVersion);
+  for (const PropTag tag : tags) {
+    if (tag != tags::kLtpRowId && tag != tags::kLtpRowVersion) add(tag);
+  }
+  std::uint16_t offset = 0;
+  const auto place = [&](std::uint8_t least, std::uint8_t most) {
+    for (TableColumn& column : layout._columns) {
+      if (column.width < least || column.width > most) continue;
+      column.offset = offset;
+      offset = static_cast<std::uint16_t>(offset + column.width);
+    }
+    return offset;
+  };
+  layout._ends[0] = place(4, 8);
+  layout._ends[1] = place(2, 2);
+  layout._ends[2] = place(1, 1);
+  layout._ends[3] = static_cast<std::uint16_t>(offset + (layout._columns.size() + 7) / 8);
+  std::sort(layout._columns.begin(), layout._columns.end(),
+            [](const TableColumn& a, const TableColumn& b) { return a.tag < b.tag; });
+  return layout;
+}
+
+Result<TableLayout> TableLayout::Decode(std::span<const std::byte> tcInfo) {
+  if (tcInfo.size() < kTcInfoSize) {
+    return Corrupt("item of " + std::to_string(tcInfo.size()) + " bytes");
+  }
+  if (tcInfo[0] != kTcType) return Corrupt("bType is not 7C");
+  TableLayout layout;
+  const std::size_t count = LoadU8(tcInfo, 1);
+  for (std::size_t i = 0; i < 4; ++i) layout._ends[i] = LoadU16(tcInfo, 2 + 2 * i);
+  const auto& ends = layout._ends;
+  if (ends[0] > ends[1] || ends[1] > ends[2] || ends[2] + (count + 7) / 8 > ends[3] ||
+      ends[3] > kMaxHeapItem || tcInfo.size() < kTcInfoSize + 8 * count) {
+    return Corrupt("rgib does not fit " + std::to_string(count) + " columns");
+  }
+  std::vector<bool> taken(ends[2]);
+  std::vector<bool> bits(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t at = kTcInfoSize + 8 * i;
+    TableColumn column;
+    column.tag = PropTag(LoadU16(tcInfo, at + 2), static_cast<PropType>(LoadU16(tcInfo, at)));
+    column.offset = LoadU16(tcInfo, at + 4);
+    column.width = LoadU8(tcInfo, at + 6);
+    column.bit = LoadU8(tcInfo, at + 7);
+    const std::size_t end = std::size_t{column.offset} + column.width;
+    if (column.width != CellWidth(column.tag.Type()) || end > ends[2] || column.bit >= count ||
+        bits[column.bit]) {
+      return Corrupt("column " + ToString(column.tag) + " does not fit the row");
+    }
+    bits[column.bit] = true;
+    for (std::size_t b = column.offset; b < end; ++b) {
+      if (taken[b]) return Corrupt("column " + ToString(column.tag) + " overlaps another");
+      taken[b] = true;
+    }
+    layout._columns.push_back(column);
+  }
+  std::sort(layout._columns.begin(), layout._columns.end(),
+            [](const TableColumn& a, const TableColumn& b) { return a.tag < b.tag; });
+  const TableColumn* id = layout.FindId(tags::kLtpRowId.Id());
+  if (id == nullptr || id->tag != tags::kLtpRowId || id->offset != 0) {
+    return Corrupt("no row id column");
+  }
+  return layout;
+}
+
+const TableColumn* TableLayout::FindId(std::uint16_t id) const {
+  const auto found =
+      std::lower_bound(_columns.begin(), _columns.end(), id,
+                       [](const TableColumn& c, std::uint16_t i) { return c.tag.Id() < i; });
+  return found != _columns.end() && found->tag.Id() == id ? &*found : nullptr;
+}
+
+void TableLayout::SetPresent(std::span<std::byte> row, const TableColumn& column,
+                             bool present) const {
+  std::byte& bits = row[_ends[2] + column.bit / 8];
+  const std::byte mask = std::byte{0x80} >> (column.bit % 8);
+  bits = present ? bits | mask : bits & ~mask;
+}
+
+void TableLayout::Encode(std::span<std::byte> tcInfo) const {
+  std::fill(tcInfo.begin(), tcInfo.end(), std::byte{0});
+  tcInfo[0] = kTcType;
+  StoreU8(tcInfo, 1, static_cast<std::uint8_t>(_columns.size()));
+  for (std::size_t i = 0; i < 4; ++i) StoreU16(tcInfo, 2 + 2 * i, _ends[i]);
+  std::size_t at = kTcInfoSize;
+  for (const TableColumn& column : _columns) {
+    StoreU16(tcInfo, at, static_cast<std::uint16_t>(column.tag.Type()));
+    StoreU16(tcInfo, at + 2, column.tag.Id());
+    StoreU16(tcInfo, at + 4, column.offset);
+    StoreU8(tcInfo, at + 6, column.width);
+    StoreU8(tcInfo, at + 7, column.bit);
+    at += 8;
+  }
+}
+
+HeapId TableLayout::RowIndexOf(std::span<const std::byte> tcInfo) {
+  return HeapId(LoadU32(tcInfo, 10));
+}
+HeapId TableLayout::RowsOf(std::span<const std::byte> tcInfo) {
+  return HeapId(LoadU32(tcInfo, 14));
+}
+void TableLayout::SetRowIndex(std::span<std::byte> tcInfo, HeapId id) {
+  StoreU32(tcInfo, 10, id.value);
+}
+void TableLayout::SetRows(std::span<std::byte> tcInfo, HeapId id) {
+  StoreU32(tcInfo, 14, id.value);
+}
+
+}  // namespace parvane::pstfile

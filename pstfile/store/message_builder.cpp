@@ -1,0 +1,270 @@
+#include "pstfile/store/message_builder.h"
+
+#include <algorithm>
+#include <set>
+
+#include "pstfile/ltp/property_context_builder.h"
+#include "pstfile/ltp/table_editor.h"
+#include "pstfile/ndb/data_tree.h"
+#include "pstfile/ndb/subnode_tree.h"
+#include "pstfile/store/store_layout.h"
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+
+constexpr std::uint64_t kMaxSize = 0x7FFFFFFF;  // sizes are signed 32-bit properties
+constexpr std::uint64_t kHasAttachFlag = 0x10;
+constexpr PropTag kHasAttachments{0x0E1B000B};
+constexpr std::int32_t kEmbeddedMethod = 5;
+constexpr int kMaxDepth = 200;
+constexpr std::size_t kMaxObjects = 4'000'000;
+
+// The columns with which Outlook widens an attachment table, in its order.
+constexpr std::uint32_t kAttachmentColumns[] = {
+    0x37140003, 0x370A0102, 0x370D001F, 0x3708001F, 0x3707001F, 0x3703001F, 0x3001001F,
+    0x370F0102, 0x3711001F, 0x3713001F, 0x3712001F, 0x370E001F, 0x69090003, 0x7FFD0003,
+    0x7FFB0040, 0x7FFC0040, 0x7FFA0003, 0x7FFE000B, 0x7FFF000B};
+
+Status TooBig(const char* what, std::uint64_t size) {
+  return {StatusCode::kTooBig, std::string(what) + " of " + std::to_string(size) + " bytes"};
+}
+
+struct WrittenTable {
+  TableEditor::Roots roots;
+  std::uint64_t size = 0;
+};
+
+Result<WrittenTable> Finish(TableEditor& table) {
+  auto roots = table.Flush();
+  if (!roots.ok()) return roots.status();
+  return WrittenTable{*roots, table.LogicalSize()};
+}
+
+// A recipient has no other home than its row: every property becomes a column.
+Result<TableLayout> RecipientLayout(const RowSource& rows) {
+  const auto base = TemplateColumns(kNidRecipientTable);
+  std::vector<PropTag> columns(base.begin(), base.end());
+  std::set<std::uint16_t> ids{tags::kLtpRowId.Id(), tags::kLtpRowVersion.Id()};
+  for (const PropTag tag : columns) ids.insert(tag.Id());
+  PropertyList row;
+  for (std::size_t i = 0; i < rows.RowCount(); ++i) {
+    row.Clear();
+    rows.GetRow(i, row);
+    for (std::size_t p = 0; p < row.size(); ++p) {
+      const PropTag tag = row.at(p).tag;
+      if (!IsStorable(tag.Type()) || tag.Type() == PropType::kObject) {
+        return Status(StatusCode::kInvalidArgument,
+                      "recipient property " + ToString(tag) + " cannot be stored");
+      }
+      if (ids.insert(tag.Id()).second) columns.push_back(tag);
+    }
+  }
+  if (columns.size() + 2 > kMaxTableColumns) {
+    return Status(StatusCode::kTooBig, "recipients with more than 253 different properties");
+  }
+  return TableLayout::FromTags(columns);
+}
+
+Result<WrittenTable> WriteRecipients(NodeDatabase& database, const RowSource& rows) {
+  auto layout = RecipientLayout(rows);
+  if (!layout.ok()) return layout.status();
+  auto table = TableEditor::Create(database, *layout);
+  if (!table.ok()) return table.status();
+  PropertyList row;
+  for (std::size_t i = 0; i < rows.RowCount(); ++i) {
+    row.Clear();
+    rows.GetRow(i, row);
+    const auto id = static_cast<std::uint32_t>(i + 1);
+    if (Status status = (*table)->AppendRow(id, database.Unique(), row); !status.ok()) {
+      AbandonValues(database, row);
+      return status;
+    }
+  }
+  return Finish(**table);
+}
+
+Result<WrittenTable> WriteAttachmentTable(NodeDatabase& database,
+                                          const std::vector<StoredAttachment>& attachments) {
+  const auto base = TemplateColumns(kNidAttachmentTable);
+  std::vector<PropTag> columns(base.begin(), base.end());
+  for (const std::uint32_t value : kAttachmentColumns) {
+    const PropTag tag(value);
+    if (std::ranges::any_of(attachments, [tag](const StoredAttachment& attachment) {
+          return attachment.properties.Find(tag).has_value();
+        })) {
+      columns.push_back(tag);
+    }
+  }
+  auto table = TableEditor::Create(database, TableLayout::FromTags(columns));
+  if (!table.ok()) return table.status();
+  for (const StoredAttachment& attachment : attachments) {
+    Status status =
+        (*table)->AppendRow(attachment.node.value, database.Unique(), attachment.properties);
+    if (!status.ok()) return status;
+  }
+  return Finish(**table);
+}
+
+// What an object under construction has come to own; gives everything back unless kept.
+class Parts {
+ public:
+  explicit Parts(NodeDatabase& database) : _database(database) {}
+  ~Parts() {
+    for (const SubnodeEntry& entry : _entries) {
+      _database.AbandonBlock(entry.data);
+      _database.AbandonBlock(entry.sub);
+    }
+  }
+  void Add(NodeId node, BlockId data, BlockId sub) { _entries.push_back({node, data, sub}); }
+  void Add(const std::vector<SubnodeEntry>& entries) {
+    _entries.insert(_entries.end(), entries.begin(), entries.end());
+  }
+  std::vector<SubnodeEntry> Take() { return std::exchange(_entries, {}); }
+
+ private:
+  NodeDatabase& _database;
+  std::vector<SubnodeEntry> _entries;
+};
+
+Status AddSizes(const NodeDatabase& database, BlockId data, BlockId subnodes, int depth,
+                std::size_t& objects, std::uint64_t& size) {
+  if (depth > kMaxDepth || ++objects > kMaxObjects) {
+    return {StatusCode::kCorrupt, "subnodes nested without end"};
+  }
+  auto tree = DataTree::Open(database, data);
+  if (!tree.ok()) return tree.status();
+  size += tree->size();
+  auto subtree = SubnodeTree::Open(database, subnodes);
+  if (!subtree.ok()) return subtree.status();
+  auto entries = subtree->Entries();
+  if (!entries.ok()) return entries.status();
+  for (const SubnodeEntry& entry : *entries) {
+    Status status = AddSizes(database, entry.data, entry.sub, depth + 1, objects, size);
+    if (!status.ok()) return status;
+  }
+  return {};
+}
+
+}  // namespace
+
+Result<std::uint64_t> LogicalSizeOf(const NodeDatabase& database, BlockId data, BlockId subnodes) {
+  std::uint64_t size = 0;
+  std::size_t objects = 0;
+  if (Status status = AddSizes(database, data, subnodes, 0, objects, size); !status.ok()) {
+    return status;
+  }
+  return size;
+}
+
+Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList properties,
+                                         std::optional<StoredMessage> embedded) {
+  Parts parts(database);
+  PropertyContextBuilder builder(database);
+  const auto fail = [&](Status status) {
+    AbandonValues(database, properties);
+    return status;
+  };
+  StoredAttachment attachment;
+  if (embedded) {
+    parts.Add(NodeId(), embedded->data, embedded->subnodes);
+    auto node = database.AllocateNodeId(NodeKind::kMessage);
+    if (!node.ok()) return fail(node.status());
+    parts.Take();
+    parts.Add(*node, embedded->data, embedded->subnodes);
+    properties.SetObject(tags::kAttachDataObject,
+                         {*node, static_cast<std::uint32_t>(embedded->size)});
+    if (!properties.FindId(tags::kAttachMethod.Id())) {
+      properties.SetInt32(tags::kAttachMethod, kEmbeddedMethod);
+    }
+    attachment.size = embedded->size;
+  }
+  if (!properties.FindId(tags::kRenderingPosition.Id())) {
+    properties.SetInt32(tags::kRenderingPosition, -1);
+  }
+  properties.SetInt32(tags::kAttachSize, 0);
+  std::uint64_t values = 0;
+  for (std::size_t i = 0; i < properties.size(); ++i) values += properties.at(i).Size();
+  if (values > kMaxSize) return fail(TooBig("an attachment", values));
+  properties.SetInt32(tags::kAttachSize, static_cast<std::int32_t>(values));
+  if (Status status = builder.Prepare(properties); !status.ok()) return fail(status);
+  if (Status status = builder.Build(properties); !status.ok()) return fail(status);
+  attachment.size += builder.size();
+  auto node = database.AllocateNodeId(NodeKind::kAttachment);
+  if (!node.ok()) return fail(node.status());
+  attachment.node = *node;
+  auto data = builder.WriteHeap();
+  if (!data.ok()) return fail(data.status());
+  parts.Add(builder.subnodes());
+  auto subnodes = WriteSubnodes(database, parts.Take());
+  if (!subnodes.ok()) {
+    database.AbandonBlock(*data);
+    return subnodes.status();
+  }
+  attachment.data = *data;
+  attachment.subnodes = *subnodes;
+  attachment.properties = std::move(properties);
+  return attachment;
+}
+
+Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properties,
+                                   const RowSource& recipients,
+                                   std::vector<StoredAttachment> attachments) {
+  Parts parts(database);
+  PropertyContextBuilder builder(database);
+  std::uint64_t size = 0;
+  for (const StoredAttachment& attachment : attachments) {
+    parts.Add(attachment.node, attachment.data, attachment.subnodes);
+    size += attachment.size;
+  }
+  const auto fail = [&](Status status) {
+    AbandonValues(database, properties);
+    return status;
+  };
+  const std::uint64_t flags = properties.Scalar(tags::kMessageFlags).value_or(0);
+  properties.SetScalar(tags::kMessageFlags,
+                       attachments.empty() ? flags & ~kHasAttachFlag : flags | kHasAttachFlag);
+  if (properties.Find(kHasAttachments)) properties.SetBool(kHasAttachments, !attachments.empty());
+  if (!properties.FindId(tags::kMessageStatus.Id())) {
+    properties.SetInt32(tags::kMessageStatus, 0);
+  }
+  properties.SetInt32(tags::kMessageSize, 0);
+  if (Status status = builder.Prepare(properties); !status.ok()) return fail(status);
+
+  auto recipientTable = WriteRecipients(database, recipients);
+  if (!recipientTable.ok()) return fail(recipientTable.status());
+  parts.Add(kNidRecipientTable, recipientTable->roots.data, recipientTable->roots.subnodes);
+  size += recipientTable->size;
+  if (!attachments.empty()) {
+    auto table = WriteAttachmentTable(database, attachments);
+    if (!table.ok()) return fail(table.status());
+    parts.Add(kNidAttachmentTable, table->roots.data, table->roots.subnodes);
+    size += table->size;
+  }
+  if (Status status = builder.Build(properties); !status.ok()) return fail(status);
+  size += builder.size();
+  if (size > kMaxSize) return fail(TooBig("a message", size));
+  builder.SetInt32(tags::kMessageSize, static_cast<std::int32_t>(size));
+  properties.SetInt32(tags::kMessageSize, static_cast<std::int32_t>(size));
+
+  StoredMessage message;
+  auto data = builder.WriteHeap();
+  if (!data.ok()) return fail(data.status());
+  parts.Add(builder.subnodes());
+  auto subnodes = WriteSubnodes(database, parts.Take());
+  if (!subnodes.ok()) {
+    database.AbandonBlock(*data);
+    return subnodes.status();
+  }
+  message.data = *data;
+  message.subnodes = *subnodes;
+  message.size = size;
+  message.properties = std::move(properties);
+  return message;
+}
+
+}  // namespace parvane::pstfile

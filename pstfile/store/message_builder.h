@@ -1,0 +1,33 @@
+// Writes attachments and messages as loose objects: a property context, the tables and values
+// below it, and the sizes that depend on all of them.
+//
+//   message    := PC; subnodes: recipient table 0x692, attachment table 0x671 (when there are
+//                 attachments), the attachments, values above 3580 bytes
+//   attachment := PC; subnodes: values above 3580 bytes, the embedded message
+//
+// kMessageSize is the logical bytes of the message's data and, recursively, of all its subnodes;
+// kAttachSize is the sum of the sizes of the attachment's values, itself included; the size of an
+// embedded object is that message's kMessageSize. Readers' repair tools compare all three.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "platform/status.h"
+#include "pstfile/ndb/node_database.h"
+#include "pstfile/store/message_parts.h"
+
+namespace parvane::pstfile {
+
+// Everything passed in is given back to the database on failure.
+platform::Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList properties,
+                                                   std::optional<StoredMessage> embedded);
+platform::Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properties,
+                                             const RowSource& recipients,
+                                             std::vector<StoredAttachment> attachments);
+
+// Logical bytes of an object in the file: its data and all its subnodes.
+platform::Result<std::uint64_t> LogicalSizeOf(const NodeDatabase& database, BlockId data,
+                                              BlockId subnodes);
+
+}  // namespace parvane::pstfile

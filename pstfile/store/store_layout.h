@@ -1,0 +1,35 @@
+// What every new store contains: the columns of its template tables, in the order that gives the
+// layout Outlook gives them, behind 67F2 and 67F3.
+#pragma once
+
+#include <array>
+#include <span>
+
+#include "pstfile/ltp/property_tag.h"
+#include "pstfile/ndb/ids.h"
+
+namespace parvane::pstfile {
+
+struct TemplateTable {
+  NodeId node;
+  std::span<const PropTag> columns;
+};
+
+// The hierarchy, contents and associated contents tables of folders, the contents of search
+// folders, the tables of messages, and those nobody fills here but every store has.
+std::span<const TemplateTable> TemplateTables();
+// The columns of one of them; empty for other nodes.
+std::span<const PropTag> TemplateColumns(NodeId templateNode);
+// The template of a folder's table of this kind.
+constexpr NodeId TemplateOf(NodeKind table) {
+  switch (table) {
+    case NodeKind::kHierarchyTable:
+      return kNidHierarchyTableTemplate;
+    case NodeKind::kContentsTable:
+      return kNidContentsTableTemplate;
+    default:
+      return kNidAssociatedContentsTableTemplate;
+  }
+}
+
+}  // namespace parvane::pstfile

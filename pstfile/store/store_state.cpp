@@ -1,0 +1,136 @@
+#include "pstfile/store/store_state.h"
+
+#include <algorithm>
+
+#include "platform/time.h"
+
+namespace parvane::pstfile {
+
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+namespace {
+// The name map and the B-tree pages of a commit.
+constexpr std::uint64_t kBytesForOtherNodes = 256u << 10;
+}  // namespace
+
+std::uint64_t PstStore::State::Now() const {
+  return options.clock != nullptr ? options.clock() : platform::MonotonicMilliseconds();
+}
+
+Status PstStore::State::LoadRecordKey() {
+  auto node = Node(kNidMessageStore);
+  if (!node.ok()) return node.status();
+  auto reader = PropertyReader::Open(*database, {node->nid, node->data, node->sub});
+  if (!reader.ok()) return reader.status();
+  auto key = reader->Bytes(tags::kRecordKey);
+  if (!key.ok()) return key.status();
+  if (key->size() != recordKey.size()) {
+    return {StatusCode::kCorrupt,
+            "record key of the store has " + std::to_string(key->size()) + " bytes"};
+  }
+  std::ranges::copy(*key, recordKey.begin());
+  return {};
+}
+
+Result<NameMap*> PstStore::State::Names() {
+  if (!names) {
+    auto loaded = NameMap::Load(*database);
+    if (!loaded.ok()) return loaded.status();
+    names = std::move(*loaded);
+  }
+  return &*names;
+}
+
+Status PstStore::State::Ready() const {
+  return closed ? Status(StatusCode::kClosed, "the store is closed") : Status();
+}
+
+Status PstStore::State::Begin() {
+  if (Status ready = Ready(); !ready.ok()) return ready;
+  if (!status.ok()) return status;
+  if (!modified) {
+    if (Status prepared = database->PrepareToModify(); !prepared.ok()) return prepared;
+    modified = true;
+    lastCommit = Now();
+  }
+  ++changes;
+  return {};
+}
+
+Status PstStore::State::End(Status result) {
+  if (result.ok()) return result;
+  const bool writeFailed = result.code() == StatusCode::kDiskFull ||
+                           result.code() == StatusCode::kIoError || !database->status().ok();
+  if (writeFailed) Latch(result);
+  return result;
+}
+
+void PstStore::State::Latch(const Status& failure) {
+  if (!status.ok()) return;
+  status = failure;
+  // What was complete before the failure is saved, as far as the disk still takes it.
+  if (!database->status().ok()) return;
+  if (!FlushAll().ok() || !database->Commit().ok()) return;
+  ++statistics.commits;
+  statistics.messagesCommitted = statistics.messagesSaved;
+  statistics.foldersCommitted = statistics.foldersCreated;
+}
+
+Status PstStore::State::FlushAll() {
+  database->KeepForCommit(0);
+  if (Status flushed = folders->Flush(); !flushed.ok()) return flushed;
+  if (names && names->changed()) return names->Write(*database);
+  return {};
+}
+
+Status PstStore::State::Commit() {
+  if (!modified) return {};
+  Status result = FlushAll();
+  if (result.ok()) result = database->Commit();
+  if (!result.ok()) {
+    // A commit that failed half way is not tried again.
+    if (status.ok()) status = result;
+    return result;
+  }
+  ++statistics.commits;
+  statistics.messagesCommitted = statistics.messagesSaved;
+  statistics.foldersCommitted = statistics.foldersCreated;
+  messagesSinceCommit = 0;
+  lastCommit = Now();
+  return {};
+}
+
+Status PstStore::State::Checkpoint() {
+  if (messagesSinceCommit >= options.commitMessages ||
+      database->TransactionBytes() >= options.commitBytes ||
+      Now() - lastCommit >= options.commitMilliseconds) {
+    return Commit();
+  }
+  database->KeepForCommit(folders->PendingBytes() + kBytesForOtherNodes);
+  return {};
+}
+
+Result<NodeRecord> PstStore::State::Node(NodeId id) {
+  auto node = database->FindNode(id);
+  if (!node.ok()) return node.status();
+  if (!node->has_value()) return Status(StatusCode::kNotFound, "no node " + ToString(id));
+  return **node;
+}
+
+Result<TableReader> PstStore::State::OpenFolderTable(NodeId folder, NodeKind kind) {
+  if (Status ready = Ready(); !ready.ok()) return ready;
+  auto known = folders->Get(folder);
+  if (!known.ok()) return known.status();
+  if (folder.Kind() == NodeKind::kSearchFolder && kind == NodeKind::kContentsTable) {
+    kind = NodeKind::kSearchContentsTable;
+  } else if (Status flushed = End(folders->FlushTable(folder, kind)); !flushed.ok()) {
+    return flushed;
+  }
+  auto node = Node(folder.Sibling(kind));
+  if (!node.ok()) return node.status();
+  return TableReader::Open(*database, {node->nid, node->data, node->sub});
+}
+
+}  // namespace parvane::pstfile

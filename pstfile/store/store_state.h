@@ -1,0 +1,54 @@
+// Inside of PstStore: one open file with what the store keeps about it.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "pstfile/ndb/node_database.h"
+#include "pstfile/store/folder_set.h"
+#include "pstfile/store/name_map.h"
+#include "pstfile/store/pst_store.h"
+
+namespace parvane::pstfile {
+
+struct PstStore::State {
+  // The database outlives everything that refers to its blocks.
+  std::unique_ptr<NodeDatabase> database;
+  std::optional<FolderSet> folders;
+  std::optional<NameMap> names;
+  StoreOptions options;
+  bool modified = false;
+  bool closed = false;
+  platform::Status status;  // the latch
+  RecordKey recordKey{};
+  StoreStatistics statistics;
+  std::uint64_t changes = 0;
+  std::uint64_t lastCommit = 0;  // milliseconds
+  std::uint32_t messagesSinceCommit = 0;
+
+  std::uint64_t Now() const;
+  platform::Status LoadRecordKey();
+  platform::Result<NameMap*> Names();
+
+  // Before reading: not closed.
+  platform::Status Ready() const;
+  // Before modifying: also not latched, and the file is locked.
+  platform::Status Begin();
+  // After modifying: passes the status on, having latched the store if it is a write failure.
+  platform::Status End(platform::Status status);
+  template <typename T>
+  platform::Result<T> End(platform::Result<T> result) {
+    if (!result.ok()) return End(result.status());
+    return result;
+  }
+  void Latch(const platform::Status& failure);
+  // Writes what has gathered in memory.
+  platform::Status FlushAll();
+  platform::Status Commit();
+  // After something was saved: commits when the open transaction is large or old enough.
+  platform::Status Checkpoint();
+  platform::Result<NodeRecord> Node(NodeId node);
+  platform::Result<TableReader> OpenFolderTable(NodeId folder, NodeKind kind);
+};
+
+}  // namespace parvane::pstfile
