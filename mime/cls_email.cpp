@@ -4,7 +4,7 @@
 
 #include "mime/cls_byte_data.h"
 #include "mime/cls_string.h"
-#include "mime/content_coding.h"
+#include "mime/encoded_words.h"
 #include "mime/html_charset.h"
 #include "mime/text_decoding.h"
 #include "platform/text.h"
@@ -98,7 +98,7 @@ bool ClsEmail::SetFromMime(const char* operation, const ByteSlice& text) {
 // ---- Header ------------------------------------------------------------------------------------
 
 void ClsEmail::GiveHeaderText(std::string_view raw, ClsString& out) const {
-  out.SetUtf8(OneLine(ContentCoding::DecodeHeader(raw, _message->charset)));
+  out.SetUtf8(OneLine(DecodeHeaderText(raw, _message->charset)));
 }
 
 const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {

@@ -4,12 +4,54 @@
 #include "platform/text.h"
 
 namespace Tessary {
+namespace {
+
+// Behind the encoded word that begins at `start`, or npos when none does: "=?", three question
+// marks' worth of anything but white space, "=".
+std::size_t EndOfWord(std::string_view text, std::size_t start) {
+  int marks = 0;
+  for (std::size_t at = start + 2; at < text.size(); ++at) {
+    // Words with spaces in their text are met, though they should not be.
+    if (text[at] == '\r' || text[at] == '\n') break;
+    if (text[at] != '?') continue;
+    if (++marks == 3) return text.substr(at + 1, 1) == "=" ? at + 2 : std::string_view::npos;
+  }
+  return std::string_view::npos;
+}
+
+std::string WithoutSpaceBetweenWords(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  std::size_t done = 0;
+  std::size_t lastEnd = std::string_view::npos;  // behind the word before
+  for (std::size_t at = text.find("=?"); at != std::string_view::npos; at = text.find("=?", at)) {
+    const std::size_t end = EndOfWord(text, at);
+    if (end == std::string_view::npos) {
+      at += 2;
+      continue;
+    }
+    const bool adjacent =
+        lastEnd != std::string_view::npos &&
+        text.substr(lastEnd, at - lastEnd).find_first_not_of(" \t\r\n") == std::string_view::npos;
+    if (!adjacent) out.append(text.substr(done, at - done));
+    out.append(text.substr(at, end - at));
+    done = lastEnd = at = end;
+  }
+  return out.append(text.substr(done));
+}
+
+}  // namespace
+
+std::string DecodeHeaderText(std::string_view text, std::string_view charset) {
+  if (!ContentCoding::HasEncodedWords(text)) return ContentCoding::DecodeHeader(text, charset);
+  return ContentCoding::DecodeHeader(WithoutSpaceBetweenWords(text), charset);
+}
 
 std::u16string DecodeEncodedWords(std::u16string_view text) {
   if (text.find(u"=?") == std::u16string_view::npos) return std::u16string(text);
   const std::string utf8 = parvane::platform::Utf16ToUtf8(text);
   if (!ContentCoding::HasEncodedWords(utf8)) return std::u16string(text);
-  return ContentCoding::DecodeHeaderToUtf16(utf8, "utf-8");
+  return parvane::platform::Utf8ToUtf16(DecodeHeaderText(utf8, "utf-8"));
 }
 
 }  // namespace Tessary

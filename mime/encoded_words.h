@@ -1,5 +1,8 @@
-// Encoded words (RFC 2047) in text that is UTF-16 already, as a mailbox's display name is after
-// mailbox.h has parsed it.
+// Encoded words (RFC 2047) as people are to read them: in subjects and other header text, and in
+// display names, which are UTF-16 already once mailbox.h has parsed them.
+//
+// Mailers cut long text into several words, and the white space between them is not text. In file
+// names it is kept (see content_coding.h).
 #pragma once
 
 #include <string>
@@ -9,5 +12,9 @@ namespace Tessary {
 
 // The text with its encoded words decoded; text without one comes back as it is.
 std::u16string DecodeEncodedWords(std::u16string_view text);
+
+// The same for the bytes of a header value; the result is UTF-8. Raw 8-bit text that is no UTF-8 is
+// read in `charset` (see text_decoding.h).
+std::string DecodeHeaderText(std::string_view text, std::string_view charset);
 
 }  // namespace Tessary

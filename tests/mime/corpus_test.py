@@ -21,10 +21,11 @@ def sha(data):
 
 
 def sha_of_text(text):
-    """The manifests hash bodies with LF line ends and without trailing ones."""
+    """The manifests hash bodies as lines without trailing white space, joined by LF."""
     if text is None:
         return None
-    return sha(text.replace("\r\n", "\n").rstrip("\n").encode())
+    lines = [line.rstrip() for line in text.replace("\r\n", "\n").split("\n")]
+    return sha("\n".join(lines).rstrip("\n").encode())
 
 
 def dump(tool, mbox):
