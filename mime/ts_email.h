@@ -49,8 +49,9 @@ class TsEmail {
   bool SetFromMimeBytes(const TsByteData& bytes);
 
   // ---- Header ----
-  // The first mailbox of "From": as text (`"Name" <address>`, the name quoted when it must be),
-  // its address, its display name. They succeed with an empty text when the field is missing.
+  // The From field as text (`Name <address>`, names quoted where they must be, mailboxes joined by
+  // ", "); the first mailbox's address; its display name. They succeed with an empty text when the
+  // field is missing.
   bool get_From(TsString& out);
   bool get_FromAddress(TsString& out);
   bool get_FromName(TsString& out);
@@ -84,7 +85,7 @@ class TsEmail {
   // The content decoded from its transfer encoding.
   bool GetAttachmentData(int index, TsByteData& out);
   bool GetAttachmentFilename(int index, TsString& out);
-  // "application/pdf", lower case, without parameters.
+  // "application/pdf", in the letter case of the message, without parameters.
   bool GetAttachmentContentType(int index, TsString& out);
   // Without the angle brackets, so that it matches the "cid:" references of an HTML body.
   bool GetAttachmentContentID(int index, TsString& out);

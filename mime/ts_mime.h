@@ -48,12 +48,14 @@ class TsMime {
   int get_NumParts();
   // A live view of a child, owned by the caller; null for a bad index.
   TsMime* GetPart(int index);
-  // "text/plain", lower case, without parameters; empty when the field is missing.
+  // "text/plain", in the letter case of the message, without parameters; empty when the field is
+  // missing.
   bool get_ContentType(TsString& out);
   // Disposition "attachment", without regard to case.
   bool IsAttachment();
   bool IsMultipartRelated();
-  // The transfer encoding's name, as "base64", lower case; empty when the field is missing.
+  // The transfer encoding's name, as "base64", in the letter case of the message; empty when the
+  // field is missing.
   bool encoding(TsString& out);
 
   // ---- Header fields, in stored order ----

@@ -27,7 +27,7 @@ TsString& TsString::operator=(const TsString& other) {
   if (this != &other) *_implP = *other._implP;
   return *this;
 }
-// What is moved from stays usable, and empty.
+// What is moved from stays usable.
 TsString::TsString(TsString&& other) noexcept : TsString() { _implP.swap(other._implP); }
 TsString& TsString::operator=(TsString&& other) noexcept {
   _implP.swap(other._implP);

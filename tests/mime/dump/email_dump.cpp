@@ -68,10 +68,8 @@ std::string Dump(TsEmail& e) {
   out += ", \"from\": [" + Text(e, &TsEmail::get_FromName) + ", " +
          Text(e, &TsEmail::get_FromAddress) + "]";
   out += ", \"date\": " + Text(e, &TsEmail::get_EmailDateStr);
-  out += ", \"to\": " +
-         Recipients(e, e.get_NumTo(), &TsEmail::GetToName, &TsEmail::GetToAddr);
-  out += ", \"cc\": " +
-         Recipients(e, e.get_NumCC(), &TsEmail::GetCcName, &TsEmail::GetCcAddr);
+  out += ", \"to\": " + Recipients(e, e.get_NumTo(), &TsEmail::GetToName, &TsEmail::GetToAddr);
+  out += ", \"cc\": " + Recipients(e, e.get_NumCC(), &TsEmail::GetCcName, &TsEmail::GetCcAddr);
   out += ", \"plain\": " + Text(e, &TsEmail::GetPlainTextBody);
   out += ", \"html\": " + Text(e, &TsEmail::GetHtmlBody);
   out += ", \"attachments\": " + ListOf(e.get_NumAttachments(), [&](int i) {
