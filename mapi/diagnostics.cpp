@@ -10,7 +10,9 @@ namespace {
 struct State {
   std::list<StoreDiagnostics> records;  // references to elements stay valid
   std::vector<StoreDiagnostics> snapshot;
+  Failure firstFailure;
   Failure lastFailure;
+  std::uint64_t failures = 0;
   std::int64_t objects = 0;
   std::int64_t buffers = 0;
 };
@@ -35,7 +37,9 @@ const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path) {
   return nullptr;
 }
 
+const Failure& FirstFailure() { return TheState().firstFailure; }
 const Failure& LastFailure() { return TheState().lastFailure; }
+std::uint64_t FailureCount() { return TheState().failures; }
 std::uint64_t LiveObjects() { return static_cast<std::uint64_t>(TheState().objects); }
 std::uint64_t LiveBuffers() { return static_cast<std::uint64_t>(TheState().buffers); }
 
@@ -47,7 +51,9 @@ void ResetDiagnostics() {
     record.lastFailure = {};
   }
   std::erase_if(state.records, [](const StoreDiagnostics& record) { return !record.isOpen; });
+  state.firstFailure = {};
   state.lastFailure = {};
+  state.failures = 0;
 }
 
 StoreDiagnostics& RecordFor(std::u16string_view path) {
@@ -62,7 +68,9 @@ StoreDiagnostics& RecordFor(std::u16string_view path) {
 
 void RecordFailure(StoreDiagnostics* store, HRESULT result, std::string_view text) noexcept try {
   const Failure failure{result, std::string(text)};
-  TheState().lastFailure = failure;
+  State& state = TheState();
+  if (++state.failures == 1) state.firstFailure = failure;
+  state.lastFailure = failure;
   if (store == nullptr) return;
   if (store->firstFailure.result == 0) store->firstFailure = failure;
   store->lastFailure = failure;

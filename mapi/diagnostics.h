@@ -22,6 +22,8 @@ struct Failure {
 struct StoreDiagnostics {
   std::u16string path;  // as configured
 
+  // Messages of folders, embedded ones not counted. A commit always covers the first so many of
+  // those saved.
   std::uint64_t messagesCreated = 0;    // CreateMessage succeeded
   std::uint64_t messagesSaved = 0;      // first SaveChanges succeeded: accepted by the store
   std::uint64_t messagesCommitted = 0;  // of those, now safely in the file
@@ -36,17 +38,20 @@ struct StoreDiagnostics {
   bool latched = false;
   // The file may not grow further (its format's or the configured limit).
   bool sizeLimitReached = false;
-  // Allocation maps that had to be rebuilt on opening, the file not having been closed cleanly.
-  std::uint64_t rebuiltMaps = 0;
-  bool isOpen = false;
+  // The allocation maps had to be rebuilt: the last writer had not closed the file cleanly.
+  bool mapsRebuilt = false;
+  bool isOpen = false;  // counts stay readable afterwards, until the file is opened again
 };
 
 // One record for each file, in order of first use.
 const std::vector<StoreDiagnostics>& AllStoreDiagnostics();
 // Null when the process has not touched this file.
 const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path);
-// The last failure of any call, including those that concern no file (unknown profile...).
+// Failures of any call, those that concern no file (unknown profile...) included, since the last
+// ResetDiagnostics. Asking for something that is not there is no failure.
+const Failure& FirstFailure();
 const Failure& LastFailure();
+std::uint64_t FailureCount();
 // Objects of the built-in MAPI (sessions, stores, tables, streams...) not yet released.
 std::uint64_t LiveObjects();
 // Buffers obtained from the built-in MAPI and not yet freed.

@@ -5,6 +5,7 @@
 #include "platform/system.h"
 #include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/ltp/stored_values.h"
+#include "pstfile/ltp/value_reader_state.h"
 #include "pstfile/store/message_builder.h"
 #include "pstfile/store/store_creation.h"
 #include "pstfile/store/store_state.h"
@@ -162,6 +163,16 @@ Result<StoredValue> PstStore::ShareValue(PropertyReader& from, PropTag tag) {
   if (!bytes.ok()) return bytes.status();
   if (Status status = _state->Begin(); !status.ok()) return status;
   return _state->End(StoreBytes(*_state->database, *bytes));
+}
+
+Result<ValueReader> PstStore::OpenStoredValue(const StoredValue& value) {
+  if (Status status = _state->Ready(); !status.ok()) return status;
+  auto tree = DataTree::Open(*_state->database, value.root);
+  if (!tree.ok()) return tree.status();
+  auto state = std::make_unique<ValueReader::State>();
+  state->inTree = true;
+  state->tree = std::move(tree).value();
+  return ValueReader(std::move(state));
 }
 
 Result<StoredAttachment> PstStore::WriteAttachment(PropertyList properties,

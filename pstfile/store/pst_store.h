@@ -180,6 +180,8 @@ class PstStore {
   // The same value for a second object, without copying it. Valid until the first object changes:
   // write and insert the second one before that.
   platform::Result<StoredValue> ShareValue(PropertyReader& from, PropTag tag);
+  // Reads a value back before any object holds it.
+  platform::Result<ValueReader> OpenStoredValue(const StoredValue& value);
   // Writes an attachment. kAttachSize is computed, kRenderingPosition defaults to -1. With
   // `embedded`, kAttachDataObject is set to it and kAttachMethod defaults to 5. Stored values of
   // the list and `embedded` pass to the attachment; when this fails they are given back.

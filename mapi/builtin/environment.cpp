@@ -1,0 +1,15 @@
+#include "mapi/builtin/environment.h"
+
+namespace parvane::mapi::builtin {
+
+Environment& TheEnvironment() {
+  static Environment environment;
+  return environment;
+}
+
+platform::FileSystem& Files() {
+  platform::FileSystem* files = TheEnvironment().files;
+  return files != nullptr ? *files : platform::FileSystem::Default();
+}
+
+}  // namespace parvane::mapi::builtin

@@ -1,0 +1,354 @@
+#include "mapi/builtin/message.h"
+
+#include <algorithm>
+#include <array>
+
+#include "mapi/builtin/attachment.h"
+#include "mapi/builtin/message_properties.h"
+#include "mapi/builtin/message_rows.h"
+#include "mapi/constants.h"
+#include "platform/system.h"
+
+namespace parvane::mapi::builtin {
+
+using pstfile::PropertyReader;
+
+Message::Message(MessagePlace place) : _place(std::move(place)), _properties(*_place.core) {}
+
+Message* Message::Create(MessagePlace place) {
+  auto message = ComPointer<Message>::Attach(new Message(std::move(place)));
+  std::array<std::byte, 16> key;
+  platform::FillRandom(key);
+  message->_properties.SetBytes(PR_SEARCH_KEY, key);
+  message->_recipientsLoaded = true;
+  message->_attachmentsLoaded = true;
+  return message.Detach();
+}
+
+HRESULT Message::Open(MessagePlace place, Message** out) {
+  auto message = ComPointer<Message>::Attach(new Message(std::move(place)));
+  message->_inFile = true;
+  PropertyReader* reader = nullptr;
+  const HRESULT result = message->OpenReader(reader);
+  if (Succeeded(result)) *out = message.Detach();
+  return result;
+}
+
+Message::~Message() { AbandonPending(); }
+
+void Message::AbandonPending() {
+  pstfile::PstStore* store = _place.core->store();
+  for (Slot& slot : _attachments) {
+    if (slot.pending && store != nullptr) store->Abandon(*slot.pending);
+    slot.pending.reset();
+  }
+}
+
+HRESULT Message::Prepare() {
+  return _place.core->store() == nullptr ? MAPI_E_END_OF_SESSION : S_OK;
+}
+
+HRESULT Message::OpenReader(PropertyReader*& reader) {
+  reader = nullptr;
+  if (_place.core->store() == nullptr) return MAPI_E_END_OF_SESSION;
+  if (!_inFile) return S_OK;
+  if (!_reader) {
+    pstfile::PstStore& store = *_place.core->store();
+    auto opened =
+        IsEmbedded() ? pstfile::MessageReader::Open(store.database(), _place.location, _place.depth)
+                     : store.OpenMessage(_place.node);
+    if (!opened.ok()) return _place.core->Note(opened.status());
+    _reader.emplace(std::move(opened).value());
+  }
+  reader = &_reader->properties();
+  return S_OK;
+}
+
+Identity Message::MakeIdentity() const {
+  return {MAPI_MESSAGE, IsEmbedded() ? pstfile::NodeId{} : _place.node, _place.folder,
+          _place.writable};
+}
+
+// ---- Properties ---------------------------------------------------------------------------------
+
+HRESULT Message::ListTags(std::vector<ULONG>& tags) {
+  PropertyReader* reader = nullptr;
+  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
+  _properties.ListTags(reader, tags);
+  std::erase_if(tags, [](ULONG tag) { return IsIdentity(PropId(tag)) || IsDerived(PropId(tag)); });
+  ListIdentity(MakeIdentity(), tags);
+  tags.push_back(PR_DISPLAY_TO_W);
+  tags.push_back(PR_DISPLAY_CC_W);
+  tags.push_back(PR_DISPLAY_BCC_W);
+  tags.push_back(PR_MESSAGE_RECIPIENTS);
+  tags.push_back(PR_MESSAGE_ATTACHMENTS);
+  Value value;
+  for (const ULONG tag :
+       {PR_SUBJECT_PREFIX_W, PR_NORMALIZED_SUBJECT_W, PR_HASATTACH, PR_MESSAGE_FLAGS}) {
+    if (std::find(tags.begin(), tags.end(), tag) == tags.end() &&
+        Succeeded(Find(PropId(tag), value))) {
+      tags.push_back(tag);
+    }
+  }
+  return S_OK;
+}
+
+HRESULT Message::Find(ULONG id, Value& value) {
+  if (IsIdentity(id)) return FindIdentity(*_place.core, MakeIdentity(), id, value);
+  PropertyReader* reader = nullptr;
+  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
+  if (id == PropId(PR_MESSAGE_RECIPIENTS) || id == PropId(PR_MESSAGE_ATTACHMENTS)) {
+    value.SetScalar(PropTag(PT_OBJECT, id), 0);
+    return S_OK;
+  }
+  if (_properties.set().FindId(static_cast<std::uint16_t>(id)) || _properties.IsRemoved(id)) {
+    return _properties.Find(id, reader, value);
+  }
+  if (IsNew() && id == PropId(PR_MESSAGE_FLAGS)) {
+    value.SetScalar(PR_MESSAGE_FLAGS, MSGFLAG_UNSENT | MSGFLAG_UNMODIFIED);
+    return S_OK;
+  }
+  return FindDerived(
+      [&](ULONG stored, Value& found) {
+        return reader == nullptr ? MAPI_E_NOT_FOUND
+                                 : FindInFile(*_place.core, *reader, stored, found);
+      },
+      id, value);
+}
+
+bool Message::IsComputed(ULONG tag) const { return IsComputedOfMessage(PropId(tag), _inFile); }
+
+HRESULT Message::Set(const SPropValue& value) {
+  const bool wideHtml = value.ulPropTag == PR_BODY_HTML_W;
+  return _properties.Set(value, wideHtml ? HtmlCodePage() : kDefaultHtmlCodePage);
+}
+
+HRESULT Message::Remove(ULONG id) {
+  PropertyReader* reader = nullptr;
+  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
+  return _properties.Remove(id, reader);
+}
+
+HRESULT Message::OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) {
+  PropertyReader* base = nullptr;
+  if (const HRESULT result = OpenReader(base); Failed(result)) return result;
+  if (id != PropId(PR_SUBJECT_W) && !IsDerived(id) && !IsIdentity(id)) {
+    return _properties.Open(id, base, value, reader);
+  }
+  const HRESULT result = Find(id, value);
+  return Succeeded(result) && value.large ? _properties.Open(id, base, value, reader) : result;
+}
+
+HRESULT Message::InstallBytes(ULONG tag, std::span<const std::byte> bytes) {
+  _properties.SetBytes(tag, bytes);
+  return S_OK;
+}
+
+HRESULT Message::InstallStored(ULONG tag, const pstfile::StoredValue& stored) {
+  _properties.SetStored(tag, stored);
+  return S_OK;
+}
+
+HRESULT Message::OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
+                              ULONG ulFlags, IUnknown** lppUnk) {
+  return Guarded([&]() -> HRESULT {
+    if (!ClearOut(lppUnk) || lpiid == nullptr || PropType(ulPropTag) == PT_UNSPECIFIED) {
+      return MAPI_E_INVALID_PARAMETER;
+    }
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (*lpiid == IID_IMAPITable) {
+      auto** table = reinterpret_cast<IMAPITable**>(lppUnk);
+      if (ulPropTag == PR_MESSAGE_RECIPIENTS) return GetRecipientTable(ulInterfaceOptions, table);
+      if (ulPropTag == PR_MESSAGE_ATTACHMENTS) {
+        return GetAttachmentTable(ulInterfaceOptions, table);
+      }
+      return MAPI_E_NO_SUPPORT;
+    }
+    if (*lpiid == IID_IMessage || *lpiid == IID_IStreamDocfile) return MAPI_E_NO_SUPPORT;
+    if (!(*lpiid == IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
+    if ((ulFlags & (MAPI_CREATE | MAPI_MODIFY)) != 0 && IsComputed(ulPropTag)) {
+      return MAPI_E_NO_ACCESS;
+    }
+    IStream* stream = nullptr;
+    const HRESULT result =
+        OpenPropertyStream(*this, ulPropTag, ulInterfaceOptions, ulFlags, _place.writable, &stream);
+    *lppUnk = stream;
+    return result;
+  });
+}
+
+// ---- Recipients ---------------------------------------------------------------------------------
+
+HRESULT Message::LoadRecipients() {
+  if (_recipientsLoaded) return S_OK;
+  PropertyReader* reader = nullptr;
+  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
+  auto table = _reader->Recipients();
+  if (!table.ok()) return _place.core->Note(table.status());
+  if (table->has_value()) {
+    const platform::Status status = _recipients.Load(**table);
+    if (!status.ok()) return _place.core->Note(status);
+  }
+  _recipientsLoaded = true;
+  return S_OK;
+}
+
+HRESULT Message::ModifyRecipients(ULONG ulFlags, ADRLIST* lpMods) {
+  return Guarded([&]() -> HRESULT {
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (lpMods == nullptr) return MAPI_E_INVALID_PARAMETER;
+    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (const HRESULT result = LoadRecipients(); Failed(result)) return result;
+    const HRESULT result = _recipients.Modify(ulFlags, *lpMods);
+    if (Succeeded(result)) _recipientsModified = true;
+    return result;
+  });
+}
+
+HRESULT Message::GetRecipientTable(ULONG ulFlags, IMAPITable** lppTable) {
+  return Guarded([&]() -> HRESULT {
+    if (!ClearOut(lppTable)) return MAPI_E_INVALID_PARAMETER;
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (const HRESULT result = LoadRecipients(); Failed(result)) return result;
+    return MakeTable(std::make_unique<RecipientRows>(*this), ulFlags, lppTable);
+  });
+}
+
+HRESULT Message::SubmitMessage(ULONG) { return MAPI_E_NO_SUPPORT; }
+
+HRESULT Message::SetReadFlag(ULONG ulFlags) {
+  return Guarded([&]() -> HRESULT {
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    Value value;
+    if (const HRESULT result = Find(PropId(PR_MESSAGE_FLAGS), value); Failed(result)) {
+      return result;
+    }
+    std::uint64_t flags = value.scalar | MSGFLAG_READ;
+    if ((ulFlags & CLEAR_READ_FLAG) != 0) flags &= ~std::uint64_t{MSGFLAG_READ};
+    if (flags == value.scalar) return S_OK;
+    // Takes effect at once, but must not publish what the caller has not saved yet.
+    const bool quiet =
+        _inFile && !_properties.modified() && !_recipientsModified && !_attachmentsModified;
+    if (IsNew() || quiet) {
+      _properties.SetScalar(PR_MESSAGE_FLAGS, flags);
+      if (!IsNew()) _failure = WriteOut();
+      return _failure;
+    }
+    _properties.SetScalar(PR_MESSAGE_FLAGS, flags);
+    return S_OK;
+  });
+}
+
+// ---- Attachments --------------------------------------------------------------------------------
+
+HRESULT Message::LoadAttachments() {
+  if (_attachmentsLoaded) return S_OK;
+  PropertyReader* reader = nullptr;
+  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
+  auto nodes = _reader->AttachmentNodes();
+  if (!nodes.ok()) return _place.core->Note(nodes.status());
+  for (const pstfile::NodeId node : *nodes) {
+    _attachments.push_back({_nextAttachment++, node, std::nullopt});
+  }
+  _attachmentsLoaded = true;
+  return S_OK;
+}
+
+Message::Slot* Message::SlotOf(ULONG number) {
+  const auto found = std::find_if(_attachments.begin(), _attachments.end(),
+                                  [number](const Slot& slot) { return slot.number == number; });
+  return found == _attachments.end() ? nullptr : &*found;
+}
+
+HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>& reader,
+                                pstfile::ObjectLocation& location) {
+  StoreCore& core = *_place.core;
+  if (core.store() == nullptr) return MAPI_E_END_OF_SESSION;
+  if (slot.pending) {
+    location = {slot.pending->node, slot.pending->data, slot.pending->subnodes};
+  } else {
+    PropertyReader* base = nullptr;
+    if (const HRESULT result = OpenReader(base); Failed(result)) return result;
+    auto found = _reader->OpenAttachment(slot.node);
+    if (!found.ok()) return core.Note(found.status());
+    location = found->location();
+  }
+  auto opened = PropertyReader::Open(core.store()->database(), location);
+  if (!opened.ok()) return core.Note(opened.status());
+  reader.emplace(std::move(opened).value());
+  return S_OK;
+}
+
+HRESULT Message::PutAttachment(ULONG number, pstfile::StoredAttachment attachment) {
+  Slot* slot = SlotOf(number);
+  if (slot == nullptr) {
+    // Attachments stand in the order of their numbers, whatever the order of saving.
+    const auto place = std::find_if(_attachments.begin(), _attachments.end(),
+                                    [number](const Slot& other) { return other.number > number; });
+    slot = &*_attachments.insert(place, Slot{number, {}, std::nullopt});
+  }
+  if (slot->pending) _place.core->store()->Abandon(*slot->pending);
+  slot->pending = std::move(attachment);
+  _attachmentsModified = true;
+  return S_OK;
+}
+
+HRESULT Message::CreateAttach(const IID* lpInterface, ULONG, ULONG* lpulAttachmentNum,
+                              IAttach** lppAttach) {
+  return Guarded([&]() -> HRESULT {
+    const bool hasNumber = ClearOut(lpulAttachmentNum);
+    if (!ClearOut(lppAttach) || !hasNumber) return MAPI_E_INVALID_PARAMETER;
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
+    const ULONG number = _nextAttachment;
+    auto* attachment = Attachment::Create(_place.core, *this, number);
+    const HRESULT result = HandOut(attachment, lpInterface, lppAttach);
+    if (Failed(result)) return result;
+    *lpulAttachmentNum = number;
+    ++_nextAttachment;
+    return S_OK;
+  });
+}
+
+HRESULT Message::OpenAttach(ULONG ulAttachmentNum, const IID* lpInterface, ULONG ulFlags,
+                            IAttach** lppAttach) {
+  return Guarded([&]() -> HRESULT {
+    if (!ClearOut(lppAttach)) return MAPI_E_INVALID_PARAMETER;
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if ((ulFlags & MAPI_MODIFY) != 0 && !_place.writable) return MAPI_E_NO_ACCESS;
+    if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
+    const Slot* slot = SlotOf(ulAttachmentNum);
+    if (slot == nullptr) return MAPI_E_NOT_FOUND;
+    const bool writable = (ulFlags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0 && _place.writable;
+    Attachment* attachment = nullptr;
+    const HRESULT result = Attachment::Open(_place.core, *this, *slot, writable, &attachment);
+    return Failed(result) ? result : HandOut(attachment, lpInterface, lppAttach);
+  });
+}
+
+HRESULT Message::DeleteAttach(ULONG ulAttachmentNum, ULONG_PTR, IMAPIProgress*, ULONG) {
+  return Guarded([&]() -> HRESULT {
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
+    const Slot* slot = SlotOf(ulAttachmentNum);
+    if (slot == nullptr) return MAPI_E_NOT_FOUND;
+    if (slot->pending) _place.core->store()->Abandon(*slot->pending);
+    _attachments.erase(_attachments.begin() + (slot - _attachments.data()));
+    _attachmentsModified = true;
+    return S_OK;
+  });
+}
+
+HRESULT Message::GetAttachmentTable(ULONG ulFlags, IMAPITable** lppTable) {
+  return Guarded([&]() -> HRESULT {
+    if (!ClearOut(lppTable)) return MAPI_E_INVALID_PARAMETER;
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
+    return MakeTable(std::make_unique<AttachmentRows>(*this), ulFlags, lppTable);
+  });
+}
+
+}  // namespace parvane::mapi::builtin

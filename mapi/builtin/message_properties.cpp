@@ -1,0 +1,181 @@
+#include "mapi/builtin/message_properties.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "mapi/builtin/identity.h"
+#include "mapi/constants.h"
+#include "mapi/results.h"
+#include "platform/system.h"
+#include "platform/text.h"
+#include "pstfile/store/subject.h"
+
+namespace parvane::mapi::builtin {
+namespace {
+
+using pstfile::PropertyList;
+
+constexpr ULONG kAlwaysComputed[] = {
+    PR_DISPLAY_TO_W, PR_DISPLAY_CC_W,       PR_DISPLAY_BCC_W,
+    PR_MESSAGE_SIZE, PR_HASATTACH,          PR_NORMALIZED_SUBJECT_W,
+    PR_MSG_STATUS,   PR_MESSAGE_RECIPIENTS, PR_MESSAGE_ATTACHMENTS};
+constexpr ULONG kSettableUntilSaved[] = {PR_MESSAGE_FLAGS, PR_CREATION_TIME,
+                                         PR_LAST_MODIFICATION_TIME};
+
+// Flags a caller decides; the others are the store's.
+constexpr ULONG kCallersFlags = MSGFLAG_READ | MSGFLAG_UNSENT | MSGFLAG_FROMME | MSGFLAG_RESEND |
+                                MSGFLAG_ORIGIN_X400 | MSGFLAG_ORIGIN_INTERNET |
+                                MSGFLAG_ORIGIN_MISC_EXT;
+
+constexpr char16_t kDefaultClass[] = u"IPM";
+
+bool Contains(std::span<const ULONG> tags, ULONG id) {
+  return std::any_of(tags.begin(), tags.end(), [id](ULONG tag) { return PropId(tag) == id; });
+}
+
+bool Has(const PropertyList& list, ULONG tag) {
+  return list.FindId(static_cast<std::uint16_t>(PropId(tag))).has_value();
+}
+
+void Drop(PropertyList& list, ULONG tag) { list.Remove(static_cast<std::uint16_t>(PropId(tag))); }
+
+// Letters are those of any script: what is excluded are digits, blanks and punctuation.
+bool IsPrefixLetter(char16_t unit) {
+  if (unit < 0x80) return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+  return !platform::IsWhiteSpace(unit) && !(unit >= 0x2000 && unit <= 0x206F) &&
+         !(unit >= 0x3000 && unit <= 0x303F) && !(unit >= 0xFF00 && unit <= 0xFF20) &&
+         !(unit < 0xC0);
+}
+
+void SetDisplayNames(PropertyList& list, ULONG tag, const RecipientList& recipients, ULONG type) {
+  const std::u16string names = recipients.DisplayNames(type);
+  if (names.empty()) {
+    Drop(list, tag);  // reads as an empty string
+  } else {
+    list.SetText(ToTag(tag), names);
+  }
+}
+
+// The file's subject says where its prefix ends; a subject that went to the file by itself already
+// (a very long one) is left without.
+void CompleteSubject(PropertyList& list, bool plain) {
+  const std::u16string given = list.Text(ToTag(PR_SUBJECT_PREFIX_W)).value_or(u"");
+  Drop(list, PR_SUBJECT_PREFIX_W);
+  Drop(list, PR_NORMALIZED_SUBJECT_W);
+  const auto stored = list.Text(ToTag(PR_SUBJECT_W));
+  if (!stored) return;
+  std::u16string_view subject = *stored;
+  std::u16string_view before;
+  if (!plain) {
+    const pstfile::DecodedSubject decoded = pstfile::DecodeSubject(*stored);
+    subject = decoded.subject;
+    before = subject.substr(0, decoded.prefixLength);
+  }
+  const std::size_t prefix = SubjectPrefixLength(subject, given.empty() ? before : given);
+  list.SetText(ToTag(PR_SUBJECT_W), pstfile::EncodeSubject(subject, prefix));
+  if (!Has(list, PR_CONVERSATION_TOPIC_W)) {
+    list.SetText(ToTag(PR_CONVERSATION_TOPIC_W), subject.substr(prefix));
+  }
+}
+
+struct AddressSet {
+  ULONG type;
+  ULONG address;
+  ULONG searchKey;
+  ULONG smtpAddress;
+};
+constexpr AddressSet kAddressSets[] = {
+    {PR_SENDER_ADDRTYPE_W, PR_SENDER_EMAIL_ADDRESS_W, PR_SENDER_SEARCH_KEY,
+     PR_SENDER_SMTP_ADDRESS_W},
+    {PR_SENT_REPRESENTING_ADDRTYPE_W, PR_SENT_REPRESENTING_EMAIL_ADDRESS_W,
+     PR_SENT_REPRESENTING_SEARCH_KEY, PR_SENT_REPRESENTING_SMTP_ADDRESS_W},
+    {PR_RECEIVED_BY_ADDRTYPE_W, PR_RECEIVED_BY_EMAIL_ADDRESS_W, PR_RECEIVED_BY_SEARCH_KEY,
+     PR_RECEIVED_BY_SMTP_ADDRESS_W},
+};
+
+void CompleteAddresses(PropertyList& list) {
+  for (const AddressSet& set : kAddressSets) {
+    const auto type = list.Text(ToTag(set.type));
+    const auto address = list.Text(ToTag(set.address));
+    if (!type || !address) continue;
+    if (!Has(list, set.searchKey)) {
+      list.SetBytes(ToTag(set.searchKey), AddressSearchKey(*type, *address));
+    }
+    if (platform::EqualsIgnoreCase(*type, u"SMTP") && !Has(list, set.smtpAddress)) {
+      list.SetText(ToTag(set.smtpAddress), *address);
+    }
+  }
+}
+
+void CompleteFlags(PropertyList& list, const SaveContext& context) {
+  const auto given = list.Scalar(ToTag(PR_MESSAGE_FLAGS));
+  ULONG flags = given ? static_cast<ULONG>(*given) : MSGFLAG_UNSENT;
+  if (context.first) flags &= kCallersFlags;
+  if (context.associated) flags |= MSGFLAG_ASSOCIATED;
+  list.SetScalar(ToTag(PR_MESSAGE_FLAGS), flags);
+}
+
+}  // namespace
+
+bool IsComputedOfMessage(ULONG id, bool saved) {
+  return IsIdentity(id) || Contains(kAlwaysComputed, id) ||
+         (saved && Contains(kSettableUntilSaved, id));
+}
+
+std::size_t SubjectPrefixLength(std::u16string_view subject, std::u16string_view given) {
+  if (!given.empty() && subject.starts_with(given)) return given.size();
+  std::size_t letters = 0;
+  while (letters < 3 && letters < subject.size() && IsPrefixLetter(subject[letters])) ++letters;
+  if (letters == 0 || subject.substr(letters, 2) != u": ") return 0;
+  return letters + 2;
+}
+
+bool IsDerived(ULONG id) {
+  static constexpr ULONG kDerived[] = {PR_SUBJECT_PREFIX_W, PR_NORMALIZED_SUBJECT_W,
+                                       PR_HASATTACH,        PR_DISPLAY_TO_W,
+                                       PR_DISPLAY_CC_W,     PR_DISPLAY_BCC_W};
+  return Contains(kDerived, id);
+}
+
+HRESULT SplitStoredSubject(ULONG id, Value& value) {
+  if (PropType(value.tag) != PT_UNICODE) {
+    // 8-bit, in a file of another writer: taken as it is, without a known prefix.
+    if (id == PropId(PR_SUBJECT_PREFIX_W)) value.SetText(PR_SUBJECT_PREFIX_W, {});
+    value.tag = PropTag(PropType(value.tag), id);
+    return S_OK;
+  }
+  std::u16string scratch;
+  const pstfile::DecodedSubject decoded = pstfile::DecodeSubject(ViewText(value.bytes, scratch));
+  std::u16string_view part = decoded.subject;
+  if (id == PropId(PR_SUBJECT_PREFIX_W)) part = part.substr(0, decoded.prefixLength);
+  if (id == PropId(PR_NORMALIZED_SUBJECT_W)) part.remove_prefix(decoded.prefixLength);
+  value.SetText(PropTag(PT_UNICODE, id), part);
+  return S_OK;
+}
+
+void CompleteMessage(PropertyList& list, const RecipientList& recipients,
+                     const SaveContext& context) {
+  if (!Has(list, PR_MESSAGE_CLASS_W)) list.SetText(ToTag(PR_MESSAGE_CLASS_W), kDefaultClass);
+  const std::uint64_t now = TimeBits(platform::CurrentFileTime());
+  if (!Has(list, PR_CREATION_TIME)) list.SetScalar(ToTag(PR_CREATION_TIME), now);
+  if (!context.first) {
+    list.SetScalar(ToTag(PR_LAST_MODIFICATION_TIME), now);
+  } else if (!Has(list, PR_LAST_MODIFICATION_TIME)) {
+    list.SetScalar(ToTag(PR_LAST_MODIFICATION_TIME),
+                   list.Scalar(ToTag(PR_CREATION_TIME)).value_or(now));
+  }
+  if (!Has(list, PR_SEARCH_KEY)) {
+    std::array<std::byte, 16> key;
+    platform::FillRandom(key);
+    list.SetBytes(ToTag(PR_SEARCH_KEY), key);
+  }
+  CompleteFlags(list, context);
+  CompleteSubject(list, context.plainSubject);
+  SetDisplayNames(list, PR_DISPLAY_TO_W, recipients, MAPI_TO);
+  SetDisplayNames(list, PR_DISPLAY_CC_W, recipients, MAPI_CC);
+  SetDisplayNames(list, PR_DISPLAY_BCC_W, recipients, MAPI_BCC);
+  CompleteAddresses(list);
+}
+
+}  // namespace parvane::mapi::builtin

@@ -1,0 +1,127 @@
+// How a message gets into the file.
+#include "mapi/builtin/attachment.h"
+#include "mapi/builtin/message.h"
+#include "mapi/builtin/message_properties.h"
+#include "mapi/constants.h"
+
+namespace parvane::mapi::builtin {
+
+using platform::Status;
+using pstfile::PropertyReader;
+using pstfile::StoredAttachment;
+
+bool EndsWriting(ULONG saveFlags) {
+  return saveFlags == 0 ||
+         (saveFlags & (KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE)) == KEEP_OPEN_READONLY;
+}
+
+HRESULT Message::SaveChanges(ULONG ulFlags) {
+  return Guarded([&]() -> HRESULT {
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    // What a failed save has given back cannot be saved again; half a message must not pass for a
+    // whole one.
+    if (Failed(_failure)) return _failure;
+    const bool changed =
+        IsNew() || _properties.modified() || _recipientsModified || _attachmentsModified;
+    if (changed) _failure = WriteOut();
+    if (Failed(_failure)) return _failure;
+    if (EndsWriting(ulFlags)) _place.writable = false;
+    return S_OK;
+  });
+}
+
+HRESULT Message::WriteOut() {
+  StoreCore& core = *_place.core;
+  pstfile::PstStore& store = *core.store();
+  PropertyReader* base = nullptr;
+  if (const HRESULT result = OpenReader(base); Failed(result)) return result;
+  if (const HRESULT result = LoadRecipients(); Failed(result)) return result;
+  if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
+
+  // Attachments that did not change go along as they are.
+  std::vector<StoredAttachment> attachments;
+  const auto giveBack = [&] {
+    for (const StoredAttachment& attachment : attachments) store.Abandon(attachment);
+  };
+  attachments.reserve(_attachments.size());
+  for (Slot& slot : _attachments) {
+    if (slot.pending) {
+      slot.node = slot.pending->node;
+      attachments.push_back(*std::move(slot.pending));
+      slot.pending.reset();
+      continue;
+    }
+    auto shared = store.ShareAttachment(*_reader, slot.node);
+    if (!shared.ok()) {
+      giveBack();
+      return core.Note(shared.status());
+    }
+    attachments.push_back(std::move(shared).value());
+  }
+
+  pstfile::PropertyList list;
+  SaveContext context;
+  context.first = IsNew();
+  context.associated = _place.associated;
+  context.plainSubject = IsNew() || _properties.set().FindId(PropId(PR_SUBJECT_W)).has_value();
+  if (const HRESULT result = _properties.Assemble(base, list); Failed(result)) {
+    giveBack();
+    return result;
+  }
+  CompleteMessage(list, _recipients, context);
+
+  auto written = store.WriteMessage(std::move(list), _recipients, std::move(attachments));
+  if (!written.ok()) return core.Note(written.status());
+  _reader.reset();
+  Status status;
+  if (IsEmbedded()) {
+    _place.location = {{}, written->data, written->subnodes};
+    const HRESULT result = _place.attachment->PutEmbedded(std::move(written).value());
+    if (Failed(result)) return result;
+  } else if (IsNew()) {
+    auto node = store.InsertMessage(_place.folder, std::move(written).value(), _place.associated);
+    status = node.status();
+    if (node.ok()) _place.node = *node;
+  } else {
+    status = store.ReplaceMessage(_place.node, std::move(written).value());
+  }
+  if (!status.ok()) return core.Note(status);
+  if (IsNew() && !IsEmbedded() && core.record() != nullptr) ++core.record()->messagesSaved;
+  _inFile = true;
+  _recipientsModified = false;
+  _attachmentsModified = false;
+  core.Publish();
+  return S_OK;
+}
+
+platform::Result<pstfile::StoredMessage> CopyMessage(StoreCore& core,
+                                                     pstfile::MessageReader& message) {
+  pstfile::PstStore& store = *core.store();
+  TransactedProperties nothing(core);
+  pstfile::PropertyList list;
+  if (Failed(nothing.Assemble(&message.properties(), list))) {
+    return Status(platform::StatusCode::kCorrupt, "an embedded message cannot be read");
+  }
+  RecipientList recipients;
+  std::vector<StoredAttachment> attachments;
+  const auto fail = [&](const Status& status) {
+    store.Abandon(list);
+    for (const StoredAttachment& attachment : attachments) store.Abandon(attachment);
+    return status;
+  };
+  auto table = message.Recipients();
+  Status status = table.status();
+  if (status.ok() && table->has_value()) status = recipients.Load(**table);
+  if (!status.ok()) return fail(status);
+  auto nodes = message.AttachmentNodes();
+  if (!nodes.ok()) return fail(nodes.status());
+  for (const pstfile::NodeId node : *nodes) {
+    auto shared = store.ShareAttachment(message, node);
+    if (!shared.ok()) return fail(shared.status());
+    attachments.push_back(std::move(shared).value());
+  }
+  return store.WriteMessage(std::move(list), recipients, std::move(attachments));
+}
+
+}  // namespace parvane::mapi::builtin

@@ -1,0 +1,223 @@
+#include "mapi/builtin/message_store.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "mapi/builtin/folder.h"
+#include "mapi/builtin/identity.h"
+#include "mapi/builtin/transacted.h"
+#include "mapi/constants.h"
+
+namespace parvane::mapi::builtin {
+namespace {
+
+constexpr ULONG kComputed[] = {PR_STORE_SUPPORT_MASK, PR_STORE_STATE,   PR_MDB_PROVIDER,
+                               PR_DEFAULT_STORE,      PR_OBJECT_TYPE,   PR_ENTRYID,
+                               PR_RECORD_KEY,         PR_STORE_ENTRYID, PR_STORE_RECORD_KEY,
+                               PR_MAPPING_SIGNATURE,  PR_ACCESS,        PR_ACCESS_LEVEL};
+
+bool IsComputedId(ULONG id) {
+  return std::any_of(std::begin(kComputed), std::end(kComputed),
+                     [id](ULONG tag) { return PropId(tag) == id; });
+}
+
+ULONG SupportMask(bool writable) {
+  const ULONG always = STORE_ENTRYID_UNIQUE | STORE_MV_PROPS_OK | STORE_RTF_OK | STORE_HTML_OK |
+                       STORE_UNICODE_OK | STORE_ATTACH_OK;
+  return always | (writable ? STORE_MODIFY_OK | STORE_CREATE_OK : STORE_READONLY);
+}
+
+}  // namespace
+
+MessageStore::MessageStore(StoreCorePtr core, IUnknown* session, bool isDefault, bool writable)
+    : _core(std::move(core)),
+      _session(ComPointer<IUnknown>::Share(session)),
+      _isDefault(isDefault),
+      _writable(writable && _core->writable()) {}
+
+// ---- Properties ---------------------------------------------------------------------------------
+
+HRESULT MessageStore::Prepare() {
+  if (_core->store() == nullptr) return MAPI_E_END_OF_SESSION;
+  auto reader = _core->store()->OpenStoreProperties();
+  if (!reader.ok()) return _core->Note(reader.status());
+  _reader.emplace(std::move(reader).value());
+  _pending.Clear();
+  _pendingRemovals.clear();
+  return S_OK;
+}
+
+HRESULT MessageStore::ListTags(std::vector<ULONG>& tags) {
+  tags.assign(std::begin(kComputed), std::end(kComputed));
+  for (const auto& entry : _reader->entries()) {
+    if (!IsComputedId(entry.tag.Id())) tags.push_back(entry.tag.value);
+  }
+  return S_OK;
+}
+
+HRESULT MessageStore::Find(ULONG id, Value& value) {
+  switch (id) {
+    case PropId(PR_STORE_SUPPORT_MASK):
+      value.SetScalar(PR_STORE_SUPPORT_MASK, SupportMask(_writable));
+      return S_OK;
+    case PropId(PR_STORE_STATE):
+      value.SetScalar(PR_STORE_STATE, 0);
+      return S_OK;
+    case PropId(PR_MDB_PROVIDER):
+      value.SetBytes(PR_MDB_PROVIDER, std::as_bytes(std::span(&kPersonalFolderProvider, 1)));
+      return S_OK;
+    case PropId(PR_DEFAULT_STORE):
+      value.SetScalar(PR_DEFAULT_STORE, _isDefault ? 1 : 0);
+      return S_OK;
+    case PropId(PR_ENTRYID):
+      value.SetOwned(PR_ENTRYID, _core->StoreEntryId());
+      return S_OK;
+    case PropId(PR_RECORD_KEY):
+      value.SetBytes(PR_RECORD_KEY, _core->RecordKey());
+      return S_OK;
+    default:
+      break;
+  }
+  if (IsComputedId(id)) {
+    return FindIdentity(*_core, {MAPI_STORE, {}, {}, _writable}, id, value);
+  }
+  return FindInFile(*_core, *_reader, id, value);
+}
+
+bool MessageStore::IsComputed(ULONG tag) const { return IsComputedId(PropId(tag)); }
+
+HRESULT MessageStore::Set(const SPropValue& value) {
+  return StoreValue(value, kDefaultHtmlCodePage, _pending);
+}
+
+HRESULT MessageStore::Remove(ULONG id) {
+  if (!_reader->TagOf(static_cast<std::uint16_t>(id))) return MAPI_E_NOT_FOUND;
+  _pendingRemovals.push_back(static_cast<std::uint16_t>(id));
+  return S_OK;
+}
+
+HRESULT MessageStore::FlushChanges() {
+  if (_pending.empty() && _pendingRemovals.empty()) return S_OK;
+  _reader.reset();
+  const platform::Status status = _core->store()->ChangeStoreProperties(_pending, _pendingRemovals);
+  _pending.Clear();
+  _pendingRemovals.clear();
+  _core->Publish();
+  return status.ok() ? S_OK : _core->Note(status);
+}
+
+HRESULT MessageStore::SaveChanges(ULONG) {
+  return _core->store() == nullptr ? MAPI_E_END_OF_SESSION : S_OK;
+}
+
+HRESULT MessageStore::OpenValue(ULONG id, Value& value,
+                                std::optional<pstfile::ValueReader>& reader) {
+  return OpenInFile(*_core, *_reader, id, value, reader);
+}
+
+HRESULT MessageStore::OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
+                                   ULONG ulFlags, IUnknown** lppUnk) {
+  return Guarded([&]() -> HRESULT {
+    if (!ClearOut(lppUnk) || lpiid == nullptr || PropType(ulPropTag) == PT_UNSPECIFIED) {
+      return MAPI_E_INVALID_PARAMETER;
+    }
+    if (const HRESULT result = Prepare(); Failed(result)) return result;
+    if (*lpiid == IID_IMAPITable || *lpiid == IID_IMessage) return MAPI_E_NO_SUPPORT;
+    if (!(*lpiid == IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
+    if ((ulFlags & (MAPI_CREATE | MAPI_MODIFY)) != 0) return MAPI_E_NO_SUPPORT;
+    IStream* stream = nullptr;
+    const HRESULT result =
+        OpenPropertyStream(*this, ulPropTag, ulInterfaceOptions, ulFlags, false, &stream);
+    *lppUnk = stream;
+    return result;
+  });
+}
+
+// ---- Entries ------------------------------------------------------------------------------------
+
+HRESULT CompareEntryIds(ULONG size1, const ENTRYID* id1, ULONG size2, const ENTRYID* id2,
+                        ULONG* equal) {
+  if (!ClearOut(equal) || (size1 != 0 && id1 == nullptr) || (size2 != 0 && id2 == nullptr)) {
+    return MAPI_E_INVALID_PARAMETER;
+  }
+  const std::span<const std::byte> first(reinterpret_cast<const std::byte*>(id1), size1);
+  const std::span<const std::byte> second(reinterpret_cast<const std::byte*>(id2), size2);
+  std::u16string path1;
+  std::u16string path2;
+  if (PathOfStoreEntryId(first, path1) && PathOfStoreEntryId(second, path2)) {
+    *equal = path1 == path2 ? 1 : 0;
+  } else {
+    *equal = std::equal(first.begin(), first.end(), second.begin(), second.end()) ? 1 : 0;
+  }
+  return S_OK;
+}
+
+HRESULT MessageStore::CompareEntryIDs(ULONG cbEntryID1, ENTRYID* lpEntryID1, ULONG cbEntryID2,
+                                      ENTRYID* lpEntryID2, ULONG, ULONG* lpulResult) {
+  return Guarded(
+      [&] { return CompareEntryIds(cbEntryID1, lpEntryID1, cbEntryID2, lpEntryID2, lpulResult); });
+}
+
+HRESULT MessageStore::OpenEntry(ULONG cbEntryID, ENTRYID* lpEntryID, const IID* lpInterface,
+                                ULONG ulFlags, ULONG* lpulObjType, IUnknown** lppUnk) {
+  return Guarded([&]() -> HRESULT {
+    if (!ClearOut(lppUnk)) return MAPI_E_INVALID_PARAMETER;
+    if (_core->store() == nullptr) return MAPI_E_END_OF_SESSION;
+    return OpenStoreEntry(_core, Anchor(), _core->store()->rootFolder(), cbEntryID, lpEntryID,
+                          lpInterface, ulFlags, lpulObjType, lppUnk);
+  });
+}
+
+HRESULT MessageStore::GetReceiveFolder(LPTSTR, ULONG, ULONG* lpcbEntryID, ENTRYID** lppEntryID,
+                                       LPTSTR* lppszExplicitClass) {
+  return Guarded([&]() -> HRESULT {
+    const bool hasSize = ClearOut(lpcbEntryID);
+    if (!ClearOut(lppEntryID) || !hasSize) return MAPI_E_INVALID_PARAMETER;
+    if (lppszExplicitClass != nullptr) *lppszExplicitClass = nullptr;
+    if (_core->store() == nullptr) return MAPI_E_END_OF_SESSION;
+    // No transport delivers here: the top folder stands for all classes.
+    const auto id = _core->EntryIdOf(_core->store()->rootFolder());
+    Chain explicitClass;
+    if (lppszExplicitClass != nullptr) explicitClass.Copy(std::u16string_view{});
+    Chain chain;
+    chain.Copy(id);
+    *lpcbEntryID = static_cast<ULONG>(id.size());
+    *lppEntryID = chain.Detach<ENTRYID>();
+    if (lppszExplicitClass != nullptr) *lppszExplicitClass = explicitClass.Detach<char>();
+    return S_OK;
+  });
+}
+
+HRESULT MessageStore::StoreLogoff(ULONG* lpulFlags) {
+  return Guarded([&]() -> HRESULT {
+    if (lpulFlags == nullptr) return MAPI_E_INVALID_PARAMETER;
+    if (_core->store() == nullptr) return S_OK;
+    const platform::Status status = _core->store()->Commit();
+    _core->Publish();
+    return status.ok() ? S_OK : _core->Note(status);
+  });
+}
+
+// ---- What this store does not do ----------------------------------------------------------------
+
+HRESULT MessageStore::Advise(ULONG, ENTRYID*, ULONG, IMAPIAdviseSink*, ULONG_PTR* lpulConnection) {
+  ClearOut(lpulConnection);
+  return MAPI_E_NO_SUPPORT;
+}
+HRESULT MessageStore::Unadvise(ULONG_PTR) { return MAPI_E_NO_SUPPORT; }
+HRESULT MessageStore::SetReceiveFolder(LPTSTR, ULONG, ULONG, ENTRYID*) { return MAPI_E_NO_SUPPORT; }
+HRESULT MessageStore::GetReceiveFolderTable(ULONG, IMAPITable** lppTable) {
+  ClearOut(lppTable);
+  return MAPI_E_NO_SUPPORT;
+}
+HRESULT MessageStore::AbortSubmit(ULONG, ENTRYID*, ULONG) { return MAPI_E_NO_SUPPORT; }
+HRESULT MessageStore::GetOutgoingQueue(ULONG, IMAPITable** lppTable) {
+  ClearOut(lppTable);
+  return MAPI_E_NO_SUPPORT;
+}
+HRESULT MessageStore::SetLockState(IMessage*, ULONG) { return MAPI_E_NO_SUPPORT; }
+HRESULT MessageStore::FinishedMsg(ULONG, ULONG, ENTRYID*) { return MAPI_E_NO_SUPPORT; }
+HRESULT MessageStore::NotifyNewMail(NOTIFICATION*) { return MAPI_E_NO_SUPPORT; }
+
+}  // namespace parvane::mapi::builtin

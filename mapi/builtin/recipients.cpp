@@ -1,0 +1,166 @@
+#include "mapi/builtin/recipients.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "mapi/constants.h"
+#include "mapi/results.h"
+#include "platform/text.h"
+
+namespace parvane::mapi::builtin {
+namespace {
+
+using pstfile::PropertyList;
+
+// Published tags of recipient rows beyond those MAPI names.
+constexpr ULONG kRecipientDisplayName = PropTag(PT_UNICODE, 0x5FF6);
+constexpr ULONG kRecipientEntryId = PropTag(PT_BINARY, 0x5FF7);
+constexpr ULONG kRecipientFlags = PropTag(PT_LONG, 0x5FFD);
+constexpr ULONG kRecipientSendable = 1;
+
+// What one entry of a call asks for.
+struct Change {
+  std::optional<ULONG> rowId;
+  PropertyList properties;
+};
+
+HRESULT ReadChange(const ADRENTRY& entry, Change& change) {
+  for (ULONG i = 0; i < entry.cValues; ++i) {
+    const SPropValue& value = entry.rgPropVals[i];
+    const ULONG type = PropType(value.ulPropTag);
+    if (type == PT_ERROR) continue;
+    if (type == PT_NULL || type == PT_OBJECT) return MAPI_E_INVALID_PARAMETER;
+    if (value.ulPropTag == PR_ROWID) {
+      change.rowId = value.Value.ul;
+      continue;
+    }
+    const HRESULT result = StoreValue(value, kDefaultHtmlCodePage, change.properties);
+    if (Failed(result)) return result;
+  }
+  return S_OK;
+}
+
+std::optional<std::u16string> TextOf(const PropertyList& row, ULONG tag) {
+  return row.Text(ToTag(tag));
+}
+
+bool Has(const PropertyList& row, ULONG tag) {
+  return row.FindId(static_cast<std::uint16_t>(PropId(tag))).has_value();
+}
+
+void DefaultScalar(PropertyList& row, ULONG tag, std::uint64_t bits) {
+  if (!Has(row, tag)) row.SetScalar(ToTag(tag), bits);
+}
+
+void DefaultBytes(PropertyList& row, ULONG tag, ULONG from) {
+  if (Has(row, tag)) return;
+  const auto source = row.Find(ToTag(from));
+  if (!source) return;
+  const std::vector<std::byte> copy(source->bytes.begin(), source->bytes.end());
+  row.SetBytes(ToTag(tag), copy);
+}
+
+}  // namespace
+
+std::vector<std::byte> AddressSearchKey(std::u16string_view type, std::u16string_view address) {
+  const std::u16string text = platform::ToUpper(type) + u":" + platform::ToUpper(address);
+  const std::string chars = platform::Utf16ToAnsi(text);
+  const auto* data = reinterpret_cast<const std::byte*>(chars.c_str());
+  return {data, data + chars.size() + 1};
+}
+
+std::vector<ULONG> RecipientColumns() {
+  return {PR_DISPLAY_NAME_W, PR_RECIPIENT_TYPE, PR_ROWID,       PR_ADDRTYPE_W,   PR_EMAIL_ADDRESS_W,
+          PR_ENTRYID,        PR_SEARCH_KEY,     PR_OBJECT_TYPE, PR_DISPLAY_TYPE, PR_RESPONSIBILITY,
+          PR_SEND_RICH_INFO, PR_SMTP_ADDRESS_W, PR_RECORD_KEY,  PR_INSTANCE_KEY};
+}
+
+RecipientList::Row* RecipientList::RowWithId(ULONG id) {
+  // Ids grow with the position, so rows stay sorted by them.
+  const auto found = std::lower_bound(_rows.begin(), _rows.end(), id,
+                                      [](const Row& row, ULONG wanted) { return row.id < wanted; });
+  return found != _rows.end() && found->id == id ? &*found : nullptr;
+}
+
+HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
+  if (flags != 0 && flags != MODRECIP_ADD && flags != MODRECIP_MODIFY && flags != MODRECIP_REMOVE) {
+    return MAPI_E_INVALID_PARAMETER;
+  }
+  const bool names = flags == MODRECIP_MODIFY || flags == MODRECIP_REMOVE;
+  std::vector<Change> changes;
+  changes.reserve(mods.cEntries);
+  for (ULONG i = 0; i < mods.cEntries; ++i) {
+    const ADRENTRY& entry = mods.aEntries[i];
+    if (entry.cValues == 0 || entry.rgPropVals == nullptr) continue;
+    Change change;
+    if (const HRESULT result = ReadChange(entry, change); Failed(result)) return result;
+    if (change.rowId.has_value() != names) return MAPI_E_INVALID_PARAMETER;
+    if (names && RowWithId(*change.rowId) == nullptr) return MAPI_E_NOT_FOUND;
+    if (flags != MODRECIP_REMOVE) DefaultScalar(change.properties, PR_RECIPIENT_TYPE, MAPI_TO);
+    changes.push_back(std::move(change));
+  }
+
+  if (flags == 0) _rows.clear();
+  for (Change& change : changes) {
+    if (!names) {
+      _rows.push_back({_nextId++, std::move(change.properties)});
+      continue;
+    }
+    Row* row = RowWithId(*change.rowId);
+    if (flags == MODRECIP_MODIFY) {
+      row->properties = std::move(change.properties);
+    } else if (row != nullptr) {
+      _rows.erase(_rows.begin() + (row - _rows.data()));
+    }
+  }
+  return S_OK;
+}
+
+platform::Status RecipientList::Load(pstfile::TableReader& table) {
+  std::vector<Row> rows;
+  for (std::uint64_t i = 0; i < table.rows(); ++i) {
+    platform::Status status = table.SelectRow(i);
+    Row row;
+    if (status.ok()) status = table.ReadRow(row.properties, nullptr, kLargestReturnedValue);
+    if (!status.ok()) return status;
+    row.id = static_cast<ULONG>(i);
+    rows.push_back(std::move(row));
+  }
+  _rows = std::move(rows);
+  _nextId = static_cast<ULONG>(_rows.size());
+  return {};
+}
+
+std::u16string RecipientList::DisplayNames(ULONG type) const {
+  std::u16string names;
+  for (const Row& row : _rows) {
+    const auto rowType = row.properties.Scalar(ToTag(PR_RECIPIENT_TYPE));
+    if (!rowType || (*rowType & 0xF) != type) continue;
+    if (!names.empty()) names += u"; ";
+    if (auto name = TextOf(row.properties, PR_DISPLAY_NAME_W)) names += *name;
+  }
+  return names;
+}
+
+void RecipientList::GetRow(std::size_t index, PropertyList& row) const {
+  row = _rows[index].properties;
+  row.Remove(static_cast<std::uint16_t>(PropId(PR_INSTANCE_KEY)));
+  DefaultScalar(row, PR_RESPONSIBILITY, 1);
+  DefaultScalar(row, PR_OBJECT_TYPE, MAPI_MAILUSER);
+  DefaultScalar(row, PR_DISPLAY_TYPE, DT_MAILUSER);
+  DefaultScalar(row, PR_SEND_RICH_INFO, 0);
+  DefaultScalar(row, kRecipientFlags, kRecipientSendable);
+  DefaultBytes(row, kRecipientDisplayName, PR_DISPLAY_NAME_W);
+  DefaultBytes(row, kRecipientEntryId, PR_ENTRYID);
+  DefaultBytes(row, PR_RECORD_KEY, PR_ENTRYID);
+  const auto type = TextOf(row, PR_ADDRTYPE_W);
+  const auto address = TextOf(row, PR_EMAIL_ADDRESS_W);
+  if (!type || !address) return;
+  if (!Has(row, PR_SEARCH_KEY))
+    row.SetBytes(ToTag(PR_SEARCH_KEY), AddressSearchKey(*type, *address));
+  if (platform::EqualsIgnoreCase(*type, u"SMTP")) {
+    DefaultBytes(row, PR_SMTP_ADDRESS_W, PR_EMAIL_ADDRESS_W);
+  }
+}
+
+}  // namespace parvane::mapi::builtin

@@ -1,0 +1,185 @@
+// Everything written through the interfaces is there again in a new session.
+#include "tests/mapi_builtin/session_fixture.h"
+
+namespace parvane::mapi {
+namespace {
+
+constexpr std::uint64_t kWhen = 0x01D8000012345678;
+
+class RoundTrip : public SessionTest {
+ protected:
+  // A message as an import makes it.
+  void WriteMail(IMessage& message) {
+    EXPECT_EQ(Set(message, TextValue(PR_MESSAGE_CLASS_W, u"IPM.Note")), S_OK);
+    EXPECT_EQ(Set(message, AnsiValue(PR_TRANSPORT_MESSAGE_HEADERS_A,
+                                     "Subject: Re: Gr\xC3\xBC\xC3\x9F"
+                                     "e\r\n")),
+              S_OK);
+    EXPECT_EQ(Set(message, TextValue(PR_SUBJECT_W, u"Re: Grüße")), S_OK);
+    EXPECT_EQ(Set(message, TimeValue(PR_CLIENT_SUBMIT_TIME, kWhen)), S_OK);
+    EXPECT_EQ(Set(message, TimeValue(PR_LAST_MODIFICATION_TIME, kWhen)), S_OK);
+    EXPECT_EQ(Set(message, TimeValue(PR_MESSAGE_DELIVERY_TIME, 0)), S_OK);
+    EXPECT_EQ(Set(message, LongValue(PR_PRIORITY, 0)), S_OK);
+    EXPECT_EQ(Set(message, LongValue(PR_IMPORTANCE, 1)), S_OK);
+    EXPECT_EQ(Set(message, LongValue(PR_MESSAGE_FLAGS, MSGFLAG_READ)), S_OK);
+    EXPECT_EQ(Set(message, LongValue(PR_INTERNET_CPID, 65001)), S_OK);
+    SPropValue sender[] = {TextValue(PR_SENDER_NAME_W, u"Ann"),
+                           TextValue(PR_SENDER_ADDRTYPE_W, u"SMTP"),
+                           TextValue(PR_SENDER_EMAIL_ADDRESS_W, u"ann@example.com")};
+    EXPECT_EQ(message.SetProps(3, sender, nullptr), S_OK);
+    EXPECT_EQ(WriteStream(message, PR_BODY_W, BytesOf(kBody)), S_OK);
+    EXPECT_EQ(WriteStream(message, PR_BODY_HTML_A, kHtml), S_OK);
+    const auto book = AddressBook();
+    EXPECT_EQ(AddRecipient(*book, message, u"Bob", u"bob@example.com", MAPI_TO), S_OK);
+    EXPECT_EQ(AddRecipient(*book, message, u"Cid", u"cid@example.com", MAPI_TO), S_OK);
+    EXPECT_EQ(AddRecipient(*book, message, u"Dora", u"dora@example.com", MAPI_CC), S_OK);
+  }
+  void AddFile(IMessage& message, const char16_t* name, std::string_view data) {
+    ComPointer<IAttach> attach;
+    ULONG number = 0;
+    ASSERT_EQ(message.CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+    EXPECT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)), S_OK);
+    EXPECT_EQ(Set(*attach, TextValue(PR_ATTACH_LONG_FILENAME_W, name)), S_OK);
+    EXPECT_EQ(WriteStream(*attach, PR_ATTACH_DATA_BIN, data), S_OK);
+    EXPECT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
+  }
+  void CheckMail(IMessage& message) {
+    EXPECT_EQ(mapi::Get(message, PR_MESSAGE_CLASS_W).text(), u"IPM.Note");
+    EXPECT_EQ(mapi::Get(message, PR_TRANSPORT_MESSAGE_HEADERS_W).text(), u"Subject: Re: Grüße\r\n");
+    EXPECT_EQ(mapi::Get(message, PR_SUBJECT_W).text(), u"Re: Grüße");
+    EXPECT_EQ(mapi::Get(message, PR_SUBJECT_PREFIX_W).text(), u"Re: ");
+    EXPECT_EQ(mapi::Get(message, PR_NORMALIZED_SUBJECT_W).text(), u"Grüße");
+    EXPECT_EQ(mapi::Get(message, PR_CONVERSATION_TOPIC_W).text(), u"Grüße");
+    EXPECT_EQ(mapi::Get(message, PR_CONVERSATION_INDEX).error(), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(mapi::Get(message, PR_CLIENT_SUBMIT_TIME).ticks(), kWhen);
+    EXPECT_EQ(mapi::Get(message, PR_LAST_MODIFICATION_TIME).ticks(), kWhen);
+    EXPECT_EQ(mapi::Get(message, PR_MESSAGE_DELIVERY_TIME).ticks(), 0u);
+    EXPECT_EQ(mapi::Get(message, PR_DISPLAY_TO_W).text(), u"Bob; Cid");
+    EXPECT_EQ(mapi::Get(message, PR_DISPLAY_CC_W).text(), u"Dora");
+    EXPECT_EQ(mapi::Get(message, PR_DISPLAY_BCC_W).text(), u"");
+    EXPECT_EQ(mapi::Get(message, PR_SENDER_SEARCH_KEY).bytes(),
+              std::string("SMTP:ANN@EXAMPLE.COM\0", 21));
+    EXPECT_EQ(mapi::Get(message, PR_SENDER_SMTP_ADDRESS_W).text(), u"ann@example.com");
+    EXPECT_EQ(ReadStream(message, PR_BODY_W), BytesOf(kBody));
+    EXPECT_EQ(mapi::Get(message, PR_BODY_W).text(), kBody);
+    EXPECT_EQ(ReadStream(message, PR_HTML), kHtml);
+    EXPECT_EQ(mapi::Get(message, PR_BODY_HTML_A).chars(), kHtml);
+    EXPECT_EQ(mapi::Get(message, PR_BODY_HTML_W).text(), u"<p>Grüße</p>");
+    EXPECT_EQ(mapi::Get(message, PR_SEARCH_KEY).bytes().size(), 16u);
+
+    ComPointer<IMAPITable> table;
+    ASSERT_EQ(message.GetRecipientTable(MAPI_UNICODE, table.Put()), S_OK);
+    const RowSet rows = ReadAllRows(*table);
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(ColumnText(rows[2], PR_DISPLAY_NAME_W), u"Dora");
+    EXPECT_EQ(ColumnText(rows[2], PR_SMTP_ADDRESS_W), u"dora@example.com");
+    EXPECT_EQ(FindColumn(rows[2], PR_RECIPIENT_TYPE)->Value.ul, MAPI_CC);
+    EXPECT_EQ(FindColumn(rows[2], PR_ROWID)->Value.ul, 2u);
+    EXPECT_EQ(FindColumn(rows[2], PR_OBJECT_TYPE)->Value.ul, MAPI_MAILUSER);
+    const SBinary key = FindColumn(rows[2], PR_SEARCH_KEY)->Value.bin;
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(key.lpb), key.cb),
+              std::string("SMTP:DORA@EXAMPLE.COM\0", 22));
+  }
+
+  const std::u16string kBody = u"Liebe Grüße\r\n\x4F60\x597D";
+  const std::string kHtml =
+      "<p>Gr\xC3\xBC\xC3\x9F"
+      "e</p>";
+};
+
+TEST_F(RoundTrip, MailIsReadBackInTheSameAndInANewSession) {
+  LogOn();
+  const auto inbox = MakeFolder(*top, u"Inbox");
+  const std::string data(200'000, 'x');
+  {
+    auto message = NewMessage(*inbox);
+    WriteMail(*message);
+    AddFile(*message, u"a.txt", "hello");
+    AddFile(*message, u"big.bin", data);
+    ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK) << LastFailure().text;
+    CheckMail(*message);
+    EXPECT_EQ(mapi::Get(*message, PR_MESSAGE_FLAGS).number(), MSGFLAG_READ | MSGFLAG_HASATTACH);
+  }
+  for (int round = 0; round < 2; ++round) {
+    const auto folder = MakeFolder(*top, u"INBOX");  // names ignore case
+    const auto messages = MessagesOf(*folder);
+    ASSERT_EQ(messages.size(), 1u);
+    IMessage& message = *messages[0];
+    CheckMail(message);
+    EXPECT_EQ(mapi::Get(message, PR_HASATTACH).number(), 1u);
+    EXPECT_GT(mapi::Get(message, PR_MESSAGE_SIZE).number(), 200'000u);
+
+    ComPointer<IMAPITable> table;
+    ASSERT_EQ(message.GetAttachmentTable(MAPI_UNICODE, table.Put()), S_OK);
+    const RowSet rows = ReadAllRows(*table);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(ColumnText(rows[1], PR_ATTACH_LONG_FILENAME_W), u"big.bin");
+    EXPECT_EQ(FindColumn(rows[0], PR_RENDERING_POSITION)->Value.l, -1);
+    EXPECT_GT(FindColumn(rows[1], PR_ATTACH_SIZE)->Value.ul, 200'000u);
+    ComPointer<IAttach> attach;
+    ASSERT_EQ(message.OpenAttach(1, nullptr, 0, attach.Put()), S_OK);
+    EXPECT_EQ(ReadStream(*attach, PR_ATTACH_DATA_BIN), data);
+    EXPECT_EQ(mapi::Get(*attach, PR_ATTACH_NUM).number(), 1u);
+    EXPECT_EQ(mapi::Get(*attach, PR_RECORD_KEY).bytes().size(), 4u);
+    EXPECT_EQ(message.OpenAttach(2, nullptr, 0, attach.Put()), MAPI_E_NOT_FOUND);
+    if (round == 0) Reopen();
+  }
+}
+
+TEST_F(RoundTrip, EmbeddedMessagesNest) {
+  LogOn();
+  {
+    auto message = NewMessage(*top);
+    ComPointer<IAttach> attach;
+    ULONG number = 0;
+    ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+    EXPECT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)), S_OK);
+    ComPointer<IMessage> inner;
+    ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                                   inner.PutUnknown()),
+              S_OK);
+    EXPECT_EQ(Set(*inner, LongValue(PR_MESSAGE_FLAGS, 0)), S_OK);
+    WriteMail(*inner);  // sets the flags a second time
+    AddFile(*inner, u"deep.bin", std::string(100'000, 'd'));
+    EXPECT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
+    inner.Reset();
+    EXPECT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
+    attach.Reset();
+    EXPECT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+  }
+  Reopen();
+  const auto messages = MessagesOf(*top);
+  ASSERT_EQ(messages.size(), 1u);
+  ComPointer<IAttach> attach;
+  ASSERT_EQ(messages[0]->OpenAttach(0, nullptr, 0, attach.Put()), S_OK);
+  ComPointer<IMessage> inner;
+  ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, inner.PutUnknown()), S_OK)
+      << LastFailure().text;
+  CheckMail(*inner);
+  EXPECT_EQ(mapi::Get(*inner, PR_MESSAGE_FLAGS).number(), MSGFLAG_READ | MSGFLAG_HASATTACH);
+  ComPointer<IAttach> deep;
+  ASSERT_EQ(inner->OpenAttach(0, nullptr, 0, deep.Put()), S_OK);
+  EXPECT_EQ(ReadStream(*deep, PR_ATTACH_DATA_BIN), std::string(100'000, 'd'));
+  EXPECT_EQ(Set(*inner, LongValue(PR_IMPORTANCE, 2)), MAPI_E_NO_ACCESS);
+}
+
+TEST_F(RoundTrip, AMessageWithNothingSetIsStillAMessage) {
+  LogOn();
+  EXPECT_EQ(NewMessage(*top)->SaveChanges(FORCE_SAVE), S_OK);
+  Reopen();
+  const auto messages = MessagesOf(*top);
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(mapi::Get(*messages[0], PR_MESSAGE_CLASS_W).text(), u"IPM");
+  EXPECT_GT(mapi::Get(*messages[0], PR_CREATION_TIME).ticks(), kWhen);
+  EXPECT_EQ(mapi::Get(*messages[0], PR_LAST_MODIFICATION_TIME).ticks(),
+            mapi::Get(*messages[0], PR_CREATION_TIME).ticks());
+  EXPECT_EQ(mapi::Get(*messages[0], PR_SEARCH_KEY).bytes().size(), 16u);
+  EXPECT_EQ(mapi::Get(*messages[0], PR_DISPLAY_TO_W).text(), u"");
+  ComPointer<IMAPITable> table;
+  ASSERT_EQ(messages[0]->GetRecipientTable(0, table.Put()), S_OK);
+  EXPECT_EQ(ReadAllRows(*table).size(), 0u);
+  EXPECT_EQ(Diagnostics().messagesSaved, 0u);  // of this opening of the file
+}
+
+}  // namespace
+}  // namespace parvane::mapi
