@@ -34,6 +34,18 @@ Examples:
   parvane list --messages mail.pst     and every message
   parvane list --json mail.pst         for other programs)";
 
+// CLI11 marks the positional arguments, whose name already says that there may be several, once
+// more.
+class HelpFormat : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App* app, std::string name) const override {
+    std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+    const std::size_t dots = usage.find(".pst...");
+    if (dots != usage.npos) usage.erase(dots + 4, 3);
+    return usage;
+  }
+};
+
 // What CLI11 fills: byte strings, turned into paths and text afterwards.
 struct RawConvert {
   std::vector<std::string> paths;
@@ -107,6 +119,7 @@ ExitCode Explain(const CLI::App& app, const CLI::ParseError& error) {
 std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& arguments) {
   CLI::App app{"Moves e-mail from mbox files and mail profiles into an Outlook PST file.",
                "parvane"};
+  app.formatter(std::make_shared<HelpFormat>());
   app.set_version_flag("--version", "parvane " PARVANE_VERSION);
   app.require_subcommand(1);
   app.footer("\nparvane COMMAND --help tells more about a command.");

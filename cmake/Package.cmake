@@ -1,0 +1,63 @@
+# What `cmake --install` and the Debian package hold beside the program: the whole library as one
+# archive, its public headers, and the ways to find it (find_package(Parvane), pkg-config).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(library_rooms platform mapi pstfile mapi_builtin mailbox mime assets properties convert sources
+    pst factory)
+add_library(parvane_library STATIC)
+set_target_properties(parvane_library PROPERTIES OUTPUT_NAME parvane EXPORT_NAME parvane
+                      LINKER_LANGUAGE CXX)
+foreach(room ${library_rooms})
+  get_target_property(kind parvane_${room} TYPE)
+  if(kind STREQUAL "STATIC_LIBRARY")
+    target_sources(parvane_library PRIVATE $<TARGET_OBJECTS:parvane_${room}>)
+  endif()
+endforeach()
+target_compile_features(parvane_library INTERFACE cxx_std_20)
+target_link_libraries(parvane_library INTERFACE
+  $<INSTALL_INTERFACE:ICU::i18n> $<INSTALL_INTERFACE:ICU::uc> $<INSTALL_INTERFACE:ICU::data>
+  $<INSTALL_INTERFACE:pugixml::pugixml>)
+
+# The asset model, the store factory, the MAPI declarations with entry points and diagnostics, the
+# integrity checker, the mail facade, and what these include.
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/engine ${CMAKE_SOURCE_DIR}/mapi
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
+        FILES_MATCHING PATTERN "*.h" PATTERN "builtin" EXCLUDE PATTERN "*_recorder.h" EXCLUDE)
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/mime DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
+        FILES_MATCHING PATTERN "ts_*.h")
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/pstfile/check
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/pstfile
+        FILES_MATCHING PATTERN "integrity_checker.h")
+install(FILES ${CMAKE_SOURCE_DIR}/platform/abi.h ${CMAKE_SOURCE_DIR}/platform/status.h
+        ${CMAKE_SOURCE_DIR}/platform/time.h ${CMAKE_SOURCE_DIR}/platform/text.h
+        ${CMAKE_SOURCE_DIR}/platform/file.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/platform)
+
+install(TARGETS parvane_library EXPORT ParvaneTargets
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Parvane)
+install(EXPORT ParvaneTargets NAMESPACE Parvane:: DESTINATION ${package_dir})
+configure_package_config_file(${CMAKE_SOURCE_DIR}/packaging/ParvaneConfig.cmake.in
+  ${CMAKE_BINARY_DIR}/ParvaneConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/ParvaneConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/ParvaneConfig.cmake ${CMAKE_BINARY_DIR}/ParvaneConfigVersion.cmake
+        DESTINATION ${package_dir})
+configure_file(${CMAKE_SOURCE_DIR}/packaging/parvane.pc.in ${CMAKE_BINARY_DIR}/parvane.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/parvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# `cpack` in the build folder writes the Debian package.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME parvane)
+set(CPACK_PACKAGE_VENDOR "the Parvane maintainers")
+set(CPACK_PACKAGE_CONTACT "${PARVANE_SUPPORT_CONTACT}")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${PARVANE_SUPPORT_CONTACT}")
+set(CPACK_DEBIAN_PACKAGE_SECTION mail)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libicu-dev, libpugixml-dev")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_STRIP_FILES ON)
+include(CPack)

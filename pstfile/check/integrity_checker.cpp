@@ -1,0 +1,69 @@
+#include "pstfile/check/integrity_checker.h"
+
+#include <optional>
+
+#include "pstfile/check/block_check.h"
+#include "pstfile/check/context.h"
+#include "pstfile/check/folder_check.h"
+#include "pstfile/check/header_check.h"
+#include "pstfile/check/image.h"
+#include "pstfile/check/name_map_check.h"
+#include "pstfile/check/node_check.h"
+#include "pstfile/check/reference_check.h"
+#include "pstfile/check/reporter.h"
+#include "pstfile/check/space_check.h"
+#include "pstfile/check/store_check.h"
+#include "pstfile/check/tree_walk.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using namespace check;
+
+class ContentCheck : public TreeVisitor {
+ public:
+  explicit ContentCheck(Context& context) : _context(context), _folders(context) {}
+
+  void OnNode(const NodeEntry& node) override {
+    if (node.nid.Kind() == NodeKind::kFolder || node.nid.Kind() == NodeKind::kSearchFolder) {
+      _folders.Check(node);
+    } else {
+      CheckOtherNode(_context, node);
+    }
+  }
+
+ private:
+  Context& _context;
+  FolderChecker _folders;
+};
+
+}  // namespace
+
+platform::Result<CheckSummary> CheckFile(platform::FileSystem& files, std::u16string_view path,
+                                         const CheckOptions& options, FindingSink& sink) {
+  auto opened = Image::Open(files, path);
+  if (!opened.ok()) return opened.status();
+  Image& image = **opened;
+  CheckSummary summary;
+  summary.fileSize = image.size();
+  Reporter reporter(options, sink, summary);
+
+  CheckHeader(image, reporter);
+  const BlockTotals totals = CheckBlocks(image, reporter);
+  FolderDirectory folders = CheckNodes(image, reporter);
+  CheckSpace(image, reporter);
+  CheckReferences(image, reporter);
+
+  Context context{image,        reporter,
+                  folders,      100'000 + 64 * totals.blocks + 4 * totals.references,
+                  std::nullopt, std::nullopt};
+  CheckNameMap(context);
+  CheckStoreObject(context);
+  ContentCheck contents(context);
+  WalkTree(image, TreeKind::kNodes, contents, nullptr);
+
+  if (!image.readStatus().ok()) return image.readStatus();
+  return summary;
+}
+
+}  // namespace parvane::pstfile

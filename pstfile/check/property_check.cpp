@@ -1,0 +1,113 @@
+#include "pstfile/check/property_check.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "pstfile/check/heap_tree.h"
+#include "pstfile/ndb/little_endian.h"
+
+namespace parvane::pstfile::check {
+namespace {
+
+constexpr std::uint16_t kFirstNamedId = 0x8000;
+
+}  // namespace
+
+std::optional<PropertyContext> PropertyContext::Open(Context& context, Location location,
+                                                     std::string where) {
+  auto heap = NodeHeap::Open(context, location, std::move(where), HeapClient::kPropertyContext);
+  if (!heap) return std::nullopt;
+  PropertyContext pc(std::move(*heap));
+  auto tree = HeapTree::Open(pc._heap, pc._heap.root(), 2, 6, "list of properties");
+  if (!tree) return std::nullopt;
+  tree->Walk([&](std::uint64_t key, std::span<const std::byte> value) {
+    pc._entries.push_back(
+        {PropTag(static_cast<std::uint16_t>(key), static_cast<PropType>(LoadU16(value, 0))),
+         LoadU32(value, 2)});
+  });
+  for (PropertyEntry& entry : pc._entries) pc.Judge(entry);
+  return pc;
+}
+
+void PropertyContext::Judge(PropertyEntry& entry) {
+  const PropType type = entry.tag.Type();
+  const auto fault = [&](const std::string& what) {
+    _heap.Fault(codes::kProperty, Say("property ", ToString(entry.tag), ": ", what));
+  };
+  if (!IsKnownType(type)) {
+    fault("its type is unknown");
+    return;
+  }
+  const auto& names = _heap.context().names;
+  if (entry.tag.Id() >= kFirstNamedId && names &&
+      entry.tag.Id() - kFirstNamedId >= static_cast<int>(*names)) {
+    _heap.Habit(codes::kPropertyUnnamed,
+                Say("property ", ToString(entry.tag), " has no entry in the name map"));
+  }
+  std::string reason;
+  auto value = Value::Of(_heap, type, entry.raw, reason);
+  if (!value) {
+    fault(reason);
+    return;
+  }
+  entry.sound = true;
+  _valueBytes += type == PropType::kObject ? 0 : value->size();
+  if (IsInPlace(type) && value->size() < 4 && entry.raw >> (8 * value->size()) != 0) {
+    _heap.Habit(codes::kProperty, Say("property ", ToString(entry.tag),
+                                      ": the unused bytes of its record are not zero"));
+  }
+  if (type == PropType::kObject) {
+    const std::uint64_t object = value->Number();
+    _valueBytes += object >> 32;
+    const NodeId node(static_cast<std::uint32_t>(object));
+    if (_heap.UseSubnode(node) == nullptr) fault(Say("its subnode ", node, " does not exist"));
+    return;
+  }
+  if (const std::string what = value->FaultAs(type); !what.empty()) fault(what);
+}
+
+const PropertyEntry* PropertyContext::Find(std::uint16_t id) const {
+  const auto found = std::lower_bound(
+      _entries.begin(), _entries.end(), id,
+      [](const PropertyEntry& entry, std::uint16_t sought) { return entry.tag.Id() < sought; });
+  if (found == _entries.end() || found->tag.Id() != id || !found->sound) return nullptr;
+  return &*found;
+}
+
+std::optional<Value> PropertyContext::ValueOf(const PropertyEntry& entry) {
+  if (!entry.sound) return std::nullopt;
+  std::string reason;
+  return Value::Of(_heap, entry.tag.Type(), entry.raw, reason);
+}
+
+std::optional<Value> PropertyContext::ValueOf(PropTag tag) {
+  const PropertyEntry* entry = Find(tag.Id());
+  if (entry == nullptr || entry->tag != tag) return std::nullopt;
+  return ValueOf(*entry);
+}
+
+std::optional<std::uint64_t> PropertyContext::Number(PropTag tag) {
+  auto value = ValueOf(tag);
+  if (!value) return std::nullopt;
+  return value->Number();
+}
+
+std::optional<std::vector<std::byte>> PropertyContext::Bytes(PropTag tag, std::size_t limit) {
+  auto value = ValueOf(tag);
+  if (!value) return std::nullopt;
+  return value->Bytes(limit);
+}
+
+std::optional<ObjectFacts> PropertyContext::Object(std::uint16_t id) {
+  const auto object = Number(PropTag(id, PropType::kObject));
+  if (!object) return std::nullopt;
+  return ObjectFacts{NodeId(static_cast<std::uint32_t>(*object)),
+                     static_cast<std::uint32_t>(*object >> 32)};
+}
+
+void CheckPropertyContext(Context& context, Location location, std::string where) {
+  auto pc = PropertyContext::Open(context, location, std::move(where));
+  if (pc) pc->Finish();
+}
+
+}  // namespace parvane::pstfile::check

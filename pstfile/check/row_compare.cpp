@@ -1,0 +1,76 @@
+#include "pstfile/check/row_compare.h"
+
+#include <optional>
+
+namespace parvane::pstfile::check {
+namespace {
+
+constexpr std::uint64_t kLongValue = 200;  // bytes
+
+std::string Shown(Value& value, PropType type) {
+  if (value.size() <= 8 && IsScalar(type)) return ToHex(value.Number());
+  return Say(value.size(), " bytes");
+}
+
+// A conversation id is part of the conversation index: bytes 6 to 21.
+bool IsConversationId(Value& cell, PropertyContext& object) {
+  const auto index = object.Bytes(tags::kConversationIndex);
+  if (!index || index->size() < 22) return true;  // made up by whoever wrote the row
+  return cell.Bytes(16) == std::vector<std::byte>(index->begin() + 6, index->begin() + 22);
+}
+
+void JudgeExtraCell(Table& table, const Column& column, Value& cell, PropertyContext& object,
+                    const std::string& what) {
+  Reporter& reporter = table.heap().context().reporter;
+  if (column.tag == tags::kMessageStatus) return;
+  if (column.tag == tags::kConversationId) {
+    if (!IsConversationId(cell, object)) {
+      reporter.Habit(codes::kRowDiffers, Say(what, ", column ", ToString(column.tag),
+                                             ": not the id in the conversation index"));
+    }
+    return;
+  }
+  reporter.Habit(codes::kRowDiffers,
+                 Say(what, ", column ", ToString(column.tag), ": ", Shown(cell, column.tag.Type()),
+                     ", but the object has no such property"));
+}
+
+}  // namespace
+
+void CompareRow(Table& table, std::span<const std::byte> row, PropertyContext& object,
+                const std::string& what) {
+  Reporter& reporter = table.heap().context().reporter;
+  for (const Column& column : table.columns()) {
+    if (column.tag == tags::kLtpRowId || column.tag == tags::kLtpRowVersion) continue;
+    const PropertyEntry* entry = object.Find(column.tag.Id());
+    if (entry != nullptr && entry->tag != column.tag) continue;  // of another type
+    auto cell = table.Cell(row, column);
+    if (entry == nullptr) {
+      if (cell) JudgeExtraCell(table, column, *cell, object, what);
+      continue;
+    }
+    auto value = object.ValueOf(*entry);
+    if (!value) continue;
+    if (!cell) {
+      if (!table.Has(row, column)) {
+        reporter.Habit(codes::kRowLacksCell,
+                       Say(what, ", column ", ToString(column.tag), ": absent, the object has ",
+                           Shown(*value, column.tag.Type())));
+      }
+      continue;
+    }
+    if (cell->Equals(*value)) continue;
+    const std::string message =
+        Say(what, ", column ", ToString(column.tag), ": ", Shown(*cell, column.tag.Type()),
+            ", the object has ", Shown(*value, column.tag.Type()));
+    // Outlook does not always bring a row's size up to date, and cuts long values short.
+    if (column.tag == tags::kMessageSize ||
+        (cell->size() >= kLongValue && cell->IsPrefixOf(*value))) {
+      reporter.Habit(codes::kRowDiffers, message);
+    } else {
+      reporter.Error(codes::kRowDiffers, message);
+    }
+  }
+}
+
+}  // namespace parvane::pstfile::check

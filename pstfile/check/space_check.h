@@ -1,0 +1,13 @@
+// The allocation maps against what the file really uses ([MS-PST] 2.2.2.7.2 to 2.2.2.7.4).
+#pragma once
+
+#include "pstfile/check/image.h"
+#include "pstfile/check/reporter.h"
+
+namespace parvane::pstfile::check {
+
+// Map pages and the density list at their places, overlaps, leaks, unmarked space, free counts.
+// Walks both trees once for each 8 GiB of file; its bitmap never exceeds 16 MiB.
+void CheckSpace(Image& image, Reporter& reporter);
+
+}  // namespace parvane::pstfile::check

@@ -1,0 +1,197 @@
+// What only the POSIX half of the room promises.
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/system.h"
+#include "platform/time.h"
+#include "tests/platform/scratch_folder.h"
+
+namespace parvane::platform {
+namespace {
+
+using Mode = FileSystem::OpenMode;
+
+FileSystem& Files() { return FileSystem::Default(); }
+
+mode_t ModeOf(const std::u16string& path) {
+  struct stat info {};
+  EXPECT_EQ(::stat(PathToNative(path).c_str(), &info), 0);
+  return info.st_mode & 07777;
+}
+
+TEST(PosixFiles, NeverOpenFifosAndDevices) {
+  const ScratchFolder folder;
+  const std::u16string fifo = folder / u"fifo";
+  ASSERT_EQ(::mkfifo(PathToNative(fifo).c_str(), 0600), 0);
+  // Opening one of these for good would block for ever.
+  for (const Mode mode : {Mode::kRead, Mode::kReadWrite}) {
+    EXPECT_EQ(Files().Open(fifo, mode).status().code(), StatusCode::kUnsupported);
+    EXPECT_EQ(Files().Open(u"/dev/zero", mode).status().code(), StatusCode::kUnsupported);
+  }
+  EXPECT_FALSE(Files().AppendPrivate(fifo, {}).ok());
+  EXPECT_EQ(Files().Inspect(fifo).kind, FileKind::kOther);
+}
+
+TEST(PosixFiles, ResolveSymbolicLinks) {
+  const ScratchFolder folder;
+  folder.Write(u"file", "12345");
+  ASSERT_TRUE(Files().CreateFolder(folder / u"sub", false).ok());
+  const auto link = [&folder](const char* target, std::u16string_view name) {
+    ASSERT_EQ(::symlink(target, PathToNative(folder / name).c_str()), 0);
+  };
+  link("file", u"to file");
+  link("sub", u"to folder");
+  link("nowhere", u"to nothing");
+  link("to itself", u"to itself");
+  link("/dev/null", u"to device");
+  const auto entries = Files().List(folder.path());
+  ASSERT_TRUE(entries.ok());
+  std::string kinds;
+  for (const DirectoryEntry& entry : *entries) kinds += "NFDO"[static_cast<int>(entry.kind)];
+  // file, sub, to device, to file, to folder, to itself, to nothing
+  EXPECT_EQ(kinds, "FDOFDNN");
+  EXPECT_EQ((*entries)[3].size, 5U);
+  const FileInformation direct = Files().Inspect(folder / u"sub");
+  const FileInformation linked = Files().Inspect(folder / u"to folder");
+  EXPECT_EQ(direct.identity, linked.identity);
+  EXPECT_EQ(direct.device, linked.device);
+  EXPECT_NE(direct.identity, Files().Inspect(folder.path()).identity);
+}
+
+TEST(PosixFiles, KeepNamesThatAreNoText) {
+  const ScratchFolder folder;
+  const std::u16string name = PathFromNative("l\xF8s\xFF");
+  folder.Write(name, "x");
+  const auto entries = Files().List(folder.path());
+  ASSERT_TRUE(entries.ok());
+  ASSERT_EQ(entries->size(), 1U);
+  EXPECT_EQ((*entries)[0].name, name);
+  EXPECT_TRUE(Files().FileExists(folder / (*entries)[0].name));
+}
+
+TEST(PosixFiles, PrivateMeansTheOwnerAlone) {
+  const ScratchFolder folder;
+  ASSERT_TRUE(Files().CreateFolder(folder / u"private", true).ok());
+  EXPECT_EQ(ModeOf(folder / u"private"), 0700U);
+  ASSERT_TRUE(Files().AppendPrivate(folder / u"new", {}).ok());
+  EXPECT_EQ(ModeOf(folder / u"new"), 0600U);
+  const std::u16string open = folder.Write(u"open", "x");
+  ASSERT_EQ(::chmod(PathToNative(open).c_str(), 0644), 0);
+  ASSERT_TRUE(Files().AppendPrivate(open, {}).ok());
+  EXPECT_EQ(ModeOf(open), 0600U);
+}
+
+TEST(PosixFiles, AFullDiskIsAnErrorThatLeavesTheFileWhole) {
+  const ScratchFolder folder;
+  auto file = Files().Open(folder / u"f", Mode::kCreateNew);
+  ASSERT_TRUE(file.ok());
+  // The file size limit stands in for the disk; its signal would end the process.
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  rlimit small = before;
+  small.rlim_cur = 10'000;
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+  const std::string data(20'000, 'x');
+  const Status written = (*file)->WriteAt(0, std::as_bytes(std::span(data)));
+  const Status extended = (*file)->Resize(20'000);
+  ASSERT_TRUE((*file)->Resize(100).ok());
+  const Status allocated = (*file)->Allocate(20'000);
+  const auto size = (*file)->Size();
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+  EXPECT_EQ(written.code(), StatusCode::kDiskFull) << written.message();
+  EXPECT_NE(written.message().find("/f: "), std::string::npos) << written.message();
+  EXPECT_EQ(extended.code(), StatusCode::kDiskFull);
+  EXPECT_EQ(allocated.code(), StatusCode::kDiskFull);
+  EXPECT_EQ(*size, 100U);
+}
+
+TEST(PosixFiles, DeniedIsToldFromMissing) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root may do everything";
+  const ScratchFolder folder;
+  const std::u16string path = folder.Write(u"f", "x");
+  ASSERT_EQ(::chmod(PathToNative(path).c_str(), 0), 0);
+  EXPECT_EQ(Files().Open(path, Mode::kRead).status().code(), StatusCode::kAccessDenied);
+}
+
+class Variable {
+ public:
+  Variable(const char* name, const char* value) : _name(name) {
+    if (const char* old = std::getenv(name)) _old = old;
+    if (value == nullptr) {
+      ::unsetenv(name);
+    } else {
+      ::setenv(name, value, 1);
+    }
+  }
+  ~Variable() {
+    if (_old) {
+      ::setenv(_name, _old->c_str(), 1);
+    } else {
+      ::unsetenv(_name);
+    }
+  }
+  Variable(const Variable&) = delete;
+  Variable& operator=(const Variable&) = delete;
+
+ private:
+  const char* _name;
+  std::optional<std::string> _old;
+};
+
+TEST(PosixSystem, FindsTheDataFolder) {
+  const Variable home("HOME", "/home/me");
+  {
+    const Variable data("XDG_DATA_HOME", "/data");
+    EXPECT_EQ(LocalApplicationDataFolder(), u"/data");
+  }
+  for (const char* value : {static_cast<const char*>(nullptr), "", "relative"}) {
+    const Variable data("XDG_DATA_HOME", value);
+    EXPECT_EQ(LocalApplicationDataFolder(), u"/home/me/.local/share");
+    const Variable none("HOME", nullptr);
+    EXPECT_FALSE(LocalApplicationDataFolder());
+  }
+  EXPECT_GT(PeakResidentBytes(), std::uint64_t{1} << 20);
+}
+
+TEST(PosixSystem, RandomBytesDiffer) {
+  std::byte first[600] = {};
+  std::byte second[600] = {};
+  FillRandom(first);
+  FillRandom(second);
+  EXPECT_NE(std::memcmp(first, second, 300), 0);
+  EXPECT_NE(std::memcmp(first + 300, second + 300, 300), 0);
+}
+
+TEST(PosixLocale, FillsPictures) {
+  const SystemTime time{2013, 3, 2, 5, 14, 7, 9, 0};
+  const struct {
+    const char* locale;
+    const char16_t* date;
+    const char16_t* text;
+  } kCases[] = {
+      {"C", u"ddd',' d MMM yyyy", u"Tue, 5 Mar 2013"},
+      {"en_US.UTF-8", u"dddd d dd M MM MMMM y yy yyyy", u"Tuesday 5 05 3 03 March 13 13 2013"},
+      {"de_DE.UTF-8", u"dddd, d. MMMM yyyy", u"Dienstag, 5. M\u00E4rz 2013"},
+      {"da_DK@euro", u"d/M-'d''MMM' gg", u"5/3-d'MMM "},
+      {"fa_IR.UTF-8", u"d yyyy", u"5 2013"},
+      {"C", u"'open d", u"open d"},
+  };
+  for (const auto& c : kCases) {
+    const Variable all("LC_ALL", c.locale);
+    EXPECT_EQ(FormatLocaleDate(time, c.date), c.text) << c.locale;
+  }
+  const Variable all("LC_ALL", "en_US.UTF-8");
+  EXPECT_EQ(FormatLocaleTime(time, u"HH':'mm':'ss"), u"14:07:09");
+  EXPECT_EQ(FormatLocaleTime(time, u"H h hh m s t tt"), u"14 2 02 7 9 P PM");
+  EXPECT_EQ(FormatLocaleTime({2013, 3, 2, 5, 0, 0, 0, 0}, u"h tt"), u"12 AM");
+  EXPECT_EQ(FormatLocaleDate({2013, 2, 0, 30, 0, 0, 0, 0}, u"d"), u"");
+}
+
+}  // namespace
+}  // namespace parvane::platform
