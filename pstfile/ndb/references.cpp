@@ -166,7 +166,12 @@ void NodeDatabase::Impl::Abandon(BlockId root, bool below) {
 }
 
 void NodeDatabase::Impl::AbandonAllLoose() {
-  while (!_carried.empty()) FreeNew(_carried.begin()->first, _carried.begin()->second);
+  for (auto at = _carried.begin(); at != _carried.end();) {
+    const auto next = std::next(at);
+    // Others were put since the last commit, and belong to the file.
+    if (at->second.references == 1) FreeNew(at->first, at->second);
+    at = next;
+  }
   for (std::size_t i = 0; i < _new.size(); ++i) {
     if (_new[i].references == 1) FreeNew(_new[i].bid, _new[i]);
   }
