@@ -1,7 +1,6 @@
 #include "mime/byte_search.h"
 
 #include <cstring>
-#include <utility>
 
 namespace parvane::mime {
 namespace {
@@ -19,29 +18,14 @@ inline bool BlockHasPair(const char* first, const char* last, char a, char b) {
 
 }  // namespace
 
-ByteSearcher::ByteSearcher(std::string needle) : _needle(std::move(needle)) {
-  if (_needle.size() <= kLongNeedle) return;
-  _border.resize(_needle.size() + 1);
-  std::size_t border = 0;
-  for (std::size_t i = 1; i < _needle.size(); ++i) {
-    while (border > 0 && _needle[i] != _needle[border]) border = _border[border];
-    if (_needle[i] == _needle[border]) ++border;
-    _border[i + 1] = border;
-  }
-}
-
-std::size_t ByteSearcher::Find(std::string_view text, std::size_t from) const {
-  if (_needle.empty() || from > text.size() || text.size() - from < _needle.size()) {
+std::size_t FindBytes(std::string_view text, std::string_view needle, std::size_t from) {
+  if (needle.empty() || from > text.size() || text.size() - from < needle.size()) {
     return std::string_view::npos;
   }
-  return _border.empty() ? FindByFilter(text, from) : FindByTable(text, from);
-}
-
-std::size_t ByteSearcher::FindByFilter(std::string_view text, std::size_t from) const {
-  const std::size_t distance = _needle.size() - 1;
+  const std::size_t distance = needle.size() - 1;
   const std::size_t end = text.size() - distance;  // one past the last possible position
-  const char first = _needle.front();
-  const char last = _needle.back();
+  const char first = needle.front();
+  const char last = needle.back();
   const char* const base = text.data();
   std::size_t at = from;
   while (at < end) {
@@ -52,20 +36,10 @@ std::size_t ByteSearcher::FindByFilter(std::string_view text, std::size_t from) 
     }
     for (; at < stop; ++at) {
       if (base[at] == first && base[at + distance] == last &&
-          std::memcmp(base + at, _needle.data(), _needle.size()) == 0) {
+          std::memcmp(base + at, needle.data(), needle.size()) == 0) {
         return at;
       }
     }
-  }
-  return std::string_view::npos;
-}
-
-std::size_t ByteSearcher::FindByTable(std::string_view text, std::size_t from) const {
-  std::size_t matched = 0;
-  for (std::size_t at = from; at < text.size(); ++at) {
-    while (matched > 0 && text[at] != _needle[matched]) matched = _border[matched];
-    if (text[at] == _needle[matched]) ++matched;
-    if (matched == _needle.size()) return at + 1 - matched;
   }
   return std::string_view::npos;
 }

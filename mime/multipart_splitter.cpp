@@ -35,12 +35,12 @@ struct Delimiter {
 class DelimiterScanner {
  public:
   DelimiterScanner(std::string_view body, const std::string& boundary)
-      : _body(body), _searcher("--" + boundary) {}
+      : _body(body), _needle("--" + boundary) {}
 
   // The next delimiter that begins at or after `from`.
   Delimiter Next(std::size_t from) const {
     while (true) {
-      const std::size_t at = _searcher.Find(_body, from);
+      const std::size_t at = FindNeedle(from);
       if (at == kNone) return {};
       const Delimiter found = Inspect(at);
       if (found.found() && !EndsLongerDelimiter(at)) return found;
@@ -55,8 +55,23 @@ class DelimiterScanner {
   }
 
  private:
+  // A boundary far longer than the 70 characters that the standard allows is looked for at the
+  // start of lines only: there each byte is compared once, whatever the text was built for.
+  std::size_t FindNeedle(std::size_t from) const {
+    constexpr std::size_t kLongBoundary = 256;
+    if (_needle.size() <= kLongBoundary) return FindBytes(_body, _needle, from);
+    while (true) {
+      if (from == 0 || (from <= _body.size() && _body[from - 1] == '\n')) {
+        if (_body.substr(from).starts_with(_needle)) return from;
+      }
+      const std::size_t line = _body.find('\n', from);
+      if (line == kNone) return kNone;
+      from = line + 1;
+    }
+  }
+
   Delimiter Inspect(std::size_t at) const {
-    std::size_t end = at + _searcher.needle().size();
+    std::size_t end = at + _needle.size();
     if (_body.substr(end, 2) == "--" &&
         (end + 2 == _body.size() || !IsBoundaryCharacter(_body[end + 2]))) {
       return {at, end + 2, true, false, LineEnd::kCrLf};
@@ -82,7 +97,7 @@ class DelimiterScanner {
   }
 
   std::string_view _body;
-  ByteSearcher _searcher;
+  std::string _needle;
 };
 
 struct Forms {
