@@ -62,7 +62,7 @@ Status NodeDatabase::Impl::EnsureRoom(std::uint64_t bytes) {
 }
 
 Result<FileOffset> NodeDatabase::Impl::NewBlockPlace(std::uint64_t size) {
-  if (Status s = EnsureRoom(size + keepForCommit); !s.ok()) return s;
+  if (Status s = EnsureRoom(size + keepForCommit + keepForCommit / 8); !s.ok()) return s;
   const auto at = _space.Allocate(size, kBlockAlignment);
   // TailRoom is a lower bound, so this cannot happen.
   if (!at) return Latch({StatusCode::kIoError, "space accounting failed"});
@@ -75,7 +75,7 @@ Status NodeDatabase::Impl::Grow(std::uint64_t needed) {
   const std::uint64_t end = _space.end();
   const std::uint64_t least = end + IntervalsFor(needed) * kAMapInterval;
   if (least > options.sizeLimit) {
-    return {StatusCode::kTooBig,
+    return {StatusCode::kDiskFull,
             "the file would grow beyond " + std::to_string(options.sizeLimit >> 20) + " MiB"};
   }
   const std::uint64_t step = std::clamp(end / 2, kLeastGrowth, kMostReserve);

@@ -71,7 +71,8 @@ struct NodeRecord {
 enum class OpenMode { kRead, kReadWrite };
 
 struct OpenOptions {
-  // A file is never made larger; WriteBlock fails with kTooBig before that.
+  // A file is never made larger; WriteBlock fails with kDiskFull before that. Unlike a full disk
+  // this does not latch: smaller things may still fit.
   std::uint64_t sizeLimit = std::uint64_t{50} << 30;
   std::size_t cachedPages = 4096;  // 512 bytes each, per database
   std::size_t cachedBlocks = 64;   // up to 8 KiB each

@@ -56,7 +56,10 @@ Result<std::shared_ptr<const TreePage>> TreePage::FromBytes(const PageBytes& byt
     if (i > 0 && page->Key(i) <= page->Key(i - 1)) {
       return Corrupt(tree, offset, "key " + ToHex(page->Key(i)) + " out of order");
     }
-    if (page->level() > 0 && page->Child(i).offset.value % kPageSize != 0) {
+    // Far beyond any file is also where BTree keeps its marks for pages in memory.
+    constexpr std::uint64_t kNoOffset = std::uint64_t{1} << 62;
+    if (page->level() > 0 && (page->Child(i).offset.value % kPageSize != 0 ||
+                              page->Child(i).offset.value >= kNoOffset)) {
       return Corrupt(tree, offset, "child page at " + ToString(page->Child(i).offset));
     }
   }

@@ -1,0 +1,292 @@
+// Crashes at every step of several sessions, and failures of every write and flush.
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "pstfile/ndb/node_database.h"
+#include "tests/pstfile/ndb_inspection.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using platform::Status;
+using platform::StatusCode;
+using ::testing::IsEmpty;
+
+constexpr char16_t kPath[] = u"mail.pst";
+
+// What a file should hold: for each node the size and seed of its data.
+using State = std::map<std::uint32_t, std::pair<std::size_t, std::uint64_t>>;
+
+Status Put(NodeDatabase& db, State& state, std::uint32_t nid, std::size_t size,
+           std::uint64_t seed) {
+  DataTreeWriter writer(db);
+  if (Status s = writer.Append(Pattern(size, seed)); !s.ok()) return s;
+  auto root = writer.Finish();
+  if (!root.ok()) return root.status();
+  if (Status s = db.PutNode({NodeId(nid), *root, {}, {}}); !s.ok()) {
+    db.AbandonBlock(*root);
+    return s;
+  }
+  state[nid] = {size, seed};
+  return {};
+}
+
+// "" when the committed nodes are exactly those of `state`, with their data.
+std::string Difference(const NodeDatabase& db, const State& state) {
+  auto nodes = db.NodesFrom(NodeId(0), 1'000'000);
+  if (!nodes.ok()) return nodes.status().message();
+  if (nodes->size() != state.size()) return std::to_string(nodes->size()) + " nodes";
+  for (const NodeRecord& node : *nodes) {
+    const auto want = state.find(node.nid.value);
+    if (want == state.end()) return "node " + ToString(node.nid);
+    auto tree = DataTree::Open(db, node.data);
+    if (!tree.ok()) return tree.status().message();
+    auto bytes = tree->ReadAll();
+    if (!bytes.ok()) return bytes.status().message();
+    if (*bytes != Pattern(want->second.first, want->second.second)) {
+      return "data of node " + ToString(node.nid);
+    }
+  }
+  return "";
+}
+
+// Sessions with additions, replacements, deletions, growth, reopening and closing. Calls
+// `committed(state)` after every successful commit and close; stops at the first failure.
+template <typename Committed>
+Status RunSessions(MemoryFiles& files, State& state, std::size_t largest,
+                   const Committed& committed) {
+  std::mt19937 random(3);
+  for (int session = 0; session < 3; ++session) {
+    auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
+    if (!db.ok()) return db.status();
+    for (int transaction = 0; transaction < 4; ++transaction) {
+      for (int i = 0; i < 12; ++i) {
+        const std::uint32_t nid = (random() % 60 + 1) << 5 | 4;
+        if (random() % 4 == 0 && state.contains(nid)) {
+          if (Status s = (*db)->DeleteNode(NodeId(nid)); !s.ok()) return s;
+          state.erase(nid);
+        } else {
+          // Once a value for which the file has to grow within the transaction.
+          const bool large = session == 1 && transaction == 2 && i == 5;
+          const std::size_t size = large ? largest : random() % 3000 + 1;
+          if (Status s = Put(**db, state, nid, size, random()); !s.ok()) return s;
+          if (large) {
+            if (Status s = (*db)->DeleteNode(NodeId(nid)); !s.ok()) return s;
+            state.erase(nid);
+          }
+        }
+      }
+      if (Status s = (*db)->Commit(); !s.ok()) return s;
+      committed(state);
+    }
+    // The second session ends as a crash would: without Close.
+    if (session == 1) continue;
+    if (Status s = (*db)->Close(); !s.ok()) return s;
+    committed(state);
+  }
+  return {};
+}
+
+void StartFile(MemoryFiles& files, State& state) {
+  auto db = NodeDatabase::Create(files, kPath);
+  ASSERT_OK(db);
+  for (std::uint32_t i = 1; i <= 40; ++i) ASSERT_OK(Put(**db, state, i << 5 | 4, 100 * i, i));
+  ASSERT_OK((*db)->Publish());
+}
+
+// The steps not yet flushed when the power fails: each sector of each may have reached the disk.
+void ApplyTorn(std::span<const MemoryFiles::Step> pending, std::mt19937& random, Bytes& file) {
+  constexpr std::size_t kSector = 512;
+  std::vector<MemoryFiles::Step> pieces;
+  for (const auto& step : pending) {
+    if (step.act == MemoryFiles::Act::kResize) {
+      if (random() % 2 == 0) pieces.push_back(step);
+      continue;
+    }
+    for (std::size_t at = 0; at < step.bytes.size();) {
+      const std::size_t size =
+          std::min<std::size_t>(step.bytes.size() - at, kSector - (step.offset + at) % kSector);
+      if (random() % 2 == 0) {
+        const auto from = step.bytes.begin() + static_cast<std::ptrdiff_t>(at);
+        pieces.push_back({step.act,
+                          step.path,
+                          step.offset + at,
+                          Bytes(from, from + static_cast<std::ptrdiff_t>(size)),
+                          {}});
+      }
+      at += size;
+    }
+  }
+  std::ranges::shuffle(pieces, random);
+  for (const auto& piece : pieces) MemoryFiles::Apply(piece, file);
+}
+
+TEST(CrashTest, EveryStepLeavesTheLastCommitOrTheNext) {
+  MemoryFiles files;
+  State state;
+  StartFile(files, state);
+  const Bytes start = files[kPath];
+  files.recording = true;
+  std::vector<std::pair<std::size_t, State>> commits{{0, state}};
+  ASSERT_OK(RunSessions(files, state, 5'000'000,
+                        [&](const State& s) { commits.emplace_back(files.steps.size(), s); }));
+
+  std::mt19937 random(11);
+  Bytes durable = start;
+  std::size_t flushed = 0;  // steps in `durable`
+  std::size_t boundaries = 0, recovered = 0, next = 0;
+  const auto& steps = files.steps;
+  for (std::size_t i = 0; i <= steps.size(); ++i) {
+    while (next + 1 < commits.size() && commits[next + 1].first <= i) ++next;
+    const std::span pending = std::span(steps).subspan(flushed, i - flushed);
+    ++boundaries;
+    for (int variant = 0; variant < 4; ++variant) {
+      if (variant != 1 && pending.empty()) continue;
+      Bytes image = durable;
+      if (variant == 0) {
+        for (const auto& step : pending) MemoryFiles::Apply(step, image);
+      } else if (variant > 1) {
+        ApplyTorn(pending, random, image);
+      }
+      MemoryFiles after;
+      after[kPath] = std::move(image);
+      auto db = NodeDatabase::Open(after, kPath, OpenMode::kReadWrite);
+      ASSERT_TRUE(db.ok()) << "step " << i << " variant " << variant << ": "
+                           << db.status().message();
+      recovered += (*db)->openReport().headerFromCopy ? 1 : 0;
+      State found = commits[next].second;
+      std::string difference = Difference(**db, found);
+      if (!difference.empty() && next + 1 < commits.size()) {
+        found = commits[next + 1].second;
+        difference = Difference(**db, found);
+      }
+      ASSERT_EQ(difference, "") << "step " << i << " variant " << variant;
+      if ((i + static_cast<std::size_t>(variant)) % 5 != 0) continue;
+      // And the file can be gone on with.
+      ASSERT_OK(Put(**db, found, 0x999 << 5 | 4, 5000, i));
+      ASSERT_OK((*db)->Close());
+      auto again = NodeDatabase::Open(after, kPath, OpenMode::kRead);
+      ASSERT_OK(again);
+      ASSERT_EQ(Difference(**again, found), "") << "step " << i << " variant " << variant;
+      ASSERT_THAT(Problems(**again, true), IsEmpty()) << "step " << i << " variant " << variant;
+    }
+    if (i < steps.size() && steps[i].act == MemoryFiles::Act::kFlush) {
+      for (; flushed < i + 1; ++flushed) MemoryFiles::Apply(steps[flushed], durable);
+    }
+  }
+  EXPECT_GT(boundaries, 150U);
+  EXPECT_GT(recovered, 5U) << "no header was ever torn";
+}
+
+TEST(CrashTest, CreatedFileIsWholeWhenItGetsItsName) {
+  MemoryFiles files;
+  State state;
+  files.recording = true;
+  StartFile(files, state);
+  Bytes durable;
+  std::size_t flushed = 0;
+  for (std::size_t i = 0; i < files.steps.size(); ++i) {
+    const auto& step = files.steps[i];
+    if (step.act == MemoryFiles::Act::kFlush) {
+      for (; flushed <= i; ++flushed) MemoryFiles::Apply(files.steps[flushed], durable);
+    }
+    if (step.act != MemoryFiles::Act::kRename) continue;
+    MemoryFiles after;
+    after[kPath] = durable;
+    auto db = NodeDatabase::Open(after, kPath, OpenMode::kRead);
+    ASSERT_OK(db);
+    EXPECT_EQ(Difference(**db, state), "");
+    EXPECT_THAT(Problems(**db, true), IsEmpty());
+    return;
+  }
+  FAIL() << "never renamed";
+}
+
+TEST(CrashTest, EveryFailingWriteOrFlushKeepsWhatWasCommitted) {
+  State first;
+  MemoryFiles fresh;
+  StartFile(fresh, first);
+  const Bytes start = fresh[kPath];
+  std::size_t failures = 0;
+  for (const bool flush : {false, true}) {
+    for (std::size_t n = 1;; ++n) {
+      MemoryFiles files;
+      files[kPath] = start;
+      (flush ? files.failFlush : files.failWrite) = n;
+      State state = first, committed = first;
+      const Status s =
+          RunSessions(files, state, 300'000, [&](const State& now) { committed = now; });
+      if (s.ok()) break;  // fewer than n
+      ++failures;
+      ASSERT_EQ(s.code(), StatusCode::kIoError) << s.message();
+      files.failFlush = files.failWrite = 0;
+      auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
+      ASSERT_TRUE(db.ok()) << db.status().message();
+      // A failed flush may have written everything all the same.
+      if (const std::string difference = Difference(**db, committed); !difference.empty()) {
+        ASSERT_EQ(Difference(**db, state), "") << n << ": " << difference;
+      }
+      ASSERT_THAT(Problems(**db, false), IsEmpty());
+    }
+  }
+  EXPECT_GT(failures, 60U);
+}
+
+TEST(CrashTest, NothingIsAcceptedAfterAFailedFlush) {
+  MemoryFiles files;
+  State state;
+  StartFile(files, state);
+  auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
+  ASSERT_OK(db);
+  ASSERT_OK(Put(**db, state, 0x24, 100, 1));
+  files.failFlush = 1;
+  EXPECT_EQ((*db)->Commit().code(), StatusCode::kIoError);
+  const std::size_t writes = files.writes, flushes = files.flushes;
+  EXPECT_EQ(Put(**db, state, 0x44, 100, 1).code(), StatusCode::kIoError);
+  EXPECT_EQ((*db)->DeleteNode(NodeId(0x24)).code(), StatusCode::kIoError);
+  EXPECT_EQ((*db)->Commit().code(), StatusCode::kIoError);
+  EXPECT_EQ((*db)->Close().code(), StatusCode::kIoError);
+  EXPECT_EQ(files.writes, writes);
+  EXPECT_EQ(files.flushes, flushes);
+}
+
+TEST(CrashTest, FullDiskStillTakesWhatIsComplete) {
+  int salvaged = 0;
+  for (const std::uint64_t more : {0U, 300'000U, 1'500'000U, 9'000'000U}) {
+    MemoryFiles files;
+    State state;
+    StartFile(files, state);
+    files.diskSize = kSmallestFile + more;
+    auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    constexpr std::uint64_t kTails = 50'000;
+    (*db)->KeepForCommit(kTails);
+    Status s;
+    for (std::uint32_t i = 1; s.ok(); ++i) {
+      s = Put(**db, state, (1000 + i) << 5 | 4, 2500, i);
+      if (i % 500 == 0 && s.ok()) ASSERT_OK((*db)->Commit());
+      ASSERT_LT(i, 10'000U) << "the disk never fills";
+    }
+    ASSERT_EQ(s.code(), StatusCode::kDiskFull) << s.message();
+    (*db)->KeepForCommit(0);
+    // Unless it was a commit that found no room for the next transaction.
+    for (std::uint32_t i = 1; i <= 4 && (*db)->status().ok(); ++i) {
+      ASSERT_OK(Put(**db, state, i << 5 | 4, 9'000, i));
+    }
+    salvaged += (*db)->HasUncommittedChanges() ? 1 : 0;
+    ASSERT_OK((*db)->Commit());
+    EXPECT_EQ(Put(**db, state, 0x24, 1, 1).code(), StatusCode::kDiskFull);
+    ASSERT_OK((*db)->Close());
+    auto again = NodeDatabase::Open(files, kPath, OpenMode::kRead);
+    ASSERT_OK(again);
+    EXPECT_EQ(Difference(**again, state), "");
+    EXPECT_THAT(Problems(**again, true), IsEmpty());
+    EXPECT_EQ(files[kPath].size(), (*again)->FileSize());
+  }
+  EXPECT_GT(salvaged, 1);
+}
+
+}  // namespace
+}  // namespace parvane::pstfile

@@ -1,0 +1,407 @@
+// Byte-exact vectors, and real files read and added to.
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/encoding.h"
+#include "pstfile/ndb/header.h"
+#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/node_database.h"
+#include "tests/pstfile/ndb_inspection.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using platform::StatusCode;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+Bytes FromText(std::string_view text) {
+  Bytes bytes(text.size());
+  std::memcpy(bytes.data(), text.data(), text.size());
+  return bytes;
+}
+
+Bytes FromHex(std::string_view hex) {
+  Bytes bytes;
+  const auto digit = [](char c) { return c <= '9' ? c - '0' : c - 'A' + 10; };
+  for (std::size_t i = 0; i < hex.size(); ++i) {
+    if (hex[i] == ' ') continue;
+    bytes.push_back(static_cast<std::byte>(digit(hex[i]) << 4 | digit(hex[i + 1])));
+    ++i;
+  }
+  return bytes;
+}
+
+std::uint32_t CrcByBits(std::span<const std::byte> bytes) {
+  std::uint32_t crc = 0;
+  for (const std::byte b : bytes) {
+    crc ^= static_cast<std::uint32_t>(b);
+    for (int i = 0; i < 8; ++i) crc = crc >> 1 ^ ((crc & 1) != 0 ? 0xEDB88320U : 0U);
+  }
+  return crc;
+}
+
+TEST(FormatTest, Crc) {
+  EXPECT_EQ(Crc({}), 0U);
+  EXPECT_EQ(Crc(Bytes(100)), 0U);
+  EXPECT_EQ(Crc(FromText("123456789")), 0x2DFD2D88U);
+  EXPECT_EQ(Crc(Bytes(496, std::byte{0xFF})), 0xA1AAE76EU);
+  EXPECT_EQ(Crc(FromHex("00 01 02 03")), 0xAAFD590FU);
+  EXPECT_EQ(Crc(FromText(std::string_view("K\0e\0y\0w\0o\0r\0d\0s\0", 16))), 0x2EDA4D3BU);
+  const Bytes bytes = Pattern(9000, 5);
+  for (std::size_t size = 0; size < 600; size += size < 300 ? 1 : 37) {
+    for (const std::size_t from : {0U, 1U, 7U}) {
+      const auto part = std::span(bytes).subspan(from, size);
+      ASSERT_EQ(Crc(part), CrcByBits(part)) << size;
+      ASSERT_EQ(Crc(part.subspan(size / 3), Crc(part.first(size / 3))), CrcByBits(part)) << size;
+    }
+  }
+  EXPECT_EQ(Crc(bytes), CrcByBits(bytes));
+}
+
+TEST(FormatTest, Encodings) {
+  struct Case {
+    CryptMethod method;
+    std::uint32_t key;
+    Bytes plain, stored;
+  };
+  const Case cases[] = {
+      {CryptMethod::kNone, 0, FromText("Hello"), FromText("Hello")},
+      {CryptMethod::kPermute, 0, FromText("Hello, World!"),
+       FromHex("07 EA FD FD 86 D8 4C 4B 86 06 FD FA 7D")},
+      {CryptMethod::kCyclic, 0x12345678, FromText("Hello, World!"),
+       FromHex("FB EA DC 70 6B C5 23 03 D1 53 F0 68 CE")},
+      {CryptMethod::kCyclic, 0x1FC, Bytes(8), FromHex("9D 71 C8 8A BF E8 E9 84")},
+  };
+  for (const Case& c : cases) {
+    Bytes bytes = c.plain;
+    Encode(c.method, c.key, bytes);
+    EXPECT_EQ(bytes, c.stored);
+    Decode(c.method, c.key, bytes);
+    EXPECT_EQ(bytes, c.plain);
+  }
+  // Long runs take other paths than short ones; byte by byte is the reference.
+  const Bytes plain = Pattern(8176, 9);
+  for (const CryptMethod method :
+       {CryptMethod::kNone, CryptMethod::kPermute, CryptMethod::kCyclic}) {
+    for (const std::uint32_t key : {0U, 0x1FCU, 0xFFFFU, 0xFEDC0BB8U}) {
+      Bytes whole(plain.size()), back(plain.size());
+      EncodeTo(method, key, plain, whole);
+      const std::uint32_t start = (key ^ key >> 16) & 0xFFFF;
+      for (std::size_t i = 0; i < plain.size(); ++i) {
+        std::byte one = plain[i];
+        // A key without high half is its own starting value.
+        Encode(method, static_cast<std::uint16_t>(start + i), {&one, 1});
+        ASSERT_EQ(one, whole[i]) << i;
+      }
+      DecodeTo(method, key, whole, back);
+      EXPECT_EQ(back, plain);
+    }
+  }
+}
+
+#ifdef PARVANE_PST_SAMPLES
+
+Bytes ReadSample(const char* name) {
+  std::ifstream in(std::filesystem::path(PARVANE_PST_SAMPLES) / name, std::ios::binary);
+  const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_FALSE(text.empty()) << name;
+  return FromText(text);
+}
+
+constexpr char16_t kPath[] = u"sample.pst";
+constexpr const char* kSamples[] = {"Empty.pst", "sample1.pst", "submessage.pst"};
+
+TEST(SampleTest, EveryBlockPageAndMapBitIsUnderstood) {
+  for (const char* name : kSamples) {
+    MemoryFiles files;
+    files[kPath] = ReadSample(name);
+    auto db = NodeDatabase::Open(files, kPath, OpenMode::kRead);
+    ASSERT_OK(db);
+    EXPECT_THAT(Problems(**db, true), IsEmpty()) << name;
+    Inspection all;
+    (*db)->Visit(all);
+    EXPECT_GT(all.blocks.size(), 30U);
+    for (const auto& [nid, node] : all.nodes) {
+      auto tree = DataTree::Open(**db, node.data);
+      ASSERT_OK(tree);
+      EXPECT_TRUE(tree->ReadAll().ok());
+      auto subnodes = SubnodeTree::Open(**db, node.sub);
+      ASSERT_OK(subnodes);
+      auto entries = subnodes->Entries();
+      ASSERT_OK(entries);
+      for (const SubnodeEntry& entry : *entries) {
+        auto found = subnodes->Find(entry.nid);
+        ASSERT_OK(found);
+        EXPECT_EQ(**found, entry);
+        auto below = DataTree::Open(**db, entry.data);
+        ASSERT_OK(below);
+        EXPECT_TRUE(below->ReadAll().ok());
+      }
+    }
+  }
+}
+
+TEST(SampleTest, OurCodecsReproduceTheBytes) {
+  for (const char* name : kSamples) {
+    MemoryFiles files;
+    const Bytes file = files[kPath] = ReadSample(name);
+    FileHeader header = FileHeader::Decode(std::span(file).first<kHeaderSize>());
+    const auto encoded = header.Encode();
+    EXPECT_TRUE(std::ranges::equal(encoded, std::span(file).first(kHeaderSize))) << name;
+    PageBytes dlist{};
+    SealPage(dlist, PageType::kDList, FileOffset(kDListOffset), header.nextPageId);
+    const auto found = std::span(file).subspan(kDListOffset, kPageSize);
+    EXPECT_TRUE(std::ranges::equal(dlist, found)) << name;
+
+    auto db = NodeDatabase::Open(files, kPath, OpenMode::kRead);
+    ASSERT_OK(db);
+    Inspection all;
+    (*db)->Visit(all);
+    for (const auto& [bid, block] : all.blocks) {
+      auto bytes = (*db)->ReadBlock(bid);
+      ASSERT_OK(bytes);
+      Bytes built(BlockSizeOnDisk(block.dataSize));
+      BuildBlock(bytes->bytes(), bid, block.offset, header.crypt, built);
+      const auto stored = std::span(file).subspan(block.offset.value, built.size());
+      EXPECT_TRUE(
+          std::ranges::equal(std::span(built).first(block.dataSize), stored.first(block.dataSize)));
+      EXPECT_TRUE(std::ranges::equal(std::span(built).last(16), stored.last(16)));
+    }
+  }
+}
+
+TEST(SampleTest, CanBeAddedTo) {
+  for (const char* name : kSamples) {
+    MemoryFiles files;
+    files[kPath] = ReadSample(name);
+    auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    Inspection before;
+    (*db)->Visit(before);
+    for (std::uint32_t i = 0; i < 50; ++i) {
+      auto nid = (*db)->AllocateNodeId(NodeKind::kMessage);
+      ASSERT_OK(nid);
+      EXPECT_FALSE(before.nodes.contains(*nid));
+      auto bid = (*db)->WriteBlock(Pattern(3000, i));
+      ASSERT_OK(bid);
+      ASSERT_OK((*db)->PutNode({*nid, *bid, {}, kNidIpmSubtree}));
+    }
+    ASSERT_OK((*db)->Close());
+    auto again = NodeDatabase::Open(files, kPath, OpenMode::kRead);
+    ASSERT_OK(again);
+    EXPECT_THAT(Problems(**again, true), IsEmpty()) << name;
+    Inspection after;
+    (*again)->Visit(after);
+    EXPECT_EQ(after.nodes.size(), before.nodes.size() + 50);
+    for (const auto& [nid, node] : before.nodes) EXPECT_EQ(after.nodes[nid], node);
+  }
+}
+
+#endif
+
+struct HeaderTest : ::testing::Test {
+  MemoryFiles files;
+  static constexpr char16_t kFile[] = u"file.pst";
+
+  void SetUp() override {
+    auto db = NodeDatabase::Create(files, kFile);
+    ASSERT_OK(db);
+    auto bid = (*db)->WriteBlock(FromHex("3400ECBC2000000000000000"));
+    ASSERT_OK(bid);
+    ASSERT_OK((*db)->PutNode({kNidMessageStore, *bid, {}, {}}));
+    ASSERT_OK((*db)->Publish());
+  }
+  Bytes& file() { return files[kFile]; }
+  platform::Status OpenIt() {
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kRead);
+    if (db.ok()) report = (*db)->openReport();
+    if (!db.ok()) return db.status();
+    auto node = (*db)->FindNode(kNidMessageStore);
+    if (!node.ok()) return node.status();
+    crypt = (*db)->crypt();
+    return (*db)->ReadBlock((*node)->data).status();
+  }
+  OpenReport report;
+  CryptMethod crypt = CryptMethod::kNone;
+};
+
+TEST_F(HeaderTest, FilesOfOtherKindsAreRefusedByName) {
+  struct Case {
+    std::size_t offset;
+    Bytes bytes;
+    StatusCode code;
+    const char* says;
+  };
+  const Case cases[] = {
+      {0, FromText("From"), StatusCode::kCorrupt, "not an Outlook data file"},
+      {10, FromHex("0E00"), StatusCode::kUnsupported, "ANSI"},
+      {10, FromHex("0F00"), StatusCode::kUnsupported, "ANSI"},
+      {10, FromHex("2400"), StatusCode::kUnsupported, "4 KiB"},
+      {10, FromHex("2500"), StatusCode::kUnsupported, "wVer 37"},
+      {8, FromText("SO"), StatusCode::kUnsupported, "OST"},
+      {8, FromText("XX"), StatusCode::kCorrupt, "wMagicClient"},
+      {12, FromHex("0C00"), StatusCode::kUnsupported, "wVerClient 12"},
+      {45, FromHex("77"), StatusCode::kCorrupt, "dwCRCPartial"},
+  };
+  const Bytes good = file();
+  for (const Case& c : cases) {
+    file() = good;
+    std::ranges::copy(c.bytes, file().begin() + static_cast<std::ptrdiff_t>(c.offset));
+    const auto s = OpenIt();
+    EXPECT_EQ(s.code(), c.code) << c.says;
+    EXPECT_THAT(s.message(), HasSubstr(c.says));
+    EXPECT_THAT(s.message(), HasSubstr("file.pst"));
+  }
+  for (const std::size_t size : {0U, 100U, 563U}) {
+    file() = Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+    EXPECT_EQ(OpenIt().code(), StatusCode::kCorrupt);
+  }
+}
+
+TEST_F(HeaderTest, TornHeadersAreMadeUpFor) {
+  const Bytes good = file();
+  // A whole copy stands in for anything.
+  file() = good;
+  std::copy_n(good.begin(), kHeaderSize, file().begin() + kHeaderCopyOffset);
+  std::fill_n(file().begin(), 512, std::byte{0});
+  ASSERT_OK(OpenIt());
+  EXPECT_TRUE(report.headerFromCopy);
+  // Without one, the first part is enough.
+  for (const CryptMethod method :
+       {CryptMethod::kNone, CryptMethod::kPermute, CryptMethod::kCyclic}) {
+    CreateOptions options;
+    options.crypt = method;
+    options.replace = true;
+    auto db = NodeDatabase::Create(files, kFile, options);
+    ASSERT_OK(db);
+    auto bid = (*db)->WriteBlock(FromHex("3400ECBC2000000000000000"));
+    ASSERT_OK((*db)->PutNode({kNidMessageStore, *bid, {}, {}}));
+    ASSERT_OK((*db)->Publish());
+    const std::uint64_t next = (*db)->Header().nextBlockId;
+    db->reset();
+    std::fill_n(file().begin() + 512, 52, std::byte{0x5A});
+    ASSERT_OK(OpenIt());
+    EXPECT_TRUE(report.headerFromPartial);
+    EXPECT_EQ(crypt, method);
+    auto again = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+    ASSERT_OK(again);
+    EXPECT_EQ((*again)->Header().nextBlockId, next);
+    ASSERT_OK((*again)->PutNode({NodeId(0x41), {}, {}, {}}));
+    ASSERT_OK((*again)->Close());
+    ASSERT_OK(OpenIt());
+    EXPECT_FALSE(report.headerFromPartial);
+  }
+}
+
+TEST_F(HeaderTest, WrongFileSizeIsPutRightByTheNextWriter) {
+  for (const std::ptrdiff_t change : {5000, -20000}) {
+    file().resize(static_cast<std::size_t>(static_cast<std::ptrdiff_t>(kSmallestFile) + change));
+    ASSERT_OK(OpenIt());
+    EXPECT_TRUE(report.sizeMismatch);
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    ASSERT_OK((*db)->PutNode({NodeId(0x41), {}, {}, {}}));
+    ASSERT_OK((*db)->Close());
+    ASSERT_OK(OpenIt());
+    EXPECT_FALSE(report.sizeMismatch);
+    EXPECT_EQ(file().size(), kSmallestFile);
+  }
+}
+
+TEST_F(HeaderTest, UnclosedFileGetsTrueMapsAgain) {
+  {
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    ASSERT_OK((*db)->PutNode({NodeId(0x41), *(*db)->WriteBlock(Pattern(99, 1)), {}, {}}));
+    ASSERT_OK((*db)->Commit());
+  }
+  auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+  ASSERT_OK(db);
+  EXPECT_TRUE((*db)->openReport().mapsInvalid);
+  EXPECT_FALSE((*db)->mapsWereRebuilt());
+  ASSERT_OK((*db)->PutNode({NodeId(0x61), {}, {}, {}}));
+  ASSERT_OK((*db)->Close());
+  EXPECT_TRUE((*db)->mapsWereRebuilt());
+  auto again = NodeDatabase::Open(files, kFile, OpenMode::kRead);
+  ASSERT_OK(again);
+  EXPECT_THAT(Problems(**again, true), IsEmpty());
+}
+
+TEST_F(HeaderTest, DamagedFilesNeverDoWorseThanAnError) {
+  {
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    for (std::uint32_t i = 2; i < 60; ++i) {
+      DataTreeWriter writer(**db);
+      ASSERT_OK(writer.Append(Pattern(i == 7 ? 30000 : 200, i)));
+      auto root = writer.Finish();
+      SubnodeTreeBuilder builder(**db);
+      ASSERT_OK(builder.Add({NodeId(0x3F), *root, {}}));
+      auto sub = builder.Finish();
+      ASSERT_OK((*db)->PutNode({NodeId(NodeKind::kMessage, i), *root, *sub, {}}));
+    }
+    ASSERT_OK((*db)->Close());
+  }
+  const Bytes good = file();
+  std::mt19937 random(5);
+  std::size_t noticed = 0;
+  const auto use = [&] {
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+    if (!db.ok()) return ++noticed, void();
+    const std::size_t problems = Problems(**db, true).size();
+    bool bad = problems > 0;
+    for (std::uint32_t i = 1; i < 60; ++i) {
+      auto node = (*db)->FindNode(NodeId(NodeKind::kMessage, i));
+      if (!node.ok()) bad = true;
+      if (!node.ok() || !*node) continue;
+      auto tree = DataTree::Open(**db, (*node)->data);
+      if (!tree.ok() || !tree->ReadAll().ok()) bad = true;
+      auto sub = SubnodeTree::Open(**db, (*node)->sub);
+      if (!sub.ok() || !sub->Find(NodeId(0x3F)).ok()) bad = true;
+      if (i % 9 == 0) (void)(*db)->DeleteNode((*node)->nid).ok();
+    }
+    (void)(*db)->Close().ok();
+    noticed += bad ? 1 : 0;
+  };
+  // Bits anywhere in use; and bytes with every check sum made right again, so that the structures
+  // themselves must be doubted.
+  std::size_t used = 0;
+  std::size_t rounds = 0;
+  for (; rounds < 300; ++rounds) {
+    file() = good;
+    const std::size_t at = rounds % 2 == 0 ? random() % 564 : 0x4400 + random() % 60000;
+    file()[at] ^= static_cast<std::byte>(1 << random() % 8);
+    use();
+  }
+  EXPECT_GT(noticed, rounds / 3);
+  Bytes resealed = good;
+  for (std::uint64_t page = 0x4600; page + kPageSize <= good.size(); page += kPageSize) {
+    const auto bytes = std::span(good).subspan(page, kPageSize).first<kPageSize>();
+    for (const PageType type : {PageType::kBlockTree, PageType::kNodeTree}) {
+      const std::uint64_t id = LoadU64(bytes, 504);
+      if (!CheckPage(bytes, type, FileOffset(page), id).ok()) continue;
+      for (std::size_t i = 0; i < kPageBodySize; i += i < 480 ? 11 : 1) {
+        file() = good;
+        const auto target = std::span(file()).subspan(page, kPageSize).first<kPageSize>();
+        target[i] ^= static_cast<std::byte>(1 << random() % 8);
+        SealPage(target, type, FileOffset(page), id);
+        use();
+        ++used;
+      }
+    }
+  }
+  EXPECT_GT(used, 200U);
+  for (std::size_t size = 0; size < good.size(); size += 7177) {
+    file().assign(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+    use();
+  }
+}
+
+}  // namespace
+}  // namespace parvane::pstfile
