@@ -1,0 +1,357 @@
+// Converted messages, read back from the closed file and compared with what they came from.
+
+#include "tests/convert/mail_file.h"
+
+namespace {
+
+using namespace mapi_reading;
+using Strings = std::vector<std::string>;
+
+constexpr ULONG kReturnPath = 0x1046001F;
+constexpr ULONG kReplyAddresses = 0x3FFC001F;
+
+// 2013-06-03 10:20:30 +0200
+constexpr std::string_view kDate = "Date: Mon, 3 Jun 2013 10:20:30 +0200\r\n";
+constexpr std::int64_t kDateSeconds = 1370247630;
+
+class ConvertedMessage : public MailFile {
+ protected:
+  std::vector<Strings> Recipients(IMessage& message) {
+    ComPointer<IMAPITable> table;
+    message.GetRecipientTable(MAPI_UNICODE, table.Put());
+    return Rows(*table, {PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W, PR_EMAIL_ADDRESS_W, PR_ADDRTYPE_W});
+  }
+
+  std::vector<ComPointer<IAttach>> Attachments(IMessage& message) {
+    ComPointer<IMAPITable> table;
+    message.GetAttachmentTable(MAPI_UNICODE, table.Put());
+    std::vector<ComPointer<IAttach>> attachments;
+    for (const Strings& row : Rows(*table, {PR_ATTACH_NUM})) {
+      attachments.emplace_back();
+      message.OpenAttach(static_cast<ULONG>(std::stoul(row[0])), nullptr, 0,
+                         attachments.back().Put());
+    }
+    return attachments;
+  }
+
+  static ComPointer<IMessage> Embedded(IAttach& attachment) {
+    ComPointer<IMessage> inner;
+    attachment.OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, inner.PutUnknown());
+    return inner;
+  }
+};
+
+TEST_F(ConvertedMessage, HasEveryHeaderAndBothBodies) {
+  const std::string headers =
+      "Return-Path: <bounce@x.org>\r\nFrom: =?utf-8?Q?J=C3=BCrgen?= <j@x.org>\r\n"
+      "To: a@x.org\r\nSubject: =?koi8-r?B?8NLJ18XU?= again\r\n" +
+      std::string(kDate) +
+      "Message-ID: <1@x.org>\r\nIn-Reply-To: <0@x.org>\r\nReferences: <00@x.org>\r\n <0@x.org>\r\n"
+      "Content-Type: multipart/alternative; boundary=b\r\n";
+  Convert({headers +
+           "\r\n--b\r\nContent-Type: text/plain; charset=iso-8859-1\r\n"
+           "Content-Transfer-Encoding: quoted-printable\r\n\r\ngr=FC=DFe =80\r\n"
+           "--b\r\nContent-Type: text/html; charset=koi8-r\r\n\r\n<p>\xF0\xD2</p>\r\n--b--\r\n"});
+  const auto message = Message();
+  EXPECT_EQ(Text(*message, PR_MESSAGE_CLASS_W), "IPM.Note");
+  const std::string stored = Text(*message, PR_TRANSPORT_MESSAGE_HEADERS_W).value_or("");
+  EXPECT_TRUE(stored.starts_with(headers)) << stored;
+  EXPECT_EQ(Text(*message, kReturnPath), "<bounce@x.org>");
+  EXPECT_EQ(Text(*message, PR_SUBJECT_W), "Привет again");
+  EXPECT_EQ(Text(*message, PR_INTERNET_MESSAGE_ID_W), "<1@x.org>");
+  EXPECT_EQ(Text(*message, PR_IN_REPLY_TO_W), "<0@x.org>");
+  EXPECT_EQ(Text(*message, PR_INTERNET_REFERENCES_W), "<00@x.org> <0@x.org>");
+  EXPECT_EQ(Long(*message, PR_INTERNET_CPID), 65001);
+  EXPECT_EQ(Text(*message, PR_BODY_W), "grüße €");
+  EXPECT_EQ(Stream(*message, PR_HTML), "<p>Пр</p>");
+  EXPECT_TRUE(report.unconvertedParts.empty());
+}
+
+TEST_F(ConvertedMessage, LacksWhatItsSourceLacks) {
+  Convert({"X: y\r\nSubject:  \r\n\r\n"});
+  const auto message = Message();
+  for (const ULONG tag :
+       {kReturnPath, PR_INTERNET_MESSAGE_ID_W, PR_IN_REPLY_TO_W, PR_INTERNET_REFERENCES_W,
+        PR_SENDER_NAME_W, PR_SENT_REPRESENTING_NAME_W, PR_REPLY_RECIPIENT_NAMES_W})
+    EXPECT_EQ(Text(*message, tag), std::nullopt) << std::hex << tag;
+  EXPECT_EQ(Bytes(*message, PR_REPLY_RECIPIENT_ENTRIES), std::nullopt);
+  EXPECT_EQ(Time(*message, PR_CLIENT_SUBMIT_TIME), std::nullopt);
+  EXPECT_EQ(Bytes(*message, PR_HTML), std::nullopt);
+  EXPECT_TRUE(Recipients(*message).empty());
+  EXPECT_TRUE(Attachments(*message).empty());
+  EXPECT_EQ(Text(*message, PR_SUBJECT_W).value_or(""), "");
+  EXPECT_TRUE(report.dateMissing);
+}
+
+TEST_F(ConvertedMessage, KeepsALongBodyWhole) {
+  std::string body;
+  for (int i = 0; i < 100000; ++i) body += "Zeile " + std::to_string(i) + " mit Größe 𝄞\r\n";
+  Convert({"Content-Type: text/plain; charset=utf-8\r\n\r\n" + body});
+  EXPECT_EQ(Text(*Message(), PR_BODY_W), body);
+}
+
+TEST_F(ConvertedMessage, HasItsFlagsFromItsHeaders) {
+  struct Case {
+    const char* header;
+    ULONG tag;
+    LONG value;
+  };
+  const Case cases[] = {
+      {"X: y", PR_PRIORITY, 0},
+      {"Priority: urgent", PR_PRIORITY, 0},
+      {"X: y", PR_IMPORTANCE, 1},
+      {"Importance: High", PR_IMPORTANCE, 1},
+      {"Importance: LOW", PR_IMPORTANCE, 0},
+      {"X: y", PR_MESSAGE_FLAGS, 0},
+      {"X-Mozilla-Status: 0001", PR_MESSAGE_FLAGS, 1},
+      {"X-Mozilla-Status: 0011", PR_MESSAGE_FLAGS, 1},
+      {"X-Mozilla-Status: 0010", PR_MESSAGE_FLAGS, 0},
+      {"X-Mozilla-Status: 0000", PR_MESSAGE_FLAGS, 0},
+      {"X-Mozilla-Status: 8", PR_MESSAGE_FLAGS, 0},
+      {"X-Mozilla-Status: b", PR_MESSAGE_FLAGS, 1},
+  };
+  std::vector<std::string> texts;
+  for (const Case& test : cases) texts.push_back(std::string(test.header) + "\r\n\r\nbody\r\n");
+  Convert(texts);
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    const LONG value = Long(*Message(i), cases[i].tag).value_or(-1);
+    // Of the flags only read, unmodified and unsent are of interest: nothing is either of those.
+    EXPECT_EQ(cases[i].tag == PR_MESSAGE_FLAGS ? value & 0xB : value, cases[i].value)
+        << cases[i].header;
+  }
+}
+
+TEST_F(ConvertedMessage, HasItsTimesFromDateAndDeliveryDate) {
+  struct Case {
+    std::string headers;
+    std::optional<std::int64_t> submitted;
+    std::optional<std::int64_t> delivered;
+  };
+  const std::string date(kDate);
+  const Case cases[] = {
+      {date, kDateSeconds, kDateSeconds},
+      {date + "Delivery-Date: Mon, 3 Jun 2013 08:20:31 GMT\r\n", kDateSeconds, kDateSeconds + 1},
+      {date + "Delivery-Date: never\r\n", kDateSeconds, kDateSeconds},
+      {"Date: never\r\n", -1, -1},
+      {"Delivery-Date: Mon, 3 Jun 2013 08:20:31 GMT\r\n", std::nullopt, kDateSeconds + 1},
+  };
+  std::vector<std::string> texts;
+  for (const Case& test : cases) texts.push_back(test.headers + "\r\nbody\r\n");
+  Convert(texts);
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    const auto message = Message(i);
+    EXPECT_EQ(Time(*message, PR_CLIENT_SUBMIT_TIME), cases[i].submitted) << cases[i].headers;
+    EXPECT_EQ(Time(*message, PR_MESSAGE_DELIVERY_TIME), cases[i].delivered) << cases[i].headers;
+    if (cases[i].submitted.value_or(-1) > 0) {
+      EXPECT_EQ(Time(*message, PR_LAST_MODIFICATION_TIME), cases[i].submitted);
+    }
+  }
+}
+
+TEST_F(ConvertedMessage, NamesItsOriginators) {
+  struct Case {
+    const char* headers;
+    Strings sentRepresenting;  // name, address; none: absent
+    Strings sender;
+  };
+  const Case cases[] = {
+      {"From: a@x.org\r\n", {"a@x.org", "a@x.org"}, {"a@x.org", "a@x.org"}},
+      {"From: A <a@x.org>\r\nSender: B <b@x.org>, c@x.org\r\n", {"A", "a@x.org"}, {"B", "b@x.org"}},
+      {"From: A <a@x.org>\r\nSender:\r\n", {"A", "a@x.org"}, {"A", "a@x.org"}},
+      {"Sender: =?utf-8?B?w7w=?= <b@x.org>\r\n", {}, {"ü", "b@x.org"}},
+      {"From: Nobody\r\n", {"Nobody", "-@-"}, {"Nobody", "-@-"}},
+      {"Sender: \"Surname\" <  >,\"Given\\\"\" < a@x.org >\r\n", {}, {"Surname, Given", "a@x.org"}},
+      {"X: y\r\n", {}, {}},
+  };
+  std::vector<std::string> texts;
+  for (const Case& test : cases) texts.push_back(std::string(test.headers) + "\r\nbody\r\n");
+  Convert(texts);
+  const auto originator = [](IMessage& message, ULONG id, ULONG name, ULONG type, ULONG address) {
+    if (!Text(message, name)) return Strings();
+    const std::string shown = Text(message, name).value_or("none");
+    const std::string mail = Text(message, address).value_or("none");
+    EXPECT_EQ(Text(message, type), "SMTP");
+    EXPECT_EQ(OneOffStrings(Bytes(message, id).value_or("")), (Strings{shown, "SMTP", mail}));
+    return Strings{shown, mail};
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(cases[i].headers);
+    const auto message = Message(i);
+    EXPECT_EQ(originator(*message, PR_SENT_REPRESENTING_ENTRYID, PR_SENT_REPRESENTING_NAME_W,
+                         PR_SENT_REPRESENTING_ADDRTYPE_W, PR_SENT_REPRESENTING_EMAIL_ADDRESS_W),
+              cases[i].sentRepresenting);
+    EXPECT_EQ(originator(*message, PR_SENDER_ENTRYID, PR_SENDER_NAME_W, PR_SENDER_ADDRTYPE_W,
+                         PR_SENDER_EMAIL_ADDRESS_W),
+              cases[i].sender);
+  }
+}
+
+TEST_F(ConvertedMessage, ListsWhomToReplyTo) {
+  Convert({"Reply-To: A <a@x.org>, longer name <b@x.org>, c@x.org\r\n\r\nbody\r\n",
+           "Reply-To:\r\n\r\nbody\r\n"});
+  const auto message = Message();
+  EXPECT_EQ(Text(*message, PR_REPLY_RECIPIENT_NAMES_W), "A;longer name;c@x.org");
+  EXPECT_EQ(Text(*message, kReplyAddresses), "a@x.org;b@x.org;c@x.org");
+
+  const std::string list = Bytes(*message, PR_REPLY_RECIPIENT_ENTRIES).value_or("");
+  const auto number = [&](std::size_t at) {
+    std::uint32_t value = 0;
+    for (int i = 3; i >= 0; --i)
+      value = value << 8 | static_cast<unsigned char>(list.at(at + static_cast<std::size_t>(i)));
+    return value;
+  };
+  ASSERT_EQ(number(0), 3u);
+  EXPECT_EQ(number(4), list.size() - 8);
+  std::vector<Strings> entries;
+  for (std::size_t at = 8; at < list.size();) {
+    const std::size_t size = number(at);
+    entries.push_back(OneOffStrings(std::string_view(list).substr(at + 4, size)));
+    at += size + 4 + (size + 4) % 4;
+  }
+  EXPECT_EQ(entries, (std::vector<Strings>{{"A", "SMTP", "a@x.org"},
+                                           {"longer name", "SMTP", "b@x.org"},
+                                           {"c@x.org", "SMTP", "c@x.org"}}));
+
+  const auto empty = Message(1);
+  EXPECT_EQ(Text(*empty, PR_REPLY_RECIPIENT_NAMES_W), std::nullopt);
+  EXPECT_EQ(Bytes(*empty, PR_REPLY_RECIPIENT_ENTRIES), std::string(8, '\0'));
+}
+
+TEST_F(ConvertedMessage, ListsItsRecipientsInOrder) {
+  Convert(
+      {"Bcc: f@x.org\r\nCc: d@x.org, E <e@x.org>\r\n"
+       "To: a@x.org, =?iso-8859-1?Q?B=F6?= <b@x.org>, Nobody\r\n\r\nbody\r\n"});
+  EXPECT_EQ(Recipients(*Message()), (std::vector<Strings>{{"1", "a@x.org", "a@x.org", "SMTP"},
+                                                          {"1", "Bö", "b@x.org", "SMTP"},
+                                                          {"1", "Nobody", "-@-", "SMTP"},
+                                                          {"2", "d@x.org", "d@x.org", "SMTP"},
+                                                          {"2", "E", "e@x.org", "SMTP"},
+                                                          {"3", "f@x.org", "f@x.org", "SMTP"}}));
+}
+
+TEST_F(ConvertedMessage, KnowsWhoReceivedItWhenAsked) {
+  Convert({"Delivered-To: Me <me@x.org>, you@x.org\r\n\r\nbody\r\n", "Delivered-To:\r\n\r\nb\r\n"},
+          [](Converter& converter, Tessary::TsEmail& email, IMessage& message) {
+            converter.WriteDeliveredTo(&email, &message);
+          });
+  const auto message = Message();
+  EXPECT_EQ(Text(*message, PR_RECEIVED_BY_NAME_W), "Me");
+  EXPECT_EQ(Text(*message, PR_RECEIVED_BY_ADDRTYPE_W), "SMTP");
+  EXPECT_EQ(Text(*message, PR_RECEIVED_BY_EMAIL_ADDRESS_W), "me@x.org");
+  EXPECT_EQ(OneOffStrings(Bytes(*message, PR_RECEIVED_BY_ENTRYID).value_or("")),
+            (Strings{"Me", "SMTP", "me@x.org"}));
+  EXPECT_EQ(Text(*Message(1), PR_RECEIVED_BY_NAME_W), std::nullopt);
+}
+
+// HTML with an image, a file, a nameless file and a forwarded message with a file of its own.
+std::string MailWithEverything(const std::string& fileBytesInBase64) {
+  return "Content-Type: multipart/mixed; boundary=m\r\n\r\n"
+         "--m\r\nContent-Type: multipart/related; boundary=r\r\n\r\n"
+         "--r\r\nContent-Type: text/html\r\n\r\n<img src=cid:i@x>\r\n"
+         "--r\r\nContent-Type: image/png; name=i.png\r\nContent-ID: <i@x>\r\n"
+         "Content-Location: http://x/i.png\r\n\r\npixels\r\n--r--\r\n"
+         "--m\r\nContent-Type: application/pdf; name*=utf-8''%c3%bc.pdf\r\n"
+         "Content-Disposition: attachment\r\nContent-ID: <p@x>\r\n"
+         "Content-Transfer-Encoding: base64\r\n\r\n" +
+         fileBytesInBase64 +
+         "\r\n--m\r\nContent-Type: application/x-unknown\r\n\r\nnameless\r\n"
+         "--m\r\nContent-Type: message/rfc822\r\n\r\n"
+         "From: Inner <in@x.org>\r\nSubject: inner\r\nX-Mozilla-Status: 0001\r\n"
+         "Content-Type: multipart/mixed; boundary=n\r\n\r\n"
+         "--n\r\nX: y\r\n\r\ninner text\r\n--n\r\nContent-Type: text/plain; name=in.txt\r\n"
+         "Content-Disposition: attachment\r\n\r\ninner file\r\n--n--\r\n--m--\r\n";
+}
+
+TEST_F(ConvertedMessage, CarriesRelatedItemsFilesAndMessages) {
+  Convert({MailWithEverything("AAECAwD/")});
+  const auto message = Message();
+  const auto attachments = Attachments(*message);
+  ASSERT_EQ(attachments.size(), 4u);
+
+  IAttach& image = *attachments[0];
+  EXPECT_EQ(Long(image, PR_ATTACH_METHOD), 1);
+  EXPECT_EQ(Text(image, PR_ATTACH_CONTENT_ID_W), "i@x");
+  EXPECT_EQ(Text(image, PR_ATTACH_CONTENT_LOCATION_W), "http://x/i.png");
+  EXPECT_EQ(Text(image, PR_ATTACH_MIME_TAG_W), "image/png");
+  EXPECT_EQ(Text(image, PR_ATTACH_LONG_FILENAME_W), "i.png");
+  EXPECT_EQ(Text(image, PR_DISPLAY_NAME_W), "i.png");
+  EXPECT_EQ(Bytes(image, PR_ATTACH_DATA_BIN), "pixels");
+
+  IAttach& file = *attachments[1];
+  EXPECT_EQ(Long(file, PR_ATTACH_METHOD), 1);
+  EXPECT_EQ(Text(file, PR_ATTACH_CONTENT_ID_W), "p@x");
+  EXPECT_EQ(Text(file, PR_ATTACH_MIME_TAG_W), "application/pdf");
+  EXPECT_EQ(Text(file, PR_ATTACH_LONG_FILENAME_W), "ü.pdf");
+  EXPECT_EQ(Text(file, PR_ATTACH_CONTENT_LOCATION_W), std::nullopt);
+  EXPECT_EQ(Bytes(file, PR_ATTACH_DATA_BIN), std::string("\0\1\2\3\0\xFF", 6));
+
+  EXPECT_EQ(Text(*attachments[2], PR_ATTACH_LONG_FILENAME_W), "attachedFile.dat");
+  EXPECT_EQ(Text(*attachments[2], PR_ATTACH_CONTENT_ID_W), std::nullopt);
+
+  EXPECT_EQ(Long(*attachments[3], PR_ATTACH_METHOD), 5);
+  const auto inner = Embedded(*attachments[3]);
+  ASSERT_TRUE(inner);
+  EXPECT_EQ(Text(*inner, PR_MESSAGE_CLASS_W), "IPM.Note");
+  EXPECT_EQ(Text(*inner, PR_SUBJECT_W), "inner");
+  EXPECT_EQ(Text(*inner, PR_SENDER_EMAIL_ADDRESS_W), "in@x.org");
+  EXPECT_EQ(Text(*inner, PR_BODY_W), "inner text");
+  EXPECT_EQ(Long(*inner, PR_MESSAGE_FLAGS).value_or(0) & 1, 1);
+  const auto innerAttachments = Attachments(*inner);
+  ASSERT_EQ(innerAttachments.size(), 1u);
+  EXPECT_EQ(Text(*innerAttachments[0], PR_ATTACH_LONG_FILENAME_W), "in.txt");
+  EXPECT_EQ(Bytes(*innerAttachments[0], PR_ATTACH_DATA_BIN), "inner file");
+
+  EXPECT_EQ(report.attachmentsWritten, 5u);
+  EXPECT_EQ(report.attachmentsFailed, 0u);
+  EXPECT_TRUE(report.unconvertedParts.empty());
+}
+
+TEST_F(ConvertedMessage, ReportsTheLeavesThatReachedNothing) {
+  Convert(
+      {"Content-Type: multipart/report; boundary=b\r\n\r\n--b\r\nX: y\r\n\r\nnotice text\r\n"
+       "--b\r\nContent-Type: message/delivery-status; name=d.txt\r\n\r\nStatus: 5.0.0\r\n"
+       "--b--\r\n"});
+  EXPECT_EQ(Text(*Message(), PR_BODY_W), "notice text");
+  ASSERT_EQ(report.unconvertedParts.size(), 1u);
+  EXPECT_EQ(report.unconvertedParts[0].contentType, "message/delivery-status");
+  EXPECT_EQ(report.unconvertedParts[0].name, u"d.txt");
+}
+
+TEST_F(ConvertedMessage, NestsAsDeepAsItsSourceAndNoDeeperThanIsSafe) {
+  std::string text = "Subject: level 0\r\n\r\nbody\r\n";
+  for (int i = 1; i <= 120; ++i)
+    text =
+        "Subject: level " + std::to_string(i) + "\r\nContent-Type: message/rfc822\r\n\r\n" + text;
+  // A limit on how deep messages nest holds, and what lies beyond it is not passed over in silence.
+  Convert({text});
+  auto message = Message();
+  int level = 120;
+  while (true) {
+    ASSERT_EQ(Text(*message, PR_SUBJECT_W), "level " + std::to_string(level));
+    const auto attachments = Attachments(*message);
+    if (attachments.empty()) break;
+    auto inner = Embedded(*attachments[0]);
+    if (!inner || !Text(*inner, PR_SUBJECT_W)) break;
+    message = inner;
+    --level;
+  }
+  EXPECT_LE(level, 60);
+  EXPECT_TRUE(level == 0 || report.attachmentsFailed > 0 || !report.unconvertedParts.empty());
+}
+
+TEST_F(ConvertedMessage, IsNotTouchedWithoutAnEmail) {
+  Convert({"Subject: s\r\n\r\nbody\r\n"},
+          [](Converter& converter, Tessary::TsEmail& email, IMessage& message) {
+            EXPECT_EQ(converter.WriteMail(nullptr, &message, true), -1);
+            EXPECT_EQ(converter.WriteMail(&email, nullptr, true), -1);
+            converter.AddRecipient(nullptr, nullptr, &message, 1);
+            converter.WriteSender(nullptr, &message);
+            converter.WriteAttachment_File(nullptr, &email, 0);
+          });
+  const auto message = Message();
+  EXPECT_EQ(Text(*message, PR_SUBJECT_W), std::nullopt);
+  EXPECT_EQ(Long(*message, PR_INTERNET_CPID), std::nullopt);
+  EXPECT_EQ(Recipients(*message), (std::vector<Strings>{{"1", "-", "-@-", "SMTP"}}));
+}
+
+}  // namespace
