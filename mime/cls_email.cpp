@@ -238,43 +238,23 @@ bool ClsEmail::HtmlBody(ClsString& out) {
 
 // ---- Parts -------------------------------------------------------------------------------------
 
-std::size_t ClsEmail::CountOf(PartList list) const {
+const std::vector<const Email2*>& ClsEmail::Parts(PartList list) const {
   const EmailStructure& structure = _message->structure;
-  switch (list) {
-    case PartList::kAttachments:
-      return structure.attachments().size();
-    case PartList::kRelatedItems:
-      return structure.relatedItems().size();
-    case PartList::kLeftovers:
-      return structure.leftovers().size();
-  }
-  return 0;
+  return list == PartList::kAttachments ? structure.attachments() : structure.relatedItems();
 }
 
 const Email2* ClsEmail::PartAt(PartList list, int index) {
-  const auto place = static_cast<std::size_t>(index);
-  const bool good = InRange(index, CountOf(list));
-  switch (list) {
-    case PartList::kAttachments:
-      if (good) return _message->structure.attachments()[place];
-      _log.Say("Index out of range: no attachment at index = %d.", index);
-      return nullptr;
-    case PartList::kRelatedItems:
-      if (good) return _message->structure.relatedItems()[place];
-      _log.Say("Index out of range: no related item at index = %d.", index);
-      return nullptr;
-    case PartList::kLeftovers:
-      if (good) return _message->structure.leftovers()[place].node;
-      _log.Say("Index out of range: no left-over part at index = %d.", index);
-      return nullptr;
-  }
+  if (InRange(index, Parts(list).size())) return Parts(list)[static_cast<std::size_t>(index)];
+  _log.Say(list == PartList::kAttachments ? "Index out of range: no attachment at index = %d."
+                                          : "Index out of range: no related item at index = %d.",
+           index);
   return nullptr;
 }
 
 int ClsEmail::PartCount(const char* operation, PartList list) {
   std::size_t count = 0;
   Run(operation, [&] {
-    count = CountOf(list);
+    count = Parts(list).size();
     return true;
   });
   return static_cast<int>(count);
@@ -329,14 +309,38 @@ bool ClsEmail::PartField(const char* operation, PartList list, int index, std::s
   });
 }
 
+const LeftoverPart* ClsEmail::LeftoverAt(int index) {
+  const auto& leftovers = _message->structure.leftovers();
+  if (InRange(index, leftovers.size())) return &leftovers[static_cast<std::size_t>(index)];
+  _log.Say("Index out of range: no left-over part at index = %d.", index);
+  return nullptr;
+}
+
+int ClsEmail::LeftoverCount() {
+  std::size_t count = 0;
+  Run("get_NumLeftoverParts", [&] {
+    count = _message->structure.leftovers().size();
+    return true;
+  });
+  return static_cast<int>(count);
+}
+
+bool ClsEmail::LeftoverContentType(int index, ClsString& out) {
+  return Run("GetLeftoverPartContentType", [&] {
+    const LeftoverPart* part = LeftoverAt(index);
+    if (part == nullptr) return false;
+    if (part->node != nullptr) GiveHeaderText(part->node->contentType(), out);
+    return true;
+  });
+}
+
 bool ClsEmail::LeftoverName(int index, ClsString& out) {
   return Run("GetLeftoverPartName", [&] {
-    if (!InRange(index, CountOf(PartList::kLeftovers))) {
-      return PartAt(PartList::kLeftovers, index) != nullptr;
-    }
-    const Email2* part = PartAt(PartList::kLeftovers, index);
-    const bool named = part != nullptr && (!part->filename().empty() || !part->name().empty());
-    if (named) out.SetUtf8(part->FileName(_message->charset));
+    const LeftoverPart* part = LeftoverAt(index);
+    if (part == nullptr) return false;
+    const Email2* node = part->node;
+    const bool named = node != nullptr && (!node->filename().empty() || !node->name().empty());
+    if (named) out.SetUtf8(node->FileName(_message->charset));
     return true;
   });
 }
@@ -344,11 +348,9 @@ bool ClsEmail::LeftoverName(int index, ClsString& out) {
 std::uint64_t ClsEmail::LeftoverSize(int index) {
   std::uint64_t size = 0;
   Run("GetLeftoverPartSize", [&] {
-    if (!InRange(index, CountOf(PartList::kLeftovers))) {
-      return PartAt(PartList::kLeftovers, index) != nullptr;
-    }
-    size = _message->structure.leftovers()[static_cast<std::size_t>(index)].size;
-    return true;
+    const LeftoverPart* part = LeftoverAt(index);
+    if (part != nullptr) size = part->size;
+    return part != nullptr;
   });
   return size;
 }

@@ -24,7 +24,7 @@ class ClsEmail {
   using MailBox = parvane::mime::MailBox;
   // The address lists whose mailboxes are handed out one by one.
   enum class List { kFrom, kTo, kCc, kBcc };
-  enum class PartList { kAttachments, kRelatedItems, kLeftovers };
+  enum class PartList { kAttachments, kRelatedItems };
   enum class MailBoxPart { kName, kAddress };
 
   ClsEmail() = default;
@@ -55,8 +55,10 @@ class ClsEmail {
   // A field of the part's header; angle brackets around the value are taken off.
   bool PartField(const char* operation, PartList list, int index, std::string_view field,
                  ClsString& out);
+  bool LeftoverContentType(int index, ClsString& out);
   bool LeftoverName(int index, ClsString& out);
   std::uint64_t LeftoverSize(int index);
+  int LeftoverCount();
   int AttachedMessageCount();
   std::unique_ptr<ClsEmail> AttachedMessage(int index);
 
@@ -83,9 +85,10 @@ class ClsEmail {
   void GiveHeaderText(std::string_view raw, ClsString& out) const;
   bool GiveBody(const Email2* node, bool html, ClsString& out);
   const std::vector<MailBox>& Mailboxes(List list);
-  std::size_t CountOf(PartList list) const;
+  const std::vector<const Email2*>& Parts(PartList list) const;
   // Null, with the reason in the log, for a bad index.
   const Email2* PartAt(PartList list, int index);
+  const LeftoverPart* LeftoverAt(int index);
 
   std::mutex _criticalSection;
   parvane::mime::OperationLog _log;

@@ -94,10 +94,16 @@ class FieldReader {
     return value;
   }
 
-  // A backslash escapes only a quote or a backslash: old mailers write plain Windows paths.
+  // A backslash escapes only a quote or a backslash: old mailers write plain Windows paths. In
+  // raw ISO-2022-JP text both are parts of characters.
   std::string ReadQuoted() {
     std::string value;
     for (++_next; _next < _text.size() && _text[_next] != '"'; ++_next) {
+      if (_text[_next] == '\x1B') {
+        const std::size_t end = EndOfEscapedText();
+        value.append(_text.substr(_next, end - _next));
+        _next = end;
+      }
       if (_text[_next] == '\\' && _next + 1 < _text.size() &&
           (_text[_next + 1] == '"' || _text[_next + 1] == '\\')) {
         ++_next;
@@ -108,8 +114,17 @@ class FieldReader {
     return value;
   }
 
+  // The last byte of ESC "(" and a letter behind text that begins with ESC "$"; _next otherwise.
+  std::size_t EndOfEscapedText() {
+    if (_text.substr(_next, 2) != "\x1B$") return _next;
+    if (_escapeEnd < _next) _escapeEnd = _text.find("\x1B(", _next);
+    return _escapeEnd == std::string_view::npos || _escapeEnd + 2 >= _text.size() ? _next
+                                                                                  : _escapeEnd + 2;
+  }
+
   std::string_view _text;
   std::size_t _next = 0;
+  std::size_t _escapeEnd = 0;  // the first ESC "(" at or after _next, when last looked for
 };
 
 // The sections [first, last) of one parameter, in the order of their numbers, put together.

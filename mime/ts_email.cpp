@@ -138,12 +138,9 @@ TsEmail* TsEmail::GetAttachedMessage(int index) {
   return inner == nullptr ? nullptr : new TsEmail(std::move(inner));
 }
 
-int TsEmail::get_NumLeftoverParts() {
-  return _implP->PartCount("get_NumLeftoverParts", PartList::kLeftovers);
-}
+int TsEmail::get_NumLeftoverParts() { return _implP->LeftoverCount(); }
 bool TsEmail::GetLeftoverPartContentType(int index, TsString& out) {
-  return _implP->PartContentType("GetLeftoverPartContentType", PartList::kLeftovers, index,
-                                 Cleared(out));
+  return _implP->LeftoverContentType(index, Cleared(out));
 }
 bool TsEmail::GetLeftoverPartName(int index, TsString& out) {
   return _implP->LeftoverName(index, Cleared(out));

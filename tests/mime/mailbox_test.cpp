@@ -183,11 +183,11 @@ TEST(AddressList, KeepsItsAddressesAtEveryTruncation) {
 }
 
 TEST(AddressList, TakesLinearTimeOnHostileLists) {
-  // Any of these takes minutes when something is quadratic.
+  // Any of these takes very long when something is quadratic.
   for (const char16_t* piece : {u"<", u"<a,", u"\"", u"(", u"=?", u"[", u"a:", u"a@b ", u",<>",
                                 u"\"a\" <>,", u"?=", u"=?u?Q?a,", u"x\","}) {
     std::u16string list;
-    while (list.size() < 400'000) list += piece;
+    while (list.size() < 100'000) list += piece;
     parvane::mime::ParseAddressList(list);
     parvane::mime::ParseAddressList(list + u">;");
   }

@@ -9,6 +9,7 @@
 #include "mime/ts_email.h"
 #include "mime/ts_mime.h"
 #include "mime/ts_string.h"
+#include "mime/ts_string_array.h"
 
 namespace parvane::mime_test {
 
