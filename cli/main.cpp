@@ -1,6 +1,7 @@
 // The program's start-up: chooses who answers MAPI's entry points, then runs the command.
 #include <exception>
 
+#include "cli/check_command.h"
 #include "cli/console.h"
 #include "cli/convert_command.h"
 #include "cli/list_command.h"
@@ -19,6 +20,8 @@ ExitCode Run(int argc, char** argv) {
   parvane::mapi::SelectEntryPoints(parvane::mapi::BuiltinEntryPoints());
   if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command))
     return parvane::cli::RunConvert(*convert);
+  if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))
+    return parvane::cli::RunCheck(*check);
   return parvane::cli::RunList(std::get<parvane::cli::ListOptions>(command));
 }
 

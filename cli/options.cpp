@@ -34,6 +34,13 @@ Examples:
   parvane list --messages mail.pst     and every message
   parvane list --json mail.pst         for other programs)";
 
+constexpr const char* kCheckExamples = R"(
+Examples:
+  parvane check mail.pst               what is wrong with it, in plain words
+  parvane check --json mail.pst        for other programs
+
+Exit status: 0 nothing found, 1 something found, 2 wrong usage, 3 unreadable.)";
+
 // CLI11 marks the positional arguments, whose name already says that there may be several, once
 // more.
 class HelpFormat : public CLI::Formatter {
@@ -110,7 +117,9 @@ ExitCode Explain(const CLI::App& app, const CLI::ParseError& error) {
   FlushOutput();
   if (code == 0) return ExitCode::kDone;
   WriteError(error.what());
-  WriteMessage("Try: parvane --help, parvane convert --help, parvane list --help\n");
+  WriteMessage(
+      "Try: parvane --help, parvane convert --help, parvane list --help,\n"
+      "     parvane check --help\n");
   return ExitCode::kUsage;
 }
 
@@ -138,6 +147,14 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   listCommand->add_flag("--json", list.json, "write JSON");
   listCommand->footer(kListExamples);
 
+  CheckCommandOptions check;
+  CLI::App* checkCommand = app.add_subcommand("check", "Verify the structure of a PST file");
+  checkCommand->add_option("FILE.pst", file, "the PST; it is only read")->required()->type_name("");
+  checkCommand->add_flag("--json", check.json, "write JSON");
+  checkCommand->add_flag("--notes", check.notes,
+                         "also tell what is harmless and usual in files by Outlook");
+  checkCommand->footer(kCheckExamples);
+
   try {
     // CLI11 takes them last first.
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -148,6 +165,10 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   if (listCommand->parsed()) {
     list.file = Path(file);
     return Command(std::move(list));
+  }
+  if (checkCommand->parsed()) {
+    check.file = Path(file);
+    return Command(std::move(check));
   }
   if (raw.paths.size() < 2) {
     WriteError("convert needs at least one SOURCE and the DEST.pst");

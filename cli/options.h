@@ -35,7 +35,13 @@ struct ListOptions {
   bool json = false;
 };
 
-using Command = std::variant<ConvertOptions, ListOptions>;
+struct CheckCommandOptions {
+  std::u16string file;
+  bool json = false;
+  bool notes = false;
+};
+
+using Command = std::variant<ConvertOptions, ListOptions, CheckCommandOptions>;
 
 // What the arguments ask for; or, when there is nothing to run (help, version, wrong usage), the
 // exit code after saying so.

@@ -4,7 +4,7 @@ _parvane() {
   local command=${COMP_WORDS[1]}
   COMPREPLY=()
   if [ "$COMP_CWORD" -eq 1 ]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert list --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'convert list check --help --version' -- "$current")
     return
   fi
   case $previous in
@@ -23,6 +23,8 @@ _parvane() {
       --detailed-log --report --progress --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --help' -- "$current")
+  elif [[ $current == -* && $command == check ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
