@@ -1,4 +1,4 @@
-// Local time by an explicit TIME_ZONE_INFORMATION.
+// Local time by an explicit TIME_ZONE_INFORMATION, and what follows from the machine's offsets.
 #include "platform/time.h"
 
 namespace parvane::platform {
@@ -79,6 +79,15 @@ bool SystemTimeToTzSpecificLocalTime(const TimeZoneInformation* zone, const Syst
   }
   if (ticks + shift < 0) return false;
   return FileTimeToSystemTime(FileTimeFromTicks(static_cast<std::uint64_t>(ticks + shift)), local);
+}
+
+std::int32_t LocalUtcOffsetAtLocal(std::int64_t localSeconds) {
+  // A transition moves the clock by less than a day, and two lie further apart.
+  const std::int32_t before = LocalUtcOffsetAtUtc(localSeconds - 86400);
+  const std::int32_t after = LocalUtcOffsetAtUtc(localSeconds + 86400);
+  if (before == after || LocalUtcOffsetAtUtc(localSeconds - before) == before) return before;
+  if (LocalUtcOffsetAtUtc(localSeconds - after) == after) return after;
+  return before;
 }
 
 }  // namespace parvane::platform

@@ -16,15 +16,6 @@ std::int32_t LocalUtcOffsetAtUtc(std::int64_t unixSeconds) {
   return static_cast<std::int32_t>(local.tm_gmtoff);
 }
 
-std::int32_t LocalUtcOffsetAtLocal(std::int64_t localSeconds) {
-  // A transition moves the clock by less than a day, and two lie further apart.
-  const std::int32_t before = LocalUtcOffsetAtUtc(localSeconds - 86400);
-  const std::int32_t after = LocalUtcOffsetAtUtc(localSeconds + 86400);
-  if (before == after || LocalUtcOffsetAtUtc(localSeconds - before) == before) return before;
-  if (LocalUtcOffsetAtUtc(localSeconds - after) == after) return after;
-  return before;
-}
-
 bool SetLocalTimeZone(std::string_view name) {
   if (name.empty()) {
     ::unsetenv("TZ");

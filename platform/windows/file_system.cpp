@@ -1,0 +1,288 @@
+#include <algorithm>
+
+#include "platform/file.h"
+#include "platform/windows/windows_text.h"
+
+namespace parvane::platform {
+namespace {
+
+// One call reads or writes at most this much.
+constexpr std::size_t kLongestTransfer = std::size_t{1} << 30;
+// Where the lock lies: beyond every byte that could be read, because locks here bar reading too.
+constexpr DWORD kLockOffsetLow = 0xFFFFFFFE;
+constexpr DWORD kLockOffsetHigh = 0x7FFFFFFF;
+// From here on a path needs the prefix that lifts the old length limit.
+constexpr std::size_t kLongPath = 240;
+
+class Handle {
+ public:
+  explicit Handle(HANDLE handle) : _handle(handle) {}
+  ~Handle() {
+    if (valid()) ::CloseHandle(_handle);
+  }
+  Handle(Handle&& other) noexcept : _handle(std::exchange(other._handle, INVALID_HANDLE_VALUE)) {}
+  Handle& operator=(Handle&&) = delete;
+  HANDLE get() const { return _handle; }
+  bool valid() const { return _handle != INVALID_HANDLE_VALUE; }
+
+ private:
+  HANDLE _handle;
+};
+
+// A path for the system; empty when there can be no such file.
+std::wstring ToSystemPath(std::u16string_view path) {
+  if (path.find(u'\0') != path.npos) return {};
+  std::wstring wide = ToWide(path);
+  if (wide.size() < kLongPath) return wide;
+  wchar_t* name = nullptr;
+  const DWORD needed = ::GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
+  std::wstring full(needed, L'\0');
+  const DWORD length = ::GetFullPathNameW(wide.c_str(), needed, full.data(), &name);
+  if (length == 0 || length >= needed) return wide;
+  full.resize(length);
+  if (full.rfind(L"\\\\?\\", 0) == 0) return full;
+  if (full.rfind(L"\\\\", 0) == 0) return L"\\\\?\\UNC\\" + full.substr(2);
+  return L"\\\\?\\" + full;
+}
+
+OVERLAPPED At(std::uint64_t offset) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return place;
+}
+
+class WindowsFile final : public RandomAccessFile {
+ public:
+  WindowsFile(Handle handle, std::u16string_view path) : _handle(std::move(handle)), _path(path) {}
+
+  Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) override {
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+      OVERLAPPED place = At(offset + done);
+      DWORD count = 0;
+      const auto wanted = static_cast<DWORD>(std::min(buffer.size() - done, kLongestTransfer));
+      if (!::ReadFile(_handle.get(), buffer.data() + done, wanted, &count, &place)) {
+        if (::GetLastError() == ERROR_HANDLE_EOF) break;
+        return Fail("read");
+      }
+      if (count == 0) break;
+      done += count;
+    }
+    return done;
+  }
+
+  Status WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) override {
+    while (!bytes.empty()) {
+      OVERLAPPED place = At(offset);
+      DWORD count = 0;
+      const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kLongestTransfer));
+      if (!::WriteFile(_handle.get(), bytes.data(), wanted, &count, &place)) return Fail("write");
+      if (count == 0) return SystemErrorStatus(ERROR_WRITE_FAULT, "write", _path);
+      bytes = bytes.subspan(count);
+      offset += count;
+    }
+    return {};
+  }
+
+  Status Flush() override { return ::FlushFileBuffers(_handle.get()) ? Status() : Fail("flush"); }
+
+  Result<std::uint64_t> Size() override {
+    LARGE_INTEGER size;
+    if (!::GetFileSizeEx(_handle.get(), &size)) return Fail("inspect");
+    return static_cast<std::uint64_t>(size.QuadPart);
+  }
+
+  Status Resize(std::uint64_t size) override { return SetSize(size, "resize"); }
+
+  Status Allocate(std::uint64_t size) override {
+    const auto current = Size();
+    if (!current.ok()) return current.status();
+    // A longer file that is not sparse has its clusters at once.
+    return size <= *current ? Status() : SetSize(size, "extend");
+  }
+
+  Status LockExclusive() override {
+    OVERLAPPED place{};
+    place.Offset = kLockOffsetLow;
+    place.OffsetHigh = kLockOffsetHigh;
+    if (::LockFileEx(_handle.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
+                     &place)) {
+      return {};
+    }
+    if (::GetLastError() == ERROR_LOCK_VIOLATION || ::GetLastError() == ERROR_IO_PENDING) {
+      return {StatusCode::kLocked, PathForDisplay(_path) + " is in use by another program"};
+    }
+    return Fail("lock");
+  }
+
+ private:
+  Status Fail(std::string_view action) const {
+    return SystemErrorStatus(::GetLastError(), action, _path);
+  }
+
+  Status SetSize(std::uint64_t size, std::string_view action) {
+    FILE_END_OF_FILE_INFO end{};
+    end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
+    const bool done =
+        ::SetFileInformationByHandle(_handle.get(), FileEndOfFileInfo, &end, sizeof end) != FALSE;
+    return done ? Status() : Fail(action);
+  }
+
+  Handle _handle;
+  std::u16string _path;
+};
+
+Status NoRegularFile(std::string_view action, std::u16string_view path) {
+  return {StatusCode::kUnsupported,
+          "cannot " + std::string(action) + " " + PathForDisplay(path) + ": not a regular file"};
+}
+
+Result<Handle> OpenRegular(std::u16string_view path, DWORD access, DWORD sharing, DWORD creation,
+                           std::string_view action) {
+  const std::wstring name = ToSystemPath(path);
+  if (name.empty()) return SystemErrorStatus(ERROR_INVALID_NAME, action, path);
+  const DWORD attributes = ::GetFileAttributesW(name.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    if (creation == CREATE_NEW) return SystemErrorStatus(ERROR_FILE_EXISTS, action, path);
+    return NoRegularFile(action, path);
+  }
+  Handle handle(::CreateFileW(name.c_str(), access, sharing, nullptr, creation,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!handle.valid()) return SystemErrorStatus(::GetLastError(), action, path);
+  if (::GetFileType(handle.get()) != FILE_TYPE_DISK) return NoRegularFile(action, path);
+  return handle;
+}
+
+class WindowsFileSystem final : public FileSystem {
+ public:
+  Result<std::unique_ptr<RandomAccessFile>> Open(std::u16string_view path, OpenMode mode) override {
+    const bool reading = mode == OpenMode::kRead;
+    const bool creating = mode == OpenMode::kCreateNew;
+    auto handle = OpenRegular(path, reading ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                              creating ? CREATE_NEW : OPEN_EXISTING, creating ? "create" : "open");
+    if (!handle.ok()) return handle.status();
+    return std::unique_ptr<RandomAccessFile>(
+        std::make_unique<WindowsFile>(std::move(handle).value(), path));
+  }
+
+  FileInformation Inspect(std::u16string_view path) override {
+    const std::wstring name = ToSystemPath(path);
+    if (name.empty()) return {};
+    const Handle handle(::CreateFileW(name.c_str(), 0,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!handle.valid()) return {};
+    if (::GetFileType(handle.get()) != FILE_TYPE_DISK) return {FileKind::kOther, 0, 0, 0};
+    BY_HANDLE_FILE_INFORMATION info;
+    if (!::GetFileInformationByHandle(handle.get(), &info)) return {};
+    const bool folder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
+    return {folder ? FileKind::kFolder : FileKind::kFile,
+            folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow), info.dwVolumeSerialNumber,
+            join(info.nFileIndexHigh, info.nFileIndexLow)};
+  }
+
+  Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) override {
+    const std::wstring pattern = ToSystemPath(JoinPath(folder, u"*"));
+    WIN32_FIND_DATAW found;
+    const HANDLE search =
+        pattern.empty() ? INVALID_HANDLE_VALUE : ::FindFirstFileW(pattern.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) {
+      const DWORD error = pattern.empty() ? ERROR_INVALID_NAME : ::GetLastError();
+      return SystemErrorStatus(error, "list", folder);
+    }
+    const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> closer(search, ::FindClose);
+    std::vector<DirectoryEntry> entries;
+    do {
+      const std::wstring_view name = found.cFileName;
+      if (name == L"." || name == L"..") continue;
+      DirectoryEntry entry;
+      entry.name = FromWide(name);
+      if ((found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+        const FileInformation target = Inspect(JoinPath(folder, entry.name));
+        entry.kind = target.kind;
+        entry.size = target.size;
+      } else if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        entry.kind = FileKind::kFolder;
+      } else {
+        entry.kind = FileKind::kFile;
+        entry.size = std::uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
+      }
+      entries.push_back(std::move(entry));
+    } while (::FindNextFileW(search, &found));
+    if (::GetLastError() != ERROR_NO_MORE_FILES) {
+      return SystemErrorStatus(::GetLastError(), "list", folder);
+    }
+    std::sort(entries.begin(), entries.end(),
+              [](const auto& a, const auto& b) { return a.name < b.name; });
+    return entries;
+  }
+
+  // The folders of a user's profile are private to begin with.
+  Status CreateFolder(std::u16string_view path, bool) override {
+    const std::wstring name = ToSystemPath(path);
+    if (!name.empty() && ::CreateDirectoryW(name.c_str(), nullptr)) return {};
+    const DWORD error = name.empty() ? ERROR_INVALID_NAME : ::GetLastError();
+    if (error == ERROR_ALREADY_EXISTS && FolderExists(path)) return {};
+    return SystemErrorStatus(error, "create folder", path);
+  }
+
+  Status Rename(std::u16string_view from, std::u16string_view to, bool replace) override {
+    const std::wstring source = ToSystemPath(from);
+    const std::wstring target = ToSystemPath(to);
+    const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0);
+    if (!source.empty() && !target.empty() &&
+        ::MoveFileExW(source.c_str(), target.c_str(), flags)) {
+      return {};
+    }
+    const DWORD error = source.empty() || target.empty() ? ERROR_INVALID_NAME : ::GetLastError();
+    return SystemErrorStatus(error, "rename", from).WithContext("to " + PathForDisplay(to));
+  }
+
+  Status Remove(std::u16string_view path) override {
+    const std::wstring name = ToSystemPath(path);
+    if (name.empty()) return SystemErrorStatus(ERROR_INVALID_NAME, "remove", path);
+    const DWORD attributes = ::GetFileAttributesW(name.c_str());
+    const bool folder =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (folder ? ::RemoveDirectoryW(name.c_str()) : ::DeleteFileW(name.c_str())) return {};
+    return SystemErrorStatus(::GetLastError(), "remove", path);
+  }
+
+  // Changes of folders are in the file system's journal, and renaming writes through.
+  Status FlushFolder(std::u16string_view path) override {
+    if (FolderExists(path)) return {};
+    return SystemErrorStatus(ERROR_PATH_NOT_FOUND, "flush", path);
+  }
+
+  Status AppendPrivate(std::u16string_view path,
+                       std::span<const std::span<const std::byte>> pieces) override {
+    auto handle = OpenRegular(path, FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ, OPEN_ALWAYS,
+                              "append to");
+    if (!handle.ok()) return handle.status();
+    std::vector<std::byte> joined;
+    for (const auto& piece : pieces) joined.insert(joined.end(), piece.begin(), piece.end());
+    std::span<const std::byte> rest = joined;
+    while (!rest.empty()) {
+      DWORD count = 0;
+      const auto wanted = static_cast<DWORD>(std::min(rest.size(), kLongestTransfer));
+      if (!::WriteFile(handle->get(), rest.data(), wanted, &count, nullptr)) {
+        return SystemErrorStatus(::GetLastError(), "append to", path);
+      }
+      if (count == 0) return SystemErrorStatus(ERROR_WRITE_FAULT, "append to", path);
+      rest = rest.subspan(count);
+    }
+    return {};
+  }
+};
+
+}  // namespace
+
+FileSystem& FileSystem::Default() {
+  static FileSystem* const system = new WindowsFileSystem;
+  return *system;
+}
+
+}  // namespace parvane::platform

@@ -1,0 +1,61 @@
+#include "platform/system.h"
+
+#include <algorithm>
+
+#include "platform/system_internal.h"
+#include "platform/windows/windows_text.h"
+// After windows.h:
+#include <bcrypt.h>
+#include <objbase.h>
+#include <psapi.h>
+#include <shlobj.h>
+
+namespace parvane::platform {
+
+unsigned SystemAnsiCodePage() { return ::GetACP(); }
+
+std::optional<std::u16string> LocalApplicationDataFolder() {
+  wchar_t path[MAX_PATH];
+  if (FAILED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, path))) {
+    return std::nullopt;
+  }
+  return FromWide(path);
+}
+
+void FillRandom(std::span<std::byte> bytes) {
+  while (!bytes.empty()) {
+    const std::size_t piece = std::min<std::size_t>(bytes.size(), std::size_t{1} << 20);
+    ::BCryptGenRandom(nullptr, reinterpret_cast<PUCHAR>(bytes.data()), static_cast<ULONG>(piece),
+                      BCRYPT_USE_SYSTEM_PREFERRED_RNG);
+    bytes = bytes.subspan(piece);
+  }
+}
+
+std::u16string TemporaryFolder() {
+  wchar_t path[MAX_PATH + 1];
+  const DWORD length = ::GetTempPathW(MAX_PATH + 1, path);
+  return length == 0 || length > MAX_PATH ? u"." : FromWide({path, length});
+}
+
+std::uint64_t PeakResidentBytes() {
+  PROCESS_MEMORY_COUNTERS counters{};
+  if (!::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters)) return 0;
+  return counters.PeakWorkingSetSize;
+}
+
+std::uint32_t ProcessIdentifier() { return ::GetCurrentProcessId(); }
+
+std::u16string BrowseForFolder(const std::u16string& label, bool canCreateNew, void* parentWindow) {
+  const std::wstring title = ToWide(label);
+  BROWSEINFOW info{};
+  info.hwndOwner = static_cast<HWND>(parentWindow);
+  info.lpszTitle = title.c_str();
+  info.ulFlags = BIF_RETURNONLYFSDIRS | (canCreateNew ? BIF_NEWDIALOGSTYLE : 0U);
+  const LPITEMIDLIST chosen = ::SHBrowseForFolderW(&info);
+  wchar_t path[MAX_PATH] = {};
+  ::SHGetPathFromIDListW(chosen, path);
+  ::CoTaskMemFree(chosen);
+  return FromWide(path);
+}
+
+}  // namespace parvane::platform
