@@ -90,6 +90,8 @@ using ENTRYLIST = SBinaryArray;
 
 // Which member holds the value is decided by the type in the property's tag.
 union SPropUnion {
+  constexpr SPropUnion() : bin{} {}  // all bytes 0
+
   std::int16_t i;    // PT_I2
   LONG l;            // PT_LONG
   ULONG ul;          // PT_LONG, seen as unsigned
