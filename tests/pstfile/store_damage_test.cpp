@@ -1,0 +1,311 @@
+// Files of other programs, damaged files, failing disks.
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "pstfile/ndb/data_tree.h"
+#include "pstfile/ndb/node_database.h"
+#include "pstfile/ndb/subnode_tree.h"
+#include "tests/pstfile/ndb_memory_files.h"
+#include "tests/pstfile/store_fixture.h"
+#include "tests/pstfile/store_walk.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using platform::StatusCode;
+
+constexpr char16_t kPath[] = u"mail.pst";
+
+#ifdef PARVANE_PST_SAMPLES
+struct Sample {
+  const char* file;
+  std::size_t folders, messages, attachments;
+
+  friend void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.file; }
+};
+
+struct StoreSamples : StoreTest, ::testing::WithParamInterface<Sample> {
+  std::u16string Source() const {
+    return platform::Utf8ToUtf16(std::string(PARVANE_PST_SAMPLES "/") + GetParam().file);
+  }
+};
+
+TEST_P(StoreSamples, EverythingIsReadAndNothingTouched) {
+  auto opened = PstStore::Open(files, Source(), StoreOpenMode::kRead);
+  STORE_OK(opened);
+  const WalkResult walk = StoreWalker(**opened).Walk();
+  EXPECT_EQ(walk.failures, 0u) << walk.firstFailure;
+  // One message size is known to be stale in one of these files.
+  EXPECT_LE(walk.differences, 1u);
+  EXPECT_EQ(walk.folders, GetParam().folders);
+  EXPECT_EQ(walk.messages, GetParam().messages);
+  EXPECT_EQ(walk.attachments, GetParam().attachments);
+  EXPECT_FALSE((*opened)->modified());
+  STORE_OK((*opened)->Close());
+}
+
+// Tables with foreign columns and shared template blocks are extended in place.
+TEST_P(StoreSamples, MailIsAppended) {
+  auto bytes = platform::ReadWholeFile(files, Source());
+  STORE_OK(bytes);
+  {
+    auto copy = files.Open(path, platform::FileSystem::OpenMode::kCreateNew);
+    STORE_OK(copy);
+    STORE_OK((*copy)->WriteAt(0, std::as_bytes(std::span(bytes->data(), bytes->size()))));
+  }
+  Open();
+  const WalkResult before = StoreWalker(*store).Walk();
+  std::vector<NodeId> folders{store->ipmSubtree()};
+  auto children = store->Subfolders(store->ipmSubtree());
+  STORE_OK(children);
+  for (const SubfolderEntry& child : *children) folders.push_back(child.node);
+  folders.push_back(Folder(u"Appended"));
+  folders.push_back(Folder(folders.back(), u"Nested"));
+  for (int i = 0; i < 40; ++i) {
+    for (const NodeId folder : folders) {
+      std::vector<StoredAttachment> attachments;
+      if (i % 4 == 0) attachments.push_back(Attachment(u"a.txt", std::string(5000, 'a')));
+      Insert(folder, Write(Message(u"Appended", u"text", i % 2),
+                           {Recipient(u"Bob", u"bob@example.com")}, std::move(attachments)));
+    }
+  }
+  STORE_OK(store->PropertyIdOfName(PropertyName::String(kPsInternetHeaders, u"x-appended"), true));
+  Close();
+  ExpectFlawless(false);
+  Open(StoreOpenMode::kRead);
+  const WalkResult after = StoreWalker(*store).Walk();
+  EXPECT_EQ(after.failures, 0u) << after.firstFailure;
+  EXPECT_EQ(after.folders, before.folders + 2);
+  EXPECT_EQ(after.messages, before.messages + 40 * folders.size());
+  EXPECT_EQ(after.differences, before.differences);
+}
+
+INSTANTIATE_TEST_SUITE_P(Outlook, StoreSamples,
+                         ::testing::Values(Sample{"Empty.pst", 6, 0, 0},
+                                           Sample{"sample1.pst", 7, 1, 1},
+                                           Sample{"submessage.pst", 6, 1, 1}),
+                         [](const auto& parameter) {
+                           const std::string name = parameter.param.file;
+                           return name.substr(0, name.find('.'));
+                         });
+#endif
+
+// ---- Damage ------------------------------------------------------------------------------------
+
+struct StoreDamage : StoreTest {
+  MemoryFiles memory;
+  Bytes pristine;
+
+  // A small store with something of everything.
+  void SetUp() override {
+    auto created = PstStore::Create(memory, kPath, {.displayName = u"Damage"});
+    STORE_OK(created);
+    store = std::move(*created);
+    const NodeId inbox = Folder(u"Inbox");
+    for (int i = 0; i < 60; ++i) {
+      std::vector<StoredAttachment> attachments;
+      if (i % 20 == 0) attachments.push_back(Attachment(u"a.bin", std::string(20'000, 'x')));
+      if (i % 30 == 0) {
+        attachments.push_back(*store->WriteAttachment({}, Write(Message(u"inner", u"text"))));
+      }
+      Insert(inbox, Write(Message(std::u16string(i == 5 ? 5000 : 40, u's'),
+                                  std::u16string(i == 7 ? 30'000 : 300, u'b')),
+                          {Recipient(u"Ann", u"ann@example.com")}, std::move(attachments)));
+    }
+    STORE_OK(store->Close());
+    store.reset();
+    pristine = memory[kPath];
+  }
+  void TearDown() override { store.reset(); }
+
+  // Whether the store opened; whatever it holds is read, and then added to.
+  bool Use(bool append) {
+    auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+    if (!opened.ok()) return false;
+    StoreWalker(**opened).Walk();
+    if (append) {
+      auto folder = (*opened)->FindFolder((*opened)->ipmSubtree(), u"Inbox");
+      if (folder.ok()) {
+        auto message = (*opened)->WriteMessage(Message(u"x", u"y"), ListRowSource({}), {});
+        if (message.ok()) (void)(*opened)->InsertMessage(*folder, std::move(*message));
+      }
+      (void)(*opened)->CreateFolder((*opened)->ipmSubtree(), u"More");
+      (void)(*opened)->Close();
+    }
+    return true;
+  }
+};
+
+TEST_F(StoreDamage, TruncationsAreSurvived) {
+  std::mt19937 random(1);
+  for (std::size_t length = 0; length < pristine.size();
+       length += length < 1024 ? 97 : 1 + random() % 20'000) {
+    memory[kPath] = Bytes(pristine.begin(), pristine.begin() + static_cast<long>(length));
+    Use(length % 2 == 0);
+  }
+}
+
+TEST_F(StoreDamage, FlippedBytesAreSurvived) {
+  std::mt19937 random(2);
+  std::size_t opened = 0;
+  constexpr int kRounds = 200;
+  for (int round = 0; round < kRounds; ++round) {
+    memory[kPath] = pristine;
+    const std::size_t flips = 1 + random() % 4;
+    for (std::size_t i = 0; i < flips; ++i) {
+      memory[kPath][0x4400 + random() % (pristine.size() - 0x4400)] ^=
+          static_cast<std::byte>(1 + random() % 255);
+    }
+    opened += Use(round % 4 == 0) ? 1 : 0;
+  }
+  EXPECT_GT(opened, kRounds / 4u);
+}
+
+// Damage below the check sums: the blocks of heaps and tables hold nonsense that is whole.
+TEST_F(StoreDamage, NonsenseInHeapsIsSurvived) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 250; ++round) {
+    memory[kPath] = pristine;
+    auto database = NodeDatabase::Open(memory, kPath, OpenMode::kReadWrite);
+    STORE_OK(database);
+    std::vector<NodeRecord> nodes;
+    for (auto node = (*database)->NextNode(NodeId(0)); node.ok() && *node;
+         node = (*database)->NextNode(NodeId((*node)->nid.value + 1))) {
+      if ((*node)->data) nodes.push_back(**node);
+    }
+    NodeRecord victim = nodes[random() % nodes.size()];
+    const bool below = victim.sub && random() % 2 == 0;
+    SubnodeEntry entry;
+    if (below) {
+      auto tree = SubnodeTree::Open(**database, victim.sub);
+      auto entries = tree->Entries();
+      STORE_OK(entries);
+      entry = (*entries)[random() % entries->size()];
+    }
+    const BlockId root = below ? entry.data : victim.data;
+    auto tree = DataTree::Open(**database, root);
+    STORE_OK(tree);
+    auto bytes = tree->ReadAll();
+    STORE_OK(bytes);
+    for (std::size_t i = 0; i < 1 + random() % 3 && !bytes->empty(); ++i) {
+      const std::size_t at =
+          random() % std::min<std::size_t>(bytes->size(), random() % 2 == 0 ? 64 : bytes->size());
+      (*bytes)[at] = static_cast<std::byte>(random());
+    }
+    DataTreeWriter writer(**database);
+    STORE_OK(writer.Append(*bytes));
+    auto written = writer.Finish();
+    STORE_OK(written);
+    if (below) {
+      auto editor = SubnodeTreeEditor::Open(**database, victim.sub);
+      STORE_OK(editor);
+      STORE_OK(editor->Put({entry.nid, *written, entry.sub}));
+      victim.sub = *editor->Flush();
+    } else {
+      victim.data = *written;
+    }
+    STORE_OK((*database)->PutNode(victim));
+    STORE_OK((*database)->Close());
+    Use(round % 2 == 0);
+  }
+}
+
+// ---- Failing disks -----------------------------------------------------------------------------
+
+TEST_F(StoreDamage, AFullDiskKeepsWhatWasComplete) {
+  for (const std::uint64_t extra : {300u, 900u, 2000u, 5000u}) {
+    memory[kPath] = pristine;
+    memory.diskSize = pristine.size() + extra * 1024;
+    auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+    STORE_OK(opened);
+    store = std::move(*opened);
+    auto inbox = store->FindFolder(store->ipmSubtree(), u"Inbox");
+    STORE_OK(inbox);
+    std::size_t accepted = 0;
+    StatusCode failure = StatusCode::kOk;
+    for (int i = 0; i < 5000 && failure == StatusCode::kOk; ++i) {
+      auto message =
+          store->WriteMessage(Message(u"more", std::u16string(2000, u'm')), ListRowSource({}), {});
+      auto node = message.ok() ? store->InsertMessage(*inbox, std::move(*message))
+                               : platform::Result<NodeId>(message.status());
+      if (node.ok()) {
+        ++accepted;
+      } else {
+        failure = node.status().code();
+      }
+    }
+    EXPECT_EQ(failure, StatusCode::kDiskFull);
+    EXPECT_EQ(store->status().code(), StatusCode::kDiskFull);
+    EXPECT_EQ(store->CreateFolder(store->ipmSubtree(), u"no").status().code(),
+              StatusCode::kDiskFull);
+    EXPECT_EQ(store->statistics().messagesSaved, accepted);
+    EXPECT_EQ(store->statistics().messagesCommitted, accepted);
+    EXPECT_EQ(store->Close().code(), StatusCode::kDiskFull);
+    memory.diskSize = UINT64_MAX;
+    auto again = PstStore::Open(memory, kPath, StoreOpenMode::kRead);
+    STORE_OK(again);
+    EXPECT_EQ((*again)->CountsOf(*inbox)->messages, 60 + accepted);
+    const WalkResult walk = StoreWalker(**again).Walk();
+    EXPECT_EQ(walk.failures, 0u) << walk.firstFailure;
+    EXPECT_EQ(walk.differences, 0u);
+    store = std::move(*again);
+  }
+}
+
+TEST_F(StoreDamage, AFailedWriteLatches) {
+  for (const std::size_t nth : {1u, 2u, 5u, 9u}) {
+    memory[kPath] = pristine;
+    memory.failWrite = nth;
+    auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+    STORE_OK(opened);
+    auto inbox = (*opened)->FindFolder((*opened)->ipmSubtree(), u"Inbox");
+    STORE_OK(inbox);
+    bool failed = false;
+    for (int i = 0; i < 100 && !failed; ++i) {
+      auto message = (*opened)->WriteMessage(Message(u"more", std::u16string(5000, u'm')),
+                                             ListRowSource({}), {});
+      failed = !message.ok() || !(*opened)->InsertMessage(*inbox, std::move(*message)).ok() ||
+               !(*opened)->Commit().ok();
+    }
+    EXPECT_TRUE(failed);
+    memory.failWrite = 0;
+    EXPECT_FALSE((*opened)->CreateFolder((*opened)->ipmSubtree(), u"later").ok());
+    const std::size_t committed = (*opened)->statistics().messagesCommitted;
+    (void)(*opened)->Close();
+    auto again = PstStore::Open(memory, kPath, StoreOpenMode::kRead);
+    STORE_OK(again);
+    EXPECT_GE((*again)->CountsOf(*inbox)->messages, 60 + committed);
+    EXPECT_EQ(StoreWalker(**again).Walk().failures, 0u);
+  }
+}
+
+TEST_F(StoreDamage, CommitsComeByThemselves) {
+  static std::uint64_t now;
+  now = 0;
+  memory[kPath] = pristine;
+  StoreOptions options;
+  options.commitMessages = 10;
+  options.clock = [] { return now; };
+  auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite, options);
+  STORE_OK(opened);
+  store = std::move(*opened);
+  auto inbox = store->FindFolder(store->ipmSubtree(), u"Inbox");
+  for (int i = 0; i < 25; ++i) Insert(*inbox, Message(u"x", u"y"));
+  EXPECT_EQ(store->statistics().messagesCommitted, 20u);
+  now += 10'000;
+  EXPECT_EQ(store->statistics().messagesCommitted, 20u);
+  Insert(*inbox, Message(u"x", u"y"));
+  EXPECT_EQ(store->statistics().messagesCommitted, 26u);
+  const std::size_t flushes = memory.flushes;
+  for (int i = 0; i < 500; ++i) {
+    Folder(u"Folder " + platform::Utf8ToUtf16(std::to_string(i)));
+  }
+  EXPECT_EQ(memory.flushes, flushes);
+  STORE_OK(store->Close());
+  EXPECT_EQ(store->Commit().code(), StatusCode::kClosed);
+  EXPECT_EQ(store->CountsOf(*inbox).status().code(), StatusCode::kClosed);
+}
+
+}  // namespace
+}  // namespace parvane::pstfile
