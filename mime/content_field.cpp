@@ -30,16 +30,25 @@ class FieldReader {
  public:
   explicit FieldReader(std::string_view text) : _text(text) {}
 
-  // Up to the first ";", without comments. White space inside goes too: "text / plain".
+  // Up to the first ";", or white space behind the value (the ";" is forgotten at times), without
+  // comments. White space around a "/" belongs to the value and is dropped.
   std::string ReadValue() {
     std::string value;
     std::size_t depth = 0;
+    bool space = false;
     for (; _next < _text.size(); ++_next) {
       const char c = _text[_next];
       if (depth == 0 && c == ';') break;
       if (c == '(') ++depth;
-      if (depth == 0 && !IsAsciiWhiteSpace(c) && c != '"') value.push_back(c);
-      if (c == ')' && depth > 0) --depth;
+      if (depth > 0) {
+        if (c == ')') --depth;
+      } else if (IsAsciiWhiteSpace(c)) {
+        space = true;
+      } else {
+        if (space && !value.empty() && c != '/' && value.back() != '/') break;
+        space = false;
+        if (c != '"') value.push_back(c);
+      }
     }
     return value;
   }
@@ -60,6 +69,10 @@ class FieldReader {
       out = RawParameter();
       SetName(platform::ToLowerAscii(name), out);
       out.value = ReadParameterValue();
+      // What follows white space here is a parameter whose ";" was forgotten.
+      if (out.name == "charset" && !out.encoded) {
+        out.value.resize(std::min(out.value.find_first_of(" \t"), out.value.size()));
+      }
       return true;
     }
     return false;

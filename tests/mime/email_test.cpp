@@ -210,6 +210,13 @@ TEST(Structure, SortsParts) {
     TsEmail email;
     Parse(email, Message(row.message));
     EXPECT_EQ(Show(email), row.expected) << row.what << "\n" << Message(row.message);
+    std::string lf = Message(row.message);
+    std::erase(lf, '\r');
+    Parse(email, lf);
+    EXPECT_EQ(Show(email), row.expected) << row.what << ", LF";
+    // CR LF where the header is, LF in what is below.
+    Parse(email, CrLf(lf.substr(0, lf.find("\n\n") + 1)) + lf.substr(lf.find("\n\n") + 1));
+    EXPECT_EQ(Show(email), row.expected) << row.what << ", mixed line ends";
   }
 }
 
@@ -311,6 +318,10 @@ TEST(Bodies, AreReadInTheRightCharset) {
     const char* expected;
   } cases[] = {
       {"declared", "text/plain; charset=iso-8859-2", "\xB1", "\xC4\x85"},
+      {"declared without a semicolon", "text/plain charset=iso-8859-2", "\xB1", "\xC4\x85"},
+      {"declared with junk behind it", "Text/ Plain (x); charset=iso-8859-2 name=y", "\xB1",
+       "\xC4\x85"},
+      {"declared us-ascii, but is not", "text/plain; charset=us-ascii", "caf\xE9", "caf\xC3\xA9"},
       {"Latin-1 is Windows-1252", "text/plain; charset=iso-8859-1", "\x80", "\xE2\x82\xAC"},
       {"none, UTF-8", "text/plain", "\xC4\x85", "\xC4\x85"},
       {"none, not UTF-8", "text/plain", "caf\xE9", "caf\xC3\xA9"},

@@ -230,6 +230,17 @@ TEST(Limits, ManyPartsAndManyFieldsTakeLinearTime) {
                  std::string(100'000, '"') + "\r\n\r\n");
 }
 
+TEST(Limits, PartsBeyondTheLastStayTogether) {
+  std::string text = CrLf(kMixed);
+  for (int i = 0; i < 250'000; ++i) text += "--b\r\nA:bcd\r\n";
+  TsMime mime;
+  Load(mime, text);
+  EXPECT_EQ(mime.get_NumParts(), 200'000);
+  EXPECT_EQ(Serialised(mime), text);
+  const std::unique_ptr<TsMime> last(mime.GetPart(199'999));
+  EXPECT_GT(Serialised(*last).size(), 50'000U * 9);
+}
+
 std::string Sample() {
   return CrLf(
       "From: \"A, B\" <a@b>\nSubject: =?utf-8?Q?x?=\nContent-Type: multipart/mixed; boundary=b\n\n"
