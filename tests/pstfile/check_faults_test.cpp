@@ -1,0 +1,459 @@
+// A sound store, damaged in one place at a time: each fault must be found under its own code.
+#include <gtest/gtest.h>
+
+#include "pstfile/check/integrity_checker.h"
+#include "pstfile/store/pst_store.h"
+#include "tests/pstfile/check_surgeon.h"
+#include "tests/pstfile/store_fixture.h"
+
+namespace parvane::pstfile {
+namespace {
+
+using check::TreeKind;
+
+constexpr std::size_t kMessages = 70;  // rows beyond one block, nodes beyond one page
+
+// The store under test and where its parts are.
+struct Patient {
+  Bytes file;
+  NodeId inbox;
+  NodeId inner;     // below the inbox
+  NodeId message;   // the inbox's first: recipients, attachments, an embedded message
+  NodeId file1;     // attachment by value, 20,000 bytes
+  NodeId carrier;   // attachment with the embedded message
+  NodeId embedded;  // subnode of the carrier
+  NodeId named;     // a message with two named properties
+  std::uint16_t lastName = 0;
+};
+
+class StoreMaker : public StoreTest {
+ public:
+  void TestBody() override {}
+
+  Patient Make() {
+    MemoryFiles memory;
+    Patient patient;
+    auto created = PstStore::Create(memory, u"p.pst",
+                                    {.displayName = u"Patient", .encoding = StoreEncoding::kNone});
+    EXPECT_TRUE(created.ok()) << created.status().message();
+    store = std::move(*created);
+    patient.inbox = Folder(u"Inbox");
+    patient.inner = Folder(patient.inbox, u"Inner");
+    Folder(u"Other");
+    auto inside = Write(Message(u"inside", u"inner body"), {Recipient(u"Cleo", u"c@x.org")});
+    PropertyList carrier;
+    carrier.SetText(kLongName, u"forwarded");
+    auto attached = store->WriteAttachment(std::move(carrier), std::move(inside));
+    EXPECT_TRUE(attached.ok()) << attached.status().message();
+    std::vector<StoredAttachment> attachments;
+    attachments.push_back(Attachment(u"data.bin", std::string(20'000, 'x')));
+    attachments.push_back(std::move(*attached));
+    patient.file1 = attachments[0].node;
+    patient.carrier = attachments[1].node;
+    patient.embedded = attachments[1].properties.FindId(0x3701)->object.node;
+    patient.message =
+        Insert(patient.inbox, Write(Message(u"first", std::u16string(4000, u'b'), 0x11),
+                                    {Recipient(u"Ada", u"a@x.org"), Recipient(u"Ben", u"b@x.org")},
+                                    std::move(attachments)));
+    for (std::size_t i = 1; i < kMessages; ++i) {
+      PropertyList list = Message(u"another", u"body", i % 2);
+      if (i == 1) {
+        for (const char16_t* name : {u"x-one", u"x-two"}) {
+          const auto id =
+              store->PropertyIdOfName(PropertyName::String(kPsInternetHeaders, name), true);
+          EXPECT_TRUE(id.ok()) << id.status().message();
+          patient.lastName = *id;
+          list.SetText(PropTag(*id, PropType::kUnicode), u"value");
+        }
+      }
+      const NodeId node = Insert(patient.inbox, std::move(list));
+      if (i == 1) patient.named = node;
+    }
+    PropertyList hidden = Message(u"hidden", u"", 0x41);
+    EXPECT_TRUE(store->InsertMessage(patient.inbox, Write(std::move(hidden)), true).ok());
+    EXPECT_TRUE(store->Close().ok());
+    store.reset();
+    patient.file = memory[u"p.pst"];
+    return patient;
+  }
+};
+
+const Patient& ThePatient() {
+  static const Patient patient = StoreMaker().Make();
+  return patient;
+}
+
+struct Fault {
+  const char* code;
+  const char* what;
+  void (*inflict)(Surgeon&, const Patient&);
+  bool seal = true;
+};
+
+// Short forms for the table.
+NodeId Hierarchy(NodeId folder) { return folder.Sibling(NodeKind::kHierarchyTable); }
+NodeId Contents(NodeId folder) { return folder.Sibling(NodeKind::kContentsTable); }
+BlockId BigTree(Surgeon& s, const Patient& p) {  // the XBLOCK of the 20,000 bytes
+  const auto attachment = s.Sub(s.Node(p.message), p.file1);
+  return s.Sub(attachment, NodeId(s.U32(s.Property(attachment, 0x3701) + 4))).data;
+}
+
+const Fault kFaults[] = {
+    // Header and size
+    {"header-crc", "a byte flips", [](Surgeon& s, const Patient&) { s.U8(40) ^= 1; }, false},
+    {"header-field", "no sentinel", [](Surgeon& s, const Patient&) { s.U8(512) = 0; }},
+    {"header-field", "unknown encoding", [](Surgeon& s, const Patient&) { s.U8(513) = 3; }},
+    {"header-gap", "stray byte", [](Surgeon& s, const Patient&) { s.U8(0x1000) = 1; }},
+    {"header-gap", "copy left behind", [](Surgeon& s, const Patient&) { s.U8(0x2000) = '!'; }},
+    {"not-closed", "maps invalid", [](Surgeon& s, const Patient&) { s.U8(248) = 0; }},
+    {"file-size", "longer", [](Surgeon& s, const Patient&) { s.file().resize(s.file().size() + 64); }},
+    {"file-size", "no whole interval",
+     [](Surgeon& s, const Patient&) {
+       s.file().resize(s.file().size() + 64);
+       s.U64(184, s.file().size());
+     }},
+    // Pages and trees
+    {"page-crc", "NBT", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 480) ^= 1; }, false},
+    {"page-crc", "BBT",
+     [](Surgeon& s, const Patient&) { s.U8(s.pages(TreeKind::kBlocks)[0] + 480) ^= 1; }, false},
+    {"page-crc", "AMap", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 500) ^= 1; }, false},
+    {"page-type", "BBT becomes NBT",
+     [](Surgeon& s, const Patient&) { s.U8(s.pages(TreeKind::kBlocks)[0] + 496) = 0x81; }},
+    {"page-type", "PMap", [](Surgeon& s, const Patient&) { s.U8(0x4600 + 497) = 0; }},
+    {"page-signature", "NBT", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 498) ^= 1; }},
+    {"page-signature", "AMap", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 498) = 1; }},
+    {"page-id", "trailer", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 504) ^= 1; }},
+    {"page-id", "beyond the counter", [](Surgeon& s, const Patient&) { s.U64(32, 1); }},
+    {"page-id", "AMap's own offset", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 505) ^= 1; }},
+    {"page-place", "root beyond the file",
+     [](Surgeon& s, const Patient&) { s.U64(224, s.file().size()); }},
+    {"btree-level", "leaf", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 491) = 3; }},
+    {"btree-format", "cEntMax", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 489) = 9; }},
+    {"btree-format", "cbEnt", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 490) = 24; }},
+    {"btree-format", "too many", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 488) = 16; }},
+    {"btree-order", "entries swapped",
+     [](Surgeon& s, const Patient&) { s.Swap(s.NodeLeaf() + 32, s.NodeLeaf() + 64, 32); }},
+    {"btree-key", "parent's key",
+     [](Surgeon& s, const Patient&) {
+       const std::size_t root = s.pages(TreeKind::kNodes)[0];
+       s.U64(root + 24, s.U64(root + 24) - 1);
+     }},
+    // Space
+    {"amap-last", "one too early", [](Surgeon& s, const Patient&) { s.U64(192, 0x4200); }},
+    {"free-count", "cbAMapFree", [](Surgeon& s, const Patient&) { s.U64(200, s.U64(200) + 64); }},
+    {"free-count", "cbPMapFree", [](Surgeon& s, const Patient&) { s.U64(208, 512); }},
+    {"map-content", "PMap", [](Surgeon& s, const Patient&) { s.U8(0x4600 + 9) = 0; }},
+    {"space-leak", "a bit too many",
+     [](Surgeon& s, const Patient&) {
+       std::size_t at = 0x4400 + 495;
+       while (s.U8(at) == 0xFF) --at;
+       s.U8(at) |= static_cast<std::uint8_t>(s.U8(at) + 1);
+     }},
+    {"space-unmarked", "a bit too few", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 2) = 0; }},
+    {"space-overlap", "two blocks in one place",
+     [](Surgeon& s, const Patient& p) {
+       s.U64(s.BlockEntry(s.Node(p.message).data) + 8, s.Data(s.Node(p.named).data));
+     }},
+    {"space-on-map", "a block on the AMap",
+     [](Surgeon& s, const Patient& p) {
+       s.U64(s.BlockEntry(s.Node(p.message).data) + 8, 0x4400);
+     }},
+    {"dlist", "stale", [](Surgeon& s, const Patient&) { s.U64(0x4200 + 504, 0x777); }},
+    // Blocks
+    {"block-place", "not aligned",
+     [](Surgeon& s, const Patient& p) { s.U8(s.BlockEntry(s.Node(p.message).data) + 8) |= 1; }},
+    {"block-place", "beyond the file",
+     [](Surgeon& s, const Patient& p) {
+       s.U64(s.BlockEntry(s.Node(p.message).data) + 8, s.file().size());
+     }},
+    {"block-size", "nothing",
+     [](Surgeon& s, const Patient& p) { s.U16(s.BlockEntry(s.Node(p.message).data) + 16, 0); }},
+    {"block-trailer", "size",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data)) ^= 1; }},
+    {"block-trailer", "id",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data) + 9) ^= 1; }},
+    {"block-signature", "wSig",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data) + 2) ^= 1; }},
+    {"block-crc", "one bit of a value",
+     [](Surgeon& s, const Patient& p) { s.U8(s.PropertyBytes(s.Node(p.message), 0x0037) + 6) ^= 1; },
+     false},
+    {"block-id", "beyond the counter", [](Surgeon& s, const Patient&) { s.U64(516, 8); }},
+    {"tree-total", "lcbTotal",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Data(BigTree(s, p)) + 4) ^= 1; }},
+    {"tree-block", "level",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Data(BigTree(s, p)) + 1) = 7; }},
+    {"tree-block", "a short block in the middle",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t x = s.Data(BigTree(s, p));
+       s.Swap(x + 8, x + 24, 8);
+     }},
+    {"subnode-block", "count",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.Data(s.Node(p.message).sub) + 2); }},
+    {"subnode-order", "entries swapped",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t at = s.Data(s.Node(p.message).sub);
+       s.Swap(at + 8, at + 32, 24);
+     }},
+    {"dangling-reference", "a node's data",
+     [](Surgeon& s, const Patient&) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0xFFFFF0); }},
+    {"dangling-reference", "in an XBLOCK",
+     [](Surgeon& s, const Patient& p) { s.U64(s.Data(BigTree(s, p)) + 8, 0xFFFFF0); }},
+    {"reference-count", "one too many",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.BlockEntry(s.Node(p.message).data) + 18); }},
+    {"orphan-block", "a node lets go of its data",
+     [](Surgeon& s, const Patient&) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0); }},
+    // Nodes
+    {"node-entry", "subnodes in a data block",
+     [](Surgeon& s, const Patient& p) {
+       s.U64(s.NodeEntry(p.named) + 16, s.Node(p.named).data.value);
+     }},
+    {"node-entry", "high half", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 36) = 1; }},
+    {"node-parent", "does not exist",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x9992); }},
+    {"node-parent", "is no folder",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, 0x21); }},
+    {"node-counter", "rgnid of messages",
+     [](Surgeon& s, const Patient&) { s.U32(44 + 4 * 4, 0x10000); }},
+    {"node-missing", "the recipient template",
+     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidRecipientTable), 0x694); }},
+    {"table-without-folder", "a queue turns into a table",
+     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidOutgoingQueueTable), 0x64D); }},
+    // Heaps, properties, tables
+    {"heap", "signature",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 2) = 0; }},
+    {"heap", "client",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 3) = 0x7C; }},
+    {"heap-map", "items overlap",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t page = s.Data(s.Node(p.named).data);
+       s.Swap(page + s.U16(page) + 8, page + s.U16(page) + 10, 2);
+     }},
+    {"heap-free-count", "cFree",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t page = s.Data(s.Node(p.named).data);
+       s.U8(page + s.U16(page) + 2) = 5;
+     }},
+    {"heap-fill-level", "of the first page",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 8) ^= 15; }},
+    {"heap-item-unused", "a subject lets go of its text",
+     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.named), 0x0037) + 4, 0); }},
+    {"subnode-unused", "a body lets go of its text",
+     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.message), 0x1000) + 4, 0); }},
+    {"bth", "key size",
+     [](Surgeon& s, const Patient& p) {
+       const auto place = s.Node(p.named);
+       s.U8(s.Item(place, s.U32(s.Data(place.data) + 4)).first + 1) = 4;
+     }},
+    {"bth-order", "records swapped",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t at = s.Property(s.Node(p.named), 0x001A);
+       s.Swap(at, at + 8, 8);
+     }},
+    {"property", "no such item",
+     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.named), 0x0037) + 4, 0xFFE0); }},
+    {"property", "unknown type",
+     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), 0x0037) + 2, 0x99); }},
+    {"property", "a time on no heap",
+     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.named), 0x3007) + 4, 0); }},
+    {"property-unnamed", "beyond the name map",
+     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), p.lastName), 0xFFF0); }},
+    {"table", "columns out of order",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t info = s.TableInfo(s.Node(Contents(p.inbox)));
+       s.Swap(info + 22, info + 30, 8);
+     }},
+    {"table", "cells overlap",
+     [](Surgeon& s, const Patient& p) {
+       const auto place = s.Node(Contents(p.inbox));
+       s.U16(s.Column(place, 0x0037) + 4, s.U16(s.Column(place, 0x0017) + 4));
+     }},
+    {"table-rows", "no such subnode",
+     [](Surgeon& s, const Patient& p) {
+       s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 14, 0x7FF);
+     }},
+    {"table-index", "two rows exchanged",
+     [](Surgeon& s, const Patient& p) {
+       const std::size_t leaf = s.RowIndex(s.Node(Contents(p.inbox)));
+       s.Swap(leaf + 4, leaf + 12, 4);
+     }},
+    {"table-cell", "no such item",
+     [](Surgeon& s, const Patient& p) {
+       s.U32(s.Cell(s.Node(Contents(p.inbox)), 1, 0x0037), 0xFFE0);
+     }},
+    {"table-cell", "row id absent",
+     [](Surgeon& s, const Patient& p) {
+       s.ClearCellBit(s.Node(Contents(p.inbox)), 1, 0x67F3);
+     }},
+    // Store, names, folders
+    {"store-property", "no record key",
+     [](Surgeon& s, const Patient&) { s.U16(s.Property(s.Node(kNidMessageStore), 0x0FF9), 0xFF8); }},
+    {"entry-id", "of another store",
+     [](Surgeon& s, const Patient&) {
+       s.U8(s.PropertyBytes(s.Node(kNidMessageStore), 0x35E0) + 5) ^= 1;
+     }},
+    {"entry-id", "no such folder",
+     [](Surgeon& s, const Patient&) {
+       s.U32(s.PropertyBytes(s.Node(kNidMessageStore), 0x35E0) + 20, 0x9992);
+     }},
+    {"name-map", "entry number",
+     [](Surgeon& s, const Patient&) {
+       s.U16(s.PropertyBytes(s.Node(kNidNameToIdMap), 3) + 6, 40);
+     }},
+    {"name-map", "text outside its stream",
+     [](Surgeon& s, const Patient&) { s.U32(s.PropertyBytes(s.Node(kNidNameToIdMap), 3), 999); }},
+    {"name-duplicate", "two entries with one text",
+     [](Surgeon& s, const Patient&) {
+       const std::size_t entries = s.PropertyBytes(s.Node(kNidNameToIdMap), 3);
+       s.U32(entries + 8, s.U32(entries));
+     }},
+    {"receive-folder", "no such folder",
+     [](Surgeon& s, const Patient&) {
+       s.U32(s.Cell(s.Node(kNidReceiveFolderTable), 0, 0x6605), 0x9992);
+     }},
+    {"search-list", "no such folder",
+     [](Surgeon& s, const Patient&) {
+       s.U32(s.Data(s.Node(kNidSearchActivityList).data), 0x9993);
+     }},
+    {"folder-property", "no name",
+     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.inner), 0x3001), 0x3000); }},
+    {"folder-table", "no associated contents",
+     [](Surgeon& s, const Patient& p) {
+       const NodeId table = p.inbox.Sibling(NodeKind::kAssociatedContentsTable);
+       s.U32(s.NodeEntry(table), table.value + 1);
+     }},
+    {"folder-row", "its folder is elsewhere",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
+    {"folder-unlisted", "a folder without its row",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
+    {"folder-unreachable", "a ring",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inbox) + 24, p.inner.value); }},
+    {"folder-count", "messages",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.inbox), 0x3602) + 4); }},
+    {"folder-count", "unread",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.inbox), 0x3603) + 4); }},
+    {"folder-count", "has subfolders",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Property(s.Node(p.inbox), 0x360A) + 4) ^= 1; }},
+    {"message-row", "its message is elsewhere",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, p.inner.value); }},
+    {"message-unlisted", "a message without its row",
+     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, p.inner.value); }},
+    {"row-differs", "a hierarchy row's count",
+     [](Surgeon& s, const Patient& p) {
+       ++s.U8(s.Cell(s.Node(Hierarchy(kNidIpmSubtree)), 0, 0x3602));
+       EXPECT_EQ(s.U32(s.Row(s.Node(Hierarchy(kNidIpmSubtree)), 0)), 0x8062U) << p.inbox.value;
+     }},
+    {"row-differs", "a contents row's time",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.Cell(s.Node(Contents(p.inbox)), 1, 0x3008)); }},
+    {"row-differs", "a contents row's size",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.Cell(s.Node(Contents(p.inbox)), 1, 0x0E08)); }},
+    {"row-differs", "one letter of an object's subject",
+     [](Surgeon& s, const Patient& p) { s.U8(s.PropertyBytes(s.Node(p.named), 0x0037) + 6) ^= 1; }},
+    {"row-differs", "an attachment row's method",
+     [](Surgeon& s, const Patient& p) {
+       s.U32(s.Cell(s.Sub(s.Node(p.message), kNidAttachmentTable), 0, 0x3705), 4);
+     }},
+    {"row-lacks-cell", "a subject",
+     [](Surgeon& s, const Patient& p) {
+       const auto place = s.Node(Contents(p.inbox));
+       s.ClearCellBit(place, 1, 0x0037);
+       s.U32(s.Cell(place, 1, 0x0037), 0);
+     }},
+    // Messages
+    {"message", "no class",
+     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), 0x001A), 0x001B); }},
+    {"message", "an embedded one without class",
+     [](Surgeon& s, const Patient& p) {
+       const auto message = s.Sub(s.Sub(s.Node(p.message), p.carrier), p.embedded);
+       s.U16(s.Property(message, 0x001A), 0x001B);
+     }},
+    {"message-flags", "attachments, but there are none",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Property(s.Node(p.named), 0x0E07) + 4) |= 0x10; }},
+    {"message-flags", "associated, but it is not",
+     [](Surgeon& s, const Patient& p) { s.U8(s.Property(s.Node(p.named), 0x0E07) + 4) |= 0x40; }},
+    {"message-size", "one byte off",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.named), 0x0E08) + 4); }},
+    {"recipients", "impossible type",
+     [](Surgeon& s, const Patient& p) {
+       s.U32(s.Cell(s.Sub(s.Node(p.message), kNidRecipientTable), 0, 0x0C15), 7);
+     }},
+    {"display-names", "a letter",
+     [](Surgeon& s, const Patient& p) { ++s.U8(s.PropertyBytes(s.Node(p.message), 0x0E04)); }},
+    {"attachment", "not in the table",
+     [](Surgeon& s, const Patient& p) {
+       const auto table = s.Sub(s.Node(p.message), kNidAttachmentTable);
+       s.U32(s.Row(table, 0), p.file1.value + 32);
+       s.U32(s.RowIndex(table) + 8, p.file1.value + 32);
+     }},
+    {"attachment", "no method",
+     [](Surgeon& s, const Patient& p) {
+       s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x3705), 0x3706);
+     }},
+    {"attachment-size", "one byte off",
+     [](Surgeon& s, const Patient& p) {
+       ++s.U8(s.Property(s.Sub(s.Node(p.message), p.file1), 0x0E20) + 4);
+     }},
+    {"embedded-message", "its size",
+     [](Surgeon& s, const Patient& p) {
+       ++s.U8(s.PropertyBytes(s.Sub(s.Node(p.message), p.carrier), 0x3701) + 4);
+     }},
+};
+
+TEST(CheckFaults, ASoundStoreIsClean) {
+  Surgeon surgeon(ThePatient().file);
+  EXPECT_EQ(surgeon.Check({.notes = true}).text, "");
+  surgeon.Seal();
+  EXPECT_EQ(surgeon.file(), ThePatient().file) << "sealing must change nothing";
+}
+
+TEST(CheckFaults, EachIsFoundUnderItsOwnCode) {
+  for (const Fault& fault : kFaults) {
+    SCOPED_TRACE(std::string(fault.code) + ": " + fault.what);
+    Surgeon surgeon(ThePatient().file);
+    fault.inflict(surgeon, ThePatient());
+    if (fault.seal) surgeon.Seal();
+    const auto outcome = surgeon.Check();
+    EXPECT_TRUE(outcome.codes.contains(fault.code)) << outcome.text;
+    for (const char* crc : {"header-crc", "page-crc", "block-crc"}) {
+      const bool sealed = fault.seal && std::string_view(fault.code).substr(0, 5) != "space";
+      EXPECT_FALSE(sealed && outcome.codes.contains(crc)) << outcome.text;
+    }
+  }
+}
+
+// What an interrupted writer leaves is no fault to one who expects it.
+TEST(CheckFaults, AnUnclosedFileCanBeAccepted) {
+  Surgeon surgeon(ThePatient().file);
+  surgeon.U8(248) = 0;
+  surgeon.U64(200, 0);         // free bytes unknown
+  surgeon.U8(0x4400 + 2) = 0;  // maps stale
+  surgeon.Seal();
+  surgeon.file().resize(surgeon.file().size() + 253'952);
+  const auto outcome = surgeon.Check({.acceptUnclosed = true});
+  EXPECT_FALSE(outcome.codes.contains("not-closed"));
+  EXPECT_FALSE(outcome.codes.contains("file-size"));
+  EXPECT_FALSE(outcome.codes.contains("space-unmarked"));
+}
+
+// Bytes overwritten all over: no crash, no endless loop, and seldom nothing to be found.
+TEST(CheckFaults, NoiseAnywhereIsFoundAndSurvived) {
+  std::uint64_t random = 1;
+  const auto next = [&] { return random = random * 6364136223846793005U + 1442695040888963407U; };
+  int found = 0;
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    Surgeon surgeon(ThePatient().file);
+    for (int i = 0; i < 8; ++i) {
+      // Within what is in use: trees, blocks and maps of this file fill its first quarter or so.
+      const std::size_t at = 0x4400 + next() / 7 % (surgeon.file().size() / 4);
+      surgeon.U8(at) ^= static_cast<std::uint8_t>(1 + next() % 255);
+    }
+    if (round % 2 == 0) surgeon.Seal();
+    const auto outcome = surgeon.Check();
+    EXPECT_NE(outcome.text.find("failed"), 0U) << outcome.text;
+    found += outcome.codes.empty() ? 0 : 1;
+  }
+  EXPECT_GT(found, 40);
+}
+
+}  // namespace
+}  // namespace parvane::pstfile
