@@ -75,6 +75,7 @@ Status NodeDatabase::Impl::Grow(std::uint64_t needed) {
   const std::uint64_t end = _space.end();
   const std::uint64_t least = end + IntervalsFor(needed) * kAMapInterval;
   if (least > options.sizeLimit) {
+    sizeLimitReached = true;
     return {StatusCode::kDiskFull,
             "the file would grow beyond " + std::to_string(options.sizeLimit >> 20) + " MiB"};
   }

@@ -234,6 +234,7 @@ const std::u16string& NodeDatabase::path() const { return _impl->path; }
 CryptMethod NodeDatabase::crypt() const { return _impl->committed.crypt; }
 const OpenReport& NodeDatabase::openReport() const { return _impl->report; }
 bool NodeDatabase::mapsWereRebuilt() const { return _impl->mapsRebuilt; }
+bool NodeDatabase::sizeLimitReached() const { return _impl->sizeLimitReached; }
 std::uint64_t NodeDatabase::FileSize() const { return _impl->committed.endOfFile; }
 std::uint32_t NodeDatabase::Unique() const { return _impl->committed.unique; }
 std::array<std::uint32_t, 32> NodeDatabase::NodeCounters() const { return _impl->current.counters; }

@@ -137,6 +137,7 @@ class NodeDatabase {
   CryptMethod crypt() const;
   const OpenReport& openReport() const;
   bool mapsWereRebuilt() const;    // by this object, at Close or at the first modification
+  bool sizeLimitReached() const;   // a write failed with kDiskFull for OpenOptions::sizeLimit
   std::uint64_t FileSize() const;  // as the last committed header tells
   std::uint32_t Unique() const;    // dwUnique of the last header written: row versions
   std::array<std::uint32_t, 32> NodeCounters() const;  // rgnid: last index handed out, per kind

@@ -101,6 +101,7 @@ class NodeDatabase::Impl : private PageSink {
   bool mapsRebuilt = false;
   std::uint64_t transactionBytes = 0;
   std::uint64_t keepForCommit = 0;
+  bool sizeLimitReached = false;
   std::chrono::steady_clock::time_point lastCommit;
 
   platform::Status ReadExactly(std::uint64_t offset, std::span<std::byte> bytes);

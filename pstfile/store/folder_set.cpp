@@ -18,7 +18,8 @@ namespace {
 
 constexpr std::size_t kMaxNames = 200'000;  // of subfolders, in all indexes together
 constexpr std::size_t kMaxIdle = 4096;      // folders known but not in use
-constexpr std::size_t kBytesPerCounts = 4096;
+// A folder's properties, and the block of its row in the parent's table.
+constexpr std::size_t kBytesPerCounts = 12u << 10;
 constexpr NodeKind kTableKinds[] = {NodeKind::kHierarchyTable, NodeKind::kContentsTable,
                                     NodeKind::kAssociatedContentsTable};
 
@@ -161,13 +162,13 @@ Result<TableEditor*> FolderSet::Table(NodeId id, NodeKind kind) {
   if (kind == NodeKind::kContentsTable && (*folder)->messages != (*editor)->rows()) {
     (*folder)->messages = static_cast<std::uint32_t>((*editor)->rows());
   }
-  ++_openTables;
+  _open.push_back(editor->get());
   (*folder)->tables[slot] = std::move(*editor);
   return (*folder)->tables[slot].get();
 }
 
 Status FolderSet::MakeRoomForTable() {
-  if (_openTables < _maxTables) return {};
+  if (_open.size() < _maxTables) return {};
   Folder* oldest = nullptr;
   for (auto& [id, folder] : _folders) {
     const bool open = folder.tables[0] || folder.tables[1] || folder.tables[2];
@@ -178,8 +179,8 @@ Status FolderSet::MakeRoomForTable() {
     if (!oldest->tables[slot]) continue;
     const NodeId table = oldest->node.Sibling(kTableKinds[slot]);
     if (Status status = FlushEditor(table, *oldest->tables[slot]); !status.ok()) return status;
+    std::erase(_open, oldest->tables[slot].get());
     oldest->tables[slot].reset();
-    --_openTables;
   }
   return {};
 }
@@ -329,7 +330,8 @@ void FolderSet::Renamed(NodeId id, NodeId parentId, std::u16string_view from,
 
 std::uint64_t FolderSet::PendingBytes() const {
   std::uint64_t bytes = _changed.size() * kBytesPerCounts;
-  return bytes + _openTables * (std::uint64_t{96} << 10);
+  for (const TableEditor* table : _open) bytes += table->changed() ? table->PendingBytes() : 0;
+  return bytes;
 }
 
 }  // namespace parvane::pstfile

@@ -83,7 +83,7 @@ class FolderSet {
   NodeDatabase* _database;
   std::size_t _maxTables;
   std::unordered_map<NodeId, Folder> _folders;
-  std::size_t _openTables = 0;
+  std::vector<TableEditor*> _open;  // those of _folders
   std::size_t _namesHeld = 0;
   std::uint64_t _clock = 0;
   std::set<NodeId> _changed;  // folders whose counts changed

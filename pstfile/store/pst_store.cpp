@@ -40,6 +40,7 @@ Result<std::unique_ptr<PstStore>> PstStore::Create(platform::FileSystem& files,
   if (status.ok()) status = (*database)->Publish();
   if (!status.ok()) return status;
   state->database = std::move(*database);
+  state->ipmSubtree = kNidIpmSubtree;
   state->folders.emplace(*state->database, options.store.openTables);
   state->lastCommit = state->Now();
   return std::unique_ptr<PstStore>(new PstStore(std::move(state)));
@@ -56,7 +57,7 @@ Result<std::unique_ptr<PstStore>> PstStore::Open(platform::FileSystem& files,
   auto state = std::make_unique<State>();
   state->options = options;
   state->database = std::move(*database);
-  if (Status status = state->LoadRecordKey(); !status.ok()) {
+  if (Status status = state->LoadStoreObject(); !status.ok()) {
     return status.WithContext(platform::PathForDisplay(path));
   }
   state->folders.emplace(*state->database, options.openTables);
@@ -82,6 +83,7 @@ Status PstStore::Close() {
 }
 
 const Status& PstStore::status() const { return _state->status; }
+bool PstStore::sizeLimitReached() const { return _state->database->sizeLimitReached(); }
 bool PstStore::modified() const { return _state->modified; }
 const StoreStatistics& PstStore::statistics() const { return _state->statistics; }
 std::uint64_t PstStore::changes() const { return _state->changes; }

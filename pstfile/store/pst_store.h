@@ -63,7 +63,8 @@ struct StoreOptions {
   std::uint32_t commitMilliseconds = 5000;  // since the last commit
   // A clock that never goes back, in milliseconds; null: the machine's.
   std::uint64_t (*clock)() = nullptr;
-  // Largest file to grow to; 0: the format's own limits. Reaching it fails with kDiskFull.
+  // Largest file to grow to; 0: 50 GiB, as much as Outlook takes unless told otherwise. Reaching it
+  // fails with kDiskFull.
   std::uint64_t sizeLimit = 0;
   // Folders whose tables are kept open for appending.
   std::size_t openTables = 64;
@@ -124,6 +125,8 @@ class PstStore {
   platform::Status Close();
   // Ok, or the failure that latched the store.
   const platform::Status& status() const;
+  // kDiskFull was for StoreOptions::sizeLimit, not for the disk.
+  bool sizeLimitReached() const;
   bool modified() const;  // since it was opened
   const StoreStatistics& statistics() const;
   // Grows with every modification of anything.

@@ -28,17 +28,7 @@ Status NameTaken(std::u16string_view name) {
 
 NodeId PstStore::rootFolder() const { return kNidRootFolder; }
 
-NodeId PstStore::ipmSubtree() const {
-  // A store of another program may have put it elsewhere.
-  auto properties = const_cast<PstStore*>(this)->OpenStoreProperties();
-  if (properties.ok()) {
-    auto entryId = properties->Bytes(tags::kIpmSubtreeEntryId);
-    if (entryId.ok()) {
-      if (const auto node = FromEntryId(*entryId)) return *node;
-    }
-  }
-  return kNidIpmSubtree;
-}
+NodeId PstStore::ipmSubtree() const { return _state->ipmSubtree; }
 
 bool PstStore::IsFolder(NodeId node) {
   return _state->Ready().ok() && _state->folders->Get(node).ok();

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "platform/time.h"
+#include "pstfile/ndb/little_endian.h"
+#include "pstfile/store/store_creation.h"
 
 namespace parvane::pstfile {
 
@@ -19,7 +21,7 @@ std::uint64_t PstStore::State::Now() const {
   return options.clock != nullptr ? options.clock() : platform::MonotonicMilliseconds();
 }
 
-Status PstStore::State::LoadRecordKey() {
+Status PstStore::State::LoadStoreObject() {
   auto node = Node(kNidMessageStore);
   if (!node.ok()) return node.status();
   auto reader = PropertyReader::Open(*database, {node->nid, node->data, node->sub});
@@ -31,6 +33,13 @@ Status PstStore::State::LoadRecordKey() {
             "record key of the store has " + std::to_string(key->size()) + " bytes"};
   }
   std::ranges::copy(*key, recordKey.begin());
+  // Another program may have put the visible tree elsewhere.
+  ipmSubtree = kNidIpmSubtree;
+  auto entryId = reader->Bytes(tags::kIpmSubtreeEntryId);
+  if (entryId.ok() && entryId->size() == EntryId().size()) {
+    const NodeId subtree(LoadU32(*entryId, 20));
+    if (std::ranges::equal(*entryId, MakeEntryId(recordKey, subtree))) ipmSubtree = subtree;
+  }
   return {};
 }
 
@@ -99,6 +108,8 @@ Status PstStore::State::Commit() {
   statistics.foldersCommitted = statistics.foldersCreated;
   messagesSinceCommit = 0;
   lastCommit = Now();
+  // Committed, but there is no room for anything after it.
+  if (!database->status().ok()) status = database->status();
   return {};
 }
 

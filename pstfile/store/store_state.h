@@ -21,13 +21,15 @@ struct PstStore::State {
   bool closed = false;
   platform::Status status;  // the latch
   RecordKey recordKey{};
+  NodeId ipmSubtree;
   StoreStatistics statistics;
   std::uint64_t changes = 0;
   std::uint64_t lastCommit = 0;  // milliseconds
   std::uint32_t messagesSinceCommit = 0;
 
   std::uint64_t Now() const;
-  platform::Status LoadRecordKey();
+  // What is kept of the message store object.
+  platform::Status LoadStoreObject();
   platform::Result<NameMap*> Names();
 
   // Before reading: not closed.

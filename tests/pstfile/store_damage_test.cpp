@@ -214,10 +214,13 @@ TEST_F(StoreDamage, NonsenseInHeapsIsSurvived) {
 // ---- Failing disks -----------------------------------------------------------------------------
 
 TEST_F(StoreDamage, AFullDiskKeepsWhatWasComplete) {
-  for (const std::uint64_t extra : {300u, 900u, 2000u, 5000u}) {
+  for (const std::uint64_t extra : {300u, 900u, 901u, 2000u, 5000u}) {
     memory[kPath] = pristine;
-    memory.diskSize = pristine.size() + extra * 1024;
-    auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+    // A full disk, or a limit on the file.
+    const bool limited = extra % 2 != 0;
+    StoreOptions options;
+    (limited ? options.sizeLimit : memory.diskSize) = pristine.size() + extra * 1024;
+    auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite, options);
     STORE_OK(opened);
     store = std::move(*opened);
     auto inbox = store->FindFolder(store->ipmSubtree(), u"Inbox");
@@ -237,6 +240,7 @@ TEST_F(StoreDamage, AFullDiskKeepsWhatWasComplete) {
     }
     EXPECT_EQ(failure, StatusCode::kDiskFull);
     EXPECT_EQ(store->status().code(), StatusCode::kDiskFull);
+    EXPECT_EQ(store->sizeLimitReached(), limited);
     EXPECT_EQ(store->CreateFolder(store->ipmSubtree(), u"no").status().code(),
               StatusCode::kDiskFull);
     EXPECT_EQ(store->statistics().messagesSaved, accepted);

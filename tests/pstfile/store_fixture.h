@@ -2,7 +2,7 @@
 #pragma once
 
 #include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -148,14 +148,12 @@ class StoreTest : public ::testing::Test {
     if (const auto at = command.find('@'); at != std::string::npos) {
       command.replace(at, 1, "'" + platform::PathToNative(path) + "'");
     }
-    std::string output;
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return {-1, "cannot run " + command};
-    std::array<char, 65536> buffer;
-    while (const std::size_t count = fread(buffer.data(), 1, buffer.size(), pipe)) {
-      output.append(buffer.data(), count);
-    }
-    return {pclose(pipe), output};
+    const std::u16string log = path + u".log";
+    const int code =
+        std::system((command + " >'" + platform::PathToNative(log) + "' 2>&1").c_str());
+    auto output = platform::ReadWholeFile(files, log);
+    (void)files.Remove(log);
+    return {code, output.ok() ? *output : output.status().message()};
   }
   // Nothing at all found by the structural checker, in the rules for files we write alone.
   void ExpectFlawless([[maybe_unused]] bool writtenByUs = true) {
