@@ -17,8 +17,6 @@ using platform::StatusCode;
 
 namespace {
 
-// Up to this size a walk costs little, and lets the session use all free space.
-constexpr std::uint64_t kExaminedWhole = std::uint64_t{256} << 20;
 // Maps rebuilt in one pass: 4 GiB of file, 8 MiB of memory.
 constexpr std::uint64_t kMapsPerPass = 16384;
 
@@ -99,7 +97,7 @@ Status NodeDatabase::Impl::FindFreeSpace() {
   const std::uint64_t end = IntervalOffset(intervals);
   _space.Reset(end, end);
   _knownFrom = end;
-  if (end > kExaminedWhole || committed.oldPageMapInUse) return {};
+  if (end > options.examinedSize || committed.oldPageMapInUse) return {};
   std::vector<std::byte> bits(intervals * kPageBodySize);
   for (std::uint64_t n = 0; n < intervals; ++n) {
     SetMapPages(std::span(bits).subspan(n * kPageBodySize, kPageBodySize), n);

@@ -74,6 +74,10 @@ struct OpenOptions {
   // A file is never made larger; WriteBlock fails with kDiskFull before that. Unlike a full disk
   // this does not latch: smaller things may still fit.
   std::uint64_t sizeLimit = std::uint64_t{50} << 30;
+  // The first modification of a file up to this size walks its B-trees (a few MB at most), and so
+  // finds all space that is free. Larger files are added to at their end; only space freed by the
+  // session itself is used again.
+  std::uint64_t examinedSize = std::uint64_t{256} << 20;
   std::size_t cachedPages = 4096;  // 512 bytes each, per database
   std::size_t cachedBlocks = 64;   // up to 8 KiB each
 };

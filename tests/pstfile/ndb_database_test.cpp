@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pstfile/ndb/header.h"
+#include "pstfile/ndb/little_endian.h"
 #include "pstfile/ndb/node_database.h"
 #include "tests/pstfile/ndb_inspection.h"
 
@@ -284,6 +286,100 @@ TEST_F(NodeDatabaseTest, ManyShortSessionsDoNotLetTheFileGrow) {
   }
   EXPECT_EQ(db->FileSize(), kSmallestFile);
   EXPECT_THAT(Problems(*db, true), IsEmpty());
+}
+
+// Files too large to be examined: the maps of their old part are corrected, or, when they were not
+// to be trusted, rebuilt.
+TEST_F(NodeDatabaseTest, LargeFilesAreAddedToAtTheirEnd) {
+  Create();
+  for (std::uint32_t i = 1; i <= 100; ++i) Put(i << 5 | 4, Pattern(20'000, i));
+  ASSERT_OK(db->Publish());
+  OpenOptions options;
+  options.examinedSize = 0;
+  enum How { kClosed, kAbandoned, kMapDamaged };
+  for (const How how : {kClosed, kAbandoned, kMapDamaged}) {
+    Open(OpenMode::kReadWrite, options);
+    if (how == kAbandoned) {
+      Put(0x24, Pattern(9000, 5));
+      ASSERT_OK(db->Commit());
+      Open(OpenMode::kReadWrite, options);
+    }
+    if (how == kMapDamaged) files[kPath][IntervalOffset(1) + 100] ^= std::byte{0x10};
+    const std::uint64_t end = db->FileSize();
+    for (std::uint32_t i = 10; i <= 50; ++i) {
+      Put(i << 5 | 4, Pattern(15'000, i));
+      if (i % 10 == 0) ASSERT_OK(db->Commit());
+    }
+    EXPECT_EQ(db->mapsWereRebuilt(), false);
+    ASSERT_OK(db->DeleteNode(NodeId(60 << 5 | 4)));
+    ASSERT_OK(db->PutNode({NodeId(60 << 5 | 4), {}, {}, {}}));
+    EXPECT_GT(db->FileSize(), end);
+    ASSERT_OK(db->Close());
+    EXPECT_EQ(db->mapsWereRebuilt(), how != kClosed);
+    Open(OpenMode::kRead);
+    EXPECT_THAT(Problems(*db, true), IsEmpty());
+    EXPECT_EQ(files[kPath].size(), db->FileSize());
+    EXPECT_EQ(Get(50 << 5 | 4), Pattern(15'000, 50));
+    EXPECT_EQ(Get(51 << 5 | 4), Pattern(20'000, 51));
+  }
+  // Emptied, it shrinks once it is examined.
+  Open(OpenMode::kReadWrite, options);
+  for (std::uint32_t i = 2; i <= 100; ++i) ASSERT_OK(db->DeleteNode(NodeId(i << 5 | 4)));
+  CloseAndCheck();
+  for (int i = 0; i < 2; ++i) {
+    Open();
+    ASSERT_OK(db->DeleteNode(NodeId((i == 0 ? 0x24 : 0x44))));
+    Put(0x44, Pattern(10, 1));
+    CloseAndCheck();
+  }
+  EXPECT_LE(db->FileSize(), 3'000'000U);
+}
+
+// Files from before 2007 set groups of pages aside in their page map, which stay as they are.
+TEST_F(NodeDatabaseTest, OldPageMapsAreLeftAlone) {
+  Create();
+  for (std::uint32_t i = 1; i <= 300; ++i) Put(i << 5 | 4, Pattern(900, i));
+  ASSERT_OK(db->Publish());
+  db.reset();
+  const std::size_t page = 300;  // of the first interval: 153,600 bytes on
+  {
+    Bytes& file = files[kPath];
+    FileHeader header = FileHeader::Decode(std::span(file).first<kHeaderSize>());
+    std::ranges::fill(std::span(header.raw).subspan(256, 8), std::byte{0x11});
+    StoreU64(header.raw, 208, kPageSize);
+    const auto pmap = std::span(file).subspan(kFirstAMapOffset + 512, kPageSize).first<kPageSize>();
+    pmap[page / 8] &= ~(std::byte{0x80} >> page % 8);
+    SealPage(pmap, PageType::kPMap, FileOffset(kFirstAMapOffset + 512), kFirstAMapOffset + 512);
+    const auto amap = std::span(file).subspan(kFirstAMapOffset, kPageSize).first<kPageSize>();
+    amap[page] = std::byte{0xFF};
+    SealPage(amap, PageType::kAMap, FileOffset(kFirstAMapOffset), kFirstAMapOffset);
+    header.freeBytes -= kPageSize;
+    std::ranges::copy(header.Encode(), file.begin());
+  }
+  for (const bool abandoned : {false, true}) {
+    const Bytes before = files[kPath];
+    Open();
+    EXPECT_TRUE(db->Header().oldPageMapInUse);
+    Put(0x24, Pattern(5000, 7));
+    ASSERT_OK(db->Commit());
+    if (abandoned) Open();
+    ASSERT_OK(db->DeleteNode(NodeId((abandoned ? 4 : 3) << 5 | 4)));
+    ASSERT_OK(db->Close());
+    const Bytes& file = files[kPath];
+    EXPECT_EQ(file[kFirstAMapOffset + page], std::byte{0xFF}) << "the reserved page stays marked";
+    const auto same = [&](std::size_t offset, std::size_t size) {
+      return std::equal(before.begin() + static_cast<std::ptrdiff_t>(offset),
+                        before.begin() + static_cast<std::ptrdiff_t>(offset + size),
+                        file.begin() + static_cast<std::ptrdiff_t>(offset));
+    };
+    EXPECT_TRUE(same(kFirstAMapOffset + 512, 512)) << "PMap";
+    EXPECT_TRUE(same(208, 8)) << "cbPMapFree";
+    EXPECT_TRUE(same(256, 128)) << "rgbFM";
+    Open(OpenMode::kRead);
+    EXPECT_THAT(Problems(*db, false), IsEmpty());
+    EXPECT_EQ(Get(0x24), Pattern(5000, 7));
+    EXPECT_EQ(db->DeleteNode(NodeId(0x24)).code(), StatusCode::kAccessDenied);
+  }
 }
 
 TEST_F(NodeDatabaseTest, SizeLimitRefusesWhatWouldExceedIt) {
