@@ -20,67 +20,62 @@ constexpr std::array<unsigned char, 256> MakeValues() {
 }
 constexpr auto kValues = MakeValues();
 
-// Input handled at a time, so that the work buffer stays in the first-level cache.
-constexpr std::size_t kChunk = 8192;
-
 }  // namespace
 
-void Base64Decoder::EndGroup(std::string& out) {
-  if (_count == 2) out += static_cast<char>(_bits >> 4);
+std::size_t Base64Decoder::EndGroup(char* to) {
+  const std::size_t bytes = _count < 2 ? 0 : _count - 1;
+  if (_count == 2) to[0] = static_cast<char>(_bits >> 4);
   if (_count == 3) {
-    out += static_cast<char>(_bits >> 10);
-    out += static_cast<char>(_bits >> 2);
+    to[0] = static_cast<char>(_bits >> 10);
+    to[1] = static_cast<char>(_bits >> 2);
   }
   _bits = 0;
   _count = 0;
+  return bytes;
 }
 
 void Base64Decoder::Append(std::string_view encoded, std::string& out) {
-  char buffer[kChunk / 4 * 3 + parvane::platform::simd::kBase64Slack];
-  std::size_t filled = 0;
-  const auto flush = [&] {
-    out.append(buffer, filled);
-    filled = 0;
-  };
+  // Room for all that can come, so that nothing below asks again. Padding adds no bytes: a group
+  // that it ends held at least as many characters as bytes.
+  const std::size_t base = out.size();
+  out.resize(base + (encoded.size() + _count) / 4 * 3 + 3 + parvane::platform::simd::kBase64Slack);
+  char* to = out.data() + base;
   std::size_t i = 0;
   while (i < encoded.size()) {
     if (_count == 0) {
-      // Whole groups fill at most what is left of the buffer.
-      const std::size_t room = (kChunk / 4 * 3 - filled) / 3 * 4;
-      const std::size_t taken = parvane::platform::simd::DecodeBase64Groups(
-          encoded.data() + i, std::min(encoded.size() - i, room), buffer + filled);
-      i += taken;
-      filled += taken / 4 * 3;
-      if (filled + 3 > kChunk / 4 * 3) flush();
-      if (i == encoded.size()) break;
+      const auto done =
+          parvane::platform::simd::DecodeBase64Groups(encoded.data() + i, encoded.size() - i, to);
+      i += done.taken;
+      to += done.made;
     }
     // Then character by character over line ends and noise, up to the next whole group.
-    do {
+    while (i < encoded.size()) {
       const unsigned char value = kValues[static_cast<unsigned char>(encoded[i++])];
       if (value < 64) {
         _bits = (_bits << 6) | value;
         if (++_count == 4) {
-          buffer[filled++] = static_cast<char>(_bits >> 16);
-          buffer[filled++] = static_cast<char>(_bits >> 8);
-          buffer[filled++] = static_cast<char>(_bits);
+          *to++ = static_cast<char>(_bits >> 16);
+          *to++ = static_cast<char>(_bits >> 8);
+          *to++ = static_cast<char>(_bits);
           _bits = 0;
           _count = 0;
           break;
         }
       } else if (value == kPadding) {
-        flush();
-        EndGroup(out);
+        to += EndGroup(to);
       } else if (_count == 0 && i < encoded.size() &&
                  kValues[static_cast<unsigned char>(encoded[i])] < 64) {
         break;
       }
-    } while (i < encoded.size());
-    if (filled + 3 > kChunk / 4 * 3) flush();
+    }
   }
-  flush();
+  out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
-void Base64Decoder::Finish(std::string& out) { EndGroup(out); }
+void Base64Decoder::Finish(std::string& out) {
+  char rest[2];
+  out.append(rest, EndGroup(rest));
+}
 
 std::string DecodeBase64(std::string_view encoded) {
   std::string out;
@@ -92,28 +87,36 @@ std::string DecodeBase64(std::string_view encoded) {
 }
 
 std::string EncodeBase64(std::string_view bytes, std::size_t lineLength) {
+  const std::size_t characters = (bytes.size() + 2) / 3 * 4;
   std::string out;
-  out.reserve((bytes.size() + 2) / 3 * 4 * 78 / 76 + 4);
-  std::size_t column = 0;
-  const auto put = [&](std::uint32_t bits, std::size_t characters) {
-    for (std::size_t k = 0; k < 4; ++k) {
-      if (lineLength != 0 && column == lineLength) {
-        out += "\r\n";
-        column = 0;
-      }
-      out += k < characters ? kAlphabet[bits >> (18 - 6 * k) & 63] : '=';
-      ++column;
-    }
-  };
+  out.reserve(characters + (lineLength == 0 ? 0 : (characters / lineLength + 1) * 2));
   const auto byte = [&](std::size_t i) {
     return std::uint32_t{static_cast<unsigned char>(bytes[i])};
   };
-  std::size_t i = 0;
-  for (; i + 3 <= bytes.size(); i += 3) {
-    put(byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2), 4);
+  std::size_t column = 0;
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const std::size_t count = std::min<std::size_t>(bytes.size() - i, 3);
+    std::uint32_t bits = byte(i) << 16;
+    if (count > 1) bits |= byte(i + 1) << 8;
+    if (count > 2) bits |= byte(i + 2);
+    const char group[] = {kAlphabet[bits >> 18], kAlphabet[bits >> 12 & 63],
+                          count > 1 ? kAlphabet[bits >> 6 & 63] : '=',
+                          count > 2 ? kAlphabet[bits & 63] : '='};
+    if (lineLength == 0 || column + 4 <= lineLength) {
+      out.append(group, 4);
+      column += 4;
+      continue;
+    }
+    // The line ends inside the group, or before it.
+    for (const char c : group) {
+      if (column == lineLength) {
+        out += "\r\n";
+        column = 0;
+      }
+      out += c;
+      ++column;
+    }
   }
-  if (bytes.size() - i == 2) put(byte(i) << 16 | byte(i + 1) << 8, 3);
-  if (bytes.size() - i == 1) put(byte(i) << 16, 2);
   if (lineLength != 0 && column > 0) out += "\r\n";
   return out;
 }

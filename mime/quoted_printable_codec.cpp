@@ -2,29 +2,56 @@
 #include <cstring>
 
 #include "mime/transfer_encoding.h"
+#include "platform/simd/scan.h"
 
 namespace Tessary {
 namespace {
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
+constexpr auto kHexDigits = [] {
+  std::array<signed char, 256> table{};
+  for (auto& value : table) value = -1;
+  for (int i = 0; i < 10; ++i)
+    table[static_cast<std::size_t>('0' + i)] = static_cast<signed char>(i);
+  for (int i = 0; i < 6; ++i) {
+    table[static_cast<std::size_t>('A' + i)] = static_cast<signed char>(10 + i);
+    table[static_cast<std::size_t>('a' + i)] = static_cast<signed char>(10 + i);
+  }
+  return table;
+}();
+
+int HexDigit(char c) { return kHexDigits[static_cast<unsigned char>(c)]; }
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 // Where the next byte stands that text does not simply copy: "=", CR or LF; else the end.
-std::size_t FindSpecial(std::string_view text, std::size_t from) {
-  static constexpr auto kSpecial = [] {
-    std::array<bool, 256> table{};
-    table['='] = table['\r'] = table['\n'] = true;
-    return table;
-  }();
-  while (from < text.size() && !kSpecial[static_cast<unsigned char>(text[from])]) ++from;
-  return from;
+std::size_t FindMark(std::string_view text, std::size_t from) {
+  return from +
+         parvane::platform::simd::FindQuotedPrintableMark(text.data() + from, text.size() - from);
 }
+
+// Writes behind what a string holds, without a check for each byte: there is room for all that the
+// input can give.
+class Writer {
+ public:
+  Writer(std::string& out, std::size_t room) : _out(out), _base(out.size()) {
+    _out.resize(_base + room);
+    _at = _out.data() + _base;
+  }
+  ~Writer() { _out.resize(static_cast<std::size_t>(_at - _out.data())); }
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+
+  void Put(char c) { *_at++ = c; }
+  void Put(std::string_view bytes) {
+    std::memcpy(_at, bytes.data(), bytes.size());
+    _at += bytes.size();
+  }
+
+ private:
+  std::string& _out;
+  std::size_t _base;
+  char* _at;
+};
 
 constexpr char kHex[] = "0123456789ABCDEF";
 constexpr std::size_t kLongestLine = 76;
@@ -33,7 +60,8 @@ constexpr std::size_t kLongestLine = 76;
 
 // What is held between pieces is either a run of blanks, or "=" followed by one hexadecimal digit
 // or by blanks.
-void QuotedPrintableDecoder::Append(std::string_view encoded, std::string& out) {
+void QuotedPrintableDecoder::Append(std::string_view encoded, std::string& decoded) {
+  Writer out(decoded, _held.size() + encoded.size());
   std::size_t i = 0;
   if (_skipLineFeed && !encoded.empty()) {
     if (encoded[0] == '\n') ++i;
@@ -44,7 +72,7 @@ void QuotedPrintableDecoder::Append(std::string_view encoded, std::string& out) 
       const char c = encoded[i];
       const bool afterHex = _held.size() == 2 && HexDigit(_held[1]) >= 0;
       if (afterHex && HexDigit(c) >= 0) {
-        out += static_cast<char>(HexDigit(_held[1]) * 16 + HexDigit(c));
+        out.Put(static_cast<char>(HexDigit(_held[1]) * 16 + HexDigit(c)));
         _held.clear();
         ++i;
       } else if (_held.size() == 1 && HexDigit(c) >= 0) {
@@ -68,42 +96,42 @@ void QuotedPrintableDecoder::Append(std::string_view encoded, std::string& out) 
         // of a line among it.
         std::size_t blanks = _held.size();
         while (blanks > 1 && IsBlank(_held[blanks - 1])) --blanks;
-        out.append(_held, 0, blanks);
+        out.Put(std::string_view(_held).substr(0, blanks));
         _held.erase(0, blanks);
       }
       continue;
     }
-    const std::size_t end = FindSpecial(encoded, i);
+    const std::size_t end = FindMark(encoded, i);
     std::size_t solid = end;
     while (solid > i && IsBlank(encoded[solid - 1])) --solid;
     const bool atLineEnd = end < encoded.size() && encoded[end] != '=';
     if (solid > i || (end < encoded.size() && !atLineEnd)) {
-      out += _held;
+      out.Put(_held);
       _held.clear();
     }
-    out.append(encoded, i, solid - i);
+    out.Put(encoded.substr(i, solid - i));
     if (end == encoded.size()) {
       _held.append(encoded, solid, end - solid);
       return;
     }
     if (atLineEnd) {
       _held.clear();
-      out += encoded[end];
+      out.Put(encoded[end]);
       i = end + 1;
       continue;
     }
-    out.append(encoded, solid, end - solid);
+    out.Put(encoded.substr(solid, end - solid));
     // The common escapes, without a detour over _held.
     if (encoded.size() - end >= 3) {
       const int high = HexDigit(encoded[end + 1]);
       const int low = HexDigit(encoded[end + 2]);
       if (high >= 0 && low >= 0) {
-        out += static_cast<char>(high * 16 + low);
+        out.Put(static_cast<char>(high * 16 + low));
         i = end + 3;
         continue;
       }
     }
-    _held = "=";
+    _held.assign(1, '=');
     i = end + 1;
   }
 }

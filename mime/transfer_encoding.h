@@ -21,7 +21,8 @@ class Base64Decoder {
   void Finish(std::string& out);
 
  private:
-  void EndGroup(std::string& out);
+  // Writes what the characters of an unfinished group hold, 0 to 2 bytes; how many those are.
+  std::size_t EndGroup(char* to);
 
   std::uint32_t _bits = 0;
   unsigned _count = 0;  // characters in _bits, 0..3

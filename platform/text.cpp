@@ -37,6 +37,16 @@ Utf8Tally AppendUtf8AsUtf16Counted(std::string_view utf8, std::u16string& out) {
         filled += run;
         continue;
       }
+      // The letters of most of Europe, ahead of the general case.
+      const auto lead = static_cast<unsigned char>(in[0]);
+      if (lead >= 0xC2 && lead <= 0xDF && left > 1 &&
+          (static_cast<unsigned char>(in[1]) & 0xC0) == 0x80) {
+        chunk[filled++] = static_cast<char16_t>((lead & 0x1F) << 6 | (in[1] & 0x3F));
+        ++tally.multiByte;
+        in += 2;
+        left -= 2;
+        continue;
+      }
       const Utf8Step step = StepUtf8(in, left);
       filled += PutUtf16(step.valid ? step.character : kReplacement, chunk + filled);
       ++(step.valid ? tally.multiByte : tally.invalid);

@@ -1,5 +1,8 @@
+#include <array>
+
 #include "platform/posix/icu_converter.h"
 #include "platform/posix/multi_byte.h"
+#include "platform/simd/ascii.h"
 
 namespace parvane::platform {
 namespace {
@@ -54,19 +57,46 @@ std::size_t DecodeChinese(std::string_view bytes, std::u16string& out) {
 constexpr bool IsGraphic(char c) { return c >= 0x21 && c <= 0x7E; }
 constexpr char HighBit(char c) { return static_cast<char>(c | '\x80'); }
 
-// A pair of JIS X 0208 (bytes 0x21..0x7E) in Shift-JIS.
-void AddJisPair(char row, char cell, RunDecoder& out) {
-  const unsigned r = static_cast<unsigned char>(row);
-  const unsigned c = static_cast<unsigned char>(cell);
-  const unsigned lead = (r - 0x21) / 2 + (r <= 0x5E ? 0x81 : 0xC1);
-  const unsigned trail = r % 2 == 1 ? c + (c <= 0x5F ? 0x1F : 0x20) : c + 0x7E;
-  const char bytes[] = {static_cast<char>(lead), static_cast<char>(trail)};
-  out.Add(ShiftJisDecode, {bytes, 2});
+constexpr unsigned kFirstCell = 0x21;
+constexpr unsigned kCells = 94;
+
+// The characters of JIS X 0208 with Windows' additions, by row and cell; U+FFFD where there is
+// none.
+const std::array<char16_t, kCells * kCells>& JisTable() {
+  static const auto kTable = [] {
+    std::array<char16_t, kCells * kCells> table{};
+    for (unsigned row = 0; row < kCells; ++row) {
+      for (unsigned cell = 0; cell < kCells; ++cell) {
+        // Shift-JIS puts two rows under each lead byte and leaves out 0x7F.
+        const unsigned lead = row / 2 + (row < 62 ? 0x81 : 0xC1);
+        const unsigned trail =
+            row % 2 == 1 ? cell + 0x9F : cell + kFirstCell + (cell < 63 ? 0x1F : 0x20);
+        const char bytes[] = {static_cast<char>(lead), static_cast<char>(trail)};
+        std::u16string character;
+        ShiftJisDecode({bytes, 2}, character);
+        table[row * kCells + cell] = character.size() == 1 ? character[0] : u'\uFFFD';
+      }
+    }
+    return table;
+  }();
+  return kTable;
 }
 
+// A pair of bytes 0x21 to 0x7E.
+void AddJisPair(char first, char second, RunDecoder& out) {
+  const unsigned row = static_cast<unsigned char>(first) - kFirstCell;
+  const unsigned cell = static_cast<unsigned char>(second) - kFirstCell;
+  const char16_t character = JisTable()[row * kCells + cell];
+  if (character == 0xFFFD) {
+    out.Invalid();
+  } else {
+    out.Character(character);
+  }
+}
+
+// One of the half-width katakana, 0x21 to 0x5F without the eighth bit.
 void AddKatakana(char c, RunDecoder& out) {
-  const char byte = HighBit(c);
-  out.Add(ShiftJisDecode, {&byte, 1});
+  out.Character(static_cast<char16_t>(0xFF61 + (static_cast<unsigned char>(c) & 0x7F) - 0x21));
 }
 
 enum class Set { kAscii, kKatakana, kJis0208, kJis0212, kGb2312, kKsc5601 };
@@ -121,7 +151,7 @@ class Iso2022JpReader {
       return 1;
     }
     if (!IsGraphic(c)) {
-      _out.Add(ShiftJisDecode, bytes.substr(0, 1));
+      _out.Ascii(bytes.substr(0, 1));
       return 1;
     }
     if (_shifted || _set == Set::kKatakana) {
@@ -133,8 +163,13 @@ class Iso2022JpReader {
       return 1;
     }
     if (_set == Set::kAscii) {
-      _out.Add(ShiftJisDecode, bytes.substr(0, 1));
-      return 1;
+      std::size_t run = 1;
+      while (run < bytes.size() && static_cast<unsigned char>(bytes[run]) < 0x80 &&
+             bytes[run] != '\x1B' && bytes[run] != '\x0E' && bytes[run] != '\x0F') {
+        ++run;
+      }
+      _out.Ascii(bytes.substr(0, run));
+      return run;
     }
     if (bytes.size() < 2 || !IsGraphic(bytes[1])) {
       _out.Invalid();
@@ -221,7 +256,8 @@ std::size_t EucJpDecode(std::string_view bytes, std::u16string& out) {
   while (!bytes.empty()) {
     std::size_t taken = 1;
     if (static_cast<unsigned char>(bytes[0]) < 0x80) {
-      runs.Add(ShiftJisDecode, bytes.substr(0, 1));
+      taken = simd::AsciiPrefix(bytes.data(), bytes.size());
+      runs.Ascii(bytes.substr(0, taken));
     } else if (bytes[0] == '\x8E' && isHigh(1) && bytes[1] <= '\xDF') {
       AddKatakana(bytes[1], runs);
       taken = 2;

@@ -58,6 +58,15 @@ class RunDecoder {
     _run += bytes;
     if (_run.size() >= kLongestRun) Flush();
   }
+  // ASCII, which is itself on every page.
+  void Ascii(std::string_view bytes) {
+    Flush();
+    const std::size_t base = _out.size();
+    _out.resize(base + bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      _out[base + i] = static_cast<unsigned char>(bytes[i]);
+    }
+  }
   void Character(char16_t unit) {
     Flush();
     _out += unit;

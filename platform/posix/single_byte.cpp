@@ -9,6 +9,7 @@
 
 #include "platform/posix/icu_converter.h"
 #include "platform/posix/single_byte_tables.h"
+#include "platform/simd/ascii.h"
 
 namespace parvane::platform {
 namespace {
@@ -160,6 +161,7 @@ const Source* Find(unsigned codePage) {
 
 struct Table {
   std::array<char16_t, 256> decode;
+  bool ascii;                                     // the lower half is
   std::vector<std::pair<char16_t, char>> encode;  // sorted
 };
 
@@ -204,6 +206,10 @@ std::unique_ptr<const Table> Build(const Source& source) {
       table->decode[source.changes[i] & 0xFF] = source.changes[i + 1];
     }
   }
+  table->ascii = true;
+  for (std::size_t byte = 0; byte < 128; ++byte) {
+    table->ascii = table->ascii && table->decode[byte] == byte;
+  }
   for (std::size_t byte = 0; byte < 256; ++byte) {
     if (table->decode[byte] != kReplacement) {
       table->encode.emplace_back(table->decode[byte], static_cast<char>(byte));
@@ -230,14 +236,19 @@ const Table& TableOf(unsigned codePage) {
 bool IsSingleBytePage(unsigned codePage) { return Find(codePage) != nullptr; }
 
 std::size_t SingleByteDecode(unsigned codePage, std::string_view bytes, std::u16string& out) {
-  const auto& decode = TableOf(codePage).decode;
+  const Table& table = TableOf(codePage);
   std::size_t invalid = 0;
   char16_t chunk[kChunk];
   while (!bytes.empty()) {
     const std::size_t count = std::min(bytes.size(), kChunk);
-    for (std::size_t i = 0; i < count; ++i) {
-      chunk[i] = decode[static_cast<unsigned char>(bytes[i])];
-      invalid += chunk[i] == kReplacement ? 1 : 0;
+    std::size_t i = 0;
+    while (i < count) {
+      if (table.ascii) i += simd::WidenAsciiPrefix(bytes.data() + i, count - i, chunk + i);
+      // Then a few by the table, for where one character beyond ASCII stands there are more.
+      for (const std::size_t end = std::min(count, i + 16); i < end; ++i) {
+        chunk[i] = table.decode[static_cast<unsigned char>(bytes[i])];
+        invalid += chunk[i] == kReplacement ? 1 : 0;
+      }
     }
     out.append(chunk, count);
     bytes.remove_prefix(count);

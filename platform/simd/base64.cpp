@@ -38,18 +38,31 @@ constexpr auto kSecond = MakeTable(12);
 constexpr auto kThird = MakeTable(6);
 constexpr auto kFourth = MakeTable(0);
 
-std::size_t DecodePlain(const char* in, std::size_t size, char* out) {
+// The length of the line end that stands at in[at], 0 when there is none.
+std::size_t LineEndAt(const char* in, std::size_t size, std::size_t at) {
+  if (at < size && in[at] == '\n') return 1;
+  return at + 1 < size && in[at] == '\r' && in[at + 1] == '\n' ? 2 : 0;
+}
+
+Base64Progress DecodePlain(const char* in, std::size_t size, char* out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(in);
+  char* const start = out;
   std::size_t i = 0;
-  for (; i + 4 <= size; i += 4) {
+  while (i + 4 <= size) {
     const std::uint32_t group =
         kFirst[bytes[i]] | kSecond[bytes[i + 1]] | kThird[bytes[i + 2]] | kFourth[bytes[i + 3]];
-    if (group >= kBad) break;
+    if (group >= kBad) {
+      const std::size_t lineEnd = LineEndAt(in, size, i);
+      if (lineEnd == 0) break;
+      i += lineEnd;
+      continue;
+    }
     *out++ = static_cast<char>(group >> 16);
     *out++ = static_cast<char>(group >> 8);
     *out++ = static_cast<char>(group);
+    i += 4;
   }
-  return i;
+  return {i, static_cast<std::size_t>(out - start)};
 }
 
 #ifdef PARVANE_X86
@@ -66,14 +79,15 @@ std::size_t DecodePlain(const char* in, std::size_t size, char* out) {
 #define PARVANE_PACK 2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1
 
 PARVANE_TARGET("avx2")
-std::size_t DecodeAvx2(const char* in, std::size_t size, char* out) {
+Base64Progress DecodeAvx2(const char* in, std::size_t size, char* out) {
   const __m256i lowFlags = _mm256_setr_epi8(PARVANE_LOW_FLAGS, PARVANE_LOW_FLAGS);
   const __m256i highFlags = _mm256_setr_epi8(PARVANE_HIGH_FLAGS, PARVANE_HIGH_FLAGS);
   const __m256i offsets = _mm256_setr_epi8(PARVANE_OFFSETS, PARVANE_OFFSETS);
   const __m256i pack = _mm256_setr_epi8(PARVANE_PACK, PARVANE_PACK);
   const __m256i nibble = _mm256_set1_epi8(0x2F);  // the shuffles look at the low four bits
+  char* const start = out;
   std::size_t i = 0;
-  for (; i + 32 <= size; i += 32) {
+  while (i + 32 <= size) {
     const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + i));
     const __m256i high = _mm256_and_si256(_mm256_srli_epi32(text, 4), nibble);
     const __m256i low = _mm256_and_si256(text, nibble);
@@ -89,21 +103,32 @@ std::size_t DecodeAvx2(const char* in, std::size_t size, char* out) {
     const __m256i packed = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, pack),
                                                        _mm256_setr_epi32(0, 1, 2, 4, 5, 6, -1, -1));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), packed);
-    if (bad != 0) return i + (static_cast<std::size_t>(std::countr_zero(bad)) & ~std::size_t{3});
-    out += 24;
+    if (bad == 0) {
+      i += 32;
+      out += 24;
+      continue;
+    }
+    // The groups before the character that is none are whole.
+    const std::size_t whole = static_cast<std::size_t>(std::countr_zero(bad)) / 4;
+    i += whole * 4;
+    out += whole * 3;
+    const std::size_t lineEnd = LineEndAt(in, size, i);
+    if (lineEnd == 0) break;
+    i += lineEnd;
   }
-  return i;
+  return {i, static_cast<std::size_t>(out - start)};
 }
 
 PARVANE_TARGET("ssse3")
-std::size_t DecodeSsse3(const char* in, std::size_t size, char* out) {
+Base64Progress DecodeSsse3(const char* in, std::size_t size, char* out) {
   const __m128i lowFlags = _mm_setr_epi8(PARVANE_LOW_FLAGS);
   const __m128i highFlags = _mm_setr_epi8(PARVANE_HIGH_FLAGS);
   const __m128i offsets = _mm_setr_epi8(PARVANE_OFFSETS);
   const __m128i pack = _mm_setr_epi8(PARVANE_PACK);
   const __m128i nibble = _mm_set1_epi8(0x2F);
+  char* const start = out;
   std::size_t i = 0;
-  for (; i + 16 <= size; i += 16) {
+  while (i + 16 <= size) {
     const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
     const __m128i high = _mm_and_si128(_mm_srli_epi32(text, 4), nibble);
     const __m128i low = _mm_and_si128(text, nibble);
@@ -117,18 +142,28 @@ std::size_t DecodeSsse3(const char* in, std::size_t size, char* out) {
     const __m128i pairs = _mm_maddubs_epi16(values, _mm_set1_epi32(0x01400140));
     const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(groups, pack));
-    if (bad != 0) return i + (static_cast<std::size_t>(std::countr_zero(bad)) & ~std::size_t{3});
-    out += 12;
+    if (bad == 0) {
+      i += 16;
+      out += 12;
+      continue;
+    }
+    // The groups before the character that is none are whole.
+    const std::size_t whole = static_cast<std::size_t>(std::countr_zero(bad)) / 4;
+    i += whole * 4;
+    out += whole * 3;
+    const std::size_t lineEnd = LineEndAt(in, size, i);
+    if (lineEnd == 0) break;
+    i += lineEnd;
   }
-  return i;
+  return {i, static_cast<std::size_t>(out - start)};
 }
 
 #endif  // PARVANE_X86
 
 }  // namespace
 
-std::size_t DecodeBase64Groups(const char* in, std::size_t size, char* out) {
-  std::size_t done = 0;
+Base64Progress DecodeBase64Groups(const char* in, std::size_t size, char* out) {
+  Base64Progress done;
 #ifdef PARVANE_X86
   if (size >= 32 && CpuHas(CpuFeature::kAvx2)) {
     done = DecodeAvx2(in, size, out);
@@ -136,7 +171,8 @@ std::size_t DecodeBase64Groups(const char* in, std::size_t size, char* out) {
     done = DecodeSsse3(in, size, out);
   }
 #endif
-  return done + DecodePlain(in + done, size - done, out + done / 4 * 3);
+  const Base64Progress rest = DecodePlain(in + done.taken, size - done.taken, out + done.made);
+  return {done.taken + rest.taken, done.made + rest.made};
 }
 
 }  // namespace parvane::platform::simd

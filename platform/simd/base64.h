@@ -5,11 +5,14 @@
 
 namespace parvane::platform::simd {
 
-// Decodes groups of four characters of the standard alphabet from the start of `in`, as many as
-// stand there without any other character, and returns how many characters were taken (a multiple
-// of 4). The bytes, 3 for every 4 characters, go to `out`, which must have room for
-// size / 4 * 3 + kBase64Slack bytes.
+// Decodes groups of four characters of the standard alphabet from the start of `in`, and goes on
+// over line ends (LF, CR LF) that stand between two groups; stops at any other character. The bytes
+// go to `out`, which must have room for size / 4 * 3 + kBase64Slack of them.
 inline constexpr std::size_t kBase64Slack = 32;
-std::size_t DecodeBase64Groups(const char* in, std::size_t size, char* out);
+struct Base64Progress {
+  std::size_t taken = 0;  // characters
+  std::size_t made = 0;   // bytes
+};
+Base64Progress DecodeBase64Groups(const char* in, std::size_t size, char* out);
 
 }  // namespace parvane::platform::simd

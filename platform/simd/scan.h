@@ -1,0 +1,12 @@
+// Finding bytes, many at a time.
+#pragma once
+
+#include <cstddef>
+
+namespace parvane::platform::simd {
+
+// Where the first "=", CR or LF stands: the bytes that quoted-printable text does not simply copy.
+// `size` when there is none.
+std::size_t FindQuotedPrintableMark(const char* in, std::size_t size);
+
+}  // namespace parvane::platform::simd
