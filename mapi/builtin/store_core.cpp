@@ -129,6 +129,7 @@ void StoreCore::Publish() {
   _record->foldersCommitted = statistics.foldersCommitted;
   _record->fileSize = _store->database().FileSize();
   _record->mapsRebuilt = _store->database().mapsWereRebuilt();
+  _record->sizeLimitReached = _store->database().sizeLimitReached();
   if (_record->latched || _store->status().ok()) return;
   // Seen for the first time; it may have come from a commit that no caller was told about.
   _record->latched = true;

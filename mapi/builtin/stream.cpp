@@ -207,6 +207,8 @@ class PropertyStream final : public Object<IStream> {
 
   HRESULT Convert(std::span<const std::byte> stored, ULONG storedType) {
     const std::string_view chars(reinterpret_cast<const char*>(stored.data()), stored.size());
+    // Text is not shown as bytes, except that of an HTML body.
+    if (_form == Form::kBytes && PropId(_tag) != kHtmlId) return MAPI_E_NOT_FOUND;
     std::u16string text;
     if (storedType == PT_UNICODE) {
       text = pstfile::DecodeText(stored);

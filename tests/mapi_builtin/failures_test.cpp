@@ -1,0 +1,218 @@
+// Full disks, locked files, log-off in the middle: nobody is told a lie.
+#include "mapi/builtin/memory.h"
+#include "tests/mapi_builtin/session_fixture.h"
+
+namespace parvane::mapi {
+namespace {
+
+class Failures : public SessionTest {
+ protected:
+  HRESULT SaveOne(const char16_t* subject, std::size_t body = 0) {
+    ComPointer<IMessage> message;
+    HRESULT result = top->CreateMessage(nullptr, 0, message.Put());
+    if (Failed(result)) return result;
+    Set(*message, TextValue(PR_SUBJECT_W, subject));
+    if (body != 0) WriteStream(*message, PR_BODY_W, std::string(body, 'b'));
+    return message->SaveChanges(FORCE_SAVE);
+  }
+};
+
+TEST_F(Failures, AfterAFullDiskNothingIsAcceptedAndWhatIsCommittedStands) {
+  LogOn();
+  ASSERT_EQ(SaveOne(u"first"), S_OK);
+  ULONG flags = 0;
+  ASSERT_EQ(store->StoreLogoff(&flags), S_OK);  // commits
+  EXPECT_EQ(Diagnostics().messagesCommitted, 1u);
+  files.diskSize = files[path].size();
+  HRESULT result = S_OK;
+  int accepted = 1;
+  for (int i = 0; i < 100 && result == S_OK; ++i) {
+    result = SaveOne(u"more", 200'000);
+    if (result == S_OK) ++accepted;
+  }
+  EXPECT_EQ(result, MAPI_E_NOT_ENOUGH_DISK);
+  EXPECT_EQ(SaveOne(u"later"), MAPI_E_NOT_ENOUGH_DISK);  // small enough, but latched
+  ComPointer<IMessage> none;
+  EXPECT_EQ(top->CreateMessage(nullptr, 0, none.Put()), MAPI_E_NOT_ENOUGH_DISK);
+  EXPECT_TRUE(Diagnostics().latched);
+  EXPECT_EQ(Diagnostics().firstFailure.result, MAPI_E_NOT_ENOUGH_DISK);
+  EXPECT_NE(Diagnostics().firstFailure.text.find("/mail/out.pst"), std::string::npos);
+  EXPECT_EQ(Diagnostics().messagesSaved, static_cast<unsigned>(accepted));
+  LogOff();
+  const std::uint64_t committed = Diagnostics().messagesCommitted;
+  EXPECT_GE(committed, 1u);
+  EXPECT_LE(committed, static_cast<unsigned>(accepted));
+  files.diskSize = UINT64_MAX;
+  LogOn();
+  EXPECT_EQ(MessagesOf(*top).size(), committed);
+}
+
+TEST_F(Failures, EveryFailingWriteIsToldAndLeavesAFileThatOpens) {
+  std::size_t aborted = 0;
+  for (std::size_t at = 1; at < 60; at += 3) {
+    SCOPED_TRACE(at);
+    files.contents.clear();
+    ResetDiagnostics();
+    LogOn();
+    ASSERT_EQ(SaveOne(u"first"), S_OK);
+    ULONG flags = 0;
+    ASSERT_EQ(store->StoreLogoff(&flags), S_OK);
+    files.failWrite = at;
+    for (int i = 0; i < 10; ++i) SaveOne(u"next", 100'000);
+    const HRESULT closed = LogOff();
+    const bool failed = files.failWrite == 0;
+    files.failWrite = 0;
+    if (failed) {
+      ++aborted;
+      EXPECT_TRUE(Failed(Diagnostics().firstFailure.result) || closed == S_OK);
+    }
+    EXPECT_GE(Diagnostics().messagesCommitted, 1u);
+    const std::uint64_t committed = Diagnostics().messagesCommitted;
+    LogOn();
+    EXPECT_GE(MessagesOf(*top).size(), committed);
+    LogOff();
+  }
+  EXPECT_GT(aborted, 5u);
+}
+
+TEST_F(Failures, ASizeLimitIsAFullStore) {
+  BuiltinOptions options;
+  options.sizeLimit = 2'000'000;
+  SetBuiltinOptions(options);
+  LogOn();
+  HRESULT result = S_OK;
+  for (int i = 0; i < 100 && result == S_OK; ++i) result = SaveOne(u"m", 100'000);
+  EXPECT_EQ(result, MAPI_E_STORE_FULL);
+  EXPECT_TRUE(Diagnostics().sizeLimitReached);
+  EXPECT_EQ(SaveOne(u"small"), MAPI_E_STORE_FULL);
+  LogOff();
+  EXPECT_LE(files[path].size(), 2'000'000u);
+}
+
+TEST_F(Failures, LogOffClosesTheFileWhateverStillLives) {
+  LogOn();
+  ASSERT_EQ(SaveOne(u"saved", 100'000), S_OK);
+  auto message = NewMessage(*top);
+  ASSERT_EQ(WriteStream(*message, PR_BODY_W, std::string(100'000, 'x')), S_OK);
+  ComPointer<IAttach> attach;
+  ULONG number = 0;
+  ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+  ComPointer<IStream> stream;
+  ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, 0, MAPI_CREATE | MAPI_MODIFY,
+                                 stream.PutUnknown()),
+            S_OK);
+  ASSERT_EQ(stream->Write(std::string(100'000, 'y').data(), 100'000, nullptr), S_OK);
+  const auto saved = MessagesOf(*top).at(0);
+  ComPointer<IMAPITable> contents;
+  ASSERT_EQ(top->GetContentsTable(0, contents.Put()), S_OK);
+  const auto book = AddressBook();
+  const auto folder = top;
+  EXPECT_EQ(files.locks[path], 1);
+  EXPECT_EQ(LogOff(), S_OK);
+  EXPECT_EQ(files.locks[path], 0);
+
+  RowSet rows;
+  ULONG count = 0;
+  ComPointer<IMessage> none;
+  EXPECT_TRUE(Failed(contents->QueryRows(1, 0, rows.Put())));
+  EXPECT_TRUE(Failed(contents->GetRowCount(0, &count)));
+  EXPECT_TRUE(Failed(folder->CreateMessage(nullptr, 0, none.Put())));
+  EXPECT_TRUE(Failed(folder->SaveChanges(FORCE_SAVE)));
+  EXPECT_TRUE(Failed(Get(*folder, PR_CONTENT_COUNT).result));
+  EXPECT_TRUE(Failed(Set(*message, LongValue(PR_IMPORTANCE, 1))));
+  EXPECT_TRUE(Failed(message->SaveChanges(FORCE_SAVE)));
+  EXPECT_TRUE(Failed(attach->SaveChanges(FORCE_SAVE)));
+  EXPECT_TRUE(Failed(stream->Write("z", 1, nullptr)));
+  EXPECT_TRUE(Failed(stream->Commit(0)));
+  EXPECT_TRUE(Failed(Get(*saved, PR_SUBJECT_W).result));
+  EXPECT_TRUE(Failed(WriteStream(*saved, PR_BODY_W, "x")));
+  // All others first: a new session on the file finds what was saved, and no more.
+  LogOn();
+  EXPECT_EQ(MessagesOf(*top).size(), 1u);
+}
+
+TEST_F(Failures, ASecondWriterIsToldThatTheFileIsLocked) {
+  LogOn();
+  ComPointer<IMAPISession> other;
+  ASSERT_EQ(MAPILogonEx(0, ToTString(u"test.profile"), nullptr, kLogonFlags, other.Put()), S_OK);
+  const Got id = Get(*store, PR_ENTRYID);
+  ComPointer<IMsgStore> otherStore;
+  ASSERT_EQ(other->OpenMsgStore(0, id.value->Value.bin.cb,
+                                reinterpret_cast<ENTRYID*>(id.value->Value.bin.lpb), nullptr, 0x94,
+                                otherStore.Put()),
+            S_OK);
+  EXPECT_EQ(files.locks[path], 0);  // reading takes no lock
+  ASSERT_EQ(SaveOne(u"mine"), S_OK);
+  EXPECT_EQ(Set(*otherStore, TextValue(PR_COMMENT_W, u"theirs")), MAPI_E_BUSY);
+  EXPECT_EQ(LastFailure().result, MAPI_E_BUSY);
+  EXPECT_NE(LastFailure().text.find("/mail/out.pst"), std::string::npos);
+  otherStore.Reset();
+  other->Logoff(0, 0, 0);
+}
+
+TEST_F(Failures, ReadingChangesNothing) {
+  LogOn();
+  ASSERT_EQ(SaveOne(u"s", 100'000), S_OK);
+  ASSERT_EQ(LogOff(), S_OK);
+  const pstfile::Bytes before = files[path];
+  for (const bool readOnly : {false, true}) {
+    BuiltinOptions options;
+    options.readOnly = readOnly;
+    SetBuiltinOptions(options);
+    LogOn();
+    files.writes = 0;
+    const auto messages = MessagesOf(*top, MAPI_BEST_ACCESS);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(ReadStream(*messages[0], PR_BODY_W), std::string(100'000, 'b'));
+    if (readOnly) {
+      EXPECT_EQ(SaveOne(u"no"), MAPI_E_NO_ACCESS);
+      EXPECT_EQ(Set(*top, TextValue(PR_COMMENT_W, u"no")), MAPI_E_NO_ACCESS);
+      MakeFolder(*top, u"no", MAPI_E_NO_ACCESS);
+      EXPECT_TRUE(*Get(*store, PR_STORE_SUPPORT_MASK).number() & STORE_READONLY);
+    }
+    EXPECT_EQ(files.locks[path], 0);
+    LogOff();
+    EXPECT_EQ(files.writes, 0u);
+    EXPECT_EQ(files[path], before);
+  }
+}
+
+TEST_F(Failures, AFileThatVanishedIsReported) {
+  ASSERT_EQ(Admin()->CreateProfile(ToTString(kProfileName), nullptr, 0, 0), S_OK);
+  const auto services = Services();
+  ASSERT_EQ(NewService(*services), S_OK);
+  ASSERT_EQ(Configure(*services, ServiceIds(*services)[0], path), S_OK);
+  files.contents.clear();
+  ASSERT_EQ(MAPILogonEx(0, ToTString(u"test.profile"), nullptr, kLogonFlags, session.Put()), S_OK);
+  ComPointer<IMAPITable> table;
+  ASSERT_EQ(session->GetMsgStoresTable(0, table.Put()), S_OK);
+  const RowSet rows = ReadAllRows(*table);
+  const SBinary id = FindColumn(rows[0], PR_ENTRYID)->Value.bin;
+  EXPECT_EQ(session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID*>(id.lpb), nullptr, 0x94,
+                                  store.Put()),
+            MAPI_E_NOT_FOUND);
+  EXPECT_EQ(Diagnostics().firstFailure.result, MAPI_E_NOT_FOUND);
+}
+
+TEST(Memory, ChainsAreFreedAsAWhole) {
+  using namespace builtin;
+  const std::uint64_t before = LiveBuffers();
+  void* head = nullptr;
+  void* link = nullptr;
+  ASSERT_EQ(AllocateBuffer(0, &head), S_OK);
+  ASSERT_EQ(AllocateMore(100, head, &link), S_OK);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(link) % 8, 0u);
+  void* wrong = head;
+  EXPECT_EQ(AllocateMore(1, link, &wrong), MAPI_E_INVALID_PARAMETER);
+  EXPECT_EQ(wrong, nullptr);
+  EXPECT_EQ(AllocateMore(1, nullptr, &wrong), MAPI_E_INVALID_PARAMETER);
+  EXPECT_EQ(AllocateBuffer(1, nullptr), MAPI_E_INVALID_PARAMETER);
+  EXPECT_NE(FreeBuffer(link), 0u);
+  EXPECT_EQ(FreeBuffer(nullptr), 0u);
+  EXPECT_EQ(LiveBuffers(), before + 1);
+  EXPECT_EQ(FreeBuffer(head), 0u);
+  EXPECT_EQ(LiveBuffers(), before);
+}
+
+}  // namespace
+}  // namespace parvane::mapi
