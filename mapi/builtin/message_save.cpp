@@ -87,11 +87,10 @@ HRESULT Message::WriteOut() {
     status = store.ReplaceMessage(_place.node, std::move(written).value());
   }
   if (!status.ok()) return core.Note(status);
-  if (IsNew() && !IsEmbedded() && core.record() != nullptr) ++core.record()->messagesSaved;
+  if (!IsEmbedded()) core.CountSavedMessage(IsNew());
   _inFile = true;
   _recipientsModified = false;
   _attachmentsModified = false;
-  core.Publish();
   return S_OK;
 }
 

@@ -121,10 +121,23 @@ HRESULT StoreCore::Note(const Status& status) {
   return NoteFailure(_path, _record, status);
 }
 
+void StoreCore::CountSavedMessage(bool first) {
+  if (_record == nullptr) return;
+  if (first) {
+    ++_record->messagesSaved;
+  } else {
+    _uncommittedVersions.push_back(_store->statistics().messagesSaved);
+  }
+  Publish();
+}
+
 void StoreCore::Publish() {
   if (_record == nullptr) return;
   const pstfile::StoreStatistics& statistics = _store->statistics();
-  _record->messagesCommitted = statistics.messagesCommitted;
+  _committedVersions += std::erase_if(_uncommittedVersions, [&](std::uint64_t sequence) {
+    return sequence <= statistics.messagesCommitted;
+  });
+  _record->messagesCommitted = statistics.messagesCommitted - _committedVersions;
   _record->foldersCreated = statistics.foldersCreated;
   _record->foldersCommitted = statistics.foldersCommitted;
   _record->fileSize = _store->database().FileSize();

@@ -41,6 +41,8 @@ class StoreCore {
   HRESULT Close();
   // As NoteFailure, for this file.
   HRESULT Note(const platform::Status& status);
+  // After a message of a folder was saved; `first`: its first save.
+  void CountSavedMessage(bool first);
   // Brings the diagnostics up to date; after every modification.
   void Publish();
   StoreDiagnostics* record() const { return _record; }
@@ -59,6 +61,10 @@ class StoreCore {
   pstfile::RecordKey _recordKey;
   std::u16string _path;
   StoreDiagnostics* _record;  // null once closed
+  // The store counts new versions of messages too. These are the sequence numbers of such saves
+  // that were not committed when last looked at, and the number of those that were.
+  std::vector<std::uint64_t> _uncommittedVersions;
+  std::uint64_t _committedVersions = 0;
   bool _writable = false;
   bool _isOpen = true;
 };

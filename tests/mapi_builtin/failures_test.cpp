@@ -75,6 +75,18 @@ TEST_F(Failures, EveryFailingWriteIsToldAndLeavesAFileThatOpens) {
   EXPECT_GT(aborted, 5u);
 }
 
+TEST_F(Failures, ACountOfMessagesIsOneOfMessagesNotOfSaves) {
+  LogOn();
+  const auto message = NewMessage(*top);
+  ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+  ASSERT_EQ(Set(*message, LongValue(PR_IMPORTANCE, 2)), S_OK);
+  ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+  EXPECT_EQ(Diagnostics().messagesSaved, 1u);
+  EXPECT_EQ(Diagnostics().messagesCommitted, 0u);
+  LogOff();
+  EXPECT_EQ(Diagnostics().messagesCommitted, 1u);
+}
+
 TEST_F(Failures, ASizeLimitIsAFullStore) {
   BuiltinOptions options;
   options.sizeLimit = 2'000'000;
