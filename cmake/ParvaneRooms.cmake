@@ -13,6 +13,10 @@ function(parvane_common TARGET)
     # GCC 12 sees overlapping copies in its own std::string once it optimises (its bug 105651).
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
     $<$<CXX_COMPILER_ID:MSVC>:/W4 /WX /utf-8>)
+  if(PARVANE_FUZZERS)
+    # The fuzzer steers by which branches of the rooms its inputs reach.
+    target_compile_options(${TARGET} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
   if(PARVANE_SANITIZE)
     target_compile_options(${TARGET} PRIVATE -fsanitize=${PARVANE_SANITIZE}
       -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -1,0 +1,37 @@
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz/expect.h"
+#include "sources/mbox_reading.h"
+
+namespace {
+
+// One text of all messages, each behind the offset at which it begins.
+std::string Read(std::string_view file, std::size_t step) {
+  static std::vector<char> message;
+  const auto stream = parvane::platform::MemoryInputStream(file, step);
+  std::string all;
+  while (!stream->Buffer().empty()) {
+    message.clear();
+    const std::uint64_t before = stream->Position();
+    all += std::to_string(parvane::sources::ScanMboxMessage(*stream, message, nullptr)) + ":";
+    all.append(message.begin(), message.end());
+    Expect(stream->Position() > before, "every scan takes something");
+    Expect(message.empty() || message.back() == '\n', "every line ends");
+  }
+  Expect(stream->Position() == file.size(), "all is read");
+  return all;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view file(reinterpret_cast<const char*>(data), size);
+  const std::string whole = Read(file, 0);
+  Expect(Read(file, 1) == whole, "byte by byte gives the same messages");
+  Expect(Read(file, 7) == whole, "so does any other step");
+  parvane::sources::SeparatorHasDate(file);
+  return 0;
+}
