@@ -250,6 +250,7 @@ Status NodeDatabase::Impl::Close() {
   _closed = true;
   _modifying = false;
   if (status.ok()) status = {StatusCode::kClosed, "the file is closed"};
+  _pages.SetFile(nullptr, 0);
   _file.reset();
   return s;
 }

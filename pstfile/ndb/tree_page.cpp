@@ -147,6 +147,7 @@ Result<std::shared_ptr<const TreePage>> TreePageCache::Read(PageRef ref, PageTyp
       return slot.page;
     }
   }
+  if (_file == nullptr) return Status(StatusCode::kClosed, "the file is closed");
   if (ref.offset.value % kPageSize != 0 || ref.offset.value < kFirstAMapOffset ||
       ref.offset.value > _endOfFile - kPageSize) {
     return Corrupt(tree, ref.offset, "not a place for a page");

@@ -284,6 +284,35 @@ TEST_F(StoreDamage, AFailedWriteLatches) {
   }
 }
 
+TEST_F(StoreDamage, WhatOutlivesTheStoresCloseIsHarmless) {
+  auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+  STORE_OK(opened);
+  store = std::move(*opened);
+  auto inbox = store->FindFolder(store->ipmSubtree(), u"Inbox");
+  STORE_OK(inbox);
+  auto table = store->OpenContentsTable(*inbox);
+  STORE_OK(table);
+  STORE_OK(table->SelectRow(0));
+  auto message = store->OpenMessage(NodeId(table->RowId()));
+  STORE_OK(message);
+  const StoredMessage written = Write(Message(u"never inserted", std::u16string(9000, u'x')));
+  {
+    auto value = store->NewValue(ValueWriter::Kind::kBytes);
+    STORE_OK(value);
+    STORE_OK(value->Append(std::vector<std::byte>(100'000)));
+    STORE_OK(store->Close());
+    EXPECT_FALSE(value->Append(std::vector<std::byte>(100'000)).ok());
+  }
+  store->Abandon(written);
+  // What was read stays; what was not cannot be read any more.
+  for (std::uint64_t row = 0; row < 60; ++row) (void)table->SelectRow(row);
+  EXPECT_FALSE(message->AttachmentNodes().ok() && message->properties().Text(kBody).ok() &&
+               table->SelectRow(59).ok() && store->OpenMessage(NodeId(table->RowId())).ok());
+  auto again = PstStore::Open(memory, kPath, StoreOpenMode::kRead);
+  STORE_OK(again);
+  EXPECT_EQ((*again)->CountsOf(*inbox)->messages, 60u);
+}
+
 TEST_F(StoreDamage, CommitsComeByThemselves) {
   static std::uint64_t now;
   now = 0;
