@@ -24,8 +24,9 @@ class Squeezed {
  public:
   explicit Squeezed(std::string_view name) {
     for (char c : name) {
-      // A language (RFC 2231) or the year of a standard ("ISO_8859-1:1987").
-      if (c == '*' || c == ':') break;
+      // A language (RFC 2231), the year of a standard ("ISO_8859-1:1987") or a parameter that a
+      // mailer put inside the quotes.
+      if (c == '*' || c == ':' || c == ';') break;
       c = parvane::platform::AsciiToLower(c);
       if ((c < 'a' || c > 'z') && (c < '0' || c > '9')) continue;
       if (_size == kLongestName) {

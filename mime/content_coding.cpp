@@ -15,6 +15,7 @@ namespace platform = parvane::platform;
 namespace {
 
 constexpr unsigned kIso2022Jp = 50222;
+constexpr unsigned kUsAscii = 20127;
 
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -83,10 +84,12 @@ std::string WordBytes(const Piece& word) {
   return word.base64 ? DecodeBase64(word.text) : ContentCoding::DecodeQ(word.text);
 }
 
-// 65001 for UTF-8 and for "8bit", which some mailers wrote for it; 0 for an unknown charset.
+// 65001 for UTF-8 and for "8bit", which some mailers wrote for it; 0 for an unknown charset, and
+// for ASCII, whose 8-bit bytes are of an unknown one.
 unsigned WordPage(const Piece& word) {
   if (platform::EqualsIgnoreAsciiCase(word.charset, "8bit")) return platform::kCodePageUtf8;
-  return CharsetNaming::CodePageOfName(word.charset).value_or(0);
+  const unsigned page = CharsetNaming::CodePageOfName(word.charset).value_or(0);
+  return page == kUsAscii ? 0 : page;
 }
 
 bool IsBlank(std::string_view text) {

@@ -6,6 +6,8 @@
 namespace parvane::platform {
 namespace {
 
+constexpr std::size_t kSector = 512;
+
 class FileInputStream final : public InputStream {
  public:
   FileInputStream(std::unique_ptr<RandomAccessFile> file, std::size_t bufferSize)
@@ -13,7 +15,10 @@ class FileInputStream final : public InputStream {
 
   std::span<const char> Buffer() override {
     if (_begin == _end && _status.ok()) {
-      const auto read = _file->ReadAt(_position, std::as_writable_bytes(std::span(_buffer)));
+      const auto room = std::as_writable_bytes(std::span(_buffer));
+      auto read = _file->ReadAt(_position, room);
+      // A bad sector shall not take with it what stands before it.
+      if (!read.ok()) read = _file->ReadAt(_position, room.first(std::min(room.size(), kSector)));
       _begin = 0;
       _end = read.ok() ? *read : 0;
       if (!read.ok()) _status = read.status();

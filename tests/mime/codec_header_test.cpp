@@ -62,6 +62,7 @@ TEST(ContentCoding, ShowsHeadersWhateverTheirBytes) {
       {"raw text without a charset", "Sm\xF8r", "", "Sm\xC3\xB8r"},
       {"raw text beside a word", "\xF8 =?utf-8?Q?=C3=A6?=", "", "\xC3\xB8 \xC3\xA6"},
       {"an unknown charset goes on", "=?x-none?Q?=F8?=", "", "\xC3\xB8"},
+      {"an ASCII word that is none", "=?us-ascii?Q?caf=E9?=", "", "caf\xC3\xA9"},
       {"a UTF-8 word that is none", "=?utf-8?Q?bl=E5?=", "", "bl\xC3\xA5"},
       {"no word: marks are text", "a=?b", "", "a=?b"},
       {"character cut between two words", "=?utf-8?B?4oI=?= =?utf-8?B?rCA1?=", "",
@@ -166,7 +167,8 @@ TEST(CharsetNaming, KnowsTheAliasesOfMail) {
                 {"macroman", 10000},
                 {"utf-16be", 1201},
                 {"iso-8859-1*en", 28591},
-                {"koi8-ru", 21866}};
+                {"koi8-ru", 21866},
+                {"utf-8; format=flowed", 65001}};
   for (const auto& c : kCases) EXPECT_EQ(CharsetNaming::CodePageOfName(c.name), c.page) << c.name;
   for (const char* name : {"", "\"\"", "x-unknown", "cp99999", "unknown-8bit", "cp"}) {
     EXPECT_FALSE(CharsetNaming::CodePageOfName(name)) << name;
