@@ -375,7 +375,7 @@ std::unique_ptr<ClsEmail> ClsEmail::AttachedMessage(int index) {
     const Email2& node = *messages[static_cast<std::size_t>(index)];
     inner = std::make_unique<ClsEmail>(node.entity().depth() + 1);
     inner->utf8Flag = utf8Flag;
-    if (inner->SetFromMime("SetFromMimeText", node.MessageBody())) return true;
+    if (inner->SetFromMime("SetFromMimeText", node.entity().DecodedBody())) return true;
     _log.Say("The attached message is empty.");
     inner.reset();
     return false;

@@ -112,7 +112,15 @@ int ClsMime::NumHeaderFields() {
 
 void ClsMime::GiveValue(const MimeField& field, ClsString& out) const {
   std::string scratch;
-  out.SetBytes(ByteSlice::Copy(field.Value(scratch)), {}, Charset());
+  GiveText(field.Value(scratch), out);
+}
+
+void ClsMime::GiveText(std::string_view text, ClsString& out) const {
+  if (parvane::platform::IsAscii(text)) {
+    out.SetUtf8(std::string(text));
+  } else {
+    out.SetBytes(ByteSlice::Copy(text), {}, Charset());
+  }
 }
 
 const MimeField* ClsMime::FieldAt(int index) {
@@ -142,7 +150,7 @@ bool ClsMime::HeaderField(std::string_view name, ClsString& out) {
 bool ClsMime::HeaderFieldName(int index, ClsString& out) {
   return Run("GetHeaderFieldName", [&] {
     const MimeField* field = FieldAt(index);
-    if (field != nullptr) out.SetBytes(ByteSlice::Copy(field->Name()), {}, Charset());
+    if (field != nullptr) GiveText(field->Name(), out);
     return field != nullptr;
   });
 }

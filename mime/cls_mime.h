@@ -52,6 +52,7 @@ class ClsMime {
   auto Run(const char* operation, Work work);
 
   void GiveValue(const MimeField& field, ClsString& out) const;
+  void GiveText(std::string_view text, ClsString& out) const;
   const MimeField* FieldAt(int index);
 
   std::mutex _criticalSection;

@@ -9,7 +9,6 @@
 namespace Tessary {
 namespace {
 
-using parvane::mime::ByteSlice;
 using parvane::platform::EndsWithIgnoreAsciiCase;
 using parvane::platform::EqualsIgnoreAsciiCase;
 using parvane::platform::StartsWithIgnoreAsciiCase;
@@ -37,14 +36,6 @@ void RemoveControls(std::string& utf8) {
     }
   }
   utf8.resize(kept);
-}
-
-// Whether the header at the start of a message shows the marks of quoted-printable: an encoded "="
-// or a soft line break.
-bool HeaderIsQuotedPrintable(std::string_view message) {
-  const std::string_view header = message.substr(0, message.find("\r\n\r\n"));
-  return header.find("=3D") != kNone || header.find("=3d") != kNone ||
-         header.find("=\r\n") != kNone;
 }
 
 }  // namespace
@@ -152,22 +143,6 @@ std::string Email2::FileName(std::string_view messageCharset) const {
   std::string decoded = ContentCoding::DecodeFileName(found, own.empty() ? messageCharset : own);
   RemoveControls(decoded);
   return decoded;
-}
-
-ByteSlice Email2::MessageBody() const {
-  const std::string_view body = _entity->body();
-  switch (TransferEncodingFromName(transferEncoding())) {
-    case TransferEncoding::kBase64: {
-      // A header has colons, base64 has none.
-      const std::size_t text = std::min(body.find_first_not_of("\r\n"), body.size());
-      const std::string_view line = body.substr(text, body.find('\n', text) - text);
-      return line.find(':') == kNone ? _entity->DecodedBody() : _entity->bodySlice();
-    }
-    case TransferEncoding::kQuotedPrintable:
-      return HeaderIsQuotedPrintable(body) ? _entity->DecodedBody() : _entity->bodySlice();
-    default:
-      return _entity->DecodedBody();
-  }
 }
 
 }  // namespace Tessary

@@ -50,9 +50,6 @@ class Email2 {
   // The name for this part's file, decoded, never with control characters. `messageCharset` is
   // tried for raw 8-bit names. May be empty.
   std::string FileName(std::string_view messageCharset) const;
-  // The body of a message/rfc822 part, decoded where it really is encoded: mailers label such
-  // parts with encodings they did not apply.
-  parvane::mime::ByteSlice MessageBody() const;
 
  private:
   bool IsNestedTooDeep() const;

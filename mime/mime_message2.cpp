@@ -18,6 +18,8 @@ using parvane::mime::OperationLog;
 using parvane::platform::EqualsIgnoreAsciiCase;
 using parvane::platform::StartsWithIgnoreAsciiCase;
 
+constexpr auto kNone = std::string_view::npos;
+
 std::string ToCrLf(std::string_view text) {
   std::string out;
   out.reserve(text.size() + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
@@ -56,12 +58,31 @@ ContentField ReadContentField(const MimeHeader& header, std::string_view name,
   return ContentField(field->Value(scratch), charset);
 }
 
+bool IsContentField(std::string_view name) { return StartsWithIgnoreAsciiCase(name, "Content-"); }
+
 bool IsBinaryType(std::string_view contentType) {
   const std::string type = parvane::platform::ToLowerAscii(contentType);
   for (const std::string_view binary : {"image/", "audio/", "video/", "application/"}) {
     if (type.find(binary) != std::string::npos) return true;
   }
   return false;
+}
+
+// Whether the header at the start of a message shows the marks of quoted-printable: an encoded "="
+// or a soft line break.
+bool HeaderIsQuotedPrintable(std::string_view message) {
+  const std::string_view header = message.substr(0, message.find("\r\n\r\n"));
+  return header.find("=3D") != kNone || header.find("=3d") != kNone ||
+         header.find("=\r\n") != kNone;
+}
+
+// Whether the message in a message/rfc822 part shows the marks of its part's transfer encoding.
+bool IsReallyEncoded(TransferEncoding encoding, std::string_view message) {
+  if (encoding == TransferEncoding::kQuotedPrintable) return HeaderIsQuotedPrintable(message);
+  if (encoding != TransferEncoding::kBase64) return true;
+  // A header has colons, base64 has none.
+  const std::size_t start = std::min(message.find_first_not_of("\r\n"), message.size());
+  return message.substr(start, message.find('\n', start) - start).find(':') == kNone;
 }
 
 }  // namespace
@@ -183,6 +204,7 @@ ByteSlice MimeMessage2::DecodedBody() const {
   const TransferEncoding encoding = TransferEncodingFromName(_transferEncoding);
   // A body that holds parts is never encoded itself, whatever its header says.
   if (encoding == TransferEncoding::kIdentity || !_children.empty()) return SerialiseBody();
+  if (ContentTypeIs("message/rfc822") && !IsReallyEncoded(encoding, body())) return _body;
   return ByteSlice::Adopt(DecodeBody(encoding, body()));
 }
 
@@ -190,12 +212,12 @@ ByteSlice MimeMessage2::DecodedBody() const {
 
 void MimeMessage2::SetField(std::string_view name, std::string_view value) {
   _header.Set(name, value);
-  ContentFieldsChanged();
+  if (IsContentField(name)) ContentFieldsChanged();
 }
 
 std::size_t MimeMessage2::RemoveField(std::string_view name) {
   const std::size_t removed = _header.Remove(name);
-  if (removed > 0) ContentFieldsChanged();
+  if (removed > 0 && IsContentField(name)) ContentFieldsChanged();
   return removed;
 }
 

@@ -63,7 +63,9 @@ class MimeMessage2 {
   // Still in its transfer encoding, sub-parts included.
   std::string_view body() const { return _body.view(); }
   ByteSlice bodySlice() const { return _body; }
-  // Decoded; shares the message's bytes when there is nothing to decode.
+  // Decoded; shares the message's bytes when there is nothing to decode. A message/rfc822 part is
+  // decoded only where it really is encoded: mailers label such parts with encodings that they did
+  // not apply.
   ByteSlice DecodedBody() const;
   const std::vector<std::shared_ptr<MimeMessage2>>& children() const { return _children; }
   // The parts too small to be kept.

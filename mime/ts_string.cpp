@@ -117,9 +117,12 @@ void TsString::replaceChar(char16_t find, char16_t replace) {
 }
 
 bool TsString::equalsIgnoreCase(const char* text) const {
+  const std::string_view narrow = text == nullptr ? "" : text;
+  if (parvane::platform::IsAscii(narrow) && parvane::platform::IsAscii(_implP->Utf8())) {
+    return parvane::platform::EqualsIgnoreAsciiCase(_implP->Utf8(), narrow);
+  }
   return parvane::platform::EqualsIgnoreCase(
-      _implP->Utf16(),
-      parvane::platform::Utf8ToUtf16(NarrowToUtf8(text == nullptr ? "" : text, get_Utf8())));
+      _implP->Utf16(), parvane::platform::Utf8ToUtf16(NarrowToUtf8(narrow, get_Utf8())));
 }
 
 bool TsString::equalsIgnoreCase(const TsString& text) const {
