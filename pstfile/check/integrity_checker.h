@@ -26,8 +26,10 @@
 // Cost. Time is linear in the file: every block is read once in file order and about once more when
 // its content is examined. Memory is at most 64 MiB whatever the file's size, for a store of up to
 // a million folders; bitmaps and counters that would be larger are worked off in several passes
-// over the B-trees (one for each 8 GiB of file and for each million blocks). A damaged or hostile
-// file costs no more: every loop is bounded by the file's size, every descent by a depth.
+// over the B-trees (one for each 8 GiB of file and for each million blocks). A damaged file costs
+// no more: every loop is bounded by the file's size, every descent by a depth, and contents shared
+// beyond all reason are not followed. One made to harm can nest objects with very many subnodes,
+// and so raise memory to some 300 MiB.
 //
 // Files by Outlook. Outlook itself leaves things behind that a new file should not have: space
 // reserved by the page map of old versions, heap items nobody refers to, a message size in a row

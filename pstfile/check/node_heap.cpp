@@ -195,8 +195,7 @@ void NodeHeap::ReportUnused() {
   }
   for (std::size_t i = 0; i < _usedSubnodes.size(); ++i) {
     const NodeId nid = _subnodes.all()[i].nid;
-    // Folders and messages may carry a table of their change history.
-    if (_usedSubnodes[i] || nid == kNidChangeHistoryTableTemplate) continue;
+    if (_usedSubnodes[i]) continue;
     Habit(codes::kSubnodeUnused, Say("subnode ", nid, " belongs to nothing"));
   }
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "pstfile/check/heap_tree.h"
+#include "pstfile/check/table_check.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
@@ -64,6 +65,13 @@ void PropertyContext::Judge(PropertyEntry& entry) {
     return;
   }
   if (const std::string what = value->FaultAs(type); !what.empty()) fault(what);
+}
+
+void PropertyContext::Finish() {
+  if (const Subnode* history = _heap.UseSubnode(kNidChangeHistoryTableTemplate)) {
+    CheckTable(_heap.context(), {history->data, history->sub}, where() + " change history");
+  }
+  _heap.ReportUnused();
 }
 
 const PropertyEntry* PropertyContext::Find(std::uint16_t id) const {

@@ -48,8 +48,9 @@ class PropertyContext {
   std::optional<std::vector<std::byte>> Bytes(PropTag tag, std::size_t limit = 1 << 20);
   std::optional<ObjectFacts> Object(std::uint16_t id);
 
-  // Reports heap items and subnodes without use. Call when nothing more will be asked for.
-  void Finish() { _heap.ReportUnused(); }
+  // Checks the table of changes that folders and messages may carry, and reports heap items and
+  // subnodes without use. Call when nothing more will be asked for.
+  void Finish();
 
  private:
   explicit PropertyContext(NodeHeap heap) : _heap(std::move(heap)) {}

@@ -130,6 +130,10 @@ void CheckStoreObject(Context& context) {
     store->heap().Habit(codes::kStoreProperty,
                         Say("property ", ToString(tags::kPstPassword), " is missing"));
   }
+  if (store->Number(tags::kPstPassword).value_or(0) != 0) {
+    context.reporter.Report(Severity::kNote, codes::kStoreProperty,
+                            "message store: it has a password, which protects nothing");
+  }
   for (const std::uint32_t tag : {0x34160102U, 0x35E00102U, 0x35E20102U, 0x35E30102U, 0x35E40102U,
                                   0x35E50102U, 0x35E60102U, 0x35E70102U}) {
     CheckEntryId(context, *store, PropTag(tag));

@@ -123,6 +123,10 @@ bool Table::OpenMatrix() {
     Fault(codes::kTableRows, Say("its rows, subnode ", Hex{_matrixId}, ", cannot be read"));
     return false;
   }
+  if (NodeId(_matrixId).Kind() != NodeKind::kValue) {
+    _heap.Habit(codes::kTableRows, Say("its rows are in subnode ", Hex{_matrixId},
+                                       ", whose kind is not that of a value"));
+  }
   _inHeap = false;
   _matrix = std::move(*matrix);
   _rowsPerBlock = static_cast<std::uint32_t>(kMaximumBlockData / _ends[3]);
