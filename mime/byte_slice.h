@@ -20,7 +20,7 @@ class ByteSlice {
 
   // Takes over a container of bytes (std::string, std::vector of a byte type) without copying.
   template <typename Container>
-  static ByteSlice Adopt(Container&& bytes) {
+  static ByteSlice Adopt(Container bytes) {
     static_assert(sizeof(typename Container::value_type) == 1);
     auto owner = std::make_shared<const Container>(std::move(bytes));
     const std::string_view view(reinterpret_cast<const char*>(owner->data()), owner->size());

@@ -117,7 +117,7 @@ ByteSlice MimeMessage2::NormaliseLineEnds(const ByteSlice& text, Log& log) const
   return ByteSlice::Adopt(ToCrLf(bytes));
 }
 
-void MimeMessage2::LoadMimeComplete2(ByteSlice text, Context& context) {
+void MimeMessage2::LoadMimeComplete2(const ByteSlice& text, Context& context) {
   const LogContext logContext(context.log, "LoadMimeComplete2");
   const std::string_view bytes = text.view();
   _text = text;

@@ -87,7 +87,7 @@ class MimeMessage2 {
  private:
   struct Context;
 
-  void LoadMimeComplete2(ByteSlice text, Context& context);
+  void LoadMimeComplete2(const ByteSlice& text, Context& context);
   ByteSlice NormaliseLineEnds(const ByteSlice& text, Log& log) const;
   void ReadContentFields();
   void SplitBody(Context& context);
