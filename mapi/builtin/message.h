@@ -103,6 +103,8 @@ class Message final : public PropertyObject<IMessage>, public StreamHost {
   // What is in the file, opened when first needed; null for a new message.
   HRESULT OpenReader(pstfile::PropertyReader*& reader);
   Slot* SlotOf(ULONG number);
+  // Before a new version is written: the one it builds on must still be the message's.
+  HRESULT CheckUnchanged(bool force);
   HRESULT WriteOut();
   void AbandonPending();
 

@@ -24,11 +24,32 @@ HRESULT Message::SaveChanges(ULONG ulFlags) {
     if (Failed(_failure)) return _failure;
     const bool changed =
         IsNew() || _properties.modified() || _recipientsModified || _attachmentsModified;
-    if (changed) _failure = WriteOut();
+    if (changed) {
+      const HRESULT unchanged = CheckUnchanged((ulFlags & FORCE_SAVE) != 0);
+      if (Failed(unchanged)) return unchanged;
+      _failure = WriteOut();
+    }
     if (Failed(_failure)) return _failure;
     if (EndsWriting(ulFlags)) _place.writable = false;
     return S_OK;
   });
+}
+
+HRESULT Message::CheckUnchanged(bool force) {
+  if (IsNew() || IsEmbedded()) return S_OK;
+  auto current = _place.core->store()->OpenMessage(_place.node);
+  if (!current.ok()) {
+    return current.status().code() == platform::StatusCode::kNotFound
+               ? MAPI_E_OBJECT_DELETED
+               : _place.core->Note(current.status());
+  }
+  if (!_reader) return S_OK;  // nothing was read: nothing can have changed since
+  const pstfile::ObjectLocation& now = current->location();
+  const pstfile::ObjectLocation& then = _reader->location();
+  if (now.data == then.data && now.subnodes == then.subnodes) return S_OK;
+  if (!force) return MAPI_E_OBJECT_CHANGED;
+  _reader.emplace(std::move(current).value());
+  return S_OK;
 }
 
 HRESULT Message::WriteOut() {

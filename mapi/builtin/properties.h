@@ -49,9 +49,4 @@ HRESULT GetIdsFromNamesOf(PropertyHolder& holder, ULONG count, MAPINAMEID** name
 HRESULT GetNamesFromIdsOf(PropertyHolder& holder, SPropTagArray** tags, const GUID* set,
                           ULONG flags, ULONG* count, MAPINAMEID*** names);
 
-// Ids that name nothing, and those that providers keep to themselves.
-constexpr bool IsHiddenId(ULONG id) {
-  return id == 0 || id >= 0xFFFF || (id >= 0x67F0 && id <= 0x67FF);
-}
-
 }  // namespace parvane::mapi::builtin

@@ -252,7 +252,7 @@ class Table final : public Object<IMAPITable> {
         continue;
       }
       _value.large = false;
-      const HRESULT found = _rows->Find(tag, _value);
+      const HRESULT found = IsHiddenId(PropId(tag)) ? MAPI_E_NOT_FOUND : _rows->Find(tag, _value);
       if (Failed(found)) {
         ReturnError(tag, found, values[i]);
       } else {

@@ -26,6 +26,11 @@ inline constexpr std::uint64_t kLargestReturnedValue = 1u << 20;
 // Of HTML bytes in a message that does not say (PR_INTERNET_CPID).
 inline constexpr unsigned kDefaultHtmlCodePage = 65001;
 
+// Ids that name nothing, and those that providers keep to themselves.
+constexpr bool IsHiddenId(ULONG id) {
+  return id == 0 || id >= 0xFFFF || (id >= 0x67F0 && id <= 0x67FF);
+}
+
 inline pstfile::PropTag ToTag(ULONG tag) { return pstfile::PropTag(tag); }
 
 // One value on its way out. Either a view of bytes that live as long as its source is left alone,

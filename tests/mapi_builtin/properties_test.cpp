@@ -195,6 +195,26 @@ TEST_F(Properties, FlagsAndTimesFreezeWithTheFirstSave) {
   EXPECT_EQ(Get(*message, PR_IMPORTANCE).number(), 0u);
 }
 
+TEST_F(Properties, TheSecondOfTwoWritersIsTold) {
+  ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+  const auto first = MessagesOf(*top, MAPI_MODIFY).at(0);
+  const auto second = MessagesOf(*top, MAPI_MODIFY).at(0);
+  ASSERT_EQ(Set(*first, TextValue(PR_SUBJECT_W, u"first")), S_OK);
+  ASSERT_EQ(Set(*second, LongValue(PR_IMPORTANCE, 2)), S_OK);
+  ASSERT_EQ(first->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+  EXPECT_EQ(second->SaveChanges(KEEP_OPEN_READWRITE), MAPI_E_OBJECT_CHANGED);
+  EXPECT_EQ(second->SaveChanges(KEEP_OPEN_READWRITE | FORCE_SAVE), S_OK);
+  const auto both = MessagesOf(*top).at(0);
+  EXPECT_EQ(Get(*both, PR_SUBJECT_W).text(), u"first");
+  EXPECT_EQ(Get(*both, PR_IMPORTANCE).number(), 2u);
+  const Got id = Get(*both, PR_ENTRYID);
+  SBinary binary = id.value->Value.bin;
+  ENTRYLIST list{1, &binary};
+  ASSERT_EQ(top->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+  ASSERT_EQ(Set(*first, LongValue(PR_IMPORTANCE, 0)), S_OK);
+  EXPECT_EQ(first->SaveChanges(FORCE_SAVE), MAPI_E_OBJECT_DELETED);
+}
+
 TEST_F(Properties, SubjectPrefixesAreRecognised) {
   struct Case {
     const char* name;
