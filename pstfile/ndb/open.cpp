@@ -104,7 +104,11 @@ Status NodeDatabase::Impl::ChooseHeader(std::span<const std::byte, kHeaderSize> 
   if (!partial.ok()) return partial;
   committed = FileHeader::Decode(bytes);
   report.headerFromPartial = true;
-  // What the intact part does not cover is found out from the file itself.
+  // What the intact part does not cover is found out from the file itself, or is always the same.
+  const auto tail = std::span(committed.raw).subspan(8 + 471);
+  std::ranges::fill(tail, std::byte{0});
+  std::ranges::fill(tail.first(512 - (8 + 471)), std::byte{0xFF});
+  committed.raw[512] = std::byte{0x80};
   committed.crypt = CryptMethod::kNone;
   committed.nextBlockId = 0;
   return {};
