@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Compares, field by field, the messages of an mbox with those read back from a PST.
 
-  usage: fields.py PSTCHECK MBOX PST
+  usage: fields.py PSTCHECK MBOX PST REPORT
 
 The PST is read by pstcheck.py, the mbox by Python's email package; neither shares code with this
-project. Prints for each field how many messages agree, and every other one with the reason where
-one of the known ones applies.
+project. REPORT is the JSON report of the conversion. Prints for each field how many messages agree,
+how many differ for a known reason, and every other one.
 """
 import collections
 import hashlib
@@ -14,7 +14,7 @@ import re
 import subprocess
 import sys
 
-from source_mail import SourceMessage, split_mbox, squeeze
+from source_mail import SourceMessage, raw, split_mbox, squeeze
 
 FIELDS = ('subject', 'sender', 'recipients', 'date', 'plain body', 'html body',
           'transport headers', 'attachments')
@@ -94,43 +94,99 @@ def same_html(expected, stored):
     return False
 
 
-def compare(source, stored):
-    """{field: (agrees, expected, found)}"""
+def known_reason(field, source, expected, found, left_out):
+    """Why two values may differ, when the way this project treats mail on purpose explains it."""
+    if field == 'attachments':
+        missing = len(expected) - len(found)
+        if set(found) <= set(expected) and missing == left_out:
+            return 'nameless parts that are no attachments; the report lists them as left out'
+    if field in ('sender', 'recipients'):
+        names = ('From',) if field == 'sender' else ('To', 'Cc', 'Bcc')
+        written = ' '.join(raw(v) for n in names for v in source.mail.get_all(n, []))
+
+        def addresses(value):
+            people = [value] if field == 'sender' else value
+            return [person[-1].replace('"', '') for person in people]
+        if addresses(expected) == addresses(found):
+            if '(' in written:
+                return 'comments in address fields are no names'
+            if '"' in written:
+                return 'words around a quoted name, or a quoted address'
+    return None
+
+
+def compare(source, stored, left_out=0):
+    """{field: (agrees, known reason, expected, found)}; `left_out` is the number of the message's
+    parts that the conversion's report lists as left out."""
     sender = (source.addresses('From') or [('', '')])[0]
-    plain, html = source.body('plain'), source.body('html')
     expected_headers = collections.Counter(
         f for f in source.header_fields() if f[0] not in REPAIRED_HEADERS)
     found_headers = collections.Counter(
         f for f in stored.header_fields() if f[0] not in REPAIRED_HEADERS)
-    result = {
+    plain, html = source.body('plain'), source.body('html')
+    pairs = {
         'subject': (source.subject, stored.subject),
         'sender': ((sender[0] or sender[1], sender[1]), stored.sender),
         'recipients': (source.recipients, stored.recipients),
         'date': (source.date, stored.date),
+        'plain body': (plain, stored.text(0x1000)),
+        'html body': (html, stored.html),
         'transport headers': (expected_headers, found_headers),
         'attachments': (source.attachment_hashes(), stored.attachment_hashes()),
     }
-    outcome = {field: (a == b, a, b) for field, (a, b) in result.items()}
-    outcome['plain body'] = (same_body(plain, stored.text(0x1000)), plain, stored.text(0x1000))
-    outcome['html body'] = (same_html(html, stored.html), html, stored.html)
+    same = {'plain body': same_body, 'html body': same_html}
+    outcome = {}
+    for field, (expected, found) in pairs.items():
+        agrees = same.get(field, lambda a, b: a == b)(expected, found)
+        reason = None if agrees else known_reason(field, source, expected, found, left_out)
+        outcome[field] = (agrees, reason, expected, found)
     return outcome
 
 
+class Tally:
+    """Counts over many messages, and the differences in words."""
+
+    def __init__(self):
+        self.messages = 0
+        self.agreeing = collections.Counter()
+        self.explained = collections.Counter()
+        self.reasons = collections.Counter()
+        self.differences = []
+
+    def add(self, label, outcome):
+        self.messages += 1
+        for field, (agrees, reason, expected, found) in outcome.items():
+            self.agreeing[field] += agrees
+            if reason:
+                self.explained[field] += 1
+                self.reasons[f'{field}: {reason}'] += 1
+            elif not agrees:
+                self.differences.append(f'{label}, {field}:\n  expected {str(expected)[:500]!r}\n'
+                                        f'  found    {str(found)[:500]!r}')
+
+    def __str__(self):
+        lines = [f'{field:18} {self.agreeing[field]} of {self.messages} agree, '
+                 f'{self.explained[field]} differ for a known reason' for field in FIELDS]
+        lines += [f'{count:6} {reason}' for reason, count in self.reasons.items()]
+        return '\n'.join(self.differences + lines)
+
+
+def left_out_parts(report):
+    """{position: number of parts} of a conversion's report about one mailbox."""
+    return collections.Counter(part['position'] for part in report['partsLeftOut'])
+
+
 def main():
-    pstcheck, mbox, pst = sys.argv[1:]
+    pstcheck, mbox, pst, report = sys.argv[1:]
     sources = [SourceMessage(data) for data in split_mbox(open(mbox, 'rb').read())]
     stored = read_pst(pstcheck, pst)
+    left_out = left_out_parts(json.load(open(report, encoding='utf-8')))
     print(f'{len(sources)} messages in the mbox, {len(stored)} in the PST')
-    agreeing = collections.Counter()
+    tally = Tally()
     for number, pair in enumerate(zip(sources, stored), 1):
-        for field, (agrees, expected, found) in compare(*pair).items():
-            agreeing[field] += agrees
-            if not agrees:
-                print(f'message {number}, {field}:\n  expected {str(expected)[:600]!r}\n'
-                      f'  found    {str(found)[:600]!r}')
-    for field in FIELDS:
-        print(f'{field:18} {agreeing[field]} of {len(sources)}')
-    return 0
+        tally.add(f'message {number}', compare(*pair, left_out[number]))
+    print(tally)
+    return 1 if tally.differences or len(sources) != len(stored) else 0
 
 
 if __name__ == '__main__':

@@ -56,7 +56,8 @@ def large_body(size):
 
 def long_subject(length):
     subject = ('subject ' * (length // 8 + 1))[:length - 1] + '.'
-    folded = '\n '.join(subject[i:i + 72] for i in range(0, length, 72))
+    # A line is cut where a space stands, which the next line begins with.
+    folded = '\n '.join(subject[i:i + 72].rstrip() for i in range(0, length, 72))
     return message(0, folded)
 
 

@@ -11,7 +11,6 @@ import hashlib
 import re
 
 QUOTED = re.compile(rb'>+From .?')
-# Parts by value that are no body.
 TO, CC, BCC = 1, 2, 3
 
 
@@ -45,19 +44,22 @@ def decoded(value):
     return ''.join(pieces)
 
 
+# Mail that says one of these is read as windows-1252 everywhere: its curly quotes are no controls.
+READ_AS_WINDOWS = ('us-ascii', 'ascii', 'iso-8859-1', 'iso8859-1', 'latin-1', 'latin1')
+
+
 def decode_bytes(data, charset):
-    for attempt in (charset, 'utf-8', 'windows-1252'):
-        if not attempt:
-            continue
+    """Text in the charset a message names; without one, or with a wrong one, UTF-8 if it is that."""
+    known = charset and charset.lower() not in READ_AS_WINDOWS
+    for attempt in ((charset,) if known else ()) + ('utf-8',):
         try:
             return data.decode(attempt)
         except (LookupError, UnicodeDecodeError):
-            if attempt == charset and charset.lower() not in ('us-ascii', 'ascii', 'utf-8'):
-                try:
-                    return data.decode(attempt, 'replace')
-                except LookupError:
-                    pass
-    return data.decode('latin-1')
+            pass
+    try:
+        return data.decode(charset if known else 'windows-1252', 'replace')
+    except LookupError:
+        return data.decode('windows-1252', 'replace')
 
 
 def raw(value):
