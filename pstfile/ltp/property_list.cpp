@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <functional>
 #include <limits>
 
 #include "platform/text.h"
@@ -112,7 +113,15 @@ void PropertyList::SetBytes(PropTag tag, std::span<const std::byte> bytes) {
   entry.kind = Property::Kind::kBytes;
   entry.scalar = _arena.size();
   entry.size = bytes.size();
-  _arena.insert(_arena.end(), bytes.begin(), bytes.end());
+  // The bytes may be those of another property of this list.
+  const bool ours = !_arena.empty() && !bytes.empty() &&
+                    !std::less<>()(bytes.data(), _arena.data()) &&
+                    std::less<>()(bytes.data(), _arena.data() + _arena.size());
+  const std::size_t offset = ours ? static_cast<std::size_t>(bytes.data() - _arena.data()) : 0;
+  _arena.resize(_arena.size() + bytes.size());
+  if (!bytes.empty()) {
+    std::memcpy(&_arena[entry.scalar], ours ? &_arena[offset] : bytes.data(), bytes.size());
+  }
 }
 
 void PropertyList::SetStored(PropTag tag, StoredValue value) {

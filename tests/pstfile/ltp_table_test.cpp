@@ -322,6 +322,21 @@ TEST_F(LtpProperties, ThousandsOfPropertiesOverManyPages) {
   }
 }
 
+TEST_F(LtpProperties, AListReplacesByIdAndCopiesItsOwnValues) {
+  PropertyList list;
+  list.SetText(PropTag(0x3001001F), u"a value that is long enough to make the arena grow");
+  for (std::uint16_t id = 0x4000; id < 0x4020; ++id) {
+    list.SetBytes(PropTag(id, PropType::kBinary), list.Find(PropTag(0x3001001F))->bytes);
+  }
+  EXPECT_EQ(DecodeText(list.FindId(0x401F)->bytes), *list.Text(PropTag(0x3001001F)));
+  list.SetInt32(PropTag(0x401F0003), 5);
+  EXPECT_FALSE(list.Find(PropTag(0x401F0102)).has_value());
+  EXPECT_EQ(list.Scalar(PropTag(0x401F0003)), 5u);
+  EXPECT_TRUE(list.Remove(0x401F));
+  EXPECT_FALSE(list.Remove(0x401F));
+  EXPECT_EQ(list.size(), 32u);
+}
+
 TEST_F(LtpProperties, WhatCannotBeStoredIsRefused) {
   const auto refused = [&](PropTag tag, std::size_t size) {
     PropertyList list;

@@ -79,6 +79,56 @@ TEST_F(StoreRoundTrip, EveryEncoding) {
   }
 }
 
+// Names, subjects and bodies in several scripts, as other programs bring them out again.
+TEST_F(StoreRoundTrip, OtherProgramsExtractTheSameText) {
+  const std::u16string texts[] = {u"\x041F\x0440\x0438\x0432\x0435\x0442",
+                                  u"\x65E5\x672C\x8A9E\x306E\x30E1",
+                                  u"\x05E9\x05DC\x05D5\x05DD",
+                                  u"\x0645\x0631\x062D\x0628\x0627",
+                                  u"gr\x00FC\x00DF"
+                                  u"e",
+                                  u"\x0E2A\x0E27\x0E31\x0E2A"};
+  Create();
+  const NodeId inbox = Folder(u"Inbox");
+  for (const std::u16string& text : texts) {
+    std::vector<StoredAttachment> attachments;
+    attachments.push_back(Attachment(text + u".txt", "attached " + platform::Utf16ToUtf8(text)));
+    Insert(inbox, Write(Message(text, u"Body: " + text + u"."),
+                        {Recipient(text, u"someone@example.com")}, std::move(attachments)));
+  }
+  Close();
+  ExpectFlawless();
+  ExpectItems(std::size(texts));
+  const std::string folder = platform::PathToNative(path) + ".out";
+  (void)Run("rm -rf '" + folder + "' && mkdir '" + folder + "'");
+#ifdef PARVANE_READPST
+  {
+    const auto [code, output] = Run(PARVANE_READPST " -j 0 -8 -o '" + folder + "' @");
+    EXPECT_EQ(code, 0) << output;
+    EXPECT_NE(output.find("\"Inbox\" - 6 items done, 0 items skipped"), std::string::npos)
+        << output;
+    const std::string mail = Run("cat '" + folder + "/Inbox.mbox'").second;
+    for (const std::u16string& text : texts) {
+      EXPECT_NE(mail.find("Body: " + platform::Utf16ToUtf8(text) + "."), std::string::npos);
+    }
+  }
+#endif
+#ifdef PARVANE_PFFEXPORT
+  {
+    const auto [code, output] = Run(PARVANE_PFFEXPORT " -q -t '" + folder + "/x' @");
+    EXPECT_EQ(code, 0) << output;
+    const std::string mail = Run("find '" + folder + "/x.export' -type f -exec cat {} +").second;
+    for (const std::u16string& text : texts) {
+      const std::string utf8 = platform::Utf16ToUtf8(text);
+      EXPECT_NE(mail.find("Body: " + utf8 + "."), std::string::npos) << utf8;
+      EXPECT_NE(mail.find("attached " + utf8), std::string::npos) << utf8;
+      EXPECT_NE(mail.find(utf8 + "\n"), std::string::npos) << "subject or name " << utf8;
+    }
+  }
+#endif
+  (void)Run("rm -rf '" + folder + "'");
+}
+
 TEST_F(StoreRoundTrip, LongValuesAndManyParts) {
   Create();
   const NodeId inbox = Folder(u"Inbox");
