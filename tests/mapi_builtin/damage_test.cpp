@@ -1,0 +1,148 @@
+// Damaged files, read through the interfaces to the last byte: every answer is an answer.
+#include <random>
+
+#include "tests/mapi_builtin/session_fixture.h"
+
+namespace parvane::mapi {
+namespace {
+
+class Damage : public SessionTest {
+ protected:
+  ULONG _read = 0;  // properties that could be read
+
+  void ReadProperties(IMAPIProp& object) {
+    MapiBuffer<SPropTagArray> tags;
+    if (Failed(object.GetPropList(MAPI_UNICODE, tags.Put()))) return;
+    for (ULONG i = 0; i < tags->cValues; ++i) {
+      const ULONG tag = tags->aulPropTag[i];
+      if (Get(object, tag, MAPI_UNICODE).ok()) ++_read;
+      if (PropType(tag) == PT_BINARY || PropType(tag) == PT_UNICODE) ReadStream(object, tag);
+    }
+  }
+  void ReadMessage(IMessage& message) {
+    ReadProperties(message);
+    ComPointer<IMAPITable> table;
+    RowSet rows;
+    if (Succeeded(message.GetRecipientTable(0, table.Put()))) {
+      (void)table->QueryRows(1000, 0, rows.Put());
+    }
+    for (ULONG number = 0; number < 4; ++number) {
+      ComPointer<IAttach> attach;
+      if (Failed(message.OpenAttach(number, nullptr, 0, attach.Put()))) continue;
+      ReadProperties(*attach);
+      ComPointer<IMessage> inner;
+      if (Succeeded(
+              attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, inner.PutUnknown()))) {
+        ReadMessage(*inner);
+      }
+    }
+  }
+  void ReadFolder(IMAPIFolder& folder) {
+    ReadProperties(folder);
+    ComPointer<IMAPITable> table;
+    RowSet rows;
+    if (Failed(folder.GetContentsTable(MAPI_UNICODE, table.Put()))) return;
+    for (int i = 0; i < 50 && table->QueryRows(1, 0, rows.Put()) == S_OK && rows.size() == 1; ++i) {
+      const SPropValue* id = FindColumn(rows[0], PR_ENTRYID);
+      ComPointer<IMessage> message;
+      if (id != nullptr && Succeeded(folder.OpenEntry(
+                               id->Value.bin.cb, reinterpret_cast<ENTRYID*>(id->Value.bin.lpb),
+                               &IID_IMessage, 0, nullptr, message.PutUnknown()))) {
+        ReadMessage(*message);
+      }
+    }
+  }
+  // Everything that can be reached, whatever fails on the way.
+  void ReadFile() {
+    auto admin = Admin();
+    ASSERT_EQ(admin->CreateProfile(ToTString(kProfileName), nullptr, 0, 0), S_OK);
+    const auto services = Services();
+    ASSERT_EQ(NewService(*services), S_OK);
+    if (Failed(Configure(*services, ServiceIds(*services)[0], path))) return;
+    ASSERT_EQ(MAPILogonEx(0, ToTString(u"test.profile"), nullptr, kLogonFlags, session.Put()),
+              S_OK);
+    ComPointer<IMAPITable> table;
+    ASSERT_EQ(session->GetMsgStoresTable(0, table.Put()), S_OK);
+    const RowSet stores = ReadAllRows(*table);
+    const SBinary id = FindColumn(stores[0], PR_ENTRYID)->Value.bin;
+    if (Failed(session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID*>(id.lpb), nullptr, 0,
+                                     store.Put()))) {
+      return;
+    }
+    ReadProperties(*store);
+    ComPointer<IMAPIFolder> root;
+    if (Failed(store->OpenEntry(0, nullptr, nullptr, 0, nullptr, root.PutUnknown()))) return;
+    ReadFolder(*root);
+    RowSet rows;
+    if (Failed(root->GetHierarchyTable(CONVENIENT_DEPTH, table.Put()))) return;
+    if (Failed(table->QueryRows(100, 0, rows.Put()))) return;
+    for (const SRow& row : rows) {
+      const SPropValue* entry = FindColumn(row, PR_ENTRYID);
+      ComPointer<IMAPIFolder> folder;
+      if (entry != nullptr &&
+          Succeeded(root->OpenEntry(entry->Value.bin.cb,
+                                    reinterpret_cast<ENTRYID*>(entry->Value.bin.lpb),
+                                    &IID_IMAPIFolder, 0, nullptr, folder.PutUnknown()))) {
+        ReadFolder(*folder);
+      }
+    }
+  }
+};
+
+TEST_F(Damage, IsMetWithErrorsOnly) {
+  LogOn();
+  const auto folder = MakeFolder(*top, u"Mail");
+  const auto book = AddressBook();
+  for (int m = 0; m < 5; ++m) {
+    auto message = NewMessage(*folder);
+    Set(*message, TextValue(PR_SUBJECT_W, u"Re: subject"));
+    WriteStream(*message, PR_BODY_W, BytesOf(std::u16string(m * 3000, u'b')));
+    AddRecipient(*book, *message, u"Bob", u"bob@example.com", MAPI_TO);
+    ComPointer<IAttach> attach;
+    ULONG number = 0;
+    ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+    ComPointer<IMessage> inner;
+    ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                                   inner.PutUnknown()),
+              S_OK);
+    Set(*inner, TextValue(PR_SUBJECT_W, u"inner"));
+    ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
+    ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
+    ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+  }
+  ASSERT_EQ(LogOff(), S_OK);
+  const pstfile::Bytes whole = files[path];
+  ReadFile();
+  LogOff();
+  const ULONG everything = _read;
+  EXPECT_GT(everything, 200u);
+
+  // Only places that hold something are worth damaging.
+  std::vector<std::size_t> used;
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    if (whole[i] != std::byte{0}) used.push_back(i);
+  }
+  std::mt19937 random(4711);
+  ULONG partly = 0;
+  for (int round = 0; round < 150; ++round) {
+    SCOPED_TRACE(round);
+    pstfile::Bytes& bytes = files[path];
+    bytes = whole;
+    if (round % 10 == 0) {
+      bytes.resize(random() % whole.size());
+    } else {
+      for (int flips = 0; flips < 1 << (round % 8); ++flips) {
+        bytes[used[random() % used.size()]] = std::byte(random());
+      }
+    }
+    if (bytes.empty()) continue;
+    _read = 0;
+    ReadFile();
+    LogOff();
+    if (_read > 20 && _read < everything) ++partly;
+  }
+  EXPECT_GT(partly, 10u);  // the damage did reach what is read
+}
+
+}  // namespace
+}  // namespace parvane::mapi
