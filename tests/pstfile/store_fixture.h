@@ -13,6 +13,7 @@
 #include "platform/file.h"
 #include "platform/system.h"
 #include "platform/text.h"
+#include "pstfile/check/integrity_checker.h"
 #include "pstfile/store/pst_store.h"
 #include "pstfile/store/subject.h"
 
@@ -155,8 +156,15 @@ class StoreTest : public ::testing::Test {
     (void)files.Remove(log);
     return {code, output.ok() ? *output : output.status().message()};
   }
-  // Nothing at all found by the structural checker, in the rules for files we write alone.
+  // Nothing at all found by our checker and by an independent one, in the rules for files we
+  // write alone.
   void ExpectFlawless([[maybe_unused]] bool writtenByUs = true) {
+    struct Printed : FindingSink {
+      std::string text;
+      void OnFinding(const Finding& finding) override { text += finding.message + "\n"; }
+    } found;
+    STORE_OK(CheckFile(files, path, {.notes = writtenByUs}, found));
+    EXPECT_EQ(found.text, "");
 #ifdef PARVANE_PSTCHECK
     const auto [code, output] = Run(std::string("python3 '" PARVANE_PSTCHECK "' check ") +
                                     (writtenByUs ? "--writer" : "") + " @");
