@@ -267,6 +267,19 @@ TEST_F(Properties, HtmlHasOneValueUnderThreeTags) {
   EXPECT_EQ(ReadStream(*message, PR_BODY_HTML_W), BytesOf(u"<b>è"));
 }
 
+TEST_F(Properties, EightBitTextIsInTheAnsiCodePage) {
+  const unsigned before = platform::AnsiCodePage();
+  platform::SetAnsiCodePage(1252);
+  EXPECT_EQ(Set(*message, AnsiValue(PR_SUBJECT_A, "caf\xE9")), S_OK);
+  EXPECT_EQ(WriteStream(*message, PR_BODY_A, "\x80"), S_OK);
+  SaveAndOpen();
+  EXPECT_EQ(Get(*message, PR_SUBJECT_W).text(), u"café");
+  EXPECT_EQ(Get(*message, PR_BODY_W).text(), u"€");
+  EXPECT_EQ(Get(*message, PR_SUBJECT_A).chars(), "caf\xE9");
+  EXPECT_EQ(ReadStream(*message, PR_BODY_A), "\x80");
+  platform::SetAnsiCodePage(before);
+}
+
 TEST_F(Properties, LoneSurrogatesNeverReachTheFile) {
   const char16_t lone[] = {u'a', 0xD800, u'b', 0};
   ASSERT_EQ(Set(*message, TextValue(PR_SUBJECT_W, lone)), S_OK);
