@@ -122,6 +122,9 @@ class PstTest(unittest.TestCase):
             shutil.rmtree(leftover)
 
     def check_structure(self, pst):
+        run = self.parvane('check', '--notes', pst)
+        self.assertEqual((run.code, run.out.count('\n'), run.err), (0, 1, ''), run)
+        self.assertIn(': no fault found in ', run.out)
         if not CHECKER.exists():
             return
         run = Run([sys.executable, CHECKER, 'check', '--writer', pst])

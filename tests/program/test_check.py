@@ -1,0 +1,56 @@
+"""parvane check: what it says and how it exits."""
+import json
+import unittest
+
+from harness import PstTest
+
+
+class Check(PstTest):
+    def setUp(self):
+        super().setUp()
+        mail = b'From a@b Fri Mar  1 07:00:00 2019\nFrom: Ingrid <i@x.org>\nSubject: hello\n\ntext\n\n'
+        self.pst = self.folder / 'mail.pst'
+        self.convert(self.write('Inbox.mbox', 3 * mail), self.pst)
+
+    def damage(self, offset):
+        data = bytearray(self.pst.read_bytes())
+        data[offset] ^= 1
+        self.pst.write_bytes(data)
+
+    def test_a_sound_file(self):
+        before = self.pst.read_bytes()
+        run = self.parvane('check', self.pst)
+        self.assertEqual((run.code, run.err), (0, ''), run)
+        self.assertRegex(run.out, r'^\S+mail\.pst: no fault found in [0-9.]+ kB \(\d+ folders, 3 messages, ')
+        found = json.loads(self.parvane('check', '--json', self.pst).out)
+        self.assertEqual((found['complete'], found['clean'], found['findings']), (True, True, []))
+        self.assertEqual(found['examined']['messages'], 3)
+        self.assertEqual(self.pst.read_bytes(), before)
+
+    def test_a_damaged_file(self):
+        self.damage(0x4410)  # in the first allocation map
+        run = self.parvane('check', self.pst)
+        self.assertEqual((run.code, run.err), (1, ''), run)
+        self.assertRegex(run.out, r'(?m)^error: AMap at 0x4400: dwCRC .* \[page-crc\]$')
+        self.assertRegex(run.out, r'(?m)^\S+mail\.pst: 1 error and \d+ warnings? in ')
+        run = self.parvane('check', '--json', self.pst)
+        self.assertEqual(run.code, 1, run)
+        found = json.loads(run.out)
+        self.assertEqual((found['clean'], found['errors'], found['counts']['page-crc']), (False, 1, 1))
+        self.assertIn('page-crc', [f['code'] for f in found['findings'] if f['severity'] == 'error'])
+
+    def test_what_is_no_pst(self):
+        for path, says in ((self.folder / 'missing.pst', 'No such file'),
+                           (self.folder, 'not a regular file'),
+                           (self.write('text.pst', b'x' * 1000), 'not a PST file'),
+                           (self.write('ansi.pst', b'!BDN\0\0\0\0SM\x0e' + bytes(1000)), 'ANSI')):
+            with self.subTest(path=path):
+                run = self.parvane('check', path)
+                self.assertEqual((run.code, run.out), (3, ''), run)
+                self.assertRegex(run.err, r'^parvane: .*\n$')
+                self.assertIn(says, run.err)
+                self.assertIn(str(path), run.err)
+
+
+if __name__ == '__main__':
+    unittest.main()
