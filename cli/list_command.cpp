@@ -19,33 +19,32 @@ namespace {
 
 using platform::Utf16ToUtf8;
 
-// A line for a folder comes after its messages have been counted, so messages are held back until
-// then; they are text, and only one folder's at a time.
 class TextListing : public ListingSink {
  public:
   explicit TextListing(bool messages) : _wantsMessages(messages) {}
 
   bool WantsMessages() const override { return _wantsMessages; }
-  void BeginFolder(const std::vector<std::u16string>&) override { _messages.clear(); }
 
-  void Message(const ListedMessage& message) override {
-    std::string line =
-        fmt::format("{:<16}  {}  {}{}", ShortTime(message.time), Column(message.from, 24),
-                    Shown(message.subject), message.unread ? "  (unread)" : "");
-    if (!message.attachments.empty())
-      line += "  [" + Counted(message.attachments.size(), "attachment") + "]";
-    _messages.push_back(std::move(line));
-  }
-
-  void EndFolder(const ListedFolder& folder) override {
-    const std::string indent(2 * (folder.path.size() - 1), ' ');
+  void BeginFolder(const ListedFolder& folder) override {
+    _indent.assign(2 * (folder.path.size() - 1), ' ');
     std::string counts = Counted(folder.messages, "message");
     if (folder.unread > 0) counts += fmt::format(", {} unread", WithThousands(folder.unread));
     if (folder.messages > 0) counts += ", " + Size(folder.size);
-    WriteOutput(
-        fmt::format("{}{}  {}\n", indent, Column(folder.path.back(), 36 - Width(indent)), counts));
-    for (const std::string& message : _messages) WriteOutput(indent + "    " + message + "\n");
+    WriteOutput(fmt::format("{}{}  {}\n", _indent, Column(folder.path.back(), 36 - Width(_indent)),
+                            counts));
   }
+
+  // A star marks what is unread.
+  void Message(const ListedMessage& message) override {
+    std::string line =
+        fmt::format("{}  {} {:<16}  {}  {}", _indent, message.unread ? '*' : ' ',
+                    ShortTime(message.time), Column(message.from, 24), Shown(message.subject));
+    if (!message.attachments.empty())
+      line += "  [" + Counted(message.attachments.size(), "attachment") + "]";
+    WriteOutput(line + "\n");
+  }
+
+  void EndFolder() override {}
 
  private:
   static unsigned Width(const std::string& indent) {
@@ -61,10 +60,10 @@ class TextListing : public ListingSink {
   }
 
   bool _wantsMessages;
-  std::vector<std::string> _messages;
+  std::string _indent;
 };
 
-// {"file": ..., "folders": [{"path": [...], "items": [...], "messages": n, ...}]}
+// {"file": ..., "folders": [{"path": [...], "messages": n, ..., "items": [...]}], "totals": ...}
 class JsonListing : public ListingSink {
  public:
   JsonListing(std::u16string_view file, bool messages) : _wantsMessages(messages) {
@@ -77,11 +76,16 @@ class JsonListing : public ListingSink {
 
   bool WantsMessages() const override { return _wantsMessages; }
 
-  void BeginFolder(const std::vector<std::u16string>& path) override {
+  void BeginFolder(const ListedFolder& folder) override {
+    _folders += 1;
+    _messages += folder.messages;
     _json.BeginObject();
     _json.Key("path").BeginArray();
-    for (const std::u16string& name : path) _json.String(name);
+    for (const std::u16string& name : folder.path) _json.String(name);
     _json.EndArray();
+    _json.Key("messages").Number(folder.messages);
+    _json.Key("unread").Number(folder.unread);
+    _json.Key("bytes").Number(folder.size);
     if (_wantsMessages) _json.Key("items").BeginArray();
   }
 
@@ -104,14 +108,9 @@ class JsonListing : public ListingSink {
     WriteOutput(_json.Take());
   }
 
-  void EndFolder(const ListedFolder& folder) override {
+  void EndFolder() override {
     if (_wantsMessages) _json.EndArray();
-    _json.Key("messages").Number(folder.messages);
-    _json.Key("unread").Number(folder.unread);
-    _json.Key("bytes").Number(folder.size);
     _json.EndObject();
-    _folders += 1;
-    _messages += folder.messages;
     WriteOutput(_json.Take());
   }
 

@@ -117,9 +117,7 @@ ExitCode Explain(const CLI::App& app, const CLI::ParseError& error) {
   FlushOutput();
   if (code == 0) return ExitCode::kDone;
   WriteError(error.what());
-  WriteMessage(
-      "Try: parvane --help, parvane convert --help, parvane list --help,\n"
-      "     parvane check --help\n");
+  WriteMessage("Try: parvane --help, parvane COMMAND --help\n");
   return ExitCode::kUsage;
 }
 

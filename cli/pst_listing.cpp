@@ -24,6 +24,8 @@ std::string Bytes(const SPropValue* property) {
   return {reinterpret_cast<const char*>(property->Value.bin.lpb), property->Value.bin.cb};
 }
 
+mapi::ULONG NumberOf(const SPropValue* property) { return property ? property->Value.ul : 0; }
+
 mapi::ENTRYID* EntryId(std::string& bytes) {
   return reinterpret_cast<mapi::ENTRYID*>(bytes.data());
 }
@@ -89,36 +91,43 @@ class Walker {
     _session.store().OpenEntry(static_cast<mapi::ULONG>(id.size()), EntryId(id), nullptr,
                                mapi::MAPI_BEST_ACCESS, &type, folder.PutUnknown());
     if (!folder) return Problem("a folder cannot be opened");
-    _sink.BeginFolder(entry.path);
     ListedFolder listed{entry.path};
-    VisitMessages(*folder, listed);
-    _sink.EndFolder(listed);
+    Count(*folder, listed);
+    _sink.BeginFolder(listed);
+    if (_sink.WantsMessages()) ListMessages(*folder);
+    _sink.EndFolder();
     QueueChildren(*folder, entry.path);
   }
 
-  void VisitMessages(IMAPIFolder& folder, ListedFolder& listed) {
+  template <typename Visit>
+  void ForEachMessage(IMAPIFolder& folder, mapi::SPropTagArray* columns, Visit visit) {
     ComPointer<IMAPITable> table;
     folder.GetContentsTable(mapi::MAPI_UNICODE, table.Put());
     if (!table) return Problem("a folder's messages cannot be read");
-    mapi::SizedSPropTagArray<2> counting = {2, {mapi::PR_MESSAGE_SIZE, mapi::PR_MESSAGE_FLAGS}};
-    mapi::SizedSPropTagArray<8> listing = {
+    ForEachRow(*table, columns, visit);
+  }
+
+  void Count(IMAPIFolder& folder, ListedFolder& listed) {
+    mapi::SizedSPropTagArray<2> columns = {2, {mapi::PR_MESSAGE_SIZE, mapi::PR_MESSAGE_FLAGS}};
+    ForEachMessage(folder, columns.get(), [&](const SRow& row) {
+      ++listed.messages;
+      listed.size += NumberOf(FindProperty(row, mapi::PR_MESSAGE_SIZE));
+      listed.unread +=
+          (NumberOf(FindProperty(row, mapi::PR_MESSAGE_FLAGS)) & mapi::MSGFLAG_READ) == 0;
+    });
+  }
+
+  void ListMessages(IMAPIFolder& folder) {
+    mapi::SizedSPropTagArray<8> columns = {
         8,
         {mapi::PR_MESSAGE_SIZE, mapi::PR_MESSAGE_FLAGS, mapi::PR_ENTRYID,
          mapi::PR_CLIENT_SUBMIT_TIME, mapi::PR_MESSAGE_DELIVERY_TIME,
          mapi::PR_SENT_REPRESENTING_NAME_W, mapi::PR_SENDER_NAME_W, mapi::PR_SUBJECT_W}};
-    const bool wanted = _sink.WantsMessages();
-    ForEachRow(*table, wanted ? listing.get() : counting.get(), [&](const SRow& row) {
-      const SPropValue* size = FindProperty(row, mapi::PR_MESSAGE_SIZE);
-      const SPropValue* flags = FindProperty(row, mapi::PR_MESSAGE_FLAGS);
-      const mapi::ULONG flagBits = flags ? flags->Value.ul : 0;
-      ++listed.messages;
-      listed.size += size ? size->Value.ul : 0;
-      listed.unread += (flagBits & mapi::MSGFLAG_READ) == 0;
-      if (wanted) _sink.Message(Describe(row, flagBits, size ? size->Value.ul : 0));
-    });
+    ForEachMessage(folder, columns.get(), [&](const SRow& row) { _sink.Message(Describe(row)); });
   }
 
-  ListedMessage Describe(const SRow& row, mapi::ULONG flags, std::uint64_t size) {
+  ListedMessage Describe(const SRow& row) {
+    const mapi::ULONG flags = NumberOf(FindProperty(row, mapi::PR_MESSAGE_FLAGS));
     ListedMessage message;
     const SPropValue* time = FindProperty(row, mapi::PR_CLIENT_SUBMIT_TIME);
     if (!time) time = FindProperty(row, mapi::PR_MESSAGE_DELIVERY_TIME);
@@ -126,7 +135,7 @@ class Walker {
     message.from = TextOf(FindProperty(row, mapi::PR_SENT_REPRESENTING_NAME_W));
     if (message.from.empty()) message.from = TextOf(FindProperty(row, mapi::PR_SENDER_NAME_W));
     message.subject = TextOf(FindProperty(row, mapi::PR_SUBJECT_W));
-    message.size = size;
+    message.size = NumberOf(FindProperty(row, mapi::PR_MESSAGE_SIZE));
     message.unread = (flags & mapi::MSGFLAG_READ) == 0;
     if (flags & mapi::MSGFLAG_HASATTACH)
       AddAttachments(Bytes(FindProperty(row, mapi::PR_ENTRYID)), message);

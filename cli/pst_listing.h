@@ -26,15 +26,14 @@ struct ListedFolder {
   std::uint64_t size = 0;  // bytes, of the messages
 };
 
-// Takes the folders in the order of a tree walk, and each folder's messages before it is complete.
+// Takes the folders in the order of a tree walk, each followed by its messages.
 class ListingSink {
  public:
   virtual ~ListingSink() = default;
   virtual bool WantsMessages() const = 0;
-  virtual void BeginFolder(const std::vector<std::u16string>& path) = 0;
+  virtual void BeginFolder(const ListedFolder& folder) = 0;
   virtual void Message(const ListedMessage& message) = 0;
-  // The folder's counts are known when its messages have been seen.
-  virtual void EndFolder(const ListedFolder& folder) = 0;
+  virtual void EndFolder() = 0;
 };
 
 // Walks the whole tree. What cannot be read is left out; the status tells of the first such place.

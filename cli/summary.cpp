@@ -25,6 +25,7 @@ class SummaryWriter {
   std::string Run() {
     Folders();
     Totals();
+    Unfinished();
     LeftOut();
     Dates();
     List(_record.failures.size(), "Failed messages", [&](std::size_t i) {
@@ -83,6 +84,11 @@ class SummaryWriter {
                      Counted(_record.Read(), "message"), WithThousands(_record.Written()),
                      WithThousands(_record.Failed()), PathForDisplay(_record.destination),
                      Size(_record.pstSize), Duration(_record.milliseconds)));
+  }
+
+  void Unfinished() {
+    if (_record.error.empty() && !_record.interrupted) return;
+    Line("Not finished: mail that comes after the last message read is not in the PST");
   }
 
   void LeftOut() {

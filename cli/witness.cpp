@@ -77,7 +77,7 @@ void Witness::FinishItem() {
       _itemProblem += ": " + diagnostics->lastFailure.text;
   }
   _item.failed = !_itemProblem.empty();
-  if (_item.failed) AddFailure(_item, std::move(_itemProblem), std::move(_itemDetails));
+  if (_item.failed) AddFailure(_item, std::move(_itemProblem), OneLine(_itemDetails));
   if (saved) _uncommitted.push_back(_item);
   CountCommitted();
 }
@@ -126,8 +126,8 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
   if (!_itemOpen) return;
   if (logString.starts_with(kItemError)) {
     if (_itemProblem.empty()) _itemProblem = "could not be converted";
-  } else if (!_itemProblem.empty()) {
-    _itemDetails = OneLine(logString);
+  } else {
+    _itemDetails = logString;
   }
 }
 

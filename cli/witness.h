@@ -78,7 +78,7 @@ class Witness : public engine::SourceObserver,
   Item _item;  // the one in hand
   bool _itemOpen = false;
   std::string _itemProblem;
-  std::string _itemDetails;
+  std::u16string _itemDetails;  // as the engine logs them; kept for a failure only
 
   std::uint64_t _saved = 0;      // as the diagnostics counted after the last item
   std::uint64_t _committed = 0;  // of these, settled

@@ -25,6 +25,8 @@ _parvane() {
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
+  elif [[ $current == -* && $command == check ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -194,7 +194,9 @@ Status NodeDatabase::Impl::ReserveNodeId(NodeId nid) {
 }
 
 Status NodeDatabase::Impl::WithPath(const Status& s) const {
-  return s.WithContext(platform::PathForDisplay(path));
+  const std::string shown = platform::PathForDisplay(path);
+  // A call of the system that failed names the file by itself.
+  return s.message().find(shown) == std::string::npos ? s.WithContext(shown) : s;
 }
 
 // ---- The public class ---------------------------------------------------------------------------

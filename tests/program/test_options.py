@@ -142,7 +142,7 @@ class Output(PstTest):
         run = self.parvane('list', '--messages', self.pst)
         self.assertEqual((run.code, run.err), (0, ''), run)
         self.assertRegex(run.out, r'  Inbox +3 messages, 3 unread, [0-9.]+ kB\n')
-        self.assertRegex(run.out, r'2019-03-01 07:00  Ingrid +message 0  \(unread\)\n')
+        self.assertRegex(run.out, r'\* 2019-03-01 07:00  Ingrid +message 0\n')
 
     def test_listing_leaves_the_file_alone(self):
         self.parvane('convert', self.source, self.pst)
