@@ -27,7 +27,11 @@ std::optional<std::uint64_t> DataBelow(Context& context, Location location,
   if (!location.sub) return size;
   const auto subnodes = SubnodeList::Open(context.image, location.sub);
   if (!subnodes) return std::nullopt;
-  if (depth > 2 * kMaximumDepth || !context.Spend(1 + subnodes->all().size() / 16, where)) {
+  if (depth > 2 * kMaximumDepth) {
+    context.reporter.Error(codes::kLimit, where + ": its subnodes are nested without end");
+    return std::nullopt;
+  }
+  if (!context.Spend(1 + subnodes->all().size() / 16, where)) {
     return std::nullopt;
   }
   for (const Subnode& subnode : subnodes->all()) {

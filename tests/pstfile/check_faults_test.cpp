@@ -202,6 +202,13 @@ const Fault kFaults[] = {
      [](Surgeon& s, const Patient& p) { ++s.U8(s.BlockEntry(s.Node(p.message).data) + 18); }},
     {"orphan-block", "a node lets go of its data",
      [](Surgeon& s, const Patient&) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0); }},
+    {"limit", "subnodes inside themselves",
+     [](Surgeon& s, const Patient& p) {
+       const BlockId root = s.Node(p.message).sub;
+       for (std::size_t i = 0; i < s.U16(s.Data(root) + 2); ++i) {
+         s.U64(s.Data(root) + 8 + 24 * i + 16, root.value);
+       }
+     }},
     // Nodes
     {"node-entry", "subnodes in a data block",
      [](Surgeon& s, const Patient& p) {
