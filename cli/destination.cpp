@@ -4,6 +4,7 @@
 
 #include "cli/folder_names.h"
 #include "platform/file.h"
+#include "pst/disk_utilities.h"
 
 namespace parvane::cli {
 namespace {
@@ -26,16 +27,13 @@ std::u16string FreePath(std::u16string_view folder, std::u16string_view name) {
   for (char16_t& c : stem) {
     if (c == u'/' || c == u'\\') c = u'_';
   }
-  for (unsigned number = 1;; ++number) {
-    std::u16string candidate = stem;
-    if (number > 1) {
-      const std::string digits = std::to_string(number);
-      candidate += u" (" + std::u16string(digits.begin(), digits.end()) + u")";
-    }
-    std::u16string path = platform::JoinPath(folder, candidate + u".pst");
-    if (Files().Inspect(path).kind == FileKind::kNone) return path;
-  }
+  while (folder.size() > 1 && folder.back() == platform::kPathSeparator) folder.remove_suffix(1);
+  return QuelmarDiskUtilities::DiskUtilities().DetermineNewFileName(std::u16string(folder), stem,
+                                                                    u"pst");
 }
+
+// MAPI takes a PST's path in a buffer of this many characters, terminator included.
+constexpr std::size_t kPathLimit = 2012;
 
 // Whether a file can be made is best learned by making it.
 Status TryToCreate(std::u16string_view path) {
@@ -73,10 +71,13 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
   FileKind kind = Files().Inspect(destination.path).kind;
   if (kind == FileKind::kFolder) {
     destination.path = FreePath(destination.path, nameInFolder);
-    kind = FileKind::kNone;
+    kind = Files().Inspect(destination.path).kind;
   }
 
-  if (kind == FileKind::kOther)
+  if (destination.path.size() >= kPathLimit)
+    return Refuse(StatusCode::kTooBig, destination.path,
+                  "the path is too long (at most 2011 characters)");
+  if (kind != FileKind::kNone && kind != FileKind::kFile)
     return Refuse(StatusCode::kUnsupported, destination.path, "not a regular file");
   if (kind == FileKind::kNone) {
     const std::u16string folder = platform::ParentOfPath(destination.path);

@@ -33,6 +33,8 @@ install(FILES ${CMAKE_SOURCE_DIR}/platform/abi.h ${CMAKE_SOURCE_DIR}/platform/st
         ${CMAKE_SOURCE_DIR}/platform/time.h ${CMAKE_SOURCE_DIR}/platform/text.h
         ${CMAKE_SOURCE_DIR}/platform/file.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/platform)
+install(FILES ${CMAKE_SOURCE_DIR}/pst/disk_utilities.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/pst)
 
 install(TARGETS parvane_library EXPORT ParvaneTargets
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane)

@@ -110,7 +110,8 @@ void CompleteAddresses(PropertyList& list) {
 
 void CompleteFlags(PropertyList& list, const SaveContext& context) {
   const auto given = list.Scalar(ToTag(PR_MESSAGE_FLAGS));
-  ULONG flags = given ? static_cast<ULONG>(*given) : MSGFLAG_UNSENT;
+  // Mail that comes in is written here: what sets no flags is unread mail, never a draft.
+  ULONG flags = given ? static_cast<ULONG>(*given) : 0;
   if (context.first) flags &= kCallersFlags;
   if (context.associated) flags |= MSGFLAG_ASSOCIATED;
   list.SetScalar(ToTag(PR_MESSAGE_FLAGS), flags);

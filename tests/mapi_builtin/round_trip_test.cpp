@@ -175,6 +175,7 @@ TEST_F(RoundTrip, AMessageWithNothingSetIsStillAMessage) {
             mapi::Get(*messages[0], PR_CREATION_TIME).ticks());
   EXPECT_EQ(mapi::Get(*messages[0], PR_SEARCH_KEY).bytes().size(), 16u);
   EXPECT_EQ(mapi::Get(*messages[0], PR_DISPLAY_TO_W).text(), u"");
+  EXPECT_EQ(mapi::Get(*messages[0], PR_MESSAGE_FLAGS).number(), 0u);  // unread mail, no draft
   ComPointer<IMAPITable> table;
   ASSERT_EQ(messages[0]->GetRecipientTable(0, table.Put()), S_OK);
   EXPECT_EQ(ReadAllRows(*table).size(), 0u);

@@ -62,7 +62,7 @@ class Destinations(PstTest):
     def test_folder_as_destination_gets_free_names(self):
         out = self.folder / 'out'
         out.mkdir()
-        for name in ('Inbox.pst', 'Inbox (2).pst'):
+        for name in ('Inbox.pst', 'Inbox(1).pst'):
             self.assertTrue(self.convert(self.inbox, out)['destination'].endswith('/' + name))
             self.assertEqual(self.listed_folders(out / name), {('Inbox',): 3})
 
