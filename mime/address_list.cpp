@@ -33,6 +33,7 @@ struct Draft {
   std::u16string comment;
   std::u16string address;
   bool bracketed = false;
+  bool hasAt = false;  // in a piece that is not literal
 };
 
 class ListReader {
@@ -69,7 +70,8 @@ class ListReader {
       case u':':
         ++_next;
         // The name of a group, when its end follows; else text like any other.
-        if (_lastSemicolon != kNone && _lastSemicolon >= _next && !_draft.bracketed && !HasAt()) {
+        if (_lastSemicolon != kNone && _lastSemicolon >= _next && !_draft.bracketed &&
+            !_draft.hasAt) {
           _draft = Draft();
         } else {
           Atom(u":");
@@ -87,13 +89,8 @@ class ListReader {
     } else {
       phrase.back().text += text;
     }
+    _draft.hasAt |= text.find(u'@') != kNone;
     _space = false;
-  }
-
-  bool HasAt() const {
-    return std::any_of(_draft.phrase.begin(), _draft.phrase.end(), [](const Piece& piece) {
-      return !piece.literal && piece.text.find(u'@') != kNone;
-    });
   }
 
   void ReadWord() {

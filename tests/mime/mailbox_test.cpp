@@ -190,6 +190,7 @@ TEST(AddressList, TakesLinearTimeOnHostileLists) {
     while (list.size() < 100'000) list += piece;
     parvane::mime::ParseAddressList(list);
     parvane::mime::ParseAddressList(list + u">;");
+    parvane::mime::ParseAddressList(list + u" a@b " + std::u16string(50'000, u':') + u";");
   }
 }
 
