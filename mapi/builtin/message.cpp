@@ -255,10 +255,15 @@ HRESULT Message::LoadAttachments() {
   return S_OK;
 }
 
+// Attachments stand in the order of their numbers, whatever the order of saving.
+std::vector<Message::Slot>::iterator Message::PlaceOf(ULONG number) {
+  return std::lower_bound(_attachments.begin(), _attachments.end(), number,
+                          [](const Slot& slot, ULONG wanted) { return slot.number < wanted; });
+}
+
 Message::Slot* Message::SlotOf(ULONG number) {
-  const auto found = std::find_if(_attachments.begin(), _attachments.end(),
-                                  [number](const Slot& slot) { return slot.number == number; });
-  return found == _attachments.end() ? nullptr : &*found;
+  const auto found = PlaceOf(number);
+  return found == _attachments.end() || found->number != number ? nullptr : &*found;
 }
 
 HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>& reader,
@@ -282,12 +287,8 @@ HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>&
 
 HRESULT Message::PutAttachment(ULONG number, pstfile::StoredAttachment attachment) {
   Slot* slot = SlotOf(number);
-  if (slot == nullptr) {
-    // Attachments stand in the order of their numbers, whatever the order of saving.
-    const auto place = std::find_if(_attachments.begin(), _attachments.end(),
-                                    [number](const Slot& other) { return other.number > number; });
-    slot = &*_attachments.insert(place, Slot{number, {}, std::nullopt});
-  }
+  if (slot == nullptr)
+    slot = &*_attachments.insert(PlaceOf(number), Slot{number, {}, std::nullopt});
   if (slot->pending) _place.core->store()->Abandon(*slot->pending);
   slot->pending = std::move(attachment);
   _attachmentsModified = true;

@@ -102,6 +102,7 @@ class Message final : public PropertyObject<IMessage>, public StreamHost {
   Identity MakeIdentity() const;
   // What is in the file, opened when first needed; null for a new message.
   HRESULT OpenReader(pstfile::PropertyReader*& reader);
+  std::vector<Slot>::iterator PlaceOf(ULONG number);
   Slot* SlotOf(ULONG number);
   // Before a new version is written: the one it builds on must still be the message's.
   HRESULT CheckUnchanged(bool force);
