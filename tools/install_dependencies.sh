@@ -11,7 +11,7 @@ set -eu
 
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
 libgtest-dev libgmock-dev libbenchmark-dev python3"
-tests="clang-format pst-utils pff-tools"
+tests="clang-format pst-utils pff-tools tzdata"
 
 wanted=$build
 [ "${1:-}" = tests ] && wanted="$build $tests"

@@ -114,7 +114,7 @@ TEST(TimeZone, TheMachinesOwn) {
       {"Australia/Lord_Howe", At(2013, 4, 7, 1, 45), 39600},  // half an hour of daylight saving
   };
   for (const auto& c : kCases) {
-    if (!SetLocalTimeZone(c.zone)) GTEST_SKIP();
+    ASSERT_TRUE(SetLocalTimeZone(c.zone)) << c.zone;
     FileTime time;
     ASSERT_TRUE(SystemTimeToFileTime(c.local, &time));
     const auto seconds = static_cast<std::int64_t>(FileTimeTicks(time) / kTicksPerSecond) -
