@@ -13,7 +13,7 @@
 namespace parvane::pstfile::check {
 
 // Nesting of subnodes and embedded messages that is followed.
-inline constexpr int kMaximumDepth = 64;
+inline constexpr int kMaximumDepth = 128;
 
 // Where an object lives.
 struct Location {

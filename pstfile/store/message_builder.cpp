@@ -7,6 +7,7 @@
 #include "pstfile/ltp/table_editor.h"
 #include "pstfile/ndb/data_tree.h"
 #include "pstfile/ndb/subnode_tree.h"
+#include "pstfile/store/message_reader.h"
 #include "pstfile/store/store_layout.h"
 
 namespace parvane::pstfile {
@@ -21,7 +22,7 @@ constexpr std::uint64_t kMaxSize = 0x7FFFFFFF;  // sizes are signed 32-bit prope
 constexpr std::uint64_t kHasAttachFlag = 0x10;
 constexpr PropTag kHasAttachments{0x0E1B000B};
 constexpr std::int32_t kEmbeddedMethod = 5;
-constexpr int kMaxDepth = 200;
+constexpr int kMaxDepth = 2 * kMaxEmbeddingDepth + 8;  // attachment and message by turns
 constexpr std::size_t kMaxObjects = 4'000'000;
 
 // The columns with which Outlook widens an attachment table, in its order.

@@ -11,8 +11,9 @@
 
 namespace parvane::pstfile {
 
-// Embedded messages are opened to this depth; beyond it opening fails with kTooBig.
-inline constexpr int kMaxEmbeddingDepth = 64;
+// Embedded messages are opened to this depth; beyond it opening fails with kTooBig. More than a
+// message read from MIME is ever taken apart to, so that all of it can be written and read.
+inline constexpr int kMaxEmbeddingDepth = 128;
 
 class AttachmentReader;
 
