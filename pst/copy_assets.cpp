@@ -62,7 +62,8 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
     progressPresenter->ProgressMessage(details);
   }
-  const bool converted = ConvertAsset(asset, message);
+  // Nothing has been kept of an item that had no message to go to, whatever it says.
+  const bool converted = ConvertAsset(asset, message) && message != nullptr;
   if (!converted && logReport)
     logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
   // Whatever a failed conversion managed to write stays.

@@ -9,6 +9,7 @@
 #include "convert/properties/strings.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/diagnostics.h"
+#include "mapi/options.h"
 #include "platform/text.h"
 #include "pst/pst_asset_store.h"
 #include "pst/pst_service.h"
@@ -61,7 +62,7 @@ class FakeAssetBase : public Interface {
   bool ConvertToMAPIMessage(IMessage* message, IMAPISession* session) override {
     EXPECT_NE(session, nullptr);
     OrvMAPIUtilities::SetPropString(message, PR_SUBJECT_W, _subject.c_str());
-    return message && _succeeds;
+    return _succeeds;
   }
   void Release() override {}
 
@@ -266,6 +267,21 @@ TEST_F(PstStore, StopsBehindTheItemInHandWhenCancelled) {
   EXPECT_EQ(result.FailAssetCount, 1);
   EXPECT_EQ(front.told.size(), 2u);
   EXPECT_THAT(Content(), ElementsAre(std::string("m[IPF.Note] ") + kComment + ": one"));
+}
+
+TEST_F(PstStore, CountsWhatItCouldNotCreateAsFailed) {
+  OpenMutable()->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  store.reset();
+  BuiltinOptions readOnly;
+  readOnly.readOnly = true;
+  SetBuiltinOptions(readOnly);
+  IAssetFolderMutable* mail = OpenMutable()->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  FakeSource<FakeEmail> source(kAssetFolderTypeEmail, {"one", "two"});
+  const CopyResult result = mail->CopyAssets(&source, nullptr, nullptr, nullptr);
+  SetBuiltinOptions({});
+  EXPECT_EQ(result.Code, OperationResultCode::CompletedWithError);
+  EXPECT_EQ(result.SuccessAssetCount, 0);
+  EXPECT_EQ(result.FailAssetCount, 2);
 }
 
 TEST_F(PstStore, CopiesNothingFromAnEmptyFolder) {
