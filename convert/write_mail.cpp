@@ -2,6 +2,7 @@
 // have files of their own.
 
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "convert/conversion_report.h"
@@ -26,6 +27,17 @@ namespace {
 // Holds the Return-Path here; published as PidTagOriginalMessageId.
 constexpr ULONG kReturnPathTag = PropTag(PT_UNICODE, 0x1046);
 constexpr LONG kCodePageUtf8 = 65001;
+
+// Readers take a NUL for the end of a text, and crashed mail programs left runs of them in their
+// files: what stands behind one must not be lost.
+template <typename Char>
+std::basic_string_view<Char> WithoutNuls(std::basic_string_view<Char> text,
+                                         std::basic_string<Char>& scratch) {
+  if (text.find(Char{}) == text.npos) return text;
+  scratch = text;
+  std::erase(scratch, Char{});
+  return scratch;
+}
 
 }  // namespace
 
@@ -61,8 +73,12 @@ bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message
 void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* message) {
   TsString text;
   email->get_Header(text);
-  if (text.getSizeAnsi() > 0)
-    SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A, text.getAnsi());
+  if (text.getSizeAnsi() > 0) {
+    std::string clean;
+    const bool hasNuls = WithoutNuls(text.viewAnsi(), clean).size() != text.getSizeAnsi();
+    SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A,
+                  hasNuls ? clean.c_str() : text.getAnsi());
+  }
 
   const auto writeField = [&](const char* field, ULONG tag) {
     text.clear();
@@ -125,14 +141,18 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
   SetPropLong(message, PR_INTERNET_CPID, kCodePageUtf8);
   TsString body;
   if (email->GetPlainTextBody(body)) {
-    const std::u16string_view text = body.viewUnicode();
+    std::u16string clean;
+    const std::u16string_view text = WithoutNuls(body.viewUnicode(), clean);
     parvane::convert::WritePropertyStream(
         *message, PR_BODY_W,
         {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
   }
   body.clear();
-  if (email->GetHtmlBody(body))
-    parvane::convert::WritePropertyStream(*message, PR_BODY_HTML_A, body.viewUtf8());
+  if (email->GetHtmlBody(body)) {
+    std::string clean;
+    parvane::convert::WritePropertyStream(*message, PR_BODY_HTML_A,
+                                          WithoutNuls(body.viewUtf8(), clean));
+  }
 }
 
 void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {

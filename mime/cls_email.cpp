@@ -114,6 +114,7 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
       if (!joined.empty()) joined.append(", ");
       joined.append(field.Value(scratch));
     }
+    std::erase(joined, '\0');
     mailboxes = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
   }
   return *mailboxes;

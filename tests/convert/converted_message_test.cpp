@@ -1,5 +1,7 @@
 // Converted messages, read back from the closed file and compared with what they came from.
 
+#include <algorithm>
+
 #include "tests/convert/mail_file.h"
 
 namespace {
@@ -88,6 +90,23 @@ TEST_F(ConvertedMessage, KeepsALongBodyWhole) {
   for (int i = 0; i < 100000; ++i) body += "Zeile " + std::to_string(i) + " mit Größe 𝄞\r\n";
   Convert({"Content-Type: text/plain; charset=utf-8\r\n\r\n" + body});
   EXPECT_EQ(Text(*Message(), PR_BODY_W), body);
+}
+
+TEST_F(ConvertedMessage, LosesNothingBehindANul) {
+  std::string text =
+      "From: A?B <a@b>\r\nSubject: c?d\r\nX: e?f\r\nX-Last: g\r\n"
+      "Content-Type: multipart/alternative; boundary=b\r\n\r\n"
+      "--b\r\nContent-Type: text/plain\r\n\r\nplain? text\r\n"
+      "--b\r\nContent-Type: text/html\r\n\r\n<p>?html</p>\r\n--b--\r\n";
+  std::replace(text.begin(), text.end(), '?', '\0');
+  Convert({text});
+  const auto message = Message();
+  EXPECT_EQ(Text(*message, PR_SENDER_NAME_W), "AB");
+  EXPECT_EQ(Text(*message, PR_SUBJECT_W), "cd");
+  const std::string header = Text(*message, PR_TRANSPORT_MESSAGE_HEADERS_W).value_or("");
+  EXPECT_NE(header.find("X: ef\r\nX-Last: g\r\n"), header.npos) << header;
+  EXPECT_EQ(Text(*message, PR_BODY_W), "plain text");
+  EXPECT_EQ(Bytes(*message, PR_HTML), "<p>html</p>");
 }
 
 TEST_F(ConvertedMessage, HasItsFlagsFromItsHeaders) {

@@ -13,6 +13,7 @@
 #include "convert/mime_to_mapi_message_converter.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/diagnostics.h"
+#include "mime/ts_byte_data.h"
 #include "mime/ts_email.h"
 #include "pst/pst_service.h"
 #include "tests/support/mapi_reading.h"
@@ -41,7 +42,9 @@ class MailFile : public testing::Test {
     for (const std::string& text : texts) {
       Tessary::TsEmail email;
       email.put_Utf8(true);
-      ASSERT_TRUE(email.SetFromMimeText(text.c_str()));
+      Tessary::TsByteData bytes;
+      bytes.append2(text.data(), text.size());
+      ASSERT_TRUE(email.SetFromMimeBytes(bytes));
       parvane::mapi::ComPointer<parvane::mapi::IMessage> message;
       _folder->CreateMessage(nullptr, 0, message.Put());
       ASSERT_TRUE(message);
