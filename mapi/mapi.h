@@ -1,5 +1,5 @@
-// Extended MAPI in whole: declarations only. Where the system's MAPI headers are needed too, they come
-// after this one: they define the same names as macros.
+// Extended MAPI in whole: declarations only. Where the system's MAPI headers are needed too, they
+// come after this one: they define the same names as macros.
 #pragma once
 
 #include "mapi/constants.h"
