@@ -90,6 +90,9 @@ bool TsMime::SetBodyFromEncoded(const char* encoding, const char* text) {
 bool TsMime::SetBodyFromEncoded(const char* encoding, const TsString& text) {
   return _implP->SetBody("SetBodyFromEncoded", View(encoding), text.impl().RawSlice());
 }
+bool TsMime::SetBodyFromEncoded(const char* encoding, const TsByteData& text) {
+  return _implP->SetBody("SetBodyFromEncoded", View(encoding), ByteSlice::Copy(text.view()));
+}
 bool TsMime::getEntireBody(TsString& out) {
   return GiveBytes(_implP->EntireBody(), _implP->Charset(), out);
 }

@@ -80,6 +80,7 @@ class TsMime {
   // entity's Content-Transfer-Encoding.
   bool SetBodyFromEncoded(const char* encoding, const char* text);
   bool SetBodyFromEncoded(const char* encoding, const TsString& text);
+  bool SetBodyFromEncoded(const char* encoding, const TsByteData& text);
   // The body with all sub-parts, without the entity's own header, still in its transfer encoding.
   bool getEntireBody(TsString& out);
   // The same decoded from its transfer encoding.

@@ -36,8 +36,7 @@ void LoadPart(TsMime& part, const std::vector<int>& partPath, const std::string&
   }
   TsString encoding;
   part.encoding(encoding);
-  const std::string text(file.view());
-  part.SetBodyFromEncoded(encoding.getUtf8(), text.c_str());
+  part.SetBodyFromEncoded(encoding.getUtf8(), file);
 }
 
 }  // namespace

@@ -39,6 +39,11 @@ TEST_F(EmlxParts, OfASinglePartAreNamedByTheMessageAlone) {
   TsMime mime = Load("X-Apple-Content-Length: 8\r\nContent-Transfer-Encoding: base64\r\n\r\n");
   LoadEMLXParts(&mime, {}, "1234", directory);
   EXPECT_EQ(Body(mime), "aGVsbG8=") << "not encoded a second time";
+  const std::string withNul("a\0b", 3);
+  disk.Write("5.emlxpart", withNul);
+  TsMime binary = Load("X-Apple-Content-Length: 3\r\nContent-Transfer-Encoding: binary\r\n\r\n");
+  LoadEMLXParts(&binary, {}, "5", directory);
+  EXPECT_EQ(Body(binary), withNul);
 }
 
 TEST_F(EmlxParts, ComeBackWhereTheyAreMarked) {
