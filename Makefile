@@ -3,6 +3,7 @@
 #
 #   make convert   build the program, turn the mailbox in examples/ into build/example.pst, list it
 #   make test      build everything and run all tests
+#   make windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
 #   make bench     whole-conversion benchmark (see docs/benchmarks.md)
 #   make format    let clang-format rewrite the sources
 
@@ -14,7 +15,7 @@ BUILD := build/$(PRESET)
 CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
 export CMAKE_CXX_COMPILER_LAUNCHER
 
-.PHONY: convert test build bench format format-check clean
+.PHONY: convert test windows bench format format-check clean
 
 convert:
 	@tools/install_dependencies.sh
@@ -28,6 +29,11 @@ test:
 	@cmake --preset $(PRESET)
 	@cmake --build $(BUILD)
 	@ctest --test-dir $(BUILD) --output-on-failure
+
+windows:
+	@tools/install_dependencies.sh windows
+	@cmake --preset windows-cross >/dev/null
+	@cmake --build build/windows-cross --target parvane
 
 bench:
 	@tools/install_dependencies.sh

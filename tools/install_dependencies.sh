@@ -2,8 +2,9 @@
 # Installs what is missing to build and test Parvane on Debian or Ubuntu; does nothing when all is
 # there.
 #
-#   install_dependencies.sh          what building needs
-#   install_dependencies.sh tests    the same, and what the tests and .ci/run need
+#   install_dependencies.sh            what building needs
+#   install_dependencies.sh GROUP...   the same, and what these need: "tests" (and .ci/run),
+#                                      "windows" (the Windows program and its tests under Wine)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -12,9 +13,16 @@ set -eu
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
 libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata"
+windows="g++-mingw-w64-x86-64-posix googletest wine wine64"
 
 wanted=$build
-[ "${1:-}" = tests ] && wanted="$build $tests"
+for group in "$@"; do
+  case $group in
+    tests) wanted="$wanted $tests" ;;
+    windows) wanted="$wanted $windows" ;;
+    *) echo "install_dependencies: unknown group $group" >&2; exit 2 ;;
+  esac
+done
 
 if ! command -v dpkg-query >/dev/null 2>&1; then
   echo "install_dependencies: no Debian package manager here; Parvane needs the equivalents of:" >&2
