@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "engine/destination_observer.h"
 #include "engine/source_observer.h"
 #include "platform/file.h"
 
@@ -120,6 +121,13 @@ namespace parvane::engine {
 bool ObserveSource(QuelmarMIMEEngineCommon::IAssetStore& store, SourceObserver* observer) {
   auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&store);
   if (base) base->SetSourceObserver(observer);
+  return base != nullptr;
+}
+
+bool ObserveDestination(QuelmarMIMEEngineCommon::IAssetStore& store,
+                        DestinationObserver* observer) {
+  auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&store);
+  if (base) base->SetDestinationObserver(observer);
   return base != nullptr;
 }
 

@@ -17,8 +17,9 @@
 #include "engine/values.h"
 
 namespace parvane::engine {
+class DestinationObserver;
 class SourceObserver;
-}
+}  // namespace parvane::engine
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -117,6 +118,13 @@ class AssetStoreBase : public virtual IAssetStore {
   // Null when nobody observes.
   parvane::engine::SourceObserver* Observer() const { return _observer; }
 
+  void SetDestinationObserver(parvane::engine::DestinationObserver* observer) {
+    _destinationObserver = observer;
+  }
+  parvane::engine::DestinationObserver* ObserverOfDestination() const {
+    return _destinationObserver;
+  }
+
  protected:
   AssetFolderBase* _storeRootAssetFolder = nullptr;  // in _folders
   NullableString _storeRootDiskPath;
@@ -125,6 +133,7 @@ class AssetStoreBase : public virtual IAssetStore {
  private:
   std::vector<std::unique_ptr<AssetFolderBase>> _folders;
   parvane::engine::SourceObserver* _observer = nullptr;
+  parvane::engine::DestinationObserver* _destinationObserver = nullptr;
 };
 
 class AssetQueryResult : public IAssetQueryResult, public Releasable {

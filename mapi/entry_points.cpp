@@ -1,6 +1,7 @@
 #include "mapi/entry_points.h"
 
 #include "mapi/results.h"
+#include "mapi/system_entry_points.h"
 
 namespace parvane::mapi {
 namespace {
@@ -29,16 +30,22 @@ void PARVANE_STDCALL NoFreeProws(SRowSet*) {}
 constexpr EntryPoints kNone = {NoInitialize,     NoUninitialize, NoAdminProfiles, NoLogonEx,
                                NoAllocateBuffer, NoAllocateMore, NoFreeBuffer,    NoFreeProws};
 
-EntryPoints& Selected() {
-  static EntryPoints selected = kNone;
-  return selected;
+struct Selection {
+  EntryPoints entryPoints = kNone;
+  bool made = false;
+};
+
+Selection& TheSelection() {
+  static Selection selection;
+  return selection;
 }
 
 }  // namespace
 
 void SelectEntryPoints(const EntryPoints& entryPoints) {
   const auto orNone = [](auto chosen, auto none) { return chosen != nullptr ? chosen : none; };
-  EntryPoints& selected = Selected();
+  TheSelection().made = true;
+  EntryPoints& selected = TheSelection().entryPoints;
   selected.MAPIInitialize = orNone(entryPoints.MAPIInitialize, kNone.MAPIInitialize);
   selected.MAPIUninitialize = orNone(entryPoints.MAPIUninitialize, kNone.MAPIUninitialize);
   selected.MAPIAdminProfiles = orNone(entryPoints.MAPIAdminProfiles, kNone.MAPIAdminProfiles);
@@ -49,6 +56,13 @@ void SelectEntryPoints(const EntryPoints& entryPoints) {
   selected.FreeProws = orNone(entryPoints.FreeProws, kNone.FreeProws);
 }
 
-const EntryPoints& SelectedEntryPoints() { return Selected(); }
+const EntryPoints& SelectedEntryPoints() {
+  Selection& selection = TheSelection();
+  if (!selection.made) {
+    const auto system = SystemEntryPoints();
+    SelectEntryPoints(system.ok() ? *system : EntryPoints());
+  }
+  return selection.entryPoints;
+}
 
 }  // namespace parvane::mapi

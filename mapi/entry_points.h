@@ -1,8 +1,9 @@
 // The functions through which a program enters Extended MAPI, and the choice of who answers them.
 //
 // One table is chosen before start-up, before the first call, and stays: the built-in
-// implementation's (mapi/builtin_entry_points.h) or that of the system's MAPI on Windows. Without
-// a choice every function fails cleanly with MAPI_E_NOT_INITIALIZED.
+// implementation's (mapi/builtin_entry_points.h) or that of the system's MAPI
+// (mapi/system_entry_points.h). Without a choice it is the system's on Windows; elsewhere every
+// function then fails cleanly with MAPI_E_NOT_INITIALIZED.
 #pragma once
 
 #include "mapi/session.h"

@@ -6,6 +6,7 @@
 
 namespace QuelmarMIMEEngineCommon {
 
+using parvane::engine::DestinationStep;
 using parvane::mapi::IMessage;
 
 namespace {
@@ -34,7 +35,7 @@ CopyResult PSTMAPIAssetFolderMutable::CopyAssets(IAssetFolder* sourceFolder,
   }
   while (item) {
     IMessage* message = nullptr;
-    _mapiFolderP->CreateMessage(nullptr, 0, &message);
+    Tell(DestinationStep::kCreateMessage, _mapiFolderP->CreateMessage(nullptr, 0, &message));
     const AutoReleaseIUnknown messageGuard(message);
     if (CopyAsset(*item, message, progressPresenter, logReport)) {
       ++result.SuccessAssetCount;
@@ -67,7 +68,7 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
   if (!converted && logReport)
     logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
   // Whatever a failed conversion managed to write stays.
-  if (message) message->SaveChanges(kSaveFlags);
+  if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
   if (logReport) logReport->WriteLog(details + u"\r\n\r\n", false, true);
   return converted;
 }

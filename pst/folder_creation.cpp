@@ -22,10 +22,12 @@ const char16_t* ContainerClass(AssetFolderType type) {
 }
 
 mapi::IMAPIFolder* OpenOrCreateFolder(mapi::IMAPIFolder& parent, const std::u16string& name,
-                                      const char16_t* comment) {
+                                      const char16_t* comment, mapi::HRESULT* result) {
   mapi::IMAPIFolder* folder = nullptr;
-  parent.CreateFolder(mapi::FOLDER_GENERIC, mapi::ToTString(name.c_str()), mapi::ToTString(comment),
-                      nullptr, mapi::MAPI_UNICODE | mapi::OPEN_IF_EXISTS, &folder);
+  const mapi::HRESULT created = parent.CreateFolder(
+      mapi::FOLDER_GENERIC, mapi::ToTString(name.c_str()), mapi::ToTString(comment), nullptr,
+      mapi::MAPI_UNICODE | mapi::OPEN_IF_EXISTS, &folder);
+  if (result) *result = created;
   return folder;
 }
 

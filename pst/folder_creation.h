@@ -12,9 +12,9 @@ namespace parvane::pst {
 const char16_t* ContainerClass(QuelmarMIMEEngineCommon::AssetFolderType type);
 
 // A folder of that name under `parent`, opened when there is one already; the caller owns it. Null
-// when the store refuses.
+// when the store refuses; `result` takes its answer.
 mapi::IMAPIFolder* OpenOrCreateFolder(mapi::IMAPIFolder& parent, const std::u16string& name,
-                                      const char16_t* comment);
+                                      const char16_t* comment, mapi::HRESULT* result = nullptr);
 
 // Writes the folder's class and saves it with `saveFlags`.
 void SetContainerClass(mapi::IMAPIFolder& folder, const char16_t* containerClass,

@@ -40,6 +40,12 @@ void PSTMAPIAssetFolder::Release() {
   AssetFolderBase::Release();
 }
 
+void PSTMAPIAssetFolderMutable::Tell(parvane::engine::DestinationStep step, HRESULT result) const {
+  const auto* store = dynamic_cast<const AssetStoreBase*>(_ownerStore);
+  if (store && store->ObserverOfDestination())
+    store->ObserverOfDestination()->MapiAnswered(step, result);
+}
+
 IAssetFolderMutable* PSTMAPIAssetFolderMutable::CreateAssetFolder(std::u16string_view folderName,
                                                                   AssetFolderType folderType) {
   for (IAssetFolderMutable* folder : _subFolders)
@@ -49,7 +55,10 @@ IAssetFolderMutable* PSTMAPIAssetFolderMutable::CreateAssetFolder(std::u16string
   auto* store = dynamic_cast<AssetStoreBase*>(_ownerStore);
   if (!_mapiFolderP || !store) return nullptr;
   const std::u16string name(folderName);
-  IMAPIFolder* created = parvane::pst::OpenOrCreateFolder(*_mapiFolderP, name, kFolderComment);
+  HRESULT result = 0;
+  IMAPIFolder* created =
+      parvane::pst::OpenOrCreateFolder(*_mapiFolderP, name, kFolderComment, &result);
+  Tell(parvane::engine::DestinationStep::kCreateFolder, result);
   if (!created) return nullptr;
   parvane::pst::SetContainerClass(*created, ContainerClassOf(folderType), 0);
   return store->MakeFolder<PSTMAPIAssetFolderMutable>(_mapiSessionP, created, name, folderType,

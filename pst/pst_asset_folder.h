@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "engine/asset_bases.h"
+#include "engine/destination_observer.h"
 #include "mapi/folder.h"
 
 namespace parvane::mapi {
@@ -49,6 +50,7 @@ class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
                         ILogger* logReport, ICancelable* cancelable) override;
 
  private:
+  void Tell(parvane::engine::DestinationStep step, parvane::mapi::HRESULT result) const;
   bool ConvertAsset(IAsset* asset, parvane::mapi::IMessage* message);
   bool CopyAsset(IAssetQueryResult& item, parvane::mapi::IMessage* message,
                  IProgressPresenter* progressPresenter, ILogger* logReport);

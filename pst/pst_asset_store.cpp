@@ -44,13 +44,13 @@ OperationResultCode PSTMAPIAssetStore::OpenStore(IProgressPresenter*, ICancelabl
 bool PSTMAPIAssetStore::OpenSession() {
   if (_released || !_storeRootDiskPath) return false;
   CloseSession();  // opened a second time
-  _mapiSessionP = CreatePST(*_storeRootDiskPath, kTemporaryProfileName);
+  _mapiSessionP = CreatePST(*_storeRootDiskPath, kTemporaryProfileName, ObserverOfDestination());
   return _mapiSessionP != nullptr;
 }
 
 IMAPIFolder* PSTMAPIAssetStore::OpenTopFolder() {
-  _messageStoreP = OpenDefaultMsgStore(_mapiSessionP);
-  return GetRootFolder(_messageStoreP, MAPI_BEST_ACCESS);
+  _messageStoreP = OpenDefaultMsgStore(_mapiSessionP, ObserverOfDestination());
+  return GetRootFolder(_messageStoreP, MAPI_BEST_ACCESS, ObserverOfDestination());
 }
 
 IAssetFolder* PSTMAPIAssetStore::GetDefaultFolder(AssetFolderType) { return nullptr; }
@@ -59,7 +59,9 @@ void PSTMAPIAssetStore::CloseSession() {
   if (_storeRootAssetFolder) std::exchange(_storeRootAssetFolder, nullptr)->Release();
   if (_messageStoreP) std::exchange(_messageStoreP, nullptr)->Release();
   if (_mapiSessionP) {
-    _mapiSessionP->Logoff(0, 0, 0);
+    const HRESULT loggedOff = _mapiSessionP->Logoff(0, 0, 0);
+    if (auto* observer = ObserverOfDestination())
+      observer->MapiAnswered(parvane::engine::DestinationStep::kLogOff, loggedOff);
     std::exchange(_mapiSessionP, nullptr)->Release();
   }
 }

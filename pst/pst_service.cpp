@@ -8,11 +8,14 @@
 #include "mapi/constants.h"
 #include "mapi/entry_points.h"
 #include "mapi/identifiers.h"
+#include "mapi/results.h"
 #include "mapi/tags.h"
 
 namespace QuelmarMIMEEngineCommon {
 
 using namespace parvane::mapi;
+using parvane::engine::DestinationObserver;
+using parvane::engine::DestinationStep;
 
 namespace {
 
@@ -90,16 +93,23 @@ SBinary* FindStore(IMAPITable& table) {
   return entryId;
 }
 
+// Success without the object that was asked for is none.
+void Tell(DestinationObserver* observer, DestinationStep step, HRESULT result, bool gotObject) {
+  if (observer) observer->MapiAnswered(step, gotObject || Failed(result) ? result : E_FAIL);
+}
+
 ENTRYID* ToEntryId(BYTE* bytes) { return reinterpret_cast<ENTRYID*>(bytes); }
 
 }  // namespace
 
 inline namespace PSTService {
 
-IMAPISession* CreatePST(const std::u16string& pstPath, const std::string& profileName) {
+IMAPISession* CreatePST(const std::u16string& pstPath, const std::string& profileName,
+                        DestinationObserver* observer) {
   if (pstPath.size() >= kPathLimit) return nullptr;
   ComPointer<IProfAdmin> profiles;
-  MAPIAdminProfiles(0, profiles.Put());
+  const HRESULT administered = MAPIAdminProfiles(0, profiles.Put());
+  Tell(observer, DestinationStep::kAdministerProfiles, administered, profiles.get());
   if (!profiles) return nullptr;
 
   const LPTSTR name = ToTString(profileName.c_str());
@@ -112,28 +122,33 @@ IMAPISession* CreatePST(const std::u16string& pstPath, const std::string& profil
     SPropValue path{};
     path.ulPropTag = PR_PST_PATH_W;
     path.Value.lpszW = const_cast<char16_t*>(pstPath.c_str());
-    services->ConfigureMsgService(&uid, 0, 0, 1, &path);
+    const HRESULT configured = services->ConfigureMsgService(&uid, 0, 0, 1, &path);
+    Tell(observer, DestinationStep::kConfigureService, configured, true);
   }
 
   IMAPISession* session = nullptr;
-  MAPILogonEx(0, ToTString(Widen(profileName).c_str()), ToTString(u""), kLogonFlags, &session);
+  const HRESULT loggedOn =
+      MAPILogonEx(0, ToTString(Widen(profileName).c_str()), ToTString(u""), kLogonFlags, &session);
+  Tell(observer, DestinationStep::kLogOn, loggedOn, session);
   return session;
 }
 
-IMsgStore* OpenDefaultMsgStore(IMAPISession* session) {
+IMsgStore* OpenDefaultMsgStore(IMAPISession* session, DestinationObserver* observer) {
   if (!session) return nullptr;
   ComPointer<IMAPITable> table;
   session->GetMsgStoresTable(0, table.Put());
   SBinary* entryId = table ? FindStore(*table.get()) : nullptr;
   IMsgStore* store = nullptr;
   // Also without an identifier, which then opens nothing.
-  session->OpenMsgStore(0, entryId ? entryId->cb : 0, entryId ? ToEntryId(entryId->lpb) : nullptr,
-                        nullptr, kOpenStoreFlags, &store);
+  const HRESULT opened = session->OpenMsgStore(0, entryId ? entryId->cb : 0,
+                                               entryId ? ToEntryId(entryId->lpb) : nullptr, nullptr,
+                                               kOpenStoreFlags, &store);
+  Tell(observer, DestinationStep::kOpenStore, opened, store);
   OrvMAPIUtilities::DeleteEntryId(&entryId);
   return store;
 }
 
-IMAPIFolder* GetRootFolder(IMsgStore* store, ULONG openFlags) {
+IMAPIFolder* GetRootFolder(IMsgStore* store, ULONG openFlags, DestinationObserver* observer) {
   if (!store) return nullptr;
   ULONG count = 0;
   MapiBuffer<SPropValue> properties;
@@ -142,8 +157,10 @@ IMAPIFolder* GetRootFolder(IMsgStore* store, ULONG openFlags) {
     return nullptr;
   ULONG objectType = 0;
   ComPointer<IMAPIFolder> folder;
-  store->OpenEntry(properties[0].Value.bin.cb, ToEntryId(properties[0].Value.bin.lpb), nullptr,
-                   openFlags, &objectType, folder.PutUnknown());
+  const HRESULT opened =
+      store->OpenEntry(properties[0].Value.bin.cb, ToEntryId(properties[0].Value.bin.lpb), nullptr,
+                       openFlags, &objectType, folder.PutUnknown());
+  Tell(observer, DestinationStep::kOpenTopFolder, opened, folder.get());
   return folder.Detach();
 }
 

@@ -10,7 +10,7 @@ namespace {
 #include "our_values.inc"
 }  // namespace
 
-// Ours must come first: theirs defines the same names as macros. Its MAPI identifiers are defined here.
+// Ours come first: theirs define the same names as macros. MAPI's identifiers are defined here.
 // clang-format off
 #include <windows.h>
 #include <initguid.h>

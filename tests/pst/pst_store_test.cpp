@@ -229,6 +229,38 @@ TEST_F(PstStore, CopiesEveryItemAndTellsOfEach) {
       << "failed items leave a message too";
 }
 
+// Steps by their number, those that failed with "!".
+class Steps : public parvane::engine::DestinationObserver {
+ public:
+  void MapiAnswered(parvane::engine::DestinationStep step, std::int32_t result) override {
+    told += (result < 0 ? "!" : "") + std::to_string(static_cast<int>(step)) + " ";
+  }
+  std::string told;
+};
+
+TEST_F(PstStore, AnObserverHearsWhatMapiAnswers) {
+  Steps steps;
+  store = std::make_unique<PSTMAPIAssetStoreMutable>(path, std::nullopt);
+  ASSERT_TRUE(parvane::engine::ObserveDestination(*store, &steps));
+  ASSERT_EQ(store->OpenStore(nullptr, nullptr, true, nullptr), OperationResultCode::Completed);
+  EXPECT_EQ(std::exchange(steps.told, {}), "0 1 2 3 4 ");
+  IAssetFolderMutable* top =
+      dynamic_cast<PSTMAPIAssetStoreMutable&>(*store).GetStoreRootFolderMutable();
+  FakeSource<FakeEmail> source(kAssetFolderTypeEmail, {"one", "!two"});
+  top->CreateAssetFolder(u"m", kAssetFolderTypeEmail)
+      ->CopyAssets(&source, nullptr, nullptr, nullptr);
+  EXPECT_EQ(std::exchange(steps.told, {}), "5 6 7 6 7 ");
+  store->Release();
+  EXPECT_EQ(std::exchange(steps.told, {}), "8 ");
+
+  // A folder where the file should be: the log-on works, but there is no store behind it.
+  store = std::make_unique<PSTMAPIAssetStoreMutable>(disk.Path(""), std::nullopt);
+  parvane::engine::ObserveDestination(*store, &steps);
+  EXPECT_EQ(store->OpenStore(nullptr, nullptr, true, nullptr), OperationResultCode::Failed);
+  EXPECT_EQ(steps.told, "0 !1 2 !3 ");
+  store.reset();
+}
+
 TEST_F(PstStore, CopiesOnlyItsOwnKind) {
   IAssetFolderMutable* top = OpenMutable();
   FakeSource<FakeContact> contacts(kAssetFolderTypeContact, {"c"});

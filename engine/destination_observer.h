@@ -1,0 +1,42 @@
+// What MAPI answered while a destination was opened, written and closed.
+//
+// Opening and copying discard MAPI's results on purpose: whoever must account for every message
+// installs an observer on the store before opening it. With the built-in MAPI there is a better
+// witness (mapi/diagnostics.h), which knows what has reached the file; with the system's MAPI
+// these results are all there is.
+//
+// All calls come on the conversion's thread, between OpenStore and the end of the store's release.
+#pragma once
+
+#include <cstdint>
+
+namespace QuelmarMIMEEngineCommon {
+class IAssetStore;
+}
+
+namespace parvane::engine {
+
+enum class DestinationStep {
+  kAdministerProfiles,
+  kConfigureService,  // creates the PST or opens the one that is there
+  kLogOn,
+  kOpenStore,
+  kOpenTopFolder,
+  kCreateFolder,
+  kCreateMessage,
+  kSaveMessage,  // accepted, which need not mean that it is in the file
+  kLogOff,
+};
+
+class DestinationObserver {
+ public:
+  virtual ~DestinationObserver() = default;
+  // `result` is an HRESULT: negative is failure. A step that was not reached is not reported.
+  virtual void MapiAnswered(DestinationStep step, std::int32_t result) = 0;
+};
+
+// Installs (or, with null, takes off) the observer of one store. The observer must outlive the
+// store. False when the store is not one of the engine's.
+bool ObserveDestination(QuelmarMIMEEngineCommon::IAssetStore& store, DestinationObserver* observer);
+
+}  // namespace parvane::engine
