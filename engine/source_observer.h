@@ -36,13 +36,15 @@ enum class SuspiciousSeparatorReason {
 
 enum class SkipReason {
   kNotAnMbox,              // right name, but does not begin with "From "
+  kDamagedBeginning,       // the same, but separator lines stand farther on
   kUnreadable,             // could not be opened or listed: see the status
   kOtherExtension,         // begins with "From " but is not named like a mailbox of this source
   kResourceForkCompanion,  // "._name"
   kOrphanSbd,              // a folder "name.sbd" without a mailbox "name"
   kSymbolicLinkLoop,       // leads back to a folder that is being read
   kTooDeep,                // folders nested beyond any real profile
-  kNotAFile,               // a FIFO, socket or device
+  kNotAFile,               // a FIFO, socket or device, or a link that leads nowhere
+  kSingleMessages,         // a folder with files of one message each (maildir, .eml)
 };
 
 // A leaf of a message that ended up in no property of its MAPI message.
@@ -69,16 +71,18 @@ class SourceObserver {
  public:
   virtual ~SourceObserver() = default;
 
-  // A message has been read from its file; exactly one call for each item a folder yields.
-  virtual void MessageRead(const MessageLocation& /*message*/) {}
+  // A message has been read from its file; exactly one call for each item a folder yields. `bytes`
+  // are the message's, `message.size` of them, and hold during the call.
+  virtual void MessageRead(const MessageLocation& /*message*/, std::string_view /*bytes*/) {}
   // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
                                   std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,
                                   std::string_view /*line*/) {}
   virtual void PathSkipped(std::u16string_view /*path*/, SkipReason /*reason*/,
                            const platform::Status& /*status*/) {}
-  // The file could not be opened, or reading broke off at `offset`. What was read before the break
-  // is handed on as a message like any other.
+  // The file could not be opened, reading broke off at `offset`, or the file became shorter or
+  // longer while it was read up to there. What was read before is handed on as a message like any
+  // other.
   virtual void ReadFailed(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
                           std::uint64_t /*offset*/, const platform::Status& /*status*/) {}
   // The message could not be parsed; its item exists and fails to convert. `dumpStatus` tells

@@ -59,6 +59,7 @@ bool MBOXAssetFolder::EnsureOpen() {
   }
   _mboxFileStreamP = std::move(stream).value();
   _mboxFileOpened = true;
+  _sizeAtStart = QueryTotalAssetUnits();
   return true;
 }
 
@@ -78,17 +79,35 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   } while (_message.empty() && !_mboxFileStreamP->Buffer().empty());
 
   engine::SourceObserver* observer = Observer();
-  if (observer && !_readErrorReported && !_mboxFileStreamP->status().ok()) {
-    _readErrorReported = true;
-    observer->ReadFailed(*this, _mboxFileStreamP->Position(), _mboxFileStreamP->status());
+  if (observer && !_mboxFileStreamP->status().ok()) ReportBreak(_mboxFileStreamP->status());
+  if (_message.empty()) {
+    if (observer) ReportChangeOfSize();
+    return nullptr;
   }
-  if (_message.empty()) return nullptr;
 
   const engine::MessageLocation location{this, _messageIndex++, offset, _message.size()};
-  if (observer) observer->MessageRead(location);
+  if (observer) observer->MessageRead(location, {_message.data(), _message.size()});
   const auto size = static_cast<std::int64_t>(_message.size());
   return std::make_unique<AssetQueryResult>(
       std::make_unique<MBOXEmailAsset>(TakeMessage(), observer, location), size);
+}
+
+void MBOXAssetFolder::ReportBreak(const platform::Status& why) {
+  if (std::exchange(_readErrorReported, true)) return;
+  Observer()->ReadFailed(*this, _mboxFileStreamP->Position(), why);
+}
+
+// A mail program that is at work on the file can only be seen by the file's size: at the end of
+// reading nobody knows whether the last messages are whole.
+void MBOXAssetFolder::ReportChangeOfSize() {
+  const auto now = platform::FileSystem::Default().Inspect(_mboxFilePath.value_or(u""));
+  if (now.kind != platform::FileKind::kFile) return;  // removed meanwhile, and read all the same
+  const auto read = static_cast<std::int64_t>(_mboxFileStreamP->Position());
+  const std::int64_t size = static_cast<std::int64_t>(now.size);
+  if (read == _sizeAtStart && read == size) return;
+  ReportBreak({platform::StatusCode::kIoError, "changed while it was read, from " +
+                                                   std::to_string(_sizeAtStart) + " to " +
+                                                   std::to_string(size) + " bytes"});
 }
 
 void MBOXAssetFolder::SeparatorFound(std::uint64_t offset, std::string_view line,

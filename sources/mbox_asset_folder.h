@@ -34,6 +34,8 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   parvane::engine::SourceObserver* Observer() const;
   bool EnsureOpen();
   ByteVector TakeMessage();
+  void ReportBreak(const parvane::platform::Status& why);
+  void ReportChangeOfSize();
   void SeparatorFound(std::uint64_t offset, std::string_view line, bool afterEmptyLine) override;
 
   NullableString _mboxFilePath;
@@ -41,6 +43,7 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   bool _mboxFileOpened = false;
   ByteVector _message;             // one buffer for all messages
   std::int64_t _messageIndex = 0;  // of the next message
+  std::int64_t _sizeAtStart = 0;   // of the file when it was opened
   bool _readErrorReported = false;
 };
 

@@ -31,7 +31,8 @@ class SourceWalk {
   std::vector<platform::DirectoryEntry> Enter(std::u16string_view directory);
   void Leave() { --_depth; }
 
-  // True when the file is to be read as a mailbox; the observer learns why another one is not.
+  // True when the file is to be read as a mailbox; the observer learns why another one is not, and
+  // whether it seems to hold mail all the same.
   bool AcceptMbox(std::u16string_view path);
 
   void Skipped(std::u16string_view path, engine::SkipReason reason,
@@ -42,6 +43,10 @@ class SourceWalk {
 
  private:
   static constexpr int kMaximumDepth = 100;
+
+  void SkippedUnlisted(std::u16string_view path) const;
+  void SkippedSingleMessages(std::u16string_view directory,
+                             const std::vector<platform::DirectoryEntry>& entries) const;
 
   QuelmarMIMEEngineCommon::IProgressPresenter* _progress;
   QuelmarMIMEEngineCommon::ICancelable* _cancelable;

@@ -44,7 +44,10 @@ class CancelAfter : public ICancelable {
 
 class Observer : public engine::SourceObserver {
  public:
-  void MessageRead(const engine::MessageLocation& message) override { messages.push_back(message); }
+  void MessageRead(const engine::MessageLocation& message, std::string_view bytes) override {
+    EXPECT_EQ(bytes.size(), message.size);
+    messages.push_back(message);
+  }
   void SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
                           engine::SuspiciousSeparatorReason reason,
                           std::string_view line) override {
@@ -85,13 +88,23 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
   disk.Write("m/Deep.sbd/d.mbox", kOneMessage);
   disk.MakeFolder("m/empty/very");
   disk.MakeFolder("m/folder.mbox");
+  const std::string message(kOneMessage);
+  disk.Write("m/half.mbox", "nd of a line\n\n" + message);
+  disk.Write("m/marked.mbox", "\xEF\xBB\xBF" + message);
+  disk.Write("m/quoted.mbox", "text\n>From a Tue Jan  1 00:00:00 2002\nFrom here\n");
+  disk.Write("m/letters/a.EML", "Subject: s\n");
+  disk.Write("m/letters/b.eml", "Subject: s\n");
+  disk.Write("m/maildir/cur/1.host:2,S", "Subject: s\n");
+  disk.MakeFolder("m/maildir/new");
+  disk.MakeFolder("m/maildir/tmp");
+  disk.Write("m/project/new/e.mbox", kOneMessage);
   disk.Link("m", "m/Deep.sbd/loop");
 
   MBOXAssetStore store(disk.Path("m"), std::nullopt);
   Observer observer;
   engine::ObserveSource(store, &observer);
   ASSERT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
-  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "m(B a Deep(d))");
+  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "m(B a Deep(d) project(new(e)))");
   EXPECT_EQ(store.GetDefaultFolder(kAssetFolderTypeEmail), nullptr);
 
   const IAssetFolder* root = store.GetStoreRootFolder();
@@ -108,7 +121,12 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
       {"._a.mbox", SkipReason::kResourceForkCompanion},
       {"b.txt", SkipReason::kOtherExtension},
       {"c.mbox", SkipReason::kNotAnMbox},
-      {"loop", SkipReason::kSymbolicLinkLoop}};
+      {"cur", SkipReason::kSingleMessages},
+      {"half.mbox", SkipReason::kDamagedBeginning},
+      {"letters", SkipReason::kSingleMessages},
+      {"loop", SkipReason::kSymbolicLinkLoop},
+      {"marked.mbox", SkipReason::kDamagedBeginning},
+      {"quoted.mbox", SkipReason::kNotAnMbox}};
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 
@@ -285,6 +303,28 @@ TEST_F(MboxFolder, TellsOfAFileThatCannotBeOpened) {
   EXPECT_EQ(observer.failures.size(), 1u);
   disk.Write("f", kOneMessage);
   EXPECT_NE(folder.QueryAsset(), nullptr) << "the next call tries again";
+}
+
+TEST_F(MboxFolder, TellsOfAFileThatChangesMeanwhile) {
+  const std::string message(kOneMessage);
+  struct Case {
+    const char* name;
+    std::string afterwards;
+    std::vector<std::uint64_t> failures;
+  };
+  for (const Case& c : std::initializer_list<Case>{
+           {"same size", std::string(2 * message.size(), 'x'), {}},
+           {"longer", message + message + "From", {2 * message.size() + 4}},
+           {"shorter", message, {2 * message.size()}},
+       }) {
+    observer.failures.clear();
+    MBOXAssetFolder folder(disk.Write("f", message + message), u"f", &store, nullptr);
+    EXPECT_NE(folder.QueryAsset(), nullptr);
+    disk.Write("f", c.afterwards);
+    EXPECT_EQ(Sizes(folder).size(), 1u);
+    EXPECT_EQ(folder.QueryAsset(), nullptr);
+    EXPECT_EQ(observer.failures, c.failures) << c.name;
+  }
 }
 
 TEST_F(MboxFolder, DumpsWhatCannotBeParsed) {
