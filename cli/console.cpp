@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <string>
 
+#include "cli/format.h"
+
 namespace parvane::cli {
 
 bool WriteOutput(std::string_view utf8) {
@@ -18,7 +20,7 @@ void WriteMessage(std::string_view utf8) {
 
 void WriteError(std::string_view text) {
   std::string line = "parvane: ";
-  for (char c : text) line += (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) ? '?' : c;
+  AppendPrintable(line, text);
   line += '\n';
   WriteMessage(line);
 }

@@ -1,14 +1,59 @@
 #include "cli/conversion_record.h"
 
+#include <fmt/format.h>
+
+#include "cli/format.h"
+#include "platform/file.h"
+#include "platform/text.h"
+
 namespace parvane::cli {
 
 using engine::SkipReason;
 using engine::SuspiciousSeparatorReason;
+using platform::PathForDisplay;
+
+std::string Describe(const ConversionRecord& record, const FailedMessage& failure) {
+  const FolderAccount& folder = record.folders[failure.folder];
+  const std::string name = failure.messageId.empty() ? "" : ", " + failure.messageId;
+  return fmt::format("{}, message {} (at byte {} of {}{}): {}", FolderPath(folder.path),
+                     failure.position, failure.offset, PathForDisplay(folder.sourcePath), name,
+                     failure.reason);
+}
+
+std::string Describe(const ConversionRecord& record, const SuspectedSeparator& separator) {
+  return fmt::format("{}, byte {}: {}: {}",
+                     PathForDisplay(record.folders[separator.folder].sourcePath), separator.offset,
+                     Describe(separator.reason), separator.line);
+}
+
+std::string Describe(const ConversionRecord& record, const LeftOutPart& part) {
+  const std::string name =
+      part.part.name.empty() ? "" : " \"" + platform::Utf16ToUtf8(part.part.name) + "\"";
+  return fmt::format(
+      "{}, message {}: {}{} ({})", FolderPath(record.folders[part.folder].path), part.position,
+      part.part.contentType.empty() ? "a part without a type" : part.part.contentType, name,
+      Size(part.part.size));
+}
+
+std::string Describe(const SkippedPath& path) {
+  std::string text = fmt::format("{}: {}", PathForDisplay(path.path), Describe(path.reason));
+  if (!path.detail.empty()) text += ": " + path.detail;
+  if (const std::string_view advice = Advice(path.reason); !advice.empty())
+    text += fmt::format(" ({})", advice);
+  return text;
+}
+
+std::string Describe(const ReadFailure& failure) {
+  return fmt::format("{}, at byte {}: {}", PathForDisplay(failure.path), failure.offset,
+                     failure.reason);
+}
 
 std::string_view Describe(SkipReason reason) {
   switch (reason) {
     case SkipReason::kNotAnMbox:
       return "does not begin with \"From \", so it is no mailbox";
+    case SkipReason::kDamagedBeginning:
+      return "something stands before its first separator line, so it is not read as a mailbox";
     case SkipReason::kUnreadable:
       return "could not be read";
     case SkipReason::kOtherExtension:
@@ -23,12 +68,16 @@ std::string_view Describe(SkipReason reason) {
       return "nested too deeply";
     case SkipReason::kNotAFile:
       return "not a regular file";
+    case SkipReason::kSingleMessages:
+      return "holds messages in files of their own (maildir, .eml), which are not read";
   }
   return "passed over";
 }
 
 std::string_view Advice(SkipReason reason) {
   switch (reason) {
+    case SkipReason::kDamagedBeginning:
+      return "remove what stands before its first line that begins with \"From \"";
     case SkipReason::kUnreadable:
       return "check its permissions and convert it again";
     case SkipReason::kOtherExtension:
@@ -37,6 +86,8 @@ std::string_view Advice(SkipReason reason) {
       return "make an empty file of the same name without .sbd beside it";
     case SkipReason::kTooDeep:
       return "convert the folder by itself";
+    case SkipReason::kSingleMessages:
+      return "let the program that keeps them export them as mbox";
     default:
       return {};
   }

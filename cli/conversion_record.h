@@ -23,6 +23,7 @@ struct Listing {
     ++total;
     if (entries.size() < kMostEntriesListed) entries.push_back(std::move(entry));
   }
+  bool empty() const { return total == 0; }
 };
 
 // One folder of the PST that took mail. read = written + failed once the PST is closed.
@@ -39,6 +40,7 @@ struct FailedMessage {
   std::size_t folder = 0;
   std::uint64_t position = 0;  // in its folder, from 1
   std::uint64_t offset = 0;    // in the source file, of its first header line
+  std::string messageId;       // empty when it has none
   std::string reason;
   std::string details;  // sender, date and subject, as far as they could be read
 };
@@ -60,7 +62,6 @@ struct SkippedPath {
   std::u16string path;
   engine::SkipReason reason{};
   std::string detail;
-  bool leftBehind = false;  // there is, or may be, mail in it
 };
 
 struct ReadFailure {
@@ -85,7 +86,8 @@ struct ConversionRecord {
   std::vector<FailedMessage> failures;
   Listing<LeftOutPart> leftOutParts;
   Listing<SuspectedSeparator> separators;
-  Listing<SkippedPath> skipped;
+  Listing<SkippedPath> leftBehind;  // there is, or may be, mail in them
+  Listing<SkippedPath> passedOver;  // there is none
   std::vector<ReadFailure> readFailures;
   std::vector<RenamedFolder> renamed;
   std::uint64_t withoutDate = 0;
@@ -101,11 +103,6 @@ struct ConversionRecord {
   std::uint64_t Written() const { return Sum(&FolderAccount::written); }
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
   std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
-  std::uint64_t LeftBehind() const {
-    std::uint64_t count = 0;
-    for (const SkippedPath& path : skipped.entries) count += path.leftBehind;
-    return count;
-  }
 
  private:
   std::uint64_t Sum(std::uint64_t FolderAccount::*count) const {
@@ -115,7 +112,13 @@ struct ConversionRecord {
   }
 };
 
-// In words.
+// In words; the logs and the summary say the same.
+std::string Describe(const ConversionRecord& record, const FailedMessage& failure);
+std::string Describe(const ConversionRecord& record, const SuspectedSeparator& separator);
+std::string Describe(const ConversionRecord& record, const LeftOutPart& part);
+std::string Describe(const SkippedPath& path);  // with advice where there is some
+std::string Describe(const ReadFailure& failure);
+
 std::string_view Describe(engine::SkipReason reason);
 std::string_view Describe(engine::SuspiciousSeparatorReason reason);
 // What the owner can do about mail that was left behind; empty when nothing needs doing.

@@ -1,6 +1,8 @@
 #include "cli/convert_command.h"
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <memory>
 
 #include <fmt/format.h>
@@ -37,9 +39,9 @@ using QuelmarMIMEEngineCommon::OperationResultCode;
 
 ProgressStyle StyleOf(const ConvertOptions& options) {
   if (options.quiet || options.progress == ProgressChoice::kNever) return ProgressStyle::kNone;
-  if (platform::IsInteractive(platform::StandardStream::kError)) return ProgressStyle::kLiveLine;
-  return options.progress == ProgressChoice::kAlways ? ProgressStyle::kPlainLines
-                                                     : ProgressStyle::kNone;
+  const bool live = options.progress == ProgressChoice::kAuto &&
+                    platform::IsInteractive(platform::StandardStream::kError);
+  return live ? ProgressStyle::kLiveLine : ProgressStyle::kPlainLines;
 }
 
 class Conversion {
@@ -77,28 +79,39 @@ class Conversion {
     return OpenSources(*sources);
   }
 
-  // A log must not replace the mail it is about.
+  static bool SameFile(const std::u16string& a, const std::u16string& b) {
+    if (a == b) return true;
+    const auto one = FileSystem::Default().Inspect(a), other = FileSystem::Default().Inspect(b);
+    return one.kind != platform::FileKind::kNone && one.kind == other.kind &&
+           one.device == other.device && one.identity == other.identity;
+  }
+
+  // A log must not replace the mail it is about, nor another log.
   Status CheckOutputsApart() const {
+    std::vector<std::u16string> taken = _options.sources;
+    taken.push_back(_destination.path);
+    const auto mail = std::ssize(taken);
     for (const std::u16string* output : {&_options.log, &_options.detailedLog, &_options.report}) {
       if (output->empty()) continue;
-      const auto there = FileSystem::Default().Inspect(*output);
-      std::vector<std::u16string> taken = _options.sources;
-      taken.push_back(_destination.path);
-      for (const std::u16string& path : taken) {
-        const auto other = FileSystem::Default().Inspect(path);
-        const bool sameFile = there.kind != platform::FileKind::kNone && there.kind == other.kind &&
-                              there.device == other.device && there.identity == other.identity;
-        if (sameFile || *output == path)
-          return {
-              platform::StatusCode::kInvalidArgument,
-              PathForDisplay(*output) + ": is mail to be read or written, not a place for a log"};
+      const auto same = std::find_if(taken.begin(), taken.end(), [&](const std::u16string& path) {
+        return SameFile(*output, path);
+      });
+      const auto pst = LooksLikePst(*output);
+      const bool isMail =
+          same - taken.begin() < mail || LooksLikeMailbox(*output) || (pst.ok() && *pst);
+      if (isMail || same != taken.end()) {
+        return {platform::StatusCode::kInvalidArgument,
+                PathForDisplay(*output) +
+                    (isMail ? ": is mail, not a place for a log" : ": is given for two logs")};
       }
+      taken.push_back(*output);
     }
     return {};
   }
 
   bool OpenSources(const std::vector<SourceStore>& sources) {
     if (_options.sources.size() > 1 && !_options.name.empty()) _plan.SetCommonTop(_options.name);
+    std::size_t mailFolders = 0;
     for (const SourceStore& source : sources) {
       std::unique_ptr<IAssetStore> store =
           StoreFactory::CreateStore(source.type, source.path, std::nullopt);
@@ -113,10 +126,14 @@ class Conversion {
         return Fail(PathForDisplay(source.path) + ": could not be opened");
       _plan.AddStore(*store, source.topName, source.type == CWLEngine::kMBOXAssetStore);
       _stores.push_back(std::move(store));
+      // A source may be several stores, some of them empty.
+      const bool last = &source == &sources.back() || (&source)[1].source != source.source;
+      if (!last) continue;
+      if (_plan.MailFolders() == mailFolders)
+        return Fail(PathForDisplay(_options.sources[source.source]) + ": no mail found in it");
+      mailFolders = _plan.MailFolders();
     }
     _record.renamed = _plan.renamed();
-    if (_plan.MailFolders() == 0)
-      return Fail(PathForDisplay(_options.sources.front()) + ": no mail found in it");
     return true;
   }
 
@@ -154,6 +171,9 @@ class Conversion {
     std::uint64_t bytesBefore = 0;
     std::vector<IAssetFolderMutable*> made;
     for (const PlannedFolder& planned : _plan.folders()) {
+      // Folders without items would never ask.
+      _record.interrupted = _interrupt.Requested();
+      if (_record.interrupted) return;
       IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
       made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
       if (!planned.TakesMail()) continue;
@@ -229,7 +249,7 @@ class Conversion {
 
   // Tells the account in all the ways asked for.
   ExitCode Close(bool began) {
-    const std::string summary = began ? Summary(_record) : std::string();
+    const std::string summary = began ? Summary(_record) : SummaryOfNothing(_record);
     if (began) _logs.Both(summary);
     if (!_record.error.empty()) _logs.Both("ERROR: " + _record.error);
     if (Status closed = _logs.Close(); !closed.ok()) Fail(closed);

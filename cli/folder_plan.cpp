@@ -53,7 +53,7 @@ void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::
 
 void FolderPlan::AddStore(const IAssetStore& store, std::u16string_view topName, bool holdsItself) {
   const IAssetFolder* root = store.GetStoreRootFolder();
-  if (!root) return;
+  if (!root || root->GetSubFolders().empty()) return;
   const bool ownTop = !holdsItself && !topName.empty();
   const std::size_t parent = ownTop ? AddFolder(topName, _commonTop) : _commonTop;
   for (IAssetFolder* folder : root->GetSubFolders())

@@ -31,8 +31,9 @@ class FolderPlan {
  public:
   // Every store's mail goes below this folder.
   void SetCommonTop(std::u16string_view name) { _commonTop = AddFolder(name, kTopFolder); }
-  // Adds the tree of an opened store. `topName` empty: its folders go directly under the top.
-  // `holdsItself`: the store's root has one folder, which stands for the source and takes topName.
+  // Adds the tree of an opened store, if it holds any folder. `topName` empty: its folders go
+  // directly under the top. `holdsItself`: the store's root has one folder, which stands for the
+  // source and takes topName.
   void AddStore(const QuelmarMIMEEngineCommon::IAssetStore& store, std::u16string_view topName,
                 bool holdsItself);
 

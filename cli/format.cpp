@@ -92,6 +92,17 @@ std::string FolderPath(const std::vector<std::u16string>& path) {
   return joined;
 }
 
+void AppendPrintable(std::string& out, std::string_view utf8) {
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(utf8[i]);
+    // U+0080 to U+009F are controls too.
+    const bool pair =
+        byte == 0xC2 && i + 1 < utf8.size() && static_cast<unsigned char>(utf8[i + 1]) < 0xA0;
+    out += byte < 0x20 || byte == 0x7F || pair ? ' ' : utf8[i];
+    i += pair;
+  }
+}
+
 unsigned Columns(std::string_view utf8) {
   unsigned columns = 0;
   while (!utf8.empty()) {
@@ -113,12 +124,7 @@ std::string FitColumns(std::string_view utf8, unsigned columns) {
       if (columns > 0) out += "…";
       return out;
     }
-    const bool control = static_cast<unsigned char>(utf8[0]) < 0x20 || utf8[0] == 0x7F;
-    if (control) {
-      out += ' ';
-    } else {
-      out.append(utf8.substr(0, c.bytes));
-    }
+    AppendPrintable(out, utf8.substr(0, c.bytes));
     used += c.columns;
     if (used < columns) lengthBeforeCut = out.size();
     utf8.remove_prefix(c.bytes);

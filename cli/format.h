@@ -24,6 +24,8 @@ std::string IsoTime(platform::FileTime time);
 std::string ShortTime(platform::FileTime time);
 // Folder names joined by " / ".
 std::string FolderPath(const std::vector<std::u16string>& path);
+// Appends the text with a space for every control character, which a terminal might obey.
+void AppendPrintable(std::string& out, std::string_view utf8);
 // The text in one line of at most `columns` terminal columns, cut with "…"; wide characters count
 // twice, control characters become spaces.
 std::string FitColumns(std::string_view utf8, unsigned columns);

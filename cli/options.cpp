@@ -68,7 +68,7 @@ SourceChoice SourceNamed(const std::string& name) {
 }
 
 ProgressChoice ProgressNamed(const std::string& name) {
-  return name == "always"  ? ProgressChoice::kAlways
+  return name == "lines"   ? ProgressChoice::kLines
          : name == "never" ? ProgressChoice::kNever
                            : ProgressChoice::kAuto;
 }
@@ -104,9 +104,12 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command.add_option("--report", raw.report, "write the account of the conversion as JSON")
       ->type_name("FILE");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
-  command.add_option("--progress", raw.progress, "show progress; auto: on a terminal")
-      ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
-      ->type_name("auto|always|never");
+  command
+      .add_option("--progress", raw.progress,
+                  "auto: one live line on a terminal, elsewhere a line every few seconds; "
+                  "lines: these everywhere")
+      ->check(CLI::IsMember({"auto", "lines", "never"}).description(""))
+      ->type_name("auto|lines|never");
   command.footer(kConvertExamples);
 }
 

@@ -12,7 +12,7 @@
 namespace parvane::cli {
 
 enum class SourceChoice { kAuto, kMbox, kThunderbird };
-enum class ProgressChoice { kAuto, kAlways, kNever };
+enum class ProgressChoice { kAuto, kLines, kNever };
 
 struct ConvertOptions {
   std::vector<std::u16string> sources;  // at least one

@@ -1,5 +1,5 @@
-// Progress on standard error: one live line on a terminal, a plain line every few seconds elsewhere
-// when asked for.
+// Progress on standard error: one live line on a terminal, a plain line every few seconds
+// elsewhere.
 //
 //   Inbox  12.3 of 45.6 MB  27%  3,210 messages  41.0 MB/s  0:02 left
 #pragma once

@@ -81,8 +81,8 @@ class ReportWriter {
     _json.Key("bytes").Number(_record.Bytes());
     _json.Key("partsLeftOut").Number(_record.leftOutParts.total);
     _json.Key("suspectedSeparators").Number(_record.separators.total);
-    _json.Key("pathsPassedOver").Number(_record.skipped.total);
-    _json.Key("pathsLeftBehind").Number(_record.LeftBehind());
+    _json.Key("pathsPassedOver").Number(_record.passedOver.total + _record.leftBehind.total);
+    _json.Key("pathsLeftBehind").Number(_record.leftBehind.total);
     _json.Key("readFailures").Number(_record.readFailures.size());
     _json.Key("withoutDate").Number(_record.withoutDate);
     _json.Key("unreadableDate").Number(_record.unreadableDate);
@@ -118,6 +118,8 @@ class ReportWriter {
       Place(failure.folder);
       _json.Key("position").Number(failure.position);
       _json.Key("offset").Number(failure.offset);
+      _json.Key("messageId");
+      failure.messageId.empty() ? _json.Null() : _json.String(failure.messageId);
       _json.Key("reason").String(failure.reason);
       _json.Key("details").String(failure.details);
       _json.EndObject();
@@ -154,16 +156,19 @@ class ReportWriter {
 
   void Skipped() {
     _json.Key("passedOver").BeginArray();
-    for (const SkippedPath& entry : _record.skipped.entries) {
-      _json.BeginObject();
-      _json.Key("path").String(PathForDisplay(entry.path));
-      _json.Key("reason").String(Describe(entry.reason));
-      _json.Key("detail").String(entry.detail);
-      _json.Key("leftBehind").Bool(entry.leftBehind);
-      _json.Key("advice").String(Advice(entry.reason));
-      _json.EndObject();
-    }
+    for (const SkippedPath& entry : _record.leftBehind.entries) Skipped(entry, true);
+    for (const SkippedPath& entry : _record.passedOver.entries) Skipped(entry, false);
     _json.EndArray();
+  }
+
+  void Skipped(const SkippedPath& entry, bool leftBehind) {
+    _json.BeginObject();
+    _json.Key("path").String(PathForDisplay(entry.path));
+    _json.Key("reason").String(Describe(entry.reason));
+    _json.Key("detail").String(entry.detail);
+    _json.Key("leftBehind").Bool(leftBehind);
+    _json.Key("advice").String(Advice(entry.reason));
+    _json.EndObject();
   }
 
   void ReadFailures() {
@@ -198,7 +203,7 @@ class ReportWriter {
 ExitCode Outcome(const ConversionRecord& record) {
   if (!record.error.empty()) return ExitCode::kCouldNotFinish;
   if (record.interrupted) return ExitCode::kInterrupted;
-  if (record.Failed() > 0 || record.LeftBehind() > 0 || !record.readFailures.empty())
+  if (record.Failed() > 0 || !record.leftBehind.empty() || !record.readFailures.empty())
     return ExitCode::kMailLeftBehind;
   return ExitCode::kDone;
 }

@@ -13,6 +13,8 @@ ExitCode Outcome(const ConversionRecord& record);
 
 // A line for each folder, the totals, and a line for whatever the owner of the mail should know.
 std::string Summary(const ConversionRecord& record);
+// When the conversion did not begin: only what was found on the way to that.
+std::string SummaryOfNothing(const ConversionRecord& record);
 
 // The JSON report; docs/manual.md describes its fields. Fields are added without notice, the
 // version changes when one changes its meaning or goes.

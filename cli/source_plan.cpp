@@ -52,7 +52,7 @@ Result<Beginning> LookAtBeginning(std::u16string_view path) {
 struct Evidence {
   bool mboxFiles = false;    // "name.mbox"
   bool mailFiles = false;    // no extension, begins with a separator line
-  bool indexFiles = false;   // "name.msf"
+  bool indexFiles = false;   // "name.msf" of a mailbox
   bool subfolders = false;   // "name" beside the folder "name.sbd"
   bool profileRoot = false;  // "prefs.js" beside "Mail" or "ImapMail"
 
@@ -61,10 +61,9 @@ struct Evidence {
 
 Evidence LookInto(std::u16string_view folder, const std::vector<DirectoryEntry>& entries) {
   Evidence evidence;
-  std::set<std::u16string_view> fileNames;
-  for (const DirectoryEntry& entry : entries) {
-    if (entry.kind == FileKind::kFile) fileNames.insert(entry.name);
-  }
+  std::set<std::u16string_view> fileNames, folderNames;
+  for (const DirectoryEntry& entry : entries)
+    (entry.kind == FileKind::kFolder ? folderNames : fileNames).insert(entry.name);
   bool preferences = false, mailFolder = false;
   for (const DirectoryEntry& entry : entries) {
     const std::u16string extension = platform::ExtensionOfPath(entry.name);
@@ -75,7 +74,9 @@ Evidence LookInto(std::u16string_view folder, const std::vector<DirectoryEntry>&
     } else if (entry.kind == FileKind::kFile) {
       preferences |= entry.name == u"prefs.js";
       evidence.mboxFiles |= SameName(extension, u".mbox") && !entry.name.starts_with(u"._");
-      evidence.indexFiles |= SameName(extension, u".msf");
+      // That of an account stands beside the account's folder.
+      evidence.indexFiles |=
+          SameName(extension, u".msf") && !folderNames.contains(platform::StemOfPath(entry.name));
       if (extension.empty() && entry.size > 0 && !evidence.mailFiles) {
         auto beginning = LookAtBeginning(platform::JoinPath(folder, entry.name));
         evidence.mailFiles = beginning.ok() && *beginning == Beginning::kMail;
@@ -134,7 +135,10 @@ class Recogniser {
 
   Result<std::vector<SourceStore>> Run() {
     for (const std::u16string& source : _options.sources) {
+      const std::size_t before = _stores.size();
       if (Status status = Add(WithoutTrailingSeparators(source)); !status.ok()) return status;
+      for (std::size_t i = before; i < _stores.size(); ++i)
+        _stores[i].source = static_cast<std::size_t>(&source - _options.sources.data());
     }
     return std::move(_stores);
   }
@@ -219,6 +223,11 @@ std::u16string NameForSource(std::u16string_view path) {
     if (SameName(extension, mailbox) && !stem.empty()) return stem;
   }
   return name;
+}
+
+bool LooksLikeMailbox(std::u16string_view path) {
+  const auto beginning = LookAtBeginning(path);
+  return beginning.ok() && *beginning == Beginning::kMail;
 }
 
 Result<std::vector<SourceStore>> RecogniseSources(const ConvertOptions& options) {

@@ -16,6 +16,7 @@ struct SourceStore {
   std::u16string path;
   // The folder that takes its mail; empty: the mail folders go directly under the PST's top.
   std::u16string topName;
+  std::size_t source = 0;  // its place among those of the command line
 };
 
 // Looks at every source:
@@ -29,6 +30,9 @@ struct SourceStore {
 //
 // The status of the first source that cannot be used names it and says why.
 platform::Result<std::vector<SourceStore>> RecogniseSources(const ConvertOptions& options);
+
+// Whether a file is there and begins with a separator line, as mailboxes do.
+bool LooksLikeMailbox(std::u16string_view path);
 
 // What a folder made for this path is called: the last component, without the extension of a
 // mailbox file.

@@ -26,36 +26,22 @@ class SummaryWriter {
     Folders();
     Totals();
     Unfinished();
-    LeftOut();
+    Lists();
     Dates();
-    List(_record.failures.size(), "Failed messages", [&](std::size_t i) {
-      const FailedMessage& failure = _record.failures[i];
-      return fmt::format("{}, message {}: {}", FolderPath(_record.folders[failure.folder].path),
-                         failure.position, failure.reason);
-    });
-    List(_record.readFailures.size(), "Files that could not be read to their end",
-         [&](std::size_t i) {
-           const ReadFailure& failure = _record.readFailures[i];
-           return fmt::format("{}: {}", PathForDisplay(failure.path), failure.reason);
-         });
-    Skipped();
-    if (_record.separators.total > 0) {
-      Line(fmt::format("Separator lines that may have cut a message in two: {} (see the logs)",
-                       WithThousands(_record.separators.total)));
-    }
-    List(_record.renamed.size(), "Renamed folders", [&](std::size_t i) {
-      const RenamedFolder& renamed = _record.renamed[i];
-      return fmt::format("\"{}\" is now {}", platform::Utf16ToUtf8(renamed.wanted),
-                         FolderPath(renamed.path));
-    });
     if (_record.pstSize > kLargePst)
       Line("The PST is larger than 20 GB; Outlook is slow with files of that size");
     return std::move(_text);
   }
 
+  // Nothing was converted; what there is to say is why.
+  std::string RunWithoutTotals() {
+    PathLists();
+    return std::move(_text);
+  }
+
  private:
   void Line(std::string_view line) {
-    _text += line;
+    AppendPrintable(_text, line);
     _text += '\n';
   }
 
@@ -91,10 +77,22 @@ class SummaryWriter {
     Line("Not finished: mail that comes after the last message read is not in the PST");
   }
 
-  void LeftOut() {
-    if (_record.leftOutParts.total == 0) return;
-    Line(fmt::format("Attachments and other parts left out of their messages: {} (see the report)",
-                     WithThousands(_record.leftOutParts.total)));
+  void Lists() {
+    List(_record.failures, "Failed messages");
+    PathLists();
+    List(_record.separators, "Separator lines that may have cut a message in two");
+    List(_record.leftOutParts, "Parts left out of their messages");
+    List(_record.renamed, "Renamed folders", [](const RenamedFolder& renamed) {
+      return fmt::format("\"{}\" is now {}", platform::Utf16ToUtf8(renamed.wanted),
+                         FolderPath(renamed.path));
+    });
+  }
+
+  // Mail left behind first, each with what to do about it.
+  void PathLists() {
+    List(_record.readFailures, "Files that were not read as they are");
+    List(_record.leftBehind, "Mail left behind");
+    List(_record.passedOver, "Passed over, no mail found in them");
   }
 
   void Dates() {
@@ -108,27 +106,32 @@ class SummaryWriter {
           fmt::format("Messages whose date was repaired: {}", WithThousands(_record.repairedDate)));
   }
 
-  void Skipped() {
-    // Mail left behind first, each with what to do about it; the rest only as a number.
-    std::vector<const SkippedPath*> leftBehind;
-    for (const SkippedPath& path : _record.skipped.entries) {
-      if (path.leftBehind) leftBehind.push_back(&path);
-    }
-    List(leftBehind.size(), "Mail left behind", [&](std::size_t i) {
-      const SkippedPath& path = *leftBehind[i];
-      return fmt::format("{}: {} ({})", PathForDisplay(path.path), Describe(path.reason),
-                         Advice(path.reason));
-    });
-    const std::uint64_t others = _record.skipped.total - leftBehind.size();
-    if (others > 0) Line(fmt::format("Passed over, no mail in them: {}", Counted(others, "file")));
+  template <typename Entry, typename InWords>
+  void List(const std::vector<Entry>& entries, std::uint64_t total, std::string_view heading,
+            InWords inWords) {
+    if (total == 0) return;
+    Line(fmt::format("{}: {}", heading, WithThousands(total)));
+    const std::size_t named = std::min(entries.size(), kMostNamed);
+    for (std::size_t i = 0; i < named; ++i) Line("  " + inWords(entries[i]));
+    if (total > named) Line(fmt::format("  and {} more", WithThousands(total - named)));
   }
-
-  template <typename Describe>
-  void List(std::size_t count, std::string_view heading, Describe describe) {
-    if (count == 0) return;
-    Line(fmt::format("{}: {}", heading, WithThousands(count)));
-    for (std::size_t i = 0; i < std::min(count, kMostNamed); ++i) Line("  " + describe(i));
-    if (count > kMostNamed) Line(fmt::format("  and {} more", WithThousands(count - kMostNamed)));
+  template <typename Entry>
+  void List(const std::vector<Entry>& entries, std::uint64_t total, std::string_view heading) {
+    List(entries, total, heading, [this](const Entry& entry) {
+      if constexpr (requires { Describe(_record, entry); }) {
+        return Describe(_record, entry);
+      } else {
+        return Describe(entry);
+      }
+    });
+  }
+  template <typename Entry, typename... InWords>
+  void List(const std::vector<Entry>& entries, std::string_view heading, InWords... inWords) {
+    List(entries, entries.size(), heading, inWords...);
+  }
+  template <typename Entry>
+  void List(const Listing<Entry>& listing, std::string_view heading) {
+    List(listing.entries, listing.total, heading);
   }
 
   const ConversionRecord& _record;
@@ -138,5 +141,9 @@ class SummaryWriter {
 }  // namespace
 
 std::string Summary(const ConversionRecord& record) { return SummaryWriter(record).Run(); }
+
+std::string SummaryOfNothing(const ConversionRecord& record) {
+  return SummaryWriter(record).RunWithoutTotals();
+}
 
 }  // namespace parvane::cli

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "cli/format.h"
+#include "cli/message_id.h"
 #include "platform/file.h"
 #include "platform/text.h"
 
@@ -78,17 +79,17 @@ void Witness::FinishItem() {
   }
   _item.failed = !_itemProblem.empty();
   if (_item.failed) AddFailure(_item, std::move(_itemProblem), OneLine(_itemDetails));
-  if (saved) _uncommitted.push_back(_item);
+  if (saved) _uncommitted.push_back(std::move(_item));
   CountCommitted();
 }
 
 void Witness::AddFailure(const Item& item, std::string reason, std::string details) {
   FolderAccount& folder = _record.folders[item.folder];
   ++folder.failed;
-  _logs.Both(fmt::format("FAILED: {}, message {} (at byte {} of {}): {}", FolderPath(folder.path),
-                         item.position, item.offset, PathForDisplay(folder.sourcePath), reason));
-  _record.failures.push_back(
-      {item.folder, item.position, item.offset, std::move(reason), std::move(details)});
+  FailedMessage failure{item.folder,    item.position,     item.offset,
+                        item.messageId, std::move(reason), std::move(details)};
+  _logs.Both("FAILED: " + Describe(_record, failure));
+  _record.failures.push_back(std::move(failure));
 }
 
 void Witness::CountCommitted() {
@@ -131,9 +132,10 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
   }
 }
 
-void Witness::MessageRead(const engine::MessageLocation& message) {
+void Witness::MessageRead(const engine::MessageLocation& message, std::string_view bytes) {
   if (!_copying) return;
-  _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset};
+  _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset,
+           MessageIdOf(bytes)};
   _itemOpen = true;
   _itemProblem.clear();
   _itemDetails.clear();
@@ -142,30 +144,28 @@ void Witness::MessageRead(const engine::MessageLocation& message) {
   folder.bytes += message.size;
 }
 
-void Witness::SeparatorSuspected(const IAssetFolder& folder, std::uint64_t offset,
+void Witness::SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
                                  engine::SuspiciousSeparatorReason reason, std::string_view line) {
   if (!_copying) return;
   const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(line));
-  _logs.Both(fmt::format("CHECK: {}, byte {}: a message may be cut in two here, {}: {}",
-                         PathForDisplay(DiskPath(folder)), offset, Describe(reason), text));
-  _record.separators.Add({_folder, offset, reason, text});
+  const SuspectedSeparator separator{_folder, offset, reason, text};
+  _logs.Both("CHECK: a message may be cut in two here: " + Describe(_record, separator));
+  _record.separators.Add(separator);
 }
 
 void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
                           const platform::Status& status) {
   const bool leftBehind = MeansMailLeftBehind(reason);
-  _logs.Both(fmt::format("{}: {}: {}{}{}", leftBehind ? "LEFT BEHIND" : "Passed over",
-                         PathForDisplay(path), Describe(reason), status.ok() ? "" : ": ",
-                         status.message()));
-  _record.skipped.Add({std::u16string(path), reason, status.message(), leftBehind});
+  const SkippedPath skipped{std::u16string(path), reason, status.message()};
+  _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(skipped));
+  (leftBehind ? _record.leftBehind : _record.passedOver).Add(skipped);
 }
 
 void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
                          const platform::Status& status) {
-  const std::u16string path = DiskPath(folder);
-  _logs.Both(fmt::format("LEFT BEHIND: {}, from byte {} on: {}", PathForDisplay(path), offset,
-                         status.message()));
-  _record.readFailures.push_back({path, offset, status.message()});
+  const ReadFailure failure{DiskPath(folder), offset, status.message()};
+  _logs.Both("LEFT BEHIND: " + Describe(failure));
+  _record.readFailures.push_back(failure);
 }
 
 void Witness::MessageNotParsed(const engine::MessageLocation&, const platform::Status& dumpStatus) {
@@ -178,10 +178,9 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   if (!_itemOpen) return;
   if (!success && _itemProblem.empty()) _itemProblem = "could not be converted";
   for (const engine::UnconvertedPart& part : notes.unconvertedParts) {
-    _logs.Detailed(fmt::format("LEFT OUT of message {}: {} {} ({})", _item.position,
-                               part.contentType, platform::Utf16ToUtf8(part.name),
-                               Size(part.size)));
-    _record.leftOutParts.Add({_item.folder, _item.position, part});
+    const LeftOutPart leftOut{_item.folder, _item.position, part};
+    _logs.Detailed("LEFT OUT: " + Describe(_record, leftOut));
+    _record.leftOutParts.Add(leftOut);
   }
   _record.withoutDate += notes.dateMissing;
   _record.unreadableDate += notes.dateUnreadable;

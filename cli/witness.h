@@ -42,7 +42,7 @@ class Witness : public engine::SourceObserver,
   // ILogger
   void WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) override;
   // SourceObserver
-  void MessageRead(const engine::MessageLocation& message) override;
+  void MessageRead(const engine::MessageLocation& message, std::string_view bytes) override;
   void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
                           engine::SuspiciousSeparatorReason reason, std::string_view line) override;
   void PathSkipped(std::u16string_view path, engine::SkipReason reason,
@@ -59,6 +59,7 @@ class Witness : public engine::SourceObserver,
     std::size_t folder = 0;
     std::uint64_t position = 0;
     std::uint64_t offset = 0;
+    std::string messageId;
     bool failed = false;
   };
 

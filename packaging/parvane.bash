@@ -13,18 +13,16 @@ _parvane() {
       return
       ;;
     --progress)
-      mapfile -t COMPREPLY < <(compgen -W 'auto always never' -- "$current")
+      mapfile -t COMPREPLY < <(compgen -W 'auto lines never' -- "$current")
       return
       ;;
     --name | --size-limit) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --size-limit --log
-      --detailed-log --report --progress --quiet --help' -- "$current")
+      --detailed-log --report --progress -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --help' -- "$current")
-  elif [[ $current == -* && $command == check ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
   else

@@ -4,6 +4,8 @@
 #include "cli/folder_names.h"
 #include "cli/format.h"
 #include "cli/json_writer.h"
+#include "cli/message_id.h"
+#include "cli/report.h"
 
 namespace parvane::cli {
 namespace {
@@ -48,7 +50,8 @@ TEST(Format, ColumnsOfATerminal) {
            {"日本語", 4, "日…"},
            {"a\tb\x1b", 9, "a b "},
            {"e\u0301te\u0301", 3, "e\u0301te\u0301"},
-           {"\xE6\x97", 5, "\xE6\x97"},  // cut in the middle of a character
+           {"\xE6\x97", 5, "\xE6\x97"},           // cut in the middle of a character
+           {"\u009B31m\u00A0", 9, " 31m\u00A0"},  // a control of one character
        }) {
     EXPECT_EQ(FitColumns(c.text, c.columns), c.fitted) << c.text << " in " << c.columns;
     EXPECT_LE(Columns(FitColumns(c.text, c.columns)), c.columns) << c.text;
@@ -88,6 +91,46 @@ TEST(JsonWriter, EscapesAndNests) {
   EXPECT_EQ(json.Take(),
             "{\n  \"text\": \"a\\\"\\\\\\n\\u0001\",\n  \"wide\": \"é\uFFFD\",\n  \"none\": [],\n"
             "  \"list\": [\n    1,\n    true,\n    null\n  ],\n  \"seconds\": 61.007\n}\n");
+}
+
+TEST(MessageIds, AreFoundInTheHeaderOnly) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Message-ID: <a@b>\r\n\r\n", "<a@b>"},
+      {"X: y\r\nmessage-id : <a@b> \r\nX: z\r\n", "<a@b>"},
+      {"Message-Id:\r\n\t<a\x1b@\r\n b>\r\n\r\n", "<a@b>"},
+      {"Message-ID: <a@b>", "<a@b>"},
+      {"Message-ID:\r\n ", ""},
+      {"X-Message-ID: <a@b>\r\nMessage-IDs: <c@d>\r\n\r\nMessage-ID: <e@f>\r\n", ""},
+      {"", ""},
+  };
+  for (const auto& [message, id] : cases) EXPECT_EQ(MessageIdOf(message), id) << message;
+}
+
+// What is rare in tests of the whole program: large files, long lists, dates.
+TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
+  ConversionRecord record;
+  record.destination = u"mail.pst";
+  record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 1'200, 1'188, 12, 0});
+  for (std::uint64_t i = 1; i <= 12; ++i)
+    record.failures.push_back({0, i, 100 * i, i == 2 ? "<2@x>" : "", "why", ""});
+  record.leftBehind.Add({u"a\x1b.txt", engine::SkipReason::kOtherExtension, ""});
+  record.withoutDate = 2;
+  record.unreadableDate = 1;
+  record.pstSize = 20'000'000'000;
+  EXPECT_EQ(Summary(record).find("20 GB; Outlook is slow"), std::string::npos);
+  ++record.pstSize;
+  const std::string text = Summary(record);
+  for (const char* line :
+       {"Inbox      1,200 read      1,188 written      12 failed\n",
+        "1,200 messages read, 1,188 written, 12 failed: mail.pst (20.0 GB), 0:00\n",
+        "Failed messages: 12\n  Inbox, message 1 (at byte 100 of Inbox.mbox): why\n"
+        "  Inbox, message 2 (at byte 200 of Inbox.mbox, <2@x>): why\n",
+        "message 10 (at byte 1000 of Inbox.mbox): why\n  and 2 more\n",
+        "Mail left behind: 1\n  a .txt: begins like a mailbox but is not named like one (",
+        "Messages without a date: 2\n", "Messages whose date could not be read: 1\n",
+        "The PST is larger than 20 GB; Outlook is slow with files of that size\n"})
+    EXPECT_NE(text.find(line), std::string::npos) << line << "not in\n" << text;
+  EXPECT_EQ(Outcome(record), ExitCode::kMailLeftBehind);
 }
 
 }  // namespace

@@ -6,11 +6,13 @@ mail and the structural checker that are not part of the project).
 import json
 import os
 import pathlib
+import pty
 import re
 import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 PARVANE = os.environ['PARVANE']
@@ -24,36 +26,81 @@ class Run:
     """The outcome of one program."""
 
     def __init__(self, arguments, **options):
-        options.setdefault('timeout', TIME_LIMIT)
+        options = {'timeout': TIME_LIMIT, 'stderr': subprocess.PIPE, **options}
         done = subprocess.run([str(a) for a in arguments], stdin=subprocess.DEVNULL,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+                              stdout=subprocess.PIPE, **options)
         self.code = done.returncode
         self.out = done.stdout.decode('utf-8', 'replace')
-        self.err = done.stderr.decode('utf-8', 'replace')
+        self.err = (done.stderr or b'').decode('utf-8', 'replace')
 
     def __str__(self):
         return f'exit {self.code}\n--- stdout\n{self.out[-4000:]}\n--- stderr\n{self.err[-4000:]}'
 
 
 class PstTest(unittest.TestCase):
-    """Each test works in a folder of its own, self.folder, which goes when it is done."""
+    """Each test works in a folder of its own, self.folder, which goes when it is done.
+
+    Every PST that the program has left there by then is judged, whatever the test was about: it is
+    free of faults, and an independent reader counts as many messages in it as the program lists.
+    """
 
     maxDiff = 4000
 
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix='parvane-'))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.judged = {}  # path: its state when readers agreed on it, or when the test wrote it
+
+    def tearDown(self):
+        for pst in sorted(self.folder.rglob('*.pst')):
+            if self.judged.get(pst) != self.state(pst):
+                self.check_structure(pst)
+                self.check_lspst(pst, self.listing(pst)['totals']['messages'])
+
+    @staticmethod
+    def state(path):
+        status = path.stat()
+        return status.st_ino, status.st_size, status.st_mtime_ns
+
+    @staticmethod
+    def has_grown(path, size):
+        try:
+            return path.stat().st_size > size
+        except FileNotFoundError:
+            return False
 
     def write(self, name, data):
         path = self.folder / name
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(data)
+        self.judged[path] = self.state(path)
         return path
 
     def parvane(self, *arguments, program=PARVANE, **options):
         # A home of its own, so that the error dump of a test stays with the test.
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
         return Run([program, *arguments], env=environment, **options)
+
+    def parvane_on_terminal(self, *arguments):
+        """With a terminal as its standard error."""
+        reader, writer = pty.openpty()
+        text = []
+
+        def read():
+            try:
+                while data := os.read(reader, 65536):
+                    text.append(data)
+            except OSError:  # how Linux tells that the other side is closed
+                pass
+        watcher = threading.Thread(target=read)
+        watcher.start()
+        environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), TERM='xterm')
+        run = Run([PARVANE, *arguments], env=environment, stderr=writer)
+        os.close(writer)
+        watcher.join()
+        os.close(reader)
+        run.err = b''.join(text).decode('utf-8')
+        return run
 
     def convert(self, *arguments, code=0, **options):
         """Converts, checks the exit code and the account's arithmetic, and returns the report."""
@@ -86,6 +133,7 @@ class PstTest(unittest.TestCase):
         self.check_lspst(pst, messages)
         self.check_pff(pst, messages)
         self.check_structure(pst)
+        self.judged[pst] = self.state(pst)
 
     def check_readpst(self, pst, messages):
         out = self.folder / 'readpst'

@@ -15,7 +15,7 @@ class Check(PstTest):
     def damage(self, offset):
         data = bytearray(self.pst.read_bytes())
         data[offset] ^= 1
-        self.pst.write_bytes(data)
+        self.write(self.pst.name, data)
 
     def test_a_sound_file(self):
         before = self.pst.read_bytes()

@@ -73,12 +73,16 @@ class Refusals(PstTest):
     def test_read_only_destination_and_unreadable_source(self):
         source = self.write('mail/Inbox.mbox', mailboxes.many(2))
         locked = self.write('mail/locked.mbox', mailboxes.many(2))
+        behind = [self.write(f'mail/{name}/a.mbox', mailboxes.many(2)) for name in ('dark', 'dim')]
+        last = self.write('mail/light/a.mbox', mailboxes.many(1))
         closed = self.folder / 'closed'
         closed.mkdir()
         shared = self.folder / 'shared'
         shared.mkdir()
-        for path in (self.folder, source.parent):
+        for path in (self.folder, source.parent, last.parent):
             path.chmod(0o755)
+        behind[0].parent.chmod(0)  # not to be listed
+        behind[1].parent.chmod(0o444)  # to be listed, and no more
         closed.chmod(0o555)
         shared.chmod(0o777)
         locked.chmod(0)
@@ -89,12 +93,15 @@ class Refusals(PstTest):
         run = self.parvane('convert', locked, shared / 'out.pst', **plain)
         self.assert_one_line(run, locked, 'denied')
 
-        # Among others it is passed over, and the exit code says that mail was left behind.
+        # Among others it is passed over, as are folders, each alone; the exit code says that mail
+        # was left behind.
         run = self.parvane('convert', source.parent, shared / 'out.pst', **plain)
         self.assertEqual(run.code, 1, run)
-        self.assertIn(str(locked), run.out)
-        self.assertEqual(self.listed_folders(shared / 'out.pst'),
-                         {('mail',): 0, ('mail', 'Inbox'): 2})
+        self.assertIn('Mail left behind: 3\n', run.out)
+        for path in (locked, behind[0].parent, behind[1]):
+            self.assertIn(f'  {path}: could not be read: ', run.out)
+        self.assertEqual(self.listed_folders(shared / 'out.pst'), {
+            ('mail',): 0, ('mail', 'Inbox'): 2, ('mail', 'light'): 0, ('mail', 'light', 'a'): 1})
 
 
 class Stops(PstTest):
@@ -115,6 +122,14 @@ class Stops(PstTest):
                 self.assertIn(str(pst), account['error'])
                 self.assertLess(account['totals']['written'], 200)
                 self.assert_account_is_true(account, pst)
+                self.assertTrue(account['failures'])
+                for failure in account['failures']:
+                    self.assertIn('File too large', failure['reason'])
+                    name = f'<{failure["position"] - 1}.generated@example.org>'
+                    self.assertEqual(failure['messageId'], name)
+                    message = source.read_bytes()[failure['offset']:]
+                    self.assertTrue(message.startswith(b'From: Ingrid'), failure)
+                    self.assertIn(name.encode(), message[:1000])
 
     def test_no_space_at_all(self):
         source = self.write('Inbox.mbox', mailboxes.many(5))
@@ -140,6 +155,33 @@ class Stops(PstTest):
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
             env=environment)
 
+    def test_sources_that_change_meanwhile(self):
+        count = 20_000
+        cut = self.write('mail/a cut.mbox', mailboxes.many(count))
+        gone = self.write('mail/b gone.mbox', mailboxes.many(1))
+        self.write('mail/c good.mbox', mailboxes.many(1))
+        pst, report = self.folder / 'out.pst', self.folder / 'report.json'
+        process = self.start(cut.parent, pst, report)
+        while process.poll() is None and not self.has_grown(pst, 300_000):
+            time.sleep(0.001)
+        process.send_signal(signal.SIGSTOP)
+        os.truncate(cut, cut.stat().st_size // 4 * 3)
+        gone.unlink()
+        process.send_signal(signal.SIGCONT)
+        out, err = process.communicate(timeout=300)
+        self.assertEqual((process.returncode, err), (1, b''), out)
+        account = json.loads(report.read_text(encoding='utf-8'))
+        first, second = account['readFailures']
+        self.assertEqual((first['path'], first['offset']), (str(cut), cut.stat().st_size))
+        self.assertIn('changed while it was read', first['reason'])
+        self.assertEqual((second['path'], second['offset']), (str(gone), 0))
+        self.assertIn('No such file', second['reason'])
+        for path in (cut, gone):
+            self.assertIn(f'  {path}, at byte ', out.decode())
+        self.assertEqual(account['folders'][-1]['written'], 1)
+        self.assertLess(account['totals']['read'], count)
+        self.assert_account_is_true(account, pst)
+
     def stop_in_the_middle(self, pst, *signals):
         """Converts, and sends the signals when the PST has grown; a machine too fast for that gets
         a longer mailbox."""
@@ -148,7 +190,7 @@ class Stops(PstTest):
         while True:
             source = self.write('Inbox.mbox', mailboxes.many(count))
             process = self.start(source, pst, report)
-            while process.poll() is None and not (pst.exists() and pst.stat().st_size > 1_000_000):
+            while process.poll() is None and not self.has_grown(pst, 1_000_000):
                 time.sleep(0.001)
             for number in signals:
                 process.send_signal(number)

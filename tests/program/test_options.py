@@ -1,7 +1,11 @@
 """The command line: options, names, logs, listings, and what wrong usage gets."""
 import json
 import os
+import pathlib
+import re
+import signal
 import subprocess
+import time
 import unittest
 
 import mailboxes
@@ -28,10 +32,27 @@ class Usage(PstTest):
     def test_help_and_version(self):
         for arguments, text in ((['--version'], 'parvane '), (['--help'], 'convert'),
                                 (['convert', '--help'], 'Examples:'),
-                                (['list', '--help'], 'Examples:')):
+                                (['list', '--help'], 'Examples:'),
+                                (['check', '--help'], 'Examples:')):
             run = self.parvane(*arguments)
             self.assertEqual((run.code, run.err), (0, ''), run)
             self.assertIn(text, run.out)
+
+
+    def test_every_option_is_explained_and_completed(self):
+        top = pathlib.Path(__file__).parents[2]
+        manual = (top / 'docs/manual.md').read_text('utf-8')
+        page = (top / 'packaging/parvane.1').read_text('utf-8').replace('\\-', '-')
+        completion = (top / 'packaging/parvane.bash').read_text('utf-8')
+        for command in ('convert', 'list', 'check'):
+            options = set(re.findall(r'--[a-z-]+', self.parvane(command, '--help').out)) - {'--help'}
+            self.assertGreaterEqual(len(options), 2)
+            words = re.search(r"\$command == %s \]\]; then\n.*?compgen -W '(.*?)'" % command,
+                              completion, re.S)[1].split()
+            self.assertLessEqual(options, set(words), command)
+            for option in options:
+                for text in (manual, page):
+                    self.assertIn(option, text)
 
 
 class Destinations(PstTest):
@@ -97,19 +118,78 @@ class Destinations(PstTest):
         self.assertEqual(self.listed_folders(self.pst), {('caf\ufffd',): 2})
 
 
-class Profiles(PstTest):
+class Recognition(PstTest):
+    """What a source is, by itself and under --from."""
 
-    def test_accounts_of_a_profile(self):
-        for path in ('Mail/Local Folders/Inbox', 'Mail/Local Folders/Inbox.sbd/Work',
-                     'ImapMail/imap.example.org/Inbox'):
-            self.write(f'p.default/{path}', mailboxes.many(2))
-        self.write('p.default/prefs.js', b'// settings\n')
-        pst = self.folder / 'out.pst'
-        self.convert(self.folder / 'p.default', pst)
-        self.assertEqual(self.listed_folders(pst), {
-            ('Local Folders',): 0, ('Local Folders', 'Inbox'): 2,
-            ('Local Folders', 'Inbox', 'Work'): 2,
-            ('imap.example.org',): 0, ('imap.example.org', 'Inbox'): 2})
+    FILES = {
+        'p.default/prefs.js': 0, 'p.default/Mail/Local Folders/Inbox': 2,
+        'p.default/Mail/Local Folders/Inbox.msf': 0,
+        'p.default/Mail/Local Folders/Inbox.sbd/Work': 1,
+        'p.default/Mail/smart mailboxes/Inbox.msf': 0,
+        'p.default/ImapMail/imap.example.org.msf': 0,
+        'p.default/ImapMail/imap.example.org/INBOX': 3,
+        'boxes/lists.mbox': 2, 'boxes/old/2002.MBOX': 1,
+        'both/Inbox': 1, 'both/Inbox.msf': 0, 'both/saved.mbox': 2,
+        'bare': 4, 'empty': 0, 'saved.mail': 1,
+    }
+    LOCAL = 'p.default/Mail/Local Folders'
+    LOCAL_TREE = {('Inbox',): 2, ('Inbox', 'Work'): 1}
+    ACCOUNTS = {('Local Folders',): 0, ('Local Folders', 'Inbox'): 2,
+                ('Local Folders', 'Inbox', 'Work'): 1}
+    IMAP = {('imap.example.org',): 0, ('imap.example.org', 'INBOX'): 3}
+    BOXES = {('boxes',): 0, ('boxes', 'lists'): 2, ('boxes', 'old'): 0, ('boxes', 'old', '2002'): 1}
+
+    def setUp(self):
+        super().setUp()
+        for name, messages in self.FILES.items():
+            self.write(f'm/{name}', mailboxes.many(messages))
+        self.pst = self.folder / 'out.pst'
+
+    def test_sources(self):
+        def under(top, tree):
+            return {(top,): 0, **{(top, *path): count for path, count in tree.items()}}
+        cases = (
+            ('p.default', (), {**self.ACCOUNTS, **self.IMAP}, 0),
+            ('p.default/', ('--from', 'thunderbird'), {**self.ACCOUNTS, **self.IMAP}, 0),
+            ('p.default/Mail', (), self.ACCOUNTS, 0),
+            ('p.default/ImapMail/', (), self.IMAP, 0),
+            (self.LOCAL, (), self.LOCAL_TREE, 0),
+            (self.LOCAL, ('--name', 'Local'), under('Local', self.LOCAL_TREE), 0),
+            (f'{self.LOCAL}/Inbox', (), {('Inbox',): 2}, 0),
+            ('bare', ('--from', 'mbox'), {('bare',): 4}, 0),
+            ('empty', (), {('empty',): 0}, 0),
+            ('saved.mail', (), {('saved',): 1}, 0),
+            ('boxes', (), self.BOXES, 0),
+            ('boxes/', ('--from', 'mbox'), self.BOXES, 0),
+            # What the other kind of reader would have taken is named, not lost.
+            ('both', (), {('Inbox',): 1}, 1),
+            ('both', ('--from', 'mbox'), {('both',): 0, ('both', 'saved'): 2}, 1),
+        )
+        for source, options, tree, code in cases:
+            with self.subTest(source=source, options=options):
+                account = self.convert('--overwrite', *options, f'{self.folder}/m/{source}',
+                                       self.pst, code=code)
+                self.assertEqual(self.listed_folders(self.pst), tree)
+                self.assertEqual(account['totals']['pathsLeftBehind'], code)
+
+    def test_several_at_once(self):
+        self.convert(self.folder / 'm/p.default', self.folder / 'm/boxes', self.folder / 'm/bare',
+                     self.folder / 'm' / self.LOCAL, self.pst)
+        again = {(path[0] + ' (2)', *path[1:]): count for path, count in self.ACCOUNTS.items()}
+        self.assertEqual(self.listed_folders(self.pst),
+                         {**self.ACCOUNTS, **self.IMAP, **self.BOXES, ('bare',): 4, **again})
+
+    def test_sources_without_mail(self):
+        for source, options in (('boxes', ('--from', 'thunderbird')),
+                                (self.LOCAL, ('--from', 'mbox')),
+                                ('p.default/Mail/smart mailboxes', ())):
+            with self.subTest(source=source, options=options):
+                # Beside one that has some, too: nobody asked for half of the sources.
+                run = self.parvane('convert', *options, self.folder / 'm/bare',
+                                   self.folder / 'm' / source, self.pst)
+                self.assertEqual(run.code, 3, run)
+                self.assertIn(f'{source}: no mail found in it', run.err)
+                self.assertFalse(self.pst.exists())
 
 
 class Output(PstTest):
@@ -123,7 +203,7 @@ class Output(PstTest):
 
     def test_logs(self):
         brief, detailed = self.folder / 'brief.log', self.folder / 'detailed.log'
-        run = self.parvane('convert', '--quiet', '--log', brief, '--detailed-log', detailed,
+        run = self.parvane('convert', '-q', '--log', brief, '--detailed-log', detailed,
                            self.source, self.pst)
         self.assertEqual((run.code, run.out, run.err), (0, '', ''), run)
         brief, detailed = brief.read_text('utf-8'), detailed.read_text('utf-8')
@@ -144,6 +224,26 @@ class Output(PstTest):
         self.assertRegex(run.out, r'  Inbox +3 messages, 3 unread, [0-9.]+ kB\n')
         self.assertRegex(run.out, r'\* 2019-03-01 07:00  Ingrid +message 0\n')
 
+    def test_what_the_owner_should_know(self):
+        mail = self.write('know.mbox', (
+            b'From a@b Fri Mar  1 07:00:00 2019\nSubject: no date\n\n'
+            b'From here on it is text\nmore\n'
+            b'From b@c Fri Mar  1 07:00:00 2019\nSubject: bad date\nDate: the other day\n\nb\n\n'
+            b'From b@c Fri Mar  1 07:00:00 2019\nDate: Fri, 01 Mar 2019 07:00:00 +0000\n'
+            b'Content-Type: multipart/mixed; boundary=o\n\n'
+            b'--o\n\nfirst\n--o\nContent-Type: text/plain\n\nsecond\n--o--\n'))
+        log = self.folder / 'brief.log'
+        run = self.parvane('convert', '--log', log, '--name', ' know\t', mail, self.pst)
+        self.assertEqual((run.code, run.err), (0, ''), run)
+        for text in (run.out, log.read_text('utf-8')):
+            for line in ('  %s, byte 52: no date behind "From ": From here on it is text\n' % mail,
+                         '  %s, byte 81: no empty line before it: From b@c Fri Mar' % mail,
+                         'Parts left out of their messages: 1\n'
+                         '  know_, message 4: text/plain (6 bytes)\n',
+                         '  " know " is now know_\n', 'Messages without a date: 2\n',
+                         'Messages whose date could not be read: 1\n'):
+                self.assertIn(line, text)
+
     def test_listing_leaves_the_file_alone(self):
         self.parvane('convert', self.source, self.pst)
         before = self.pst.read_bytes(), self.pst.stat().st_mtime_ns
@@ -151,12 +251,49 @@ class Output(PstTest):
         self.listing(self.pst, '--messages')
         self.assertEqual((self.pst.read_bytes(), self.pst.stat().st_mtime_ns), before)
 
-    def test_a_log_never_replaces_mail(self):
-        source = self.source / 'Inbox.mbox'
+    def test_a_log_never_replaces_mail_or_another_log(self):
+        source, log = self.source / 'Inbox.mbox', self.folder / 'log'
         before = source.read_bytes()
-        run = self.parvane('convert', '--log', source, source, self.pst)
-        self.assertEqual(run.code, 3, run)
-        self.assertEqual(source.read_bytes(), before)
+        for arguments in (('--log', source, source), ('--report', source, self.source),
+                          ('--detailed-log', self.pst, source),
+                          ('--log', log, '--report', log, source)):
+            with self.subTest(arguments):
+                run = self.parvane('convert', *arguments, self.pst)
+                self.assertEqual(run.code, 3, run)
+                self.assertEqual(len(run.err.splitlines()), 1, run)
+                self.assertEqual((source.read_bytes(), self.pst.exists()), (before, False))
+
+    def test_progress(self):
+        many = self.write('many.mbox', mailboxes.many(20_000))
+        few = self.write('few.mbox', mailboxes.many(1))
+        line = r'many  [0-9.]+ [kM]B of [0-9.]+ MB  \d+%  [0-9,]+ messages?  [0-9.]+ [kM]B/s'
+        for option, source, terminal, says in (
+                ('auto', many, True, line), ('never', many, True, None),
+                ('lines', few, True, None), ('auto', few, False, None)):
+            with self.subTest(option=option, terminal=terminal):
+                run = self.parvane_on_terminal if terminal else self.parvane
+                run = run('convert', '--overwrite', '--progress', option, source, self.pst)
+                self.assertEqual(run.code, 0, run)
+                if says:
+                    self.assertRegex(run.err, r'\r' + says)
+                    self.assertTrue(run.err.endswith('\r\x1b[K'), run)  # the live line is gone
+                else:
+                    self.assertEqual(run.err, '', run)  # too short for the first line
+
+    def test_progress_lines(self):
+        """Where nobody watches, a line comes every five seconds: a machine that is too fast for
+        that sleeps meanwhile."""
+        source = self.write('many.mbox', mailboxes.many(20_000))
+        process = subprocess.Popen([PARVANE, 'convert', str(source), str(self.pst)],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        while process.poll() is None and not self.has_grown(self.pst, 300_000):
+            time.sleep(0.001)
+        process.send_signal(signal.SIGSTOP)
+        time.sleep(5.1)
+        process.send_signal(signal.SIGCONT)
+        out, err = process.communicate(timeout=300)
+        self.assertEqual(process.returncode, 0, err)
+        self.assertRegex(err.decode(), r'^many  .*  \d+%  .* messages?  .*/s  [\d:]+ left\n')
 
     def test_a_closed_output_does_not_stop_the_work(self):
         reader, writer = os.pipe()
