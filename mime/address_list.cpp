@@ -297,7 +297,102 @@ bool LooksLikeAddress(std::u16string_view name) {
   return at != kNone && at > 0 && at + 1 < name.size() && name.find_first_of(u" ,;<>\"=") == kNone;
 }
 
+bool MustBeQuoted(char16_t c) {
+  switch (c) {
+    case u'"':
+    case u'\\':
+    case u'(':
+    case u')':
+    case u',':
+    case u':':
+    case u';':
+    case u'<':
+    case u'>':
+    case u'@':
+    case u'[':
+    case u']':
+    case u'.':
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Reads `"name" < address >` where nothing in it has a meaning of its own.
+class RewrittenReader {
+ public:
+  explicit RewrittenReader(std::string_view list) : _list(list) {}
+
+  bool Read(std::vector<MailBox>& out) {
+    do {
+      std::string_view name;
+      std::string_view address;
+      if (!ReadName(name) || !ReadAddress(address)) return false;
+      MailBox& mailbox = out.emplace_back();
+      platform::AppendUtf8AsUtf16(name, mailbox.name);
+      platform::AppendUtf8AsUtf16(address, mailbox.address);
+    } while (Take(','));
+    return _next == _list.size();
+  }
+
+ private:
+  static bool IsPrintable(char c) { return c >= ' ' && c <= '~'; }
+
+  bool Take(char c) {
+    while (_next < _list.size() && _list[_next] == ' ') ++_next;
+    if (_next == _list.size() || _list[_next] != c) return false;
+    ++_next;
+    return true;
+  }
+
+  // Without "?", which encoded words have.
+  bool ReadName(std::string_view& name) {
+    if (!Take('"')) return false;
+    const std::size_t start = _next;
+    while (_next < _list.size() && _list[_next] != '"') {
+      const char c = _list[_next++];
+      if (!IsPrintable(c) || c == '\\' || c == '?') return false;
+    }
+    name = _list.substr(start, _next - start);
+    while (name.ends_with(' ')) name.remove_suffix(1);
+    while (name.starts_with(' ')) name.remove_prefix(1);
+    return Take('"');
+  }
+
+  bool ReadAddress(std::string_view& address) {
+    if (!Take('<')) return false;
+    while (_next < _list.size() && _list[_next] == ' ') ++_next;
+    const std::size_t start = _next;
+    for (; _next < _list.size() && _list[_next] != ' ' && _list[_next] != '>'; ++_next) {
+      switch (_list[_next]) {
+        case '<':
+        case '"':
+        case '(':
+        case ')':
+        case ',':
+        case ';':
+        case ':':
+        case '\\':
+          return false;
+        default:
+          if (!IsPrintable(_list[_next])) return false;
+      }
+    }
+    address = _list.substr(start, _next - start);
+    return !address.empty() && address.front() != '@' && Take('>');
+  }
+
+  std::string_view _list;
+  std::size_t _next = 0;
+};
+
 }  // namespace
+
+bool ParseRewrittenList(std::string_view list, std::vector<MailBox>& out) {
+  if (RewrittenReader(list).Read(out)) return true;
+  out.clear();
+  return false;
+}
 
 std::vector<MailBox> ParseAddressList(std::u16string_view list) {
   std::vector<MailBox> mailboxes;
@@ -317,9 +412,15 @@ std::vector<MailBox> ParseAddressList(std::u16string_view list) {
 
 std::u16string FormatMailBox(const MailBox& mailbox) {
   if (mailbox.name.empty()) return mailbox.address;
-  const bool plain = mailbox.name.find_first_of(u"\"\\(),:;<>@[].") == std::u16string::npos;
-  std::u16string text =
-      plain ? mailbox.name : u'"' + QuelmarMIMEEngineCommon::EscapeQuotedName(mailbox.name) + u'"';
+  const bool plain = std::none_of(mailbox.name.begin(), mailbox.name.end(), MustBeQuoted);
+  std::u16string text;
+  text.reserve(mailbox.name.size() + mailbox.address.size() + 5);
+  if (plain) {
+    text = mailbox.name;
+  } else {
+    text.append(u"\"").append(QuelmarMIMEEngineCommon::EscapeQuotedName(mailbox.name));
+    text.append(u"\"");
+  }
   if (!mailbox.address.empty()) text.append(u" <").append(mailbox.address).append(u">");
   return text;
 }

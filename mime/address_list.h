@@ -21,6 +21,10 @@ using QuelmarMIMEEngineCommon::MailBox;
 // with neither name nor address are left out.
 std::vector<MailBox> ParseAddressList(std::u16string_view list);
 
+// ParseAddressList for lists in ASCII that hold nothing but `"name" < address >`, plainly written:
+// the form that message repair gives them all. False, with `out` empty, for any other list.
+bool ParseRewrittenList(std::string_view list, std::vector<MailBox>& out);
+
 // `"Name" <address>`: the name between quotes where it has to be; the address alone when there is
 // no name; the name alone when there is no address.
 std::u16string FormatMailBox(const MailBox& mailbox);

@@ -27,6 +27,11 @@ class ByteSlice {
     return ByteSlice(std::move(owner), view);
   }
 
+  // A view of bytes that `owner` holds, which must not change while a slice of them is about.
+  static ByteSlice Share(std::shared_ptr<const void> owner, std::string_view bytes) {
+    return ByteSlice(std::move(owner), bytes);
+  }
+
   // `part` must lie within this slice's buffer.
   ByteSlice Part(std::string_view part) const { return ByteSlice(_owner, part); }
 

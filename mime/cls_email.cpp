@@ -55,6 +55,23 @@ std::string OneLine(std::string text) {
   return std::string(Trim(text));
 }
 
+// A field's text as it is shown.
+std::string FieldText(std::string_view name, std::string_view value, std::string_view charset) {
+  return OneLine(IsAddressField(name) ? DecodeTextToUtf8(value, {}, charset)
+                                      : DecodeHeaderText(value, charset));
+}
+
+// True for text that FieldText would only trim: ASCII without control characters, and so without
+// escape sequences, and without the "?" that encoded words have.
+bool IsPlainText(std::string_view value) {
+  unsigned char odd = 0;
+  for (const char c : value) {
+    const auto byte = static_cast<unsigned char>(c);
+    odd |= static_cast<unsigned char>((byte < 0x20) | (byte > 0x7E) | (byte == '?'));
+  }
+  return odd == 0;
+}
+
 const char* FieldOfList(ClsEmail::List list) {
   static constexpr const char* kFields[] = {"From", "To", "Cc", "Bcc"};
   return kFields[static_cast<int>(list)];
@@ -88,11 +105,27 @@ bool ClsEmail::SetFromMime(const char* operation, const ByteSlice& text) {
   } else {
     auto entity = std::make_shared<MimeMessage2>();
     entity->Load(text, _log, _depth);
-    _message = std::make_unique<Message>(std::move(entity));
-    _message->charset = FirstCharset(_message->root);
+    SetMessage(std::move(entity));
   }
   _log.End(fits);
   return fits;
+}
+
+bool ClsEmail::SetFromEntity(std::shared_ptr<MimeMessage2> entity) {
+  constexpr const char* kOperation = "SetFromEntity";
+  if (entity->IsEmpty() || entity->depth() != _depth || !entity->Settle()) {
+    return SetFromMime(kOperation, entity->Serialise());
+  }
+  const std::lock_guard<std::mutex> lock(_criticalSection);
+  _log.Begin(kOperation);
+  SetMessage(std::move(entity));
+  _log.End(true);
+  return true;
+}
+
+void ClsEmail::SetMessage(std::shared_ptr<const MimeMessage2> entity) {
+  _message = std::make_unique<Message>(std::move(entity));
+  _message->charset = FirstCharset(_message->root);
 }
 
 // ---- Header ------------------------------------------------------------------------------------
@@ -105,15 +138,23 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
   auto& mailboxes = _message->lists[static_cast<int>(list)];
   if (!mailboxes) {
     // Several fields of the name are one list.
-    const MimeHeader& header = _message->root.header();
     std::string joined;
     std::string scratch;
-    for (std::size_t i = 0; i < header.FieldCount(); ++i) {
-      const MimeField& field = header.Field(i);
+    std::string_view text;
+    for (const MimeField& field : _message->root.header().Lines()) {
       if (!field.NameIs(FieldOfList(list))) continue;
+      const std::string_view value = field.Value(scratch);
+      if (text.empty() && value.data() != scratch.data()) {
+        text = value;
+        continue;
+      }
+      if (joined.empty()) joined = text;
       if (!joined.empty()) joined.append(", ");
-      joined.append(field.Value(scratch));
+      text = joined.append(value);
     }
+    mailboxes.emplace();
+    if (parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
+    joined = std::string(text);
     std::erase(joined, '\0');
     mailboxes = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
   }
@@ -121,13 +162,20 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
 }
 
 bool ClsEmail::From(ClsString& out) {
+  std::u16string text;
+  const bool success = AppendFrom(text);
+  if (success) out.SetUtf16(std::move(text));
+  return success;
+}
+
+bool ClsEmail::AppendFrom(std::u16string& out) {
   return Run("get_From", [&] {
-    std::u16string text;
+    bool first = true;
     for (const MailBox& mailbox : Mailboxes(List::kFrom)) {
-      if (!text.empty()) text.append(u", ");
-      text.append(FormatMailBox(mailbox));
+      if (!first) out.append(u", ");
+      first = false;
+      out.append(FormatMailBox(mailbox));
     }
-    out.SetUtf16(std::move(text));
     return true;
   });
 }
@@ -162,29 +210,45 @@ bool ClsEmail::DateText(ClsString& out) {
 bool ClsEmail::Header(ClsString& out) {
   return Run("get_Header", [&] {
     const MimeMessage2& entity = _message->root.entity();
-    out.SetBytes(entity.bodySlice().Part(entity.headerText()), {}, _message->charset);
+    out.SetBytes(entity.headerSlice(), {}, _message->charset);
     return true;
   });
+}
+
+const MimeField* ClsEmail::FindField(std::string_view name) {
+  if (name.empty()) {
+    _log.Say("Field name is missing");
+    return nullptr;
+  }
+  const MimeField* field = _message->root.header().Find(name);
+  if (field == nullptr) _log.Say("Header field does not exist");
+  return field;
 }
 
 bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
   return Run("GetHeaderField", [&] {
     name = Trim(name);
-    if (name.empty()) {
-      _log.Say("Field name is missing");
-      return false;
-    }
-    const MimeField* field = _message->root.header().Find(name);
-    if (field == nullptr) {
-      _log.Say("Header field does not exist");
-      return false;
-    }
+    const MimeField* field = FindField(name);
+    if (field == nullptr) return false;
     std::string scratch;
     const std::string_view value = field->Value(scratch);
-    if (IsAddressField(name)) {
-      out.SetUtf8(OneLine(DecodeTextToUtf8(value, {}, _message->charset)));
+    out.SetUtf8(IsPlainText(value) ? std::string(Trim(value))
+                                   : FieldText(name, value, _message->charset));
+    return true;
+  });
+}
+
+bool ClsEmail::AppendField(std::string_view name, std::u16string& out) {
+  return Run("GetHeaderField", [&] {
+    name = Trim(name);
+    const MimeField* field = FindField(name);
+    if (field == nullptr) return false;
+    std::string scratch;
+    const std::string_view value = field->Value(scratch);
+    if (IsPlainText(value)) {
+      parvane::platform::AppendUtf8AsUtf16(Trim(value), out);
     } else {
-      GiveHeaderText(value, out);
+      parvane::platform::AppendUtf8AsUtf16(FieldText(name, value, _message->charset), out);
     }
     return true;
   });

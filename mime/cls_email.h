@@ -32,6 +32,9 @@ class ClsEmail {
   explicit ClsEmail(int depth) : _depth(depth) {}
 
   bool SetFromMime(const char* operation, const ByteSlice& text);
+  // What SetFromMime makes of the entity's text. The entity is not parsed anew where that can be
+  // avoided, and must not change any more.
+  bool SetFromEntity(std::shared_ptr<MimeMessage2> entity);
 
   // ---- Header ----
   bool From(ClsString& out);
@@ -40,6 +43,9 @@ class ClsEmail {
   bool DateText(ClsString& out);
   bool Header(ClsString& out);
   bool HeaderField(std::string_view name, ClsString& out);
+  // From and HeaderField, appended to text; nothing is appended when they fail.
+  bool AppendFrom(std::u16string& out);
+  bool AppendField(std::string_view name, std::u16string& out);
   int RecipientCount(const char* operation, List list);
   bool Recipient(const char* operation, List list, MailBoxPart part, int index, ClsString& out);
 
@@ -82,7 +88,9 @@ class ClsEmail {
   template <typename Work>
   bool Run(const char* operation, Work work);
 
+  void SetMessage(std::shared_ptr<const MimeMessage2> entity);
   void GiveHeaderText(std::string_view raw, ClsString& out) const;
+  const MimeField* FindField(std::string_view name);
   bool GiveBody(const Email2* node, bool html, ClsString& out);
   const std::vector<MailBox>& Mailboxes(List list);
   const std::vector<const Email2*>& Parts(PartList list) const;

@@ -41,6 +41,8 @@ class ClsMime {
   ByteSlice Mime();
 
   std::string LastErrorText();
+  // The entity itself, for those that change it through no facade.
+  MimeMessage2& Entity() { return *_entity; }
   // The charset that raw 8-bit text of this entity may be in.
   std::string_view Charset() const { return _entity->contentType().Get("charset"); }
 

@@ -21,6 +21,12 @@ std::int32_t LocalOffset(std::int64_t unixSeconds) {
 
 std::int64_t FloorDivide(std::int64_t a, std::int64_t b) { return a / b - (a % b < 0 ? 1 : 0); }
 
+// Two digits with a leading zero.
+void PutTwo(unsigned value, char* out) {
+  out[0] = static_cast<char>('0' + value / 10 % 10);
+  out[1] = static_cast<char>('0' + value % 10);
+}
+
 }  // namespace
 
 bool DateValue::SetFromRfc822(std::string_view text) { return DateParser::ParseRfc822(text, this); }
@@ -41,18 +47,34 @@ bool DateValue::GetAsRfc822(bool local, std::string& out) const {
   const std::int64_t days = FloorDivide(wall, kSecondsPerDay);
   const auto second = static_cast<int>(wall - days * kSecondsPerDay);
   const platform::CivilDate date = platform::CivilFromDays(days);
-  char zone[8] = "GMT";
+  char zone[] = "GMT  ";
+  std::size_t zoneLength = 3;
   if (local) {
-    const int minutes = (offset < 0 ? -offset : offset) / 60;
-    std::snprintf(zone, sizeof zone, "%c%02d%02d", offset < 0 ? '-' : '+', minutes / 60 % 100,
-                  minutes % 60);
+    const auto minutes = static_cast<unsigned>(offset < 0 ? -offset : offset) / 60;
+    zone[0] = offset < 0 ? '-' : '+';
+    PutTwo(minutes / 60, zone + 1);
+    PutTwo(minutes % 60, zone + 3);
+    zoneLength = 5;
   }
-  char buffer[80];
-  std::snprintf(buffer, sizeof buffer, "%s, %02u %s %04lld %02d:%02d:%02d %s",
-                kWeekdays[((days % 7) + 11) % 7], date.day, kMonths[date.month - 1],
-                static_cast<long long>(date.year), second / 3600, second / 60 % 60, second % 60,
-                zone);
-  out = buffer;
+  const auto moment = static_cast<unsigned>(second);
+  char time[] = "00:00:00 ";
+  PutTwo(moment / 3600, time);
+  PutTwo(moment / 60 % 60, time + 3);
+  PutTwo(moment % 60, time + 6);
+  char dayText[2];
+  PutTwo(date.day, dayText);
+  char year[24];
+  if (date.year >= 1000 && date.year <= 9999) {
+    PutTwo(static_cast<unsigned>(date.year / 100), year);
+    PutTwo(static_cast<unsigned>(date.year % 100), year + 2);
+    year[4] = '\0';
+  } else {
+    std::snprintf(year, sizeof year, "%04lld", static_cast<long long>(date.year));
+  }
+  out.reserve(40);
+  out.append(kWeekdays[((days % 7) + 11) % 7]).append(", ").append(dayText, 2).append(" ");
+  out.append(kMonths[date.month - 1]).append(" ").append(year).append(" ");
+  out.append(time).append(zone, zoneLength);
   return true;
 }
 

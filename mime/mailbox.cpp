@@ -11,28 +11,34 @@ namespace {
 
 using parvane::platform::IsWhiteSpace;
 
+bool IsWhiteSpace(char c) { return parvane::platform::IsAsciiWhiteSpace(c); }
+
 // Reads text in which "\" escapes and "(" ")" enclose comments, one unit at a time.
+template <typename Char>
 class CommentFilter {
  public:
   enum class Unit { kText, kPlain, kDropped };
 
+  // Outside escapes and comments, where only "\" and "(" mean something.
+  bool IsIdle() const { return !_escape && _depth == 0; }
+
   // kText: an escaped unit, to be taken literally. kPlain: a unit outside comments that may mean
   // something. kDropped: part of a comment or of the syntax.
-  Unit Read(char16_t c) {
+  Unit Read(Char c) {
     if (_escape) {
       _escape = false;
       return _depth == 0 ? Unit::kText : Unit::kDropped;
     }
-    if (c == u'\\') {
+    if (c == '\\') {
       _escape = true;
       return Unit::kDropped;
     }
-    if (c == u'(') {
+    if (c == '(') {
       ++_depth;
       return Unit::kDropped;
     }
     if (_depth == 0) return Unit::kPlain;
-    if (c == u')') --_depth;
+    if (c == ')') --_depth;
     return Unit::kDropped;
   }
 
@@ -41,9 +47,13 @@ class CommentFilter {
   std::size_t _depth = 0;
 };
 
+// Over UTF-16, or over ASCII.
+template <typename Char>
 class MailboxScanner {
  public:
-  MailboxScanner(const std::u16string& mailbox, std::u16string& name, std::u16string& address)
+  using Text = std::basic_string<Char>;
+
+  MailboxScanner(std::basic_string_view<Char> mailbox, Text& name, Text& address)
       : _text(mailbox), _name(name), _address(address) {}
 
   void Scan() {
@@ -65,16 +75,27 @@ class MailboxScanner {
   }
 
  private:
+  using Filter = CommentFilter<Char>;
+  using Unit = typename Filter::Unit;
+
   bool AtEnd() const { return _next == _text.size(); }
 
   void SkipWhiteSpace() {
     while (!AtEnd() && IsWhiteSpace(_text[_next])) ++_next;
   }
 
+  // Copies up to the first unit that `stops`.
+  template <typename Stops>
+  void CopyRun(Text& out, Stops stops) {
+    const std::size_t start = _next;
+    while (!AtEnd() && !stops(_text[_next])) ++_next;
+    out.append(_text.substr(start, _next - start));
+  }
+
   void ScanName() {
-    if (_text[_next] == u'<') {
+    if (_text[_next] == '<') {
       _state = States::Address;
-    } else if (_text[_next] == u'"') {
+    } else if (_text[_next] == '"') {
       if (ScanQuotedName()) AfterName();
     } else if (ScanPlainName()) {
       AfterName();
@@ -85,26 +106,27 @@ class MailboxScanner {
   bool ScanQuotedName() {
     ++_next;
     while (!AtEnd()) {
-      const char16_t c = _text[_next++];
-      if (c == u'"') return true;
-      if (c != u'\\') {
-        _name += c;
-      } else if (!AtEnd()) {
-        _name += _text[_next++];
-      }
+      CopyRun(_name, [](Char c) { return c == '"' || c == '\\'; });
+      if (AtEnd()) return false;
+      if (_text[_next++] == '"') return true;
+      if (!AtEnd()) _name += _text[_next++];
     }
     return false;
   }
 
   // False when the input ends inside the name.
   bool ScanPlainName() {
-    CommentFilter filter;
+    Filter filter;
     for (; !AtEnd(); ++_next) {
-      const char16_t c = _text[_next];
+      if (filter.IsIdle()) {
+        CopyRun(_name, [](Char c) { return c == '\\' || c == '(' || c == '<' || c == '@'; });
+        if (AtEnd()) return false;
+      }
+      const Char c = _text[_next];
       const auto unit = filter.Read(c);
-      if (unit == CommentFilter::Unit::kDropped) continue;
-      if (unit == CommentFilter::Unit::kPlain && (c == u'<' || c == u'@')) {
-        if (c == u'<') TrimNameEnd();
+      if (unit == Unit::kDropped) continue;
+      if (unit == Unit::kPlain && (c == '<' || c == '@')) {
+        if (c == '<') TrimNameEnd();
         return true;
       }
       _name += c;
@@ -119,7 +141,7 @@ class MailboxScanner {
   // An "@" here means that what looked like a name is the local part of a bare address.
   void AfterName() {
     SkipWhiteSpace();
-    if (AtEnd() || _text[_next] != u'@') {
+    if (AtEnd() || _text[_next] != '@') {
       _state = States::Between;
       return;
     }
@@ -129,29 +151,35 @@ class MailboxScanner {
   }
 
   void ScanBareAddress() {
-    CommentFilter filter;
+    Filter filter;
     for (; !AtEnd(); ++_next) {
-      const char16_t c = _text[_next];
+      const Char c = _text[_next];
       const auto unit = filter.Read(c);
-      if (unit == CommentFilter::Unit::kPlain && IsWhiteSpace(c)) break;
-      if (unit != CommentFilter::Unit::kDropped) _address += c;
+      if (unit == Unit::kPlain && IsWhiteSpace(c)) break;
+      if (unit != Unit::kDropped) _address += c;
     }
     _next = _text.size();
   }
 
   void ScanAddress() {
-    if (_text[_next] == u'<') ++_next;
-    CommentFilter filter;
+    if (_text[_next] == '<') ++_next;
+    Filter filter;
     for (; !AtEnd(); ++_next) {
-      const char16_t c = _text[_next];
+      if (filter.IsIdle()) {
+        CopyRun(_address, [](Char c) {
+          return c == '\\' || c == '(' || c == '<' || c == '>' || IsWhiteSpace(c);
+        });
+        if (AtEnd()) return;
+      }
+      const Char c = _text[_next];
       const auto unit = filter.Read(c);
-      if (unit == CommentFilter::Unit::kDropped) continue;
-      if (unit == CommentFilter::Unit::kText) {
+      if (unit == Unit::kDropped) continue;
+      if (unit == Unit::kText) {
         _address += c;
-      } else if (c == u'<') {
+      } else if (c == '<') {
         _name += _address;
         _address.clear();
-      } else if (c == u'>') {
+      } else if (c == '>') {
         return;
       } else if (!IsWhiteSpace(c)) {
         _address += c;
@@ -159,12 +187,54 @@ class MailboxScanner {
     }
   }
 
-  const std::u16string& _text;
-  std::u16string& _name;
-  std::u16string& _address;
+  std::basic_string_view<Char> _text;
+  Text& _name;
+  Text& _address;
   std::size_t _next = 0;
   States _state = States::Name;
 };
+
+// Calls `take` with the pieces of `list` between commas that are not empty.
+template <typename Char, typename Take>
+void ForEachPiece(std::basic_string_view<Char> list, Take take) {
+  while (true) {
+    const std::size_t comma = list.find(Char{','});
+    const auto piece = list.substr(0, comma);
+    if (!piece.empty()) take(piece);
+    if (comma == list.npos) return;
+    list.remove_prefix(comma + 1);
+  }
+}
+
+template <typename Char>
+void AppendEscaped(std::basic_string_view<Char> name, std::basic_string<Char>& out) {
+  for (const Char c : name) {
+    if (c == '"' || c == '\\') out += Char{'\\'};
+    out += c;
+  }
+}
+
+template <typename Char>
+void Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
+  static constexpr Char kBeforeAddress[] = {'"', ' ', '<', ' '};
+  static constexpr Char kBehindAddress[] = {' ', '>'};
+  bool first = true;
+  std::basic_string<Char> name;
+  std::basic_string<Char> address;
+  ForEachPiece(list, [&](std::basic_string_view<Char> piece) {
+    name.clear();
+    address.clear();
+    MailboxScanner<Char>(piece, name, address).Scan();
+    // The blanks inside the angle brackets are trimmed when the field is parsed.
+    if (!first) out += Char{','};
+    first = false;
+    out += Char{'"'};
+    AppendEscaped<Char>(name, out);
+    out.append(kBeforeAddress, std::size(kBeforeAddress));
+    out.append(address);
+    out.append(kBehindAddress, std::size(kBehindAddress));
+  });
+}
 
 // A double quote at the end that no other one opens.
 bool EndsInStrayQuote(const std::u16string& name) {
@@ -228,18 +298,16 @@ void Trim(std::u16string& text) {
 }  // namespace
 
 void SplitMailBoxes(std::u16string_view list, std::vector<std::u16string>& out) {
-  while (true) {
-    const std::size_t comma = list.find(u',');
-    const std::u16string_view token = list.substr(0, comma);
-    if (!token.empty()) out.emplace_back(token);
-    if (comma == std::u16string_view::npos) return;
-    list.remove_prefix(comma + 1);
-  }
+  ForEachPiece(list, [&](std::u16string_view piece) { out.emplace_back(piece); });
 }
 
 void ParseEmailAddress(const std::u16string& mailbox, std::u16string& name,
                        std::u16string& address) {
-  MailboxScanner(mailbox, name, address).Scan();
+  MailboxScanner<char16_t>(mailbox, name, address).Scan();
+}
+
+void ParseEmailAddress(std::string_view mailbox, std::string& name, std::string& address) {
+  MailboxScanner<char>(mailbox, name, address).Scan();
 }
 
 void RejoinMailBoxes(std::vector<MailBox>& mailboxes) {
@@ -269,17 +337,14 @@ void RejoinMailBoxes(std::vector<MailBox>& mailboxes) {
 }
 
 void ParseMailBoxList(std::u16string_view list, std::vector<MailBox>& out) {
-  std::vector<std::u16string> pieces;
-  SplitMailBoxes(list, pieces);
   std::vector<MailBox> mailboxes;
-  mailboxes.reserve(pieces.size());
-  for (const std::u16string& piece : pieces) {
+  ForEachPiece(list, [&](std::u16string_view piece) {
     MailBox mailbox;
-    ParseEmailAddress(piece, mailbox.name, mailbox.address);
+    MailboxScanner<char16_t>(piece, mailbox.name, mailbox.address).Scan();
     Trim(mailbox.name);
     Trim(mailbox.address);
     mailboxes.push_back(std::move(mailbox));
-  }
+  });
   RejoinMailBoxes(mailboxes);
   out.insert(out.end(), std::make_move_iterator(mailboxes.begin()),
              std::make_move_iterator(mailboxes.end()));
@@ -288,11 +353,12 @@ void ParseMailBoxList(std::u16string_view list, std::vector<MailBox>& out) {
 std::u16string EscapeQuotedName(std::u16string_view name) {
   std::u16string escaped;
   escaped.reserve(name.size());
-  for (const char16_t c : name) {
-    if (c == u'"' || c == u'\\') escaped += u'\\';
-    escaped += c;
-  }
+  AppendEscaped(name, escaped);
   return escaped;
 }
+
+void RewriteMailBoxes(std::u16string_view list, std::u16string& out) { Rewrite(list, out); }
+
+void RewriteMailBoxes(std::string_view list, std::string& out) { Rewrite(list, out); }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -37,6 +37,8 @@ void SplitMailBoxes(std::u16string_view list, std::vector<std::u16string>& out);
 //   John Smith                     John Smith
 void ParseEmailAddress(const std::u16string& mailbox, std::u16string& name,
                        std::u16string& address);
+// The same for a mailbox in ASCII.
+void ParseEmailAddress(std::string_view mailbox, std::string& name, std::string& address);
 
 // One mailbox, split. Either part may be empty.
 struct MailBox {
@@ -62,5 +64,10 @@ void ParseMailBoxList(std::u16string_view list, std::vector<MailBox>& out);
 // `name` as repair writes it between double quotes: a double quote or backslash gets a backslash
 // before it.
 std::u16string EscapeQuotedName(std::u16string_view name);
+
+// The list as repair rewrites it, every mailbox in the one form `"name" < address >`; appended to
+// `out`. The narrow list is ASCII.
+void RewriteMailBoxes(std::u16string_view list, std::u16string& out);
+void RewriteMailBoxes(std::string_view list, std::string& out);
 
 }  // namespace QuelmarMIMEEngineCommon

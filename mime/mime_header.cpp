@@ -27,23 +27,21 @@ std::string_view WithoutLineEnd(std::string_view text) {
   return text;
 }
 
-// How long the field name in front of the colon is, 0 when this line is no field. White space
-// between name and colon is an obsolete form and not part of the name.
-std::size_t FieldNameLength(std::string_view line, std::size_t colon) {
-  std::size_t length = colon;
-  while (length > 0 && IsBlank(line[length - 1])) --length;
-  const std::string_view name = line.substr(0, length);
-  const bool printable = std::all_of(name.begin(), name.end(), [](char c) {
-    return static_cast<unsigned char>(c) > ' ' && c != 0x7f;
-  });
-  return printable ? length : 0;
+// How long the name at the start of `line` is, up to its colon; 0 when this line is no field.
+// White space between name and colon is an obsolete form and not part of the name.
+std::size_t FieldNameLength(std::string_view line, std::size_t* colon) {
+  std::size_t length = 0;
+  while (length < line.size() && static_cast<unsigned char>(line[length]) > ' ' &&
+         line[length] != ':' && line[length] != 0x7f) {
+    ++length;
+  }
+  std::size_t end = length;
+  while (end < line.size() && IsBlank(line[end])) ++end;
+  *colon = end;
+  return end < line.size() && line[end] == ':' ? length : 0;
 }
 
 }  // namespace
-
-bool MimeField::NameIs(std::string_view name) const {
-  return name.size() == _nameLength && EqualsIgnoreAsciiCase(Name(), name);
-}
 
 std::string_view MimeField::RawValue() const { return WithoutLineEnd(_raw.substr(_valueStart)); }
 
@@ -52,22 +50,25 @@ std::string_view MimeField::Value(std::string& scratch) const {
 }
 
 std::string_view Unfold(std::string_view value, std::string& scratch) {
-  const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
-  if (std::none_of(value.begin(), value.end(), isLineEnd)) return value;
+  if (value.find('\n') == value.npos && value.find('\r') == value.npos) return value;
   scratch.clear();
   scratch.reserve(value.size());
+  std::size_t copied = 0;
   for (std::size_t at = 0; at < value.size(); ++at) {
     std::size_t next = at;
     if (value[at] == '\r') ++next;
     if (next < value.size() && value[next] == '\n') ++next;
-    if (next > at && next < value.size() && IsBlank(value[next])) at = next;
-    scratch.push_back(value[at]);
+    if (next == at || next >= value.size() || !IsBlank(value[next])) continue;
+    scratch.append(value, copied, at - copied);
+    copied = at = next;
   }
-  return scratch;
+  return scratch.append(value, copied);
 }
 
 std::size_t MimeHeader::Load(std::string_view text) {
   Clear();
+  constexpr std::size_t kUsualLines = 32;
+  _lines.reserve(kUsualLines);
   std::size_t at = 0;
   while (at < text.size()) {
     const std::size_t start = at;
@@ -75,15 +76,14 @@ std::size_t MimeHeader::Load(std::string_view text) {
     if (IsEmptyLine(line)) break;
     at += line.size();
     while (at < text.size() && IsBlank(text[at])) at += LineLength(text.substr(at));
-    const std::size_t colon = line.find(':');
-    const std::size_t nameLength =
-        colon == std::string_view::npos ? 0 : FieldNameLength(line, colon);
     std::size_t valueStart = 0;
+    const std::size_t nameLength = FieldNameLength(line, &valueStart);
     if (nameLength > 0) {
-      valueStart = colon + 1;
+      ++valueStart;
       if (valueStart < line.size() && line[valueStart] == ' ') ++valueStart;
     }
-    _lines.emplace_back(text.substr(start, at - start), nameLength, valueStart);
+    _lines.emplace_back(text.substr(start, at - start), nameLength,
+                        nameLength > 0 ? valueStart : 0);
   }
   return at;
 }
@@ -115,7 +115,7 @@ const MimeField* MimeHeader::Find(std::string_view name, std::size_t occurrence)
 }
 
 void MimeHeader::Set(std::string_view name, std::string_view value) {
-  const std::string& text = _rewritten.emplace_back(FoldField(name, value));
+  const std::string& text = _rewritten.emplace_front(FoldField(name, value));
   const std::size_t valueStart = std::min(name.size() + 2, text.size());
   const MimeField field(text, name.size(), valueStart);
   _modified = true;
@@ -149,41 +149,71 @@ void MimeHeader::AppendTo(std::string& out) const {
   if (!_lines.empty() && out.back() != '\n') out.append("\r\n");
 }
 
+MimeHeader MimeHeader::WrittenTo(std::string& text) const {
+  text.clear();
+  std::size_t size = 0;
+  for (const MimeField& line : _lines) size += line.Raw().size() + 2;
+  text.reserve(size);
+  AppendTo(text);
+  MimeHeader written;
+  written._lines.reserve(_lines.size());
+  std::size_t at = 0;
+  for (const MimeField& line : _lines) {
+    std::size_t length = line.Raw().size();
+    if (!line.Raw().ends_with('\n')) length += 2;
+    written._lines.emplace_back(std::string_view(text).substr(at, length), line._nameLength,
+                                line._valueStart);
+    at += length;
+  }
+  return written;
+}
+
 std::string FoldField(std::string_view name, std::string_view value) {
   constexpr std::size_t kColumns = 78;
   std::string out;
-  out.reserve(name.size() + value.size() + 2 + value.size() / 32);
+  out.reserve(name.size() + value.size() + 4 + value.size() / 32);
   out.append(name).append(": ");
-  std::size_t column = out.size();
+  const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
+  if (out.size() + value.size() <= kColumns &&
+      std::none_of(value.begin(), value.end(), isLineEnd)) {
+    return out.append(value).append("\r\n");
+  }
+  const std::size_t valueColumn = out.size();
+  std::size_t column = valueColumn;
   std::size_t at = 0;
+  std::string filtered;
   while (at < value.size()) {
     // One word with the white space in front of it.
     std::size_t end = at;
     bool lineEnd = false;
     while (end < value.size() && parvane::platform::IsAsciiWhiteSpace(value[end])) {
-      lineEnd |= value[end] == '\r' || value[end] == '\n';
+      lineEnd |= isLineEnd(value[end]);
       ++end;
     }
-    std::string blanks;
-    for (; at < end; ++at) {
-      if (value[at] != '\r' && value[at] != '\n') blanks.push_back(value[at]);
+    std::string_view blanks = value.substr(at, end - at);
+    if (lineEnd) {
+      filtered = blanks;
+      std::erase_if(filtered, isLineEnd);
+      blanks = filtered.empty() ? std::string_view(" ") : std::string_view(filtered);
     }
+    at = end;
     while (end < value.size() && !parvane::platform::IsAsciiWhiteSpace(value[end])) ++end;
     const std::string_view word = value.substr(at, end - at);
     at = end;
-    if (lineEnd && blanks.empty()) blanks = " ";
     const bool fits = column + blanks.size() + word.size() <= kColumns;
     // White space at the end of a value is no place to fold: the next line would be blank.
-    if (!fits && !blanks.empty() && !word.empty() && column > name.size() + 2) {
-      if (!IsBlank(blanks.front())) blanks.insert(0, 1, ' ');
+    if (!fits && !blanks.empty() && !word.empty() && column > valueColumn) {
       out.append("\r\n");
       column = 0;
+      if (!IsBlank(blanks.front())) {
+        out.push_back(' ');
+        ++column;
+      }
     }
     out.append(blanks).append(word);
     column += blanks.size() + word.size();
   }
-  out.append("\r\n");
-  return out;
+  return out.append("\r\n");
 }
 
 }  // namespace Tessary

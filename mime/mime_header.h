@@ -10,10 +10,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <forward_list>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/text.h"
 
 namespace Tessary {
 
@@ -24,7 +26,13 @@ class MimeField {
       : _raw(raw), _nameLength(nameLength), _valueStart(valueStart) {}
 
   std::string_view Name() const { return _raw.substr(0, _nameLength); }
-  bool NameIs(std::string_view name) const;
+  bool NameIs(std::string_view name) const {
+    // Most names differ in their length or first letter (here: but for the bit of its case).
+    return name.size() == _nameLength && _nameLength > 0 && ((_raw[0] ^ name[0]) & 0xDF) == 0 &&
+           parvane::platform::EqualsIgnoreAsciiCase(Name(), name);
+  }
+  // False for a line that has its place in the header but is no field.
+  bool IsField() const { return _nameLength > 0; }
   // The value as it stands, without the last line end: folds are still in it.
   std::string_view RawValue() const;
   // Unfolded: every line end before a space or tab is removed, the space or tab stays. A view of
@@ -52,6 +60,8 @@ class MimeHeader {
   std::size_t Load(std::string_view text);
   void Clear();
 
+  // Every line in stored order, with those that are no field.
+  const std::vector<MimeField>& Lines() const { return _lines; }
   std::size_t FieldCount() const { return Order().size(); }
   // In stored order.
   const MimeField& Field(std::size_t index) const { return _lines[Order()[index]]; }
@@ -67,13 +77,16 @@ class MimeHeader {
 
   // The header's lines, changed and unchanged, each with its line end.
   void AppendTo(std::string& out) const;
+  // What loading AppendTo's text would give: the same fields, looking into `text`, which receives
+  // it and must outlive the result. (The text is not read again.)
+  MimeHeader WrittenTo(std::string& text) const;
 
  private:
   // The places in _lines of those that are fields.
   const std::vector<std::uint32_t>& Order() const;
 
-  std::vector<MimeField> _lines;       // a name length of 0 marks a line that is no field
-  std::deque<std::string> _rewritten;  // bytes of changed fields; grows only, so views stay good
+  std::vector<MimeField> _lines;              // a name length of 0 marks a line that is no field
+  std::forward_list<std::string> _rewritten;  // changed fields; grows only, so views stay good
   mutable std::vector<std::uint32_t> _order;
   mutable bool _orderKnown = false;
   bool _modified = false;

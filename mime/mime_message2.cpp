@@ -121,6 +121,7 @@ void MimeMessage2::LoadMimeComplete2(const ByteSlice& text, Context& context) {
   const LogContext logContext(context.log, "LoadMimeComplete2");
   const std::string_view bytes = text.view();
   _text = text;
+  _headerBytes = {};
   _depth = context.depth;
   if (bytes.starts_with("\r\n")) {
     context.log.Say("MIME is missing initial header because it begins with CRLF");
@@ -151,7 +152,7 @@ void MimeMessage2::ReadContentFields() {
 void MimeMessage2::SplitBody(Context& context) {
   _children.clear();
   _droppedParts.clear();
-  _bodyReplaced = _beyondLimit = _binary = false;
+  _bodyReplaced = _beyondLimit = _binary = _contentFieldsChanged = false;
   if (!IsMultipart() || _boundary.empty()) return;
   if (context.depth >= MimeLimits::kNesting || context.entitiesLeft < 2) {
     _beyondLimit = true;
@@ -223,6 +224,7 @@ std::size_t MimeMessage2::RemoveField(std::string_view name) {
 
 // The body is not split anew, so parts keep the boundary they were found with.
 void MimeMessage2::ContentFieldsChanged() {
+  _contentFieldsChanged = true;
   std::string boundary = std::move(_boundary);
   ReadContentFields();
   if (!_children.empty()) _boundary = std::move(boundary);
@@ -243,7 +245,27 @@ bool MimeMessage2::IsBodyChanged() const {
                                       [](const auto& child) { return child->IsChanged(); });
 }
 
-bool MimeMessage2::IsChanged() const { return _header.modified() || IsBodyChanged(); }
+bool MimeMessage2::IsChanged() const {
+  return _header.modified() || !_headerBytes.empty() || IsBodyChanged();
+}
+
+bool MimeMessage2::Settle() {
+  if (!IsChanged()) return true;
+  // What stands around the header must have been read as it would be read behind the new one: not
+  // rewritten on the way in, and with an empty line in between. Then no line end changes its
+  // meaning, and the fields that rule the body are those that it was split by.
+  const bool asLoaded = _loaded.data() == _text.data() && _loaded.size() == _text.size();
+  if (!asLoaded || _contentFieldsChanged || IsBodyChanged()) return false;
+  if (_headerText.empty() || _separator.empty() || _header.Lines().empty()) return false;
+  auto bytes = std::make_shared<std::string>();
+  MimeHeader header = _header.WrittenTo(*bytes);
+  if (!bytes->ends_with("\r\n")) return false;
+  if (bytes->size() + _separator.size() + _body.size() > MimeLimits::kMessageBytes) return false;
+  _header = std::move(header);
+  _headerBytes = ByteSlice::Share(bytes, *bytes);
+  _headerText = _headerBytes.view();
+  return true;
+}
 
 ByteSlice MimeMessage2::Serialise() const {
   if (!IsChanged()) return _loaded;

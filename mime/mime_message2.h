@@ -39,11 +39,20 @@ class MimeMessage2 {
 
   // Replaces everything by the message in `text`. `depth` is how deep it is nested already.
   void Load(const ByteSlice& text, Log& log, int depth = 0);
+  // Puts changed header fields into their serialised form, as if the entity had been serialised
+  // and loaded again. True when that was all there was to do, and nothing needs to be read again;
+  // false, with nothing changed, when only loading can tell what became of the message.
+  bool Settle();
+
+  bool IsEmpty() const { return _loaded.empty() && !IsChanged(); }
 
   // ---- Header ----
   const MimeHeader& header() const { return _header; }
   // The header's lines as loaded, without the empty line behind them.
   std::string_view headerText() const { return _headerText; }
+  ByteSlice headerSlice() const {
+    return _headerBytes.empty() ? _body.Part(_headerText) : _headerBytes;
+  }
   const parvane::mime::ContentField& contentType() const { return _contentType; }
   const parvane::mime::ContentField& disposition() const { return _disposition; }
   // The name in Content-Transfer-Encoding, as it stands; empty without the field.
@@ -101,6 +110,7 @@ class MimeMessage2 {
   ByteSlice _loaded;  // as given
   ByteSlice _text;    // the same with its line ends put right; what all views look into
   ByteSlice _body;
+  ByteSlice _headerBytes;  // of a settled header, which has bytes of its own; else empty
   std::string_view _headerText;
   std::string_view _separator;  // the empty line between header and body
   MimeHeader _header;
@@ -114,6 +124,7 @@ class MimeMessage2 {
   bool _binary = false;
   bool _beyondLimit = false;
   bool _bodyReplaced = false;
+  bool _contentFieldsChanged = false;
 };
 
 }  // namespace Tessary

@@ -4,18 +4,15 @@ namespace parvane::mime {
 
 void OperationLog::Begin(const char* name) {
   _entries.clear();
+  _values.clear();
   _open.clear();
-  Open(name);
+  _operation = name;
+  _outcome = Outcome::kNone;
 }
 
 void OperationLog::End(bool success) {
-  while (_open.size() > 1) Close();
-  // The outcome is never dropped for want of room.
-  _entries.push_back({Kind::kOutcome, success ? "Success" : "Failed.", 0, {}});
-  if (!_open.empty()) {
-    _entries.push_back({Kind::kClose, _open.back(), 0, {}});
-    _open.pop_back();
-  }
+  while (!_open.empty()) Close();
+  _outcome = success ? Outcome::kSuccess : Outcome::kFailure;
 }
 
 void OperationLog::Open(const char* name) {
@@ -38,13 +35,15 @@ void OperationLog::Data(const char* name, std::string_view value) {
 }
 
 void OperationLog::Add(Kind kind, const char* text, int number, std::string_view value) {
-  // Contexts stay paired: what closes is kept as long as its opening was.
-  if (_entries.size() < kMaxEntries) _entries.push_back({kind, text, number, std::string(value)});
+  if (_entries.size() >= kMaxEntries) return;
+  _entries.push_back({kind, text, number, _values.size(), value.size()});
+  _values.append(value);
 }
 
 std::string OperationLog::Text() const {
   std::string text;
-  std::size_t depth = 0;
+  if (_operation != nullptr) text.append(_operation).append(":\n");
+  std::size_t depth = _operation != nullptr ? 1 : 0;
   for (const Entry& entry : _entries) {
     if (entry.kind == Kind::kClose && depth > 0) --depth;
     text.append(depth * 4, ' ');
@@ -57,7 +56,6 @@ std::string OperationLog::Text() const {
         text.append("--").append(entry.text);
         break;
       case Kind::kLine:
-      case Kind::kOutcome:
         text.append(entry.text);
         break;
       case Kind::kNumber: {
@@ -70,10 +68,15 @@ std::string OperationLog::Text() const {
         break;
       }
       case Kind::kData:
-        text.append(entry.text).append(": ").append(entry.value);
+        text.append(entry.text).append(": ").append(_values, entry.valueStart, entry.valueSize);
         break;
     }
     text.push_back('\n');
+  }
+  // The outcome is never dropped for want of room.
+  if (_outcome != Outcome::kNone) {
+    text.append(4, ' ').append(_outcome == Outcome::kSuccess ? "Success\n" : "Failed.\n");
+    text.append("--").append(_operation != nullptr ? _operation : "").append("\n");
   }
   return text;
 }

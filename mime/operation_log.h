@@ -38,19 +38,25 @@ class OperationLog {
   std::string Text() const;
 
  private:
-  enum class Kind : unsigned char { kOpen, kClose, kLine, kNumber, kData, kOutcome };
+  enum class Kind : unsigned char { kOpen, kClose, kLine, kNumber, kData };
+  enum class Outcome : unsigned char { kNone, kSuccess, kFailure };
   struct Entry {
     Kind kind;
     const char* text;
     int number;
-    std::string value;
+    std::size_t valueStart;  // in _values
+    std::size_t valueSize;
   };
   static constexpr std::size_t kMaxEntries = 1000;
 
   void Add(Kind kind, const char* text, int number = 0, std::string_view value = {});
 
+  // The operation's own frame is no entry: one that notes nothing costs three stores.
+  const char* _operation = nullptr;
+  Outcome _outcome = Outcome::kNone;
   std::vector<Entry> _entries;
   std::vector<const char*> _open;
+  std::string _values;
 };
 
 // Opens a context for the time of a scope.

@@ -12,6 +12,7 @@ namespace {
 
 constexpr unsigned kUsAscii = 20127;
 constexpr unsigned kIso2022Jp = 50222;
+constexpr unsigned kLatin1 = 28591;
 
 bool IsIso2022(unsigned codePage) { return codePage >= 50220 && codePage <= 50229; }
 
@@ -28,6 +29,11 @@ bool Holds(unsigned codePage, std::string_view bytes, bool ascii) {
 
 unsigned PageOf(std::string_view charset) {
   if (charset.empty()) return 0;
+  // What nearly all mail says.
+  if (charset.size() == 5 && platform::EqualsIgnoreAsciiCase(charset, "utf-8")) {
+    return platform::kCodePageUtf8;
+  }
+  if (charset.size() == 8 && platform::EqualsIgnoreAsciiCase(charset, "us-ascii")) return kUsAscii;
   return CharsetNaming::CodePageOfName(charset).value_or(0);
 }
 
@@ -67,8 +73,17 @@ std::u16string DecodeText(std::string_view bytes, std::string_view declaredChars
   return text;
 }
 
+bool ReadsAsAscii(std::string_view bytes, std::string_view declaredCharset) {
+  const unsigned declared = PageOf(declaredCharset);
+  const bool plain = declared == 0 || declared == kUsAscii || declared == kLatin1 ||
+                     declared == platform::kCodePageUtf8 ||
+                     declared == platform::kCodePageWindows1252;
+  return plain && platform::IsAscii(bytes) && (declared != 0 || bytes.find("\x1B$") == bytes.npos);
+}
+
 std::string DecodeTextToUtf8(std::string_view bytes, std::string_view declaredCharset,
                              std::string_view fallbackCharset) {
+  if (ReadsAsAscii(bytes, declaredCharset)) return std::string(bytes);
   if (ChooseCodePage(bytes, declaredCharset, fallbackCharset) == platform::kCodePageUtf8 &&
       platform::IsValidUtf8(bytes)) {
     if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);

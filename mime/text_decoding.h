@@ -21,6 +21,9 @@ std::u16string DecodeText(std::string_view bytes, std::string_view declaredChars
 std::string DecodeTextToUtf8(std::string_view bytes, std::string_view declaredCharset,
                              std::string_view fallbackCharset);
 
+// True when the ladder reads every byte as the ASCII character that it is.
+bool ReadsAsAscii(std::string_view bytes, std::string_view declaredCharset);
+
 // The code page that the ladder chooses; the text is then DecodeCodePage's.
 unsigned ChooseCodePage(std::string_view bytes, std::string_view declaredCharset,
                         std::string_view fallbackCharset);

@@ -10,9 +10,10 @@
 #include <string>
 #include <string_view>
 
-#include "mime/ts_date_time.h"
+#include "mime/date_parser.h"
 #include "mime/ts_string.h"
 #include "platform/text.h"
+#include "sources/header_repair.h"
 #include "sources/message_repair.h"
 
 namespace QuelmarMIMEEngineCommon {
@@ -42,7 +43,7 @@ std::string_view View(const char* s) { return s ? std::string_view(s) : std::str
 
 bool FindName(std::span<const std::string_view> names, std::string_view text, int* index) {
   const auto found = std::find_if(names.begin(), names.end(), [&](std::string_view name) {
-    return EqualsIgnoreAsciiCase(name, text);
+    return name.size() == text.size() && EqualsIgnoreAsciiCase(name, text);
   });
   if (found == names.end()) return false;
   if (index) *index = static_cast<int>(found - names.begin());
@@ -84,10 +85,43 @@ void ReadClock(std::string_view text, std::initializer_list<int*> fields) {
   }
 }
 
+bool AllDigits(std::string_view text) { return std::all_of(text.begin(), text.end(), IsDigit); }
+
+bool ReadYear(std::string_view text, int* year) {
+  int value = LeadingInteger(text);
+  if (text.size() == 2) {
+    if (value == 50 || value >= 100) return false;
+    value += value < 50 ? 2000 : 1900;
+  } else if (text.size() != 4) {
+    return false;
+  }
+  if (year) *year = value;
+  return true;
+}
+
+bool ReadTime(std::string_view text, int* hour, int* minute, int* second) {
+  if (text.size() == 8 && text[2] == ':' && text[5] == ':') {
+    ReadClock(text, {hour, minute, second});
+    return true;
+  }
+  if (text.size() == 5 && text[2] == ':') {
+    ReadClock(text, {hour, minute});
+    if (second) *second = 0;
+    return true;
+  }
+  return false;
+}
+
+bool NamesTimeZone(std::string_view text) {
+  if (text.size() == 1) return IsLetter(text[0]);
+  if (text.size() == 5) return (text[0] == '+' || text[0] == '-') && AllDigits(text.substr(1));
+  return FindName(kTimeZones, text, nullptr);
+}
+
 // The date as far as it has been found.
 struct LooseDate {
   std::tm time{};
-  std::string zone;
+  std::string_view zone;
   bool hasWeekday = false;
   bool hasMonth = false;
   bool hasDay = false;
@@ -97,25 +131,26 @@ struct LooseDate {
 
   bool IsComplete() const { return hasMonth && hasDay && hasYear; }
 
-  void Take(const std::string& token) {
-    const char* s = token.c_str();
+  // A token ends at a NUL, too.
+  void Take(std::string_view token) {
+    token = token.substr(0, token.find('\0'));
     int year = 0;
-    if (IsNumber(s)) {
-      int day = 0;
-      if (!hasDay && IsMonthDay(s, &day)) {
+    if (AllDigits(token)) {
+      const int day = LeadingInteger(token);
+      if (!hasDay && day <= 31) {
         time.tm_mday = day;
         hasDay = true;
-      } else if (!hasYear && IsYear(s, &year)) {
+      } else if (!hasYear && ReadYear(token, &year)) {
         time.tm_year = year - 1900;
         hasYear = true;
       }
-    } else if (!hasWeekday && IsWeekday(s, &time.tm_wday)) {
+    } else if (!hasWeekday && FindName(kWeekdays, token, &time.tm_wday)) {
       hasWeekday = true;
-    } else if (!hasMonth && IsMonth(s, &time.tm_mon)) {
+    } else if (!hasMonth && FindName(kMonths, token, &time.tm_mon)) {
       hasMonth = true;
-    } else if (!hasTime && IsTime(s, &time.tm_hour, &time.tm_min, &time.tm_sec)) {
+    } else if (!hasTime && ReadTime(token, &time.tm_hour, &time.tm_min, &time.tm_sec)) {
       hasTime = true;
-    } else if (!hasZone && IsTimeZone(s)) {
+    } else if (!hasZone && NamesTimeZone(token)) {
       zone = token.substr(0, kMaximumZoneLength);
       hasZone = true;
     }
@@ -129,7 +164,7 @@ struct LooseDate {
       if (begin == text.npos) break;
       text.remove_prefix(begin);
       const std::size_t end = std::min(text.find_first_of(kSeparators), text.size());
-      Take(std::string(text.substr(0, end)));
+      Take(text.substr(0, end));
       text.remove_prefix(end);
     }
     if (!hasWeekday)
@@ -139,10 +174,7 @@ struct LooseDate {
 
 }  // namespace
 
-bool IsNumber(const char* s) {
-  const std::string_view text = View(s);
-  return std::all_of(text.begin(), text.end(), IsDigit);
-}
+bool IsNumber(const char* s) { return AllDigits(View(s)); }
 
 bool IsMonth(const char* s, int* month) { return FindName(kMonths, View(s), month); }
 
@@ -154,40 +186,13 @@ bool IsMonthDay(const char* s, int* day) {
   return value <= 31;
 }
 
-bool IsYear(const char* s, int* year) {
-  const std::string_view text = View(s);
-  int value = LeadingInteger(text);
-  if (text.size() == 2) {
-    if (value == 50 || value >= 100) return false;
-    value += value < 50 ? 2000 : 1900;
-  } else if (text.size() != 4) {
-    return false;
-  }
-  if (year) *year = value;
-  return true;
-}
+bool IsYear(const char* s, int* year) { return ReadYear(View(s), year); }
 
 bool IsTime(const char* s, int* hour, int* minute, int* second) {
-  const std::string_view text = View(s);
-  if (text.size() == 8 && text[2] == ':' && text[5] == ':') {
-    ReadClock(text, {hour, minute, second});
-    return true;
-  }
-  if (text.size() == 5 && text[2] == ':') {
-    ReadClock(text, {hour, minute});
-    if (second) *second = 0;
-    return true;
-  }
-  return false;
+  return ReadTime(View(s), hour, minute, second);
 }
 
-bool IsTimeZone(const char* s) {
-  const std::string_view text = View(s);
-  if (text.size() == 1) return IsLetter(text[0]);
-  if (text.size() == 5)
-    return (text[0] == '+' || text[0] == '-') && std::all_of(text.begin() + 1, text.end(), IsDigit);
-  return FindName(kTimeZones, text, nullptr);
-}
+bool IsTimeZone(const char* s) { return NamesTimeZone(View(s)); }
 
 int GetDayOfWeek(int day, int month, int year) {
   const int a = (14 - month) / 12;
@@ -197,28 +202,41 @@ int GetDayOfWeek(int day, int month, int year) {
 }
 
 bool DateTimeUtilities::TryFixTimeStr(Tessary::TsString& dateText) {
-  std::string text(dateText.viewUtf8().substr(0, kMaximumDateLength));
-  LooseDate date;
-  // Separators of looser forms, given up one by one until day, month and year are found. What was
-  // found of weekday, time and zone stays found.
-  static constexpr std::array<char, 3> kReplaced = {'-', '/', '+'};
-  date.TakeAll(text);
-  for (const char replaced : kReplaced) {
-    if (date.IsComplete()) break;
-    std::replace(text.begin(), text.end(), replaced, ' ');
-    date.hasDay = date.hasMonth = date.hasYear = false;
-    date.TakeAll(text);
-  }
-
-  Tessary::TsDateTime value;
-  Tessary::TsString fixed;
-  fixed.put_Utf8(true);
-  const bool local = !date.hasZone;
-  if (!value.SetFromTmStruct(local, date.time) || !value.GetAsRfc822(local, fixed)) return false;
-  // The time is not shifted: a zone that was written stands behind the time that was written.
-  if (date.hasZone) fixed.replaceAllOccurances("GMT", date.zone.c_str());
-  dateText = fixed;
+  std::string fixed;
+  if (!parvane::sources::RewriteDate(dateText.viewUtf8(), fixed)) return false;
+  Tessary::TsString value;
+  value.put_Utf8(true);
+  value.append(std::string_view(fixed));
+  dateText = value;
   return true;
 }
 
 }  // namespace QuelmarMIMEEngineCommon
+
+namespace parvane::sources {
+
+bool RewriteDate(std::string_view dateText, std::string& fixed) {
+  using QuelmarMIMEEngineCommon::LooseDate;
+  dateText = dateText.substr(0, QuelmarMIMEEngineCommon::kMaximumDateLength);
+  LooseDate date;
+  date.TakeAll(dateText);
+  // Separators of looser forms, given up one by one until day, month and year are found. What was
+  // found of weekday, time and zone stays found.
+  static constexpr std::array<char, 3> kReplaced = {'-', '/', '+'};
+  std::array<std::string, kReplaced.size()> texts;  // what a zone looks into
+  for (std::size_t i = 0; i < kReplaced.size() && !date.IsComplete(); ++i) {
+    texts[i] = i == 0 ? dateText : std::string_view(texts[i - 1]);
+    std::replace(texts[i].begin(), texts[i].end(), kReplaced[i], ' ');
+    date.hasDay = date.hasMonth = date.hasYear = false;
+    date.TakeAll(texts[i]);
+  }
+
+  Tessary::DateValue value;
+  const bool local = !date.hasZone;
+  if (!value.SetFromTmStruct(local, date.time) || !value.GetAsRfc822(local, fixed)) return false;
+  // The time is not shifted: a zone that was written stands behind the time that was written.
+  if (date.hasZone) fixed.replace(fixed.rfind("GMT"), 3, date.zone);
+  return true;
+}
+
+}  // namespace parvane::sources

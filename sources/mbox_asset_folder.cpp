@@ -12,8 +12,6 @@ namespace platform = parvane::platform;
 
 namespace {
 
-// Messages up to this size are copied out of the buffer, which stays; larger ones take it along.
-constexpr std::size_t kCopyLimit = 1u << 20;
 constexpr std::size_t kReportedLineLimit = 256;
 
 }  // namespace
@@ -63,33 +61,32 @@ bool MBOXAssetFolder::EnsureOpen() {
   return true;
 }
 
-ByteVector MBOXAssetFolder::TakeMessage() {
-  if (_message.size() > kCopyLimit) return std::exchange(_message, {});
-  return _message;
-}
-
 std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   if (!EnsureOpen()) return nullptr;
   std::uint64_t offset = 0;
-  _message.clear();
+  if (!_message || _message.use_count() > 1)
+    _message = std::make_shared<parvane::sources::MessageBuffer>();
+  _message->clear();
   // Nothing between two separators is no message; reading goes on behind it.
   do {
-    offset =
-        parvane::sources::ScanMboxMessage(*_mboxFileStreamP, _message, Observer() ? this : nullptr);
-  } while (_message.empty() && !_mboxFileStreamP->Buffer().empty());
+    offset = parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message,
+                                               Observer() ? this : nullptr);
+  } while (_message->empty() && !_mboxFileStreamP->Buffer().empty());
 
   engine::SourceObserver* observer = Observer();
   if (observer && !_mboxFileStreamP->status().ok()) ReportBreak(_mboxFileStreamP->status());
-  if (_message.empty()) {
+  if (_message->empty()) {
     if (observer) ReportChangeOfSize();
+    _message.reset();
     return nullptr;
   }
 
-  const engine::MessageLocation location{this, _messageIndex++, offset, _message.size()};
-  if (observer) observer->MessageRead(location, {_message.data(), _message.size()});
-  const auto size = static_cast<std::int64_t>(_message.size());
+  const engine::MessageLocation location{this, _messageIndex++, offset, _message->size()};
+  if (observer) observer->MessageRead(location, _message->view());
+  const auto size = static_cast<std::int64_t>(_message->size());
+  auto bytes = parvane::mime::ByteSlice::Share(_message, _message->view());
   return std::make_unique<AssetQueryResult>(
-      std::make_unique<MBOXEmailAsset>(TakeMessage(), observer, location), size);
+      std::make_unique<MBOXEmailAsset>(std::move(bytes), observer, location), size);
 }
 
 void MBOXAssetFolder::ReportBreak(const platform::Status& why) {
@@ -124,13 +121,13 @@ void MBOXAssetFolder::SeparatorFound(std::uint64_t offset, std::string_view line
 void MBOXAssetFolder::ResetQuery() {
   _mboxFileStreamP.reset();
   _mboxFileOpened = false;
+  _message.reset();
   _messageIndex = 0;
   _readErrorReported = false;
 }
 
 void MBOXAssetFolder::Release() {
   ResetQuery();
-  _message = {};
   AssetFolderBase::Release();
 }
 

@@ -33,7 +33,6 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
  private:
   parvane::engine::SourceObserver* Observer() const;
   bool EnsureOpen();
-  ByteVector TakeMessage();
   void ReportBreak(const parvane::platform::Status& why);
   void ReportChangeOfSize();
   void SeparatorFound(std::uint64_t offset, std::string_view line, bool afterEmptyLine) override;
@@ -41,7 +40,8 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   NullableString _mboxFilePath;
   std::unique_ptr<parvane::platform::InputStream> _mboxFileStreamP;  // null while closed
   bool _mboxFileOpened = false;
-  ByteVector _message;             // one buffer for all messages
+  // One buffer for all messages: a new one is made only when an item keeps the last one's.
+  std::shared_ptr<parvane::sources::MessageBuffer> _message;
   std::int64_t _messageIndex = 0;  // of the next message
   std::int64_t _sizeAtStart = 0;   // of the file when it was opened
   bool _readErrorReported = false;

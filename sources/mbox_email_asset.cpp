@@ -7,23 +7,22 @@
 
 #include "convert/conversion_report.h"
 #include "convert/mime_to_mapi_message_converter.h"
-#include "mime/ts_byte_data.h"
-#include "mime/ts_date_time.h"
+#include "mime/cls_email.h"
+#include "mime/date_parser.h"
+#include "mime/mime_message2.h"
+#include "mime/text_decoding.h"
 #include "mime/ts_email.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
 #include "platform/file.h"
-#include "sources/message_repair.h"
+#include "platform/text.h"
+#include "sources/header_repair.h"
 
 namespace QuelmarMIMEEngineCommon {
 
+using parvane::mime::ByteSlice;
 using parvane::platform::FileTime;
 using parvane::platform::Status;
-using Tessary::TsByteData;
-using Tessary::TsDateTime;
+using Tessary::MimeMessage2;
 using Tessary::TsEmail;
-using Tessary::TsMime;
-using Tessary::TsString;
 
 namespace {
 
@@ -36,16 +35,21 @@ Status AppendToDump(const NullableString& path, std::string_view message) {
   return parvane::platform::FileSystem::Default().AppendPrivate(*path, pieces);
 }
 
-FileTime ReadDate(const TsString& text) {
+// Of the Date field as it stands; 0 when it is missing or cannot be read.
+FileTime DateOf(const MimeMessage2& message) {
   FileTime time;
-  TsDateTime date;
-  if (date.SetFromRfc822(text.getUtf8())) date.GetAsFileTime(false, time);
+  const Tessary::MimeField* field = message.header().Find("Date");
+  if (field == nullptr) return time;
+  std::string scratch;
+  std::string_view text = field->Value(scratch);
+  std::string decoded;
+  if (!parvane::platform::IsAscii(text)) {
+    decoded = Tessary::DecodeTextToUtf8(text, {}, message.contentType().Get("charset"));
+    text = decoded;
+  }
+  Tessary::DateValue date;
+  if (date.SetFromRfc822(text.substr(0, text.find('\0')))) date.GetAsFileTime(false, &time);
   return time;
-}
-
-FileTime DateOf(TsMime& mime) {
-  TsString text;
-  return mime.GetHeaderField("Date", text) ? ReadDate(text) : FileTime{};
 }
 
 parvane::engine::ConversionNotes ToNotes(parvane::convert::ConversionReport&& report,
@@ -68,31 +72,26 @@ parvane::engine::ConversionNotes ToNotes(parvane::convert::ConversionReport&& re
 }  // namespace
 
 MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes)
-    : MBOXEmailAsset(std::move(mimeBytes), nullptr, {}) {}
+    : MBOXEmailAsset(ByteSlice::Adopt(std::move(mimeBytes)), nullptr, {}) {}
 
-MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes, parvane::engine::SourceObserver* observer,
+MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, parvane::engine::SourceObserver* observer,
                                const parvane::engine::MessageLocation& location)
     : _emailP(std::make_unique<TsEmail>()), _observer(observer), _location(location) {
   _emailP->put_Utf8(true);
-  TsByteData bytes;
-  bytes.adopt(std::move(mimeBytes));
-
-  TsString text;
-  {
-    TsMime mime;
-    mime.put_Utf8(true);
-    if (mime.LoadMimeBytes(bytes)) {
-      if (_observer) _rawDate = DateOf(mime);
-      AdjustMimeForTSMail(&mime);
-    }
-    mime.getMime(text);
+  auto entity = std::make_shared<MimeMessage2>();
+  // A message past the limit is left empty, and an empty one is no e-mail.
+  if (message.size() <= Tessary::MimeLimits::kMessageBytes) {
+    parvane::mime::OperationLog unread;
+    entity->Load(message, unread);
+    if (_observer) _rawDate = DateOf(*entity);
+    parvane::sources::RepairMessage(*entity);
   }
-  if (_emailP->SetFromMimeText(text)) {
+  if (_emailP->impl().SetFromEntity(std::move(entity))) {
     FillMembers();
     return;
   }
 
-  const Status dumped = AppendToDump(DumpFilePath(), bytes.view());
+  const Status dumped = AppendToDump(DumpFilePath(), message.view());
   _emailP.reset();
   if (_observer) _observer->MessageNotParsed(_location, dumped);
 }
@@ -100,16 +99,13 @@ MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes, parvane::engine::SourceObse
 MBOXEmailAsset::~MBOXEmailAsset() = default;
 
 void MBOXEmailAsset::FillMembers() {
-  TsString text;
+  Tessary::ClsEmail& email = _emailP->impl();
   std::u16string details = u"From : ";
-  _emailP->get_From(text);
-  details += text.viewUnicode();
+  email.AppendFrom(details);
   details += u"\r\nDate : ";
-  _emailP->get_EmailDateStr(text);
-  details += text.viewUnicode();
+  email.AppendField("Date", details);
   details += u"\r\nSubject : ";
-  _emailP->get_Subject(text);
-  details += text.viewUnicode();
+  email.AppendField("Subject", details);
   _details = std::move(details);
 }
 

@@ -6,6 +6,7 @@
 
 #include "engine/asset_bases.h"
 #include "engine/source_observer.h"
+#include "mime/byte_slice.h"
 #include "sources/mbox_reading.h"
 
 namespace Tessary {
@@ -20,7 +21,7 @@ class MBOXEmailAsset : public EmailAssetBase {
   // file; the asset then has no details, and every conversion of it fails.
   explicit MBOXEmailAsset(ByteVector mimeBytes);
   // The same; `observer` (may be null) learns what becomes of the message.
-  MBOXEmailAsset(ByteVector mimeBytes, parvane::engine::SourceObserver* observer,
+  MBOXEmailAsset(const parvane::mime::ByteSlice& message, parvane::engine::SourceObserver* observer,
                  const parvane::engine::MessageLocation& location);
   ~MBOXEmailAsset() override;
 

@@ -5,13 +5,15 @@
 #include <cstring>
 #include <span>
 
+#include "platform/simd/lines.h"
 #include "platform/text.h"
 
 namespace parvane::sources {
 namespace {
 
 constexpr std::string_view kFrom = "From ";
-constexpr std::size_t kMessageReserve = 4u << 20;
+// How much of a stream's buffer is copied at a time; the room for it is twice that.
+constexpr std::size_t kPiece = 32u << 10;
 
 bool IsSeparator(std::string_view line) { return line.starts_with(kFrom); }
 
@@ -49,14 +51,27 @@ class LineCursor {
 
   std::uint64_t Position() const { return _stream.Position() + _used; }
 
+  // Copies lines that need no closer look, as many as there are in one piece of the stream's
+  // buffer. False when there was none.
+  bool CopyPlainLines(MessageBuffer& out, bool& lastWasEmpty) {
+    if (!Ready()) return false;
+    const std::size_t size = std::min(_buffer.size() - _used, kPiece);
+    char* const room = out.Room(platform::simd::MailLinesRoom(size));
+    const auto done = platform::simd::CopyMailLines(_buffer.data() + _used, size, room);
+    out.Grow(done.made);
+    _used += done.taken;
+    if (done.any) lastWasEmpty = done.lastWasEmpty;
+    return done.any;
+  }
+
   // Appends the next line, without its end, to `out`. False when there is none.
-  bool AppendLine(std::vector<char>& out) {
+  bool AppendLine(MessageBuffer& out) {
     if (!Ready()) return false;
     do {
       const char* begin = _buffer.data() + _used;
       const char* end = _buffer.data() + _buffer.size();
       const char* stop = FindLineEnd(begin, end);
-      out.insert(out.end(), begin, stop);
+      out.Append({begin, stop});
       _used += static_cast<std::size_t>(stop - begin);
       if (stop != end) {
         TakeLineEnd(*stop);
@@ -126,32 +141,31 @@ bool HasDayOrMonthName(std::string_view text) {
 
 }  // namespace
 
-std::uint64_t ScanMboxMessage(platform::InputStream& stream, std::vector<char>& message,
+std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher) {
-  message.reserve(kMessageReserve);
   const bool atStart = stream.Position() == 0;
   LineCursor cursor(stream);
   if (atStart) cursor.SkipLine();
   const std::uint64_t messageOffset = cursor.Position();
-  static constexpr std::string_view kLineEnd = "\r\n";
 
   bool lineBeforeEmpty = true;
   while (true) {
+    while (cursor.CopyPlainLines(message, lineBeforeEmpty)) {
+    }
     // The line goes straight to where it belongs and is taken back when it turns out to be a
     // separator, so that no line, however long, is held twice.
     const std::size_t lineStart = message.size();
     const std::uint64_t lineOffset = cursor.Position();
     if (!cursor.AppendLine(message)) break;
-    const std::string_view line(message.data() + lineStart, message.size() - lineStart);
+    const std::string_view line = message.view().substr(lineStart);
     if (IsSeparator(line)) {
       if (watcher) watcher->SeparatorFound(lineOffset, line, lineBeforeEmpty);
-      message.resize(lineStart);
+      message.Cut(lineStart);
       break;
     }
     lineBeforeEmpty = line.empty();
-    if (IsQuotedSeparator(line))
-      message.erase(message.begin() + static_cast<std::ptrdiff_t>(lineStart));
-    message.insert(message.end(), kLineEnd.begin(), kLineEnd.end());
+    if (IsQuotedSeparator(line)) message.EraseByte(lineStart);
+    message.Append("\r\n");
   }
   return messageOffset;
 }
@@ -190,15 +204,20 @@ bool ReadLineMBOX(parvane::platform::InputStream* stream, ByteVector& line) {
   line.clear();
   if (!stream) return false;
   parvane::sources::LineCursor cursor(*stream);
-  if (!cursor.AppendLine(line)) return false;
-  const std::string_view text(line.data(), line.size());
-  if (parvane::sources::IsSeparator(text)) return false;
-  if (parvane::sources::IsQuotedSeparator(text)) line.erase(line.begin());
-  return true;
+  parvane::sources::MessageBuffer buffer;
+  if (!cursor.AppendLine(buffer)) return false;
+  std::string_view text = buffer.view();
+  const bool separator = parvane::sources::IsSeparator(text);
+  if (parvane::sources::IsQuotedSeparator(text)) text.remove_prefix(1);
+  line.assign(text.begin(), text.end());
+  return !separator;
 }
 
 void ScanMBOXStream(parvane::platform::InputStream* stream, ByteVector& message) {
-  if (stream) parvane::sources::ScanMboxMessage(*stream, message, nullptr);
+  if (!stream) return;
+  parvane::sources::MessageBuffer buffer;
+  parvane::sources::ScanMboxMessage(*stream, buffer, nullptr);
+  message.insert(message.end(), buffer.view().begin(), buffer.view().end());
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -22,6 +22,7 @@
 
 #include "platform/file.h"
 #include "platform/status.h"
+#include "sources/message_buffer.h"
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -55,7 +56,7 @@ class SeparatorWatcher {
 
 // ScanMBOXStream, with the separator shown to `watcher` (null: to nobody). Returns the offset in
 // the file at which the message begins.
-std::uint64_t ScanMboxMessage(platform::InputStream& stream, std::vector<char>& message,
+std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher);
 
 // True when something like a date stands in a separator line, as every mail program puts there.

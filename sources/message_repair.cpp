@@ -4,20 +4,25 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "mime/cls_mime.h"
 #include "mime/mailbox.h"
-#include "mime/ts_byte_data.h"
+#include "mime/mime_message2.h"
+#include "mime/text_decoding.h"
 #include "mime/ts_mime.h"
 #include "mime/ts_string.h"
 #include "platform/text.h"
+#include "sources/header_repair.h"
 
 namespace QuelmarMIMEEngineCommon {
 
 namespace platform = parvane::platform;
-using Tessary::TsByteData;
+using parvane::mime::ByteSlice;
+using parvane::mime::OperationLog;
+using Tessary::MimeField;
+using Tessary::MimeMessage2;
+using Tessary::TransferEncoding;
 using Tessary::TsMime;
-using Tessary::TsString;
 
 namespace {
 
@@ -25,152 +30,187 @@ namespace {
 // level parses the rest of the message again.
 constexpr int kMaximumMessageDepth = 32;
 
-constexpr std::array<const char*, 6> kMailBoxHeaders = {"From", "To",     "Cc",
-                                                        "Bcc",  "Sender", "Reply-To"};
+constexpr std::array<std::string_view, 6> kMailBoxHeaders = {"From", "To",     "Cc",
+                                                             "Bcc",  "Sender", "Reply-To"};
 
-void Adjust(TsMime& mime, int depth);
+void Adjust(MimeMessage2& entity, int depth);
 
-bool HasContentType(TsMime& mime, const char* type) {
-  TsString text;
-  return mime.get_ContentType(text) && text.equalsIgnoreCase(type);
-}
-
-// Most attached messages stand in the body as they are; some mailers encode them all the same, and
-// are repaired in the clear.
-bool LoadAttachedMessage(TsMime& attachment, TsMime& message, bool& encoded) {
-  TsString encoding;
-  attachment.encoding(encoding);
-  encoded = encoding.equalsIgnoreCase("base64") || encoding.equalsIgnoreCase("quoted-printable");
-  if (encoded) {
-    TsByteData bytes;
-    return attachment.GetDecodedBody(bytes) && message.LoadMimeBytes(bytes);
-  }
-  TsString body;
-  return attachment.getEntireBody(body) && message.LoadMime(body);
-}
-
-void RepairAttachedMessage(TsMime& attachment, int depth) {
-  TsMime message;
-  message.put_Utf8(true);
-  bool encoded = false;
-  if (!LoadAttachedMessage(attachment, message, encoded)) return;
+void RepairAttachedMessage(MimeMessage2& attachment, int depth) {
+  // Most attached messages stand in the body as they are; some mailers encode them all the same,
+  // and are repaired in the clear.
+  const std::string& encoding = attachment.transferEncoding();
+  const bool encoded = platform::EqualsIgnoreAsciiCase(encoding, "base64") ||
+                       platform::EqualsIgnoreAsciiCase(encoding, "quoted-printable");
+  const ByteSlice text = encoded ? attachment.DecodedBody() : attachment.SerialiseBody();
+  if (text.size() > Tessary::MimeLimits::kMessageBytes) return;
+  OperationLog unread;
+  MimeMessage2 message;
+  message.Load(text, unread);
   Adjust(message, depth + 1);
-  TsString text;
-  if (!message.getMime(text)) return;
-  if (encoded) attachment.SetHeaderField("Content-Transfer-Encoding", "8bit");
-  attachment.SetBody(text);
+  if (encoded) attachment.SetField("Content-Transfer-Encoding", "8bit");
+  attachment.ReplaceBody(message.Serialise());
 }
 
-void FixRelated(TsMime& mime, int depth) {
-  const int parts = mime.get_NumParts();
-  if (mime.IsMultipartRelated()) {
-    for (int i = 0; i < parts; ++i)
-      if (std::unique_ptr<TsMime> part{mime.GetPart(i)})
-        part->RemoveHeaderField("Content-Disposition");
+void FixRelated(MimeMessage2& entity, int depth) {
+  if (entity.ContentTypeIs("multipart/related")) {
+    for (const auto& part : entity.children()) part->RemoveField("Content-Disposition");
   }
-  if (depth < kMaximumMessageDepth && mime.IsAttachment() && HasContentType(mime, "message/rfc822"))
-    RepairAttachedMessage(mime, depth);
-  for (int i = 0; i < parts; ++i)
-    if (std::unique_ptr<TsMime> part{mime.GetPart(i)}) FixRelated(*part, depth);
+  if (depth < kMaximumMessageDepth &&
+      platform::EqualsIgnoreAsciiCase(entity.disposition().value(), "attachment") &&
+      entity.ContentTypeIs("message/rfc822"))
+    RepairAttachedMessage(entity, depth);
+  for (const auto& part : entity.children()) FixRelated(*part, depth);
 }
 
-std::u16string RewriteMailBoxes(std::u16string_view list) {
-  std::vector<std::u16string> mailBoxes;
-  SplitMailBoxes(list, mailBoxes);
-  std::u16string result;
-  for (const std::u16string& mailBox : mailBoxes) {
-    std::u16string name;
-    std::u16string address;
-    ParseEmailAddress(mailBox, name, address);
-    // The blanks inside the angle brackets are trimmed when the field is parsed.
-    if (&mailBox != &mailBoxes.front()) result += u',';
-    result += u'"';
-    result += EscapeQuotedName(name);
-    result += u"\" < ";
-    result += address;
-    result += u" >";
+// The values of all fields of one name, joined by commas: bytes while they are ASCII, else text.
+class FieldList {
+ public:
+  void Add(const MimeField& field, const MimeMessage2& entity) {
+    const std::string_view value = field.Value(_scratch);
+    const bool ascii = platform::IsAscii(value);
+    if (ascii && !_isWide) {
+      AddNarrow(value);
+      return;
+    }
+    if (!_isWide) {
+      _wide = platform::Utf8ToUtf16(_narrow);
+      _isWide = true;
+    }
+    if (!_wide.empty()) _wide += u',';
+    _wide += ascii ? platform::Utf8ToUtf16(value)
+                   : Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
   }
-  return result;
-}
 
-void AppendListed(std::u16string& list, std::u16string_view value) {
-  if (!list.empty()) list += u',';
-  list += value;
-}
+  // The list rewritten, as UTF-8; empty when there is nothing to rewrite.
+  std::string Rewritten() const {
+    std::string out;
+    if (_isWide) {
+      std::u16string wide;
+      RewriteMailBoxes(_wide, wide);
+      platform::AppendUtf16AsUtf8(wide, out);
+    } else if (!_narrow.empty()) {
+      out.reserve(_narrow.size() + 32);
+      RewriteMailBoxes(_narrow, out);
+    }
+    return out;
+  }
+  bool empty() const { return _isWide ? _wide.empty() : _narrow.empty(); }
 
-void SetMailBoxes(const char* headerName, std::u16string_view list, TsMime& mime) {
-  if (list.empty()) return;
-  TsString value;
-  value.put_Utf8(true);
-  value.appendU(std::u16string_view(RewriteMailBoxes(list)));
-  mime.SetHeaderField(headerName, value);
+ private:
+  // A value that is the only one and stands in the message is not copied.
+  void AddNarrow(std::string_view value) {
+    const bool unfolded = value.data() == _scratch.data();
+    if (_narrow.empty() && !unfolded) {
+      _narrow = value;
+      return;
+    }
+    std::string joined(_narrow);
+    if (!joined.empty()) joined += ',';
+    joined += value;
+    _joined = std::move(joined);
+    _narrow = _joined;
+  }
+
+  std::string_view _narrow;
+  std::string _scratch;  // to unfold the last value
+  std::string _joined;
+  std::u16string _wide;
+  bool _isWide = false;
+};
+
+void SetMailBoxes(std::string_view headerName, const FieldList& list, MimeMessage2& entity) {
+  if (!list.empty()) entity.SetField(headerName, list.Rewritten());
 }
 
 // All address headers in one walk over the fields: what FixMailBox does for each of them.
-void FixMailBoxes(TsMime& mime) {
-  std::array<std::u16string, kMailBoxHeaders.size()> lists;
-  const int fields = mime.get_NumHeaderFields();
-  TsString name;
-  TsString value;
-  for (int i = 0; i < fields; ++i) {
-    mime.GetHeaderFieldName(i, name);
-    const std::string_view text = name.viewUtf8();
+void FixMailBoxes(MimeMessage2& entity) {
+  std::array<FieldList, kMailBoxHeaders.size()> lists;
+  for (const MimeField& field : entity.header().Lines()) {
     for (std::size_t header = 0; header < lists.size(); ++header) {
-      if (!platform::EqualsIgnoreAsciiCase(text, kMailBoxHeaders[header])) continue;
-      mime.GetHeaderFieldValue(i, value);
-      AppendListed(lists[header], value.viewUnicode());
+      if (field.NameIs(kMailBoxHeaders[header])) lists[header].Add(field, entity);
     }
   }
   for (std::size_t header = 0; header < lists.size(); ++header)
-    SetMailBoxes(kMailBoxHeaders[header], lists[header], mime);
+    SetMailBoxes(kMailBoxHeaders[header], lists[header], entity);
 }
 
 bool IsLetterOrDigit(char16_t c) {
   return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
 }
 
-void Adjust(TsMime& mime, int depth) {
-  FixRelated(mime, depth);
-  FixMailBoxes(mime);
-  FixDate(&mime);
+std::u16string_view Trim(std::u16string_view text) {
+  while (!text.empty() && platform::IsWhiteSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && platform::IsWhiteSpace(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+// The date without white space around it, and without anything else before its first letter or
+// digit, if it has one.
+std::u16string_view DateInside(std::u16string_view text) {
+  text = Trim(text);
+  std::size_t start = 0;
+  while (start < text.size() && !IsLetterOrDigit(text[start])) ++start;
+  return start < text.size() ? text.substr(start) : text;
+}
+
+std::string_view DateInside(std::string_view text) {
+  while (!text.empty() && platform::IsAsciiWhiteSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && platform::IsAsciiWhiteSpace(text.back())) text.remove_suffix(1);
+  std::size_t start = 0;
+  while (start < text.size() && !IsLetterOrDigit(static_cast<unsigned char>(text[start]))) ++start;
+  return start < text.size() ? text.substr(start) : text;
+}
+
+void FixDateOf(MimeMessage2& entity) {
+  const MimeField* field = entity.header().Find("Date");
+  if (field == nullptr) return;
+  std::string scratch;
+  const std::string_view value = field->Value(scratch);
+  if (value.empty()) return;
+  std::string fixed;
+  bool rewritten;
+  if (platform::IsAscii(value)) {
+    rewritten = parvane::sources::RewriteDate(DateInside(value), fixed);
+  } else {
+    const std::u16string text = Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
+    rewritten = parvane::sources::RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed);
+  }
+  if (rewritten) entity.SetField("Date", fixed);
+}
+
+void Adjust(MimeMessage2& entity, int depth) {
+  FixRelated(entity, depth);
+  FixMailBoxes(entity);
+  FixDateOf(entity);
 }
 
 }  // namespace
 
 void AdjustMimeForTSMail(TsMime* mime) {
-  if (mime) Adjust(*mime, 0);
+  if (mime) Adjust(mime->impl().Entity(), 0);
 }
 
 void FixRelatedContentDisposition(TsMime* mime) {
-  if (mime) FixRelated(*mime, 0);
+  if (mime) FixRelated(mime->impl().Entity(), 0);
 }
 
 void FixMailBox(const char* headerName, TsMime* mime) {
   if (!mime || !headerName) return;
-  std::u16string list;
-  const int fields = mime->get_NumHeaderFields();
-  TsString name;
-  TsString value;
-  for (int i = 0; i < fields; ++i) {
-    mime->GetHeaderFieldName(i, name);
-    if (!name.equalsIgnoreCase(headerName)) continue;
-    mime->GetHeaderFieldValue(i, value);
-    AppendListed(list, value.viewUnicode());
-  }
-  SetMailBoxes(headerName, list, *mime);
+  MimeMessage2& entity = mime->impl().Entity();
+  FieldList list;
+  for (const MimeField& field : entity.header().Lines())
+    if (field.NameIs(headerName)) list.Add(field, entity);
+  SetMailBoxes(headerName, list, entity);
 }
 
 void FixDate(TsMime* mime) {
-  if (!mime) return;
-  TsString date;
-  if (!mime->GetHeaderField("Date", date) || date.isEmpty()) return;
-  const std::size_t length = date.getSizeUnicode();
-  date.trim();
-  const std::u16string_view text = date.viewUnicode();
-  std::size_t start = 0;
-  while (start < text.size() && !IsLetterOrDigit(text[start])) ++start;
-  if (start > 0 && start < text.size()) date = date.substring(start, length - start);
-  if (DateTimeUtilities::TryFixTimeStr(date)) mime->SetHeaderField("Date", date);
+  if (mime) FixDateOf(mime->impl().Entity());
 }
 
 }  // namespace QuelmarMIMEEngineCommon
+
+namespace parvane::sources {
+
+void RepairMessage(Tessary::MimeMessage2& message) { QuelmarMIMEEngineCommon::Adjust(message, 0); }
+
+}  // namespace parvane::sources

@@ -1,0 +1,53 @@
+// Where the bytes of one message are put together: grows without clearing what it grows by, and is
+// used again for the next message.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+namespace parvane::sources {
+
+class MessageBuffer {
+ public:
+  std::string_view view() const { return {_bytes.get(), _size}; }
+  std::size_t size() const { return _size; }
+  bool empty() const { return _size == 0; }
+  void clear() { _size = 0; }
+
+  // Behind the last byte; at least `count` bytes may be written there before Grow says how many
+  // have been.
+  char* Room(std::size_t count) {
+    if (_capacity - _size < count) Reserve(_size + count);
+    return _bytes.get() + _size;
+  }
+  void Grow(std::size_t count) { _size += count; }
+
+  void Append(std::string_view bytes) {
+    if (bytes.empty()) return;
+    std::memcpy(Room(bytes.size()), bytes.data(), bytes.size());
+    _size += bytes.size();
+  }
+  void Cut(std::size_t size) { _size = size; }
+  void EraseByte(std::size_t at) {
+    std::memmove(_bytes.get() + at, _bytes.get() + at + 1, _size - at - 1);
+    --_size;
+  }
+
+ private:
+  void Reserve(std::size_t capacity) {
+    capacity = std::max(capacity, _capacity + _capacity / 2);
+    auto bytes = std::make_unique_for_overwrite<char[]>(capacity);
+    if (_size > 0) std::memcpy(bytes.get(), _bytes.get(), _size);
+    _bytes = std::move(bytes);
+    _capacity = capacity;
+  }
+
+  std::unique_ptr<char[]> _bytes;
+  std::size_t _size = 0;
+  std::size_t _capacity = 0;
+};
+
+}  // namespace parvane::sources
