@@ -1,31 +1,53 @@
 #include "convert/message_streams.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
-#include "mapi/com_pointer.h"
 #include "mapi/constants.h"
 #include "mapi/identifiers.h"
+#include "platform/simd/ascii.h"
 
 namespace parvane::convert {
 
-bool WritePropertyStream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view bytes) {
-  mapi::ComPointer<mapi::IStream> stream;
+PropertyWriter::PropertyWriter(mapi::IMAPIProp& object, mapi::ULONG tag) {
   const mapi::HRESULT opened =
       object.OpenProperty(tag, &mapi::IID_IStream, mapi::STGM_WRITE,
-                          mapi::MAPI_CREATE | mapi::MAPI_MODIFY, stream.PutUnknown());
-  if (mapi::Failed(opened) || !stream) return false;
+                          mapi::MAPI_CREATE | mapi::MAPI_MODIFY, _stream.PutUnknown());
+  _written = !mapi::Failed(opened) && _stream;
+}
 
+bool PropertyWriter::Write(std::string_view bytes) {
   // One write, unless there is more than a call can state.
   constexpr std::size_t kMostPerCall = 0x40000000;
-  bool written = true;
-  do {
+  while (_written && !bytes.empty()) {
     const auto count = static_cast<mapi::ULONG>(std::min(bytes.size(), kMostPerCall));
     mapi::ULONG done = 0;
-    written = mapi::Succeeded(stream->Write(bytes.data(), count, &done)) && done == count;
+    _written = mapi::Succeeded(_stream->Write(bytes.data(), count, &done)) && done == count;
     bytes.remove_prefix(count);
-  } while (written && !bytes.empty());
-  return mapi::Succeeded(stream->Commit(0)) && written;
+  }
+  return _written;
+}
+
+bool PropertyWriter::Commit() { return _stream && mapi::Succeeded(_stream->Commit(0)) && _written; }
+
+bool WritePropertyStream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view bytes) {
+  PropertyWriter writer(object, tag);
+  writer.Write(bytes);
+  return writer.Commit();
+}
+
+bool WriteAsciiAsUtf16Stream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view ascii) {
+  PropertyWriter writer(object, tag);
+  // In pieces that stay in the first-level cache between here and there.
+  std::array<char16_t, 8192> wide;
+  do {
+    const std::size_t count = std::min(ascii.size(), wide.size());
+    platform::simd::WidenAsciiPrefix(ascii.data(), count, wide.data());
+    writer.Write({reinterpret_cast<const char*>(wide.data()), count * sizeof(char16_t)});
+    ascii.remove_prefix(count);
+  } while (!ascii.empty());
+  return writer.Commit();
 }
 
 }  // namespace parvane::convert

@@ -3,11 +3,29 @@
 
 #include <string_view>
 
+#include "mapi/com_pointer.h"
 #include "mapi/property_object.h"
 
 namespace parvane::convert {
 
+// A property being written piece by piece. Once MAPI has refused something, nothing more is
+// written.
+class PropertyWriter {
+ public:
+  PropertyWriter(mapi::IMAPIProp& object, mapi::ULONG tag);
+
+  bool Write(std::string_view bytes);
+  // Keeps what was written; false when MAPI refused any of it.
+  bool Commit();
+
+ private:
+  mapi::ComPointer<mapi::IStream> _stream;
+  bool _written = false;
+};
+
 // Creates the property and writes all bytes; false when MAPI refused any of it.
 bool WritePropertyStream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view bytes);
+// The same with ASCII as UTF-16.
+bool WriteAsciiAsUtf16Stream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view ascii);
 
 }  // namespace parvane::convert

@@ -65,11 +65,11 @@ class MIMEToMAPIMessageConverter {
   using AttachmentWriter = void (MIMEToMAPIMessageConverter::*)(parvane::mapi::IAttach*,
                                                                 Tessary::TsEmail*, int);
 
+  void AddRecipient(const std::u16string& name, const std::u16string& address,
+                    parvane::mapi::IMessage& message, parvane::mapi::ULONG recipientType);
   void WriteHeaderTexts(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteTimes(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteFlags(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
-  // Normalises the entry's name and address and makes its entry identifier.
-  void FillOneOff(OneOffEntry& entry);
   void WriteAttachments(Tessary::TsEmail* email, parvane::mapi::IMessage* message, int count,
                         AttachmentWriter writer);
   void NoteLeftovers(Tessary::TsEmail* email);

@@ -1,35 +1,50 @@
 // From, Sender, Reply-To and Delivered-To.
 
+#include <algorithm>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "convert/flat_entry_list.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
 #include "mapi/tags.h"
+#include "mime/address_list.h"
+#include "mime/cls_email.h"
 #include "mime/encoded_words.h"
 #include "mime/mailbox.h"
 #include "mime/ts_email.h"
-#include "mime/ts_string.h"
+#include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
+using Tessary::ClsEmail;
 using Tessary::TsEmail;
-using Tessary::TsString;
 
 namespace {
 
 // Published as PidTagReplyRecipientSMTPProxies.
 constexpr ULONG kReplyRecipientAddressesTag = PropTag(PT_UNICODE, 0x3FFC);
 
-// The mailboxes of a header field, names decoded. Encoded words are decoded only now, so that a
-// comma or bracket inside one separates nothing.
-std::vector<MailBox> MailBoxesOf(const TsString& field) {
-  std::vector<MailBox> mailBoxes;
-  ParseMailBoxList(field.viewUnicode(), mailBoxes);
+// The mailboxes of a header field, names decoded; false when there is no such field. Encoded words
+// are decoded only now, so that a comma or bracket inside one separates nothing.
+bool MailBoxesOf(TsEmail& email, const char* field, std::vector<MailBox>& mailBoxes) {
+  std::string scratch;
+  std::string_view text;
+  if (!email.impl().ViewField(field, scratch, text)) return false;
+  const auto hasComma = [](const MailBox& mailBox) {
+    return mailBox.name.find(u',') != std::u16string::npos;
+  };
+  // Here every comma cuts, also one inside quotes.
+  if (parvane::mime::ParseRewrittenList(text, mailBoxes) &&
+      std::none_of(mailBoxes.begin(), mailBoxes.end(), hasComma))
+    return true;
+  mailBoxes.clear();
+  ParseMailBoxList(parvane::platform::Utf8ToUtf16(text), mailBoxes);
   for (MailBox& mailBox : mailBoxes) mailBox.name = Tessary::DecodeEncodedWords(mailBox.name);
-  return mailBoxes;
+  return true;
 }
 
 // One correspondent takes four properties, always in this order.
@@ -51,11 +66,15 @@ constexpr OriginatorTags kReceivedByTags = {PR_RECEIVED_BY_ENTRYID, PR_RECEIVED_
 void WriteOriginator(IMessage& message, const OriginatorTags& tags, const OneOffEntry& entry) {
   PropertyList properties;
   properties.reserve(4);
-  AddProperty_BIN(properties, tags.entryId, entry.entryIdSize, entry.entryId);
-  AddProperty_STRW(properties, tags.name, entry.displayName.c_str());
-  AddProperty_STRW(properties, tags.addressType, entry.addressType.c_str());
-  AddProperty_STRW(properties, tags.address, entry.emailAddress.c_str());
+  AddProperty_BIN(properties, tags.entryId, entry.entryIdSize(), entry.entryId());
+  AddProperty_STRW(properties, tags.name, entry.displayName().c_str());
+  AddProperty_STRW(properties, tags.addressType, entry.addressType());
+  AddProperty_STRW(properties, tags.address, entry.emailAddress().c_str());
   message.SetProps(static_cast<ULONG>(properties.size()), properties.data(), nullptr);
+}
+
+bool HasText(std::u16string_view text) {
+  return !std::all_of(text.begin(), text.end(), parvane::platform::IsWhiteSpace);
 }
 
 void AppendItem(std::u16string& list, const std::u16string& item, bool first) {
@@ -67,51 +86,35 @@ void AppendItem(std::u16string& list, const std::u16string& item, bool first) {
 
 void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) {
   if (!email || !message) return;
-  TsString name;
-  TsString address;
-  email->get_FromName(name);
-  email->get_FromAddress(address);
-  name.trim();
-  address.trim();
-  OneOffEntry from;
-  const bool hasFrom = !name.isEmpty() || !address.isEmpty();
-  if (hasFrom) {
-    from.displayName = name.viewUnicode();
-    from.emailAddress = address.viewUnicode();
-    FillOneOff(from);
-    WriteOriginator(*message, kSentRepresentingTags, from);
-  }
+  const std::vector<MailBox>& authors = email->impl().AllMailboxes(ClsEmail::List::kFrom);
+  const bool hasFrom =
+      !authors.empty() && (HasText(authors.front().name) || HasText(authors.front().address));
+  const MailBox none;
+  const MailBox& author = hasFrom ? authors.front() : none;
+  const OneOffEntry from(hasFrom ? _addressBookP : nullptr, author.name, author.address);
+  if (hasFrom) WriteOriginator(*message, kSentRepresentingTags, from);
 
-  TsString field;
-  OneOffEntry sender;
-  bool hasSender = false;
-  if (email->GetHeaderField("Sender", field)) {
-    std::vector<MailBox> mailBoxes = MailBoxesOf(field);
-    hasSender = !mailBoxes.empty();
-    if (hasSender) {
-      sender.displayName = std::move(mailBoxes.front().name);
-      sender.emailAddress = std::move(mailBoxes.front().address);
-      FillOneOff(sender);
-    }
+  std::vector<MailBox> senders;
+  if (MailBoxesOf(*email, "Sender", senders) && !senders.empty()) {
+    const OneOffEntry sender(_addressBookP, senders.front().name, senders.front().address);
+    WriteOriginator(*message, kSenderTags, sender);
+  } else if (hasFrom) {
+    WriteOriginator(*message, kSenderTags, from);
   }
-  if (hasSender || hasFrom) WriteOriginator(*message, kSenderTags, hasSender ? sender : from);
 }
 
 void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message) {
-  TsString field;
-  if (!email || !message || !email->GetHeaderField("Reply-To", field)) return;
+  std::vector<MailBox> mailBoxes;
+  if (!email || !message || !MailBoxesOf(*email, "Reply-To", mailBoxes)) return;
   std::u16string names;
   std::u16string addresses;
   parvane::convert::FlatEntryList entries;
   bool first = true;
-  for (MailBox& mailBox : MailBoxesOf(field)) {
-    OneOffEntry entry;
-    entry.displayName = std::move(mailBox.name);
-    entry.emailAddress = std::move(mailBox.address);
-    FillOneOff(entry);
-    AppendItem(names, entry.displayName, first);
-    AppendItem(addresses, entry.emailAddress, first);
-    entries.Add({entry.entryId, entry.entryIdSize});
+  for (const MailBox& mailBox : mailBoxes) {
+    const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
+    AppendItem(names, entry.displayName(), first);
+    AppendItem(addresses, entry.emailAddress(), first);
+    entries.Add({entry.entryId(), entry.entryIdSize()});
     first = false;
   }
   SetPropString(message, PR_REPLY_RECIPIENT_NAMES_W, names.c_str());
@@ -121,14 +124,10 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
 }
 
 void MIMEToMAPIMessageConverter::WriteDeliveredTo(TsEmail* email, IMessage* message) {
-  TsString field;
-  if (!email || !message || !email->GetHeaderField("Delivered-To", field)) return;
-  std::vector<MailBox> mailBoxes = MailBoxesOf(field);
+  std::vector<MailBox> mailBoxes;
+  if (!email || !message || !MailBoxesOf(*email, "Delivered-To", mailBoxes)) return;
   if (mailBoxes.empty()) return;
-  OneOffEntry entry;
-  entry.displayName = std::move(mailBoxes.front().name);
-  entry.emailAddress = std::move(mailBoxes.front().address);
-  FillOneOff(entry);
+  const OneOffEntry entry(_addressBookP, mailBoxes.front().name, mailBoxes.front().address);
   WriteOriginator(*message, kReceivedByTags, entry);
 }
 

@@ -10,15 +10,20 @@
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
 #include "mapi/tags.h"
-#include "mime/ts_date_time.h"
+#include "mime/cls_email.h"
+#include "mime/date_parser.h"
+#include "mime/text_decoding.h"
 #include "mime/ts_email.h"
 #include "mime/ts_string.h"
+#include "platform/code_page.h"
+#include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
-using Tessary::TsDateTime;
+using Tessary::ClsEmail;
+using Tessary::DateValue;
 using Tessary::TsEmail;
 using Tessary::TsString;
 
@@ -37,6 +42,18 @@ std::basic_string_view<Char> WithoutNuls(std::basic_string_view<Char> text,
   scratch = text;
   std::erase(scratch, Char{});
   return scratch;
+}
+
+bool HasNul(std::string_view bytes) { return bytes.find('\0') != bytes.npos; }
+
+// The header as it stands, when it can be handed on without a copy; else null.
+const char* PlainHeader(const ClsEmail& email) {
+  const char* header = email.TerminatedHeader();
+  if (header == nullptr) return nullptr;
+  const std::string_view bytes = email.HeaderBytes().view();
+  const bool plain = parvane::platform::AnsiCodePage() == parvane::platform::kCodePageUtf8 &&
+                     Tessary::ReadsAsAscii(bytes, {}) && !HasNul(bytes);
+  return plain ? header : nullptr;
 }
 
 }  // namespace
@@ -71,23 +88,26 @@ bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message
 }
 
 void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* message) {
-  TsString text;
-  email->get_Header(text);
-  if (text.getSizeAnsi() > 0) {
-    std::string clean;
-    const bool hasNuls = WithoutNuls(text.viewAnsi(), clean).size() != text.getSizeAnsi();
-    SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A,
-                  hasNuls ? clean.c_str() : text.getAnsi());
+  if (const char* header = PlainHeader(email->impl())) {
+    SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A, header);
+  } else {
+    TsString text;
+    email->get_Header(text);
+    if (text.getSizeAnsi() > 0) {
+      std::string clean;
+      const bool hasNuls = WithoutNuls(text.viewAnsi(), clean).size() != text.getSizeAnsi();
+      SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A,
+                    hasNuls ? clean.c_str() : text.getAnsi());
+    }
   }
 
+  std::u16string text;
   const auto writeField = [&](const char* field, ULONG tag) {
     text.clear();
-    if (email->GetHeaderField(field, text)) SetPropString(message, tag, text.getUnicode());
+    if (email->impl().AppendField(field, text)) SetPropString(message, tag, text.c_str());
   };
   writeField("Return-Path", kReturnPathTag);
-  text.clear();
-  email->get_Subject(text);
-  SetPropString(message, PR_SUBJECT_W, text.getUnicode());
+  writeField("Subject", PR_SUBJECT_W);
   writeField("Message-ID", PR_INTERNET_MESSAGE_ID_W);
   writeField("In-Reply-To", PR_IN_REPLY_TO_W);
   writeField("References", PR_INTERNET_REFERENCES_W);
@@ -97,11 +117,12 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
   // The Delivery-Date reads into the same place as the Date, which it therefore keeps when it
   // cannot be read. An unreadable Date is written as 0.
   FILETIME time{};
-  TsString text;
-  const bool hasDate = email->GetHeaderField("Date", text);
+  std::string scratch;
+  std::string_view text;
+  const bool hasDate = email->impl().ViewField("Date", scratch, text);
   if (hasDate) {
-    TsDateTime date;
-    date.SetFromRfc822(text.getAnsi());
+    DateValue date;
+    date.SetFromRfc822(text);
     date.GetAsFileTime(false, &time);
     SetPropTime(message, PR_CLIENT_SUBMIT_TIME, time);
     SetPropTime(message, PR_LAST_MODIFICATION_TIME, time);
@@ -113,45 +134,56 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
     _reportP->date = time;
   }
 
-  text.clear();
-  if (email->GetHeaderField("Delivery-Date", text)) {
-    TsDateTime date;
-    date.put_Utf8(true);
-    date.SetFromRfc822(text.getUtf8());
+  if (email->impl().ViewField("Delivery-Date", scratch, text)) {
+    DateValue date;
+    date.SetFromRfc822(text);
     date.GetAsFileTime(false, &time);
     SetPropTime(message, PR_MESSAGE_DELIVERY_TIME, time);
   }
 }
 
 void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
-  TsString text;
   // Every message is of normal priority, whatever its Priority field says; and of normal
   // importance, unless it says "low".
   SetPropLong(message, PR_PRIORITY, 0);
-  email->GetHeaderField("Importance", text);
-  SetPropLong(message, PR_IMPORTANCE, text.equalsIgnoreCase("low") ? 0 : 1);
+  std::string scratch;
+  std::string_view text;
+  const bool low = email->impl().ViewField("Importance", scratch, text) &&
+                   parvane::platform::EqualsIgnoreAsciiCase(text, "low");
+  SetPropLong(message, PR_IMPORTANCE, low ? 0 : 1);
 
-  text.clear();
-  email->GetHeaderField("X-Mozilla-Status", text);
-  const long status = std::strtol(text.getAnsi(), nullptr, 16);
+  long status = 0;
+  if (email->impl().ViewField("X-Mozilla-Status", scratch, text))
+    status = std::strtol(std::string(text).c_str(), nullptr, 16);
   SetPropLong(message, PR_MESSAGE_FLAGS, (status & 1) != 0 ? 1 : 0);
 }
 
 void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message) {
   SetPropLong(message, PR_INTERNET_CPID, kCodePageUtf8);
-  TsString body;
-  if (email->GetPlainTextBody(body)) {
-    std::u16string clean;
-    const std::u16string_view text = WithoutNuls(body.viewUnicode(), clean);
-    parvane::convert::WritePropertyStream(
-        *message, PR_BODY_W,
-        {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
+  ClsEmail::Body body;
+  if (email->impl().PlainTextBody(body)) {
+    const std::string_view bytes = body.bytes.view();
+    if (Tessary::ReadsAsAscii(bytes, body.declaredCharset) && !HasNul(bytes)) {
+      parvane::convert::WriteAsciiAsUtf16Stream(*message, PR_BODY_W, bytes);
+    } else {
+      const std::u16string decoded =
+          Tessary::DecodeText(bytes, body.declaredCharset, body.fallbackCharset);
+      std::u16string clean;
+      const auto text = WithoutNuls(std::u16string_view(decoded), clean);
+      parvane::convert::WritePropertyStream(
+          *message, PR_BODY_W,
+          {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
+    }
   }
-  body.clear();
-  if (email->GetHtmlBody(body)) {
+  if (email->impl().HtmlBody(body)) {
+    std::string_view text = body.bytes.view();
+    std::string decoded;
+    if (!Tessary::ReadsAsAscii(text, body.declaredCharset)) {
+      decoded = Tessary::DecodeTextToUtf8(text, body.declaredCharset, body.fallbackCharset);
+      text = decoded;
+    }
     std::string clean;
-    parvane::convert::WritePropertyStream(*message, PR_BODY_HTML_A,
-                                          WithoutNuls(body.viewUtf8(), clean));
+    parvane::convert::WritePropertyStream(*message, PR_BODY_HTML_A, WithoutNuls(text, clean));
   }
 }
 

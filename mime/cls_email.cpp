@@ -225,33 +225,44 @@ const MimeField* ClsEmail::FindField(std::string_view name) {
   return field;
 }
 
-bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
+bool ClsEmail::ViewField(std::string_view name, std::string& scratch, std::string_view& out) {
   return Run("GetHeaderField", [&] {
     name = Trim(name);
     const MimeField* field = FindField(name);
     if (field == nullptr) return false;
-    std::string scratch;
-    const std::string_view value = field->Value(scratch);
-    out.SetUtf8(IsPlainText(value) ? std::string(Trim(value))
-                                   : FieldText(name, value, _message->charset));
+    out = Trim(field->Value(scratch));
+    if (!IsPlainText(out)) {
+      scratch = FieldText(name, field->Value(scratch), _message->charset);
+      out = scratch;
+    }
     return true;
   });
 }
 
+bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
+  std::string scratch;
+  std::string_view text;
+  const bool success = ViewField(name, scratch, text);
+  if (success) out.SetUtf8(std::string(text));
+  return success;
+}
+
 bool ClsEmail::AppendField(std::string_view name, std::u16string& out) {
-  return Run("GetHeaderField", [&] {
-    name = Trim(name);
-    const MimeField* field = FindField(name);
-    if (field == nullptr) return false;
-    std::string scratch;
-    const std::string_view value = field->Value(scratch);
-    if (IsPlainText(value)) {
-      parvane::platform::AppendUtf8AsUtf16(Trim(value), out);
-    } else {
-      parvane::platform::AppendUtf8AsUtf16(FieldText(name, value, _message->charset), out);
-    }
+  std::string scratch;
+  std::string_view text;
+  const bool success = ViewField(name, scratch, text);
+  if (success) parvane::platform::AppendUtf8AsUtf16(text, out);
+  return success;
+}
+
+const std::vector<ClsEmail::MailBox>& ClsEmail::AllMailboxes(List list) {
+  static const std::vector<MailBox> kNone;
+  const std::vector<MailBox>* mailboxes = &kNone;
+  Run("get_Recipients", [&] {
+    mailboxes = &Mailboxes(list);
     return true;
   });
+  return *mailboxes;
 }
 
 int ClsEmail::RecipientCount(const char* operation, List list) {
@@ -279,26 +290,39 @@ bool ClsEmail::Recipient(const char* operation, List list, MailBoxPart part, int
 
 // ---- Bodies ------------------------------------------------------------------------------------
 
-bool ClsEmail::GiveBody(const Email2* node, bool html, ClsString& out) {
+bool ClsEmail::GiveBody(const Email2* node, bool html, Body& out) {
   if (node == nullptr) return false;
-  ByteSlice bytes = node->entity().DecodedBody();
-  std::string declared(node->entity().charsetName());
-  std::string fallback = _message->charset;
-  if (declared.empty()) {
-    parvane::mime::GuessCharset(bytes.view(), html, declared, fallback);
+  out.bytes = node->entity().DecodedBody();
+  out.declaredCharset = node->entity().charsetName();
+  out.fallbackCharset = _message->charset;
+  if (out.declaredCharset.empty()) {
+    parvane::mime::GuessCharset(out.bytes.view(), html, out.declaredCharset, out.fallbackCharset);
   }
-  out.SetBytes(std::move(bytes), declared, fallback);
   return true;
 }
 
-bool ClsEmail::PlainTextBody(ClsString& out) {
+bool ClsEmail::PlainTextBody(Body& out) {
   return Run("GetPlainTextBody",
              [&] { return GiveBody(_message->structure.FindPlainTextBody(_log), false, out); });
 }
 
-bool ClsEmail::HtmlBody(ClsString& out) {
+bool ClsEmail::HtmlBody(Body& out) {
   return Run("GetHtmlBody",
              [&] { return GiveBody(_message->structure.FindHtmlBody(_log), true, out); });
+}
+
+bool ClsEmail::PlainTextBody(ClsString& out) {
+  Body body;
+  if (!PlainTextBody(body)) return false;
+  out.SetBytes(std::move(body.bytes), body.declaredCharset, body.fallbackCharset);
+  return true;
+}
+
+bool ClsEmail::HtmlBody(ClsString& out) {
+  Body body;
+  if (!HtmlBody(body)) return false;
+  out.SetBytes(std::move(body.bytes), body.declaredCharset, body.fallbackCharset);
+  return true;
 }
 
 // ---- Parts -------------------------------------------------------------------------------------

@@ -46,12 +46,30 @@ class ClsEmail {
   // From and HeaderField, appended to text; nothing is appended when they fail.
   bool AppendFrom(std::u16string& out);
   bool AppendField(std::string_view name, std::u16string& out);
+  // HeaderField as UTF-8: a view of the message where that reads as it stands, else of `scratch`.
+  bool ViewField(std::string_view name, std::string& scratch, std::string_view& out);
+  // The bytes of Header, and the same with a NUL behind them where there is one, else null.
+  ByteSlice HeaderBytes() const { return _message->root.entity().headerSlice(); }
+  const char* TerminatedHeader() const {
+    return _message == nullptr ? nullptr : _message->root.entity().terminatedHeader();
+  }
   int RecipientCount(const char* operation, List list);
   bool Recipient(const char* operation, List list, MailBoxPart part, int index, ClsString& out);
+  // All mailboxes of a list; none without a message.
+  const std::vector<MailBox>& AllMailboxes(List list);
 
   // ---- Bodies ----
   bool PlainTextBody(ClsString& out);
   bool HtmlBody(ClsString& out);
+  // A body decoded from its transfer encoding, with the names of the charsets to read it in (see
+  // text_decoding.h).
+  struct Body {
+    ByteSlice bytes;
+    std::string declaredCharset;
+    std::string fallbackCharset;
+  };
+  bool PlainTextBody(Body& out);
+  bool HtmlBody(Body& out);
 
   // ---- Parts ----
   int PartCount(const char* operation, PartList list);
@@ -91,7 +109,7 @@ class ClsEmail {
   void SetMessage(std::shared_ptr<const MimeMessage2> entity);
   void GiveHeaderText(std::string_view raw, ClsString& out) const;
   const MimeField* FindField(std::string_view name);
-  bool GiveBody(const Email2* node, bool html, ClsString& out);
+  bool GiveBody(const Email2* node, bool html, Body& out);
   const std::vector<MailBox>& Mailboxes(List list);
   const std::vector<const Email2*>& Parts(PartList list) const;
   // Null, with the reason in the log, for a bad index.

@@ -53,6 +53,10 @@ class MimeMessage2 {
   ByteSlice headerSlice() const {
     return _headerBytes.empty() ? _body.Part(_headerText) : _headerBytes;
   }
+  // A settled header has a NUL behind it; null for any other.
+  const char* terminatedHeader() const {
+    return _headerBytes.empty() ? nullptr : _headerBytes.data();
+  }
   const parvane::mime::ContentField& contentType() const { return _contentType; }
   const parvane::mime::ContentField& disposition() const { return _disposition; }
   // The name in Content-Transfer-Encoding, as it stands; empty without the field.

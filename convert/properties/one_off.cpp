@@ -3,7 +3,9 @@
 #include <string_view>
 
 #include "convert/properties/strings.h"
+#include "mapi/constants.h"
 #include "mapi/entry_points.h"
+#include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
 namespace {
@@ -52,6 +54,12 @@ std::size_t DomainEnd(std::u16string_view text, std::size_t begin) {
   return begin;
 }
 
+// Text without white space around it, and not empty.
+bool IsTrimmedText(std::u16string_view text) {
+  return !text.empty() && !parvane::platform::IsWhiteSpace(text.front()) &&
+         !parvane::platform::IsWhiteSpace(text.back());
+}
+
 }  // namespace
 
 void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool extractFromName) {
@@ -68,6 +76,16 @@ void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool ext
     if (!found.empty()) address = found.front();
   }
   if (address.empty()) address = u"-@-";
+}
+
+NormalOneOff::NormalOneOff(const std::u16string& name, const std::u16string& address)
+    : _name(&name), _address(&address) {
+  if (IsTrimmedText(name) && IsTrimmedText(address)) return;
+  _ownName = name;
+  _ownAddress = address;
+  EnsureNonNullOneOff(_ownName, _ownAddress, false);
+  _name = &_ownName;
+  _address = &_ownAddress;
 }
 
 void ExtractEmails(const std::u16string& text, std::vector<std::u16string>& found) {
@@ -87,6 +105,19 @@ void ExtractEmails(const std::u16string& text, std::vector<std::u16string>& foun
 
 namespace QuelmarMIMEEngineCommon {
 
-OneOffEntry::~OneOffEntry() { parvane::mapi::MAPIFreeBuffer(entryId); }
+OneOffEntry::OneOffEntry(parvane::mapi::IAddrBook* addressBook, const std::u16string& name,
+                         const std::u16string& address)
+    : _text(name, address) {
+  using parvane::mapi::ToTString;
+  if (!addressBook) return;
+  parvane::mapi::ENTRYID* entryId = nullptr;
+  addressBook->CreateOneOff(ToTString(displayName().c_str()), ToTString(addressType()),
+                            ToTString(emailAddress().c_str()), parvane::mapi::MAPI_UNICODE,
+                            &_entryIdSize, &entryId);
+  _entryId = reinterpret_cast<parvane::mapi::BYTE*>(entryId);
+  if (!entryId) _entryIdSize = 0;
+}
+
+OneOffEntry::~OneOffEntry() { parvane::mapi::MAPIFreeBuffer(_entryId); }
 
 }  // namespace QuelmarMIMEEngineCommon

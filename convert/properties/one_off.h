@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "mapi/session.h"
 #include "mapi/types.h"
 
 namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
@@ -18,6 +19,24 @@ namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
 // Both are trimmed first.
 void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool extractFromName);
 
+// A pair as EnsureNonNullOneOff leaves it, without copying what needs no change. Looks into the
+// strings it was made of, which must outlive it.
+class NormalOneOff {
+ public:
+  NormalOneOff(const std::u16string& name, const std::u16string& address);
+  NormalOneOff(const NormalOneOff&) = delete;
+  NormalOneOff& operator=(const NormalOneOff&) = delete;
+
+  const std::u16string& name() const { return *_name; }
+  const std::u16string& address() const { return *_address; }
+
+ private:
+  const std::u16string* _name;
+  const std::u16string* _address;
+  std::u16string _ownName;
+  std::u16string _ownAddress;
+};
+
 // Appends every e-mail address in the text, in order of position: what a forward search finds for
 //
 //   address := atom ("." atom)* "@" (label ".")+ label
@@ -31,19 +50,28 @@ void ExtractEmails(const std::u16string& text, std::vector<std::u16string>& foun
 
 namespace QuelmarMIMEEngineCommon {
 
-// One correspondent with the entry identifier that the address book made for it.
-struct OneOffEntry {
-  OneOffEntry() = default;
+// One correspondent with the entry identifier that an address book makes for it.
+class OneOffEntry {
+ public:
+  // The name and address are normalised and looked at, not copied. Without an address book there
+  // is no entry identifier.
+  OneOffEntry(parvane::mapi::IAddrBook* addressBook, const std::u16string& name,
+              const std::u16string& address);
   // Frees the entry identifier.
   ~OneOffEntry();
   OneOffEntry(const OneOffEntry&) = delete;
   OneOffEntry& operator=(const OneOffEntry&) = delete;
 
-  parvane::mapi::BYTE* entryId = nullptr;  // MAPI memory
-  parvane::mapi::ULONG entryIdSize = 0;
-  std::u16string displayName;
-  std::u16string emailAddress;
-  std::u16string addressType;  // "SMTP"
+  const parvane::mapi::BYTE* entryId() const { return _entryId; }
+  parvane::mapi::ULONG entryIdSize() const { return _entryIdSize; }
+  const std::u16string& displayName() const { return _text.name(); }
+  const std::u16string& emailAddress() const { return _text.address(); }
+  static const char16_t* addressType() { return u"SMTP"; }
+
+ private:
+  OrvMAPIUtilities::NormalOneOff _text;
+  parvane::mapi::BYTE* _entryId = nullptr;  // MAPI memory
+  parvane::mapi::ULONG _entryIdSize = 0;
 };
 
 }  // namespace QuelmarMIMEEngineCommon
