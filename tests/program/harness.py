@@ -3,6 +3,7 @@
 The environment says where things are: PARVANE (the program), PARVANE_SHARED_DIR (optional: test
 mail and the structural checker that are not part of the project).
 """
+import collections
 import json
 import os
 import pathlib
@@ -126,10 +127,13 @@ class PstTest(unittest.TestCase):
         return {tuple(f['path']): f['messages'] for f in self.listing(pst)['folders']
                 if f['messages'] or f['path'] != ['Deleted Items']}
 
-    def assert_readers_agree(self, pst, messages):
-        """Independent readers open the PST, complain about nothing and find every message."""
+    def assert_readers_agree(self, pst, messages, folders=None):
+        """Independent readers open the PST, complain about nothing and find every message, in
+        these folders ({path: messages}) if they are given."""
         self.assertEqual(self.listing(pst)['totals']['messages'], messages)
-        self.check_readpst(pst, messages)
+        tree = self.check_readpst(pst, messages)
+        if folders is not None:
+            self.assertEqual(tree, {path: count for path, count in folders.items() if count})
         self.check_lspst(pst, messages)
         self.check_pff(pst, messages)
         self.check_structure(pst)
@@ -144,8 +148,11 @@ class PstTest(unittest.TestCase):
                       if not re.match(r'Opening PST|Processing Folder|\t".*" - \d+ items done, 0 items '
                                       r'skipped\.$', line)]
         self.assertEqual(complaints, [], run)
-        self.assertEqual(sum(1 for f in out.rglob('*.eml')), messages, run)
+        # Folders become directories, below one for the file.
+        tree = collections.Counter(f.parent.relative_to(out).parts[1:] for f in out.rglob('*.eml'))
+        self.assertEqual(tree.total(), messages, run)
         shutil.rmtree(out)
+        return tree
 
     def check_lspst(self, pst, messages):
         run = Run(['lspst', pst])

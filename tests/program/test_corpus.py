@@ -42,7 +42,7 @@ class Trees(PstTest):
         parents = {path[:i] for path in wanted for i in range(1, len(path))}
         self.assertEqual(set(listed), set(wanted) | parents)
         self.assertEqual({path: n for path, n in listed.items() if path in wanted}, wanted)
-        self.assert_readers_agree(pst, sum(wanted.values()))
+        self.assert_readers_agree(pst, sum(wanted.values()), wanted)
         return account
 
     def left_behind(self, account):

@@ -64,7 +64,7 @@ class GeneratedTrees(PstTest):
         listed = self.listed_folders(pst)
         self.assertEqual({path: count for path, count in listed.items() if path in expected},
                          expected)
-        self.assert_readers_agree(pst, sum(tree.values()))
+        self.assert_readers_agree(pst, sum(tree.values()), expected)
 
     def test_300_folders_side_by_side(self):
         self.convert_tree({f'folder {i:03d}': i % 3 for i in range(300)})
