@@ -46,6 +46,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/ParvaneConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/ParvaneConfig.cmake ${CMAKE_BINARY_DIR}/ParvaneConfigVersion.cmake
         DESTINATION ${package_dir})
+# Found from where it lies: the package's prefix is not the build's.
+file(RELATIVE_PATH PARVANE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_SOURCE_DIR}/packaging/parvane.pc.in ${CMAKE_BINARY_DIR}/parvane.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/parvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

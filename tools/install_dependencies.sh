@@ -12,7 +12,7 @@ set -eu
 
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
 libgtest-dev libgmock-dev libbenchmark-dev python3"
-tests="clang-format pst-utils pff-tools tzdata"
+tests="clang-format pst-utils pff-tools tzdata dpkg-dev"
 windows="g++-mingw-w64-x86-64-posix googletest wine wine64"
 
 wanted=$build
