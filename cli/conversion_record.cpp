@@ -58,6 +58,8 @@ std::string_view Describe(SkipReason reason) {
       return "could not be read";
     case SkipReason::kOtherExtension:
       return "begins like a mailbox but is not named like one";
+    case SkipReason::kOtherFile:
+      return "neither named like a mailbox nor beginning like one";
     case SkipReason::kResourceForkCompanion:
       return "companion file of another system";
     case SkipReason::kOrphanSbd:

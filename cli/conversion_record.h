@@ -87,7 +87,8 @@ struct ConversionRecord {
   Listing<LeftOutPart> leftOutParts;
   Listing<SuspectedSeparator> separators;
   Listing<SkippedPath> leftBehind;  // there is, or may be, mail in them
-  Listing<SkippedPath> passedOver;  // there is none
+  Listing<SkippedPath> passedOver;  // one would expect some, and there is none
+  Listing<SkippedPath> otherFiles;  // nobody would expect any
   std::vector<ReadFailure> readFailures;
   std::vector<RenamedFolder> renamed;
   std::uint64_t withoutDate = 0;

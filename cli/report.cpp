@@ -81,7 +81,8 @@ class ReportWriter {
     _json.Key("bytes").Number(_record.Bytes());
     _json.Key("partsLeftOut").Number(_record.leftOutParts.total);
     _json.Key("suspectedSeparators").Number(_record.separators.total);
-    _json.Key("pathsPassedOver").Number(_record.passedOver.total + _record.leftBehind.total);
+    _json.Key("pathsPassedOver")
+        .Number(_record.leftBehind.total + _record.passedOver.total + _record.otherFiles.total);
     _json.Key("pathsLeftBehind").Number(_record.leftBehind.total);
     _json.Key("readFailures").Number(_record.readFailures.size());
     _json.Key("withoutDate").Number(_record.withoutDate);
@@ -158,6 +159,7 @@ class ReportWriter {
     _json.Key("passedOver").BeginArray();
     for (const SkippedPath& entry : _record.leftBehind.entries) Skipped(entry, true);
     for (const SkippedPath& entry : _record.passedOver.entries) Skipped(entry, false);
+    for (const SkippedPath& entry : _record.otherFiles.entries) Skipped(entry, false);
     _json.EndArray();
   }
 

@@ -93,6 +93,9 @@ class SummaryWriter {
     List(_record.readFailures, "Files that were not read as they are");
     List(_record.leftBehind, "Mail left behind");
     List(_record.passedOver, "Passed over, no mail found in them");
+    if (!_record.otherFiles.empty())
+      Line(fmt::format("Other files beside the mail: {} (the report names them)",
+                       WithThousands(_record.otherFiles.total)));
   }
 
   void Dates() {

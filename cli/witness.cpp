@@ -157,6 +157,11 @@ void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
                           const platform::Status& status) {
   const bool leftBehind = MeansMailLeftBehind(reason);
   const SkippedPath skipped{std::u16string(path), reason, status.message()};
+  if (reason == engine::SkipReason::kOtherFile) {
+    _logs.Detailed("Passed over: " + Describe(skipped));
+    _record.otherFiles.Add(skipped);
+    return;
+  }
   _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(skipped));
   (leftBehind ? _record.leftBehind : _record.passedOver).Add(skipped);
 }

@@ -51,7 +51,9 @@ file(RELATIVE_PATH PARVANE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_SOURCE_DIR}/packaging/parvane.pc.in ${CMAKE_BINARY_DIR}/parvane.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/parvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# `cpack` in the build folder writes the Debian package.
+# `cpack` in the build folder writes the Debian package, from what has been built: the tests need
+# not be.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME parvane)
 set(CPACK_PACKAGE_VENDOR "the Parvane maintainers")

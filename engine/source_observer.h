@@ -39,6 +39,7 @@ enum class SkipReason {
   kDamagedBeginning,       // the same, but separator lines stand farther on
   kUnreadable,             // could not be opened or listed: see the status
   kOtherExtension,         // begins with "From " but is not named like a mailbox of this source
+  kOtherFile,              // neither named like a mailbox nor beginning like one
   kResourceForkCompanion,  // "._name"
   kOrphanSbd,              // a folder "name.sbd" without a mailbox "name"
   kSymbolicLinkLoop,       // leads back to a folder that is being read

@@ -126,8 +126,19 @@ void SourceWalk::SkippedSingleMessages(std::u16string_view directory,
 }
 
 void SourceWalk::SkippedByName(std::u16string_view path) const {
-  if (_observer && ProbeMboxFile(path, nullptr) == MboxProbe::kMbox)
-    Skipped(path, SkipReason::kOtherExtension);
+  if (!_observer) return;
+  platform::Status status;
+  switch (ProbeMboxFile(path, &status)) {
+    case MboxProbe::kMbox:
+      return Skipped(path, SkipReason::kOtherExtension);
+    case MboxProbe::kUnreadable:
+      return Skipped(path, SkipReason::kUnreadable, status);
+    case MboxProbe::kEmpty:
+    case MboxProbe::kOther:
+      // One stands beside every mailbox of a profile.
+      if (!platform::EqualsIgnoreCase(platform::ExtensionOfPath(path), u".msf"))
+        Skipped(path, SkipReason::kOtherFile);
+  }
 }
 
 }  // namespace parvane::sources

@@ -37,8 +37,8 @@ class SourceWalk {
 
   void Skipped(std::u16string_view path, engine::SkipReason reason,
                const platform::Status& status = {}) const;
-  // For a file whose name is not one of this source's mailboxes: tells the observer if it looks
-  // like one all the same.
+  // For a file whose name is not one of this source's mailboxes: tells the observer whether it
+  // looks like one all the same. Index files (".msf") that do not are not worth a word.
   void SkippedByName(std::u16string_view path) const;
 
  private:

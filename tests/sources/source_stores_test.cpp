@@ -98,6 +98,8 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
   disk.MakeFolder("m/maildir/new");
   disk.MakeFolder("m/maildir/tmp");
   disk.Write("m/project/new/e.mbox", kOneMessage);
+  disk.Write("m/notes.txt", "from me\n");
+  disk.Write("m/index.msf", "");
   disk.Link("m", "m/Deep.sbd/loop");
 
   MBOXAssetStore store(disk.Path("m"), std::nullopt);
@@ -121,11 +123,15 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
       {"._a.mbox", SkipReason::kResourceForkCompanion},
       {"b.txt", SkipReason::kOtherExtension},
       {"c.mbox", SkipReason::kNotAnMbox},
+      {"1.host:2,S", SkipReason::kOtherFile},
+      {"a.EML", SkipReason::kOtherFile},
+      {"b.eml", SkipReason::kOtherFile},
       {"cur", SkipReason::kSingleMessages},
       {"half.mbox", SkipReason::kDamagedBeginning},
       {"letters", SkipReason::kSingleMessages},
       {"loop", SkipReason::kSymbolicLinkLoop},
       {"marked.mbox", SkipReason::kDamagedBeginning},
+      {"notes.txt", SkipReason::kOtherFile},
       {"quoted.mbox", SkipReason::kNotAnMbox}};
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
