@@ -47,6 +47,7 @@ void ResetDiagnostics() {
   State& state = TheState();
   for (StoreDiagnostics& record : state.records) {
     if (!record.isOpen) continue;
+    record.failures = 0;
     record.firstFailure = {};
     record.lastFailure = {};
   }
@@ -72,7 +73,7 @@ void RecordFailure(StoreDiagnostics* store, HRESULT result, std::string_view tex
   if (++state.failures == 1) state.firstFailure = failure;
   state.lastFailure = failure;
   if (store == nullptr) return;
-  if (store->firstFailure.result == 0) store->firstFailure = failure;
+  if (++store->failures == 1) store->firstFailure = failure;
   store->lastFailure = failure;
 } catch (...) {
   // Out of memory: the result codes alone must do.

@@ -32,14 +32,18 @@ struct StoreDiagnostics {
   std::uint64_t attachmentsSaved = 0;
   std::uint64_t fileSize = 0;  // bytes, as of the last commit
 
+  std::uint64_t failures = 0;  // of calls that concern this file
   Failure firstFailure;
   Failure lastFailure;
   // A write failed. Nothing more is accepted; what was committed before stands.
   bool latched = false;
+  Failure writeFailure;  // that one
   // The file may not grow further (its format's or the configured limit).
   bool sizeLimitReached = false;
   // The allocation maps had to be rebuilt: the last writer had not closed the file cleanly.
   bool mapsRebuilt = false;
+  // It carries a password, which Outlook asks for and which protects nothing.
+  bool hasPassword = false;
   bool isOpen = false;  // counts stay readable afterwards, until the file is opened again
 };
 

@@ -55,6 +55,7 @@ inline constexpr HRESULT MAPI_E_TOO_BIG = MakeResult(0x80040305);
 inline constexpr HRESULT MAPI_E_UNEXPECTED_ID = MakeResult(0x80040307);
 inline constexpr HRESULT MAPI_E_UNABLE_TO_COMPLETE = MakeResult(0x80040400);
 inline constexpr HRESULT MAPI_E_TIMEOUT = MakeResult(0x80040401);
+inline constexpr HRESULT MAPI_E_TABLE_TOO_BIG = MakeResult(0x80040403);
 inline constexpr HRESULT MAPI_E_INVALID_BOOKMARK = MakeResult(0x80040405);
 inline constexpr HRESULT MAPI_E_CORRUPT_STORE = MakeResult(0x80040600);
 inline constexpr HRESULT MAPI_E_COLLISION = MakeResult(0x80040604);

@@ -228,11 +228,16 @@ HRESULT Folder::CreateMessage(const IID* lpInterface, ULONG ulFlags, IMessage** 
     const Status& status = _core->store()->status();
     if (!status.ok()) return _core->Note(status);
     if (!_writable) return MAPI_E_NO_ACCESS;
+    const bool associated = (ulFlags & MAPI_ASSOCIATED) != 0;
+    // Better now than when the message has been written: the caller can go on in another folder.
+    if (_core->store()->CheckRoom(_node, associated).code() == platform::StatusCode::kTooBig) {
+      return MAPI_E_TABLE_TOO_BIG;
+    }
     MessagePlace place;
     place.core = _core;
     place.parent = ComPointer<IUnknown>::Share(Anchor());
     place.folder = _node;
-    place.associated = (ulFlags & MAPI_ASSOCIATED) != 0;
+    place.associated = associated;
     place.writable = true;
     const HRESULT result = HandOut(Message::Create(std::move(place)), lpInterface, lppMessage);
     if (Succeeded(result)) ++_core->record()->messagesCreated;

@@ -104,6 +104,10 @@ HRESULT Message::WriteOut() {
     auto node = store.InsertMessage(_place.folder, std::move(written).value(), _place.associated);
     status = node.status();
     if (node.ok()) _place.node = *node;
+    if (status.code() == platform::StatusCode::kTooBig) {
+      core.Note(status);
+      return MAPI_E_TABLE_TOO_BIG;
+    }
   } else {
     status = store.ReplaceMessage(_place.node, std::move(written).value());
   }

@@ -95,8 +95,10 @@ StoreCore::StoreCore(std::unique_ptr<pstfile::PstStore> store, const std::u16str
   // A new round with this file: the store counts from 0 again. Failures stay to be read.
   StoreDiagnostics fresh;
   fresh.path = _record->path;
+  fresh.failures = _record->failures;
   fresh.firstFailure = _record->firstFailure;
   fresh.lastFailure = _record->lastFailure;
+  fresh.hasPassword = _store->hasPassword();
   fresh.isOpen = true;
   *_record = std::move(fresh);
 }
@@ -147,6 +149,7 @@ void StoreCore::Publish() {
   // Seen for the first time; it may have come from a commit that no caller was told about.
   _record->latched = true;
   NoteFailure(_path, _record, _store->status());
+  _record->writeFailure = _record->lastFailure;
 }
 
 std::vector<std::byte> StoreCore::EntryIdOf(pstfile::NodeId node) const {

@@ -64,7 +64,7 @@ class PropertyStream final : public Object<IStream> {
 
   // Letting go of a stream keeps what was written to it.
   ~PropertyStream() override {
-    if (_dirty) Guarded([this] { return CommitContents(); });
+    if (_dirty && Succeeded(_failure)) Guarded([this] { return CommitContents(); });
   }
 
   bool Implements(const IID& iid) const override {
@@ -113,7 +113,7 @@ class PropertyStream final : public Object<IStream> {
       if (pv == nullptr && cb != 0) return STG_E_INVALIDPOINTER;
       if (const HRESULT result = CheckWritable(); Failed(result)) return result;
       const HRESULT result = _contents.Write(_position, {static_cast<const std::byte*>(pv), cb});
-      if (Failed(result)) return result;
+      if (Failed(result)) return _failure = result;
       _dirty = true;
       _position += cb;
       if (pcbWritten != nullptr) *pcbWritten = cb;
@@ -143,7 +143,8 @@ class PropertyStream final : public Object<IStream> {
     return GuardedStream([&]() -> HRESULT {
       if (const HRESULT result = CheckWritable(); Failed(result)) return result;
       const HRESULT result = _contents.Resize(libNewSize.QuadPart);
-      if (Succeeded(result)) _dirty = true;
+      if (Failed(result)) return _failure = result;
+      _dirty = true;
       return result;
     });
   }
@@ -173,7 +174,10 @@ class PropertyStream final : public Object<IStream> {
     });
   }
   HRESULT PARVANE_STDCALL Commit(DWORD) override {
-    return GuardedStream([&]() -> HRESULT { return _dirty ? CommitContents() : S_OK; });
+    return GuardedStream([&]() -> HRESULT {
+      if (Failed(_failure)) return _failure;
+      return _dirty ? CommitContents() : S_OK;
+    });
   }
   HRESULT PARVANE_STDCALL Revert() override { return S_OK; }
   HRESULT PARVANE_STDCALL LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) override {
@@ -202,6 +206,7 @@ class PropertyStream final : public Object<IStream> {
 
   HRESULT CheckWritable() const {
     if (!_writable) return STG_E_ACCESSDENIED;
+    if (Failed(_failure)) return _failure;
     return _host.Core().store() == nullptr ? STG_E_REVERTED : S_OK;
   }
 
@@ -264,6 +269,8 @@ class PropertyStream final : public Object<IStream> {
   Form _form;
   bool _writable;
   bool _dirty = false;
+  // Of a write. The beginning of a value must not pass for the value: nothing is kept of it.
+  HRESULT _failure = S_OK;
 };
 
 }  // namespace

@@ -77,9 +77,15 @@ HRESULT StreamContents::Read(std::uint64_t offset, std::span<std::byte> out, std
   return S_OK;
 }
 
+HRESULT StreamContents::TooLong() {
+  const Status status(StatusCode::kTooBig, "a body or attachment of 2 GiB or more");
+  _core.Note(status);
+  return StreamResultOf(status);
+}
+
 HRESULT StreamContents::Write(std::uint64_t offset, std::span<const std::byte> bytes) {
   if (bytes.empty()) return S_OK;
-  if (offset > kLargestValue || bytes.size() > kLargestValue - offset) return STG_E_MEDIUMFULL;
+  if (offset > kLargestValue || bytes.size() > kLargestValue - offset) return TooLong();
   if (offset > Size()) {
     if (const HRESULT result = Resize(offset); Failed(result)) return result;
   }
@@ -92,7 +98,7 @@ HRESULT StreamContents::Write(std::uint64_t offset, std::span<const std::byte> b
 }
 
 HRESULT StreamContents::Resize(std::uint64_t size) {
-  if (size > kLargestValue) return STG_E_MEDIUMFULL;
+  if (size > kLargestValue) return TooLong();
   if (size == Size()) return S_OK;
   if (size < Size() || _reader) {
     if (const HRESULT result = Load(); Failed(result)) return result;
@@ -178,7 +184,7 @@ HRESULT StreamContents::Load() {
   }
   _spills = false;
   if (!_reader) return S_OK;
-  if (_reader->size() > kLargestValue) return STG_E_MEDIUMFULL;
+  if (_reader->size() > kLargestValue) return TooLong();
   std::vector<std::byte> bytes(static_cast<std::size_t>(_reader->size()));
   std::size_t read = 0;
   if (const HRESULT result = Read(0, bytes, read); Failed(result)) return result;

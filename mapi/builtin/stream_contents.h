@@ -35,6 +35,7 @@ class StreamContents {
   std::span<const std::byte> memory() const { return _memory; }
 
  private:
+  HRESULT TooLong();
   HRESULT Append(std::span<const std::byte> bytes);
   HRESULT Spill(std::span<const std::byte> bytes);
   HRESULT FinishSpilled();

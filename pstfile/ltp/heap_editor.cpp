@@ -152,8 +152,8 @@ std::size_t HeapEditor::PendingBytes() const {
 }
 
 Status HeapEditor::AddPage() {
-  if (_pageCount == kMaxHeapPages) {
-    return {StatusCode::kTooBig, "the table's heap has 65,536 pages"};
+  if (_pageCount >= _pageLimit) {
+    return {StatusCode::kTooBig, "the table's heap has " + std::to_string(_pageCount) + " pages"};
   }
   // The page before is the last no more: it must be written again in full length.
   Tail().dirty = true;

@@ -29,7 +29,7 @@ class HeapEditor {
   // The item's bytes, until the next call of any kind.
   platform::Result<std::span<const std::byte>> Item(HeapId id);
   // Adds at the tail; at most kMaxHeapItem bytes. Empty bytes give the null id. kTooBig beyond
-  // 65,536 pages.
+  // pageLimit().
   platform::Result<HeapId> Add(std::span<const std::byte> bytes);
   // Gives an item other bytes. It keeps its id if its page has room, and `keepInPlace` makes that
   // the only possibility (kTooBig). A null id adds, empty bytes free.
@@ -41,6 +41,9 @@ class HeapEditor {
   void Reserve(HeapId id, std::size_t bytes);
 
   std::uint32_t pages() const { return _pageCount; }
+  // The most pages it takes: kMaxHeapPages, unless a test wants to see a full heap sooner.
+  std::uint32_t pageLimit() const { return _pageLimit; }
+  void LimitPages(std::uint32_t limit) { _pageLimit = limit; }
   std::uint64_t size() const { return _tree.size(); }  // as of the last Flush
   // Bytes of pages that Flush would write.
   std::size_t PendingBytes() const;
@@ -65,6 +68,7 @@ class HeapEditor {
   DataTreeEditor _tree;
   std::map<std::uint32_t, Page> _pages;
   std::uint32_t _pageCount = 0;
+  std::uint32_t _pageLimit = kMaxHeapPages;
   std::uint32_t _reservedPage = 0;
   std::size_t _reservedBytes = 0;
 };

@@ -102,7 +102,7 @@ Status TableEditor::OpenParts() {
 }
 
 Status TableEditor::CheckRoom() const {
-  if (_heap.pages() + kPagesForOneRow > kMaxHeapPages) {
+  if (_heap.pages() + kPagesForOneRow > _heap.pageLimit()) {
     return {StatusCode::kTooBig, "the table's heap is full: " + std::to_string(rows()) + " rows"};
   }
   if (_subnodeCount + _layout.columns().size() > kSubnodeLimit) {

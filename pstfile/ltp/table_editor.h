@@ -43,6 +43,8 @@ class TableEditor {
 
   // kTooBig when another row may not fit: the heap or the subnodes are near their limits.
   platform::Status CheckRoom() const;
+  // Takes the heap for full at this many pages; tests have no time to fill 65,536.
+  void LimitHeap(std::uint32_t pages) { _heap.LimitPages(pages); }
   // Adds a row at the end. For every column whose tag the list has, the cell is filled; values
   // above 3580 bytes become subnodes, and a stored value is referred to, not copied. kExists when
   // the id is taken. On failure the table is as before.

@@ -76,8 +76,8 @@ Status NodeDatabase::Impl::Grow(std::uint64_t needed) {
   const std::uint64_t least = end + IntervalsFor(needed) * kAMapInterval;
   if (least > options.sizeLimit) {
     sizeLimitReached = true;
-    return {StatusCode::kDiskFull,
-            "the file would grow beyond " + std::to_string(options.sizeLimit >> 20) + " MiB"};
+    return {StatusCode::kDiskFull, "the file has reached its size limit of " +
+                                       std::to_string(options.sizeLimit >> 20) + " MiB"};
   }
   const std::uint64_t step = std::clamp(end / 2, kLeastGrowth, kMostReserve);
   std::uint64_t wanted = end + IntervalsFor(std::max(needed, step)) * kAMapInterval;

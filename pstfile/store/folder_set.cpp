@@ -162,6 +162,7 @@ Result<TableEditor*> FolderSet::Table(NodeId id, NodeKind kind) {
   if (kind == NodeKind::kContentsTable && (*folder)->messages != (*editor)->rows()) {
     (*folder)->messages = static_cast<std::uint32_t>((*editor)->rows());
   }
+  (*editor)->LimitHeap(_tablePages);
   _open.push_back(editor->get());
   (*folder)->tables[slot] = std::move(*editor);
   return (*folder)->tables[slot].get();

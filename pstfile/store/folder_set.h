@@ -43,8 +43,10 @@ class FolderSet {
     std::unordered_map<std::u16string, NodeId> names;  // folded
   };
 
-  FolderSet(NodeDatabase& database, std::size_t openTables)
-      : _database(&database), _maxTables(openTables < 4 ? 4 : openTables) {}
+  FolderSet(NodeDatabase& database, std::size_t openTables, std::uint32_t tablePages)
+      : _database(&database),
+        _maxTables(openTables < 4 ? 4 : openTables),
+        _tablePages(tablePages) {}
 
   // kNotFound when the node is no folder. The pointer holds until the next call.
   platform::Result<Folder*> Get(NodeId folder);
@@ -82,6 +84,7 @@ class FolderSet {
 
   NodeDatabase* _database;
   std::size_t _maxTables;
+  std::uint32_t _tablePages;
   std::unordered_map<NodeId, Folder> _folders;
   std::vector<TableEditor*> _open;  // those of _folders
   std::size_t _namesHeld = 0;

@@ -32,7 +32,8 @@ constexpr std::uint32_t kAttachmentColumns[] = {
     0x7FFB0040, 0x7FFC0040, 0x7FFA0003, 0x7FFE000B, 0x7FFF000B};
 
 Status TooBig(const char* what, std::uint64_t size) {
-  return {StatusCode::kTooBig, std::string(what) + " of " + std::to_string(size) + " bytes"};
+  return {StatusCode::kTooBig, std::string(what) + " of " + std::to_string(size) +
+                                   " bytes; a PST holds less than 2 GiB"};
 }
 
 struct WrittenTable {

@@ -41,7 +41,7 @@ Result<std::unique_ptr<PstStore>> PstStore::Create(platform::FileSystem& files,
   if (!status.ok()) return status;
   state->database = std::move(*database);
   state->ipmSubtree = kNidIpmSubtree;
-  state->folders.emplace(*state->database, options.store.openTables);
+  state->folders.emplace(*state->database, options.store.openTables, options.store.tablePages);
   state->lastCommit = state->Now();
   return std::unique_ptr<PstStore>(new PstStore(std::move(state)));
 }
@@ -60,7 +60,7 @@ Result<std::unique_ptr<PstStore>> PstStore::Open(platform::FileSystem& files,
   if (Status status = state->LoadStoreObject(); !status.ok()) {
     return status.WithContext(platform::PathForDisplay(path));
   }
-  state->folders.emplace(*state->database, options.openTables);
+  state->folders.emplace(*state->database, options.openTables, options.tablePages);
   state->lastCommit = state->Now();
   return std::unique_ptr<PstStore>(new PstStore(std::move(state)));
 }
@@ -85,6 +85,7 @@ Status PstStore::Close() {
 const Status& PstStore::status() const { return _state->status; }
 bool PstStore::sizeLimitReached() const { return _state->database->sizeLimitReached(); }
 bool PstStore::modified() const { return _state->modified; }
+bool PstStore::hasPassword() const { return _state->hasPassword; }
 const StoreStatistics& PstStore::statistics() const { return _state->statistics; }
 std::uint64_t PstStore::changes() const { return _state->changes; }
 NodeDatabase& PstStore::database() { return *_state->database; }

@@ -37,6 +37,7 @@
 
 #include "platform/file.h"
 #include "platform/status.h"
+#include "pstfile/ltp/heap_page.h"
 #include "pstfile/ltp/property_list.h"
 #include "pstfile/ltp/property_reader.h"
 #include "pstfile/ltp/table_reader.h"
@@ -68,6 +69,8 @@ struct StoreOptions {
   std::uint64_t sizeLimit = 0;
   // Folders whose tables are kept open for appending.
   std::size_t openTables = 64;
+  // Pages of a folder's table at which it is full; tests make it smaller than the format does.
+  std::uint32_t tablePages = kMaxHeapPages;
 };
 
 struct StoreCreateOptions {
@@ -128,6 +131,9 @@ class PstStore {
   // kDiskFull was for StoreOptions::sizeLimit, not for the disk.
   bool sizeLimitReached() const;
   bool modified() const;  // since it was opened
+  // Programs are meant to ask for a password first. It is a check sum beside the mail, and hides
+  // nothing.
+  bool hasPassword() const;
   const StoreStatistics& statistics() const;
   // Grows with every modification of anything.
   std::uint64_t changes() const;
@@ -206,6 +212,8 @@ class PstStore {
 
   // ---- Messages of folders ----
 
+  // kTooBig when the folder's table is full, as InsertMessage will say; ask before writing one.
+  platform::Status CheckRoom(NodeId folder, bool associated = false);
   // Puts a message into a folder and returns its nid; `associated` puts it into the associated
   // contents and sets that flag's bit in row and message alike (the caller sets it in
   // kMessageFlags before WriteMessage). kTooBig, with nothing changed, when the folder's table is

@@ -43,6 +43,14 @@ bool IsMessage(NodeId node) {
 
 }  // namespace
 
+Status PstStore::CheckRoom(NodeId folder, bool associated) {
+  State& s = *_state;
+  if (Status status = s.Ready(); !status.ok()) return status;
+  auto table = s.folders->Table(
+      folder, associated ? NodeKind::kAssociatedContentsTable : NodeKind::kContentsTable);
+  return table.ok() ? (*table)->CheckRoom() : s.End(table.status());
+}
+
 Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, bool associated) {
   State& s = *_state;
   const auto refuse = [&](Status status) {

@@ -33,6 +33,8 @@ Status PstStore::State::LoadStoreObject() {
             "record key of the store has " + std::to_string(key->size()) + " bytes"};
   }
   std::ranges::copy(*key, recordKey.begin());
+  const auto password = reader->Scalar(tags::kPstPassword);
+  hasPassword = password.ok() && *password != 0;
   // Another program may have put the visible tree elsewhere.
   ipmSubtree = kNidIpmSubtree;
   auto entryId = reader->Bytes(tags::kIpmSubtreeEntryId);

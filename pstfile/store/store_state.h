@@ -18,6 +18,7 @@ struct PstStore::State {
   std::optional<NameMap> names;
   StoreOptions options;
   bool modified = false;
+  bool hasPassword = false;
   bool closed = false;
   platform::Status status;  // the latch
   RecordKey recordKey{};

@@ -101,6 +101,37 @@ TEST_F(Failures, ASizeLimitIsAFullStore) {
   EXPECT_LE(files[path].size(), 2'000'000u);
 }
 
+TEST_F(Failures, AFullFolderIsToldBeforeAMessageIsMade) {
+  builtin::TheEnvironment().storeOptions.tablePages = 163;
+  LogOn();
+  const auto full = MakeFolder(*top, u"Full");
+  const auto early = NewMessage(*full);
+  const std::u16string subject(200, u's');
+  std::size_t saved = 0;
+  ComPointer<IMessage> message;
+  HRESULT result = full->CreateMessage(nullptr, 0, message.Put());
+  for (; result == S_OK && saved < 1000; ++saved) {
+    ASSERT_EQ(Set(*message, TextValue(PR_SUBJECT_W, subject.c_str())), S_OK);
+    ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+    message.Reset();
+    result = full->CreateMessage(nullptr, 0, message.Put());
+  }
+  EXPECT_EQ(result, MAPI_E_TABLE_TOO_BIG);
+  EXPECT_GT(saved, 10u);
+  EXPECT_EQ(Diagnostics().failures, 0u) << "an answer, no failure";
+  EXPECT_EQ(early->SaveChanges(FORCE_SAVE), MAPI_E_TABLE_TOO_BIG);
+  EXPECT_EQ(Diagnostics().failures, 1u);
+  EXPECT_NE(Diagnostics().lastFailure.text.find("full"), std::string::npos);
+  EXPECT_FALSE(Diagnostics().latched);
+  EXPECT_EQ(SaveOne(u"elsewhere"), S_OK);
+  EXPECT_EQ(full->CreateMessage(nullptr, MAPI_ASSOCIATED, message.Put()), S_OK)
+      << "hidden messages have a table of their own";
+  Reopen();
+  const auto messages = MessagesOf(*MakeFolder(*top, u"Full"));
+  ASSERT_EQ(messages.size(), saved);
+  for (const auto& one : messages) EXPECT_EQ(Get(*one, PR_SUBJECT_W).text(), subject);
+}
+
 TEST_F(Failures, LogOffClosesTheFileWhateverStillLives) {
   LogOn();
   ASSERT_EQ(SaveOne(u"saved", 100'000), S_OK);

@@ -197,6 +197,24 @@ TEST_F(Streams, RefuseWhatStreamsRefuse) {
   EXPECT_EQ(writable->SetSize(Unsigned(1ULL << 40)), STG_E_MEDIUMFULL);
 }
 
+TEST_F(Streams, KeepNothingOfAValueThatIsTooLong) {
+  const std::string block(1 << 20, 'x');
+  {
+    const auto stream = Open(kBlob, kWrite);
+    Write(*stream, block);
+    ASSERT_EQ(stream->Seek(Signed((1LL << 31) - 2), STREAM_SEEK_SET, nullptr), S_OK);
+    EXPECT_EQ(stream->Write(block.data(), 2, nullptr), STG_E_MEDIUMFULL);
+    EXPECT_EQ(Diagnostics().failures, 1u);
+    EXPECT_NE(Diagnostics().lastFailure.text.find("2 GiB"), std::string::npos);
+    EXPECT_EQ(stream->Seek(Signed(0), STREAM_SEEK_SET, nullptr), S_OK);
+    EXPECT_EQ(stream->Write("y", 1, nullptr), STG_E_MEDIUMFULL) << "its beginning is no value";
+    EXPECT_EQ(stream->Commit(0), STG_E_MEDIUMFULL);
+  }
+  EXPECT_EQ(Get(*message, kBlob).error(), MAPI_E_NOT_FOUND);
+  EXPECT_FALSE(Diagnostics().latched);
+  EXPECT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+}
+
 TEST_F(Streams, CopyFromOneToTheOther) {
   const std::string data(300'000, 'c');
   ASSERT_EQ(WriteStream(*message, kBlob, data), S_OK);

@@ -101,6 +101,18 @@ struct LtpTable : ::testing::Test {
       }
     }
   }
+  // Fills the table until it refuses a row; none before that may fail.
+  void FillWith(const PropertyList& row) {
+    std::uint32_t id = 0;
+    for (; table->CheckRoom().ok(); ++id) {
+      ASSERT_LT(id, 10'000u);
+      Append(id + 1, row);
+      ASSERT_FALSE(HasFatalFailure()) << id;
+    }
+    EXPECT_EQ(table->CheckRoom().code(), StatusCode::kTooBig);
+    EXPECT_EQ(table->AppendRow(id + 1, 0, row).code(), StatusCode::kTooBig);
+    EXPECT_GT(id, 0u);
+  }
   // The blocks of the file are exactly those that its nodes refer to.
   void ExpectNoLeaks() {
     table.reset();
@@ -112,6 +124,34 @@ struct LtpTable : ::testing::Test {
     ExpectModel();
   }
 };
+
+// The heap ends; cells are never dropped for it.
+TEST_F(LtpTable, RefusesARowBeforeItsHeapIsFull) {
+  table->LimitHeap(163);
+  PropertyList row;
+  row.SetText(kText, std::u16string(kMaxHeapItem / 2, u'w'));
+  row.SetBytes(kBlob, Pattern(kMaxHeapItem, 1));
+  row.SetInt32(kFlags, 7);
+  FillWith(row);
+  Flush();
+  ExpectModel();
+
+  // Whatever a row holds, it fits as long as there is room at all.
+  std::vector<PropTag> columns;
+  PropertyList widest;
+  for (std::uint32_t i = 0; i < 250; ++i) {
+    columns.emplace_back(((0x6000 + i) << 16) | 0x0102);
+    widest.SetBytes(columns.back(), Pattern(kMaxHeapItem, i));
+  }
+  auto made = TableEditor::Create(*db, TableLayout::FromTags(columns));
+  ASSERT_OK(made);
+  table = std::move(*made);
+  model.clear();
+  table->LimitHeap(290);
+  FillWith(widest);
+  Flush();
+  ExpectModel();
+}
 
 TEST_F(LtpTable, RandomChangesMatchAModel) {
   std::uint32_t next = 1000;

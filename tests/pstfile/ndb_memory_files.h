@@ -37,7 +37,8 @@ class MemoryFiles : public platform::FileSystem {
   bool recording = false;
   std::size_t writes = 0, flushes = 0;
   std::size_t failWrite = 0, failFlush = 0;  // the nth from now fails; 0: none
-  std::uint64_t diskSize = UINT64_MAX;       // Allocate beyond it fails with kDiskFull
+  std::uint64_t bytesRead = 0;
+  std::uint64_t diskSize = UINT64_MAX;  // Allocate beyond it fails with kDiskFull
   std::map<std::u16string, int> locks;
 
   Bytes& operator[](const std::u16string& path) {
@@ -104,6 +105,7 @@ class MemoryFile : public platform::RandomAccessFile {
   platform::Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) override {
     if (offset >= _bytes->size()) return std::size_t{0};
     const std::size_t count = std::min<std::size_t>(buffer.size(), _bytes->size() - offset);
+    _files.bytesRead += count;
     std::copy_n(_bytes->begin() + static_cast<std::ptrdiff_t>(offset), count, buffer.begin());
     return count;
   }

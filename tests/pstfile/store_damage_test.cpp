@@ -137,6 +137,28 @@ struct StoreDamage : StoreTest {
   }
 };
 
+// Neither opening nor the first page of a folder depends on how much the file holds.
+TEST_F(StoreDamage, OpeningCostsAFewPages) {
+  std::uint64_t costs[2];
+  for (std::uint64_t& cost : costs) {
+    auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+    STORE_OK(opened);
+    store = std::move(*opened);
+    auto inbox = store->FindFolder(store->ipmSubtree(), u"Inbox");
+    STORE_OK(inbox);
+    for (int i = 0; i < 3000; ++i) Insert(*inbox, Message(u"one of many", u"text"));
+    STORE_OK(store->Close());
+    memory.bytesRead = 0;
+    opened = PstStore::Open(memory, kPath, StoreOpenMode::kRead);
+    STORE_OK(opened);
+    cost = memory.bytesRead;
+    STORE_OK((*opened)->OpenContentsTable(*inbox));
+    EXPECT_LT(memory.bytesRead, 64u << 10);
+  }
+  EXPECT_LT(costs[0], 16u << 10);
+  EXPECT_LE(costs[1], costs[0] + 4 * 512) << "at most a page more for each tree that grew";
+}
+
 TEST_F(StoreDamage, TruncationsAreSurvived) {
   std::mt19937 random(1);
   for (std::size_t length = 0; length < pristine.size();
