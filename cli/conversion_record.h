@@ -75,6 +75,12 @@ struct RenamedFolder {
   std::vector<std::u16string> path;
 };
 
+// A folder that took no more messages, and the sibling in which its mail goes on.
+struct ContinuedFolder {
+  std::vector<std::u16string> path;
+  std::vector<std::u16string> next;
+};
+
 struct ConversionRecord {
   std::vector<std::u16string> sources;
   std::u16string destination;
@@ -91,6 +97,7 @@ struct ConversionRecord {
   Listing<SkippedPath> otherFiles;  // nobody would expect any
   std::vector<ReadFailure> readFailures;
   std::vector<RenamedFolder> renamed;
+  std::vector<ContinuedFolder> continued;
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;
   std::uint64_t repairedDate = 0;

@@ -96,9 +96,8 @@ class Conversion {
       const auto same = std::find_if(taken.begin(), taken.end(), [&](const std::u16string& path) {
         return SameFile(*output, path);
       });
-      const auto pst = LooksLikePst(*output);
       const bool isMail =
-          same - taken.begin() < mail || LooksLikeMailbox(*output) || (pst.ok() && *pst);
+          same - taken.begin() < mail || LooksLikeMailbox(*output) || CheckIsPst(*output).ok();
       if (isMail || same != taken.end()) {
         return {platform::StatusCode::kInvalidArgument,
                 PathForDisplay(*output) +
@@ -158,6 +157,7 @@ class Conversion {
       RemoveStillborn();
       return false;
     }
+    engine::ObserveDestination(*pst, &_witness);
     _witness.BeginCopying(_destination.path);
     CopyFolders(*top);
     pst->Release();
@@ -185,9 +185,10 @@ class Conversion {
 
   // False when the conversion has to stop here.
   bool CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
+    const std::size_t first = _record.folders.size();
     _record.folders.push_back(
         {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
-    _witness.BeginFolder(_record.folders.size() - 1);
+    _witness.BeginFolder(first);
     if (!target) {
       FailWithDiagnostics("the folder " + FolderPath(planned.path) + " could not be made");
       return false;
@@ -205,9 +206,11 @@ class Conversion {
       Fail(FolderPath(planned.path) + ": " + problem);
       return false;
     }
-    const FolderAccount& account = _record.folders.back();
-    _logs.Both(fmt::format("{}: {} from {}", FolderPath(account.path),
-                           Counted(account.read, "message"), PathForDisplay(account.sourcePath)));
+    for (std::size_t i = first; i < _record.folders.size(); ++i) {
+      const FolderAccount& account = _record.folders[i];
+      _logs.Both(fmt::format("{}: {} from {}", FolderPath(account.path),
+                             Counted(account.read, "message"), PathForDisplay(account.sourcePath)));
+    }
     if (code != OperationResultCode::Canceled) return true;
     _record.interrupted = _interrupt.Requested();
     return false;
@@ -222,6 +225,7 @@ class Conversion {
   // What the MAPI knows to have gone wrong with the PST, if anything.
   const mapi::Failure* WriteFailure() const {
     const auto* diagnostics = mapi::FindStoreDiagnostics(_destination.path);
+    if (diagnostics && diagnostics->writeFailure.result != 0) return &diagnostics->writeFailure;
     const mapi::Failure& failure = diagnostics ? diagnostics->firstFailure : mapi::LastFailure();
     return failure.result != 0 ? &failure : nullptr;
   }

@@ -54,7 +54,7 @@ Status TryToLock(std::u16string_view path) {
 
 }  // namespace
 
-Result<bool> LooksLikePst(std::u16string_view path) {
+Status CheckIsPst(std::u16string_view path) {
   auto file = Files().Open(path, FileSystem::OpenMode::kRead);
   if (!file.ok()) return file.status();
   // [MS-PST] HEADER: dwMagic "!BDN", dwCRCPartial, wMagicClient "SM".
@@ -62,7 +62,11 @@ Result<bool> LooksLikePst(std::u16string_view path) {
   auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
   if (!count.ok()) return count.status();
   const std::string_view text(start.data(), *count);
-  return text.size() == start.size() && text.starts_with("!BDN") && text.ends_with("SM");
+  const bool outlook = text.size() == start.size() && text.starts_with("!BDN");
+  if (outlook && text.ends_with("SM")) return {};
+  return Refuse(StatusCode::kUnsupported, path,
+                outlook && text.ends_with("SO") ? "is an offline store (OST), no PST file"
+                                                : "is no PST file");
 }
 
 Result<Destination> CheckDestination(const ConvertOptions& options,
@@ -88,11 +92,10 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
     return destination;
   }
 
-  auto isPst = LooksLikePst(destination.path);
-  if (!isPst.ok()) return isPst.status();
-  if (!*isPst)
-    return Refuse(StatusCode::kExists, destination.path,
-                  "exists and is no PST file; it is left as it is");
+  if (Status isPst = CheckIsPst(destination.path); !isPst.ok()) {
+    if (isPst.code() != StatusCode::kUnsupported) return isPst;
+    return Status(StatusCode::kExists, isPst.message() + "; it is left as it is");
+  }
   if (!options.append && !options.overwrite)
     return Refuse(StatusCode::kExists, destination.path,
                   "exists already; --append adds to it, --overwrite replaces it");

@@ -15,8 +15,8 @@ struct Destination {
   bool replaced = false;  // ... and is to be replaced
 };
 
-// True when the file begins as every PST does.
-platform::Result<bool> LooksLikePst(std::u16string_view path);
+// Ok when the file begins as every PST does, else kUnsupported and what it is.
+platform::Status CheckIsPst(std::u16string_view path);
 
 // Settles the path (in a folder the PST takes `nameInFolder`, or the next free "name (2).pst") and
 // refuses, with the reason, what must not or cannot be written: a file that is no PST, a PST

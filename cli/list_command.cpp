@@ -152,11 +152,7 @@ platform::Status List(const ListOptions& options) {
 }  // namespace
 
 ExitCode RunList(const ListOptions& options) {
-  auto isPst = LooksLikePst(options.file);
-  if (!isPst.ok()) return Fail(isPst.status());
-  if (!*isPst)
-    return Fail({platform::StatusCode::kUnsupported,
-                 platform::PathForDisplay(options.file) + ": is no PST file"});
+  if (platform::Status isPst = CheckIsPst(options.file); !isPst.ok()) return Fail(isPst);
   mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
   builtin.readOnly = true;
   mapi::SetBuiltinOptions(builtin);

@@ -55,6 +55,7 @@ class ReportWriter {
     Skipped();
     ReadFailures();
     Renamed();
+    Continued();
     _json.EndObject();
     return _json.Take();
   }
@@ -191,6 +192,17 @@ class ReportWriter {
       _json.BeginObject();
       _json.Key("wanted").String(entry.wanted);
       Path(_json, "path", entry.path);
+      _json.EndObject();
+    }
+    _json.EndArray();
+  }
+
+  void Continued() {
+    _json.Key("continuedFolders").BeginArray();
+    for (const ContinuedFolder& folder : _record.continued) {
+      _json.BeginObject();
+      Path(_json, "path", folder.path);
+      Path(_json, "next", folder.next);
       _json.EndObject();
     }
     _json.EndArray();

@@ -86,6 +86,10 @@ class SummaryWriter {
       return fmt::format("\"{}\" is now {}", platform::Utf16ToUtf8(renamed.wanted),
                          FolderPath(renamed.path));
     });
+    List(_record.continued, "Folders that are full", [](const ContinuedFolder& folder) {
+      return fmt::format("{}: its mail goes on in {}", FolderPath(folder.path),
+                         FolderPath(folder.next));
+    });
   }
 
   // Mail left behind first, each with what to do about it.

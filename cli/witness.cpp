@@ -46,6 +46,11 @@ void Witness::BeginCopying(std::u16string pstPath) {
   if (const auto* diagnostics = Diagnostics()) {
     _saved = diagnostics->messagesSaved;
     _committed = diagnostics->messagesCommitted;
+    if (diagnostics->hasPassword)
+      _logs.Both(
+          PathForDisplay(_pstPath) +
+          ": carries a password. It protects nothing: Outlook asks for it, but the mail lies "
+          "open, and is added to without it");
   }
 }
 
@@ -72,11 +77,13 @@ void Witness::FinishItem() {
   const auto* diagnostics = Diagnostics();
   const bool saved = diagnostics && diagnostics->messagesSaved > _saved;
   if (diagnostics) _saved = diagnostics->messagesSaved;
+  const bool refused = diagnostics && diagnostics->failures != _failures;
   if (!saved) {
     _itemProblem = "could not be saved";
-    if (diagnostics && diagnostics->lastFailure.result != 0)
-      _itemProblem += ": " + diagnostics->lastFailure.text;
+  } else if (refused) {
+    _itemProblem = "could not be kept whole";
   }
+  if (refused) _itemProblem += ": " + diagnostics->lastFailure.text;
   _item.failed = !_itemProblem.empty();
   if (_item.failed) AddFailure(_item, std::move(_itemProblem), OneLine(_itemDetails));
   if (saved) _uncommitted.push_back(std::move(_item));
@@ -108,7 +115,10 @@ bool Witness::Settle() {
   std::string reason = "was not yet in the file when writing failed";
   if (diagnostics) {
     _record.pstSize = diagnostics->fileSize;
-    if (diagnostics->firstFailure.result != 0) reason = diagnostics->firstFailure.text;
+    if (diagnostics->writeFailure.result != 0) reason = diagnostics->writeFailure.text;
+    if (diagnostics->mapsRebuilt)
+      _logs.Detailed(PathForDisplay(_pstPath) +
+                     ": its last writer had not closed it; its allocation maps were made anew");
   }
   for (const Item& item : _uncommitted) {
     if (!item.failed) AddFailure(item, reason, {});
@@ -134,14 +144,32 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
 
 void Witness::MessageRead(const engine::MessageLocation& message, std::string_view bytes) {
   if (!_copying) return;
-  _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset,
+  _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset, message.size,
            MessageIdOf(bytes)};
   _itemOpen = true;
+  if (const auto* diagnostics = Diagnostics()) _failures = diagnostics->failures;
   _itemProblem.clear();
   _itemDetails.clear();
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
   folder.bytes += message.size;
+}
+
+void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {
+  FolderAccount account;
+  account.path = _record.folders[_folder].path;
+  account.sourcePath = _record.folders[_folder].sourcePath;
+  account.path.back() = next.FolderName().value_or(u"");
+  _record.continued.push_back({_record.folders[_folder].path, account.path});
+  if (_itemOpen) {
+    // The item in hand is the first that goes there.
+    --_record.folders[_folder].read;
+    _record.folders[_folder].bytes -= _item.size;
+    account.read = 1;
+    account.bytes = _item.size;
+  }
+  _folder = _item.folder = _record.folders.size();
+  _record.folders.push_back(std::move(account));
 }
 
 void Witness::SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,

@@ -12,6 +12,7 @@
 #include "cli/conversion_record.h"
 #include "cli/logs.h"
 #include "engine/callbacks.h"
+#include "engine/destination_observer.h"
 #include "engine/source_observer.h"
 #include "mapi/diagnostics.h"
 #include "platform/process.h"
@@ -19,6 +20,7 @@
 namespace parvane::cli {
 
 class Witness : public engine::SourceObserver,
+                public engine::DestinationObserver,
                 public QuelmarMIMEEngineCommon::ILogger,
                 public QuelmarMIMEEngineCommon::ICancelable {
  public:
@@ -54,11 +56,16 @@ class Witness : public engine::SourceObserver,
   void MessageConverted(const engine::MessageLocation& message, bool success,
                         const engine::ConversionNotes& notes) override;
 
+  // DestinationObserver
+  void FolderContinued(const QuelmarMIMEEngineCommon::IAssetFolder& full,
+                       const QuelmarMIMEEngineCommon::IAssetFolder& next) override;
+
  private:
   struct Item {
     std::size_t folder = 0;
     std::uint64_t position = 0;
     std::uint64_t offset = 0;
+    std::uint64_t size = 0;
     std::string messageId;
     bool failed = false;
   };
@@ -81,6 +88,7 @@ class Witness : public engine::SourceObserver,
   std::string _itemProblem;
   std::u16string _itemDetails;  // as the engine logs them; kept for a failure only
 
+  std::uint64_t _failures = 0;   // of the PST, when the item in hand was read
   std::uint64_t _saved = 0;      // as the diagnostics counted after the last item
   std::uint64_t _committed = 0;  // of these, settled
   std::deque<Item> _uncommitted;

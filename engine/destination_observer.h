@@ -5,14 +5,18 @@
 // witness (mapi/diagnostics.h), which knows what has reached the file; with the system's MAPI
 // these results are all there is.
 //
+// A folder of a PST takes as many messages as its table holds, some 1.4 to 2.1 million. What comes
+// after goes to a sibling, which the asset interfaces have no place to tell of.
+//
 // All calls come on the conversion's thread, between OpenStore and the end of the store's release.
 #pragma once
 
 #include <cstdint>
 
 namespace QuelmarMIMEEngineCommon {
+class IAssetFolder;
 class IAssetStore;
-}
+}  // namespace QuelmarMIMEEngineCommon
 
 namespace parvane::engine {
 
@@ -32,7 +36,10 @@ class DestinationObserver {
  public:
   virtual ~DestinationObserver() = default;
   // `result` is an HRESULT: negative is failure. A step that was not reached is not reported.
-  virtual void MapiAnswered(DestinationStep step, std::int32_t result) = 0;
+  virtual void MapiAnswered(DestinationStep /*step*/, std::int32_t /*result*/) {}
+  // `full` takes nothing more: the item in hand and those after it go to `next`.
+  virtual void FolderContinued(const QuelmarMIMEEngineCommon::IAssetFolder& /*full*/,
+                               const QuelmarMIMEEngineCommon::IAssetFolder& /*next*/) {}
 };
 
 // Installs (or, with null, takes off) the observer of one store. The observer must outlive the

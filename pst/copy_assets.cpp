@@ -1,7 +1,13 @@
 // The copying itself: every item of a source folder becomes a message.
 
+#include <algorithm>
+
 #include "engine/auto_release_iunknown.h"
+#include "engine/destination_observer.h"
 #include "mapi/constants.h"
+#include "mapi/diagnostics.h"
+#include "mapi/results.h"
+#include "platform/text.h"
 #include "pst/pst_asset_folder.h"
 
 namespace QuelmarMIMEEngineCommon {
@@ -14,6 +20,20 @@ namespace {
 // Asked for with the number of KEEP_OPEN_READWRITE in the interface this was written against; the
 // published headers call it FORCE_SAVE. Stores take either.
 constexpr parvane::mapi::ULONG kSaveFlags = 4;
+
+// Far more mail than a PST holds; an end to the search, should every folder be full at once.
+constexpr int kLongestSeries = 200;
+constexpr std::size_t kLongestName = 255;
+
+std::u16string NumberedName(std::u16string name, int number) {
+  const std::u16string suffix =
+      u" (" + parvane::platform::Utf8ToUtf16(std::to_string(number)) + u")";
+  std::size_t length = std::min(name.size(), kLongestName - suffix.size());
+  // Not half of a pair.
+  if (length < name.size() && length > 0 && (name[length] & 0xFC00) == 0xDC00) --length;
+  name.resize(length);
+  return name + suffix;
+}
 
 }  // namespace
 
@@ -33,9 +53,9 @@ CopyResult PSTMAPIAssetFolderMutable::CopyAssets(IAssetFolder* sourceFolder,
     progressPresenter->CurrentTotal(sourceFolder->QueryTotalAssetUnits());
     progressPresenter->CurrentProgressLabel(u"Folder: " + sourceFolder->FolderName().value_or(u""));
   }
+  PSTMAPIAssetFolderMutable* target = this;
   while (item) {
-    IMessage* message = nullptr;
-    Tell(DestinationStep::kCreateMessage, _mapiFolderP->CreateMessage(nullptr, 0, &message));
+    IMessage* message = CreateMessage(target, logReport);
     const AutoReleaseIUnknown messageGuard(message);
     if (CopyAsset(*item, message, progressPresenter, logReport)) {
       ++result.SuccessAssetCount;
@@ -50,8 +70,56 @@ CopyResult PSTMAPIAssetFolderMutable::CopyAssets(IAssetFolder* sourceFolder,
     item.reset();
     item = sourceFolder->QueryAsset();
   }
-  _mapiFolderP->SaveChanges(kSaveFlags);
+  target->_mapiFolderP->SaveChanges(kSaveFlags);
   return result;
+}
+
+IMessage* PSTMAPIAssetFolderMutable::CreateMessage(PSTMAPIAssetFolderMutable*& target,
+                                                   ILogger* logReport) {
+  IMessage* message = nullptr;
+  PSTMAPIAssetFolderMutable* folder = target;
+  parvane::mapi::HRESULT result = folder->_mapiFolderP->CreateMessage(nullptr, 0, &message);
+  while (result == parvane::mapi::MAPI_E_TABLE_TOO_BIG) {
+    PSTMAPIAssetFolderMutable* next = folder->Continuation();
+    if (!next) break;
+    folder = next;
+    result = folder->_mapiFolderP->CreateMessage(nullptr, 0, &message);
+  }
+  Tell(DestinationStep::kCreateMessage, result);
+  if (folder == target) return message;
+  target->_mapiFolderP->SaveChanges(kSaveFlags);
+  if (logReport)
+    logReport->WriteLog(u"The folder " + target->_folderName.value_or(u"") +
+                            u" is full. The messages that follow go to the folder " +
+                            folder->_folderName.value_or(u"") + u".",
+                        true, true);
+  const auto* store = dynamic_cast<AssetStoreBase*>(_ownerStore);
+  if (store && store->ObserverOfDestination())
+    store->ObserverOfDestination()->FolderContinued(*target, *folder);
+  target = folder;
+  return message;
+}
+
+PSTMAPIAssetFolderMutable* PSTMAPIAssetFolderMutable::Continuation() {
+  if (_continuation && _continuation->_mapiFolderP) return _continuation;
+  auto* parent = dynamic_cast<PSTMAPIAssetFolderMutable*>(_parentFolder);
+  if (!parent) return nullptr;
+  const std::u16string base = _seriesName.empty() ? _folderName.value_or(u"") : _seriesName;
+  for (int number = _seriesNumber + 1; number <= kLongestSeries; ++number) {
+    const std::u16string name = NumberedName(base, number);
+    // A folder made for other mail is left to it.
+    const bool taken = std::ranges::any_of(parent->_subFolders, [&](IAssetFolderMutable* sibling) {
+      return parvane::platform::EqualsIgnoreCase(sibling->FolderName().value_or(u""), name);
+    });
+    if (taken) continue;
+    _continuation =
+        dynamic_cast<PSTMAPIAssetFolderMutable*>(parent->CreateAssetFolder(name, _folderType));
+    if (!_continuation) return nullptr;
+    _continuation->_seriesName = base;
+    _continuation->_seriesNumber = number;
+    return _continuation;
+  }
+  return nullptr;
 }
 
 bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* message,
@@ -63,12 +131,22 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
     progressPresenter->ProgressMessage(details);
   }
-  // Nothing has been kept of an item that had no message to go to, whatever it says.
-  const bool converted = ConvertAsset(asset, message) && message != nullptr;
-  if (!converted && logReport)
-    logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
+  const auto logError = [&] {
+    if (logReport)
+      logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
+  };
+  // Nothing has been kept of an item that had no message to go to, whatever it says, and not all of
+  // one during which the MAPI failed: an attachment too large for the format, say.
+  const std::uint64_t failures = parvane::mapi::FailureCount();
+  bool converted = ConvertAsset(asset, message) && message != nullptr;
+  if (parvane::mapi::FailureCount() != failures) converted = false;
+  if (!converted) logError();
   // Whatever a failed conversion managed to write stays.
   if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
+  if (converted && parvane::mapi::FailureCount() != failures) {
+    converted = false;
+    logError();
+  }
   if (logReport) logReport->WriteLog(details + u"\r\n\r\n", false, true);
   return converted;
 }

@@ -45,15 +45,26 @@ class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
 
   // Creates one message for each item of the source folder, lets the item write itself into it and
   // saves it, also after a failure. Failed, with nothing done, when the source's type is not this
-  // folder's. An item that is not of the folder's kind throws std::bad_cast.
+  // folder's. An item that is not of the folder's kind throws std::bad_cast. An item of which the
+  // built-in MAPI could not keep everything counts as failed, whatever it says itself. When the
+  // folder is full, the copy goes on in a sibling, "Name (2)" (see engine/destination_observer.h).
   CopyResult CopyAssets(IAssetFolder* sourceFolder, IProgressPresenter* progressPresenter,
                         ILogger* logReport, ICancelable* cancelable) override;
 
  private:
   void Tell(parvane::engine::DestinationStep step, parvane::mapi::HRESULT result) const;
+  // A message to fill, or null; `target` becomes the folder it is in.
+  parvane::mapi::IMessage* CreateMessage(PSTMAPIAssetFolderMutable*& target, ILogger* logReport);
+  // The sibling that takes what does not fit here; null when there can be none.
+  PSTMAPIAssetFolderMutable* Continuation();
   bool ConvertAsset(IAsset* asset, parvane::mapi::IMessage* message);
   bool CopyAsset(IAssetQueryResult& item, parvane::mapi::IMessage* message,
                  IProgressPresenter* progressPresenter, ILogger* logReport);
+
+  PSTMAPIAssetFolderMutable* _continuation = nullptr;  // the store's
+  // Of a folder that goes on for another: that one's name, and which of the series this is.
+  std::u16string _seriesName;
+  int _seriesNumber = 1;
 };
 
 }  // namespace QuelmarMIMEEngineCommon

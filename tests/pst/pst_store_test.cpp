@@ -7,6 +7,8 @@
 
 #include "convert/properties/mapi_properties.h"
 #include "convert/properties/strings.h"
+#include "engine/destination_observer.h"
+#include "mapi/builtin/environment.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/diagnostics.h"
 #include "mapi/options.h"
@@ -61,12 +63,25 @@ class FakeAssetBase : public Interface {
   }
   bool ConvertToMAPIMessage(IMessage* message, IMAPISession* session) override {
     EXPECT_NE(session, nullptr);
+    if (_subject == u"huge") WriteTooMuch(*message);
     OrvMAPIUtilities::SetPropString(message, PR_SUBJECT_W, _subject.c_str());
     return _succeeds;
   }
   void Release() override {}
 
  private:
+  // More than the format holds; nobody looks at the results.
+  static void WriteTooMuch(IMessage& message) {
+    ComPointer<IStream> stream;
+    message.OpenProperty(PR_HTML, &IID_IStream, STGM_WRITE, MAPI_CREATE | MAPI_MODIFY,
+                         stream.PutUnknown());
+    LARGE_INTEGER end;
+    end.QuadPart = std::int64_t{1} << 31;
+    stream->Seek(end, STREAM_SEEK_SET, nullptr);
+    stream->Write("x", 1, nullptr);
+    stream->Commit(0);
+  }
+
   std::u16string _subject;
   bool _succeeds;
 };
@@ -314,6 +329,62 @@ TEST_F(PstStore, CountsWhatItCouldNotCreateAsFailed) {
   EXPECT_EQ(result.Code, OperationResultCode::CompletedWithError);
   EXPECT_EQ(result.SuccessAssetCount, 0);
   EXPECT_EQ(result.FailAssetCount, 2);
+}
+
+TEST_F(PstStore, CountsWhatItCouldNotKeepWholeAsFailed) {
+  IAssetFolderMutable* mail = OpenMutable()->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  FakeSource<FakeEmail> source(kAssetFolderTypeEmail, {"one", "huge", "two"});
+  const CopyResult result = mail->CopyAssets(&source, nullptr, &front, nullptr);
+  EXPECT_EQ(result.Code, OperationResultCode::CompletedWithError);
+  EXPECT_EQ(result.SuccessAssetCount, 2);
+  EXPECT_EQ(result.FailAssetCount, 1);
+  const std::string error = "D \r\nERROR : Error occurred while converting this item.";
+  EXPECT_THAT(front.told, ElementsAre("D one\r\n\r\n", error, "D huge\r\n\r\n", "D two\r\n\r\n"));
+  EXPECT_THAT(Content(), ElementsAre(std::string("m[IPF.Note] ") + kComment + ": one huge two"));
+}
+
+TEST_F(PstStore, GoesOnInASiblingWhenAFolderIsFull) {
+  struct Watch : parvane::engine::DestinationObserver {
+    void FolderContinued(const IAssetFolder& full, const IAssetFolder& next) override {
+      seen.push_back(Utf8(*full.FolderName()) + " > " + Utf8(*next.FolderName()));
+    }
+    Strings seen;
+  } watch;
+  const auto names = [&] {
+    Strings lines;
+    for (const std::string& line : Content()) lines.push_back(line.substr(0, line.find('[')));
+    return lines;
+  };
+  // A second page of its table fills a folder.
+  auto& options = parvane::mapi::builtin::TheEnvironment().storeOptions;
+  options.tablePages = 161;
+  Strings items;
+  for (int i = 0; i < 100; ++i) items.push_back(std::to_string(100 + i) + std::string(40, 's'));
+  FakeSource<FakeEmail> source(kAssetFolderTypeEmail, items);
+  IAssetFolderMutable* top = OpenMutable();
+  parvane::engine::ObserveDestination(*store, &watch);
+  IAssetFolderMutable* mail = top->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  top->CreateAssetFolder(u"M (3)", kAssetFolderTypeEmail);  // belongs to other mail
+  EXPECT_EQ(mail->CopyAssets(&source, nullptr, &front, nullptr).SuccessAssetCount, 100);
+  EXPECT_THAT(watch.seen, ElementsAre("m > m (2)", "m (2) > m (4)"));
+  EXPECT_EQ(front.told.size(), 102u);
+  EXPECT_THAT(front.told, testing::Contains("BD The folder m is full. The messages that follow go "
+                                            "to the folder m (2)."));
+  // Later copies find the way, in this session and in the next.
+  FakeSource<FakeEmail> late(kAssetFolderTypeEmail, {"late"});
+  EXPECT_EQ(mail->CopyAssets(&late, nullptr, nullptr, nullptr).SuccessAssetCount, 1);
+  EXPECT_EQ(watch.seen.back(), "m > m (4)");
+  EXPECT_THAT(names(), testing::UnorderedElementsAre("m", "m (2)", "M (3)", "m (4)"));
+  mail = OpenMutable()->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  EXPECT_EQ(mail->CopyAssets(&late, nullptr, nullptr, nullptr).SuccessAssetCount, 1);
+  options = {};
+  Strings subjects;
+  for (const std::string& line : Content()) {
+    std::istringstream words(line.substr(line.find("):") + 2));
+    for (std::string word; words >> word;) subjects.push_back(word);
+  }
+  items.insert(items.end(), {"late", "late"});
+  EXPECT_THAT(subjects, testing::UnorderedElementsAreArray(items));
 }
 
 TEST_F(PstStore, CopiesNothingFromAnEmptyFolder) {

@@ -1,0 +1,96 @@
+// The account of a conversion, told by hand what the engine and the MAPI would tell it.
+#include "cli/witness.h"
+
+#include <gtest/gtest.h>
+
+#include "cli/report.h"
+#include "engine/asset_bases.h"
+#include "mapi/diagnostics_recorder.h"
+#include "mapi/results.h"
+
+namespace parvane::cli {
+namespace {
+
+using QuelmarMIMEEngineCommon::AssetFolderBase;
+
+struct Sibling : AssetFolderBase {
+  explicit Sibling(const char16_t* name)
+      : AssetFolderBase(0, std::u16string(name), std::nullopt, nullptr, nullptr) {}
+  std::int64_t QueryTotalAssetUnits() override { return 0; }
+  void PrepareContent() override {}
+  void ResetQuery() override {}
+  std::unique_ptr<QuelmarMIMEEngineCommon::IAssetQueryResult> QueryAsset() override { return {}; }
+};
+
+struct WitnessTest : ::testing::Test {
+  ConversionRecord record;
+  Logs logs;
+  platform::InterruptWatch interrupt;
+  Witness witness{record, logs, interrupt};
+  mapi::StoreDiagnostics& pst = mapi::RecordFor(u"x.pst");
+  std::int64_t items = 0;
+
+  void SetUp() override {
+    record.folders.push_back({{u"Mail", u"Inbox"}, u"Inbox.mbox"});
+    witness.BeginCopying(u"x.pst");
+    witness.BeginFolder(0);
+  }
+  void TearDown() override { mapi::ResetDiagnostics(); }
+  void Read() { witness.MessageRead({nullptr, items++, 0, 100}, {}); }
+  void Save() {
+    ++pst.messagesSaved;
+    EXPECT_FALSE(witness.Cancel());
+  }
+};
+
+TEST_F(WitnessTest, SplitsTheAccountOfAFolderThatGoesOnInAnother) {
+  Read();
+  Save();
+  for (const char16_t* next : {u"Inbox (2)", u"Inbox (3)"}) {
+    Read();
+    // The message in hand is the first that did not fit.
+    witness.FolderContinued(Sibling(u"Inbox"), Sibling(next));
+    Save();
+    Read();
+    Save();
+  }
+  pst.messagesCommitted = pst.messagesSaved;
+  EXPECT_TRUE(witness.Settle());
+  const std::vector<std::u16string> names = {u"Inbox", u"Inbox (2)", u"Inbox (3)"};
+  ASSERT_EQ(record.folders.size(), names.size());
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const FolderAccount& folder = record.folders[i];
+    EXPECT_EQ(folder.path, (std::vector<std::u16string>{u"Mail", names[i]}));
+    EXPECT_EQ(folder.sourcePath, u"Inbox.mbox");
+    EXPECT_EQ(folder.read, i == 0 ? 1u : 2u);
+    EXPECT_EQ(folder.written, folder.read);
+    EXPECT_EQ(folder.bytes, 100 * folder.read);
+  }
+  EXPECT_NE(Report(record).find("\"continuedFolders\": [\n    {\n      \"path\": [\n"),
+            std::string::npos);
+  EXPECT_NE(Summary(record).find("Mail / Inbox (2): its mail goes on in Mail / Inbox (3)"),
+            std::string::npos);
+}
+
+TEST_F(WitnessTest, TellsWhyAMessageWasNotKeptWhole) {
+  mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: of an earlier call");
+  Read();
+  mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: an attachment of 2 GiB or more");
+  witness.WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
+  Save();
+  Read();
+  Save();
+  Read();  // and is not saved
+  mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: a message of 2 GiB or more");
+  EXPECT_FALSE(witness.Cancel());
+  pst.messagesCommitted = pst.messagesSaved;
+  EXPECT_TRUE(witness.Settle());
+  EXPECT_EQ(record.Written(), 1u);
+  ASSERT_EQ(record.failures.size(), 2u);
+  EXPECT_EQ(record.failures[0].reason,
+            "could not be kept whole: x.pst: an attachment of 2 GiB or more");
+  EXPECT_EQ(record.failures[1].reason, "could not be saved: x.pst: a message of 2 GiB or more");
+}
+
+}  // namespace
+}  // namespace parvane::cli
