@@ -21,7 +21,15 @@ unsigned Detect() {
   if (__builtin_cpu_supports("ssse3")) found |= Bit(CpuFeature::kSsse3);
   if (__builtin_cpu_supports("sse4.1")) found |= Bit(CpuFeature::kSse41);
   if (__builtin_cpu_supports("pclmul")) found |= Bit(CpuFeature::kPclmul);
+#if !defined(__MINGW32__) || defined(__clang__)
+  // GCC for Windows does not align the stack for wide registers it has to set aside.
   if (__builtin_cpu_supports("avx2")) found |= Bit(CpuFeature::kAvx2);
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi")) {
+    found |= Bit(CpuFeature::kAvx512);
+    if (__builtin_cpu_supports("vpclmulqdq")) found |= Bit(CpuFeature::kVpclmul);
+  }
+#endif
 #elif defined(_MSC_VER) && (defined(_M_X64) || defined(_M_IX86))
   int leaf[4];
   __cpuid(leaf, 0);
@@ -35,7 +43,15 @@ unsigned Detect() {
   const bool saved = (ecx >> 27 & 1) && (_xgetbv(0) & 6) == 6;
   if (saved && highest >= 7) {
     __cpuidex(leaf, 7, 0);
-    if (static_cast<unsigned>(leaf[1]) >> 5 & 1) found |= Bit(CpuFeature::kAvx2);
+    const auto ebx = static_cast<unsigned>(leaf[1]);
+    const auto extended = static_cast<unsigned>(leaf[2]);
+    if (ebx >> 5 & 1) found |= Bit(CpuFeature::kAvx2);
+    // F, BW, VL; VBMI; and the wide registers with their masks saved.
+    if ((ebx >> 16 & 1) && (ebx >> 30 & 1) && (ebx >> 31 & 1) && (extended >> 1 & 1) &&
+        (_xgetbv(0) & 0xE6) == 0xE6) {
+      found |= Bit(CpuFeature::kAvx512);
+      if (extended >> 10 & 1) found |= Bit(CpuFeature::kVpclmul);
+    }
   }
 #endif
   return found;

@@ -6,7 +6,14 @@
 
 namespace parvane::platform {
 
-enum class CpuFeature { kSsse3, kSse41, kPclmul, kAvx2 };
+enum class CpuFeature {
+  kSsse3,
+  kSse41,
+  kPclmul,
+  kAvx2,
+  kAvx512,  // F, BW, VL and VBMI, with which wide paths begin to pay
+  kVpclmul  // VPCLMULQDQ, and kAvx512
+};
 
 // False on machines of another architecture, and for everything while plain paths are forced.
 bool CpuHas(CpuFeature feature);

@@ -35,7 +35,7 @@ bool Contains(std::span<const ULONG> tags, ULONG id) {
 }
 
 bool Has(const PropertyList& list, ULONG tag) {
-  return list.FindId(static_cast<std::uint16_t>(PropId(tag))).has_value();
+  return list.HasId(static_cast<std::uint16_t>(PropId(tag)));
 }
 
 void Drop(PropertyList& list, ULONG tag) { list.Remove(static_cast<std::uint16_t>(PropId(tag))); }
@@ -63,7 +63,8 @@ void CompleteSubject(PropertyList& list, bool plain) {
   const std::u16string given = list.Text(ToTag(PR_SUBJECT_PREFIX_W)).value_or(u"");
   Drop(list, PR_SUBJECT_PREFIX_W);
   Drop(list, PR_NORMALIZED_SUBJECT_W);
-  const auto stored = list.Text(ToTag(PR_SUBJECT_W));
+  std::u16string scratch;
+  const auto stored = list.ViewText(ToTag(PR_SUBJECT_W), scratch);
   if (!stored) return;
   std::u16string_view subject = *stored;
   std::u16string_view before;
@@ -73,10 +74,12 @@ void CompleteSubject(PropertyList& list, bool plain) {
     before = subject.substr(0, decoded.prefixLength);
   }
   const std::size_t prefix = SubjectPrefixLength(subject, given.empty() ? before : given);
-  list.SetText(ToTag(PR_SUBJECT_W), pstfile::EncodeSubject(subject, prefix));
+  // The list's memory moves when something is set.
+  const std::u16string encoded = pstfile::EncodeSubject(subject, prefix);
   if (!Has(list, PR_CONVERSATION_TOPIC_W)) {
     list.SetText(ToTag(PR_CONVERSATION_TOPIC_W), subject.substr(prefix));
   }
+  list.SetText(ToTag(PR_SUBJECT_W), encoded);
 }
 
 struct AddressSet {
@@ -95,15 +98,18 @@ constexpr AddressSet kAddressSets[] = {
 };
 
 void CompleteAddresses(PropertyList& list) {
+  std::u16string typeScratch;
+  std::u16string addressScratch;
   for (const AddressSet& set : kAddressSets) {
-    const auto type = list.Text(ToTag(set.type));
-    const auto address = list.Text(ToTag(set.address));
+    const auto type = list.ViewText(ToTag(set.type), typeScratch);
+    const auto address = list.ViewText(ToTag(set.address), addressScratch);
     if (!type || !address) continue;
+    const bool isSmtp = platform::EqualsIgnoreCase(*type, u"SMTP");
     if (!Has(list, set.searchKey)) {
       list.SetBytes(ToTag(set.searchKey), AddressSearchKey(*type, *address));
     }
-    if (platform::EqualsIgnoreCase(*type, u"SMTP") && !Has(list, set.smtpAddress)) {
-      list.SetText(ToTag(set.smtpAddress), *address);
+    if (isSmtp && !Has(list, set.smtpAddress)) {
+      list.CopyValue(ToTag(set.smtpAddress), ToTag(set.address));
     }
   }
 }

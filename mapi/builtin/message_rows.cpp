@@ -13,8 +13,7 @@ HRESULT RecipientRows::Count(ULONG& count) {
 
 HRESULT RecipientRows::Select(ULONG index) {
   if (index >= _message->recipients().RowCount()) return MAPI_E_NOT_FOUND;
-  _row.Clear();
-  _message->recipients().GetRow(index, _row);
+  _row = _message->recipients().Row(index);
   _rowId = _message->recipients().RowId(index);
   return S_OK;
 }

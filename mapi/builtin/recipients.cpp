@@ -40,29 +40,59 @@ HRESULT ReadChange(const ADRENTRY& entry, Change& change) {
   return S_OK;
 }
 
-std::optional<std::u16string> TextOf(const PropertyList& row, ULONG tag) {
-  return row.Text(ToTag(tag));
-}
-
 bool Has(const PropertyList& row, ULONG tag) {
-  return row.FindId(static_cast<std::uint16_t>(PropId(tag))).has_value();
+  return row.HasId(static_cast<std::uint16_t>(PropId(tag)));
 }
 
 void DefaultScalar(PropertyList& row, ULONG tag, std::uint64_t bits) {
   if (!Has(row, tag)) row.SetScalar(ToTag(tag), bits);
 }
 
-void DefaultBytes(PropertyList& row, ULONG tag, ULONG from) {
-  if (Has(row, tag)) return;
-  const auto source = row.Find(ToTag(from));
-  if (!source) return;
-  const std::vector<std::byte> copy(source->bytes.begin(), source->bytes.end());
-  row.SetBytes(ToTag(tag), copy);
+void DefaultCopy(PropertyList& row, ULONG tag, ULONG from) {
+  if (!Has(row, tag)) row.CopyValue(ToTag(tag), ToTag(from));
+}
+
+// Adds the columns that a provider adds to what callers give.
+void Complete(PropertyList& row) {
+  row.Remove(static_cast<std::uint16_t>(PropId(PR_INSTANCE_KEY)));
+  DefaultScalar(row, PR_RESPONSIBILITY, 1);
+  DefaultScalar(row, PR_OBJECT_TYPE, MAPI_MAILUSER);
+  DefaultScalar(row, PR_DISPLAY_TYPE, DT_MAILUSER);
+  DefaultScalar(row, PR_SEND_RICH_INFO, 0);
+  DefaultScalar(row, kRecipientFlags, kRecipientSendable);
+  DefaultCopy(row, kRecipientDisplayName, PR_DISPLAY_NAME_W);
+  DefaultCopy(row, kRecipientEntryId, PR_ENTRYID);
+  DefaultCopy(row, PR_RECORD_KEY, PR_ENTRYID);
+  std::u16string scratch[2];
+  const auto type = row.ViewText(ToTag(PR_ADDRTYPE_W), scratch[0]);
+  const auto address = row.ViewText(ToTag(PR_EMAIL_ADDRESS_W), scratch[1]);
+  if (!type || !address) return;
+  const bool isSmtp = platform::EqualsIgnoreCase(*type, u"SMTP");
+  if (!Has(row, PR_SEARCH_KEY)) {
+    row.SetBytes(ToTag(PR_SEARCH_KEY), AddressSearchKey(*type, *address));
+  }
+  if (isSmtp) DefaultCopy(row, PR_SMTP_ADDRESS_W, PR_EMAIL_ADDRESS_W);
 }
 
 }  // namespace
 
 std::vector<std::byte> AddressSearchKey(std::u16string_view type, std::u16string_view address) {
+  std::vector<std::byte> key;
+  key.reserve(type.size() + address.size() + 2);
+  const auto appendSimple = [&key](std::u16string_view text) {
+    char16_t all = 0;
+    for (const char16_t unit : text) {
+      all = static_cast<char16_t>(all | unit);
+      const bool isLower = unit >= u'a' && unit <= u'z';
+      key.push_back(static_cast<std::byte>(isLower ? unit - 0x20 : unit));
+    }
+    return all < 0x80;
+  };
+  bool simple = appendSimple(type);
+  key.push_back(std::byte{':'});
+  simple = appendSimple(address) && simple;
+  key.push_back(std::byte{0});
+  if (simple) return key;
   const std::u16string text = platform::ToUpper(type) + u":" + platform::ToUpper(address);
   const std::string chars = platform::Utf16ToAnsi(text);
   const auto* data = reinterpret_cast<const std::byte*>(chars.c_str());
@@ -75,10 +105,11 @@ std::vector<ULONG> RecipientColumns() {
           PR_SEND_RICH_INFO, PR_SMTP_ADDRESS_W, PR_RECORD_KEY,  PR_INSTANCE_KEY};
 }
 
-RecipientList::Row* RecipientList::RowWithId(ULONG id) {
+RecipientList::Entry* RecipientList::EntryWithId(ULONG id) {
   // Ids grow with the position, so rows stay sorted by them.
-  const auto found = std::lower_bound(_rows.begin(), _rows.end(), id,
-                                      [](const Row& row, ULONG wanted) { return row.id < wanted; });
+  const auto found =
+      std::lower_bound(_rows.begin(), _rows.end(), id,
+                       [](const Entry& row, ULONG wanted) { return row.id < wanted; });
   return found != _rows.end() && found->id == id ? &*found : nullptr;
 }
 
@@ -95,8 +126,11 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
     Change change;
     if (const HRESULT result = ReadChange(entry, change); Failed(result)) return result;
     if (change.rowId.has_value() != names) return MAPI_E_INVALID_PARAMETER;
-    if (names && RowWithId(*change.rowId) == nullptr) return MAPI_E_NOT_FOUND;
-    if (flags != MODRECIP_REMOVE) DefaultScalar(change.properties, PR_RECIPIENT_TYPE, MAPI_TO);
+    if (names && EntryWithId(*change.rowId) == nullptr) return MAPI_E_NOT_FOUND;
+    if (flags != MODRECIP_REMOVE) {
+      DefaultScalar(change.properties, PR_RECIPIENT_TYPE, MAPI_TO);
+      Complete(change.properties);
+    }
     changes.push_back(std::move(change));
   }
 
@@ -106,7 +140,7 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
       _rows.push_back({_nextId++, std::move(change.properties)});
       continue;
     }
-    Row* row = RowWithId(*change.rowId);
+    Entry* row = EntryWithId(*change.rowId);
     if (flags == MODRECIP_MODIFY) {
       row->properties = std::move(change.properties);
     } else if (row != nullptr) {
@@ -117,12 +151,13 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
 }
 
 platform::Status RecipientList::Load(pstfile::TableReader& table) {
-  std::vector<Row> rows;
+  std::vector<Entry> rows;
   for (std::uint64_t i = 0; i < table.rows(); ++i) {
     platform::Status status = table.SelectRow(i);
-    Row row;
+    Entry row;
     if (status.ok()) status = table.ReadRow(row.properties, nullptr, kLargestReturnedValue);
     if (!status.ok()) return status;
+    Complete(row.properties);
     row.id = static_cast<ULONG>(i);
     rows.push_back(std::move(row));
   }
@@ -133,34 +168,14 @@ platform::Status RecipientList::Load(pstfile::TableReader& table) {
 
 std::u16string RecipientList::DisplayNames(ULONG type) const {
   std::u16string names;
-  for (const Row& row : _rows) {
+  std::u16string scratch;
+  for (const Entry& row : _rows) {
     const auto rowType = row.properties.Scalar(ToTag(PR_RECIPIENT_TYPE));
     if (!rowType || (*rowType & 0xF) != type) continue;
     if (!names.empty()) names += u"; ";
-    if (auto name = TextOf(row.properties, PR_DISPLAY_NAME_W)) names += *name;
+    if (auto name = row.properties.ViewText(ToTag(PR_DISPLAY_NAME_W), scratch)) names += *name;
   }
   return names;
-}
-
-void RecipientList::GetRow(std::size_t index, PropertyList& row) const {
-  row = _rows[index].properties;
-  row.Remove(static_cast<std::uint16_t>(PropId(PR_INSTANCE_KEY)));
-  DefaultScalar(row, PR_RESPONSIBILITY, 1);
-  DefaultScalar(row, PR_OBJECT_TYPE, MAPI_MAILUSER);
-  DefaultScalar(row, PR_DISPLAY_TYPE, DT_MAILUSER);
-  DefaultScalar(row, PR_SEND_RICH_INFO, 0);
-  DefaultScalar(row, kRecipientFlags, kRecipientSendable);
-  DefaultBytes(row, kRecipientDisplayName, PR_DISPLAY_NAME_W);
-  DefaultBytes(row, kRecipientEntryId, PR_ENTRYID);
-  DefaultBytes(row, PR_RECORD_KEY, PR_ENTRYID);
-  const auto type = TextOf(row, PR_ADDRTYPE_W);
-  const auto address = TextOf(row, PR_EMAIL_ADDRESS_W);
-  if (!type || !address) return;
-  if (!Has(row, PR_SEARCH_KEY))
-    row.SetBytes(ToTag(PR_SEARCH_KEY), AddressSearchKey(*type, *address));
-  if (platform::EqualsIgnoreCase(*type, u"SMTP")) {
-    DefaultBytes(row, PR_SMTP_ADDRESS_W, PR_EMAIL_ADDRESS_W);
-  }
 }
 
 }  // namespace parvane::mapi::builtin

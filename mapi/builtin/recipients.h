@@ -23,17 +23,19 @@ class RecipientList final : public pstfile::RowSource {
 
   // Rows as they are stored, with the columns a provider adds.
   std::size_t RowCount() const override { return _rows.size(); }
-  void GetRow(std::size_t index, pstfile::PropertyList& row) const override;
+  const pstfile::PropertyList& Row(std::size_t index) const override {
+    return _rows[index].properties;
+  }
   ULONG RowId(std::size_t index) const { return _rows[index].id; }
 
  private:
-  struct Row {
+  struct Entry {
     ULONG id = 0;  // PR_ROWID
     pstfile::PropertyList properties;
   };
-  Row* RowWithId(ULONG id);
+  Entry* EntryWithId(ULONG id);
 
-  std::vector<Row> _rows;
+  std::vector<Entry> _rows;
   ULONG _nextId = 0;
 };
 

@@ -84,4 +84,30 @@ std::size_t NarrowAsciiPrefix(const char16_t* in, std::size_t size, char* out) {
   return i;
 }
 
+std::size_t SurrogateFreePrefix(const std::byte* in, std::size_t units) {
+  std::size_t i = 0;
+  const auto isSurrogate = [in](std::size_t unit) {
+    return (in[2 * unit + 1] & std::byte{0xF8}) == std::byte{0xD8};
+  };
+#ifdef PARVANE_SSE2
+  const __m128i mask = _mm_set1_epi16(static_cast<short>(0xF800));
+  const __m128i mark = _mm_set1_epi16(static_cast<short>(0xD800));
+  for (; i + 16 <= units; i += 16) {
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 2 * i));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 2 * i + 16));
+    const __m128i found = _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, mask), mark),
+                                       _mm_cmpeq_epi16(_mm_and_si128(high, mask), mark));
+    if (_mm_movemask_epi8(found) != 0) break;
+  }
+#else
+  for (; i + 16 <= units; i += 16) {
+    bool found = false;
+    for (std::size_t k = 0; k < 16; ++k) found |= isSurrogate(i + k);
+    if (found) break;
+  }
+#endif
+  while (i < units && !isSurrogate(i)) ++i;
+  return i;
+}
+
 }  // namespace parvane::platform::simd

@@ -5,17 +5,7 @@
 #include <cstdint>
 
 #include "platform/cpu.h"
-
-#if defined(__x86_64__) || defined(__i386__) || defined(_M_X64)
-#define PARVANE_X86 1
-#include <immintrin.h>
-#endif
-
-#if defined(PARVANE_X86) && defined(__GNUC__)
-#define PARVANE_TARGET(features) __attribute__((target(features)))
-#else
-#define PARVANE_TARGET(features)
-#endif
+#include "platform/simd/target.h"
 
 namespace parvane::platform::simd {
 namespace {

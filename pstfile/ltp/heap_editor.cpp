@@ -103,8 +103,7 @@ Result<HeapId> HeapEditor::Add(std::span<const std::byte> bytes) {
     if (Status status = AddPage(); !status.ok()) return status;
   }
   Page& tail = Tail();
-  const std::size_t item = tail.page.Add(bytes.size());
-  std::copy(bytes.begin(), bytes.end(), tail.page.Item(item).begin());
+  const std::size_t item = tail.page.Add(bytes);
   tail.dirty = true;
   return HeapId(_pageCount - 1, static_cast<std::uint32_t>(item));
 }

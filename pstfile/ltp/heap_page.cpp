@@ -35,8 +35,13 @@ std::uint8_t FillLevelOf(std::size_t freeBytes) {
   return 15;
 }
 
-HeapPage::HeapPage(std::uint32_t number) : _number(number), _bytes(kHeapPageSize) {
-  _starts.push_back(static_cast<std::uint16_t>(HeapHeaderSize(number)));
+HeapPage::HeapPage(std::uint32_t number)
+    : _number(number), _bytes(std::make_unique_for_overwrite<std::byte[]>(kHeapPageSize)) {
+  constexpr std::size_t kItemsOfSmallObject = 48;
+  _starts.reserve(kItemsOfSmallObject);
+  const std::size_t header = HeapHeaderSize(number);
+  std::memset(_bytes.get(), 0, header);
+  _starts.push_back(static_cast<std::uint16_t>(header));
   if (number == 0) _bytes[2] = kHeapSignature;
 }
 
@@ -65,16 +70,16 @@ Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byt
     page._starts[i] = static_cast<std::uint16_t>(start);
     last = start;
   }
-  std::memcpy(page._bytes.data(), block.data(), last);
+  std::memcpy(page._bytes.get(), block.data(), last);
   return page;
 }
 
 std::span<const std::byte> HeapPage::Item(std::size_t item) const {
-  return std::span(_bytes).subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
+  return Bytes().subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
 }
 
 std::span<std::byte> HeapPage::Item(std::size_t item) {
-  return std::span(_bytes).subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
+  return Bytes().subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
 }
 
 std::size_t HeapPage::EncodedSize(std::size_t itemsEnd, std::size_t items) {
@@ -98,6 +103,12 @@ std::size_t HeapPage::FreeBytes() const {
 std::size_t HeapPage::Add(std::size_t size) {
   std::memset(&_bytes[ItemsEnd()], 0, size);
   _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + size));
+  return items();
+}
+
+std::size_t HeapPage::Add(std::span<const std::byte> bytes) {
+  if (!bytes.empty()) std::memcpy(&_bytes[ItemsEnd()], bytes.data(), bytes.size());
+  _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + bytes.size()));
   return items();
 }
 
@@ -126,23 +137,24 @@ void HeapPage::SetStoredFillLevel(std::uint32_t index, std::uint8_t level) {
 }
 
 std::uint8_t HeapPage::client() const { return std::to_integer<std::uint8_t>(_bytes[3]); }
-HeapId HeapPage::userRoot() const { return HeapId(LoadU32(_bytes, 4)); }
+HeapId HeapPage::userRoot() const { return HeapId(LoadU32(Bytes(), 4)); }
 void HeapPage::SetClient(HeapClient client) { _bytes[3] = static_cast<std::byte>(client); }
-void HeapPage::SetUserRoot(HeapId root) { StoreU32(_bytes, 4, root.value); }
+void HeapPage::SetUserRoot(HeapId root) { StoreU32(Bytes(), 4, root.value); }
 
 std::span<const std::byte> HeapPage::Encode(bool isLast) {
   const std::size_t map = (ItemsEnd() + 1) & ~std::size_t{1};
-  std::memset(&_bytes[ItemsEnd()], 0, kHeapPageSize - ItemsEnd());
+  const std::size_t size = isLast ? EncodedSize(ItemsEnd(), items()) : kHeapPageSize;
+  std::memset(&_bytes[ItemsEnd()], 0, size - ItemsEnd());
+  const auto bytes = Bytes();
   std::size_t empty = 0;
   for (std::size_t i = 0; i < _starts.size(); ++i) {
     if (i > 0 && _starts[i] == _starts[i - 1]) ++empty;
-    StoreU16(_bytes, map + 4 + 2 * i, _starts[i]);
+    StoreU16(bytes, map + 4 + 2 * i, _starts[i]);
   }
-  StoreU16(_bytes, map, static_cast<std::uint16_t>(items()));
-  StoreU16(_bytes, map + 2, static_cast<std::uint16_t>(empty));
-  StoreU16(_bytes, 0, static_cast<std::uint16_t>(map));
-  const std::size_t size = isLast ? EncodedSize(ItemsEnd(), items()) : kHeapPageSize;
-  return std::span(_bytes).first(size);
+  StoreU16(bytes, map, static_cast<std::uint16_t>(items()));
+  StoreU16(bytes, map + 2, static_cast<std::uint16_t>(empty));
+  StoreU16(bytes, 0, static_cast<std::uint16_t>(map));
+  return bytes.first(size);
 }
 
 }  // namespace parvane::pstfile

@@ -19,6 +19,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -89,8 +90,9 @@ class HeapPage {
   bool FitsInstead(std::size_t item, std::size_t size) const;
   // Bytes that items may still take, a further map entry apart.
   std::size_t FreeBytes() const;
-  // Adds an item that Fits, zero bytes, and returns its number.
+  // Adds an item that Fits, zero bytes or these, and returns its number.
   std::size_t Add(std::size_t size);
+  std::size_t Add(std::span<const std::byte> bytes);
   // Gives an item another size (FitsInstead); its first bytes stay.
   void ResizeItem(std::size_t item, std::size_t size);
 
@@ -115,9 +117,12 @@ class HeapPage {
   std::size_t ItemsEnd() const { return _starts.back(); }
   static std::size_t EncodedSize(std::size_t itemsEnd, std::size_t items);
 
+  std::span<std::byte> Bytes() { return {_bytes.get(), kHeapPageSize}; }
+  std::span<const std::byte> Bytes() const { return {_bytes.get(), kHeapPageSize}; }
+
   std::uint32_t _number;
-  std::vector<std::uint16_t> _starts;  // one more than items
-  std::vector<std::byte> _bytes;       // header and items; 8176 bytes are always there
+  std::vector<std::uint16_t> _starts;   // one more than items
+  std::unique_ptr<std::byte[]> _bytes;  // 8176: header, items, and then whatever was there
 };
 
 }  // namespace parvane::pstfile

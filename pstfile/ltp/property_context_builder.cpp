@@ -68,40 +68,26 @@ Status PropertyContextBuilder::Prepare(PropertyList& properties) {
   return {};
 }
 
-HeapId PropertyContextBuilder::AddItem(std::size_t size) {
-  if (_pages.empty() || !_pages.back().Fits(size)) {
-    _pages.emplace_back(static_cast<std::uint32_t>(_pages.size()));
-  }
-  const std::size_t item = _pages.back().Add(size);
-  return {_pages.back().number(), static_cast<std::uint32_t>(item)};
-}
-
-HeapId PropertyContextBuilder::AddItem(std::span<const std::byte> bytes) {
-  const HeapId id = AddItem(bytes.size());
-  std::copy(bytes.begin(), bytes.end(), Item(id).begin());
-  return id;
-}
-
 Result<std::uint32_t> PropertyContextBuilder::Place(const Property& property) {
   switch (property.kind) {
     case Property::Kind::kScalar: {
       const std::size_t size = FixedSize(property.tag.Type());
       if (size <= 4) return static_cast<std::uint32_t>(property.scalar);
-      const HeapId id = AddItem(size);
-      StoreSized(Item(id), 0, size, property.scalar);
+      const HeapId id = _heap.Add(size);
+      StoreSized(_heap.Item(id), 0, size, property.scalar);
       return id.value;
     }
     case Property::Kind::kObject: {
-      const HeapId id = AddItem(8);
-      StoreU32(Item(id), 0, property.object.node.value);
-      StoreU32(Item(id), 4, property.object.size);
+      const HeapId id = _heap.Add(8);
+      StoreU32(_heap.Item(id), 0, property.object.node.value);
+      StoreU32(_heap.Item(id), 4, property.object.size);
       return id.value;
     }
     case Property::Kind::kBytes:
       if (property.bytes.size() > kMaxHeapItem) {
         return Refused(property.tag, "the list was not prepared");
       }
-      return property.bytes.empty() ? 0 : AddItem(property.bytes).value;
+      return property.bytes.empty() ? 0 : _heap.Add(property.bytes).value;
     case Property::Kind::kStored: {
       auto node = _database->AllocateNodeId(NodeKind::kValue);
       if (!node.ok()) return node.status();
@@ -115,21 +101,20 @@ Result<std::uint32_t> PropertyContextBuilder::Place(const Property& property) {
 
 Status PropertyContextBuilder::Build(const PropertyList& properties) {
   const std::size_t leaves = (properties.size() + kRecordsPerLeaf - 1) / kRecordsPerLeaf;
-  const HeapId headerId = AddItem(kBthHeaderSize);
+  const HeapId headerId = _heap.Add(kBthHeaderSize);
   for (std::size_t i = 0; i < leaves; ++i) {
     const std::size_t records = std::min(kRecordsPerLeaf, properties.size() - i * kRecordsPerLeaf);
-    _leaves.push_back(AddItem(records * kRecordSize));
+    _leaves.push_back(_heap.Add(records * kRecordSize));
   }
   BthHeader header{kKeySize, kDataSize, 0, leaves == 0 ? HeapId() : _leaves[0]};
   HeapId indexId;
   if (leaves > 1) {
-    indexId = AddItem(leaves * kIndexRecordSize);
+    indexId = _heap.Add(leaves * kIndexRecordSize);
     header.levels = 1;
     header.root = indexId;
   }
-  header.Encode(Item(headerId));
-  _pages[0].SetClient(HeapClient::kPropertyContext);
-  _pages[0].SetUserRoot(headerId);
+  header.Encode(_heap.Item(headerId));
+  _heap.SetUserRoot(headerId);
   _records.reserve(properties.size());
   for (std::size_t i = 0; i < properties.size(); ++i) {
     const Property property = properties.at(i);
@@ -139,14 +124,14 @@ Status PropertyContextBuilder::Build(const PropertyList& properties) {
     StoreRecord(i);
   }
   for (std::size_t i = 0; i < leaves && leaves > 1; ++i) {
-    StoreU16(Item(indexId), i * kIndexRecordSize, _records[i * kRecordsPerLeaf].tag.Id());
-    StoreU32(Item(indexId), i * kIndexRecordSize + 2, _leaves[i].value);
+    StoreU16(_heap.Item(indexId), i * kIndexRecordSize, _records[i * kRecordsPerLeaf].tag.Id());
+    StoreU32(_heap.Item(indexId), i * kIndexRecordSize + 2, _leaves[i].value);
   }
   return {};
 }
 
 void PropertyContextBuilder::StoreRecord(std::size_t index) {
-  const auto leaf = Item(_leaves[index / kRecordsPerLeaf]);
+  const auto leaf = _heap.Item(_leaves[index / kRecordsPerLeaf]);
   const std::size_t at = index % kRecordsPerLeaf * kRecordSize;
   StoreU16(leaf, at, _records[index].tag.Id());
   StoreU16(leaf, at + 2, static_cast<std::uint16_t>(_records[index].tag.Type()));
@@ -160,26 +145,8 @@ void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {
   StoreRecord(static_cast<std::size_t>(found - _records.begin()));
 }
 
-std::uint64_t PropertyContextBuilder::HeapSize() const {
-  if (_pages.empty()) return 0;
-  return (_pages.size() - 1) * kHeapPageSize + _pages.back().EncodedSize();
-}
-
-Result<BlockId> PropertyContextBuilder::WriteHeap() {
-  for (const HeapPage& page : _pages) {
-    _pages[FillLevelHolder(page.number())].SetStoredFillLevel(FillLevelIndex(page.number()),
-                                                              page.FillLevel());
-  }
-  DataTreeWriter writer(*_database);
-  for (HeapPage& page : _pages) {
-    if (Status status = writer.Append(page.Encode(&page == &_pages.back())); !status.ok()) {
-      return status;
-    }
-  }
-  return writer.Finish();
-}
-
 Result<BlockId> WriteSubnodes(NodeDatabase& database, std::vector<SubnodeEntry> entries) {
+  if (entries.empty()) return BlockId();
   std::ranges::sort(entries, {}, &SubnodeEntry::nid);
   SubnodeTreeBuilder builder(database);
   Status status;

@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "platform/status.h"
-#include "pstfile/ltp/heap_page.h"
+#include "pstfile/ltp/heap_builder.h"
 #include "pstfile/ltp/property_list.h"
 #include "pstfile/ndb/ids.h"
 #include "pstfile/ndb/node_database.h"
@@ -27,7 +27,8 @@ namespace parvane::pstfile {
 
 class PropertyContextBuilder {
  public:
-  explicit PropertyContextBuilder(NodeDatabase& database) : _database(&database) {}
+  explicit PropertyContextBuilder(NodeDatabase& database)
+      : _database(&database), _heap(HeapClient::kPropertyContext) {}
 
   // Gives every value the form in which Build takes it: bytes too large for the heap are written
   // to blocks, stored values that fit the heap become bytes. Whatever happens, the list owns every
@@ -36,28 +37,24 @@ class PropertyContextBuilder {
   // Lays out a prepared list.
   platform::Status Build(const PropertyList& properties);
   // Logical bytes of the heap and of the stored values.
-  std::uint64_t size() const { return HeapSize() + _storedBytes; }
+  std::uint64_t size() const { return _heap.size() + _storedBytes; }
   // Overwrites an Int32 that Build has laid out.
   void SetInt32(PropTag tag, std::int32_t value);
   // One entry for each stored value, unsorted.
   const std::vector<SubnodeEntry>& subnodes() const { return _subnodes; }
   // The loose root of the heap.
-  platform::Result<BlockId> WriteHeap();
+  platform::Result<BlockId> WriteHeap() { return _heap.Write(*_database); }
 
  private:
   struct Record {
     PropTag tag;
     std::uint32_t value = 0;
   };
-  HeapId AddItem(std::size_t size);
-  HeapId AddItem(std::span<const std::byte> bytes);
-  std::span<std::byte> Item(HeapId id) { return _pages[id.Page()].Item(id.Item()); }
   platform::Result<std::uint32_t> Place(const Property& property);
-  std::uint64_t HeapSize() const;
   void StoreRecord(std::size_t index);
 
   NodeDatabase* _database;
-  std::vector<HeapPage> _pages;
+  HeapBuilder _heap;
   std::vector<Record> _records;
   std::vector<HeapId> _leaves;
   std::vector<SubnodeEntry> _subnodes;

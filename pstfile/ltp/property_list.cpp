@@ -5,8 +5,9 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <utility>
 
-#include "platform/text.h"
+#include "platform/simd/ascii.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -65,6 +66,41 @@ std::uint64_t Property::Size() const {
   return 0;
 }
 
+PropertyList::Arena::Arena(const Arena& other) {
+  if (other._size == 0) return;
+  reserve(other._size);
+  _size = other._size;
+  std::memcpy(_bytes.get(), other._bytes.get(), _size);
+}
+
+PropertyList::Arena::Arena(Arena&& other) noexcept
+    : _bytes(std::move(other._bytes)),
+      _size(std::exchange(other._size, 0)),
+      _capacity(std::exchange(other._capacity, 0)) {}
+
+PropertyList::Arena& PropertyList::Arena::operator=(Arena other) noexcept {
+  std::swap(_bytes, other._bytes);
+  std::swap(_size, other._size);
+  std::swap(_capacity, other._capacity);
+  return *this;
+}
+
+void PropertyList::Arena::reserve(std::size_t capacity) {
+  if (capacity <= _capacity) return;
+  auto bytes = std::make_unique_for_overwrite<std::byte[]>(capacity);
+  if (_size != 0) std::memcpy(bytes.get(), _bytes.get(), _size);
+  _bytes = std::move(bytes);
+  _capacity = capacity;
+}
+
+std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) const {
+  const auto* at = static_cast<const std::byte*>(value);
+  if (_size == 0 || std::less<>()(at, _bytes.get()) || !std::less<>()(at, _bytes.get() + _size)) {
+    return std::nullopt;
+  }
+  return static_cast<std::size_t>(at - _bytes.get());
+}
+
 std::size_t PropertyList::LowerBound(std::uint16_t id) const {
   // Callers mostly add in ascending order.
   if (_entries.empty() || _entries.back().tag.Id() < id) return _entries.size();
@@ -77,6 +113,8 @@ std::size_t PropertyList::LowerBound(std::uint16_t id) const {
 PropertyList::Entry& PropertyList::Slot(PropTag tag) {
   const std::size_t at = LowerBound(tag.Id());
   if (at == _entries.size() || _entries[at].tag.Id() != tag.Id()) {
+    constexpr std::size_t kUsual = 48;
+    if (_entries.empty()) _entries.reserve(kUsual);
     _entries.insert(_entries.begin() + static_cast<std::ptrdiff_t>(at), Entry{});
   }
   _entries[at].tag = tag;
@@ -93,9 +131,16 @@ void PropertyList::SetScalar(PropTag tag, std::uint64_t bits) {
 void PropertyList::SetText(PropTag tag, std::u16string_view text) {
   Entry& entry = Slot(tag);
   entry.kind = Property::Kind::kBytes;
-  entry.scalar = _arena.size();
   entry.size = 2 * text.size();
-  AppendText(text, _arena);
+  // The text may be that of another property of this list.
+  const auto ours = _arena.OffsetOf(text.data());
+  if (_arena.size() % 2 != 0) _arena.grow(1);  // so that it can be viewed
+  entry.scalar = _arena.size();
+  _arena.grow(entry.size);
+  if (ours) {
+    text = {reinterpret_cast<const char16_t*>(_arena.data() + *ours), text.size()};
+  }
+  EncodeText(text, {_arena.data() + entry.scalar, 2 * text.size()});
 }
 
 void PropertyList::SetBytes(PropTag tag, std::span<const std::byte> bytes) {
@@ -113,15 +158,12 @@ void PropertyList::SetBytes(PropTag tag, std::span<const std::byte> bytes) {
   entry.kind = Property::Kind::kBytes;
   entry.scalar = _arena.size();
   entry.size = bytes.size();
+  if (bytes.empty()) return;
   // The bytes may be those of another property of this list.
-  const bool ours = !_arena.empty() && !bytes.empty() &&
-                    !std::less<>()(bytes.data(), _arena.data()) &&
-                    std::less<>()(bytes.data(), _arena.data() + _arena.size());
-  const std::size_t offset = ours ? static_cast<std::size_t>(bytes.data() - _arena.data()) : 0;
-  _arena.resize(_arena.size() + bytes.size());
-  if (!bytes.empty()) {
-    std::memcpy(&_arena[entry.scalar], ours ? &_arena[offset] : bytes.data(), bytes.size());
-  }
+  const auto ours = _arena.OffsetOf(bytes.data());
+  _arena.grow(bytes.size());
+  std::memcpy(_arena.data() + entry.scalar, ours ? _arena.data() + *ours : bytes.data(),
+              bytes.size());
 }
 
 void PropertyList::SetStored(PropTag tag, StoredValue value) {
@@ -151,6 +193,17 @@ void PropertyList::Set(const Property& property) {
   }
 }
 
+void PropertyList::CopyValue(PropTag to, PropTag from) {
+  const std::size_t at = LowerBound(from.Id());
+  if (at == _entries.size() || _entries[at].tag != from ||
+      _entries[at].kind == Property::Kind::kStored) {
+    return;  // blocks have one owner
+  }
+  Entry copy = _entries[at];
+  copy.tag = to;
+  Slot(to) = copy;
+}
+
 bool PropertyList::Remove(std::uint16_t id) {
   const std::size_t at = LowerBound(id);
   if (at == _entries.size() || _entries[at].tag.Id() != id) return false;
@@ -163,6 +216,11 @@ void PropertyList::Clear() {
   _arena.clear();
 }
 
+void PropertyList::Reserve(std::size_t properties, std::size_t bytes) {
+  _entries.reserve(properties);
+  _arena.reserve(bytes);
+}
+
 Property PropertyList::at(std::size_t index) const {
   const Entry& entry = _entries[index];
   Property property;
@@ -173,7 +231,7 @@ Property PropertyList::at(std::size_t index) const {
       property.scalar = entry.scalar;
       break;
     case Property::Kind::kBytes:
-      property.bytes = std::span(_arena).subspan(entry.scalar, entry.size);
+      property.bytes = {_arena.data() + entry.scalar, static_cast<std::size_t>(entry.size)};
       break;
     case Property::Kind::kStored:
       property.stored = {BlockId(entry.scalar), entry.size};
@@ -210,25 +268,53 @@ std::optional<std::u16string> PropertyList::Text(PropTag tag) const {
   return DecodeText(property->bytes);
 }
 
+std::optional<std::u16string_view> PropertyList::ViewText(PropTag tag,
+                                                          std::u16string& scratch) const {
+  const auto property = Find(tag);
+  if (!property || property->kind != Property::Kind::kBytes) return std::nullopt;
+  const std::byte* bytes = property->bytes.data();
+  const bool asItIs = std::endian::native == std::endian::little &&
+                      reinterpret_cast<std::uintptr_t>(bytes) % alignof(char16_t) == 0;
+  if (asItIs) {
+    return std::u16string_view(reinterpret_cast<const char16_t*>(bytes),
+                               property->bytes.size() / 2);
+  }
+  scratch = DecodeText(property->bytes);
+  return scratch;
+}
+
 void AppendText(std::u16string_view text, std::vector<std::byte>& out) {
   const std::size_t at = out.size();
   out.resize(at + 2 * text.size());
+  EncodeText(text, std::span(out).subspan(at));
+}
+
+void EncodeText(std::u16string_view text, std::span<std::byte> to) {
   const auto isHigh = [](char16_t c) { return (c & 0xFC00) == 0xD800; };
   const auto isLow = [](char16_t c) { return (c & 0xFC00) == 0xDC00; };
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char16_t unit = text[i];
-    if ((unit & 0xF800) == 0xD800) {
-      const bool paired =
-          isHigh(unit) ? i + 1 < text.size() && isLow(text[i + 1]) : i > 0 && isHigh(text[i - 1]);
-      if (!paired) unit = 0xFFFD;
+  if constexpr (std::endian::native == std::endian::little) {
+    if (!text.empty()) std::memcpy(to.data(), text.data(), 2 * text.size());
+  } else {
+    for (std::size_t i = 0; i < text.size(); ++i) StoreU16(to, 2 * i, text[i]);
+  }
+  for (std::size_t i = 0;;) {
+    i += platform::simd::SurrogateFreePrefix(to.data() + 2 * i, text.size() - i);
+    if (i == text.size()) return;
+    if (isHigh(text[i]) && i + 1 < text.size() && isLow(text[i + 1])) {
+      i += 2;
+    } else {
+      StoreU16(to, 2 * i++, 0xFFFD);
     }
-    StoreU16(out, at + 2 * i, unit);
   }
 }
 
 std::u16string DecodeText(std::span<const std::byte> bytes) {
   std::u16string text(bytes.size() / 2, u'\0');
-  for (std::size_t i = 0; i < text.size(); ++i) text[i] = LoadU16(bytes, 2 * i);
+  if constexpr (std::endian::native == std::endian::little) {
+    if (!text.empty()) std::memcpy(text.data(), bytes.data(), 2 * text.size());
+  } else {
+    for (std::size_t i = 0; i < text.size(); ++i) text[i] = LoadU16(bytes, 2 * i);
+  }
   return text;
 }
 

@@ -5,8 +5,10 @@
 // StoredValue that comes back.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -65,19 +67,32 @@ class PropertyList {
   void SetObject(PropTag tag, ObjectValue value);
   // A property of another list.
   void Set(const Property& property);
+  // Gives `to` the value of `from`, unless that is stored, without a second copy of its bytes. Both
+  // have the same type.
+  void CopyValue(PropTag to, PropTag from);
   bool Remove(std::uint16_t id);
+  // Keeps the memory.
   void Clear();
+  // Room for so many properties, and so many bytes of their values.
+  void Reserve(std::size_t properties, std::size_t bytes);
 
   bool empty() const { return _entries.empty(); }
   std::size_t size() const { return _entries.size(); }
   // In the order of ids.
   Property at(std::size_t index) const;
+  PropTag TagAt(std::size_t index) const { return _entries[index].tag; }
   // By tag, or by id alone; none when absent or of another type.
   std::optional<Property> Find(PropTag tag) const;
   std::optional<Property> FindId(std::uint16_t id) const;
   std::optional<std::uint64_t> Scalar(PropTag tag) const;
   // The text of a Unicode property held as bytes.
   std::optional<std::u16string> Text(PropTag tag) const;
+  // The same, where possible without a copy: valid until the list or `scratch` changes.
+  std::optional<std::u16string_view> ViewText(PropTag tag, std::u16string& scratch) const;
+  bool HasId(std::uint16_t id) const {
+    const std::size_t at = LowerBound(id);
+    return at < _entries.size() && _entries[at].tag.Id() == id;
+  }
 
  private:
   struct Entry {
@@ -86,11 +101,35 @@ class PropertyList {
     std::uint64_t scalar;  // or arena offset, or root block, or node
     std::uint64_t size;
   };
+  // Bytes that are not set to zero before they are written.
+  class Arena {
+   public:
+    Arena() = default;
+    Arena(const Arena& other);
+    Arena(Arena&& other) noexcept;
+    Arena& operator=(Arena other) noexcept;
+    std::size_t size() const { return _size; }
+    std::byte* data() { return _bytes.get(); }
+    const std::byte* data() const { return _bytes.get(); }
+    void clear() { _size = 0; }
+    void reserve(std::size_t capacity);
+    void grow(std::size_t count) {
+      if (count > _capacity - _size) reserve(std::max(_size + count, 2 * _capacity));
+      _size += count;
+    }
+    // Where a value lies that may be one of these, for when they move; none when it is not.
+    std::optional<std::size_t> OffsetOf(const void* value) const;
+
+   private:
+    std::unique_ptr<std::byte[]> _bytes;
+    std::size_t _size = 0;
+    std::size_t _capacity = 0;
+  };
   Entry& Slot(PropTag tag);
   std::size_t LowerBound(std::uint16_t id) const;
 
   std::vector<Entry> _entries;
-  std::vector<std::byte> _arena;
+  Arena _arena;
 };
 
 // Multi-values as the format stores them. Strings: UTF-16LE, freed of unpaired surrogates.
@@ -102,6 +141,8 @@ std::optional<std::vector<std::span<const std::byte>>> DecodeMultiVariable(
 
 // UTF-16LE bytes and text. DecodeText ignores a trailing odd byte.
 void AppendText(std::u16string_view text, std::vector<std::byte>& out);
+// To exactly as many bytes as the text takes; an unpaired surrogate becomes U+FFFD.
+void EncodeText(std::u16string_view text, std::span<std::byte> to);
 std::u16string DecodeText(std::span<const std::byte> bytes);
 
 }  // namespace parvane::pstfile

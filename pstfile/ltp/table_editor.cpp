@@ -167,40 +167,51 @@ Status TableEditor::AppendRow(std::uint32_t rowId, std::uint32_t version,
   } else if (*exists) {
     return {StatusCode::kExists, "row " + ToHex(rowId) + " exists"};
   }
-  std::vector<std::byte> row(_layout.rowSize());
-  std::vector<HeapId> placed;
+  _row.assign(_layout.rowSize(), std::byte{0});
+  _placed.clear();
   const auto undo = [&](Status status) {
-    for (const HeapId id : placed) {
+    for (const HeapId id : _placed) {
       if (Status freed = FreeValue(id); !freed.ok()) break;
     }
     return status;
   };
+  const auto refer = [&](const TableColumn& column, const Result<HeapId>& id) -> Status {
+    if (!id.ok()) return id.status();
+    _placed.push_back(*id);
+    StoreU32(_row, column.offset, id->value);
+    _layout.SetPresent(_row, column, true);
+    return {};
+  };
   // Large values first: writing their blocks is what can fail.
-  for (const bool large : {true, false}) {
-    for (const TableColumn& column : _layout.columns()) {
-      const auto property = cells.Find(column.tag);
-      if (!property || IsLarge(*property) != large) continue;
-      _layout.SetPresent(row, column, true);
-      if (!IsReferenceCell(column.tag.Type())) {
-        StoreSized(row, column.offset, column.width, property->scalar);
-        continue;
-      }
-      auto id = large ? PlaceSubnode(*property) : ReplaceValue(HeapId(), property);
-      if (!id.ok()) return undo(id.status());
-      placed.push_back(*id);
-      StoreU32(row, column.offset, id->value);
-    }
+  bool anyLarge = false;
+  for (std::size_t i = 0; i < cells.size() && !anyLarge; ++i) anyLarge = IsLarge(cells.at(i));
+  if (anyLarge) {
+    Status status = _layout.VisitCells(cells, [&](const TableColumn& column, const Property& p) {
+      return IsLarge(p) ? refer(column, PlaceSubnode(p)) : Status();
+    });
+    if (!status.ok()) return undo(status);
   }
+  Status placed = _layout.VisitCells(cells, [&](const TableColumn& column, const Property& p) {
+    if (!IsReferenceCell(column.tag.Type())) {
+      StoreSized(_row, column.offset, column.width, p.scalar);
+      _layout.SetPresent(_row, column, true);
+      return Status();
+    }
+    if (IsLarge(p)) return Status();
+    return refer(column,
+                 p.kind == Property::Kind::kBytes ? _heap.Add(p.bytes) : ReplaceValue(HeapId(), p));
+  });
+  if (!placed.ok()) return undo(placed);
   for (const auto& [tag, value] :
        {std::pair{tags::kLtpRowId, rowId}, std::pair{tags::kLtpRowVersion, version}}) {
     const TableColumn* column = _layout.FindId(tag.Id());
     if (column == nullptr || column->width != 4) continue;
-    _layout.SetPresent(row, *column, true);
-    StoreU32(row, column->offset, value);
+    _layout.SetPresent(_row, *column, true);
+    StoreU32(_row, column->offset, value);
   }
   const auto number = static_cast<std::uint32_t>(rows());
   if (Status status = _index->Insert(rowId, number); !status.ok()) return undo(status);
-  if (Status status = _matrix->Append(row); !status.ok()) {
+  if (Status status = _matrix->Append(_row); !status.ok()) {
     if (Status removed = _index->Remove(rowId); !removed.ok()) return removed;
     return undo(status);
   }

@@ -87,6 +87,8 @@ class TableEditor {
   std::optional<RowMatrixEditor> _matrix;
   NodeId _matrixNode;
   std::uint64_t _valueBytes = 0;  // in subnodes
+  std::vector<std::byte> _row;    // AppendRow's work, kept for its memory
+  std::vector<HeapId> _placed;
   bool _changed = false;
 };
 

@@ -26,6 +26,7 @@
 
 #include "platform/status.h"
 #include "pstfile/ltp/heap_page.h"
+#include "pstfile/ltp/property_list.h"
 #include "pstfile/ltp/property_tag.h"
 #include "pstfile/ltp/table_reader.h"
 
@@ -56,6 +57,20 @@ class TableLayout {
     return (row[_ends[2] + column.bit / 8] & (std::byte{0x80} >> (column.bit % 8))) != std::byte{0};
   }
   void SetPresent(std::span<std::byte> row, const TableColumn& column, bool present) const;
+
+  // Calls `visit(column, property)` for the columns whose tag the list has, by tag, until one of
+  // the calls fails.
+  template <typename Visit>
+  platform::Status VisitCells(const PropertyList& list, Visit&& visit) const {
+    std::size_t at = 0;
+    for (const TableColumn& column : _columns) {
+      while (at < list.size() && list.TagAt(at).Id() < column.tag.Id()) ++at;
+      if (at == list.size()) break;
+      if (list.TagAt(at) != column.tag) continue;
+      if (platform::Status status = visit(column, list.at(at)); !status.ok()) return status;
+    }
+    return {};
+  }
 
   std::size_t EncodedSize() const { return kTcInfoSize + 8 * _columns.size(); }
   // hidRowIndex and hnidRows are stored apart, as they change.

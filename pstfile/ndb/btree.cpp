@@ -29,6 +29,7 @@ void BTree::Open(PageRef root) {
   _dirty.clear();
   _freeSlots.clear();
   _replaced.clear();
+  _edge = nullptr;
 }
 
 void BTree::StartEmpty() {
@@ -117,6 +118,7 @@ Status BTree::Descend(std::uint64_t key, Path& path, std::optional<std::uint64_t
 }
 
 Result<bool> BTree::Find(std::uint64_t key, std::span<std::byte> entry) const {
+  if (IsBeyondEdge(key)) return false;
   Path path;
   if (Status s = Descend(key, path); !s.ok()) return s;
   const Step& leaf = path.back();
@@ -187,6 +189,10 @@ Status BTree::Put(std::span<const std::byte> entry) {
   std::copy(entry.begin(), entry.end(), copy.begin());
   const std::uint64_t key =
       LoadU64(copy, 0) & (_type == PageType::kBlockTree ? ~std::uint64_t{1} : ~std::uint64_t{0});
+  if (IsBeyondEdge(key) && _edge->count() < _edge->capacity()) {
+    _edge->Insert(_edge->count(), copy);
+    return {};
+  }
   Path path;
   if (Status s = Descend(key, path); !s.ok()) return s;
   Step& leaf = path.back();
@@ -197,8 +203,19 @@ Status BTree::Put(std::span<const std::byte> entry) {
     std::ranges::copy(entry, DirtyPage(leaf.ref).Entry(leaf.index).begin());
     return {};
   }
+  // Unless it fills up and is split, the last leaf stays the last.
+  const bool isEdge = AtRightEdge(path, path.size() - 1) && leaf.index == leaf.page->count() &&
+                      leaf.page->count() < leaf.page->capacity();
   InsertAt(path, path.size() - 1, leaf.index, entry);
+  _edge = isEdge ? &DirtyPage(leaf.ref) : nullptr;
   return {};
+}
+
+bool BTree::AtRightEdge(const Path& path, std::size_t level) {
+  for (std::size_t i = 0; i < level; ++i) {
+    if (path[i].index + 1 != path[i].page->count()) return false;
+  }
+  return true;
 }
 
 void BTree::InsertAt(Path& path, std::size_t level, std::size_t index,
@@ -209,10 +226,7 @@ void BTree::InsertAt(Path& path, std::size_t level, std::size_t index,
     page.Insert(index, entry);
     return;
   }
-  bool atRightEdge = index == page.count();
-  for (std::size_t i = 0; i < level && atRightEdge; ++i) {
-    atRightEdge = path[i].index + 1 == path[i].page->count();
-  }
+  const bool atRightEdge = index == page.count() && AtRightEdge(path, level);
   const std::size_t split = atRightEdge ? page.count() : page.count() / 2;
   auto right = std::make_unique<TreePage>(_type, page.level());
   page.MoveTail(split, *right);
@@ -241,6 +255,7 @@ Result<bool> BTree::Erase(std::uint64_t key) {
   if (Status s = Descend(key, path); !s.ok()) return s;
   const Step& leaf = path.back();
   if (leaf.index == leaf.page->count() || leaf.page->Key(leaf.index) != key) return false;
+  _edge = nullptr;
   MakeDirty(path);
   if (Status s = EraseAt(path, path.size() - 1, leaf.index); !s.ok()) return s;
   ShrinkRoot();
@@ -339,6 +354,7 @@ void BTree::FinishCommit(std::vector<FileOffset>& replaced) {
   _committedRoot = _root;
   _dirty.clear();
   _freeSlots.clear();
+  _edge = nullptr;
 }
 
 // ---- Walking ------------------------------------------------------------------------------------

@@ -110,6 +110,8 @@ class BTree {
   // Makes every page of the path one in memory.
   void MakeDirty(Path& path);
   void MakeDirty(Step& step);
+  // The path's page at `level` is the last of that level.
+  static bool AtRightEdge(const Path& path, std::size_t level);
   void LowerFirstKey(Path& path, std::size_t level, std::uint64_t key);
   void InsertAt(Path& path, std::size_t level, std::size_t index, std::span<const std::byte> entry);
   platform::Status EraseAt(Path& path, std::size_t level, std::size_t index);
@@ -117,6 +119,9 @@ class BTree {
   platform::Status Join(Path& path, std::size_t level, std::size_t left);
   void ShrinkRoot();
   platform::Status WriteSlot(std::size_t slot, PageSink& sink);
+  bool IsBeyondEdge(std::uint64_t key) const {
+    return _edge != nullptr && _edge->count() > 0 && key > _edge->Key(_edge->count() - 1);
+  }
 
   PageType _type;
   TreePageCache* _cache;
@@ -126,6 +131,9 @@ class BTree {
   std::vector<Dirty> _dirty;
   std::vector<std::size_t> _freeSlots;
   std::vector<FileOffset> _replaced;
+  // The last leaf while it is in memory, for entries that are added in ascending order; null when
+  // that is not known.
+  TreePage* _edge = nullptr;
 };
 
 }  // namespace parvane::pstfile

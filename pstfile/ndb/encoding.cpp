@@ -2,18 +2,15 @@
 
 #include <algorithm>
 
+#include "platform/simd/substitute.h"
 #include "pstfile/ndb/encoding_tables.h"
 
 namespace parvane::pstfile {
 
 namespace {
 
-void Substitute(const std::array<std::uint8_t, 256>& table, std::span<const std::byte> from,
-                std::span<std::byte> to) {
-  for (std::size_t i = 0; i < from.size(); ++i) {
-    to[i] = static_cast<std::byte>(table[static_cast<std::uint8_t>(from[i])]);
-  }
-}
+constexpr platform::simd::ByteTable kEncode(kTableR);
+constexpr platform::simd::ByteTable kDecode(kTableI);
 
 // One routine for both directions: R, S, I and the four additions undo themselves. The key's high
 // byte changes only every 256 bytes, so the middle three steps become one table per run.
@@ -45,13 +42,13 @@ void Copy(std::span<const std::byte> from, std::span<std::byte> to) {
   if (from.data() != to.data()) std::copy(from.begin(), from.end(), to.begin());
 }
 
-void Transform(CryptMethod method, const std::array<std::uint8_t, 256>& table, std::uint32_t key,
+void Transform(CryptMethod method, const platform::simd::ByteTable& table, std::uint32_t key,
                std::span<const std::byte> from, std::span<std::byte> to) {
   switch (method) {
     case CryptMethod::kNone:
       return Copy(from, to);
     case CryptMethod::kPermute:
-      return Substitute(table, from, to);
+      return table.Apply(from.data(), from.size(), to.data());
     case CryptMethod::kCyclic:
       return Cyclic(key, from, to);
   }
@@ -60,21 +57,21 @@ void Transform(CryptMethod method, const std::array<std::uint8_t, 256>& table, s
 }  // namespace
 
 void Encode(CryptMethod method, std::uint32_t key, std::span<std::byte> bytes) {
-  Transform(method, kTableR, key, bytes, bytes);
+  Transform(method, kEncode, key, bytes, bytes);
 }
 
 void Decode(CryptMethod method, std::uint32_t key, std::span<std::byte> bytes) {
-  Transform(method, kTableI, key, bytes, bytes);
+  Transform(method, kDecode, key, bytes, bytes);
 }
 
 void EncodeTo(CryptMethod method, std::uint32_t key, std::span<const std::byte> from,
               std::span<std::byte> to) {
-  Transform(method, kTableR, key, from, to);
+  Transform(method, kEncode, key, from, to);
 }
 
 void DecodeTo(CryptMethod method, std::uint32_t key, std::span<const std::byte> from,
               std::span<std::byte> to) {
-  Transform(method, kTableI, key, from, to);
+  Transform(method, kDecode, key, from, to);
 }
 
 }  // namespace parvane::pstfile

@@ -194,6 +194,7 @@ Status NodeDatabase::Impl::ReserveNodeId(NodeId nid) {
 }
 
 Status NodeDatabase::Impl::WithPath(const Status& s) const {
+  if (s.ok()) return s;
   const std::string shown = platform::PathForDisplay(path);
   // A call of the system that failed names the file by itself.
   return s.message().find(shown) == std::string::npos ? s.WithContext(shown) : s;

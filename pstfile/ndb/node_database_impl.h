@@ -195,6 +195,7 @@ class NodeDatabase::Impl : private PageSink {
   std::size_t _newCount = 0;             // of them not gone
   std::map<BlockId, NewBlock> _carried;  // loose since before the last commit
   std::unordered_map<BlockId, ReferenceChange> _changes;
+  std::vector<BlockId> _referring;  // AddReference's work, kept for its memory
 };
 
 }  // namespace parvane::pstfile

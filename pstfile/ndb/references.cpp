@@ -77,6 +77,16 @@ Result<NodeDatabase::Impl::ReferenceChange*> NodeDatabase::Impl::ChangeOf(BlockI
 
 Status NodeDatabase::Impl::AppendReferencesOf(BlockId bid, std::vector<BlockId>& to) {
   if (!bid.IsInternal()) return {};
+  if (const NewBlock* own = LooseOrNew(bid)) {
+    // Mostly not written out yet, and never encoded.
+    const std::size_t size = own->place.dataSize;
+    if (const auto buffered = _buffer.Find(own->place.offset.value, size)) {
+      Result<InternalBlock> block = InternalBlock::Parse(*buffered, bid);
+      if (!block.ok()) return block.status();
+      block->AppendReferences(to);
+      return {};
+    }
+  }
   Result<BlockSlice> bytes = ReadBlock(bid);
   if (!bytes.ok()) return bytes.status();
   Result<InternalBlock> block = InternalBlock::Parse(bytes->bytes(), bid);
@@ -86,7 +96,8 @@ Status NodeDatabase::Impl::AppendReferencesOf(BlockId bid, std::vector<BlockId>&
 }
 
 Status NodeDatabase::Impl::AddReference(BlockId root) {
-  std::vector<BlockId> todo{root};
+  std::vector<BlockId>& todo = _referring;
+  todo.assign(1, root);
   while (!todo.empty()) {
     const BlockId bid = todo.back();
     todo.pop_back();

@@ -1,8 +1,9 @@
 // Collects what is to be written to the file, and writes neighbours in one piece.
 //
-// Blocks are built in place: Reserve gives the memory that will go to a place in the file. Pieces
-// are written in the order they were reserved, so when two overlap (space taken again within one
-// transaction) the later one stands.
+// Blocks are built in place: Reserve gives the memory that will go to a place in the file. What is
+// collected lies as it will lie in the file, an interval of an allocation map at a time, so that
+// blocks join however the space for them was found; when a place is reserved twice (space taken
+// again within one transaction) the later content stands. Bytes nobody reserved are not written.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +11,6 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/file.h"
@@ -20,29 +20,37 @@ namespace parvane::pstfile {
 
 class WriteBuffer {
  public:
-  explicit WriteBuffer(std::size_t capacity = std::size_t{1} << 20) : _capacity(capacity) {}
+  // Holds at most so many intervals of 248 KiB.
+  explicit WriteBuffer(std::size_t intervals = 4) : _capacity(intervals) {}
 
-  // `size` bytes (at most the capacity) for `offset`, to be filled before the next call. Writes out
-  // what is collected when there is no room.
+  // `size` bytes for `offset`, within one interval, to be filled before the next call. Writes out
+  // the oldest interval when there is no room.
   platform::Result<std::span<std::byte>> Reserve(platform::RandomAccessFile& file,
                                                  std::uint64_t offset, std::size_t size);
-  // The first `size` bytes of what was reserved for exactly `offset`, while it is still here.
+  // The bytes at `offset`, if all of them were reserved and are still here.
   std::optional<std::span<const std::byte>> Find(std::uint64_t offset, std::size_t size) const;
-  // Writes everything out. The bytes stay collected when that fails.
+  // Writes everything out. What could not be written stays collected.
   platform::Status Flush(platform::RandomAccessFile& file);
-  bool empty() const { return _used == 0; }
 
  private:
-  struct Piece {
-    std::uint64_t offset;
-    std::size_t at;
-    std::size_t size;
+  // A range of file offsets.
+  struct Run {
+    std::uint64_t begin;
+    std::uint64_t end;
   };
+  struct Interval {
+    std::uint64_t number = 0;
+    std::unique_ptr<std::byte[]> bytes;
+    std::vector<Run> runs;  // reserved; ascending, none touching the next
+  };
+  static void AddRun(std::vector<Run>& runs, Run run);
+  static platform::Status Write(platform::RandomAccessFile& file, Interval& interval);
+  const Interval* FindInterval(std::uint64_t number) const;
+
   std::size_t _capacity;
-  std::unique_ptr<std::byte[]> _bytes;
-  std::size_t _used = 0;
-  std::vector<Piece> _pieces;
-  std::unordered_map<std::uint64_t, std::size_t> _places;  // file offset -> place in _bytes
+  std::vector<Interval> _intervals;  // those without runs are to be used again
+  std::size_t _next = 0;             // the one to be written out next
+  mutable std::size_t _last = 0;     // the one used last
 };
 
 }  // namespace parvane::pstfile

@@ -1,10 +1,9 @@
 #include "pstfile/store/message_builder.h"
 
 #include <algorithm>
-#include <set>
 
 #include "pstfile/ltp/property_context_builder.h"
-#include "pstfile/ltp/table_editor.h"
+#include "pstfile/ltp/table_builder.h"
 #include "pstfile/ndb/data_tree.h"
 #include "pstfile/ndb/subnode_tree.h"
 #include "pstfile/store/message_reader.h"
@@ -36,64 +35,50 @@ Status TooBig(const char* what, std::uint64_t size) {
                                    " bytes; a PST holds less than 2 GiB"};
 }
 
-struct WrittenTable {
-  TableEditor::Roots roots;
-  std::uint64_t size = 0;
-};
-
-Result<WrittenTable> Finish(TableEditor& table) {
-  auto roots = table.Flush();
-  if (!roots.ok()) return roots.status();
-  return WrittenTable{*roots, table.LogicalSize()};
-}
-
 // A recipient has no other home than its row: every property becomes a column.
-Result<TableLayout> RecipientLayout(const RowSource& rows) {
+Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts& layouts) {
   const auto base = TemplateColumns(kNidRecipientTable);
-  std::vector<PropTag> columns(base.begin(), base.end());
-  std::set<std::uint16_t> ids{tags::kLtpRowId.Id(), tags::kLtpRowVersion.Id()};
-  for (const PropTag tag : columns) ids.insert(tag.Id());
-  PropertyList row;
+  std::vector<PropTag>& columns = layouts.columns;
+  columns.assign(base.begin(), base.end());
   for (std::size_t i = 0; i < rows.RowCount(); ++i) {
-    row.Clear();
-    rows.GetRow(i, row);
+    const PropertyList& row = rows.Row(i);
     for (std::size_t p = 0; p < row.size(); ++p) {
-      const PropTag tag = row.at(p).tag;
+      const PropTag tag = row.TagAt(p);
       if (!IsStorable(tag.Type()) || tag.Type() == PropType::kObject) {
         return Status(StatusCode::kInvalidArgument,
                       "recipient property " + ToString(tag) + " cannot be stored");
       }
-      if (ids.insert(tag.Id()).second) columns.push_back(tag);
+      const auto hasId = [tag](PropTag column) { return column.Id() == tag.Id(); };
+      if (hasId(tags::kLtpRowId) || hasId(tags::kLtpRowVersion) ||
+          std::ranges::any_of(columns, hasId)) {
+        continue;
+      }
+      if (columns.size() + 3 > kMaxTableColumns) {
+        return Status(StatusCode::kTooBig, "recipients with more than 253 different properties");
+      }
+      columns.push_back(tag);
     }
   }
-  if (columns.size() + 2 > kMaxTableColumns) {
-    return Status(StatusCode::kTooBig, "recipients with more than 253 different properties");
-  }
-  return TableLayout::FromTags(columns);
+  return &layouts.recipients.For(columns);
 }
 
-Result<WrittenTable> WriteRecipients(NodeDatabase& database, const RowSource& rows) {
-  auto layout = RecipientLayout(rows);
+Result<WrittenTable> WriteRecipients(NodeDatabase& database, const RowSource& rows,
+                                     MessageLayouts& layouts) {
+  auto layout = RecipientLayout(rows, layouts);
   if (!layout.ok()) return layout.status();
-  auto table = TableEditor::Create(database, *layout);
-  if (!table.ok()) return table.status();
-  PropertyList row;
-  for (std::size_t i = 0; i < rows.RowCount(); ++i) {
-    row.Clear();
-    rows.GetRow(i, row);
-    const auto id = static_cast<std::uint32_t>(i + 1);
-    if (Status status = (*table)->AppendRow(id, database.Unique(), row); !status.ok()) {
-      AbandonValues(database, row);
-      return status;
-    }
+  std::vector<TableRow> all(rows.RowCount());
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    all[i] = {static_cast<std::uint32_t>(i + 1), &rows.Row(i)};
   }
-  return Finish(**table);
+  return WriteTable(database, **layout, all, database.Unique());
 }
 
 Result<WrittenTable> WriteAttachmentTable(NodeDatabase& database,
-                                          const std::vector<StoredAttachment>& attachments) {
+                                          const std::vector<StoredAttachment>& attachments,
+                                          MessageLayouts& layouts) {
   const auto base = TemplateColumns(kNidAttachmentTable);
-  std::vector<PropTag> columns(base.begin(), base.end());
+  std::vector<PropTag>& columns = layouts.columns;
+  columns.assign(base.begin(), base.end());
   for (const std::uint32_t value : kAttachmentColumns) {
     const PropTag tag(value);
     if (std::ranges::any_of(attachments, [tag](const StoredAttachment& attachment) {
@@ -102,14 +87,12 @@ Result<WrittenTable> WriteAttachmentTable(NodeDatabase& database,
       columns.push_back(tag);
     }
   }
-  auto table = TableEditor::Create(database, TableLayout::FromTags(columns));
-  if (!table.ok()) return table.status();
+  std::vector<TableRow> rows;
+  rows.reserve(attachments.size());
   for (const StoredAttachment& attachment : attachments) {
-    Status status =
-        (*table)->AppendRow(attachment.node.value, database.Unique(), attachment.properties);
-    if (!status.ok()) return status;
+    rows.push_back({attachment.node.value, &attachment.properties});
   }
-  return Finish(**table);
+  return WriteTable(database, layouts.attachments.For(columns), rows, database.Unique());
 }
 
 // What an object under construction has come to own; gives everything back unless kept.
@@ -153,6 +136,14 @@ Status AddSizes(const NodeDatabase& database, BlockId data, BlockId subnodes, in
 }
 
 }  // namespace
+
+const TableLayout& LayoutMemory::For(std::span<const PropTag> columns) {
+  if (!std::ranges::equal(columns, _columns)) {
+    _columns.assign(columns.begin(), columns.end());
+    _layout = TableLayout::FromTags(columns);
+  }
+  return _layout;
+}
 
 Result<std::uint64_t> LogicalSizeOf(const NodeDatabase& database, BlockId data, BlockId subnodes) {
   std::uint64_t size = 0;
@@ -215,7 +206,8 @@ Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList pr
 
 Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properties,
                                    const RowSource& recipients,
-                                   std::vector<StoredAttachment> attachments) {
+                                   std::vector<StoredAttachment> attachments,
+                                   MessageLayouts& layouts) {
   Parts parts(database);
   PropertyContextBuilder builder(database);
   std::uint64_t size = 0;
@@ -237,12 +229,12 @@ Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properti
   properties.SetInt32(tags::kMessageSize, 0);
   if (Status status = builder.Prepare(properties); !status.ok()) return fail(status);
 
-  auto recipientTable = WriteRecipients(database, recipients);
+  auto recipientTable = WriteRecipients(database, recipients, layouts);
   if (!recipientTable.ok()) return fail(recipientTable.status());
   parts.Add(kNidRecipientTable, recipientTable->roots.data, recipientTable->roots.subnodes);
   size += recipientTable->size;
   if (!attachments.empty()) {
-    auto table = WriteAttachmentTable(database, attachments);
+    auto table = WriteAttachmentTable(database, attachments, layouts);
     if (!table.ok()) return fail(table.status());
     parts.Add(kNidAttachmentTable, table->roots.data, table->roots.subnodes);
     size += table->size;

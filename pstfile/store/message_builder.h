@@ -11,20 +11,39 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "platform/status.h"
+#include "pstfile/ltp/table_layout.h"
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/store/message_parts.h"
 
 namespace parvane::pstfile {
+
+// The layout made last: one message's table mostly has the columns of the one before.
+class LayoutMemory {
+ public:
+  const TableLayout& For(std::span<const PropTag> columns);
+
+ private:
+  std::vector<PropTag> _columns;
+  TableLayout _layout = TableLayout::FromTags({});
+};
+
+struct MessageLayouts {
+  LayoutMemory recipients;
+  LayoutMemory attachments;
+  std::vector<PropTag> columns;  // of the table being laid out
+};
 
 // Everything passed in is given back to the database on failure.
 platform::Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList properties,
                                                    std::optional<StoredMessage> embedded);
 platform::Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properties,
                                              const RowSource& recipients,
-                                             std::vector<StoredAttachment> attachments);
+                                             std::vector<StoredAttachment> attachments,
+                                             MessageLayouts& layouts);
 
 // Logical bytes of an object in the file: its data and all its subnodes.
 platform::Result<std::uint64_t> LogicalSizeOf(const NodeDatabase& database, BlockId data,

@@ -34,14 +34,12 @@ struct StoredAttachment {
   PropertyList properties;  // as the attachment row needs them
 };
 
-// Rows that are described on demand, so that a long recipient list need not exist twice. Each row
-// is asked for more than once and must come out the same.
+// Rows where somebody has them, so that a long recipient list need not exist twice.
 class RowSource {
  public:
   virtual ~RowSource() = default;
   virtual std::size_t RowCount() const = 0;
-  // `row` is empty.
-  virtual void GetRow(std::size_t index, PropertyList& row) const = 0;
+  virtual const PropertyList& Row(std::size_t index) const = 0;
 };
 
 // Rows held as property lists.
@@ -49,7 +47,7 @@ class ListRowSource final : public RowSource {
  public:
   explicit ListRowSource(std::span<const PropertyList> rows) : _rows(rows) {}
   std::size_t RowCount() const override { return _rows.size(); }
-  void GetRow(std::size_t index, PropertyList& row) const override { row = _rows[index]; }
+  const PropertyList& Row(std::size_t index) const override { return _rows[index]; }
 
  private:
   std::span<const PropertyList> _rows;

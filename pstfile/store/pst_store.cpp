@@ -215,8 +215,8 @@ Result<StoredMessage> PstStore::WriteMessage(PropertyList properties, const RowS
     for (const StoredAttachment& attachment : attachments) Abandon(attachment);
     return status;
   }
-  return _state->End(
-      BuildMessage(*_state->database, std::move(properties), recipients, std::move(attachments)));
+  return _state->End(BuildMessage(*_state->database, std::move(properties), recipients,
+                                  std::move(attachments), _state->layouts));
 }
 
 void PstStore::Abandon(const StoredValue& value) {

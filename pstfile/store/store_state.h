@@ -6,6 +6,7 @@
 
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/store/folder_set.h"
+#include "pstfile/store/message_builder.h"
 #include "pstfile/store/name_map.h"
 #include "pstfile/store/pst_store.h"
 
@@ -16,6 +17,7 @@ struct PstStore::State {
   std::unique_ptr<NodeDatabase> database;
   std::optional<FolderSet> folders;
   std::optional<NameMap> names;
+  MessageLayouts layouts;
   StoreOptions options;
   bool modified = false;
   bool hasPassword = false;

@@ -1,8 +1,10 @@
 #include "pstfile/store/value_writer.h"
 
-#include <algorithm>
+#include <array>
+#include <bit>
 #include <vector>
 
+#include "platform/simd/ascii.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/store/value_writer_state.h"
 
@@ -15,7 +17,6 @@ using platform::StatusCode;
 namespace {
 // Sizes are signed 32-bit properties.
 constexpr std::uint64_t kMaxValueSize = 0x7FFFFFFF;
-constexpr std::size_t kTextPiece = 4096;  // units
 
 bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
@@ -35,38 +36,47 @@ Status ValueWriter::State::Report(Status status) {
   return status;
 }
 
-Status ValueWriter::State::PutText(std::u16string_view text) {
-  std::vector<std::byte> bytes;
-  while (!text.empty()) {
-    const std::u16string_view piece = text.substr(0, kTextPiece);
-    text.remove_prefix(piece.size());
-    bytes.resize(2 * piece.size() + 2);
-    std::size_t at = 0;
-    const auto put = [&](char16_t unit) {
-      StoreU16(bytes, at, unit);
-      at += 2;
+Status ValueWriter::State::PutUnit(char16_t unit) {
+  std::array<std::byte, 2> bytes;
+  StoreU16(bytes, 0, unit);
+  return writer.Append(bytes);
+}
+
+// Runs of whole characters go on as they are.
+Status ValueWriter::State::PutText(std::span<const std::byte> text) {
+  Status status;
+  while (!text.empty() && status.ok()) {
+    const auto unitAt = [&text](std::size_t i) {
+      return static_cast<char16_t>(LoadU16(text, 2 * i));
     };
-    for (const char16_t unit : piece) {
-      if (pendingHigh != 0) {
-        put(IsLow(unit) ? pendingHigh : char16_t{0xFFFD});
-        const bool paired = IsLow(unit);
-        pendingHigh = 0;
-        if (paired) {
-          put(unit);
-          continue;
-        }
+    if (pendingHigh != 0) {
+      const bool paired = IsLow(unitAt(0));
+      status = PutUnit(paired ? pendingHigh : char16_t{0xFFFD});
+      pendingHigh = 0;
+      if (paired && status.ok()) {
+        status = writer.Append(text.first(2));
+        text = text.subspan(2);
       }
-      if (IsHigh(unit)) {
-        pendingHigh = unit;
-      } else {
-        put(IsLow(unit) ? char16_t{0xFFFD} : unit);
-      }
+      continue;
     }
-    if (Status status = writer.Append(std::span(bytes).first(at)); !status.ok()) {
-      return Report(status);
+    const std::size_t units = text.size() / 2;
+    std::size_t run = 0;
+    for (;;) {
+      run += platform::simd::SurrogateFreePrefix(text.data() + 2 * run, units - run);
+      if (run + 1 >= units || !IsHigh(unitAt(run)) || !IsLow(unitAt(run + 1))) break;
+      run += 2;
     }
+    if (run > 0) status = writer.Append(text.first(2 * run));
+    text = text.subspan(2 * run);
+    if (text.empty() || !status.ok()) continue;
+    if (IsHigh(unitAt(0))) {
+      pendingHigh = unitAt(0);
+    } else {
+      status = PutUnit(0xFFFD);
+    }
+    text = text.subspan(2);
   }
-  return {};
+  return Report(status);
 }
 
 Status ValueWriter::Append(std::span<const std::byte> bytes) {
@@ -76,42 +86,37 @@ Status ValueWriter::Append(std::span<const std::byte> bytes) {
   }
   if (s.kind == Kind::kBytes) return s.Report(s.writer.Append(bytes));
   if (s.pendingByte && !bytes.empty()) {
-    const auto unit = static_cast<char16_t>(std::to_integer<unsigned>(*s.pendingByte) |
-                                            (std::to_integer<unsigned>(bytes[0]) << 8));
+    const std::array<std::byte, 2> unit{*s.pendingByte, bytes[0]};
     s.pendingByte.reset();
     bytes = bytes.subspan(1);
-    if (Status status = s.PutText({&unit, 1}); !status.ok()) return status;
+    if (Status status = s.PutText(unit); !status.ok()) return status;
   }
   if (bytes.size() % 2 != 0) {
     s.pendingByte = bytes.back();
     bytes = bytes.first(bytes.size() - 1);
   }
-  for (std::size_t at = 0; at < bytes.size(); at += 2 * kTextPiece) {
-    const auto piece = bytes.subspan(at, std::min(2 * kTextPiece, bytes.size() - at));
-    if (Status status = s.PutText(DecodeText(piece)); !status.ok()) return status;
-  }
-  return {};
+  return s.PutText(bytes);
 }
 
 Status ValueWriter::AppendText(std::u16string_view text) {
-  State& s = *_state;
-  if (size() + 2 * text.size() > kMaxValueSize) {
-    return {StatusCode::kTooBig, "a value of 2 GiB or more"};
+  if (std::endian::native == std::endian::little && _state->kind == Kind::kText) {
+    return Append(std::as_bytes(std::span(text)));
   }
-  if (s.kind != Kind::kText || s.pendingByte) {
-    std::vector<std::byte> bytes;
+  std::vector<std::byte> bytes;
+  if (_state->kind == Kind::kBytes) {
     pstfile::AppendText(text, bytes);
-    return Append(bytes);
+  } else {
+    bytes.resize(2 * text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) StoreU16(bytes, 2 * i, text[i]);
   }
-  return s.PutText(text);
+  return Append(bytes);
 }
 
 Result<StoredValue> ValueWriter::Finish() {
   State& s = *_state;
   if (s.pendingHigh != 0) {
     s.pendingHigh = 0;
-    const char16_t replacement = 0xFFFD;
-    if (Status status = s.PutText({&replacement, 1}); !status.ok()) return status;
+    if (Status status = s.Report(s.PutUnit(0xFFFD)); !status.ok()) return status;
   }
   s.pendingByte.reset();
   const std::uint64_t size = s.writer.size();

@@ -15,7 +15,8 @@ struct ValueWriter::State {
 
   platform::Status Report(platform::Status status);
   // Writes text, holding back a high surrogate until it is known what follows.
-  platform::Status PutText(std::u16string_view text);
+  platform::Status PutText(std::span<const std::byte> text);
+  platform::Status PutUnit(char16_t unit);
 
   DataTreeWriter writer;
   Kind kind;

@@ -1,0 +1,31 @@
+// Writes a table whose rows are all there, in one go.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "platform/status.h"
+#include "pstfile/ltp/property_list.h"
+#include "pstfile/ltp/table_editor.h"
+#include "pstfile/ltp/table_layout.h"
+#include "pstfile/ndb/node_database.h"
+
+namespace parvane::pstfile {
+
+struct TableRow {
+  std::uint32_t id = 0;
+  const PropertyList* cells = nullptr;
+};
+
+struct WrittenTable {
+  TableEditor::Roots roots;  // loose
+  std::uint64_t size = 0;    // logical bytes of heap, rows and values in subnodes
+};
+
+// As TableEditor::AppendRow for one row after the other, then Flush. Small tables, as nearly all of
+// messages are, come about in memory and take a single block. When a row fails, its stored values
+// are given back.
+platform::Result<WrittenTable> WriteTable(NodeDatabase& database, const TableLayout& layout,
+                                          std::span<const TableRow> rows, std::uint32_t version);
+
+}  // namespace parvane::pstfile

@@ -1,0 +1,86 @@
+// Every fast path beside its plain twin, at all lengths around the steps they take.
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <random>
+#include <span>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/cpu.h"
+#include "platform/simd/ascii.h"
+#include "platform/simd/crc32.h"
+#include "platform/simd/substitute.h"
+
+namespace parvane::platform::simd {
+namespace {
+
+std::vector<std::byte> RandomBytes(std::size_t size) {
+  std::mt19937 chance(20);
+  std::vector<std::byte> bytes(size);
+  for (std::byte& b : bytes) b = static_cast<std::byte>(chance());
+  return bytes;
+}
+
+// The definition, bit by bit.
+std::uint32_t CrcByBits(std::span<const std::byte> bytes, std::uint32_t crc) {
+  for (const std::byte b : bytes) {
+    crc ^= std::to_integer<std::uint32_t>(b);
+    for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320U : 0);
+  }
+  return crc;
+}
+
+class SimdTest : public testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override { ForcePlainPaths(GetParam()); }
+  void TearDown() override { ForcePlainPaths(false); }
+};
+
+TEST_P(SimdTest, CrcIsThatOfItsDefinition) {
+  const auto bytes = RandomBytes(8192 + 64);
+  for (std::size_t size = 0; size <= 8192; size += size < 700 ? 1 : 61) {
+    const auto part = std::span(bytes).subspan(size % 64, size);
+    EXPECT_EQ(Crc32(part.data(), size, 0), CrcByBits(part, 0)) << size;
+    EXPECT_EQ(Crc32(part.data(), size, 0x9E3779B9), CrcByBits(part, 0x9E3779B9)) << size;
+  }
+}
+
+TEST_P(SimdTest, EveryByteIsReplaced) {
+  std::array<std::uint8_t, 256> entries;
+  std::iota(entries.begin(), entries.end(), std::uint8_t{0});
+  std::shuffle(entries.begin(), entries.end(), std::mt19937(21));
+  const ByteTable table(entries);
+  std::vector<std::byte> bytes(1024);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::byte>(i * 7);
+  for (std::size_t size = 0; size <= 300; ++size) {
+    std::vector<std::byte> found(size + 1, std::byte{0xEE});
+    table.Apply(bytes.data() + size, size, found.data());
+    for (std::size_t i = 0; i < size; ++i) {
+      ASSERT_EQ(std::to_integer<int>(found[i]),
+                entries[std::to_integer<std::size_t>(bytes[size + i])]);
+    }
+    EXPECT_EQ(found[size], std::byte{0xEE}) << "written beyond " << size;
+  }
+  table.Apply(bytes.data(), bytes.size(), bytes.data());
+  EXPECT_EQ(std::to_integer<int>(bytes[3]), entries[21]) << "in place";
+}
+
+TEST_P(SimdTest, TheFirstSurrogateIsFoundAtAnyPlace) {
+  for (const char16_t unit : {u'\xD800', u'\xDBFF', u'\xDC00', u'\xDFFF'}) {
+    for (std::size_t at = 0; at < 70; ++at) {
+      std::vector<std::byte> text(1 + 2 * 70, std::byte{0xD7});  // U+D7D7
+      text[1 + 2 * at] = static_cast<std::byte>(unit);
+      text[2 + 2 * at] = static_cast<std::byte>(unit >> 8);
+      EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, 70), at);
+      EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, at), at);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths, SimdTest, testing::Values(false, true),
+                         [](const auto& param) { return param.param ? "Plain" : "Fast"; });
+
+}  // namespace
+}  // namespace parvane::platform::simd
