@@ -72,6 +72,8 @@ std::string_view Describe(SkipReason reason) {
       return "not a regular file";
     case SkipReason::kSingleMessages:
       return "holds messages in files of their own (maildir, .eml), which are not read";
+    case SkipReason::kElsewhere:
+      return "a mail account of the profile is kept there, outside of the profile";
   }
   return "passed over";
 }
@@ -90,6 +92,8 @@ std::string_view Advice(SkipReason reason) {
       return "convert the folder by itself";
     case SkipReason::kSingleMessages:
       return "let the program that keeps them export them as mbox";
+    case SkipReason::kElsewhere:
+      return "convert it as a source of its own";
     default:
       return {};
   }

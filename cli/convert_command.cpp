@@ -76,7 +76,9 @@ class Conversion {
     if (Status opened = OpenReport(); !opened.ok()) return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
-    return OpenSources(*sources);
+    for (const std::u16string& folder : sources->elsewhere)
+      _witness.PathSkipped(folder, engine::SkipReason::kElsewhere, {});
+    return OpenSources(sources->stores);
   }
 
   static bool SameFile(const std::u16string& a, const std::u16string& b) {
@@ -92,7 +94,7 @@ class Conversion {
     taken.push_back(_destination.path);
     const auto mail = std::ssize(taken);
     for (const std::u16string* output : {&_options.log, &_options.detailedLog, &_options.report}) {
-      if (output->empty()) continue;
+      if (output->empty() || (output == &_options.report && ReportsToOutput())) continue;
       const auto same = std::find_if(taken.begin(), taken.end(), [&](const std::u16string& path) {
         return SameFile(*output, path);
       });
@@ -261,8 +263,13 @@ class Conversion {
       _report->Write(Report(_record));
       if (Status written = _report->Flush(); !written.ok()) Fail(written.WithContext("report"));
     }
-    if (!_options.quiet && !(WriteOutput(summary) && FlushOutput()))
+    if (ReportsToOutput()) {
+      if (!(WriteOutput(Report(_record)) && FlushOutput()))
+        Fail("the report could not be written to standard output");
+      if (!_options.quiet) WriteMessage(summary);
+    } else if (!_options.quiet && !(WriteOutput(summary) && FlushOutput())) {
       WriteError("the summary could not be written to standard output");
+    }
     if (!_record.error.empty()) WriteError(_record.error);
     if (_record.interrupted)
       WriteError(began ? "interrupted; what the summary counts as written is in the PST"
@@ -270,9 +277,11 @@ class Conversion {
     return Outcome(_record);
   }
 
+  bool ReportsToOutput() const { return _options.report == u"-"; }
+
   // Before the work, so that a bad path is not found out after it.
   Status OpenReport() {
-    if (_options.report.empty()) return {};
+    if (_options.report.empty() || ReportsToOutput()) return {};
     auto file = TextFile::Create(_options.report);
     if (!file.ok()) return file.status().WithContext("report");
     _report = std::move(file).value();

@@ -101,7 +101,9 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       ->type_name("FILE");
   command.add_option("--detailed-log", raw.detailedLog, "write a log that names every message")
       ->type_name("FILE");
-  command.add_option("--report", raw.report, "write the account of the conversion as JSON")
+  command
+      .add_option("--report", raw.report,
+                  "write the account of the conversion as JSON; - for standard output")
       ->type_name("FILE");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
   command

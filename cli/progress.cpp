@@ -36,6 +36,7 @@ void Progress::BeginFolder(std::string name, std::uint64_t bytesBefore) {
 }
 
 void Progress::OverallTotal(std::int64_t units) {
+  _start = platform::MonotonicMilliseconds();  // what went before was only looking
   _total = static_cast<std::uint64_t>(std::max<std::int64_t>(units, 0));
 }
 

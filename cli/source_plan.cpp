@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "cli/profile_settings.h"
 #include "platform/file.h"
 #include "platform/process.h"
 #include "platform/text.h"
@@ -133,14 +134,14 @@ class Recogniser {
  public:
   explicit Recogniser(const ConvertOptions& options) : _options(options) {}
 
-  Result<std::vector<SourceStore>> Run() {
+  Result<SourcePlan> Run() {
     for (const std::u16string& source : _options.sources) {
-      const std::size_t before = _stores.size();
+      const std::size_t before = _plan.stores.size();
       if (Status status = Add(WithoutTrailingSeparators(source)); !status.ok()) return status;
-      for (std::size_t i = before; i < _stores.size(); ++i)
-        _stores[i].source = static_cast<std::size_t>(&source - _options.sources.data());
+      for (std::size_t i = before; i < _plan.stores.size(); ++i)
+        _plan.stores[i].source = static_cast<std::size_t>(&source - _options.sources.data());
     }
-    return std::move(_stores);
+    return std::move(_plan);
   }
 
  private:
@@ -164,7 +165,7 @@ class Recogniser {
           StatusCode::kUnsupported,
           platform::PathForDisplay(path) + ": not an mbox file (it does not begin with \"From \")"};
     }
-    _stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
+    _plan.stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
     return {};
   }
 
@@ -175,22 +176,24 @@ class Recogniser {
                       (_options.from == SourceChoice::kAuto && evidence->mboxFiles &&
                        !(evidence->mailFiles && evidence->indexFiles) && !evidence->profileRoot);
     if (mbox) {
-      _stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
+      _plan.stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
       return {};
     }
     if (_options.from == SourceChoice::kAuto && !evidence->profileRoot && !evidence->Thunderbird())
       return {StatusCode::kNotFound, platform::PathForDisplay(path) + ": no mail found in it"};
 
-    const std::size_t before = _stores.size();
+    const std::size_t before = _plan.stores.size();
     if (evidence->profileRoot) {
-      AddAccounts(platform::JoinPath(path, u"Mail"), _stores);
-      AddAccounts(platform::JoinPath(path, u"ImapMail"), _stores);
+      AddAccounts(platform::JoinPath(path, u"Mail"), _plan.stores);
+      AddAccounts(platform::JoinPath(path, u"ImapMail"), _plan.stores);
+      for (std::u16string& folder : AccountsElsewhere(path))
+        _plan.elsewhere.push_back(std::move(folder));
     } else if (HoldsAccounts(path) && !DirectMail(path)) {
-      AddAccounts(path, _stores);
+      AddAccounts(path, _plan.stores);
     }
-    if (_stores.size() == before) {
+    if (_plan.stores.size() == before) {
       const bool alone = _options.sources.size() == 1 && _options.name.empty();
-      _stores.push_back({CWLEngine::kThunderbirdStore, path, alone ? u"" : TopName(path)});
+      _plan.stores.push_back({CWLEngine::kThunderbirdStore, path, alone ? u"" : TopName(path)});
     }
     return {};
   }
@@ -207,7 +210,7 @@ class Recogniser {
   }
 
   const ConvertOptions& _options;
-  std::vector<SourceStore> _stores;
+  SourcePlan _plan;
 };
 
 }  // namespace
@@ -230,7 +233,7 @@ bool LooksLikeMailbox(std::u16string_view path) {
   return beginning.ok() && *beginning == Beginning::kMail;
 }
 
-Result<std::vector<SourceStore>> RecogniseSources(const ConvertOptions& options) {
+Result<SourcePlan> RecogniseSources(const ConvertOptions& options) {
   return Recogniser(options).Run();
 }
 

@@ -19,6 +19,13 @@ struct SourceStore {
   std::size_t source = 0;  // its place among those of the command line
 };
 
+struct SourcePlan {
+  std::vector<SourceStore> stores;
+  // Folders of a profile's accounts that lie outside of the profile; whether their mail is wanted
+  // (and not converted already, or somebody else's) only the user knows.
+  std::vector<std::u16string> elsewhere;
+};
+
 // Looks at every source:
 //
 //   a file                   must be an mbox (empty, or beginning with "From ")
@@ -29,7 +36,7 @@ struct SourceStore {
 //                            the folder's name
 //
 // The status of the first source that cannot be used names it and says why.
-platform::Result<std::vector<SourceStore>> RecogniseSources(const ConvertOptions& options);
+platform::Result<SourcePlan> RecogniseSources(const ConvertOptions& options);
 
 // Whether a file is there and begins with a separator line, as mailboxes do.
 bool LooksLikeMailbox(std::u16string_view path);

@@ -46,6 +46,7 @@ enum class SkipReason {
   kTooDeep,                // folders nested beyond any real profile
   kNotAFile,               // a FIFO, socket or device, or a link that leads nowhere
   kSingleMessages,         // a folder with files of one message each (maildir, .eml)
+  kElsewhere,              // a folder that belongs to the source and lies outside of it
 };
 
 // A leaf of a message that ended up in no property of its MAPI message.

@@ -172,6 +172,27 @@ class Recognition(PstTest):
                 self.assertEqual(self.listed_folders(self.pst), tree)
                 self.assertEqual(account['totals']['pathsLeftBehind'], code)
 
+    def test_accounts_kept_outside_of_the_profile(self):
+        profile, away = self.folder / 'm/p.default', self.folder / 'm/both'
+        settings = {
+            1: ('/old/home/p.default/Mail/Local Folders', '[ProfD]Mail/Local Folders', 'none'),
+            2: (f'{profile}/ImapMail/imap.example.org', None, 'imap'),
+            3: (str(away), '[ProfD]../both', 'pop3'),
+            4: ('/var/"mail"', None, 'pop3'),
+            5: ('/news', '[ProfD]../../News', 'nntp'),
+        }
+        lines = ['// Mozilla User Preferences', 'user_pref("mail.server.server6.directory", "/cut']
+        for number, (absolute, relative, kind) in settings.items():
+            escaped = absolute.replace('"', '\\"')
+            name = f'user_pref("mail.server.server{number}'
+            lines += [f'{name}.type", "{kind}");', f'{name}.directory", "{escaped}");']
+            lines += [f'{name}.directory-rel", "{relative}");'] * (relative is not None)
+        self.write('m/p.default/prefs.js', '\n'.join(lines).encode())
+        account = self.convert(profile, self.pst, code=1)
+        self.assertEqual(self.listed_folders(self.pst), {**self.ACCOUNTS, **self.IMAP})
+        self.assertEqual([p['path'] for p in account['passedOver']],
+                         sorted([str(away), '/var/"mail"']))
+
     def test_several_at_once(self):
         self.convert(self.folder / 'm/p.default', self.folder / 'm/boxes', self.folder / 'm/bare',
                      self.folder / 'm' / self.LOCAL, self.pst)
@@ -223,6 +244,15 @@ class Output(PstTest):
         self.assertEqual((run.code, run.err), (0, ''), run)
         self.assertRegex(run.out, r'  Inbox +3 messages, 3 unread, [0-9.]+ kB\n')
         self.assertRegex(run.out, r'\* 2019-03-01 07:00  Ingrid +message 0\n')
+
+    def test_report_to_standard_output(self):
+        run = self.parvane('convert', '--report', '-', self.source, self.pst)
+        self.assertEqual(run.code, 0, run)
+        self.assertEqual(json.loads(run.out)['totals']['written'], 3)
+        self.assertIn('3 messages read, 3 written, 0 failed', run.err)
+        run = self.parvane('convert', '-q', '--report', '-', self.source, self.pst)
+        self.assertEqual((run.code, len(run.err.splitlines())), (3, 1), run)
+        self.assertIn('exists already', json.loads(run.out)['error'])
 
     def test_what_the_owner_should_know(self):
         mail = self.write('know.mbox', (
