@@ -1,6 +1,8 @@
 #include "cli/format.h"
 
+#include <algorithm>
 #include <array>
+#include <charconv>
 
 #include <fmt/format.h>
 
@@ -59,6 +61,28 @@ std::string Size(std::uint64_t bytes) {
   std::size_t unit = 0;
   for (; value >= 999.95 && unit + 1 < kUnits.size(); ++unit) value /= 1000;
   return fmt::format("{:.1f} {}", value, kUnits[unit]);
+}
+
+std::optional<std::uint64_t> ParseSize(std::string_view text) {
+  static constexpr std::string_view kPrefixes = "kmgt";
+  const std::size_t end = std::min(text.find_first_not_of("0123456789."), text.size());
+  double value = 0;
+  const auto read = std::from_chars(text.data(), text.data() + end, value);
+  if (read.ec != std::errc() || read.ptr != text.data() + end) return std::nullopt;
+
+  std::string unit;
+  for (const char c : text.substr(end)) {
+    if (c != ' ') unit += static_cast<char>(c | 0x20);  // lower case; anything else stays none
+  }
+  if (!unit.empty() && unit != "b") {
+    const std::size_t power = kPrefixes.find(unit[0]) + 1;
+    const std::string_view rest = std::string_view(unit).substr(1);
+    const bool binary = rest == "ib";
+    if (power == 0 || !(rest.empty() || rest == "b" || binary)) return std::nullopt;
+    for (std::size_t i = 0; i < power; ++i) value *= binary ? 1024 : 1000;
+  }
+  if (!(value >= 1 && value < 0x1p63)) return std::nullopt;
+  return static_cast<std::uint64_t>(value);
 }
 
 std::string Duration(std::uint64_t milliseconds) {

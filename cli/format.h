@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,9 @@ std::string WithThousands(std::uint64_t number);
 std::string Counted(std::uint64_t count, std::string_view noun);
 // "512 bytes", "1.2 MB": powers of 1000, as disks are sold.
 std::string Size(std::uint64_t bytes);
+// The bytes that such a text means: "20GB", "1.5 gb", "512 MiB" (powers of 1024), "1000". Nothing
+// when it means none, or more than a file can have.
+std::optional<std::uint64_t> ParseSize(std::string_view text);
 // "0:07", "12:30", "3:02:11"
 std::string Duration(std::uint64_t milliseconds);
 // "2019-05-03T06:12:45Z"; empty for zero or a time beyond the calendar.

@@ -5,13 +5,11 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/console.h"
+#include "cli/format.h"
 #include "platform/file.h"
 
 namespace parvane::cli {
 namespace {
-
-// Outlook's own default limit for a PST.
-constexpr std::uint64_t kDefaultSizeLimit = 50'000'000'000;
 
 constexpr const char* kConvertExamples = R"(
 Examples:
@@ -56,7 +54,7 @@ class HelpFormat : public CLI::Formatter {
 // What CLI11 fills: byte strings, turned into paths and text afterwards.
 struct RawConvert {
   std::vector<std::string> paths;
-  std::string from = "auto", progress = "auto", name, log, detailedLog, report;
+  std::string from = "auto", progress = "auto", sizeLimit = "50GB", name, log, detailedLog, report;
 };
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
@@ -92,9 +90,8 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
                 "replace the PST when it is there already (never a file that is no PST)")
       ->excludes(append);
   command
-      .add_option("--size-limit", options.sizeLimit,
+      .add_option("--size-limit", raw.sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
-      ->transform(CLI::AsSizeValue(true).description(""))
       ->type_name("SIZE");
   command
       .add_option("--log", raw.log, "write a brief log: folders, failures, what was passed over")
@@ -107,9 +104,10 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       ->type_name("FILE");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
   command
-      .add_option("--progress", raw.progress,
-                  "auto: one live line on a terminal, elsewhere a line every few seconds; "
-                  "lines: these everywhere")
+      .add_option(
+          "--progress", raw.progress,
+          "progress on standard error; auto: a live line on a terminal, elsewhere a line every few "
+          "seconds; lines: such lines on a terminal too")
       ->check(CLI::IsMember({"auto", "lines", "never"}).description(""))
       ->type_name("auto|lines|never");
   command.footer(kConvertExamples);
@@ -137,7 +135,6 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   app.footer("\nparvane COMMAND --help tells more about a command.");
 
   ConvertOptions convert;
-  convert.sizeLimit = kDefaultSizeLimit;
   RawConvert raw;
   CLI::App* convertCommand = app.add_subcommand("convert", "Write mail into a PST file");
   DescribeConvert(*convertCommand, raw, convert);
@@ -177,6 +174,12 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
     WriteError("convert needs at least one SOURCE and the DEST.pst");
     return ExitCode::kUsage;
   }
+  const auto sizeLimit = ParseSize(raw.sizeLimit);
+  if (!sizeLimit) {
+    WriteError("--size-limit: \"" + raw.sizeLimit + "\" is no size such as 20GB");
+    return ExitCode::kUsage;
+  }
+  convert.sizeLimit = *sizeLimit;
   convert.from = SourceNamed(raw.from);
   convert.progress = ProgressNamed(raw.progress);
   convert.destination = Path(raw.paths.back());

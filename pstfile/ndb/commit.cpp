@@ -77,7 +77,7 @@ Status NodeDatabase::Impl::Grow(std::uint64_t needed) {
   if (least > options.sizeLimit) {
     sizeLimitReached = true;
     return {StatusCode::kDiskFull, "the file has reached its size limit of " +
-                                       std::to_string(options.sizeLimit >> 20) + " MiB"};
+                                       std::to_string(options.sizeLimit) + " bytes"};
   }
   const std::uint64_t step = std::clamp(end / 2, kLeastGrowth, kMostReserve);
   std::uint64_t wanted = end + IntervalsFor(std::max(needed, step)) * kAMapInterval;

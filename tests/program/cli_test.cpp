@@ -27,6 +27,17 @@ TEST(Format, NumbersSizesAndDurations) {
   EXPECT_EQ(Duration(3'600'000), "1:00:00");
 }
 
+TEST(Format, SizesFromPeople) {
+  const std::pair<const char*, std::uint64_t> cases[] = {
+      {"1000", 1'000},        {"1b", 1},     {"20GB", 20'000'000'000},  {"1.5 gb", 1'500'000'000},
+      {"512MiB", 512u << 20}, {"2k", 2'000}, {"1TB", 1'000'000'000'000}};
+  for (const auto& [text, bytes] : cases) EXPECT_EQ(ParseSize(text), bytes) << text;
+  for (const char* text :
+       {"", "0", "0.1", "-5", "big", "GB", "20XB", "20GBs", "1.2.3", "1e3", "0x10", "nan", "inf",
+        "20 GiBB", "99999999999999999999", "9223372036855TB"})
+    EXPECT_EQ(ParseSize(text), std::nullopt) << text;
+}
+
 TEST(Format, Times) {
   const auto time = platform::FileTimeFromTicks(131011927650000000);
   EXPECT_EQ(IsoTime(time), "2016-02-29T04:12:45Z");
