@@ -189,6 +189,7 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
 
 void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
   const int parts = email->get_NumLeftoverParts();
+  if (parts == 0) return;
   TsString type;
   TsString name;
   for (int i = 0; i < parts; ++i) {

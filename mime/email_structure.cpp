@@ -54,7 +54,7 @@ EmailStructure::EmailStructure(const Email2& root) : _root(root) {
   CollectRelatedItems(root);
   CollectAttachedMessages(root);
 
-  OperationLog unread;
+  OperationLog unread(OperationLog::Keeping::kNothing);
   std::vector<const Email2*> used = _attachments;
   used.insert(used.end(), _relatedItems.begin(), _relatedItems.end());
   used.insert(used.end(), _attachedMessages.begin(), _attachedMessages.end());

@@ -214,6 +214,66 @@ void AppendEscaped(std::basic_string_view<Char> name, std::basic_string<Char>& o
   }
 }
 
+// Writes `text` without its white space; false when something in it has a meaning of its own, up
+// to the ">" that ends an address.
+bool AppendPlainAddress(std::string_view text, std::string& out) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char c = text[at];
+    if (c == '>') return true;
+    if (c == '\\' || c == '(' || c == '<') return false;
+    if (!IsWhiteSpace(c)) out += c;
+  }
+  return true;
+}
+
+std::string_view WithoutLeadingSpace(std::string_view text) {
+  while (!text.empty() && IsWhiteSpace(text.front())) text.remove_prefix(1);
+  return text;
+}
+
+// Writes the mailboxes that most people have, without taking them apart first:
+//
+//   "Name" <address>     Name <address>     <address>     local@domain
+//
+// False for any other, with `out` to be cut back.
+bool RewritePlain(std::string_view mailbox, std::string& out) {
+  mailbox = WithoutLeadingSpace(mailbox);
+  if (mailbox.starts_with('"')) {
+    const std::size_t end = mailbox.find('"', 1);
+    if (end == mailbox.npos) return false;
+    const std::string_view name = mailbox.substr(1, end - 1);
+    const std::string_view rest = WithoutLeadingSpace(mailbox.substr(end + 1));
+    if (name.find('\\') != name.npos || !rest.starts_with('<')) return false;
+    out.append("\"").append(name).append("\" < ");
+    if (!AppendPlainAddress(rest.substr(1), out)) return false;
+    out.append(" >");
+    return true;
+  }
+  std::size_t end = 0;
+  bool hasQuote = false;
+  for (; end < mailbox.size() && mailbox[end] != '<' && mailbox[end] != '@'; ++end) {
+    const char c = mailbox[end];
+    if (c == '\\' || c == '(') return false;
+    hasQuote |= c == '"';
+  }
+  if (hasQuote || end == mailbox.size()) return false;
+  if (mailbox[end] == '<') {
+    std::size_t nameEnd = end;
+    while (nameEnd > 0 && IsWhiteSpace(mailbox[nameEnd - 1])) --nameEnd;
+    out.append("\"").append(mailbox.substr(0, nameEnd)).append("\" < ");
+    if (!AppendPlainAddress(mailbox.substr(end + 1), out)) return false;
+    out.append(" >");
+    return true;
+  }
+  // A bare address ends at white space.
+  while (end < mailbox.size() && !IsWhiteSpace(mailbox[end])) {
+    const char c = mailbox[end++];
+    if (c == '\\' || c == '(') return false;
+  }
+  out.append("\"\" < ").append(mailbox.substr(0, end)).append(" >");
+  return true;
+}
+
 template <typename Char>
 void Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
   static constexpr Char kBeforeAddress[] = {'"', ' ', '<', ' '};
@@ -222,12 +282,17 @@ void Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
   std::basic_string<Char> name;
   std::basic_string<Char> address;
   ForEachPiece(list, [&](std::basic_string_view<Char> piece) {
-    name.clear();
-    address.clear();
-    MailboxScanner<Char>(piece, name, address).Scan();
     // The blanks inside the angle brackets are trimmed when the field is parsed.
     if (!first) out += Char{','};
     first = false;
+    if constexpr (sizeof(Char) == 1) {
+      const std::size_t size = out.size();
+      if (RewritePlain(piece, out)) return;
+      out.resize(size);
+    }
+    name.clear();
+    address.clear();
+    MailboxScanner<Char>(piece, name, address).Scan();
     out += Char{'"'};
     AppendEscaped<Char>(name, out);
     out.append(kBeforeAddress, std::size(kBeforeAddress));

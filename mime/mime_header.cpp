@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/simd/scan.h"
 #include "platform/text.h"
 
 namespace Tessary {
@@ -30,11 +31,7 @@ std::string_view WithoutLineEnd(std::string_view text) {
 // How long the name at the start of `line` is, up to its colon; 0 when this line is no field.
 // White space between name and colon is an obsolete form and not part of the name.
 std::size_t FieldNameLength(std::string_view line, std::size_t* colon) {
-  std::size_t length = 0;
-  while (length < line.size() && static_cast<unsigned char>(line[length]) > ' ' &&
-         line[length] != ':' && line[length] != 0x7f) {
-    ++length;
-  }
+  const std::size_t length = parvane::platform::simd::FindHeaderNameEnd(line.data(), line.size());
   std::size_t end = length;
   while (end < line.size() && IsBlank(line[end])) ++end;
   *colon = end;
@@ -43,7 +40,7 @@ std::size_t FieldNameLength(std::string_view line, std::size_t* colon) {
 
 }  // namespace
 
-std::string_view MimeField::RawValue() const { return WithoutLineEnd(_raw.substr(_valueStart)); }
+std::string_view MimeField::RawValue() const { return WithoutLineEnd(Raw().substr(_valueStart)); }
 
 std::string_view MimeField::Value(std::string& scratch) const {
   return Unfold(RawValue(), scratch);
@@ -67,7 +64,7 @@ std::string_view Unfold(std::string_view value, std::string& scratch) {
 
 std::size_t MimeHeader::Load(std::string_view text) {
   Clear();
-  constexpr std::size_t kUsualLines = 32;
+  constexpr std::size_t kUsualLines = 42;
   _lines.reserve(kUsualLines);
   std::size_t at = 0;
   while (at < text.size()) {
@@ -82,15 +79,20 @@ std::size_t MimeHeader::Load(std::string_view text) {
       ++valueStart;
       if (valueStart < line.size() && line[valueStart] == ' ') ++valueStart;
     }
-    _lines.emplace_back(text.substr(start, at - start), nameLength,
-                        nameLength > 0 ? valueStart : 0);
+    AddLine(text.substr(start, at - start), nameLength, nameLength > 0 ? valueStart : 0);
   }
   return at;
+}
+
+void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart) {
+  const MimeField& line = _lines.emplace_back(raw, nameLength, valueStart);
+  if (line.IsField()) _names |= NameBit(line.Name());
 }
 
 void MimeHeader::Clear() {
   _lines.clear();
   _rewritten.clear();
+  _names = 0;
   _orderKnown = false;
   _modified = false;
 }
@@ -107,7 +109,7 @@ const std::vector<std::uint32_t>& MimeHeader::Order() const {
 }
 
 const MimeField* MimeHeader::Find(std::string_view name, std::size_t occurrence) const {
-  if (name.empty()) return nullptr;
+  if (!MayHave(name)) return nullptr;
   for (const MimeField& field : _lines) {
     if (field.NameIs(name) && occurrence-- == 0) return &field;
   }
@@ -120,6 +122,7 @@ void MimeHeader::Set(std::string_view name, std::string_view value) {
   const MimeField field(text, name.size(), valueStart);
   _modified = true;
   _orderKnown = false;
+  _names |= NameBit(name);
   const auto named = [&](const MimeField& line) { return line.NameIs(name); };
   const auto first = std::find_if(_lines.begin(), _lines.end(), named);
   if (first == _lines.end()) {
@@ -149,36 +152,60 @@ void MimeHeader::AppendTo(std::string& out) const {
   if (!_lines.empty() && out.back() != '\n') out.append("\r\n");
 }
 
-MimeHeader MimeHeader::WrittenTo(std::string& text) const {
+void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text) {
+  // Enough, whatever is folded: the lines look into the text while it is being written.
+  std::size_t bound = 0;
+  for (const MimeField& line : _lines) bound += line.Raw().size() + 2;
+  for (const FieldChange& change : changes)
+    bound += change.name.size() + 3 * change.value.size() + 8;
   text.clear();
-  std::size_t size = 0;
-  for (const MimeField& line : _lines) size += line.Raw().size() + 2;
-  text.reserve(size);
-  AppendTo(text);
-  MimeHeader written;
-  written._lines.reserve(_lines.size());
-  std::size_t at = 0;
+  text.reserve(bound);
+
+  std::uint64_t names = 0;
+  for (const FieldChange& change : changes) names |= NameBit(change.name);
+  std::uint64_t done = 0;  // a bit for each change that has been written
+  std::size_t kept = 0;
   for (const MimeField& line : _lines) {
-    std::size_t length = line.Raw().size();
-    if (!line.Raw().ends_with('\n')) length += 2;
-    written._lines.emplace_back(std::string_view(text).substr(at, length), line._nameLength,
-                                line._valueStart);
-    at += length;
+    const std::size_t start = text.size();
+    std::size_t valueStart = line._valueStart;
+    std::size_t index = changes.size();
+    if (line.IsField() && (NameBit(line.Name()) & names) != 0) {
+      for (index = 0; index < changes.size() && !line.NameIs(changes[index].name);) ++index;
+    }
+    if (index == changes.size()) {
+      text.append(line.Raw());
+      if (text.back() != '\n') text.append("\r\n");
+    } else {
+      if ((done >> index & 1) != 0) continue;
+      done |= std::uint64_t{1} << index;
+      AppendFoldedField(changes[index].name, changes[index].value, text);
+      valueStart = changes[index].name.size() + 2;
+    }
+    const std::size_t nameLength = line._nameLength;
+    _lines[kept++] = MimeField(std::string_view(text).substr(start), nameLength, valueStart);
   }
-  return written;
+  _lines.erase(_lines.begin() + static_cast<std::ptrdiff_t>(kept), _lines.end());
+  _rewritten.clear();
+  _orderKnown = false;
+  _modified = false;
 }
 
 std::string FoldField(std::string_view name, std::string_view value) {
-  constexpr std::size_t kColumns = 78;
   std::string out;
-  out.reserve(name.size() + value.size() + 4 + value.size() / 32);
+  AppendFoldedField(name, value, out);
+  return out;
+}
+
+void AppendFoldedField(std::string_view name, std::string_view value, std::string& out) {
+  constexpr std::size_t kColumns = 78;
+  const std::size_t valueColumn = name.size() + 2;
   out.append(name).append(": ");
   const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
-  if (out.size() + value.size() <= kColumns &&
+  if (valueColumn + value.size() <= kColumns &&
       std::none_of(value.begin(), value.end(), isLineEnd)) {
-    return out.append(value).append("\r\n");
+    out.append(value).append("\r\n");
+    return;
   }
-  const std::size_t valueColumn = out.size();
   std::size_t column = valueColumn;
   std::size_t at = 0;
   std::string filtered;
@@ -213,7 +240,7 @@ std::string FoldField(std::string_view name, std::string_view value) {
     out.append(blanks).append(word);
     column += blanks.size() + word.size();
   }
-  return out.append("\r\n");
+  out.append("\r\n");
 }
 
 }  // namespace Tessary

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,10 +23,14 @@ namespace Tessary {
 // A name and a value. Looks into bytes that the entity keeps alive.
 class MimeField {
  public:
+  // Messages, and so their lines, are shorter than 2^32 bytes.
   MimeField(std::string_view raw, std::size_t nameLength, std::size_t valueStart)
-      : _raw(raw), _nameLength(nameLength), _valueStart(valueStart) {}
+      : _raw(raw.data()),
+        _length(static_cast<std::uint32_t>(raw.size())),
+        _nameLength(static_cast<std::uint32_t>(nameLength)),
+        _valueStart(static_cast<std::uint32_t>(valueStart)) {}
 
-  std::string_view Name() const { return _raw.substr(0, _nameLength); }
+  std::string_view Name() const { return {_raw, _nameLength}; }
   bool NameIs(std::string_view name) const {
     // Most names differ in their length or first letter (here: but for the bit of its case).
     return name.size() == _nameLength && _nameLength > 0 && ((_raw[0] ^ name[0]) & 0xDF) == 0 &&
@@ -39,14 +44,21 @@ class MimeField {
   // the message where nothing had to be removed, else of `scratch`.
   std::string_view Value(std::string& scratch) const;
   // The whole field, its last line end included.
-  std::string_view Raw() const { return _raw; }
+  std::string_view Raw() const { return {_raw, _length}; }
 
  private:
   friend class MimeHeader;
 
-  std::string_view _raw;
-  std::size_t _nameLength;
-  std::size_t _valueStart;
+  const char* _raw;
+  std::uint32_t _length;
+  std::uint32_t _nameLength;
+  std::uint32_t _valueStart;
+};
+
+// A field that is to get another value.
+struct FieldChange {
+  std::string_view name;
+  std::string_view value;
 };
 
 // Removes the CR LF, CR or LF in front of every space or tab. The result is `value` itself where
@@ -65,27 +77,40 @@ class MimeHeader {
   std::size_t FieldCount() const { return Order().size(); }
   // In stored order.
   const MimeField& Field(std::size_t index) const { return _lines[Order()[index]]; }
+  // False when there is certainly no field of that name.
+  bool MayHave(std::string_view name) const {
+    return !name.empty() && (_names & NameBit(name)) != 0;
+  }
   // The nth field of that name, counted from the top, without regard to case; null when there is
   // none.
   const MimeField* Find(std::string_view name, std::size_t occurrence = 0) const;
 
   // Replaces the first field of that name and removes the others; appends when there is none.
   void Set(std::string_view name, std::string_view value);
+  // Set for several fields at once, all of them there and each named once. The whole header is
+  // written to `text`, as AppendTo would, and looks into it from then on; `text` must outlive it.
+  void Rewrite(std::span<const FieldChange> changes, std::string& text);
   // How many were removed.
   std::size_t Remove(std::string_view name);
   bool modified() const { return _modified; }
 
   // The header's lines, changed and unchanged, each with its line end.
   void AppendTo(std::string& out) const;
-  // What loading AppendTo's text would give: the same fields, looking into `text`, which receives
-  // it and must outlive the result. (The text is not read again.)
-  MimeHeader WrittenTo(std::string& text) const;
 
  private:
+  // One bit for names that may be alike: a name whose bit is clear is not there.
+  static std::uint64_t NameBit(std::string_view name) {
+    const unsigned first = static_cast<unsigned char>(name.front()) | 0x20U;
+    const unsigned last = static_cast<unsigned char>(name.back()) | 0x20U;
+    return std::uint64_t{1} << ((name.size() * 7 + first * 3 + last) & 63);
+  }
+  void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart);
+
   // The places in _lines of those that are fields.
   const std::vector<std::uint32_t>& Order() const;
 
-  std::vector<MimeField> _lines;              // a name length of 0 marks a line that is no field
+  std::uint64_t _names = 0;       // bits of the names of all fields, and perhaps of removed ones
+  std::vector<MimeField> _lines;  // a name length of 0 marks a line that is no field
   std::forward_list<std::string> _rewritten;  // changed fields; grows only, so views stay good
   mutable std::vector<std::uint32_t> _order;
   mutable bool _orderKnown = false;
@@ -95,5 +120,6 @@ class MimeHeader {
 // A field's text, folded before white space so that lines stay within 78 columns where the value
 // allows; line ends inside the value become folds, and CR LF ends it.
 std::string FoldField(std::string_view name, std::string_view value);
+void AppendFoldedField(std::string_view name, std::string_view value, std::string& out);
 
 }  // namespace Tessary

@@ -43,13 +43,6 @@ bool HeaderEndsInMixedLineEnds(std::string_view text) {
   return false;
 }
 
-std::string UnfoldedValue(const MimeHeader& header, std::string_view name) {
-  const MimeField* field = header.Find(name);
-  if (field == nullptr) return {};
-  std::string scratch;
-  return std::string(field->Value(scratch));
-}
-
 ContentField ReadContentField(const MimeHeader& header, std::string_view name,
                               std::string_view charset) {
   const MimeField* field = header.Find(name);
@@ -61,9 +54,13 @@ ContentField ReadContentField(const MimeHeader& header, std::string_view name,
 bool IsContentField(std::string_view name) { return StartsWithIgnoreAsciiCase(name, "Content-"); }
 
 bool IsBinaryType(std::string_view contentType) {
-  const std::string type = parvane::platform::ToLowerAscii(contentType);
-  for (const std::string_view binary : {"image/", "audio/", "video/", "application/"}) {
-    if (type.find(binary) != std::string::npos) return true;
+  for (std::size_t slash = contentType.find('/'); slash != kNone;
+       slash = contentType.find('/', slash + 1)) {
+    for (const std::string_view binary : {"image", "audio", "video", "application"}) {
+      if (parvane::platform::EndsWithIgnoreAsciiCase(contentType.substr(0, slash), binary)) {
+        return true;
+      }
+    }
   }
   return false;
 }
@@ -98,6 +95,12 @@ void MimeMessage2::Load(const ByteSlice& text, Log& log, int depth) {
   Context context{log, depth, MimeLimits::kEntities};
   _loaded = text;
   LoadMimeComplete2(NormaliseLineEnds(text, log), context);
+}
+
+void MimeMessage2::LoadCrLf(const ByteSlice& text, Log& log) {
+  Context context{log, 0, MimeLimits::kEntities};
+  _loaded = text;
+  LoadMimeComplete2(text, context);
 }
 
 // A text with two line feeds side by side gets CR LF throughout; so does one whose header ends in
@@ -141,11 +144,10 @@ void MimeMessage2::LoadMimeComplete2(const ByteSlice& text, Context& context) {
 }
 
 void MimeMessage2::ReadContentFields() {
-  const std::string type = UnfoldedValue(_header, "Content-Type");
-  _contentType = ContentField(type);
+  _contentType = ReadContentField(_header, "Content-Type", {});
   const std::string_view charset = _contentType.Get("charset");
   _disposition = ReadContentField(_header, "Content-Disposition", charset);
-  _transferEncoding = ContentField(UnfoldedValue(_header, "Content-Transfer-Encoding")).value();
+  _transferEncoding = ReadContentField(_header, "Content-Transfer-Encoding", {}).value();
   _boundary = _contentType.Get("boundary");
 }
 
@@ -216,6 +218,13 @@ void MimeMessage2::SetField(std::string_view name, std::string_view value) {
   if (IsContentField(name)) ContentFieldsChanged();
 }
 
+void MimeMessage2::RewriteFields(std::span<const FieldChange> changes) {
+  auto bytes = std::make_shared<std::string>();
+  _header.Rewrite(changes, *bytes);
+  _headerBytes = ByteSlice::Share(bytes, *bytes);
+  _headerText = _headerBytes.view();
+}
+
 std::size_t MimeMessage2::RemoveField(std::string_view name) {
   const std::size_t removed = _header.Remove(name);
   if (removed > 0 && IsContentField(name)) ContentFieldsChanged();
@@ -228,7 +237,7 @@ void MimeMessage2::ContentFieldsChanged() {
   std::string boundary = std::move(_boundary);
   ReadContentFields();
   if (!_children.empty()) _boundary = std::move(boundary);
-  Log unread;
+  Log unread(Log::Keeping::kNothing);
   _binary = false;
   if (_children.empty()) FinishLeaf(unread);
 }
@@ -257,14 +266,9 @@ bool MimeMessage2::Settle() {
   const bool asLoaded = _loaded.data() == _text.data() && _loaded.size() == _text.size();
   if (!asLoaded || _contentFieldsChanged || IsBodyChanged()) return false;
   if (_headerText.empty() || _separator.empty() || _header.Lines().empty()) return false;
-  auto bytes = std::make_shared<std::string>();
-  MimeHeader header = _header.WrittenTo(*bytes);
-  if (!bytes->ends_with("\r\n")) return false;
-  if (bytes->size() + _separator.size() + _body.size() > MimeLimits::kMessageBytes) return false;
-  _header = std::move(header);
-  _headerBytes = ByteSlice::Share(bytes, *bytes);
-  _headerText = _headerBytes.view();
-  return true;
+  if (_header.modified()) RewriteFields({});
+  return _headerText.ends_with("\r\n") &&
+         _headerText.size() + _separator.size() + _body.size() <= MimeLimits::kMessageBytes;
 }
 
 ByteSlice MimeMessage2::Serialise() const {

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,9 +40,11 @@ class MimeMessage2 {
 
   // Replaces everything by the message in `text`. `depth` is how deep it is nested already.
   void Load(const ByteSlice& text, Log& log, int depth = 0);
+  // The same for text of which it is known that all its line ends are CR LF.
+  void LoadCrLf(const ByteSlice& text, Log& log);
   // Puts changed header fields into their serialised form, as if the entity had been serialised
   // and loaded again. True when that was all there was to do, and nothing needs to be read again;
-  // false, with nothing changed, when only loading can tell what became of the message.
+  // false when only serialising and loading can tell what became of the message.
   bool Settle();
 
   bool IsEmpty() const { return _loaded.empty() && !IsChanged(); }
@@ -90,6 +93,8 @@ class MimeMessage2 {
 
   // ---- Changes ----
   void SetField(std::string_view name, std::string_view value);
+  // SetField for several fields, all there and none of them a content field, at the cost of one.
+  void RewriteFields(std::span<const FieldChange> changes);
   std::size_t RemoveField(std::string_view name);
   // Replaces body and children.
   void ReplaceBody(ByteSlice body);

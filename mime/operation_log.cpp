@@ -16,6 +16,7 @@ void OperationLog::End(bool success) {
 }
 
 void OperationLog::Open(const char* name) {
+  if (_keeping == Keeping::kNothing) return;
   _open.push_back(name);
   Add(Kind::kOpen, name);
 }
@@ -35,7 +36,7 @@ void OperationLog::Data(const char* name, std::string_view value) {
 }
 
 void OperationLog::Add(Kind kind, const char* text, int number, std::string_view value) {
-  if (_entries.size() >= kMaxEntries) return;
+  if (_keeping == Keeping::kNothing || _entries.size() >= kMaxEntries) return;
   _entries.push_back({kind, text, number, _values.size(), value.size()});
   _values.append(value);
 }

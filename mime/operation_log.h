@@ -14,6 +14,12 @@ namespace parvane::mime {
 
 class OperationLog {
  public:
+  enum class Keeping { kAll, kNothing };
+
+  OperationLog() = default;
+  // One that nobody will ask takes no notes.
+  explicit OperationLog(Keeping keeping) : _keeping(keeping) {}
+
   // Begins the log of a new operation, forgetting the last one. `name` must be a literal.
   void Begin(const char* name);
   // Closes the operation's context with "Success" or the failure texts already logged.
@@ -52,6 +58,7 @@ class OperationLog {
   void Add(Kind kind, const char* text, int number = 0, std::string_view value = {});
 
   // The operation's own frame is no entry: one that notes nothing costs three stores.
+  Keeping _keeping = Keeping::kAll;
   const char* _operation = nullptr;
   Outcome _outcome = Outcome::kNone;
   std::vector<Entry> _entries;

@@ -190,9 +190,10 @@ bool IsWhiteSpace(char16_t unit) {
 }
 
 bool EqualsIgnoreAsciiCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return AsciiToLower(x) == AsciiToLower(y);
-         });
+  if (a.size() != b.size()) return false;
+  // Nearly always the case is the same, too.
+  return a == b || std::equal(a.begin(), a.end(), b.begin(),
+                              [](char x, char y) { return AsciiToLower(x) == AsciiToLower(y); });
 }
 
 bool StartsWithIgnoreAsciiCase(std::string_view text, std::string_view prefix) {

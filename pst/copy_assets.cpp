@@ -126,7 +126,8 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
                                           IProgressPresenter* progressPresenter,
                                           ILogger* logReport) {
   IAsset* asset = item.Asset();
-  const std::u16string details = asset ? asset->Details().value_or(u"") : u"";
+  std::u16string details;
+  if (asset) details = asset->Details().value_or(u"");
   if (progressPresenter) {
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
     progressPresenter->ProgressMessage(details);
@@ -147,7 +148,7 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
     converted = false;
     logError();
   }
-  if (logReport) logReport->WriteLog(details + u"\r\n\r\n", false, true);
+  if (logReport) logReport->WriteLog(details.append(u"\r\n\r\n"), false, true);
   return converted;
 }
 

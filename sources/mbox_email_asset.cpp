@@ -71,18 +71,28 @@ parvane::engine::ConversionNotes ToNotes(parvane::convert::ConversionReport&& re
 
 }  // namespace
 
-MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes)
-    : MBOXEmailAsset(ByteSlice::Adopt(std::move(mimeBytes)), nullptr, {}) {}
+MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes) {
+  Parse(ByteSlice::Adopt(std::move(mimeBytes)), false);
+}
 
 MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, parvane::engine::SourceObserver* observer,
                                const parvane::engine::MessageLocation& location)
-    : _emailP(std::make_unique<TsEmail>()), _observer(observer), _location(location) {
+    : _observer(observer), _location(location) {
+  Parse(message, true);
+}
+
+void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf) {
+  _emailP = std::make_unique<TsEmail>();
   _emailP->put_Utf8(true);
   auto entity = std::make_shared<MimeMessage2>();
   // A message past the limit is left empty, and an empty one is no e-mail.
   if (message.size() <= Tessary::MimeLimits::kMessageBytes) {
-    parvane::mime::OperationLog unread;
-    entity->Load(message, unread);
+    parvane::mime::OperationLog unread(parvane::mime::OperationLog::Keeping::kNothing);
+    if (isCrLf) {
+      entity->LoadCrLf(message, unread);
+    } else {
+      entity->Load(message, unread);
+    }
     if (_observer) _rawDate = DateOf(*entity);
     parvane::sources::RepairMessage(*entity);
   }

@@ -20,7 +20,8 @@ class MBOXEmailAsset : public EmailAssetBase {
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
   // file; the asset then has no details, and every conversion of it fails.
   explicit MBOXEmailAsset(ByteVector mimeBytes);
-  // The same; `observer` (may be null) learns what becomes of the message.
+  // The same for a message as ScanMboxMessage reads it, all its line ends being CR LF; `observer`
+  // (may be null) learns what becomes of it.
   MBOXEmailAsset(const parvane::mime::ByteSlice& message, parvane::engine::SourceObserver* observer,
                  const parvane::engine::MessageLocation& location);
   ~MBOXEmailAsset() override;
@@ -33,6 +34,7 @@ class MBOXEmailAsset : public EmailAssetBase {
   void Release() override;
 
  private:
+  void Parse(const parvane::mime::ByteSlice& message, bool isCrLf);
   void FillMembers();
 
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -43,7 +44,7 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth) {
                        platform::EqualsIgnoreAsciiCase(encoding, "quoted-printable");
   const ByteSlice text = encoded ? attachment.DecodedBody() : attachment.SerialiseBody();
   if (text.size() > Tessary::MimeLimits::kMessageBytes) return;
-  OperationLog unread;
+  OperationLog unread(OperationLog::Keeping::kNothing);
   MimeMessage2 message;
   message.Load(text, unread);
   Adjust(message, depth + 1);
@@ -81,18 +82,15 @@ class FieldList {
                    : Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
   }
 
-  // The list rewritten, as UTF-8; empty when there is nothing to rewrite.
-  std::string Rewritten() const {
-    std::string out;
+  // Appends the list rewritten, as UTF-8.
+  void AppendRewritten(std::string& out) const {
     if (_isWide) {
       std::u16string wide;
       RewriteMailBoxes(_wide, wide);
       platform::AppendUtf16AsUtf8(wide, out);
-    } else if (!_narrow.empty()) {
-      out.reserve(_narrow.size() + 32);
+    } else {
       RewriteMailBoxes(_narrow, out);
     }
-    return out;
   }
   bool empty() const { return _isWide ? _wide.empty() : _narrow.empty(); }
 
@@ -118,20 +116,51 @@ class FieldList {
   bool _isWide = false;
 };
 
-void SetMailBoxes(std::string_view headerName, const FieldList& list, MimeMessage2& entity) {
-  if (!list.empty()) entity.SetField(headerName, list.Rewritten());
-}
+// New values for fields that are there.
+class FieldChanges {
+ public:
+  // Calls `append` with the string that the value is to be appended to.
+  template <typename Append>
+  void Add(std::string_view name, Append append) {
+    append(_values);
+    _changes[_count++] = {name, {}};
+    _ends[_count - 1] = _values.size();
+  }
+
+  void ApplyTo(MimeMessage2& entity) {
+    if (_count == 0) return;
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < _count; ++i) {
+      _changes[i].value = std::string_view(_values).substr(start, _ends[i] - start);
+      start = _ends[i];
+    }
+    entity.RewriteFields(std::span(_changes).first(_count));
+  }
+
+ private:
+  static constexpr std::size_t kMost = kMailBoxHeaders.size() + 1;
+
+  std::string _values;
+  std::array<Tessary::FieldChange, kMost> _changes;
+  std::array<std::size_t, kMost> _ends;
+  std::size_t _count = 0;
+};
 
 // All address headers in one walk over the fields: what FixMailBox does for each of them.
-void FixMailBoxes(MimeMessage2& entity) {
+void FixMailBoxes(const MimeMessage2& entity, FieldChanges& changes) {
+  std::array<bool, kMailBoxHeaders.size()> present;
+  for (std::size_t i = 0; i < present.size(); ++i)
+    present[i] = entity.header().MayHave(kMailBoxHeaders[i]);
   std::array<FieldList, kMailBoxHeaders.size()> lists;
   for (const MimeField& field : entity.header().Lines()) {
-    for (std::size_t header = 0; header < lists.size(); ++header) {
-      if (field.NameIs(kMailBoxHeaders[header])) lists[header].Add(field, entity);
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+      if (present[i] && field.NameIs(kMailBoxHeaders[i])) lists[i].Add(field, entity);
     }
   }
-  for (std::size_t header = 0; header < lists.size(); ++header)
-    SetMailBoxes(kMailBoxHeaders[header], lists[header], entity);
+  for (std::size_t i = 0; i < lists.size(); ++i) {
+    if (lists[i].empty()) continue;
+    changes.Add(kMailBoxHeaders[i], [&](std::string& out) { lists[i].AppendRewritten(out); });
+  }
 }
 
 bool IsLetterOrDigit(char16_t c) {
@@ -161,7 +190,7 @@ std::string_view DateInside(std::string_view text) {
   return start < text.size() ? text.substr(start) : text;
 }
 
-void FixDateOf(MimeMessage2& entity) {
+void FixDate(const MimeMessage2& entity, FieldChanges& changes) {
   const MimeField* field = entity.header().Find("Date");
   if (field == nullptr) return;
   std::string scratch;
@@ -175,13 +204,15 @@ void FixDateOf(MimeMessage2& entity) {
     const std::u16string text = Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
     rewritten = parvane::sources::RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed);
   }
-  if (rewritten) entity.SetField("Date", fixed);
+  if (rewritten) changes.Add("Date", [&](std::string& out) { out += fixed; });
 }
 
 void Adjust(MimeMessage2& entity, int depth) {
   FixRelated(entity, depth);
-  FixMailBoxes(entity);
-  FixDateOf(entity);
+  FieldChanges changes;
+  FixMailBoxes(entity, changes);
+  FixDate(entity, changes);
+  changes.ApplyTo(entity);
 }
 
 }  // namespace
@@ -200,11 +231,17 @@ void FixMailBox(const char* headerName, TsMime* mime) {
   FieldList list;
   for (const MimeField& field : entity.header().Lines())
     if (field.NameIs(headerName)) list.Add(field, entity);
-  SetMailBoxes(headerName, list, entity);
+  if (list.empty()) return;
+  FieldChanges changes;
+  changes.Add(headerName, [&](std::string& out) { list.AppendRewritten(out); });
+  changes.ApplyTo(entity);
 }
 
 void FixDate(TsMime* mime) {
-  if (mime) FixDateOf(mime->impl().Entity());
+  if (!mime) return;
+  FieldChanges changes;
+  FixDate(mime->impl().Entity(), changes);
+  changes.ApplyTo(mime->impl().Entity());
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -80,7 +80,10 @@ void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool ext
 
 NormalOneOff::NormalOneOff(const std::u16string& name, const std::u16string& address)
     : _name(&name), _address(&address) {
-  if (IsTrimmedText(name) && IsTrimmedText(address)) return;
+  if (IsTrimmedText(address) && (name.empty() || IsTrimmedText(name))) {
+    if (name.empty()) _name = _address;
+    return;
+  }
   _ownName = name;
   _ownAddress = address;
   EnsureNonNullOneOff(_ownName, _ownAddress, false);

@@ -9,4 +9,8 @@ namespace parvane::platform::simd {
 // `size` when there is none.
 std::size_t FindQuotedPrintableMark(const char* in, std::size_t size);
 
+// Where a header field's name ends: the first ":", control byte, space or 0x7F. `size` when there
+// is none.
+std::size_t FindHeaderNameEnd(const char* in, std::size_t size);
+
 }  // namespace parvane::platform::simd
