@@ -1,6 +1,7 @@
 // Related items, files and messages in messages.
 
 #include <memory>
+#include <string_view>
 
 #include "convert/conversion_report.h"
 #include "convert/message_streams.h"
@@ -10,7 +11,8 @@
 #include "mapi/constants.h"
 #include "mapi/identifiers.h"
 #include "mapi/tags.h"
-#include "mime/ts_byte_data.h"
+#include "mime/cls_email.h"
+#include "mime/transfer_encoding.h"
 #include "mime/ts_email.h"
 #include "mime/ts_string.h"
 
@@ -18,7 +20,7 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
-using Tessary::TsByteData;
+using Tessary::ClsEmail;
 using Tessary::TsEmail;
 using Tessary::TsString;
 
@@ -40,6 +42,23 @@ void WriteFileName(IAttach& attachment, TsEmail& email, int index, Getter get) {
   if (!(email.*get)(index, name)) return;
   SetPropString(&attachment, PR_ATTACH_LONG_FILENAME_W, name.getUnicode());
   SetPropString(&attachment, PR_DISPLAY_NAME_W, name.getUnicode());
+}
+
+// Decodes a part straight into the attachment's stream.
+class PropertySink : public Tessary::ByteSink {
+ public:
+  explicit PropertySink(parvane::convert::PropertyWriter& writer) : _writer(writer) {}
+  bool Take(std::string_view bytes) override { return _writer.Write(bytes); }
+
+ private:
+  parvane::convert::PropertyWriter& _writer;
+};
+
+bool WriteData(IAttach& attachment, TsEmail& email, ClsEmail::PartList list, int index) {
+  parvane::convert::PropertyWriter writer(attachment, PR_ATTACH_DATA_BIN);
+  PropertySink sink(writer);
+  const bool read = email.impl().DecodePart(list, index, sink);
+  return writer.Commit() && read;
 }
 
 }  // namespace
@@ -77,9 +96,7 @@ void MIMEToMAPIMessageConverter::WriteAttachment_File(IAttach* attachment, TsEma
   WriteText(*attachment, *email, index, &TsEmail::GetAttachmentContentID, PR_ATTACH_CONTENT_ID_W);
   WriteFileName(*attachment, *email, index, &TsEmail::GetAttachmentFilename);
   WriteText(*attachment, *email, index, &TsEmail::GetAttachmentContentType, PR_ATTACH_MIME_TAG_W);
-  TsByteData data;
-  const bool read = email->GetAttachmentData(index, data);
-  if (!parvane::convert::WritePropertyStream(*attachment, PR_ATTACH_DATA_BIN, data.view()) || !read)
+  if (!WriteData(*attachment, *email, ClsEmail::PartList::kAttachments, index))
     _attachmentFailed = true;
 }
 
@@ -92,9 +109,7 @@ void MIMEToMAPIMessageConverter::WriteAttachment_Related(IAttach* attachment, Ts
             PR_ATTACH_CONTENT_LOCATION_W);
   WriteText(*attachment, *email, index, &TsEmail::GetRelatedContentType, PR_ATTACH_MIME_TAG_W);
   WriteFileName(*attachment, *email, index, &TsEmail::GetRelatedFilename);
-  TsByteData data;
-  const bool read = email->GetRelatedData(index, data);
-  if (!parvane::convert::WritePropertyStream(*attachment, PR_ATTACH_DATA_BIN, data.view()) || !read)
+  if (!WriteData(*attachment, *email, ClsEmail::PartList::kRelatedItems, index))
     _attachmentFailed = true;
 }
 

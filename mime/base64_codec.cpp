@@ -35,11 +35,16 @@ std::size_t Base64Decoder::EndGroup(char* to) {
 }
 
 void Base64Decoder::Append(std::string_view encoded, std::string& out) {
-  // Room for all that can come, so that nothing below asks again. Padding adds no bytes: a group
-  // that it ends held at least as many characters as bytes.
   const std::size_t base = out.size();
-  out.resize(base + (encoded.size() + _count) / 4 * 3 + 3 + parvane::platform::simd::kBase64Slack);
-  char* to = out.data() + base;
+  out.resize(base + RoomFor(encoded.size()));
+  out.resize(base + Decode(encoded, out.data() + base));
+}
+
+// There is room for all that can come, so that nothing below asks. Padding adds no bytes: a group
+// that it ends held at least as many characters as bytes.
+std::size_t Base64Decoder::Decode(std::string_view encoded, char* out) {
+  static_assert(kSlack >= parvane::platform::simd::kBase64Slack);
+  char* to = out;
   std::size_t i = 0;
   while (i < encoded.size()) {
     if (_count == 0) {
@@ -69,7 +74,7 @@ void Base64Decoder::Append(std::string_view encoded, std::string& out) {
       }
     }
   }
-  out.resize(static_cast<std::size_t>(to - out.data()));
+  return static_cast<std::size_t>(to - out);
 }
 
 void Base64Decoder::Finish(std::string& out) {

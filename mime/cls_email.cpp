@@ -357,6 +357,14 @@ bool ClsEmail::PartData(const char* operation, PartList list, int index, ClsByte
   });
 }
 
+bool ClsEmail::DecodePart(PartList list, int index, ByteSink& sink) {
+  return Run("DecodePart", [&] {
+    const Email2* part = PartAt(list, index);
+    if (part != nullptr) part->entity().DecodeBodyTo(sink);
+    return part != nullptr;
+  });
+}
+
 bool ClsEmail::PartFileName(const char* operation, PartList list, int index, ClsString& out) {
   return Run(operation, [&] {
     const Email2* part = PartAt(list, index);

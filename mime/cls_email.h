@@ -74,6 +74,8 @@ class ClsEmail {
   // ---- Parts ----
   int PartCount(const char* operation, PartList list);
   bool PartData(const char* operation, PartList list, int index, ClsByteData& out);
+  // The same, piece by piece.
+  bool DecodePart(PartList list, int index, ByteSink& sink);
   bool PartFileName(const char* operation, PartList list, int index, ClsString& out);
   bool PartContentType(const char* operation, PartList list, int index, ClsString& out);
   // A field of the part's header; angle brackets around the value are taken off.

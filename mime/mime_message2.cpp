@@ -203,12 +203,24 @@ bool MimeMessage2::ContentTypeIs(std::string_view type) const {
   return EqualsIgnoreAsciiCase(_contentType.value(), type);
 }
 
-ByteSlice MimeMessage2::DecodedBody() const {
+TransferEncoding MimeMessage2::EncodingToDecode() const {
   const TransferEncoding encoding = TransferEncodingFromName(_transferEncoding);
   // A body that holds parts is never encoded itself, whatever its header says.
-  if (encoding == TransferEncoding::kIdentity || !_children.empty()) return SerialiseBody();
-  if (ContentTypeIs("message/rfc822") && !IsReallyEncoded(encoding, body())) return _body;
-  return ByteSlice::Adopt(DecodeBody(encoding, body()));
+  if (encoding == TransferEncoding::kIdentity || !_children.empty()) {
+    return TransferEncoding::kIdentity;
+  }
+  const bool mislabelled = ContentTypeIs("message/rfc822") && !IsReallyEncoded(encoding, body());
+  return mislabelled ? TransferEncoding::kIdentity : encoding;
+}
+
+ByteSlice MimeMessage2::DecodedBody() const {
+  const TransferEncoding encoding = EncodingToDecode();
+  return encoding == TransferEncoding::kIdentity ? SerialiseBody()
+                                                 : ByteSlice::Adopt(DecodeBody(encoding, body()));
+}
+
+void MimeMessage2::DecodeBodyTo(ByteSink& sink) const {
+  Tessary::DecodeBodyTo(EncodingToDecode(), SerialiseBody().view(), sink);
 }
 
 // ---- Changes -----------------------------------------------------------------------------------

@@ -83,6 +83,8 @@ class MimeMessage2 {
   // decoded only where it really is encoded: mailers label such parts with encodings that they did
   // not apply.
   ByteSlice DecodedBody() const;
+  // The same bytes, piece by piece.
+  void DecodeBodyTo(ByteSink& sink) const;
   const std::vector<std::shared_ptr<MimeMessage2>>& children() const { return _children; }
   // The parts too small to be kept.
   const std::vector<std::string_view>& droppedParts() const { return _droppedParts; }
@@ -105,6 +107,7 @@ class MimeMessage2 {
  private:
   struct Context;
 
+  TransferEncoding EncodingToDecode() const;
   void LoadMimeComplete2(const ByteSlice& text, Context& context);
   ByteSlice NormaliseLineEnds(const ByteSlice& text, Log& log) const;
   void ReadContentFields();

@@ -1,6 +1,7 @@
 #include "mime/transfer_encoding.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "platform/text.h"
 
@@ -25,6 +26,63 @@ TransferEncoding TransferEncodingFromName(std::string_view name) {
     return TransferEncoding::kUuencode;
   }
   return TransferEncoding::kIdentity;
+}
+
+namespace {
+
+// Large enough to be read in long runs, small enough for the second-level cache.
+constexpr std::size_t kPiece = 192u << 10;
+
+// Calls `decode` with pieces of `body` until it answers false.
+template <typename Decode>
+void ForEachPiece(std::string_view body, Decode decode) {
+  while (!body.empty() && decode(body.substr(0, kPiece))) {
+    body.remove_prefix(std::min(kPiece, body.size()));
+  }
+}
+
+template <typename Decoder>
+void DecodePieces(Decoder decoder, std::string_view body, ByteSink& sink) {
+  std::string out;
+  bool wanted = true;
+  ForEachPiece(body, [&](std::string_view piece) {
+    out.clear();
+    decoder.Append(piece, out);
+    return wanted = sink.Take(out);
+  });
+  if (!wanted) return;
+  out.clear();
+  decoder.Finish(out);
+  sink.Take(out);
+}
+
+void DecodeBase64Pieces(std::string_view body, ByteSink& sink) {
+  const auto out =
+      std::make_unique_for_overwrite<char[]>(Base64Decoder::RoomFor(std::min(kPiece, body.size())));
+  Base64Decoder decoder;
+  bool wanted = true;
+  ForEachPiece(body, [&](std::string_view piece) {
+    return wanted = sink.Take({out.get(), decoder.Decode(piece, out.get())});
+  });
+  if (!wanted) return;
+  std::string rest;
+  decoder.Finish(rest);
+  sink.Take(rest);
+}
+
+}  // namespace
+
+void DecodeBodyTo(TransferEncoding encoding, std::string_view body, ByteSink& sink) {
+  switch (encoding) {
+    case TransferEncoding::kBase64:
+      return DecodeBase64Pieces(body, sink);
+    case TransferEncoding::kQuotedPrintable:
+      return DecodePieces(QuotedPrintableDecoder(), body, sink);
+    case TransferEncoding::kUuencode:
+      return DecodePieces(UuDecoder(), body, sink);
+    case TransferEncoding::kIdentity:
+      sink.Take(body);
+  }
 }
 
 std::string DecodeBody(TransferEncoding encoding, std::string_view body) {

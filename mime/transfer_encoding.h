@@ -17,10 +17,18 @@ namespace Tessary {
 class Base64Decoder {
  public:
   void Append(std::string_view encoded, std::string& out);
+  // The same to memory with room for RoomFor(encoded.size()) bytes; how many were written.
+  std::size_t Decode(std::string_view encoded, char* out);
+  static constexpr std::size_t RoomFor(std::size_t characters) {
+    return (characters + 3) / 4 * 3 + 3 + kSlack;
+  }
   // Gives what the last, unpadded characters hold and begins anew.
   void Finish(std::string& out);
 
  private:
+  // What is written beyond the bytes that count.
+  static constexpr std::size_t kSlack = 32;
+
   // Writes what the characters of an unfinished group hold, 0 to 2 bytes; how many those are.
   std::size_t EndGroup(char* to);
 
@@ -78,5 +86,17 @@ TransferEncoding TransferEncodingFromName(std::string_view name);
 
 // The decoded body. Identity copies.
 std::string DecodeBody(TransferEncoding encoding, std::string_view body);
+
+// Takes bytes piece by piece.
+class ByteSink {
+ public:
+  // False: no more is wanted.
+  virtual bool Take(std::string_view bytes) = 0;
+
+ protected:
+  ~ByteSink() = default;
+};
+// Gives the same bytes away in pieces, without ever holding all of them.
+void DecodeBodyTo(TransferEncoding encoding, std::string_view body, ByteSink& sink);
 
 }  // namespace Tessary
