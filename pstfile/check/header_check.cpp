@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 #include "pstfile/ndb/crc.h"
 
@@ -15,26 +16,36 @@ constexpr std::uint8_t kMapsValid = 2;
 std::uint32_t PartialCrc(std::span<const std::byte> header) { return Crc(header.subspan(8, 471)); }
 std::uint32_t FullCrc(std::span<const std::byte> header) { return Crc(header.subspan(8, 516)); }
 
+// The copy of the coming header that stands in the file while it is changed, if it is whole.
+std::optional<HeaderFields> WholeCopy(Image& image) {
+  std::array<std::byte, kHeaderSize> bytes{};
+  if (!image.Read(kHeaderCopyOffset, bytes)) return {};
+  const HeaderFields copy = HeaderFields::Decode(bytes);
+  const bool whole = copy.magic == image.header().magic && copy.version == image.header().version &&
+                     copy.partialCrc == PartialCrc(bytes) && copy.fullCrc == FullCrc(bytes);
+  return whole ? std::optional(copy) : std::nullopt;
+}
+
 void CheckSums(Image& image, Reporter& reporter) {
   const HeaderFields& h = image.header();
   const std::uint32_t partial = PartialCrc(image.headerBytes());
   const std::uint32_t full = FullCrc(image.headerBytes());
   if (h.partialCrc == partial && h.fullCrc == full) return;
-  if (h.partialCrc != partial) {
-    reporter.Error(codes::kHeaderCrc,
-                   Say("header: dwCRCPartial ", Hex{h.partialCrc}, ", computed ", Hex{partial}));
-  }
-  if (h.fullCrc != full) {
-    reporter.Error(codes::kHeaderCrc,
-                   Say("header: dwCRCFull ", Hex{h.fullCrc}, ", computed ", Hex{full}));
-  }
-  std::array<std::byte, kHeaderSize> bytes{};
-  if (!image.Read(kHeaderCopyOffset, bytes)) return;
-  const HeaderFields copy = HeaderFields::Decode(bytes);
-  if (copy.magic == h.magic && copy.version == h.version && copy.partialCrc == PartialCrc(bytes) &&
-      copy.fullCrc == FullCrc(bytes)) {
-    image.UseHeader(copy);
-  }
+  const std::optional<HeaderFields> copy = WholeCopy(image);
+  // With its copy whole, the header was being written when power failed: nothing is lost.
+  const auto report = [&](const char* field, std::uint32_t found, std::uint32_t computed) {
+    if (found == computed) return;
+    const std::string what = Say("header: ", field, " ", Hex{found}, ", computed ", Hex{computed},
+                                 copy ? "; the copy at 0x2000 is whole" : "");
+    if (copy) {
+      reporter.Unclosed(codes::kHeaderCrc, what, Severity::kError);
+    } else {
+      reporter.Error(codes::kHeaderCrc, what);
+    }
+  };
+  report("dwCRCPartial", h.partialCrc, partial);
+  report("dwCRCFull", h.fullCrc, full);
+  if (copy) image.UseHeader(*copy);
 }
 
 void CheckFields(const HeaderFields& h, Reporter& reporter) {
@@ -69,7 +80,7 @@ void CheckFields(const HeaderFields& h, Reporter& reporter) {
   if (h.mapState == kMapsInvalid) {
     reporter.Unclosed(codes::kNotClosed,
                       "header: fAMapValid is 0: the last writer did not close the file, and its "
-                      "allocation maps do not count");
+                      "allocation maps do not count; the next one makes new ones");
   } else if (h.mapState > kMapsValid) {
     reporter.Error(codes::kHeaderField,
                    Say("header: fAMapValid is ", h.mapState, ", expected 0 or 2"));
@@ -84,27 +95,42 @@ void CheckFields(const HeaderFields& h, Reporter& reporter) {
 void CheckGap(Image& image, Reporter& reporter) {
   std::array<std::byte, kDListOffset> head{};
   if (!image.Read(0, head)) return;
-  auto from = head.begin() + kHeaderSize;
-  if (image.header().mapState != kMapsValid) {
-    // Until the file is closed, the copy of the coming header stands here.
-    std::fill_n(head.begin() + kHeaderCopyOffset, kHeaderSize, std::byte{0});
-  }
-  const auto found = std::find_if(from, head.end(), [](std::byte b) { return b != std::byte{0}; });
-  if (found != head.end()) {
+  const auto nonZero = [&](std::size_t from, std::size_t to) -> std::optional<std::size_t> {
+    const auto end = head.begin() + static_cast<std::ptrdiff_t>(to);
+    const auto found = std::find_if(head.begin() + static_cast<std::ptrdiff_t>(from), end,
+                                    [](std::byte b) { return b != std::byte{0}; });
+    if (found == end) return {};
+    return static_cast<std::size_t>(found - head.begin());
+  };
+  constexpr std::size_t kCopyEnd = kHeaderCopyOffset + kHeaderSize;
+  for (const auto& stray :
+       {nonZero(kHeaderSize, kHeaderCopyOffset), nonZero(kCopyEnd, head.size())}) {
+    if (!stray) continue;
     reporter.Warning(codes::kHeaderGap,
-                     Say("the byte at ", Hex{static_cast<std::uint64_t>(found - head.begin())},
+                     Say("the byte at ", Hex{*stray},
                          " is not zero; nothing is defined between header and 0x4200"));
+  }
+  // Until the file is closed, the copy of the coming header is expected there.
+  if (image.header().mapState != kMapsValid || !nonZero(kHeaderCopyOffset, kCopyEnd)) return;
+  if (WholeCopy(image)) {
+    reporter.Unclosed(codes::kNotClosed,
+                      "a copy of the header stands at 0x2000: the last writer was cut off");
+  } else {
+    reporter.Unclosed(codes::kHeaderGap,
+                      Say("the byte at ", Hex{*nonZero(kHeaderCopyOffset, kCopyEnd)},
+                          " is not zero; nothing is defined between header and 0x4200"));
   }
 }
 
 void CheckSize(const Image& image, Reporter& reporter) {
   const HeaderFields& h = image.header();
-  if (h.endOfFile != image.size()) {
-    reporter.Report(
-        h.mapState == kMapsInvalid && reporter.options().acceptUnclosed ? Severity::kNote
-                                                                        : Severity::kError,
-        codes::kFileSize,
-        Say("header: ibFileEof is ", h.endOfFile, ", the file has ", image.size(), " bytes"));
+  if (h.endOfFile < image.size()) {
+    // Space is taken before the header tells of it, and given back after: nothing is missing.
+    reporter.Unclosed(codes::kFileSize, Say("header: ibFileEof is ", h.endOfFile, ", the file has ",
+                                            image.size(), " bytes"));
+  } else if (h.endOfFile > image.size()) {
+    reporter.Error(codes::kFileSize, Say("header: ibFileEof is ", h.endOfFile,
+                                         ", the file has only ", image.size(), " bytes"));
   } else if (image.size() < kSmallestFile ||
              (image.size() - kFirstAMapOffset) % kAMapInterval != 0) {
     reporter.Error(codes::kFileSize,

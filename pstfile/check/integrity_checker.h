@@ -77,8 +77,9 @@ struct CheckOptions {
   std::uint64_t findingsPerCode = 100;
   // Also deliver findings of severity kNote.
   bool notes = false;
-  // The file may have been left by a writer that was interrupted: that it was not closed, that its
-  // allocation maps do not count and that its size is off are notes then.
+  // The file may have been left by a writer that was interrupted: that it was not closed, that it
+  // is longer than its header says, that maps which do not count are half written and that a whole
+  // copy stands for a torn header are notes then. Nothing of this means that mail is missing.
   bool acceptUnclosed = false;
 };
 

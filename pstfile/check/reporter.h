@@ -57,10 +57,9 @@ class Reporter {
   void Habit(codes::Code code, std::string message) {
     Report(_foreign ? Severity::kNote : Severity::kWarning, code, std::move(message));
   }
-  // What an interrupted writer leaves.
-  void Unclosed(codes::Code code, std::string message) {
-    Report(_options.acceptUnclosed ? Severity::kNote : Severity::kWarning, code,
-           std::move(message));
+  // What an interrupted writer leaves; `severity` for those who expect none.
+  void Unclosed(codes::Code code, std::string message, Severity severity = Severity::kWarning) {
+    Report(_options.acceptUnclosed ? Severity::kNote : severity, code, std::move(message));
   }
   // Whether a further finding of this code would still be delivered; guards the search for
   // culprits.

@@ -109,18 +109,17 @@ class SpaceCheck {
   SpaceCheck(Image& image, Reporter& reporter) : _image(image), _reporter(reporter) {}
 
   void Run() {
-    if (_image.size() <= kFirstAMapOffset) return;
-    const std::uint64_t intervals =
-        (_image.size() - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval;
     const HeaderFields& h = _image.header();
+    // What an interrupted writer took beyond the end it told of is nobody's yet.
+    const std::uint64_t size =
+        h.endOfFile > kFirstAMapOffset ? std::min(h.endOfFile, _image.size()) : _image.size();
+    if (size <= kFirstAMapOffset) return;
+    const std::uint64_t intervals = (size - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval;
     _mapsCount = h.mapState == 1 || h.mapState == 2;
-    const std::uint64_t told =
-        h.endOfFile > kFirstAMapOffset && h.mapState == 0
-            ? (h.endOfFile - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval
-            : intervals;
-    if (h.lastAMap != MapOffset(told - 1)) {
-      _reporter.Error(codes::kLastMap, Say("header: ibAMapLast is ", Hex{h.lastAMap},
-                                           ", the last AMap is at ", Hex{MapOffset(told - 1)}));
+    if (h.lastAMap != MapOffset(intervals - 1)) {
+      _reporter.Error(codes::kLastMap,
+                      Say("header: ibAMapLast is ", Hex{h.lastAMap}, ", the last AMap is at ",
+                          Hex{MapOffset(intervals - 1)}));
     }
     SpaceVisitor visitor(_image, _reporter);
     for (std::uint64_t first = 0; first < intervals; first += kIntervalsAtOnce) {
@@ -140,6 +139,14 @@ class SpaceCheck {
   void CheckInterval(std::uint64_t n, std::span<const std::uint8_t> used);
   void CompareMap(std::uint64_t n, std::span<const std::byte> map,
                   std::span<const std::uint8_t> used);
+  // Maps that do not count may be half written.
+  void Fault(codes::Code code, std::string message) {
+    if (_mapsCount) {
+      _reporter.Error(code, std::move(message));
+    } else {
+      _reporter.Unclosed(code, std::move(message));
+    }
+  }
   bool ReadMapPage(const MapPage& kind, std::uint64_t offset, std::span<std::byte> bytes);
   bool ReservedForPages(std::uint64_t offset);
   void CheckFreeCounts();
@@ -157,27 +164,24 @@ bool SpaceCheck::ReadMapPage(const MapPage& kind, std::uint64_t offset,
                              std::span<std::byte> bytes) {
   const std::string at = Say(kind.name, " at ", Hex{offset}, ": ");
   if (!_image.Read(offset, bytes)) {
-    _reporter.Error(codes::kPagePlace, at + "the file ends before it, or it cannot be read");
+    Fault(codes::kPagePlace, at + "the file ends before it, or it cannot be read");
     return false;
   }
   if (LoadU8(bytes, 496) != kind.type || LoadU8(bytes, 497) != kind.type) {
-    _reporter.Error(codes::kPageType,
-                    at + Say("page type ", Hex{LoadU8(bytes, 496)}, "/", Hex{LoadU8(bytes, 497)},
-                             ", expected ", Hex{kind.type}));
+    Fault(codes::kPageType, at + Say("page type ", Hex{LoadU8(bytes, 496)}, "/",
+                                     Hex{LoadU8(bytes, 497)}, ", expected ", Hex{kind.type}));
     return false;
   }
   const std::uint32_t crc = Crc(bytes.first(kPageBodySize));
   if (LoadU32(bytes, 500) != crc) {
-    _reporter.Error(codes::kPageCrc,
-                    at + Say("dwCRC ", Hex{LoadU32(bytes, 500)}, ", computed ", Hex{crc}));
+    Fault(codes::kPageCrc, at + Say("dwCRC ", Hex{LoadU32(bytes, 500)}, ", computed ", Hex{crc}));
   }
   if (LoadU16(bytes, 498) != 0) {
-    _reporter.Error(codes::kPageSignature,
-                    at + Say("wSig ", Hex{LoadU16(bytes, 498)}, ", expected 0"));
+    Fault(codes::kPageSignature, at + Say("wSig ", Hex{LoadU16(bytes, 498)}, ", expected 0"));
   }
   if (LoadU64(bytes, 504) != offset) {
-    _reporter.Error(codes::kPageId,
-                    at + Say("page id ", Hex{LoadU64(bytes, 504)}, ", expected its own offset"));
+    Fault(codes::kPageId,
+          at + Say("page id ", Hex{LoadU64(bytes, 504)}, ", expected its own offset"));
   }
   return true;
 }
@@ -278,8 +282,12 @@ void SpaceCheck::CheckDensityList() {
   if (!_image.Read(kDListOffset, page)) return;
   if (std::all_of(page.begin(), page.end(), [](std::byte b) { return b == std::byte{0}; })) return;
   const auto fault = [&](Severity severity, const std::string& what) {
-    _reporter.Report(severity, codes::kDensityList,
-                     Say("DList at ", Hex{kDListOffset}, ": ", what));
+    const std::string message = Say("DList at ", Hex{kDListOffset}, ": ", what);
+    if (severity == Severity::kError) {
+      Fault(codes::kDensityList, message);
+    } else {
+      _reporter.Report(severity, codes::kDensityList, message);
+    }
   };
   if (LoadU8(page, 496) != 0x86 || LoadU8(page, 497) != 0x86) {
     fault(Severity::kError, Say("page type ", Hex{LoadU8(page, 496)}, "/", Hex{LoadU8(page, 497)},

@@ -1,4 +1,9 @@
 // A sound store, damaged in one place at a time: each fault must be found under its own code.
+#include <regex>
+#include <set>
+#include <string>
+#include <string_view>
+
 #include <gtest/gtest.h>
 
 #include "pstfile/check/integrity_checker.h"
@@ -334,6 +339,11 @@ const Fault kFaults[] = {
      [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
     {"folder-unreachable", "a ring",
      [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inbox) + 24, p.inner.value); }},
+    {"search-row", "rows that are folders",
+     [](Surgeon& s, const Patient&) {
+       const NodeId found = kNidSpamSearchFolder.Sibling(NodeKind::kSearchContentsTable);
+       s.U64(s.NodeEntry(found) + 8, s.Node(Hierarchy(kNidIpmSubtree)).data.value);
+     }},
     {"folder-count", "messages",
      [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.inbox), 0x3602) + 4); }},
     {"folder-count", "unread",
@@ -427,18 +437,20 @@ TEST(CheckFaults, EachIsFoundUnderItsOwnCode) {
   }
 }
 
-// What an interrupted writer leaves is no fault to one who expects it.
-TEST(CheckFaults, AnUnclosedFileCanBeAccepted) {
-  Surgeon surgeon(ThePatient().file);
-  surgeon.U8(248) = 0;
-  surgeon.U64(200, 0);         // free bytes unknown
-  surgeon.U8(0x4400 + 2) = 0;  // maps stale
-  surgeon.Seal();
-  surgeon.file().resize(surgeon.file().size() + 253'952);
-  const auto outcome = surgeon.Check({.acceptUnclosed = true});
-  EXPECT_FALSE(outcome.codes.contains("not-closed"));
-  EXPECT_FALSE(outcome.codes.contains("file-size"));
-  EXPECT_FALSE(outcome.codes.contains("space-unmarked"));
+// The list of codes is the list of rules: none of them without a fault that it finds.
+TEST(CheckFaults, EveryCodeHasItsFault) {
+  std::set<std::string_view> inflicted;
+  for (const Fault& fault : kFaults) inflicted.insert(fault.code);
+  const auto header = platform::ReadWholeFile(platform::FileSystem::Default(),
+                                              platform::PathFromNative(PARVANE_FINDING_CODES));
+  ASSERT_TRUE(header.ok()) << header.status().message();
+  const std::regex code("Code k\\w+ = \"([a-z-]+)\"");
+  std::size_t codes = 0;
+  for (std::sregex_iterator i(header->begin(), header->end(), code), end; i != end; ++i) {
+    EXPECT_TRUE(inflicted.contains((*i)[1].str())) << (*i)[1];
+    ++codes;
+  }
+  EXPECT_EQ(codes, inflicted.size());
 }
 
 // Bytes overwritten all over: no crash, no endless loop, and seldom nothing to be found.

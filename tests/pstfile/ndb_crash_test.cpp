@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "pstfile/ndb/node_database.h"
+#include "tests/pstfile/crash_replay.h"
 #include "tests/pstfile/ndb_inspection.h"
 
 namespace parvane::pstfile {
@@ -98,33 +99,6 @@ void StartFile(MemoryFiles& files, State& state) {
   ASSERT_OK((*db)->Publish());
 }
 
-// The steps not yet flushed when the power fails: each sector of each may have reached the disk.
-void ApplyTorn(std::span<const MemoryFiles::Step> pending, std::mt19937& random, Bytes& file) {
-  constexpr std::size_t kSector = 512;
-  std::vector<MemoryFiles::Step> pieces;
-  for (const auto& step : pending) {
-    if (step.act == MemoryFiles::Act::kResize) {
-      if (random() % 2 == 0) pieces.push_back(step);
-      continue;
-    }
-    for (std::size_t at = 0; at < step.bytes.size();) {
-      const std::size_t size =
-          std::min<std::size_t>(step.bytes.size() - at, kSector - (step.offset + at) % kSector);
-      if (random() % 2 == 0) {
-        const auto from = step.bytes.begin() + static_cast<std::ptrdiff_t>(at);
-        pieces.push_back({step.act,
-                          step.path,
-                          step.offset + at,
-                          Bytes(from, from + static_cast<std::ptrdiff_t>(size)),
-                          {}});
-      }
-      at += size;
-    }
-  }
-  std::ranges::shuffle(pieces, random);
-  for (const auto& piece : pieces) MemoryFiles::Apply(piece, file);
-}
-
 TEST(CrashTest, EveryStepLeavesTheLastCommitOrTheNext) {
   MemoryFiles files;
   State state;
@@ -135,50 +109,33 @@ TEST(CrashTest, EveryStepLeavesTheLastCommitOrTheNext) {
   ASSERT_OK(RunSessions(files, state, 5'000'000,
                         [&](const State& s) { commits.emplace_back(files.steps.size(), s); }));
 
-  std::mt19937 random(11);
-  Bytes durable = start;
-  std::size_t flushed = 0;  // steps in `durable`
-  std::size_t boundaries = 0, recovered = 0, next = 0;
-  const auto& steps = files.steps;
-  for (std::size_t i = 0; i <= steps.size(); ++i) {
-    while (next + 1 < commits.size() && commits[next + 1].first <= i) ++next;
-    const std::span pending = std::span(steps).subspan(flushed, i - flushed);
-    ++boundaries;
-    for (int variant = 0; variant < 4; ++variant) {
-      if (variant != 1 && pending.empty()) continue;
-      Bytes image = durable;
-      if (variant == 0) {
-        for (const auto& step : pending) MemoryFiles::Apply(step, image);
-      } else if (variant > 1) {
-        ApplyTorn(pending, random, image);
-      }
-      MemoryFiles after;
-      after[kPath] = std::move(image);
-      auto db = NodeDatabase::Open(after, kPath, OpenMode::kReadWrite);
-      ASSERT_TRUE(db.ok()) << "step " << i << " variant " << variant << ": "
-                           << db.status().message();
-      recovered += (*db)->openReport().headerFromCopy ? 1 : 0;
-      State found = commits[next].second;
-      std::string difference = Difference(**db, found);
-      if (!difference.empty() && next + 1 < commits.size()) {
-        found = commits[next + 1].second;
-        difference = Difference(**db, found);
-      }
-      ASSERT_EQ(difference, "") << "step " << i << " variant " << variant;
-      if ((i + static_cast<std::size_t>(variant)) % 5 != 0) continue;
-      // And the file can be gone on with.
-      ASSERT_OK(Put(**db, found, 0x999 << 5 | 4, 5000, i));
-      ASSERT_OK((*db)->Close());
-      auto again = NodeDatabase::Open(after, kPath, OpenMode::kRead);
-      ASSERT_OK(again);
-      ASSERT_EQ(Difference(**again, found), "") << "step " << i << " variant " << variant;
-      ASSERT_THAT(Problems(**again, true), IsEmpty()) << "step " << i << " variant " << variant;
+  std::size_t next = 0, recovered = 0;
+  const auto judge = [&](const Crash& crash, Bytes file) {
+    SCOPED_TRACE("step " + std::to_string(crash.step) + " variant " +
+                 std::to_string(crash.variant));
+    while (next + 1 < commits.size() && commits[next + 1].first <= crash.step) ++next;
+    MemoryFiles after;
+    after[kPath] = std::move(file);
+    auto db = NodeDatabase::Open(after, kPath, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    recovered += (*db)->openReport().headerFromCopy ? 1 : 0;
+    State found = commits[next].second;
+    std::string difference = Difference(**db, found);
+    if (!difference.empty() && next + 1 < commits.size()) {
+      found = commits[next + 1].second;
+      difference = Difference(**db, found);
     }
-    if (i < steps.size() && steps[i].act == MemoryFiles::Act::kFlush) {
-      for (; flushed < i + 1; ++flushed) MemoryFiles::Apply(steps[flushed], durable);
-    }
-  }
-  EXPECT_GT(boundaries, 150U);
+    ASSERT_EQ(difference, "");
+    if ((crash.step + crash.variant) % 5 != 0) return;
+    // And the file can be gone on with.
+    ASSERT_OK(Put(**db, found, 0x999 << 5 | 4, 5000, crash.step));
+    ASSERT_OK((*db)->Close());
+    auto again = NodeDatabase::Open(after, kPath, OpenMode::kRead);
+    ASSERT_OK(again);
+    ASSERT_EQ(Difference(**again, found), "");
+    ASSERT_THAT(Problems(**again, true), IsEmpty());
+  };
+  EXPECT_GT(ReplayCrashes(start, files.steps, judge), 600U);
   EXPECT_GT(recovered, 5U) << "no header was ever torn";
 }
 
