@@ -258,7 +258,7 @@ class Conversion {
     const std::string summary = began ? Summary(_record) : SummaryOfNothing(_record);
     if (began) _logs.Both(summary);
     if (!_record.error.empty()) _logs.Both("ERROR: " + _record.error);
-    if (Status closed = _logs.Close(); !closed.ok()) Fail(closed);
+    if (Status written = _logs.Flush(); !written.ok()) Fail(written);
     if (_report) {
       _report->Write(Report(_record));
       if (Status written = _report->Flush(); !written.ok()) Fail(written.WithContext("report"));

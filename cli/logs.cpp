@@ -41,7 +41,7 @@ void Logs::Brief(std::u16string_view text) {
   if (_brief) _brief->Write(text);
 }
 
-Status Logs::Close() {
+Status Logs::Flush() {
   Status first;
   for (TextFile* file : {_brief.get(), _detailed.get()}) {
     if (!file) continue;

@@ -23,8 +23,8 @@ class Logs {
   void Detailed(std::string_view line);
   void Brief(std::u16string_view text);
 
-  // The first error of either file.
-  platform::Status Close();
+  // What has been said so far outlives the program. The first error of either file.
+  platform::Status Flush();
 
  private:
   std::unique_ptr<TextFile> _brief;

@@ -101,12 +101,16 @@ void Witness::AddFailure(const Item& item, std::string reason, std::string detai
 
 void Witness::CountCommitted() {
   const auto* diagnostics = Diagnostics();
-  if (!diagnostics) return;
+  if (!diagnostics || _committed >= diagnostics->messagesCommitted) return;
   for (; _committed < diagnostics->messagesCommitted && !_uncommitted.empty(); ++_committed) {
     const Item& item = _uncommitted.front();
     if (!item.failed) ++_record.folders[item.folder].written;
     _uncommitted.pop_front();
   }
+  // Whatever becomes of this program: what the log says is safe is in the PST.
+  _logs.Detailed(std::string_view(
+      fmt::format("COMMITTED: {} in the PST", Counted(_record.Written(), "message"))));
+  (void)_logs.Flush().ok();  // a failure is kept and told at the end
 }
 
 bool Witness::Settle() {

@@ -1,0 +1,117 @@
+"""The program killed at any moment: what it had said to be committed is in the PST, the PST is
+sound, and the next run goes on with it."""
+import json
+import os
+import random
+import re
+import subprocess
+import time
+import unittest
+
+import mailboxes
+from harness import PARVANE, PstTest, Run
+
+SECONDS = 20  # for all the kills of a test
+# What a writer that was cut off leaves, and all it may leave. None of it means that mail is missing.
+UNCLOSED = {'not-closed', 'file-size', 'header-gap', 'page-crc', 'dlist'}
+
+
+class Killed(PstTest):
+
+    def setUp(self):
+        super().setUp()
+        self.pst = self.folder / 'out.pst'
+        self.log = self.folder / 'detailed.log'
+        self.source = self.folder / 'Mail'
+        self.write('Mail/Small.mbox', mailboxes.many(10_000))
+        self.write('Mail/Large.mbox', mailboxes.attachments(50, 150_000))
+        self.write('Mail/Small/More.mbox', mailboxes.many(5_000, seed=3))
+        self.extra = self.write('Extra.mbox', mailboxes.many(3))
+
+    def start(self):
+        environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
+        return subprocess.Popen(
+            [PARVANE, 'convert', '--append', '--quiet', '--detailed-log', str(self.log),
+             str(self.source), str(self.pst)],
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+            env=environment)
+
+    def committed(self):
+        """What the killed run had told of, by its log."""
+        said = re.findall(r'^COMMITTED: ([\d,]+) messages? in the PST$',
+                          self.log.read_text('utf-8') if self.log.exists() else '', re.M)
+        return int(said[-1].replace(',', '')) if said else 0
+
+    def count_by_lspst(self):
+        run = Run(['lspst', self.pst])
+        self.assertEqual((run.code, run.err), (0, ''), run)
+        return len(re.findall(r'^Email\t', run.out, re.M))
+
+    def assert_unclosed_at_worst(self):
+        run = self.parvane('check', '--json', self.pst)
+        found = json.loads(run.out)
+        self.assertEqual(found['errors'], 0, run)
+        self.assertLessEqual(set(found['counts']), UNCLOSED, run)
+        self.assertEqual(run.code, 1 if found['counts'] else 0, run)
+        return found
+
+    def test_at_random_moments(self):
+        chance = random.Random(7)
+        begun = time.monotonic()
+        process = self.start()
+        self.assertEqual(process.wait(), 0, process.stderr.read())
+        process.stderr.close()
+        whole = time.monotonic() - begun
+        total = self.count_by_lspst()
+        self.pst.unlink()
+
+        there = kills = with_commits = taken_over = unclosed = 0
+        while kills < 6 or time.monotonic() - begun < SECONDS:
+            moment = chance.random() * whole
+            process = self.start()
+            try:
+                process.wait(moment)
+            except subprocess.TimeoutExpired:
+                process.kill()
+            error = process.communicate()[1]
+            if process.returncode == 0:
+                self.pst.unlink()  # too late for this one
+                there = 0
+                continue
+            self.assertEqual((process.returncode, error), (-9, b''))
+            kills += 1
+            committed = self.committed()
+            with_commits += committed > 0
+            with self.subTest(kill=kills, moment=moment, before=there, committed=committed):
+                if not self.pst.exists():
+                    self.assertEqual((there, committed), (0, 0))
+                    continue
+                now = self.count_by_lspst()
+                self.assertGreaterEqual(now, there + committed)
+                self.assertLessEqual(now, there + total)
+                found = self.assert_unclosed_at_worst()
+                unclosed += not found['clean']
+                self.assertEqual(found['examined']['messages'], now)
+                there = now
+                if kills % 2 == 0:
+                    continue  # the next one takes an unclosed file over, and is killed itself
+                run = self.parvane('convert', '--append', '--detailed-log', self.log, self.extra,
+                                   self.pst)
+                self.assertEqual(run.code, 0, run)
+                said = "last writer had not closed it" in self.log.read_text('utf-8')
+                self.assertEqual(said, 'not-closed' in found['counts'])
+                taken_over += said
+                there += 3
+                run = self.parvane('check', '--notes', self.pst)
+                self.assertEqual((run.code, run.out.count('\n'), run.err), (0, 1, ''), run)
+                self.assertEqual(self.count_by_lspst(), there)
+                self.pst.unlink()
+                there = 0
+        self.assertGreater(with_commits, 0)
+        self.assertGreater(taken_over, 0)
+        self.assertGreater(unclosed, 0)
+        print(f'{kills} kills, {with_commits} after a commit, {unclosed} files left unclosed')
+
+
+if __name__ == '__main__':
+    unittest.main()
