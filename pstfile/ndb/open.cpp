@@ -15,11 +15,6 @@ namespace {
 // Beside the file itself, so that renaming never crosses file systems.
 std::u16string TemporaryName(std::u16string_view path) { return std::u16string(path) + u".new"; }
 
-constexpr std::uint64_t WholeIntervals(std::uint64_t end) {
-  return kFirstAMapOffset +
-         (end - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval * kAMapInterval;
-}
-
 }  // namespace
 
 NodeDatabase::Impl::Impl(platform::FileSystem& fileSystem, std::u16string_view filePath,
