@@ -20,7 +20,10 @@ struct WalkResult {
 
 class StoreWalker {
  public:
-  explicit StoreWalker(PstStore& store) : _store(store) {}
+  // Stops, with what it has, after reading `budget` rows, values or pieces of large values: a
+  // damaged file can hold the same things inside each other any number of times.
+  explicit StoreWalker(PstStore& store, std::uint64_t budget = UINT64_MAX)
+      : _store(store), _budget(budget) {}
 
   WalkResult Walk() {
     auto properties = _store.OpenStoreProperties();
@@ -48,8 +51,11 @@ class StoreWalker {
     return result.status();
   }
 
+  bool Spend() { return _budget != 0 && _budget-- != 0; }
+
   void ReadProperties(PropertyReader& reader) {
     for (const PropertyReader::Entry& entry : reader.entries()) {
+      if (!Spend()) return;
       ++_result.properties;
       const PropType type = entry.tag.Type();
       if (type == PropType::kObject) {
@@ -60,7 +66,7 @@ class StoreWalker {
         auto value = reader.OpenValue(entry.tag);
         if (!Ok(value)) continue;
         std::vector<std::byte> piece(16384);
-        for (std::uint64_t at = 0; at < value->size();) {
+        for (std::uint64_t at = 0; at < value->size() && Spend();) {
           auto count = value->ReadAt(at, piece);
           if (!Ok(count) || *count == 0) break;
           at += *count;
@@ -82,7 +88,8 @@ class StoreWalker {
     ReadProperties(message.properties());
     auto recipients = message.Recipients();
     if (Ok(recipients) && *recipients) {
-      for (std::uint64_t row = 0; row < std::min((*recipients)->rows(), kRowsLimit); ++row) {
+      for (std::uint64_t row = 0; row < std::min((*recipients)->rows(), kRowsLimit) && Spend();
+           ++row) {
         PropertyList cells;
         if (Ok((*recipients)->SelectRow(row)) && Ok((*recipients)->ReadRow(cells, nullptr))) {
           ++_result.recipients;
@@ -91,7 +98,7 @@ class StoreWalker {
     }
     auto table = message.Attachments();
     if (!Ok(table) || !*table) return;
-    for (std::uint64_t row = 0; row < std::min((*table)->rows(), kRowsLimit); ++row) {
+    for (std::uint64_t row = 0; row < std::min((*table)->rows(), kRowsLimit) && Spend(); ++row) {
       if (!Ok((*table)->SelectRow(row))) continue;
       auto attachment = message.OpenAttachment(NodeId((*table)->RowId()));
       if (!Ok(attachment)) continue;
@@ -107,7 +114,7 @@ class StoreWalker {
 
   void WalkMessages(platform::Result<TableReader> table) {
     if (!Ok(table)) return;
-    for (std::uint64_t row = 0; row < std::min(table->rows(), kRowsLimit); ++row) {
+    for (std::uint64_t row = 0; row < std::min(table->rows(), kRowsLimit) && Spend(); ++row) {
       if (!Ok(table->SelectRow(row))) continue;
       auto message = _store.OpenMessage(NodeId(table->RowId()));
       if (!Ok(message)) continue;
@@ -132,6 +139,7 @@ class StoreWalker {
   }
 
   PstStore& _store;
+  std::uint64_t _budget;
   WalkResult _result;
   std::set<NodeId> _seen;
 };
