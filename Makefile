@@ -36,10 +36,10 @@ windows:
 	@cmake --build build/windows-cross --target parvane
 
 bench:
-	@tools/install_dependencies.sh
+	@tools/install_dependencies.sh bench
 	@cmake --preset bench
 	@cmake --build build/bench
-	@python3 bench/convert_benchmark.py --parvane build/bench/parvane
+	@python3 bench/convert_benchmark.py --build build/bench
 
 format:
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i

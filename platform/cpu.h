@@ -15,7 +15,8 @@ enum class CpuFeature {
   kVpclmul  // VPCLMULQDQ, and kAvx512
 };
 
-// False on machines of another architecture, and for everything while plain paths are forced.
+// False on machines of another architecture, and for everything while plain paths are forced: by
+// ForcePlainPaths, or by PARVANE_CPU=plain in the environment.
 bool CpuHas(CpuFeature feature);
 
 // Makes every fast path take its plain twin, for tests; not while other threads convert.

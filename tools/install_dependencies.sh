@@ -4,7 +4,8 @@
 #
 #   install_dependencies.sh            what building needs
 #   install_dependencies.sh GROUP...   the same, and what these need: "tests" (and .ci/run),
-#                                      "windows" (the Windows program and its tests under Wine)
+#                                      "bench" (the yardsticks of benchmarks), "windows" (the
+#                                      Windows program and its tests under Wine)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -13,12 +14,14 @@ set -eu
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
 libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev"
+bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix googletest wine wine64"
 
 wanted=$build
 for group in "$@"; do
   case $group in
     tests) wanted="$wanted $tests" ;;
+    bench) wanted="$wanted $bench" ;;
     windows) wanted="$wanted $windows" ;;
     *) echo "install_dependencies: unknown group $group" >&2; exit 2 ;;
   esac
