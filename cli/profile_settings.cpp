@@ -1,5 +1,6 @@
 #include "cli/profile_settings.h"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
@@ -36,9 +37,8 @@ std::optional<std::string> TakeText(std::string_view& line) {
 std::map<std::string, std::string> ServerSettings(std::string_view file) {
   std::map<std::string, std::string> settings;
   while (!file.empty()) {
-    const std::size_t end = std::min(file.find('\n'), file.size() - 1);
-    std::string_view line = file.substr(0, end);
-    file.remove_prefix(end + 1);
+    std::string_view line = file.substr(0, file.find('\n'));
+    file.remove_prefix(std::min(line.size() + 1, file.size()));
     if (!line.starts_with("user_pref(")) continue;
     const auto name = TakeText(line);
     if (!name || !name->starts_with(kServer)) continue;

@@ -16,6 +16,9 @@ using QuelmarMIMEEngineCommon::IAssetFolder;
 // The engine's line before the details of an item that failed.
 constexpr std::u16string_view kItemError = u"\r\nERROR : ";
 
+// What the mail library takes at most.
+constexpr std::uint64_t kLargestMessage = 1u << 30;
+
 std::string OneLine(std::u16string_view text) {
   std::string line = platform::Utf16ToUtf8(text);
   std::string out;
@@ -205,9 +208,11 @@ void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
   _record.readFailures.push_back(failure);
 }
 
-void Witness::MessageNotParsed(const engine::MessageLocation&, const platform::Status& dumpStatus) {
-  _itemProblem = dumpStatus.ok() ? "is no readable message; its text is in the error dump"
-                                 : "is no readable message";
+void Witness::MessageNotParsed(const engine::MessageLocation& message,
+                               const platform::Status& dumpStatus) {
+  _itemProblem = message.size > kLargestMessage ? "is larger than 1 GiB" : "is no readable message";
+  _itemProblem += dumpStatus.ok() ? "; its text is in the error dump"
+                                  : "; its text could not be kept: " + dumpStatus.message();
 }
 
 void Witness::MessageConverted(const engine::MessageLocation&, bool success,
