@@ -11,6 +11,15 @@
 namespace parvane::cli {
 namespace {
 
+constexpr const char* kExamples = R"(
+Examples:
+  parvane convert Inbox.mbox mail.pst
+  parvane convert ~/.thunderbird/x1y2z3.default mail.pst
+  parvane list --messages mail.pst
+  parvane check mail.pst
+
+parvane COMMAND --help tells more about a command.)";
+
 constexpr const char* kConvertExamples = R"(
 Examples:
   parvane convert Inbox.mbox mail.pst
@@ -132,7 +141,7 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   app.formatter(std::make_shared<HelpFormat>());
   app.set_version_flag("--version", "parvane " PARVANE_VERSION);
   app.require_subcommand(1);
-  app.footer("\nparvane COMMAND --help tells more about a command.");
+  app.footer(kExamples);
 
   ConvertOptions convert;
   RawConvert raw;

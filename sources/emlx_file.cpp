@@ -42,7 +42,7 @@ std::optional<FirstLine> ReadFirstLine(std::string_view file) {
   return first;
 }
 
-// The list's element stands before anything a cut-off or damaged list may lack.
+// A list that is cut off or damaged gives nothing.
 std::map<std::string, std::string> ReadProperties(std::string_view list) {
   std::map<std::string, std::string> properties;
   pugi::xml_document document;
@@ -52,22 +52,27 @@ std::map<std::string, std::string> ReadProperties(std::string_view list) {
 
 }  // namespace
 
-Result<EmlxContent> ReadEMLXFile(std::u16string_view path) {
-  const auto file = platform::ReadWholeFile(platform::FileSystem::Default(), path);
-  if (!file.ok()) return file.status();
-  const auto first = ReadFirstLine(*file);
+Result<EmlxContent> ParseEMLX(std::string_view file) {
+  const auto first = ReadFirstLine(file);
   if (!first) {
-    return Status(StatusCode::kCorrupt, platform::PathForDisplay(path) +
-                                            ": does not begin with the number of its bytes, so it "
-                                            "is no EMLX message");
+    return Status(StatusCode::kCorrupt,
+                  "does not begin with the number of its bytes, so it is no EMLX message");
   }
-  const std::string_view rest = std::string_view(*file).substr(first->size);
+  const std::string_view rest = file.substr(first->size);
   const std::uint64_t there = std::min<std::uint64_t>(first->count, rest.size());
   const std::string_view message = rest.substr(0, static_cast<std::size_t>(there));
   EmlxContent content;
   content.message.assign(message.begin(), message.end());
   content.missing = first->count - there;
   content.properties = ReadProperties(rest.substr(message.size()));
+  return content;
+}
+
+Result<EmlxContent> ReadEMLXFile(std::u16string_view path) {
+  const auto file = platform::ReadWholeFile(platform::FileSystem::Default(), path);
+  if (!file.ok()) return file.status();
+  auto content = ParseEMLX(*file);
+  if (!content.ok()) return content.status().WithContext(platform::PathForDisplay(path));
   return content;
 }
 

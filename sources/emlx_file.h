@@ -28,7 +28,9 @@ struct EmlxContent {
   std::map<std::string, std::string> properties;
 };
 
-// kCorrupt when the first line is no count; else the file system's own reasons.
+// kCorrupt when the first line is no count.
+parvane::platform::Result<EmlxContent> ParseEMLX(std::string_view file);
+// The same of a file, with the file system's own reasons.
 parvane::platform::Result<EmlxContent> ReadEMLXFile(std::u16string_view path);
 
 // Parses the message, and puts the bodies of parts that lie beside the file (LoadEMLXParts) back

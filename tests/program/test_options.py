@@ -30,7 +30,7 @@ class Usage(PstTest):
         self.assertFalse(pst.exists())
 
     def test_help_and_version(self):
-        for arguments, text in ((['--version'], 'parvane '), (['--help'], 'convert'),
+        for arguments, text in ((['--version'], 'parvane '), (['--help'], 'Examples:'),
                                 (['convert', '--help'], 'Examples:'),
                                 (['list', '--help'], 'Examples:'),
                                 (['check', '--help'], 'Examples:')):
