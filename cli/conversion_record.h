@@ -81,6 +81,12 @@ struct ContinuedFolder {
   std::vector<std::u16string> next;
 };
 
+// The conversion ended before it came to this folder.
+struct UnreadFolder {
+  std::vector<std::u16string> path;
+  std::u16string sourcePath;
+};
+
 struct ConversionRecord {
   std::vector<std::u16string> sources;
   std::u16string destination;
@@ -97,6 +103,7 @@ struct ConversionRecord {
   Listing<SkippedPath> otherFiles;  // nobody would expect any
   std::vector<ReadFailure> readFailures;
   std::vector<RenamedFolder> renamed;
+  std::vector<UnreadFolder> notBegun;
   std::vector<ContinuedFolder> continued;
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;

@@ -172,16 +172,27 @@ class Conversion {
     _progress.OverallTotal(static_cast<std::int64_t>(_plan.TotalBytes()));
     std::uint64_t bytesBefore = 0;
     std::vector<IAssetFolderMutable*> made;
-    for (const PlannedFolder& planned : _plan.folders()) {
+    const std::vector<PlannedFolder>& folders = _plan.folders();
+    for (std::size_t i = 0; i < folders.size(); ++i) {
+      const PlannedFolder& planned = folders[i];
       // Folders without items would never ask.
       _record.interrupted = _interrupt.Requested();
-      if (_record.interrupted) return;
+      if (_record.interrupted) return NoteNotBegun(i);
       IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
       made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
       if (!planned.TakesMail()) continue;
       _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
       bytesBefore += planned.bytes;
-      if (!CopyFolder(planned, made.back())) return;
+      if (!CopyFolder(planned, made.back())) return NoteNotBegun(i + 1);
+    }
+  }
+
+  // From this folder of the plan on.
+  void NoteNotBegun(std::size_t first) {
+    for (std::size_t i = first; i < _plan.folders().size(); ++i) {
+      const PlannedFolder& planned = _plan.folders()[i];
+      if (planned.TakesMail())
+        _record.notBegun.push_back({planned.path, planned.source->FolderDiskPath().value_or(u"")});
     }
   }
 

@@ -56,6 +56,7 @@ class ReportWriter {
     ReadFailures();
     Renamed();
     Continued();
+    NotBegun();
     _json.EndObject();
     return _json.Take();
   }
@@ -203,6 +204,17 @@ class ReportWriter {
       _json.BeginObject();
       Path(_json, "path", folder.path);
       Path(_json, "next", folder.next);
+      _json.EndObject();
+    }
+    _json.EndArray();
+  }
+
+  void NotBegun() {
+    _json.Key("foldersNotBegun").BeginArray();
+    for (const UnreadFolder& entry : _record.notBegun) {
+      _json.BeginObject();
+      Path(_json, "path", entry.path);
+      _json.Key("source").String(PathForDisplay(entry.sourcePath));
       _json.EndObject();
     }
     _json.EndArray();

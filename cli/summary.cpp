@@ -75,6 +75,9 @@ class SummaryWriter {
   void Unfinished() {
     if (_record.error.empty() && !_record.interrupted) return;
     Line("Not finished: mail that comes after the last message read is not in the PST");
+    List(_record.notBegun, "Folders not begun", [](const UnreadFolder& folder) {
+      return fmt::format("{} ({})", FolderPath(folder.path), PathForDisplay(folder.sourcePath));
+    });
   }
 
   void Lists() {

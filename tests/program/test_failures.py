@@ -141,9 +141,12 @@ class Stops(PstTest):
         self.assertFalse(pst.exists())
 
     def test_size_limit(self):
-        source = self.write('Inbox.mbox', mailboxes.attachments(100, 100_000))
+        source = self.write('a.mbox', mailboxes.attachments(100, 100_000))
+        later = [self.write(f'{name}.mbox', mailboxes.many(1)) for name in ('b', 'c')]
         pst = self.folder / 'out.pst'
-        account = self.convert('--size-limit', '5MB', source, pst, code=3)
+        account = self.convert('--size-limit', '5MB', source, *later, pst, code=3)
+        self.assertEqual(account['foldersNotBegun'],
+                         [{'path': [path.stem], 'source': str(path)} for path in later])
         self.assertLessEqual(pst.stat().st_size, 5_000_000)
         self.assertGreater(account['totals']['written'], 10)
         self.assert_account_is_true(account, pst)
