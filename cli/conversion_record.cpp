@@ -63,7 +63,7 @@ std::string_view Describe(SkipReason reason) {
     case SkipReason::kResourceForkCompanion:
       return "companion file of another system";
     case SkipReason::kOrphanSbd:
-      return "subfolders whose own mailbox file is missing";
+      return "subfolders without a mailbox of their name beside them";
     case SkipReason::kSymbolicLinkLoop:
       return "leads back to a folder that is being read";
     case SkipReason::kTooDeep:
@@ -87,7 +87,7 @@ std::string_view Advice(SkipReason reason) {
     case SkipReason::kOtherExtension:
       return "convert it by itself: parvane convert --append FILE DEST.pst";
     case SkipReason::kOrphanSbd:
-      return "make an empty file of the same name without .sbd beside it";
+      return "put an empty file named like it, without .sbd, beside it";
     case SkipReason::kTooDeep:
       return "convert the folder by itself";
     case SkipReason::kSingleMessages:
