@@ -22,7 +22,7 @@ class SystemLibrary {
 
  private:
   explicit SystemLibrary(void* module) : _module(module) {}
-  void* _module;
+  [[maybe_unused]] void* _module;  // off Windows there is none
 };
 
 // The default mail program, as registered (Clients\Mail).
