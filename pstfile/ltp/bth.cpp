@@ -1,10 +1,13 @@
 #include "pstfile/ltp/bth.h"
 
+#include "pstfile/ndb/fields.h"
+
 namespace parvane::pstfile {
 
 using platform::Result;
 using platform::Status;
 using platform::StatusCode;
+using Fields = fields::BthHeader;
 
 namespace {
 
@@ -50,10 +53,10 @@ Result<BthHeader> BthHeader::Decode(std::span<const std::byte> item) {
   }
   if (item[0] != kBthType) return Corrupt("bType is not B5");
   BthHeader header;
-  header.keySize = std::to_integer<std::uint8_t>(item[1]);
-  header.dataSize = std::to_integer<std::uint8_t>(item[2]);
-  header.levels = std::to_integer<std::uint8_t>(item[3]);
-  header.root = HeapId(static_cast<std::uint32_t>(LoadSized(item, 4, 4)));
+  header.keySize = static_cast<std::uint8_t>(LoadField(item, Fields::kKeySize));
+  header.dataSize = static_cast<std::uint8_t>(LoadField(item, Fields::kDataSize));
+  header.levels = static_cast<std::uint8_t>(LoadField(item, Fields::kLevels));
+  header.root = HeapId(static_cast<std::uint32_t>(LoadField(item, Fields::kRoot)));
   if (header.levels > kBthMaxLevels) {
     return Corrupt("bIdxLevels is " + std::to_string(header.levels));
   }
@@ -62,10 +65,10 @@ Result<BthHeader> BthHeader::Decode(std::span<const std::byte> item) {
 
 void BthHeader::Encode(std::span<std::byte> item) const {
   item[0] = kBthType;
-  item[1] = std::byte{keySize};
-  item[2] = std::byte{dataSize};
-  item[3] = std::byte{levels};
-  StoreSized(item, 4, 4, root.value);
+  StoreField(item, Fields::kKeySize, keySize);
+  StoreField(item, Fields::kDataSize, dataSize);
+  StoreField(item, Fields::kLevels, levels);
+  StoreField(item, Fields::kRoot, root.value);
 }
 
 Result<BthReader> BthReader::Open(const Heap& heap, HeapId header, std::size_t keySize,

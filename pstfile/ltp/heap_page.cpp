@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/layout.h"
 #include "pstfile/ndb/little_endian.h"
 
@@ -22,7 +23,10 @@ Status BadPage(std::uint32_t number, const std::string& what) {
   return {StatusCode::kCorrupt, "heap page " + std::to_string(number) + ": " + what};
 }
 
-std::size_t FillLevelOffset(std::uint32_t page) { return page == 0 ? 8 : 2; }
+std::size_t FillLevelOffset(std::uint32_t page) {
+  return (page == 0 ? fields::HeapHeader::kFillLevels : fields::HeapBitmapHeader::kFillLevels)
+      .offset;
+}
 
 }  // namespace
 
@@ -51,11 +55,11 @@ Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byt
     return BadPage(number, "block of " + std::to_string(block.size()) + " bytes");
   }
   if (number == 0 && block[2] != kHeapSignature) return BadPage(number, "bSig is not EC");
-  const std::size_t map = LoadU16(block, 0);
+  const std::size_t map = LoadField(block, fields::HeapHeader::kMap);
   if (map < header || map + 6 > block.size()) {
     return BadPage(number, "ibHnpm " + std::to_string(map) + " outside the page");
   }
-  const std::size_t count = LoadU16(block, map);
+  const std::size_t count = LoadField(block, fields::HeapPageMap::kCount, map);
   if (count > kMaxHeapItemsPerPage || map + 4 + 2 * (count + 1) > block.size()) {
     return BadPage(number, "cAlloc " + std::to_string(count) + " does not fit");
   }
@@ -137,9 +141,13 @@ void HeapPage::SetStoredFillLevel(std::uint32_t index, std::uint8_t level) {
 }
 
 std::uint8_t HeapPage::client() const { return std::to_integer<std::uint8_t>(_bytes[3]); }
-HeapId HeapPage::userRoot() const { return HeapId(LoadU32(Bytes(), 4)); }
+HeapId HeapPage::userRoot() const {
+  return HeapId(LoadField<std::uint32_t>(Bytes(), fields::HeapHeader::kUserRoot));
+}
 void HeapPage::SetClient(HeapClient client) { _bytes[3] = static_cast<std::byte>(client); }
-void HeapPage::SetUserRoot(HeapId root) { StoreU32(Bytes(), 4, root.value); }
+void HeapPage::SetUserRoot(HeapId root) {
+  StoreField(Bytes(), fields::HeapHeader::kUserRoot, root.value);
+}
 
 std::span<const std::byte> HeapPage::Encode(bool isLast) {
   const std::size_t map = (ItemsEnd() + 1) & ~std::size_t{1};
@@ -151,9 +159,9 @@ std::span<const std::byte> HeapPage::Encode(bool isLast) {
     if (i > 0 && _starts[i] == _starts[i - 1]) ++empty;
     StoreU16(bytes, map + 4 + 2 * i, _starts[i]);
   }
-  StoreU16(bytes, map, static_cast<std::uint16_t>(items()));
-  StoreU16(bytes, map + 2, static_cast<std::uint16_t>(empty));
-  StoreU16(bytes, 0, static_cast<std::uint16_t>(map));
+  StoreField(bytes, fields::HeapPageMap::kCount, items(), map);
+  StoreField(bytes, fields::HeapPageMap::kFree, empty, map);
+  StoreField(bytes, fields::HeapHeader::kMap, map);
   return bytes.first(size);
 }
 

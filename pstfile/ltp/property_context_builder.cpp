@@ -5,6 +5,7 @@
 #include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/stored_values.h"
 #include "pstfile/ndb/data_tree.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -133,9 +134,10 @@ Status PropertyContextBuilder::Build(const PropertyList& properties) {
 void PropertyContextBuilder::StoreRecord(std::size_t index) {
   const auto leaf = _heap.Item(_leaves[index / kRecordsPerLeaf]);
   const std::size_t at = index % kRecordsPerLeaf * kRecordSize;
-  StoreU16(leaf, at, _records[index].tag.Id());
-  StoreU16(leaf, at + 2, static_cast<std::uint16_t>(_records[index].tag.Type()));
-  StoreU32(leaf, at + 4, _records[index].value);
+  const PropTag tag = _records[index].tag;
+  StoreField(leaf, fields::PropertyRecord::kId, tag.Id(), at);
+  StoreField(leaf, fields::PropertyRecord::kType, static_cast<std::uint16_t>(tag.Type()), at);
+  StoreField(leaf, fields::PropertyRecord::kValue, _records[index].value, at);
 }
 
 void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {

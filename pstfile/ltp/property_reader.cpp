@@ -5,6 +5,7 @@
 
 #include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/value_reader_state.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -109,8 +110,10 @@ Result<PropertyReader> PropertyReader::Open(NodeDatabase& database, ObjectLocati
   if (Status status = tree->ReadAll(records, kMaxProperties); !status.ok()) return fail(status);
   reader._entries.reserve(records.size() / kRecordSize);
   for (std::size_t at = 0; at < records.size(); at += kRecordSize) {
-    const PropTag tag(LoadU16(records, at), static_cast<PropType>(LoadU16(records, at + 2)));
-    reader._entries.push_back({tag, LoadU32(records, at + 4)});
+    const PropTag tag(LoadField<std::uint16_t>(records, fields::PropertyRecord::kId, at),
+                      LoadField<PropType>(records, fields::PropertyRecord::kType, at));
+    reader._entries.push_back(
+        {tag, LoadField<std::uint32_t>(records, fields::PropertyRecord::kValue, at)});
   }
   return reader;
 }

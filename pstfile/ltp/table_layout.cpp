@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/ids.h"
 #include "pstfile/ndb/little_endian.h"
 
@@ -10,6 +11,8 @@ namespace parvane::pstfile {
 using platform::Result;
 using platform::Status;
 using platform::StatusCode;
+using Info = fields::TableInfo;
+using Column = fields::TableColumn;
 
 namespace {
 
@@ -62,8 +65,8 @@ Result<TableLayout> TableLayout::Decode(std::span<const std::byte> tcInfo) {
   }
   if (tcInfo[0] != kTcType) return Corrupt("bType is not 7C");
   TableLayout layout;
-  const std::size_t count = LoadU8(tcInfo, 1);
-  for (std::size_t i = 0; i < 4; ++i) layout._ends[i] = LoadU16(tcInfo, 2 + 2 * i);
+  const std::size_t count = LoadField(tcInfo, Info::kColumns);
+  for (std::size_t i = 0; i < 4; ++i) layout._ends[i] = LoadU16(tcInfo, Info::kEnds.offset + 2 * i);
   const auto& ends = layout._ends;
   if (ends[0] > ends[1] || ends[1] > ends[2] || ends[2] + (count + 7) / 8 > ends[3] ||
       ends[3] > kMaxHeapItem || tcInfo.size() < kTcInfoSize + 8 * count) {
@@ -74,10 +77,11 @@ Result<TableLayout> TableLayout::Decode(std::span<const std::byte> tcInfo) {
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t at = kTcInfoSize + 8 * i;
     TableColumn column;
-    column.tag = PropTag(LoadU16(tcInfo, at + 2), static_cast<PropType>(LoadU16(tcInfo, at)));
-    column.offset = LoadU16(tcInfo, at + 4);
-    column.width = LoadU8(tcInfo, at + 6);
-    column.bit = LoadU8(tcInfo, at + 7);
+    column.tag = PropTag(LoadField<std::uint16_t>(tcInfo, Column::kId, at),
+                         LoadField<PropType>(tcInfo, Column::kType, at));
+    column.offset = LoadField<std::uint16_t>(tcInfo, Column::kOffset, at);
+    column.width = LoadField<std::uint8_t>(tcInfo, Column::kWidth, at);
+    column.bit = LoadField<std::uint8_t>(tcInfo, Column::kBit, at);
     const std::size_t end = std::size_t{column.offset} + column.width;
     if (column.width != CellWidth(column.tag.Type()) || end > ends[2] || column.bit >= count ||
         bits[column.bit]) {
@@ -116,30 +120,30 @@ void TableLayout::SetPresent(std::span<std::byte> row, const TableColumn& column
 void TableLayout::Encode(std::span<std::byte> tcInfo) const {
   std::fill(tcInfo.begin(), tcInfo.end(), std::byte{0});
   tcInfo[0] = kTcType;
-  StoreU8(tcInfo, 1, static_cast<std::uint8_t>(_columns.size()));
-  for (std::size_t i = 0; i < 4; ++i) StoreU16(tcInfo, 2 + 2 * i, _ends[i]);
+  StoreField(tcInfo, Info::kColumns, _columns.size());
+  for (std::size_t i = 0; i < 4; ++i) StoreU16(tcInfo, Info::kEnds.offset + 2 * i, _ends[i]);
   std::size_t at = kTcInfoSize;
   for (const TableColumn& column : _columns) {
-    StoreU16(tcInfo, at, static_cast<std::uint16_t>(column.tag.Type()));
-    StoreU16(tcInfo, at + 2, column.tag.Id());
-    StoreU16(tcInfo, at + 4, column.offset);
-    StoreU8(tcInfo, at + 6, column.width);
-    StoreU8(tcInfo, at + 7, column.bit);
+    StoreField(tcInfo, Column::kType, static_cast<std::uint16_t>(column.tag.Type()), at);
+    StoreField(tcInfo, Column::kId, column.tag.Id(), at);
+    StoreField(tcInfo, Column::kOffset, column.offset, at);
+    StoreField(tcInfo, Column::kWidth, column.width, at);
+    StoreField(tcInfo, Column::kBit, column.bit, at);
     at += 8;
   }
 }
 
 HeapId TableLayout::RowIndexOf(std::span<const std::byte> tcInfo) {
-  return HeapId(LoadU32(tcInfo, 10));
+  return HeapId(LoadField<std::uint32_t>(tcInfo, Info::kRowIndex));
 }
 HeapId TableLayout::RowsOf(std::span<const std::byte> tcInfo) {
-  return HeapId(LoadU32(tcInfo, 14));
+  return HeapId(LoadField<std::uint32_t>(tcInfo, Info::kRows));
 }
 void TableLayout::SetRowIndex(std::span<std::byte> tcInfo, HeapId id) {
-  StoreU32(tcInfo, 10, id.value);
+  StoreField(tcInfo, Info::kRowIndex, id.value);
 }
 void TableLayout::SetRows(std::span<std::byte> tcInfo, HeapId id) {
-  StoreU32(tcInfo, 14, id.value);
+  StoreField(tcInfo, Info::kRows, id.value);
 }
 
 }  // namespace parvane::pstfile

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -10,6 +11,8 @@ namespace parvane::pstfile {
 using platform::Result;
 using platform::Status;
 using platform::StatusCode;
+using Trailer = fields::BlockTrailer;
+using Internal = fields::InternalBlock;
 
 void BuildBlock(std::span<const std::byte> data, BlockId bid, FileOffset offset, CryptMethod crypt,
                 std::span<std::byte> block) {
@@ -18,10 +21,10 @@ void BuildBlock(std::span<const std::byte> data, BlockId bid, FileOffset offset,
   const auto trailer = block.last(kBlockTrailerSize);
   std::fill(block.begin() + static_cast<std::ptrdiff_t>(data.size()),
             block.end() - static_cast<std::ptrdiff_t>(kBlockTrailerSize), std::byte{0});
-  StoreU16(trailer, 0, static_cast<std::uint16_t>(data.size()));
-  StoreU16(trailer, 2, Signature(offset.value, bid.value));
-  StoreU32(trailer, 4, Crc(stored));
-  StoreU64(trailer, 8, bid.value);
+  StoreField(trailer, Trailer::kDataSize, static_cast<std::uint16_t>(data.size()));
+  StoreField(trailer, Trailer::kSignature, Signature(offset.value, bid.value));
+  StoreField(trailer, Trailer::kCrc, Crc(stored));
+  StoreField(trailer, Trailer::kId, bid.value);
 }
 
 Status CheckBlock(std::span<const std::byte> block, BlockId bid, BlockPlace place) {
@@ -31,14 +34,17 @@ Status CheckBlock(std::span<const std::byte> block, BlockId bid, BlockPlace plac
                                             ToHex(expected));
   };
   const auto trailer = block.last(kBlockTrailerSize);
-  if (LoadU16(trailer, 0) != place.dataSize) return bad("cb", LoadU16(trailer, 0), place.dataSize);
+  if (LoadField(trailer, Trailer::kDataSize) != place.dataSize)
+    return bad("cb", LoadField(trailer, Trailer::kDataSize), place.dataSize);
   // Bit 0 of the id is anybody's; the signature is computed over the id as stored.
-  const std::uint64_t stored = LoadU64(trailer, 8);
+  const std::uint64_t stored = LoadField(trailer, Trailer::kId);
   if (BlockId(stored) != bid) return bad("bid", stored, bid.value);
   const std::uint16_t signature = Signature(place.offset.value, stored);
-  if (LoadU16(trailer, 2) != signature) return bad("wSig", LoadU16(trailer, 2), signature);
+  if (LoadField(trailer, Trailer::kSignature) != signature)
+    return bad("wSig", LoadField(trailer, Trailer::kSignature), signature);
   const std::uint32_t crc = Crc(block.first(place.dataSize));
-  if (LoadU32(trailer, 4) != crc) return bad("dwCRC", LoadU32(trailer, 4), crc);
+  if (LoadField(trailer, Trailer::kCrc) != crc)
+    return bad("dwCRC", LoadField(trailer, Trailer::kCrc), crc);
   return {};
 }
 
@@ -53,10 +59,10 @@ Result<InternalBlock> InternalBlock::Parse(std::span<const std::byte> bytes, Blo
   };
   if (bytes.size() < kInternalBlockHeaderSize) return bad("too short for an internal block");
   InternalBlock block;
-  block.type = LoadU8(bytes, 0);
-  block.level = LoadU8(bytes, 1);
-  block.count = LoadU16(bytes, 2);
-  block.total = LoadU32(bytes, 4);
+  block.type = LoadField<std::uint8_t>(bytes, Internal::kType);
+  block.level = LoadField<std::uint8_t>(bytes, Internal::kLevel);
+  block.count = LoadField<std::uint16_t>(bytes, Internal::kCount);
+  block.total = LoadField<std::uint32_t>(bytes, Internal::kTotal);
   const bool data = block.type == kDataTreeBlock && (block.level == 1 || block.level == 2);
   const bool subnodes = block.type == kSubnodeTreeBlock && block.level <= 1;
   if (!data && !subnodes) {
@@ -81,8 +87,8 @@ void InternalBlock::AppendReferences(std::vector<BlockId>& to) const {
     if (type == kDataTreeBlock) {
       add(at);
     } else {
-      add(at + 8);
-      if (level == 0) add(at + 16);
+      add(at + fields::SubnodeEntry::kData.offset);
+      if (level == 0) add(at + fields::SubnodeEntry::kSub.offset);
     }
   }
 }
@@ -90,10 +96,10 @@ void InternalBlock::AppendReferences(std::vector<BlockId>& to) const {
 std::vector<std::byte> StartInternalBlock(std::uint8_t type, std::uint8_t level, std::size_t count,
                                           std::size_t entrySize, std::uint32_t total) {
   std::vector<std::byte> bytes(kInternalBlockHeaderSize + count * entrySize);
-  StoreU8(bytes, 0, type);
-  StoreU8(bytes, 1, level);
-  StoreU16(bytes, 2, static_cast<std::uint16_t>(count));
-  StoreU32(bytes, 4, total);
+  StoreField(bytes, Internal::kType, type);
+  StoreField(bytes, Internal::kLevel, level);
+  StoreField(bytes, Internal::kCount, static_cast<std::uint16_t>(count));
+  StoreField(bytes, Internal::kTotal, total);
   return bytes;
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "pstfile/ndb/fields.h"
+
 namespace parvane::pstfile {
 
 using platform::Result;
@@ -15,9 +17,10 @@ namespace {
 
 std::array<std::byte, kBranchEntrySize> BranchEntry(std::uint64_t key, PageRef child) {
   std::array<std::byte, kBranchEntrySize> entry;
-  StoreU64(entry, 0, key);
-  StoreU64(entry, 8, child.id.value);
-  StoreU64(entry, 16, child.offset.value);
+  constexpr std::size_t kAt = fields::BranchEntry::kChild.offset;
+  StoreField(entry, fields::BranchEntry::kKey, key);
+  StoreField(entry, fields::PageReference::kId, child.id.value, kAt);
+  StoreField(entry, fields::PageReference::kOffset, child.offset.value, kAt);
   return entry;
 }
 

@@ -4,10 +4,12 @@
 #include <string>
 
 #include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
 
+using fields::Header;
 using platform::Status;
 using platform::StatusCode;
 
@@ -24,13 +26,18 @@ Status BadCrc(const char* field, std::uint32_t found, std::uint32_t computed) {
           std::string("header: ") + field + " " + ToHex(found) + ", computed " + ToHex(computed)};
 }
 
-PageRef LoadRef(std::span<const std::byte> bytes, std::size_t at) {
-  return {PageId(LoadU64(bytes, at)), FileOffset(LoadU64(bytes, at + 8))};
+std::span<const std::byte> RangeOf(std::span<const std::byte> bytes, const Field& range) {
+  return bytes.subspan(range.offset, range.size);
 }
 
-void StoreRef(std::span<std::byte> bytes, std::size_t at, PageRef ref) {
-  StoreU64(bytes, at, ref.id.value);
-  StoreU64(bytes, at + 8, ref.offset.value);
+PageRef LoadRef(std::span<const std::byte> bytes, const Field& at) {
+  return {PageId(LoadField(bytes, fields::PageReference::kId, at.offset)),
+          FileOffset(LoadField(bytes, fields::PageReference::kOffset, at.offset))};
+}
+
+void StoreRef(std::span<std::byte> bytes, const Field& at, PageRef ref) {
+  StoreField(bytes, fields::PageReference::kId, ref.id.value, at.offset);
+  StoreField(bytes, fields::PageReference::kOffset, ref.offset.value, at.offset);
 }
 
 }  // namespace
@@ -43,64 +50,67 @@ FileHeader FileHeader::New(CryptMethod crypt) {
   header.counters[static_cast<std::size_t>(NodeKind::kMessage)] = 0x10000;
   header.counters[static_cast<std::size_t>(NodeKind::kAssociatedMessage)] = 0x8000;
   std::span<std::byte> raw = header.raw;
-  StoreU32(raw, 0, kMagic);
-  StoreU16(raw, 8, kMagicPst);
-  StoreU16(raw, 10, kVersion);
-  StoreU16(raw, 12, kClientVersion);
-  StoreU8(raw, 14, 1);
-  StoreU8(raw, 15, 1);
-  std::fill_n(raw.begin() + 256, 256, std::byte{0xFF});
-  StoreU8(raw, 512, 0x80);
+  StoreField(raw, Header::kMagic, kMagic);
+  StoreField(raw, Header::kMagicClient, kMagicPst);
+  StoreField(raw, Header::kVersion, kVersion);
+  StoreField(raw, Header::kClientVersion, kClientVersion);
+  StoreField(raw, Header::kPlatformCreate, 1);
+  StoreField(raw, Header::kPlatformAccess, 1);
+  for (const Field& map : {Header::kFreeMap, Header::kFreePageMap}) {
+    std::ranges::fill(raw.subspan(map.offset, map.size), std::byte{0xFF});
+  }
+  StoreField(raw, Header::kSentinel, 0x80);
   return header;
 }
 
 FileHeader FileHeader::Decode(std::span<const std::byte, kHeaderSize> bytes) {
   FileHeader header;
   std::copy(bytes.begin(), bytes.end(), header.raw.begin());
-  header.nextPageId = LoadU64(bytes, 32);
-  header.unique = LoadU32(bytes, 40);
+  header.nextPageId = LoadField(bytes, Header::kNextPageId);
+  header.unique = LoadField<std::uint32_t>(bytes, Header::kUnique);
   for (std::size_t i = 0; i < header.counters.size(); ++i) {
-    header.counters[i] = LoadU32(bytes, 44 + 4 * i);
+    header.counters[i] = LoadU32(bytes, Header::kCounters.offset + 4 * i);
   }
-  header.endOfFile = LoadU64(bytes, 184);
-  header.lastAMap = LoadU64(bytes, 192);
-  header.freeBytes = LoadU64(bytes, 200);
-  header.nodeRoot = LoadRef(bytes, 216);
-  header.blockRoot = LoadRef(bytes, 232);
-  header.mapState = LoadU8(bytes, 248);
-  header.crypt = static_cast<CryptMethod>(LoadU8(bytes, 513));
-  header.nextBlockId = LoadU64(bytes, 516);
-  const auto fmap = bytes.subspan(256, 128);
+  header.endOfFile = LoadField(bytes, Header::kEndOfFile);
+  header.lastAMap = LoadField(bytes, Header::kLastAMap);
+  header.freeBytes = LoadField(bytes, Header::kFreeBytes);
+  header.nodeRoot = LoadRef(bytes, Header::kNodeRoot);
+  header.blockRoot = LoadRef(bytes, Header::kBlockRoot);
+  header.mapState = LoadField<std::uint8_t>(bytes, Header::kMapState);
+  header.crypt = LoadField<CryptMethod>(bytes, Header::kCryptMethod);
+  header.nextBlockId = LoadField(bytes, Header::kNextBlockId);
+  const auto fmap = RangeOf(bytes, Header::kFreeMap);
   header.oldPageMapInUse =
-      LoadU64(bytes, 208) != 0 ||
+      LoadField(bytes, Header::kFreePageBytes) != 0 ||
       std::any_of(fmap.begin(), fmap.end(), [](std::byte b) { return b != std::byte{0xFF}; });
   return header;
 }
 
 const std::array<std::byte, kHeaderSize>& FileHeader::Encode() {
   std::span<std::byte> bytes = raw;
-  StoreU64(bytes, 32, nextPageId);
-  StoreU32(bytes, 40, unique);
-  for (std::size_t i = 0; i < counters.size(); ++i) StoreU32(bytes, 44 + 4 * i, counters[i]);
-  StoreU64(bytes, 184, endOfFile);
-  StoreU64(bytes, 192, lastAMap);
-  StoreU64(bytes, 200, freeBytes);
-  StoreRef(bytes, 216, nodeRoot);
-  StoreRef(bytes, 232, blockRoot);
-  StoreU8(bytes, 248, mapState);
-  StoreU8(bytes, 513, static_cast<std::uint8_t>(crypt));
-  StoreU64(bytes, 516, nextBlockId);
-  StoreU32(bytes, 4, Crc(bytes.subspan(8, 471)));
-  StoreU32(bytes, 524, Crc(bytes.subspan(8, 516)));
+  StoreField(bytes, Header::kNextPageId, nextPageId);
+  StoreField(bytes, Header::kUnique, unique);
+  for (std::size_t i = 0; i < counters.size(); ++i)
+    StoreU32(bytes, Header::kCounters.offset + 4 * i, counters[i]);
+  StoreField(bytes, Header::kEndOfFile, endOfFile);
+  StoreField(bytes, Header::kLastAMap, lastAMap);
+  StoreField(bytes, Header::kFreeBytes, freeBytes);
+  StoreRef(bytes, Header::kNodeRoot, nodeRoot);
+  StoreRef(bytes, Header::kBlockRoot, blockRoot);
+  StoreField(bytes, Header::kMapState, mapState);
+  StoreField(bytes, Header::kCryptMethod, static_cast<std::uint8_t>(crypt));
+  StoreField(bytes, Header::kNextBlockId, nextBlockId);
+  StoreField(bytes, Header::kPartialCrc, Crc(RangeOf(bytes, fields::kPartialCrcRange)));
+  StoreField(bytes, Header::kFullCrc, Crc(RangeOf(bytes, fields::kFullCrcRange)));
   return raw;
 }
 
 Status FileHeader::CheckKind(std::span<const std::byte, kHeaderSize> bytes) {
-  if (LoadU32(bytes, 0) != kMagic) {
+  if (LoadField<std::uint32_t>(bytes, Header::kMagic) != kMagic) {
     return {StatusCode::kCorrupt, "not an Outlook data file: it does not begin with \"!BDN\""};
   }
-  const std::uint16_t client = LoadU16(bytes, 8);
-  const std::uint16_t version = LoadU16(bytes, 10);
+  const auto client = LoadField<std::uint16_t>(bytes, Header::kMagicClient);
+  const auto version = LoadField<std::uint16_t>(bytes, Header::kVersion);
   if (version == 14 || version == 15) {
     return {StatusCode::kUnsupported, "an ANSI Outlook data file (Outlook 97 to 2002, wVer " +
                                           std::to_string(version) +
@@ -120,22 +130,24 @@ Status FileHeader::CheckKind(std::span<const std::byte, kHeaderSize> bytes) {
     return {StatusCode::kUnsupported,
             "header: wVer " + std::to_string(version) + ", only 23 is supported"};
   }
-  if (LoadU16(bytes, 12) != kClientVersion) {
+  if (LoadField<std::uint16_t>(bytes, Header::kClientVersion) != kClientVersion) {
     return {StatusCode::kUnsupported,
-            "header: wVerClient " + std::to_string(LoadU16(bytes, 12)) + ", only 19 is supported"};
+            "header: wVerClient " +
+                std::to_string(LoadField<std::uint16_t>(bytes, Header::kClientVersion)) +
+                ", only 19 is supported"};
   }
   return {};
 }
 
 Status FileHeader::CheckPartialCrc(std::span<const std::byte, kHeaderSize> bytes) {
-  const std::uint32_t computed = Crc(bytes.subspan(8, 471));
-  const std::uint32_t found = LoadU32(bytes, 4);
+  const std::uint32_t computed = Crc(RangeOf(bytes, fields::kPartialCrcRange));
+  const auto found = LoadField<std::uint32_t>(bytes, Header::kPartialCrc);
   return computed == found ? Status() : BadCrc("dwCRCPartial", found, computed);
 }
 
 Status FileHeader::CheckFullCrc(std::span<const std::byte, kHeaderSize> bytes) {
-  const std::uint32_t computed = Crc(bytes.subspan(8, 516));
-  const std::uint32_t found = LoadU32(bytes, 524);
+  const std::uint32_t computed = Crc(RangeOf(bytes, fields::kFullCrcRange));
+  const auto found = LoadField<std::uint32_t>(bytes, Header::kFullCrc);
   return computed == found ? Status() : BadCrc("dwCRCFull", found, computed);
 }
 

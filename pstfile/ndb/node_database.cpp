@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/node_database_impl.h"
 
 namespace parvane::pstfile {
@@ -12,16 +13,19 @@ using platform::Status;
 using platform::StatusCode;
 
 NodeRecord DecodeNode(std::span<const std::byte> entry) {
-  return {NodeId(LoadU32(entry, 0)), BlockId(LoadU64(entry, 8)), BlockId(LoadU64(entry, 16)),
-          NodeId(LoadU32(entry, 24))};
+  using fields::NodeEntry;
+  return {NodeId(LoadField<std::uint32_t>(entry, NodeEntry::kId)),
+          BlockId(LoadField(entry, NodeEntry::kData)), BlockId(LoadField(entry, NodeEntry::kSub)),
+          NodeId(LoadField<std::uint32_t>(entry, NodeEntry::kParent))};
 }
 
 void EncodeNode(const NodeRecord& record, std::span<std::byte, kNodeEntrySize> entry) {
-  StoreU64(entry, 0, record.nid.value);
-  StoreU64(entry, 8, record.data.value);
-  StoreU64(entry, 16, record.sub.value);
-  StoreU32(entry, 24, record.parent.value);
-  StoreU32(entry, 28, 0);
+  using fields::NodeEntry;
+  StoreField(entry, NodeEntry::kId, record.nid.value);
+  StoreField(entry, NodeEntry::kData, record.data.value);
+  StoreField(entry, NodeEntry::kSub, record.sub.value);
+  StoreField(entry, NodeEntry::kParent, record.parent.value);
+  StoreField(entry, NodeEntry::kPadding, 0);
 }
 
 // ---- Blocks -------------------------------------------------------------------------------------

@@ -3,12 +3,13 @@
 #include <algorithm>
 
 #include "pstfile/ndb/crc.h"
-#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile {
 
 using platform::Status;
 using platform::StatusCode;
+using Trailer = fields::PageTrailer;
 
 namespace {
 
@@ -40,11 +41,12 @@ const char* PageTypeName(PageType type) {
 
 void SealPage(std::span<std::byte, kPageSize> page, PageType type, FileOffset offset,
               std::uint64_t id) {
-  StoreU8(page, 496, static_cast<std::uint8_t>(type));
-  StoreU8(page, 497, static_cast<std::uint8_t>(type));
-  StoreU16(page, 498, HasSignature(type) ? Signature(offset.value, id) : std::uint16_t{0});
-  StoreU32(page, 500, Crc(page.first(kPageBodySize)));
-  StoreU64(page, 504, id);
+  StoreField(page, Trailer::kType, static_cast<std::uint8_t>(type));
+  StoreField(page, Trailer::kTypeRepeat, static_cast<std::uint8_t>(type));
+  StoreField(page, Trailer::kSignature,
+             HasSignature(type) ? Signature(offset.value, id) : std::uint16_t{0});
+  StoreField(page, Trailer::kCrc, Crc(page.first(kPageBodySize)));
+  StoreField(page, Trailer::kId, id);
 }
 
 Status CheckPage(std::span<const std::byte, kPageSize> page, PageType type, FileOffset offset,
@@ -55,14 +57,18 @@ Status CheckPage(std::span<const std::byte, kPageSize> page, PageType type, File
                                             ", expected " + ToHex(expected));
   };
   const auto wanted = static_cast<std::uint8_t>(type);
-  if (LoadU8(page, 496) != wanted) return bad("ptype", LoadU8(page, 496), wanted);
-  if (LoadU8(page, 497) != wanted) return bad("ptypeRepeat", LoadU8(page, 497), wanted);
+  if (LoadField(page, Trailer::kType) != wanted)
+    return bad("ptype", LoadField(page, Trailer::kType), wanted);
+  if (LoadField(page, Trailer::kTypeRepeat) != wanted)
+    return bad("ptypeRepeat", LoadField(page, Trailer::kTypeRepeat), wanted);
   const std::uint32_t crc = Crc(page.first(kPageBodySize));
-  if (LoadU32(page, 500) != crc) return bad("dwCRC", LoadU32(page, 500), crc);
-  if (LoadU64(page, 504) != id) return bad("bid", LoadU64(page, 504), id);
+  if (LoadField(page, Trailer::kCrc) != crc)
+    return bad("dwCRC", LoadField(page, Trailer::kCrc), crc);
+  if (LoadField(page, Trailer::kId) != id) return bad("bid", LoadField(page, Trailer::kId), id);
   if (HasSignature(type)) {
     const std::uint16_t signature = Signature(offset.value, id);
-    if (LoadU16(page, 498) != signature) return bad("wSig", LoadU16(page, 498), signature);
+    if (LoadField(page, Trailer::kSignature) != signature)
+      return bad("wSig", LoadField(page, Trailer::kSignature), signature);
   }
   return {};
 }

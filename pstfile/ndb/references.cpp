@@ -10,6 +10,7 @@
 // are put, and a block can be put elsewhere after its last reference was dropped, up to the commit.
 #include <algorithm>
 
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/node_database_impl.h"
 
 namespace parvane::pstfile {
@@ -19,17 +20,20 @@ using platform::Status;
 using platform::StatusCode;
 
 BlockRecord BlockRecord::Decode(std::span<const std::byte> entry) {
-  return {BlockId(LoadU64(entry, 0)),
-          {FileOffset(LoadU64(entry, 8)), LoadU16(entry, 16)},
-          LoadU16(entry, 18)};
+  using fields::BlockEntry;
+  return {BlockId(LoadField(entry, BlockEntry::kId)),
+          {FileOffset(LoadField(entry, BlockEntry::kOffset)),
+           LoadField<std::uint16_t>(entry, BlockEntry::kDataSize)},
+          LoadField<std::uint16_t>(entry, BlockEntry::kReferences)};
 }
 
 void BlockRecord::Encode(std::span<std::byte, kBlockEntrySize> entry) const {
-  StoreU64(entry, 0, bid.value);
-  StoreU64(entry, 8, place.offset.value);
-  StoreU16(entry, 16, place.dataSize);
-  StoreU16(entry, 18, references);
-  StoreU32(entry, 20, 0);
+  using fields::BlockEntry;
+  StoreField(entry, BlockEntry::kId, bid.value);
+  StoreField(entry, BlockEntry::kOffset, place.offset.value);
+  StoreField(entry, BlockEntry::kDataSize, place.dataSize);
+  StoreField(entry, BlockEntry::kReferences, references);
+  StoreField(entry, BlockEntry::kPadding, 0);
 }
 
 NodeDatabase::Impl::NewBlock* NodeDatabase::Impl::LooseOrNew(BlockId bid) {

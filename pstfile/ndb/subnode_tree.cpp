@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "pstfile/ndb/block_format.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/layout.h"
 #include "pstfile/ndb/little_endian.h"
 
@@ -13,6 +14,8 @@ namespace parvane::pstfile {
 using platform::Result;
 using platform::Status;
 using platform::StatusCode;
+using Entry = fields::SubnodeEntry;
+using IndexEntry = fields::SubnodeIndexEntry;
 
 namespace {
 
@@ -52,8 +55,9 @@ Result<std::vector<SubnodeEntry>> DecodeLeaf(BlockId bid, const InternalBlock& b
   std::vector<SubnodeEntry> entries;
   entries.reserve(block.count);
   for (std::size_t at = 0; at < block.entries.size(); at += 24) {
-    entries.push_back({NodeId(LoadU32(block.entries, at)), BlockId(LoadU64(block.entries, at + 8)),
-                       BlockId(LoadU64(block.entries, at + 16))});
+    entries.push_back({NodeId(LoadField<std::uint32_t>(block.entries, Entry::kId, at)),
+                       BlockId(LoadField(block.entries, Entry::kData, at)),
+                       BlockId(LoadField(block.entries, Entry::kSub, at))});
   }
   if (Status s = CheckOrder(bid, entries, &SubnodeEntry::nid); !s.ok()) return s;
   return entries;
@@ -63,9 +67,9 @@ Result<BlockId> WriteLeaf(NodeDatabase& database, std::span<const SubnodeEntry> 
   std::vector<std::byte> bytes = StartInternalBlock(kSubnodeTreeBlock, 0, entries.size(), 24, 0);
   std::size_t at = kInternalBlockHeaderSize;
   for (const SubnodeEntry& entry : entries) {
-    StoreU64(bytes, at, entry.nid.value);
-    StoreU64(bytes, at + 8, entry.data.value);
-    StoreU64(bytes, at + 16, entry.sub.value);
+    StoreField(bytes, Entry::kId, entry.nid.value, at);
+    StoreField(bytes, Entry::kData, entry.data.value, at);
+    StoreField(bytes, Entry::kSub, entry.sub.value, at);
     at += 24;
   }
   return database.WriteInternalBlock(bytes);
@@ -76,8 +80,8 @@ Result<BlockId> WriteIndex(NodeDatabase& database, std::span<const Leaf> leaves)
   std::vector<std::byte> bytes = StartInternalBlock(kSubnodeTreeBlock, 1, leaves.size(), 16, 0);
   std::size_t at = kInternalBlockHeaderSize;
   for (const Leaf& leaf : leaves) {
-    StoreU64(bytes, at, leaf.first.value);
-    StoreU64(bytes, at + 8, leaf.block.value);
+    StoreField(bytes, IndexEntry::kId, leaf.first.value, at);
+    StoreField(bytes, IndexEntry::kBlock, leaf.block.value, at);
     at += 16;
   }
   return database.WriteInternalBlock(bytes);
@@ -105,7 +109,8 @@ Result<SubnodeTree> SubnodeTree::Open(const NodeDatabase& database, BlockId root
   tree._indexed = true;
   const auto entries = top->block.entries;
   for (std::size_t at = 0; at < entries.size(); at += 16) {
-    tree._leaves.push_back({NodeId(LoadU32(entries, at)), BlockId(LoadU64(entries, at + 8))});
+    tree._leaves.push_back({NodeId(LoadField<std::uint32_t>(entries, IndexEntry::kId, at)),
+                            BlockId(LoadField(entries, IndexEntry::kBlock, at))});
   }
   if (Status s = CheckOrder(root, tree._leaves, &Leaf::first); !s.ok()) return s;
   return tree;

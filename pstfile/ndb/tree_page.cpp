@@ -26,9 +26,9 @@ TreePage::TreePage(PageType tree, unsigned level)
     : _entrySize(level == 0 ? LeafEntrySize(tree) : kBranchEntrySize),
       _keyMask(KeyMask(tree)),
       _tree(tree) {
-  StoreU8(_bytes, 489, static_cast<std::uint8_t>(capacity()));
-  StoreU8(_bytes, 490, static_cast<std::uint8_t>(_entrySize));
-  StoreU8(_bytes, 491, static_cast<std::uint8_t>(level));
+  StoreField(_bytes, fields::TreePage::kMaximum, capacity());
+  StoreField(_bytes, fields::TreePage::kEntrySize, _entrySize);
+  StoreField(_bytes, fields::TreePage::kLevel, level);
 }
 
 Result<std::shared_ptr<const TreePage>> TreePage::FromBytes(const PageBytes& bytes, PageType tree,
@@ -37,8 +37,8 @@ Result<std::shared_ptr<const TreePage>> TreePage::FromBytes(const PageBytes& byt
   page->_bytes = bytes;
   page->_tree = tree;
   page->_keyMask = KeyMask(tree);
-  page->_count = LoadU8(bytes, 488);
-  page->_entrySize = LoadU8(bytes, 490);
+  page->_count = LoadField(bytes, fields::TreePage::kCount);
+  page->_entrySize = LoadField(bytes, fields::TreePage::kEntrySize);
   if (page->level() > kMaximumTreeLevel) {
     return Corrupt(tree, offset, "cLevel " + std::to_string(page->level()));
   }
@@ -66,8 +66,8 @@ Result<std::shared_ptr<const TreePage>> TreePage::FromBytes(const PageBytes& byt
   // Only entries count; older writers leave stale bytes behind them.
   std::fill(page->_bytes.begin() + static_cast<std::ptrdiff_t>(page->_count * size),
             page->_bytes.begin() + kTreeBodySize, std::byte{0});
-  StoreU8(page->_bytes, 489, static_cast<std::uint8_t>(page->capacity()));
-  StoreU32(page->_bytes, 492, 0);
+  StoreField(page->_bytes, fields::TreePage::kMaximum, page->capacity());
+  StoreField(page->_bytes, fields::TreePage::kPadding, 0);
   return std::shared_ptr<const TreePage>(std::move(page));
 }
 
@@ -93,18 +93,21 @@ std::size_t TreePage::ChildFor(std::uint64_t key) const {
 
 PageRef TreePage::Child(std::size_t i) const {
   const auto entry = Entry(i);
-  return {PageId(LoadU64(entry, 8)), FileOffset(LoadU64(entry, 16))};
+  constexpr std::size_t kAt = fields::BranchEntry::kChild.offset;
+  return {PageId(LoadField(entry, fields::PageReference::kId, kAt)),
+          FileOffset(LoadField(entry, fields::PageReference::kOffset, kAt))};
 }
 
 void TreePage::SetChild(std::size_t i, PageRef ref) {
   const auto entry = Entry(i);
-  StoreU64(entry, 8, ref.id.value);
-  StoreU64(entry, 16, ref.offset.value);
+  constexpr std::size_t kAt = fields::BranchEntry::kChild.offset;
+  StoreField(entry, fields::PageReference::kId, ref.id.value, kAt);
+  StoreField(entry, fields::PageReference::kOffset, ref.offset.value, kAt);
 }
 
 void TreePage::SetCount(std::size_t count) {
   _count = count;
-  StoreU8(_bytes, 488, static_cast<std::uint8_t>(count));
+  StoreField(_bytes, fields::TreePage::kCount, count);
 }
 
 void TreePage::Insert(std::size_t i, std::span<const std::byte> entry) {

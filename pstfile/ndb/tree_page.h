@@ -25,6 +25,7 @@
 
 #include "platform/file.h"
 #include "platform/status.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/ndb/page.h"
 
@@ -48,7 +49,7 @@ class TreePage {
                                                                      PageType tree,
                                                                      FileOffset offset);
 
-  unsigned level() const { return LoadU8(_bytes, 491); }
+  unsigned level() const { return LoadField<unsigned>(_bytes, fields::TreePage::kLevel); }
   std::size_t count() const { return _count; }
   std::size_t entrySize() const { return _entrySize; }
   std::size_t capacity() const { return kTreeBodySize / _entrySize; }

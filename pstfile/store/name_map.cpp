@@ -6,6 +6,7 @@
 #include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/ltp/property_reader.h"
 #include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -106,7 +107,8 @@ void NameMap::IndexEntries() {
     const auto id = static_cast<std::uint16_t>(kFirstId + i);
     auto name = NameOf(id);
     if (!name.ok()) continue;
-    const std::uint16_t guid = LoadU16(_entries, i * kEntrySize + 4) >> 1;
+    const std::uint16_t guid =
+        LoadField<std::uint16_t>(_entries, fields::NameEntry::kGuid, i * kEntrySize) >> 1;
     // The first of several equal names is the one in use.
     _ids.emplace(KeyOf(guid, *name), id);
   }
@@ -147,8 +149,8 @@ Result<PropertyName> NameMap::NameOf(std::uint16_t id) const {
   if (id < kFirstId || at + kEntrySize > _entries.size()) {
     return Status(StatusCode::kNotFound, "property id " + ToHex(id) + " has no name");
   }
-  const std::uint32_t value = LoadU32(_entries, at);
-  const std::uint16_t wGuid = LoadU16(_entries, at + 4);
+  const std::uint32_t value = LoadField<std::uint32_t>(_entries, fields::NameEntry::kName, at);
+  const std::uint16_t wGuid = LoadField<std::uint16_t>(_entries, fields::NameEntry::kGuid, at);
   const auto set = GuidOf(wGuid >> 1);
   if (!set) return Status(StatusCode::kCorrupt, "name-to-id map: no such GUID");
   if ((wGuid & 1) == 0) return PropertyName::Number(*set, value);
