@@ -215,6 +215,7 @@ class Conversion {
       problem = error.what();
     }
     _witness.EndFolder(problem);
+    planned.source->ResetQuery();  // closes its file
     if (!problem.empty()) {
       Fail(FolderPath(planned.path) + ": " + problem);
       return false;

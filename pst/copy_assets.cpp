@@ -108,10 +108,7 @@ PSTMAPIAssetFolderMutable* PSTMAPIAssetFolderMutable::Continuation() {
   for (int number = _seriesNumber + 1; number <= kLongestSeries; ++number) {
     const std::u16string name = NumberedName(base, number);
     // A folder made for other mail is left to it.
-    const bool taken = std::ranges::any_of(parent->_subFolders, [&](IAssetFolderMutable* sibling) {
-      return parvane::platform::EqualsIgnoreCase(sibling->FolderName().value_or(u""), name);
-    });
-    if (taken) continue;
+    if (parent->FindSubFolder(name)) continue;
     _continuation =
         dynamic_cast<PSTMAPIAssetFolderMutable*>(parent->CreateAssetFolder(name, _folderType));
     if (!_continuation) return nullptr;

@@ -46,12 +46,27 @@ void PSTMAPIAssetFolderMutable::Tell(parvane::engine::DestinationStep step, HRES
     store->ObserverOfDestination()->MapiAnswered(step, result);
 }
 
+IAssetFolderMutable* PSTMAPIAssetFolderMutable::FindSubFolder(std::u16string_view folderName) {
+  // Subfolders are appended, and folders live as long as their store: whatever else happened to the
+  // list, the last one indexed has moved.
+  const bool stale =
+      _indexed > _subFolders.size() || (_indexed > 0 && _subFolders[_indexed - 1] != _lastIndexed);
+  if (stale) {
+    _byName.clear();
+    _indexed = 0;
+  }
+  for (; _indexed < _subFolders.size(); ++_indexed) {
+    _lastIndexed = _subFolders[_indexed];
+    _byName.emplace(parvane::platform::FoldCase(_lastIndexed->FolderName().value_or(u"")),
+                    _subFolders[_indexed]);
+  }
+  const auto found = _byName.find(parvane::platform::FoldCase(folderName));
+  return found == _byName.end() ? nullptr : found->second;
+}
+
 IAssetFolderMutable* PSTMAPIAssetFolderMutable::CreateAssetFolder(std::u16string_view folderName,
                                                                   AssetFolderType folderType) {
-  for (IAssetFolderMutable* folder : _subFolders)
-    if (parvane::platform::EqualsIgnoreCase(folder->FolderName().value_or(u""), folderName))
-      return folder;
-
+  if (IAssetFolderMutable* known = FindSubFolder(folderName)) return known;
   auto* store = dynamic_cast<AssetStoreBase*>(_ownerStore);
   if (!_mapiFolderP || !store) return nullptr;
   const std::u16string name(folderName);

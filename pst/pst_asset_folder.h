@@ -1,7 +1,9 @@
 // A folder of a PST, as a destination: it never yields items.
 #pragma once
 
+#include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "engine/asset_bases.h"
 #include "engine/destination_observer.h"
@@ -52,6 +54,8 @@ class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
                         ILogger* logReport, ICancelable* cancelable) override;
 
  private:
+  // The subfolder of that name, the first one if there are several.
+  IAssetFolderMutable* FindSubFolder(std::u16string_view folderName);
   void Tell(parvane::engine::DestinationStep step, parvane::mapi::HRESULT result) const;
   // A message to fill, or null; `target` becomes the folder it is in.
   parvane::mapi::IMessage* CreateMessage(PSTMAPIAssetFolderMutable*& target, ILogger* logReport);
@@ -60,6 +64,12 @@ class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
   bool ConvertAsset(IAsset* asset, parvane::mapi::IMessage* message);
   bool CopyAsset(IAssetQueryResult& item, parvane::mapi::IMessage* message,
                  IProgressPresenter* progressPresenter, ILogger* logReport);
+
+  // The first so many subfolders by folded name. The list itself is the truth, and may change
+  // behind this.
+  std::unordered_map<std::u16string, IAssetFolderMutable*> _byName;
+  std::size_t _indexed = 0;
+  const IAssetFolderMutable* _lastIndexed = nullptr;
 
   PSTMAPIAssetFolderMutable* _continuation = nullptr;  // the store's
   // Of a folder that goes on for another: that one's name, and which of the series this is.

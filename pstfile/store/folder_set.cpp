@@ -163,24 +163,22 @@ Result<TableEditor*> FolderSet::Table(NodeId id, NodeKind kind) {
     (*folder)->messages = static_cast<std::uint32_t>((*editor)->rows());
   }
   (*editor)->LimitHeap(_tablePages);
-  _open.push_back(editor->get());
+  _open.push_back({*folder, editor->get()});
   (*folder)->tables[slot] = std::move(*editor);
   return (*folder)->tables[slot].get();
 }
 
 Status FolderSet::MakeRoomForTable() {
   if (_open.size() < _maxTables) return {};
-  Folder* oldest = nullptr;
-  for (auto& [id, folder] : _folders) {
-    const bool open = folder.tables[0] || folder.tables[1] || folder.tables[2];
-    if (open && (oldest == nullptr || folder.lastUse < oldest->lastUse)) oldest = &folder;
-  }
-  if (oldest == nullptr) return {};
+  Folder* oldest = std::ranges::min_element(_open, {}, [](const OpenedTable& open) {
+                     return open.folder->lastUse;
+                   })->folder;
   for (std::size_t slot = 0; slot < 3; ++slot) {
     if (!oldest->tables[slot]) continue;
     const NodeId table = oldest->node.Sibling(kTableKinds[slot]);
     if (Status status = FlushEditor(table, *oldest->tables[slot]); !status.ok()) return status;
-    std::erase(_open, oldest->tables[slot].get());
+    std::erase_if(
+        _open, [&](const OpenedTable& open) { return open.table == oldest->tables[slot].get(); });
     oldest->tables[slot].reset();
   }
   return {};
@@ -331,7 +329,9 @@ void FolderSet::Renamed(NodeId id, NodeId parentId, std::u16string_view from,
 
 std::uint64_t FolderSet::PendingBytes() const {
   std::uint64_t bytes = _changed.size() * kBytesPerCounts;
-  for (const TableEditor* table : _open) bytes += table->changed() ? table->PendingBytes() : 0;
+  for (const OpenedTable& open : _open) {
+    bytes += open.table->changed() ? open.table->PendingBytes() : 0;
+  }
   return bytes;
 }
 

@@ -86,7 +86,11 @@ class FolderSet {
   std::size_t _maxTables;
   std::uint32_t _tablePages;
   std::unordered_map<NodeId, Folder> _folders;
-  std::vector<TableEditor*> _open;  // those of _folders
+  struct OpenedTable {
+    Folder* folder;
+    TableEditor* table;
+  };
+  std::vector<OpenedTable> _open;
   std::size_t _namesHeld = 0;
   std::uint64_t _clock = 0;
   std::set<NodeId> _changed;  // folders whose counts changed

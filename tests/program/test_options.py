@@ -3,6 +3,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import signal
 import subprocess
 import time
@@ -93,6 +94,14 @@ class Destinations(PstTest):
         self.assertEqual(self.listed_folders(self.pst),
                          {('Inbox',): 3, ('Sent',): 2, ('inbox (2)',): 4})
         self.assertEqual(account['renamedFolders'], [{'wanted': 'inbox', 'path': ['inbox (2)']}])
+
+    def test_more_folders_than_files_may_be_open(self):
+        for i in range(100):
+            self.write(f'mail/{i}.mbox', mailboxes.many(1))
+        account = self.convert(
+            self.folder / 'mail', self.pst,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
+        self.assertEqual(account['totals']['written'], 100)
 
     def test_name(self):
         self.convert('--name', 'Päckchen', self.inbox, self.pst)
