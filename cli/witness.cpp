@@ -17,7 +17,7 @@ using QuelmarMIMEEngineCommon::IAssetFolder;
 constexpr std::u16string_view kItemError = u"\r\nERROR : ";
 
 // What the mail library takes at most.
-constexpr std::uint64_t kLargestMessage = 1u << 30;
+constexpr std::uint64_t kLargestMessage = std::uint64_t{1} << 36;
 
 std::string OneLine(std::u16string_view text) {
   std::string line = platform::Utf16ToUtf8(text);
@@ -210,7 +210,8 @@ void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
 
 void Witness::MessageNotParsed(const engine::MessageLocation& message,
                                const platform::Status& dumpStatus) {
-  _itemProblem = message.size > kLargestMessage ? "is larger than 1 GiB" : "is no readable message";
+  _itemProblem =
+      message.size > kLargestMessage ? "is larger than 64 GiB" : "is no readable message";
   _itemProblem += dumpStatus.ok() ? "; its text is in the error dump"
                                   : "; its text could not be kept: " + dumpStatus.message();
 }

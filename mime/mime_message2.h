@@ -26,7 +26,7 @@ namespace Tessary {
 struct MimeLimits {
   static constexpr int kNesting = 100;               // multipart and message levels together
   static constexpr std::size_t kEntities = 200'000;  // in one message
-  static constexpr std::size_t kMessageBytes = std::size_t{1} << 30;
+  static constexpr std::size_t kMessageBytes = std::size_t{1} << 36;
 };
 
 class MimeMessage2 {

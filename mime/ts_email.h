@@ -26,8 +26,8 @@ class TsString;
 
 class TsEmail {
  public:
-  // Larger messages are refused: far above what mail systems carry.
-  static constexpr std::size_t kMaxMessageBytes = std::size_t{1} << 30;
+  // Larger messages are refused: far above what machines have memory for.
+  static constexpr std::size_t kMaxMessageBytes = std::size_t{1} << 36;
 
   TsEmail();
   ~TsEmail();
