@@ -11,6 +11,7 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::size_t kLongest = 512;
 
 bool IsField(std::string_view line) {
+  if (line.empty() || platform::AsciiToLower(line.front()) != kField.front()) return false;
   if (!platform::EqualsIgnoreAsciiCase(line.substr(0, kField.size()), kField)) return false;
   const std::size_t colon = line.find_first_not_of(" \t", kField.size());
   return colon != line.npos && line[colon] == ':';

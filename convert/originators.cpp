@@ -1,6 +1,7 @@
 // From, Sender, Reply-To and Delivered-To.
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -64,13 +65,11 @@ constexpr OriginatorTags kReceivedByTags = {PR_RECEIVED_BY_ENTRYID, PR_RECEIVED_
                                             PR_RECEIVED_BY_EMAIL_ADDRESS_W};
 
 void WriteOriginator(IMessage& message, const OriginatorTags& tags, const OneOffEntry& entry) {
-  PropertyList properties;
-  properties.reserve(4);
-  AddProperty_BIN(properties, tags.entryId, entry.entryIdSize(), entry.entryId());
-  AddProperty_STRW(properties, tags.name, entry.displayName().c_str());
-  AddProperty_STRW(properties, tags.addressType, entry.addressType());
-  AddProperty_STRW(properties, tags.address, entry.emailAddress().c_str());
-  message.SetProps(static_cast<ULONG>(properties.size()), properties.data(), nullptr);
+  std::array<SPropValue, 4> properties = {
+      BinaryOf(tags.entryId, entry.entryIdSize(), entry.entryId()),
+      TextOf(tags.name, entry.displayName().c_str()), TextOf(tags.addressType, entry.addressType()),
+      TextOf(tags.address, entry.emailAddress().c_str())};
+  message.SetProps(properties.size(), properties.data(), nullptr);
 }
 
 bool HasText(std::u16string_view text) {

@@ -1,5 +1,6 @@
 // To, Cc and Bcc.
 
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -42,18 +43,16 @@ void MIMEToMAPIMessageConverter::AddRecipient(const std::u16string& name,
                                               const std::u16string& address, IMessage& message,
                                               ULONG recipientType) {
   const OneOffEntry entry(_addressBookP, name, address);
-  PropertyList properties;
-  properties.reserve(5);
-  AddProperty_BIN(properties, PR_ENTRYID, entry.entryIdSize(), entry.entryId());
-  if (!entry.displayName().empty())
-    AddProperty_STRW(properties, PR_DISPLAY_NAME_W, entry.displayName().c_str());
-  AddProperty_STRW(properties, PR_EMAIL_ADDRESS_W, entry.emailAddress().c_str());
-  AddProperty_STRW(properties, PR_ADDRTYPE_W, entry.addressType());
-  AddProperty_LONG(properties, PR_RECIPIENT_TYPE, static_cast<LONG>(recipientType));
+  // Normalised, so that there is always a name.
+  std::array<SPropValue, 5> properties = {
+      BinaryOf(PR_ENTRYID, entry.entryIdSize(), entry.entryId()),
+      TextOf(PR_DISPLAY_NAME_W, entry.displayName().c_str()),
+      TextOf(PR_EMAIL_ADDRESS_W, entry.emailAddress().c_str()),
+      TextOf(PR_ADDRTYPE_W, entry.addressType()), NumberOf(PR_RECIPIENT_TYPE, recipientType)};
 
   ADRLIST list{};
   list.cEntries = 1;
-  list.aEntries[0].cValues = static_cast<ULONG>(properties.size());
+  list.aEntries[0].cValues = properties.size();
   list.aEntries[0].rgPropVals = properties.data();
   message.ModifyRecipients(MODRECIP_ADD, &list);
 }

@@ -138,11 +138,16 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
   auto& mailboxes = _message->lists[static_cast<int>(list)];
   if (!mailboxes) {
     // Several fields of the name are one list.
+    mailboxes.emplace();
+    const MimeHeader& header = _message->root.header();
+    const std::string_view name = FieldOfList(list);
+    if (!header.MayHave(name)) return *mailboxes;
+    const std::uint32_t key = MimeField::KeyOf(name);
     std::string joined;
     std::string scratch;
     std::string_view text;
-    for (const MimeField& field : _message->root.header().Lines()) {
-      if (!field.NameIs(FieldOfList(list))) continue;
+    for (const MimeField& field : header.Lines()) {
+      if (!field.NameIs(name, key)) continue;
       const std::string_view value = field.Value(scratch);
       if (text.empty() && value.data() != scratch.data()) {
         text = value;
@@ -152,7 +157,6 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
       if (!joined.empty()) joined.append(", ");
       text = joined.append(value);
     }
-    mailboxes.emplace();
     if (parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
     joined = std::string(text);
     std::erase(joined, '\0');

@@ -55,7 +55,9 @@ EmailStructure::EmailStructure(const Email2& root) : _root(root) {
   CollectAttachedMessages(root);
 
   OperationLog unread(OperationLog::Keeping::kNothing);
-  std::vector<const Email2*> used = _attachments;
+  std::vector<const Email2*> used;
+  used.reserve(_attachments.size() + _relatedItems.size() + _attachedMessages.size() + 2);
+  used = _attachments;
   used.insert(used.end(), _relatedItems.begin(), _relatedItems.end());
   used.insert(used.end(), _attachedMessages.begin(), _attachedMessages.end());
   used.push_back(FindPlainTextBody(unread));

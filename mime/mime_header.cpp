@@ -86,7 +86,7 @@ std::size_t MimeHeader::Load(std::string_view text) {
 
 void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart) {
   const MimeField& line = _lines.emplace_back(raw, nameLength, valueStart);
-  if (line.IsField()) _names |= NameBit(line.Name());
+  if (line.IsField()) _names |= NameBit(line._key);
 }
 
 void MimeHeader::Clear() {
@@ -109,9 +109,10 @@ const std::vector<std::uint32_t>& MimeHeader::Order() const {
 }
 
 const MimeField* MimeHeader::Find(std::string_view name, std::size_t occurrence) const {
-  if (!MayHave(name)) return nullptr;
+  const std::uint32_t key = MimeField::KeyOf(name);
+  if ((_names & NameBit(key)) == 0) return nullptr;
   for (const MimeField& field : _lines) {
-    if (field.NameIs(name) && occurrence-- == 0) return &field;
+    if (field.NameIs(name, key) && occurrence-- == 0) return &field;
   }
   return nullptr;
 }
@@ -122,7 +123,7 @@ void MimeHeader::Set(std::string_view name, std::string_view value) {
   const MimeField field(text, name.size(), valueStart);
   _modified = true;
   _orderKnown = false;
-  _names |= NameBit(name);
+  _names |= NameBit(MimeField::KeyOf(name));
   const auto named = [&](const MimeField& line) { return line.NameIs(name); };
   const auto first = std::find_if(_lines.begin(), _lines.end(), named);
   if (first == _lines.end()) {
@@ -162,28 +163,48 @@ void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text
   text.reserve(bound);
 
   std::uint64_t names = 0;
-  for (const FieldChange& change : changes) names |= NameBit(change.name);
+  for (const FieldChange& change : changes) names |= NameBit(MimeField::KeyOf(change.name));
   std::uint64_t done = 0;  // a bit for each change that has been written
   std::size_t kept = 0;
-  for (const MimeField& line : _lines) {
-    const std::size_t start = text.size();
-    std::size_t valueStart = line._valueStart;
+  // Lines that stay as they are mostly stand side by side and are copied together.
+  const char* run = nullptr;
+  std::size_t runSize = 0;
+  const auto copyRun = [&] {
+    text.append(run, runSize);
+    runSize = 0;
+  };
+  for (std::size_t i = 0; i < _lines.size(); ++i) {
+    const MimeField line = _lines[i];
     std::size_t index = changes.size();
-    if (line.IsField() && (NameBit(line.Name()) & names) != 0) {
+    if ((NameBit(line._key) & names) != 0 && line.IsField()) {
       for (index = 0; index < changes.size() && !line.NameIs(changes[index].name);) ++index;
     }
     if (index == changes.size()) {
-      text.append(line.Raw());
-      if (text.back() != '\n') text.append("\r\n");
-    } else {
-      if ((done >> index & 1) != 0) continue;
-      done |= std::uint64_t{1} << index;
-      AppendFoldedField(changes[index].name, changes[index].value, text);
-      valueStart = changes[index].name.size() + 2;
+      const std::string_view raw = line.Raw();
+      if (runSize == 0 || run + runSize != raw.data()) {
+        copyRun();
+        run = raw.data();
+      }
+      _lines[kept] = line;
+      _lines[kept++]._raw = text.data() + text.size() + runSize;
+      runSize += raw.size();
+      if (!raw.ends_with('\n')) {
+        copyRun();
+        text.append("\r\n");
+        _lines[kept - 1]._length += 2;
+      }
+      continue;
     }
-    const std::size_t nameLength = line._nameLength;
-    _lines[kept++] = MimeField(std::string_view(text).substr(start), nameLength, valueStart);
+    if ((done >> index & 1) != 0) continue;
+    done |= std::uint64_t{1} << index;
+    copyRun();
+    const std::size_t start = text.size();
+    const FieldChange& change = changes[index];
+    AppendFoldedField(change.name, change.value, text);
+    _lines[kept++] =
+        MimeField(std::string_view(text).substr(start), change.name.size(), change.name.size() + 2);
   }
+  copyRun();
   _lines.erase(_lines.begin() + static_cast<std::ptrdiff_t>(kept), _lines.end());
   _rewritten.clear();
   _orderKnown = false;

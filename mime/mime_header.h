@@ -28,13 +28,24 @@ class MimeField {
       : _raw(raw.data()),
         _length(static_cast<std::uint32_t>(raw.size())),
         _nameLength(static_cast<std::uint32_t>(nameLength)),
-        _valueStart(static_cast<std::uint32_t>(valueStart)) {}
+        _valueStart(static_cast<std::uint32_t>(valueStart)),
+        _key(KeyOf(raw.substr(0, nameLength))) {}
 
   std::string_view Name() const { return {_raw, _nameLength}; }
-  bool NameIs(std::string_view name) const {
-    // Most names differ in their length or first letter (here: but for the bit of its case).
-    return name.size() == _nameLength && _nameLength > 0 && ((_raw[0] ^ name[0]) & 0xDF) == 0 &&
+  bool NameIs(std::string_view name) const { return NameIs(name, KeyOf(name)); }
+  // The same with the name's key known.
+  bool NameIs(std::string_view name, std::uint32_t key) const {
+    return key == _key && key != 0 && name.size() == _nameLength &&
            parvane::platform::EqualsIgnoreAsciiCase(Name(), name);
+  }
+  // Equal for names that differ in case only, and for few others; 0 for no name.
+  static std::uint32_t KeyOf(std::string_view name) {
+    if (name.empty()) return 0;
+    const auto letter = [&](std::size_t at) {
+      return static_cast<std::uint32_t>(static_cast<unsigned char>(name[at]) | 0x20);
+    };
+    return letter(0) | letter(name.size() / 2) << 8 | letter(name.size() - 1) << 16 |
+           static_cast<std::uint32_t>(name.size() & 0xFF) << 24;
   }
   // False for a line that has its place in the header but is no field.
   bool IsField() const { return _nameLength > 0; }
@@ -53,6 +64,7 @@ class MimeField {
   std::uint32_t _length;
   std::uint32_t _nameLength;
   std::uint32_t _valueStart;
+  std::uint32_t _key;
 };
 
 // A field that is to get another value.
@@ -79,7 +91,7 @@ class MimeHeader {
   const MimeField& Field(std::size_t index) const { return _lines[Order()[index]]; }
   // False when there is certainly no field of that name.
   bool MayHave(std::string_view name) const {
-    return !name.empty() && (_names & NameBit(name)) != 0;
+    return !name.empty() && (_names & NameBit(MimeField::KeyOf(name))) != 0;
   }
   // The nth field of that name, counted from the top, without regard to case; null when there is
   // none.
@@ -99,10 +111,8 @@ class MimeHeader {
 
  private:
   // One bit for names that may be alike: a name whose bit is clear is not there.
-  static std::uint64_t NameBit(std::string_view name) {
-    const unsigned first = static_cast<unsigned char>(name.front()) | 0x20U;
-    const unsigned last = static_cast<unsigned char>(name.back()) | 0x20U;
-    return std::uint64_t{1} << ((name.size() * 7 + first * 3 + last) & 63);
+  static std::uint64_t NameBit(std::uint32_t key) {
+    return std::uint64_t{1} << (key * 0x9E3779B1U >> 26);
   }
   void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart);
 

@@ -230,10 +230,11 @@ void MimeMessage2::SetField(std::string_view name, std::string_view value) {
   if (IsContentField(name)) ContentFieldsChanged();
 }
 
-void MimeMessage2::RewriteFields(std::span<const FieldChange> changes) {
-  auto bytes = std::make_shared<std::string>();
-  _header.Rewrite(changes, *bytes);
-  _headerBytes = ByteSlice::Share(bytes, *bytes);
+void MimeMessage2::RewriteFields(std::span<const FieldChange> changes,
+                                 std::shared_ptr<std::string> buffer) {
+  if (buffer == nullptr) buffer = std::make_shared<std::string>();
+  _header.Rewrite(changes, *buffer);
+  _headerBytes = ByteSlice::Share(buffer, *buffer);
   _headerText = _headerBytes.view();
 }
 

@@ -96,7 +96,9 @@ class MimeMessage2 {
   // ---- Changes ----
   void SetField(std::string_view name, std::string_view value);
   // SetField for several fields, all there and none of them a content field, at the cost of one.
-  void RewriteFields(std::span<const FieldChange> changes);
+  // The new header is put into `buffer` (null: into a new one), which nobody else may look into.
+  void RewriteFields(std::span<const FieldChange> changes,
+                     std::shared_ptr<std::string> buffer = nullptr);
   std::size_t RemoveField(std::string_view name);
   // Replaces body and children.
   void ReplaceBody(ByteSlice body);

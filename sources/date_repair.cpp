@@ -42,8 +42,11 @@ bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 std::string_view View(const char* s) { return s ? std::string_view(s) : std::string_view(); }
 
 bool FindName(std::span<const std::string_view> names, std::string_view text, int* index) {
+  // All names are short, and nothing but letters begins one.
+  if (text.empty() || text.size() > 5 || !IsLetter(text.front())) return false;
   const auto found = std::find_if(names.begin(), names.end(), [&](std::string_view name) {
-    return name.size() == text.size() && EqualsIgnoreAsciiCase(name, text);
+    return name.size() == text.size() && ((name.front() ^ text.front()) & 0xDF) == 0 &&
+           EqualsIgnoreAsciiCase(name, text);
   });
   if (found == names.end()) return false;
   if (index) *index = static_cast<int>(found - names.begin());
@@ -158,14 +161,16 @@ struct LooseDate {
 
   void TakeAll(std::string_view text) {
     // Folded headers may bring tabs, which separate like spaces.
-    static constexpr std::string_view kSeparators = " ,\t";
-    while (true) {
-      const std::size_t begin = text.find_first_not_of(kSeparators);
-      if (begin == text.npos) break;
-      text.remove_prefix(begin);
-      const std::size_t end = std::min(text.find_first_of(kSeparators), text.size());
-      Take(text.substr(0, end));
-      text.remove_prefix(end);
+    const auto separates = [](char c) { return c == ' ' || c == ',' || c == '\t'; };
+    for (std::size_t at = 0; at < text.size();) {
+      if (separates(text[at])) {
+        ++at;
+        continue;
+      }
+      std::size_t end = at + 1;
+      while (end < text.size() && !separates(text[end])) ++end;
+      Take(text.substr(at, end - at));
+      at = end;
     }
     if (!hasWeekday)
       time.tm_wday = GetDayOfWeek(time.tm_mday, time.tm_mon + 1, time.tm_year + 1900);

@@ -2,6 +2,7 @@
 // message_repair.h.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,8 +12,9 @@ class MimeMessage2;
 
 namespace parvane::sources {
 
-// AdjustMimeForTSMail.
-void RepairMessage(Tessary::MimeMessage2& message);
+// AdjustMimeForTSMail. The repaired header is put into `buffer` (null: into a new one), which
+// nobody else may look into.
+void RepairMessage(Tessary::MimeMessage2& message, std::shared_ptr<std::string> buffer);
 
 // DateTimeUtilities::TryFixTimeStr of UTF-8 text; `fixed` holds the new date when it succeeds.
 bool RewriteDate(std::string_view dateText, std::string& fixed);

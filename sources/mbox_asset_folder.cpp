@@ -67,6 +67,7 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   if (!_message || _message.use_count() > 1)
     _message = std::make_shared<parvane::sources::MessageBuffer>();
   _message->clear();
+  if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
   // Nothing between two separators is no message; reading goes on behind it.
   do {
     offset = parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message,
@@ -78,6 +79,7 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   if (_message->empty()) {
     if (observer) ReportChangeOfSize();
     _message.reset();
+    _header.reset();
     return nullptr;
   }
 
@@ -86,7 +88,7 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   const auto size = static_cast<std::int64_t>(_message->size());
   auto bytes = parvane::mime::ByteSlice::Share(_message, _message->view());
   return std::make_unique<AssetQueryResult>(
-      std::make_unique<MBOXEmailAsset>(std::move(bytes), observer, location), size);
+      std::make_unique<MBOXEmailAsset>(std::move(bytes), _header, observer, location), size);
 }
 
 void MBOXAssetFolder::ReportBreak(const platform::Status& why) {
@@ -122,6 +124,7 @@ void MBOXAssetFolder::ResetQuery() {
   _mboxFileStreamP.reset();
   _mboxFileOpened = false;
   _message.reset();
+  _header.reset();
   _messageIndex = 0;
   _readErrorReported = false;
 }

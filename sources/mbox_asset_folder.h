@@ -42,8 +42,9 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   bool _mboxFileOpened = false;
   // One buffer for all messages: a new one is made only when an item keeps the last one's.
   std::shared_ptr<parvane::sources::MessageBuffer> _message;
-  std::int64_t _messageIndex = 0;  // of the next message
-  std::int64_t _sizeAtStart = 0;   // of the file when it was opened
+  std::shared_ptr<std::string> _header;  // the same for repaired headers
+  std::int64_t _messageIndex = 0;        // of the next message
+  std::int64_t _sizeAtStart = 0;         // of the file when it was opened
   bool _readErrorReported = false;
 };
 

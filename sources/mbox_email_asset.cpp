@@ -72,16 +72,18 @@ parvane::engine::ConversionNotes ToNotes(parvane::convert::ConversionReport&& re
 }  // namespace
 
 MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes) {
-  Parse(ByteSlice::Adopt(std::move(mimeBytes)), false);
+  Parse(ByteSlice::Adopt(std::move(mimeBytes)), false, nullptr);
 }
 
-MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, parvane::engine::SourceObserver* observer,
+MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
+                               parvane::engine::SourceObserver* observer,
                                const parvane::engine::MessageLocation& location)
     : _observer(observer), _location(location) {
-  Parse(message, true);
+  Parse(message, true, std::move(headerBuffer));
 }
 
-void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf) {
+void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
+                           std::shared_ptr<std::string> headerBuffer) {
   _emailP = std::make_unique<TsEmail>();
   _emailP->put_Utf8(true);
   auto entity = std::make_shared<MimeMessage2>();
@@ -94,7 +96,7 @@ void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf) {
       entity->Load(message, unread);
     }
     if (_observer) _rawDate = DateOf(*entity);
-    parvane::sources::RepairMessage(*entity);
+    parvane::sources::RepairMessage(*entity, std::move(headerBuffer));
   }
   if (_emailP->impl().SetFromEntity(std::move(entity))) {
     FillMembers();

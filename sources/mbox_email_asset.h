@@ -3,6 +3,7 @@
 
 #include <iosfwd>
 #include <memory>
+#include <string>
 
 #include "engine/asset_bases.h"
 #include "engine/source_observer.h"
@@ -21,8 +22,9 @@ class MBOXEmailAsset : public EmailAssetBase {
   // file; the asset then has no details, and every conversion of it fails.
   explicit MBOXEmailAsset(ByteVector mimeBytes);
   // The same for a message as ScanMboxMessage reads it, all its line ends being CR LF; `observer`
-  // (may be null) learns what becomes of it.
-  MBOXEmailAsset(const parvane::mime::ByteSlice& message, parvane::engine::SourceObserver* observer,
+  // (may be null) learns what becomes of it. The repaired header is put into `headerBuffer`.
+  MBOXEmailAsset(const parvane::mime::ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
+                 parvane::engine::SourceObserver* observer,
                  const parvane::engine::MessageLocation& location);
   ~MBOXEmailAsset() override;
 
@@ -34,7 +36,8 @@ class MBOXEmailAsset : public EmailAssetBase {
   void Release() override;
 
  private:
-  void Parse(const parvane::mime::ByteSlice& message, bool isCrLf);
+  void Parse(const parvane::mime::ByteSlice& message, bool isCrLf,
+             std::shared_ptr<std::string> headerBuffer);
   void FillMembers();
 
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed

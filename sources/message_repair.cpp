@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "mime/cls_mime.h"
 #include "mime/mailbox.h"
@@ -34,7 +35,7 @@ constexpr int kMaximumMessageDepth = 32;
 constexpr std::array<std::string_view, 6> kMailBoxHeaders = {"From", "To",     "Cc",
                                                              "Bcc",  "Sender", "Reply-To"};
 
-void Adjust(MimeMessage2& entity, int depth);
+void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer);
 
 void RepairAttachedMessage(MimeMessage2& attachment, int depth) {
   // Most attached messages stand in the body as they are; some mailers encode them all the same,
@@ -47,7 +48,7 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth) {
   OperationLog unread(OperationLog::Keeping::kNothing);
   MimeMessage2 message;
   message.Load(text, unread);
-  Adjust(message, depth + 1);
+  Adjust(message, depth + 1, nullptr);
   if (encoded) attachment.SetField("Content-Transfer-Encoding", "8bit");
   attachment.ReplaceBody(message.Serialise());
 }
@@ -119,6 +120,8 @@ class FieldList {
 // New values for fields that are there.
 class FieldChanges {
  public:
+  FieldChanges() { _values.reserve(768); }
+
   // Calls `append` with the string that the value is to be appended to.
   template <typename Append>
   void Add(std::string_view name, Append append) {
@@ -127,14 +130,14 @@ class FieldChanges {
     _ends[_count - 1] = _values.size();
   }
 
-  void ApplyTo(MimeMessage2& entity) {
+  void ApplyTo(MimeMessage2& entity, std::shared_ptr<std::string> buffer = nullptr) {
     if (_count == 0) return;
     std::size_t start = 0;
     for (std::size_t i = 0; i < _count; ++i) {
       _changes[i].value = std::string_view(_values).substr(start, _ends[i] - start);
       start = _ends[i];
     }
-    entity.RewriteFields(std::span(_changes).first(_count));
+    entity.RewriteFields(std::span(_changes).first(_count), std::move(buffer));
   }
 
  private:
@@ -146,16 +149,15 @@ class FieldChanges {
   std::size_t _count = 0;
 };
 
-// All address headers in one walk over the fields: what FixMailBox does for each of them.
+// What FixMailBox does, for all address headers.
 void FixMailBoxes(const MimeMessage2& entity, FieldChanges& changes) {
-  std::array<bool, kMailBoxHeaders.size()> present;
-  for (std::size_t i = 0; i < present.size(); ++i)
-    present[i] = entity.header().MayHave(kMailBoxHeaders[i]);
   std::array<FieldList, kMailBoxHeaders.size()> lists;
-  for (const MimeField& field : entity.header().Lines()) {
-    for (std::size_t i = 0; i < lists.size(); ++i) {
-      if (present[i] && field.NameIs(kMailBoxHeaders[i])) lists[i].Add(field, entity);
-    }
+  for (std::size_t i = 0; i < lists.size(); ++i) {
+    const std::string_view name = kMailBoxHeaders[i];
+    if (!entity.header().MayHave(name)) continue;
+    const std::uint32_t key = MimeField::KeyOf(name);
+    for (const MimeField& field : entity.header().Lines())
+      if (field.NameIs(name, key)) lists[i].Add(field, entity);
   }
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (lists[i].empty()) continue;
@@ -207,18 +209,18 @@ void FixDate(const MimeMessage2& entity, FieldChanges& changes) {
   if (rewritten) changes.Add("Date", [&](std::string& out) { out += fixed; });
 }
 
-void Adjust(MimeMessage2& entity, int depth) {
+void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer) {
   FixRelated(entity, depth);
   FieldChanges changes;
   FixMailBoxes(entity, changes);
   FixDate(entity, changes);
-  changes.ApplyTo(entity);
+  changes.ApplyTo(entity, std::move(buffer));
 }
 
 }  // namespace
 
 void AdjustMimeForTSMail(TsMime* mime) {
-  if (mime) Adjust(mime->impl().Entity(), 0);
+  if (mime) Adjust(mime->impl().Entity(), 0, nullptr);
 }
 
 void FixRelatedContentDisposition(TsMime* mime) {
@@ -248,6 +250,8 @@ void FixDate(TsMime* mime) {
 
 namespace parvane::sources {
 
-void RepairMessage(Tessary::MimeMessage2& message) { QuelmarMIMEEngineCommon::Adjust(message, 0); }
+void RepairMessage(Tessary::MimeMessage2& message, std::shared_ptr<std::string> buffer) {
+  QuelmarMIMEEngineCommon::Adjust(message, 0, std::move(buffer));
+}
 
 }  // namespace parvane::sources

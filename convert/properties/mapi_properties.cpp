@@ -50,6 +50,24 @@ ULONG TypedTag(IMAPIProp* object, LONG id, const GUID* propertySet, ULONG type) 
 
 }  // namespace
 
+SPropValue TextOf(ULONG tag, const char16_t* text) {
+  SPropValue value = ValueOf(tag);
+  value.Value.lpszW = const_cast<char16_t*>(text);
+  return value;
+}
+
+SPropValue BinaryOf(ULONG tag, ULONG size, const void* bytes) {
+  SPropValue value = ValueOf(tag);
+  value.Value.bin = ToBinary(size, bytes);
+  return value;
+}
+
+SPropValue NumberOf(ULONG tag, ULONG number) {
+  SPropValue value = ValueOf(tag);
+  value.Value.ul = number;
+  return value;
+}
+
 void SetPropLong(IMAPIProp* object, ULONG tag, LONG value) {
   SPropValue property = ValueOf(tag);
   property.Value.l = value;

@@ -36,6 +36,13 @@ void SetPropMVString(IMAPIProp* object, ULONG tag, const std::vector<std::u16str
 void SetPropMVString(IMAPIProp* object, ULONG tag, const std::vector<std::string>& strings);
 void SetPropMVBin(IMAPIProp* object, ULONG tag, const std::vector<SBinary>& binaries);
 
+// ---- One value of a list that is written with one call -----------------------------------------
+
+// They point at strings and bytes of the caller.
+SPropValue TextOf(ULONG tag, const char16_t* text);
+SPropValue BinaryOf(ULONG tag, ULONG size, const void* bytes);
+SPropValue NumberOf(ULONG tag, ULONG value);
+
 // ---- A list of properties, written later with one call -----------------------------------------
 
 // Its values point at strings and bytes that the caller keeps until the list has been written.

@@ -337,13 +337,13 @@ TEST_F(MboxFolder, DumpsWhatCannotBeParsed) {
   const TemporaryFolder folder;
   EmailAssetBase::SetDumpFilePath(folder.Path("dump"));
   for (int i = 0; i < 2; ++i) {
-    MBOXEmailAsset asset({}, &observer, {});
+    MBOXEmailAsset asset({}, nullptr, &observer, {});
     EXPECT_EQ(asset.Details(), std::nullopt);
     EXPECT_FALSE(asset.ConvertToMAPIMessage(nullptr, nullptr));
     asset.Release();
   }
   EmailAssetBase::SetDumpFilePath(std::nullopt);
-  MBOXEmailAsset undumped({}, &observer, {});
+  MBOXEmailAsset undumped({}, nullptr, &observer, {});
   const std::string banner = "\r\n----------------- ERROR DUMP ----------------\r\n";
   EXPECT_EQ(folder.Read("dump"), banner + banner) << "earlier dumps are kept";
   using platform::StatusCode;
