@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/options.h"
 #include "engine/source_observer.h"
 #include "platform/time.h"
 
@@ -31,7 +32,9 @@ struct FolderAccount {
   std::vector<std::u16string> path;  // from the PST's top folder
   std::u16string sourcePath;
   std::uint64_t read = 0;
-  std::uint64_t written = 0;  // whole, and committed to the file
+  // Whole, and committed to the file; with the system's MAPI: accepted by it, which is all it
+  // tells.
+  std::uint64_t written = 0;
   std::uint64_t failed = 0;
   std::uint64_t bytes = 0;  // of messages read
 };
@@ -91,6 +94,7 @@ struct ConversionRecord {
   std::vector<std::u16string> sources;
   std::u16string destination;
   bool appended = false;
+  MapiChoice mapi = MapiChoice::kBuiltin;
   platform::FileTime started;
   std::uint64_t milliseconds = 0;
 

@@ -4,6 +4,7 @@
 #include <exception>
 #include <iterator>
 #include <memory>
+#include <optional>
 
 #include <fmt/format.h>
 
@@ -14,12 +15,14 @@
 #include "cli/logs.h"
 #include "cli/mapi_run.h"
 #include "cli/progress.h"
+#include "cli/pst_account.h"
 #include "cli/report.h"
 #include "cli/source_plan.h"
 #include "cli/text_file.h"
 #include "cli/witness.h"
 #include "engine/factory/store_factory.h"
 #include "mapi/options.h"
+#include "mapi/system_entry_points.h"
 #include "platform/file.h"
 #include "platform/process.h"
 #include "platform/system.h"
@@ -53,6 +56,7 @@ class Conversion {
     _record.started = platform::CurrentFileTime();
     const std::uint64_t start = platform::MonotonicMilliseconds();
     _record.sources = _options.sources;
+    _record.mapi = _options.mapi;
     const bool began = Prepare() && Convert();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
@@ -68,6 +72,13 @@ class Conversion {
     auto destination = CheckDestination(_options, NameForSource(_options.sources.front()));
     if (!destination.ok()) return Fail(destination.status());
     _destination = *std::move(destination);
+    if (_options.mapi == MapiChoice::kOutlook) {
+      auto turn = OutlookTurn::Take();
+      if (!turn.ok()) return Fail(turn.status());
+      _turn.emplace(std::move(turn).value());
+      // Another program's library need not see this one's current folder.
+      _destination.path = platform::CanonicalPath(_destination.path);
+    }
     _record.destination = _destination.path;
     _record.appended = _destination.existed && !_destination.replaced;
     if (Status apart = CheckOutputsApart(); !apart.ok()) return Fail(apart);
@@ -142,30 +153,46 @@ class Conversion {
     mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
     builtin.sizeLimit = _options.sizeLimit;
     mapi::SetBuiltinOptions(builtin);
-    if (_destination.replaced) {
+    // A MAPI that does not start is told by the engine, when it finds no session.
+    const MapiRun mapiRun(_options.mapi);
+    if (_destination.replaced && mapiRun.status().ok()) {
       if (Status removed = FileSystem::Default().Remove(_destination.path); !removed.ok())
         return Fail(removed);
     }
-    const MapiRun mapiRun;
-    if (!mapiRun.status().ok()) return Fail(mapiRun.status());
-
     std::unique_ptr<IAssetStoreMutable> pst = StoreFactory::CreateStoreMutable(
         CWLEngine::kOrphanPSTMAPIStore, _destination.path, std::nullopt);
+    MakeAccount(*pst);
     const OperationResultCode opened = pst->OpenStore(&_progress, &_witness, true, &_witness);
     IAssetFolderMutable* top = pst->GetStoreRootFolderMutable();
-    if (opened != OperationResultCode::Completed || !top || !IsOpen()) {
+    if (opened != OperationResultCode::Completed || !top || !_pst->IsOpen()) {
       pst->Release();
-      FailWithDiagnostics("could not be opened");
-      RemoveStillborn();
+      FailToOpen(mapiRun.status());
+      if (mapiRun.status().ok()) RemoveStillborn();
       return false;
     }
-    engine::ObserveDestination(*pst, &_witness);
-    _witness.BeginCopying(_destination.path);
+    _witness.BeginCopying();
     CopyFolders(*top);
     pst->Release();
     _witness.Settle();
-    if (_witness.DestinationFailed()) FailWithDiagnostics("could not be written");
+    if (_witness.DestinationFailed()) FailWithReason("could not be written");
     return true;
+  }
+
+  void MakeAccount(IAssetStoreMutable& pst) {
+    const bool builtin = _options.mapi == MapiChoice::kBuiltin;
+    _pst = builtin ? BuiltinAccount(_destination.path) : SystemAccount(_destination.path);
+    _witness.Watch(*_pst);
+    engine::ObserveDestination(pst, &_witness);
+  }
+
+  // With the system's MAPI the engine says in its own words that it found none; what is known about
+  // the reason, and what can be done about it, comes after.
+  void FailToOpen(const Status& mapiStatus) {
+    const std::string message = _witness.EngineMessage();
+    if (message.empty()) return FailWithReason("could not be opened");
+    const std::string reason =
+        mapiStatus.ok() ? _pst->Reason() + ". " + mapi::SystemMapiAdvice() : mapiStatus.message();
+    Fail(message + " " + reason);
   }
 
   void CopyFolders(IAssetFolderMutable& top) {
@@ -203,7 +230,7 @@ class Conversion {
         {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
     _witness.BeginFolder(first);
     if (!target) {
-      FailWithDiagnostics("the folder " + FolderPath(planned.path) + " could not be made");
+      FailWithReason("the folder " + FolderPath(planned.path) + " could not be made");
       return false;
     }
     std::string problem;
@@ -230,27 +257,10 @@ class Conversion {
     return false;
   }
 
-  // Opening discards MAPI's results; the diagnostics keep them.
-  bool IsOpen() const {
-    const auto* diagnostics = mapi::FindStoreDiagnostics(_destination.path);
-    return !diagnostics || diagnostics->isOpen;
-  }
-
-  // What the MAPI knows to have gone wrong with the PST, if anything.
-  const mapi::Failure* WriteFailure() const {
-    const auto* diagnostics = mapi::FindStoreDiagnostics(_destination.path);
-    if (diagnostics && diagnostics->writeFailure.result != 0) return &diagnostics->writeFailure;
-    const mapi::Failure& failure = diagnostics ? diagnostics->firstFailure : mapi::LastFailure();
-    return failure.result != 0 ? &failure : nullptr;
-  }
-
-  void FailWithDiagnostics(std::string_view otherwise) {
-    const mapi::Failure* failure = WriteFailure();
-    if (failure && !failure->text.empty()) {
-      Fail(failure->text);
-    } else {
-      Fail(PathForDisplay(_destination.path) + ": " + std::string(otherwise));
-    }
+  void FailWithReason(std::string_view otherwise) {
+    const std::string reason = _pst->Reason();
+    Fail(reason.empty() ? PathForDisplay(_destination.path) + ": " + std::string(otherwise)
+                        : reason);
   }
 
   // An empty shell that was made a moment ago and could not be opened is not left to puzzle people.
@@ -311,6 +321,8 @@ class Conversion {
   platform::InterruptWatch _interrupt;
   Destination _destination;
   ConversionRecord _record;
+  std::optional<OutlookTurn> _turn;
+  std::unique_ptr<PstAccount> _pst;
   Logs _logs;
   std::unique_ptr<TextFile> _report;
   Witness _witness;

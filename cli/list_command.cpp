@@ -1,6 +1,7 @@
 #include "cli/list_command.h"
 
 #include <algorithm>
+#include <optional>
 
 #include <fmt/format.h>
 
@@ -12,6 +13,7 @@
 #include "cli/pst_listing.h"
 #include "mapi/options.h"
 #include "platform/file.h"
+#include "platform/process.h"
 #include "platform/text.h"
 
 namespace parvane::cli {
@@ -137,7 +139,8 @@ ExitCode Fail(const platform::Status& status) {
 }
 
 platform::Status List(const ListOptions& options) {
-  auto session = PstSession::Open(options.file);
+  auto session = PstSession::Open(
+      options.mapi == MapiChoice::kOutlook ? platform::CanonicalPath(options.file) : options.file);
   if (!session.ok()) return session.status();
   if (!options.json) {
     TextListing listing(options.messages);
@@ -156,7 +159,13 @@ ExitCode RunList(const ListOptions& options) {
   mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
   builtin.readOnly = true;
   mapi::SetBuiltinOptions(builtin);
-  const MapiRun mapiRun;
+  std::optional<OutlookTurn> turn;
+  if (options.mapi == MapiChoice::kOutlook) {
+    auto taken = OutlookTurn::Take();
+    if (!taken.ok()) return Fail(taken.status());
+    turn.emplace(std::move(taken).value());
+  }
+  const MapiRun mapiRun(options.mapi);
   if (!mapiRun.status().ok()) return Fail(mapiRun.status());
   const platform::Status listed = List(options);
   // Whoever reads the listing may have had enough of it (head, a closed pager).

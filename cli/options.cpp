@@ -1,5 +1,6 @@
 #include "cli/options.h"
 
+#include <optional>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -60,13 +61,30 @@ class HelpFormat : public CLI::Formatter {
   }
 };
 
+// Outlook's own default limit for a PST.
+constexpr const char* kDefaultSizeLimit = "50GB";
+
 // What CLI11 fills: byte strings, turned into paths and text afterwards.
 struct RawConvert {
   std::vector<std::string> paths;
-  std::string from = "auto", progress = "auto", sizeLimit = "50GB", name, log, detailedLog, report;
+  std::string from = "auto", progress = "auto", mapi = "builtin", name, log, detailedLog, report;
+  std::optional<std::string> sizeLimit;
 };
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
+
+// The option is there on every system, so that it can say where it works.
+void DescribeMapi(CLI::App& command, std::string& mapi) {
+  command
+      .add_option("--mapi", mapi,
+                  "who writes the PST: this program, or Outlook through its MAPI (Windows only)")
+      ->check(CLI::IsMember({"builtin", "outlook"}).description(""))
+      ->type_name("builtin|outlook");
+}
+
+MapiChoice MapiNamed(const std::string& name) {
+  return name == "outlook" ? MapiChoice::kOutlook : MapiChoice::kBuiltin;
+}
 
 SourceChoice SourceNamed(const std::string& name) {
   return name == "mbox"          ? SourceChoice::kMbox
@@ -98,6 +116,7 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       .add_flag("--overwrite", options.overwrite,
                 "replace the PST when it is there already (never a file that is no PST)")
       ->excludes(append);
+  DescribeMapi(command, raw.mapi);
   command
       .add_option("--size-limit", raw.sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
@@ -149,11 +168,12 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   DescribeConvert(*convertCommand, raw, convert);
 
   ListOptions list;
-  std::string file;
+  std::string file, listMapi = "builtin";
   CLI::App* listCommand = app.add_subcommand("list", "Show what a PST file holds");
   listCommand->add_option("FILE.pst", file, "the PST; it is only read")->required()->type_name("");
   listCommand->add_flag("--messages", list.messages, "list every message");
   listCommand->add_flag("--json", list.json, "write JSON");
+  DescribeMapi(*listCommand, listMapi);
   listCommand->footer(kListExamples);
 
   CheckCommandOptions check;
@@ -173,6 +193,7 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
 
   if (listCommand->parsed()) {
     list.file = Path(file);
+    list.mapi = MapiNamed(listMapi);
     return Command(std::move(list));
   }
   if (checkCommand->parsed()) {
@@ -183,13 +204,18 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
     WriteError("convert needs at least one SOURCE and the DEST.pst");
     return ExitCode::kUsage;
   }
-  const auto sizeLimit = ParseSize(raw.sizeLimit);
+  if (MapiNamed(raw.mapi) == MapiChoice::kOutlook && raw.sizeLimit) {
+    WriteError("--size-limit is for the built-in MAPI: Outlook has a limit of its own");
+    return ExitCode::kUsage;
+  }
+  const auto sizeLimit = ParseSize(raw.sizeLimit.value_or(kDefaultSizeLimit));
   if (!sizeLimit) {
-    WriteError("--size-limit: \"" + raw.sizeLimit + "\" is no size such as 20GB");
+    WriteError("--size-limit: \"" + *raw.sizeLimit + "\" is no size such as 20GB");
     return ExitCode::kUsage;
   }
   convert.sizeLimit = *sizeLimit;
   convert.from = SourceNamed(raw.from);
+  convert.mapi = MapiNamed(raw.mapi);
   convert.progress = ProgressNamed(raw.progress);
   convert.destination = Path(raw.paths.back());
   raw.paths.pop_back();

@@ -12,12 +12,15 @@
 namespace parvane::cli {
 
 enum class SourceChoice { kAuto, kMbox, kThunderbird };
+// Who writes and reads PSTs: this program, or the mail program of the system (Windows).
+enum class MapiChoice { kBuiltin, kOutlook };
 enum class ProgressChoice { kAuto, kLines, kNever };
 
 struct ConvertOptions {
   std::vector<std::u16string> sources;  // at least one
   std::u16string destination;
   SourceChoice from = SourceChoice::kAuto;
+  MapiChoice mapi = MapiChoice::kBuiltin;
   std::u16string name;  // of the top folder; empty: from the source
   bool append = false;
   bool overwrite = false;
@@ -31,6 +34,7 @@ struct ConvertOptions {
 
 struct ListOptions {
   std::u16string file;
+  MapiChoice mapi = MapiChoice::kBuiltin;
   bool messages = false;
   bool json = false;
 };

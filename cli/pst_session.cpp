@@ -2,9 +2,12 @@
 
 #include <cstring>
 
+#include "cli/mapi_run.h"
+#include "cli/pst_account.h"
 #include "mapi/diagnostics.h"
 #include "mapi/mapi.h"
 #include "platform/file.h"
+#include "platform/text.h"
 
 namespace parvane::cli {
 namespace {
@@ -16,22 +19,22 @@ using platform::Result;
 using platform::Status;
 using platform::StatusCode;
 
-constexpr const char* kProfile = "parvane.list";
-constexpr const char16_t* kWideProfile = u"parvane.list";
 constexpr const char* kService = "MSUPST MS";
 
 void DeleteProfile() {
   ComPointer<mapi::IProfAdmin> profiles;
   mapi::MAPIAdminProfiles(0, profiles.Put());
-  if (profiles) profiles->DeleteProfile(ToTString(kProfile), 0);
+  if (profiles) profiles->DeleteProfile(ToTString(kListProfile), 0);
 }
 
 }  // namespace
 
-Status MapiFailure(std::u16string_view path, std::string_view otherwise) {
+Status MapiFailure(std::u16string_view path, std::string_view otherwise, mapi::HRESULT result) {
   const mapi::Failure& failure = mapi::LastFailure();
   if (failure.result != 0 && !failure.text.empty()) return {StatusCode::kIoError, failure.text};
-  return {StatusCode::kIoError, platform::PathForDisplay(path) + ": " + std::string(otherwise)};
+  std::string text = platform::PathForDisplay(path) + ": " + std::string(otherwise);
+  if (mapi::Failed(result)) text += " (" + ResultText(result) + ")";
+  return {StatusCode::kIoError, std::move(text)};
 }
 
 const mapi::SPropValue* FindProperty(const mapi::SRow& row, mapi::ULONG tag) {
@@ -56,11 +59,11 @@ Result<PstSession> PstSession::Open(std::u16string_view path) {
 
 Status PstSession::LogOn(std::u16string_view path) {
   ComPointer<mapi::IProfAdmin> profiles;
-  mapi::MAPIAdminProfiles(0, profiles.Put());
-  if (!profiles) return MapiFailure(path, "MAPI gives no profiles");
-  profiles->CreateProfile(ToTString(kProfile), nullptr, 0, 0);
+  mapi::HRESULT result = mapi::MAPIAdminProfiles(0, profiles.Put());
+  if (!profiles) return MapiFailure(path, "MAPI gives no profiles", result);
+  profiles->CreateProfile(ToTString(kListProfile), nullptr, 0, 0);
   ComPointer<mapi::IMsgServiceAdmin> services;
-  profiles->AdminServices(ToTString(kProfile), nullptr, 0, 0, services.Put());
+  profiles->AdminServices(ToTString(kListProfile), nullptr, 0, 0, services.Put());
   if (!services) return MapiFailure(path, "MAPI gives no message services");
   services->CreateMsgService(ToTString(kService), ToTString(kService), 0, 0);
 
@@ -81,13 +84,14 @@ Status PstSession::LogOn(std::u16string_view path) {
   mapi::SPropValue value = {};
   value.ulPropTag = mapi::PR_PST_PATH_W;
   value.Value.lpszW = _path.data();
-  if (!Succeeded(services->ConfigureMsgService(&service, 0, 0, 1, &value)))
-    return MapiFailure(path, "could not be opened");
-  mapi::MAPILogonEx(0, ToTString(kWideProfile), ToTString(u""),
-                    mapi::MAPI_UNICODE | mapi::MAPI_NO_MAIL | mapi::MAPI_EXTENDED |
-                        mapi::MAPI_EXPLICIT_PROFILE | mapi::MAPI_NEW_SESSION,
-                    _session.Put());
-  return _session ? Status() : MapiFailure(path, "could not be opened");
+  result = services->ConfigureMsgService(&service, 0, 0, 1, &value);
+  if (!Succeeded(result)) return MapiFailure(path, "could not be opened", result);
+  result =
+      mapi::MAPILogonEx(0, ToTString(platform::Utf8ToUtf16(kListProfile).c_str()), ToTString(u""),
+                        mapi::MAPI_UNICODE | mapi::MAPI_NO_MAIL | mapi::MAPI_EXTENDED |
+                            mapi::MAPI_EXPLICIT_PROFILE | mapi::MAPI_NEW_SESSION,
+                        _session.Put());
+  return _session ? Status() : MapiFailure(path, "the log-on failed", result);
 }
 
 Status PstSession::OpenStore() {
@@ -101,10 +105,11 @@ Status PstSession::OpenStore() {
   const mapi::SPropValue* entry =
       rows.size() == 1 ? FindProperty(rows[0], mapi::PR_ENTRYID) : nullptr;
   if (!entry) return MapiFailure(_path, "MAPI has no message store for it");
-  _session->OpenMsgStore(
+  // For reading only, so that Outlook does not change what is only looked at.
+  const mapi::HRESULT result = _session->OpenMsgStore(
       0, entry->Value.bin.cb, reinterpret_cast<mapi::ENTRYID*>(entry->Value.bin.lpb), nullptr,
-      mapi::MDB_NO_MAIL | mapi::MDB_WRITE | mapi::MAPI_BEST_ACCESS, _store.Put());
-  return _store ? Status() : MapiFailure(_path, "could not be opened");
+      mapi::MDB_NO_MAIL, _store.Put());
+  return _store ? Status() : MapiFailure(_path, "could not be opened", result);
 }
 
 PstSession::~PstSession() {

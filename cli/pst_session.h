@@ -34,8 +34,10 @@ class PstSession {
   mapi::ComPointer<mapi::IMsgStore> _store;
 };
 
-// Why the last MAPI call failed, with the file's name before it.
-platform::Status MapiFailure(std::u16string_view path, std::string_view otherwise);
+// Why the last MAPI call failed, with the file's name before it. The built-in MAPI knows; of the
+// system's there is only the result, when there is one.
+platform::Status MapiFailure(std::u16string_view path, std::string_view otherwise,
+                             mapi::HRESULT result = 0);
 
 // A property of a row or object; null when it is not there.
 const mapi::SPropValue* FindProperty(const mapi::SRow& row, mapi::ULONG tag);

@@ -70,6 +70,9 @@ class ReportWriter {
     _json.Key("appended").Bool(_record.appended);
     _json.Key("started").String(IsoTime(_record.started));
     _json.Key("seconds").Seconds(_record.milliseconds);
+    const bool builtin = _record.mapi == MapiChoice::kBuiltin;
+    _json.Key("mapi").String(builtin ? "builtin" : "outlook");
+    _json.Key("writtenMeans").String(builtin ? "committed to the file" : "accepted by Outlook");
     _json.Key("pstBytes").Number(_record.pstSize);
     _json.Key("peakMemoryBytes").Number(_record.peakMemory);
   }

@@ -70,6 +70,8 @@ class SummaryWriter {
                      Counted(_record.Read(), "message"), WithThousands(_record.Written()),
                      WithThousands(_record.Failed()), PathForDisplay(_record.destination),
                      Size(_record.pstSize), Duration(_record.milliseconds)));
+    if (_record.mapi == MapiChoice::kOutlook)
+      Line("Written here means accepted by Outlook, which does not tell what has reached the file");
   }
 
   void Unfinished() {

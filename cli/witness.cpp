@@ -1,5 +1,7 @@
 #include "cli/witness.h"
 
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "cli/format.h"
@@ -19,17 +21,17 @@ constexpr std::u16string_view kItemError = u"\r\nERROR : ";
 // What the mail library takes at most.
 constexpr std::uint64_t kLargestMessage = std::uint64_t{1} << 36;
 
-std::string OneLine(std::u16string_view text) {
+std::string OneLine(std::u16string_view text, std::string_view separator = "; ") {
   std::string line = platform::Utf16ToUtf8(text);
   std::string out;
   for (char c : line) {
     if (c == '\n') {
-      out += "; ";
+      out += separator;
     } else if (c != '\r') {
       out += c;
     }
   }
-  while (out.ends_with("; ")) out.resize(out.size() - 2);
+  while (out.ends_with(separator)) out.resize(out.size() - separator.size());
   return out;
 }
 
@@ -39,22 +41,16 @@ std::u16string DiskPath(const IAssetFolder& folder) {
 
 }  // namespace
 
-const mapi::StoreDiagnostics* Witness::Diagnostics() const {
-  return mapi::FindStoreDiagnostics(_pstPath);
-}
+void Witness::Watch(PstAccount& pst) { _pst = &pst; }
 
-void Witness::BeginCopying(std::u16string pstPath) {
-  _pstPath = std::move(pstPath);
+void Witness::BeginCopying() {
   _copying = true;
-  if (const auto* diagnostics = Diagnostics()) {
-    _saved = diagnostics->messagesSaved;
-    _committed = diagnostics->messagesCommitted;
-    if (diagnostics->hasPassword)
-      _logs.Both(
-          PathForDisplay(_pstPath) +
-          ": carries a password. It protects nothing: Outlook asks for it, but the mail lies "
-          "open, and is added to without it");
-  }
+  _saved = _pst->Saved();
+  _committed = _pst->Committed();
+  if (_pst->HasPassword())
+    _logs.Both(PathForDisplay(_pst->Path()) +
+               ": carries a password. It protects nothing: Outlook asks for it, but the mail lies "
+               "open, and is added to without it");
 }
 
 void Witness::EndFolder(const std::string& problem) {
@@ -64,29 +60,25 @@ void Witness::EndFolder(const std::string& problem) {
   FinishItem();
 }
 
-bool Witness::DestinationFailed() const {
-  const auto* diagnostics = Diagnostics();
-  return diagnostics && (diagnostics->latched || diagnostics->sizeLimitReached);
-}
+std::string Witness::EngineMessage() const { return OneLine(_engineMessage, " "); }
 
 bool Witness::Cancel() {
-  if (_copying) FinishItem();
-  return _interrupt.Requested() || (_copying && DestinationFailed());
+  FinishItem();
+  return _interrupt.Requested() || DestinationFailed();
 }
 
 void Witness::FinishItem() {
   if (!_itemOpen) return;
   _itemOpen = false;
-  const auto* diagnostics = Diagnostics();
-  const bool saved = diagnostics && diagnostics->messagesSaved > _saved;
-  if (diagnostics) _saved = diagnostics->messagesSaved;
-  const bool refused = diagnostics && diagnostics->failures != _failures;
+  const std::uint64_t savedBefore = std::exchange(_saved, _pst->Saved());
+  const bool saved = _saved > savedBefore;
+  const bool refused = _pst->Failures() != _failures;
   if (!saved) {
     _itemProblem = "could not be saved";
   } else if (refused) {
     _itemProblem = "could not be kept whole";
   }
-  if (refused) _itemProblem += ": " + diagnostics->lastFailure.text;
+  if (refused) _itemProblem += ": " + _pst->LastFailure();
   _item.failed = !_itemProblem.empty();
   if (_item.failed) AddFailure(_item, std::move(_itemProblem), OneLine(_itemDetails));
   if (saved) _uncommitted.push_back(std::move(_item));
@@ -103,13 +95,14 @@ void Witness::AddFailure(const Item& item, std::string reason, std::string detai
 }
 
 void Witness::CountCommitted() {
-  const auto* diagnostics = Diagnostics();
-  if (!diagnostics || _committed >= diagnostics->messagesCommitted) return;
-  for (; _committed < diagnostics->messagesCommitted && !_uncommitted.empty(); ++_committed) {
+  const std::uint64_t committed = _pst->Committed();
+  if (_committed >= committed) return;
+  for (; _committed < committed && !_uncommitted.empty(); ++_committed) {
     const Item& item = _uncommitted.front();
     if (!item.failed) ++_record.folders[item.folder].written;
     _uncommitted.pop_front();
   }
+  if (!_pst->TellsCommits()) return;
   // Whatever becomes of this program: what the log says is safe is in the PST.
   _logs.Detailed(std::string_view(
       fmt::format("COMMITTED: {} in the PST", Counted(_record.Written(), "message"))));
@@ -118,20 +111,17 @@ void Witness::CountCommitted() {
 
 bool Witness::Settle() {
   CountCommitted();
-  const auto* diagnostics = Diagnostics();
-  std::string reason = "was not yet in the file when writing failed";
-  if (diagnostics) {
-    _record.pstSize = diagnostics->fileSize;
-    if (diagnostics->writeFailure.result != 0) reason = diagnostics->writeFailure.text;
-    if (diagnostics->mapsRebuilt)
-      _logs.Detailed(PathForDisplay(_pstPath) +
-                     ": its last writer had not closed it; its allocation maps were made anew");
-  }
+  _record.pstSize = _pst->FileSize();
+  std::string reason = _pst->WriteFailure();
+  if (reason.empty()) reason = "was not yet in the file when writing failed";
+  if (_pst->MapsRebuilt())
+    _logs.Detailed(PathForDisplay(_pst->Path()) +
+                   ": its last writer had not closed it; its allocation maps were made anew");
   for (const Item& item : _uncommitted) {
     if (!item.failed) AddFailure(item, reason, {});
   }
   _uncommitted.clear();
-  const bool agree = !diagnostics || diagnostics->messagesCommitted == _committed;
+  const bool agree = _pst->Committed() == _committed;
   if (_record.Read() == _record.Written() + _record.Failed() && agree) return true;
   if (_record.error.empty())
     _record.error = "the PST's count of messages does not agree with the messages handed over";
@@ -141,7 +131,10 @@ bool Witness::Settle() {
 void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) {
   if (briefLog) _logs.Brief(logString);
   if (detailLog) _logs.Detailed(logString);
-  if (!_itemOpen) return;
+  if (!_itemOpen) {
+    _engineMessage = logString;
+    return;
+  }
   if (logString.starts_with(kItemError)) {
     if (_itemProblem.empty()) _itemProblem = "could not be converted";
   } else {
@@ -154,12 +147,16 @@ void Witness::MessageRead(const engine::MessageLocation& message, std::string_vi
   _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset, message.size,
            MessageIdOf(bytes)};
   _itemOpen = true;
-  if (const auto* diagnostics = Diagnostics()) _failures = diagnostics->failures;
+  _failures = _pst->Failures();
   _itemProblem.clear();
   _itemDetails.clear();
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
   folder.bytes += message.size;
+}
+
+void Witness::MapiAnswered(engine::DestinationStep step, std::int32_t result) {
+  if (_pst) _pst->MapiAnswered(step, result);
 }
 
 void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {

@@ -1,5 +1,5 @@
 // Keeps the account while the engine copies: what the sources and the conversion report, what the
-// engine logs, and, after each item, what the MAPI's diagnostics say has happened to it.
+// engine logs, and, after each item, what the PST's account says has happened to it.
 //
 // "Written" is never believed before it is committed: items wait in a queue from their save to the
 // commit that covers them, and those left there when the PST has been closed are failures.
@@ -11,10 +11,10 @@
 
 #include "cli/conversion_record.h"
 #include "cli/logs.h"
+#include "cli/pst_account.h"
 #include "engine/callbacks.h"
 #include "engine/destination_observer.h"
 #include "engine/source_observer.h"
-#include "mapi/diagnostics.h"
 #include "platform/process.h"
 
 namespace parvane::cli {
@@ -27,8 +27,10 @@ class Witness : public engine::SourceObserver,
   Witness(ConversionRecord& record, Logs& logs, const platform::InterruptWatch& interrupt)
       : _record(record), _logs(logs), _interrupt(interrupt) {}
 
-  // The destination has been opened: from here on Cancel() means "an item is done".
-  void BeginCopying(std::u16string pstPath);
+  // Before the destination is opened; `pst` must outlive the store.
+  void Watch(PstAccount& pst);
+  // It has been opened: from here on Cancel() means "an item is done".
+  void BeginCopying();
   // The folder of the record whose items come next.
   void BeginFolder(std::size_t index) { _folder = index; }
   // The copy of the folder ended; `problem` is why it broke off, if it did.
@@ -37,7 +39,9 @@ class Witness : public engine::SourceObserver,
   // error set, when the counts of the PST and of this account do not agree.
   bool Settle();
   // The PST takes nothing more: disk full, I/O error, size limit.
-  bool DestinationFailed() const;
+  bool DestinationFailed() const { return _copying && _pst->Failed(); }
+  // What the engine had to say for people while no item was in hand; one line, empty: nothing.
+  std::string EngineMessage() const;
 
   // ICancelable
   bool Cancel() override;
@@ -57,6 +61,7 @@ class Witness : public engine::SourceObserver,
                         const engine::ConversionNotes& notes) override;
 
   // DestinationObserver
+  void MapiAnswered(engine::DestinationStep step, std::int32_t result) override;
   void FolderContinued(const QuelmarMIMEEngineCommon::IAssetFolder& full,
                        const QuelmarMIMEEngineCommon::IAssetFolder& next) override;
 
@@ -70,7 +75,6 @@ class Witness : public engine::SourceObserver,
     bool failed = false;
   };
 
-  const mapi::StoreDiagnostics* Diagnostics() const;
   void FinishItem();
   void AddFailure(const Item& item, std::string reason, std::string details);
   // Takes from the queue what the PST has committed since.
@@ -79,8 +83,9 @@ class Witness : public engine::SourceObserver,
   ConversionRecord& _record;
   Logs& _logs;
   const platform::InterruptWatch& _interrupt;
-  std::u16string _pstPath;
+  PstAccount* _pst = nullptr;
   bool _copying = false;
+  std::u16string _engineMessage;
 
   std::size_t _folder = 0;
   Item _item;  // the one in hand
@@ -89,7 +94,7 @@ class Witness : public engine::SourceObserver,
   std::u16string _itemDetails;  // as the engine logs them; kept for a failure only
 
   std::uint64_t _failures = 0;   // of the PST, when the item in hand was read
-  std::uint64_t _saved = 0;      // as the diagnostics counted after the last item
+  std::uint64_t _saved = 0;      // as the PST had after the last item
   std::uint64_t _committed = 0;  // of these, settled
   std::deque<Item> _uncommitted;
 };

@@ -12,6 +12,10 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'auto mbox thunderbird' -- "$current")
       return
       ;;
+    --mapi)
+      mapfile -t COMPREPLY < <(compgen -W 'builtin outlook' -- "$current")
+      return
+      ;;
     --progress)
       mapfile -t COMPREPLY < <(compgen -W 'auto lines never' -- "$current")
       return
@@ -19,10 +23,10 @@ _parvane() {
     --name | --size-limit) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --size-limit --log
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
       --detailed-log --report --progress -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--messages --json --help' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
   else

@@ -8,6 +8,7 @@
 #include "platform/file.h"
 #include "platform/system.h"
 #include "pst/pst_asset_store.h"
+#include "pst/pst_service.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/profile_asset_store.h"
 
@@ -74,5 +75,7 @@ std::int32_t MAPISystemUtilities::MAPIInitialize() {
 }
 
 void MAPISystemUtilities::MAPIUninitialize() { parvane::mapi::MAPIUninitialize(); }
+
+const char* MAPISystemUtilities::TemporaryProfileName() { return kTemporaryProfileName; }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -52,6 +52,8 @@ class MAPISystemUtilities {
   // Extended MAPI's own result, unchanged (an HRESULT).
   static std::int32_t MAPIInitialize();
   static void MAPIUninitialize();
+  // Of the profile that an open PST is reached through; it is deleted when the store is released.
+  static const char* TemporaryProfileName();
 };
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -18,7 +18,8 @@ constexpr wchar_t kMailClients[] = L"Software\\Clients\\Mail";
 // A text value of the registry, with variables expanded; empty when there is none.
 std::wstring RegistryText(HKEY root, const std::wstring& key, const wchar_t* value,
                           DWORD view = 0) {
-  const DWORD flags = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | view;
+  // A value with variables counts as this type too, unless one asks for its own type.
+  const DWORD flags = RRF_RT_REG_SZ | view;
   std::wstring text(64, L'\0');
   for (;;) {
     auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));

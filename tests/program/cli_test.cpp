@@ -5,7 +5,9 @@
 #include "cli/format.h"
 #include "cli/json_writer.h"
 #include "cli/message_id.h"
+#include "cli/pst_account.h"
 #include "cli/report.h"
+#include "mapi/results.h"
 
 namespace parvane::cli {
 namespace {
@@ -36,6 +38,64 @@ TEST(Format, SizesFromPeople) {
        {"", "0", "0.1", "-5", "big", "GB", "20XB", "20GBs", "1.2.3", "1e3", "0x10", "nan", "inf",
         "20 GiBB", "99999999999999999999", "9223372036855TB"})
     EXPECT_EQ(ParseSize(text), std::nullopt) << text;
+}
+
+// Without diagnostics, results are all there is to count by.
+TEST(PstAccount, OfAMapiThatTellsOnlyResults) {
+  using engine::DestinationStep;
+  struct Case {
+    const char* name;
+    std::vector<std::pair<DestinationStep, std::int32_t>> answers;
+    std::uint64_t saved;
+    std::uint64_t failures;
+    const char* writeFailure;
+    const char* reason;
+  };
+  constexpr auto kSave = DestinationStep::kSaveMessage;
+  const Case cases[] = {
+      {"only saved messages count",
+       {{DestinationStep::kOpenStore, 0},
+        {DestinationStep::kCreateMessage, 0},
+        {kSave, 0},
+        {kSave, 0x00040380}},
+       2,
+       0,
+       "",
+       ""},
+      {"one message's failure is no end",
+       {{kSave, mapi::MAPI_E_NO_ACCESS}, {kSave, 0}},
+       1,
+       1,
+       "",
+       "m.pst: MAPI could not save a message (0x80070005, no access)"},
+      {"a full disk is, and is told before what came earlier",
+       {{kSave, mapi::MAPI_E_NO_ACCESS},
+        {DestinationStep::kCreateMessage, mapi::STG_E_MEDIUMFULL},
+        {kSave, mapi::MAPI_E_DISK_ERROR}},
+       0,
+       3,
+       "m.pst: MAPI could not make a message (0x80030070, the disk is full)",
+       "m.pst: MAPI could not make a message (0x80030070, the disk is full)"},
+      {"so is a PST that was not closed, for whatever reason",
+       {{kSave, 0}, {DestinationStep::kLogOff, mapi::E_FAIL}},
+       1,
+       1,
+       "m.pst: MAPI could not close the PST properly: the last messages may be missing in it "
+       "(0x80004005)",
+       "m.pst: MAPI could not close the PST properly: the last messages may be missing in it "
+       "(0x80004005)"},
+  };
+  for (const Case& c : cases) {
+    const auto account = SystemAccount(u"m.pst");
+    for (const auto& [step, result] : c.answers) account->MapiAnswered(step, result);
+    EXPECT_EQ(account->Saved(), c.saved) << c.name;
+    EXPECT_EQ(account->Committed(), c.saved) << c.name;
+    EXPECT_EQ(account->Failures(), c.failures) << c.name;
+    EXPECT_EQ(account->WriteFailure(), c.writeFailure) << c.name;
+    EXPECT_EQ(account->Failed(), *c.writeFailure != '\0') << c.name;
+    EXPECT_EQ(account->Reason(), c.reason) << c.name;
+    EXPECT_FALSE(account->IsOpen()) << "there is no such file";
+  }
 }
 
 TEST(Format, Times) {

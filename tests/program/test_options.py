@@ -22,12 +22,25 @@ class Usage(PstTest):
                           ['convert', '--append', '--overwrite', source, pst],
                           ['convert', '--from', 'nothing', source, pst],
                           ['convert', '--size-limit', 'big', source, pst],
+                          ['convert', '--mapi', 'nothing', source, pst],
+                          ['convert', '--mapi', 'outlook', '--size-limit', '1GB', source, pst],
                           ['convert', '--no-such-option', source, pst]):
             with self.subTest(arguments):
                 run = self.parvane(*arguments)
                 self.assertEqual((run.code, run.out), (2, ''), run)
                 self.assertTrue(run.err.startswith('parvane: '), run)
                 self.assertLessEqual(len(run.err.splitlines()), 2, run)
+        self.assertFalse(pst.exists())
+
+    def test_outlook_is_refused_where_there_is_none(self):
+        source = self.write('a.mbox', mailboxes.many(1))
+        pst = self.folder / 'out.pst'
+        told = {2: "--mapi outlook: Outlook's MAPI exists on Windows only",
+                3: 'It seems that either Outlook is not installed'}  # on Windows
+        run = self.parvane('convert', '--mapi', 'outlook', source, pst)
+        self.assertIn(run.code, told, run)
+        self.assertIn(told[run.code], run.err)
+        self.assertEqual(len(run.err.splitlines()), 1, run)
         self.assertFalse(pst.exists())
 
     def test_help_and_version(self):

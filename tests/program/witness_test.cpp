@@ -26,13 +26,15 @@ struct WitnessTest : ::testing::Test {
   ConversionRecord record;
   Logs logs;
   platform::InterruptWatch interrupt;
+  std::unique_ptr<PstAccount> account = BuiltinAccount(u"x.pst");
   Witness witness{record, logs, interrupt};
   mapi::StoreDiagnostics& pst = mapi::RecordFor(u"x.pst");
   std::int64_t items = 0;
 
   void SetUp() override {
     record.folders.push_back({{u"Mail", u"Inbox"}, u"Inbox.mbox"});
-    witness.BeginCopying(u"x.pst");
+    witness.Watch(*account);
+    witness.BeginCopying();
     witness.BeginFolder(0);
   }
   void TearDown() override { mapi::ResetDiagnostics(); }
