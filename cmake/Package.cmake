@@ -23,7 +23,8 @@ target_link_libraries(parvane_library INTERFACE
 # integrity checker, the mail facade, and what these include.
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/engine ${CMAKE_SOURCE_DIR}/mapi
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
-        FILES_MATCHING PATTERN "*.h" PATTERN "builtin" EXCLUDE PATTERN "*_recorder.h" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" PATTERN "builtin" EXCLUDE PATTERN "provider" EXCLUDE
+        PATTERN "*_recorder.h" EXCLUDE)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/mime DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
         FILES_MATCHING PATTERN "ts_*.h")
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/pstfile/check

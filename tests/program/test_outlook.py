@@ -60,8 +60,10 @@ class OutlookTest(harness.PstTest):
         arguments = [windows_path(a) if isinstance(a, pathlib.Path) else a for a in arguments]
         return Run([WINE, *arguments], env=dict(self.environment, **changes))
 
-    def parvane(self, *arguments, **changes):
-        return self.wine(PARVANE_EXE, *arguments, **changes)
+    def parvane(self, *arguments, program=harness.PARVANE):
+        if program != harness.PARVANE:
+            return super().parvane(*arguments, program=program)
+        return self.wine(PARVANE_EXE, *arguments)
 
     def register(self, library, name='Test Mail'):
         """Makes a program with this library (None: with none) the default mail program."""
