@@ -275,6 +275,9 @@ HRESULT Attachment::WriteOut() {
     if (list.Scalar(ToTag(PR_ATTACH_METHOD)) == NO_ATTACHMENT) {
       list.SetScalar(ToTag(PR_ATTACH_METHOD), ATTACH_EMBEDDED_MSG);
     }
+  } else if (list.Scalar(ToTag(PR_ATTACH_METHOD)) == ATTACH_EMBEDDED_MSG) {
+    // The message inside was never saved, or could not be: readers would look for it.
+    list.SetScalar(ToTag(PR_ATTACH_METHOD), NO_ATTACHMENT);
   }
   std::optional<pstfile::StoredMessage> embedded = std::move(_embedded);
   _embedded.reset();

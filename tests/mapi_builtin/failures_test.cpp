@@ -144,6 +144,26 @@ TEST_F(Failures, AFullFolderIsToldBeforeAMessageIsMade) {
   for (const auto& one : messages) EXPECT_EQ(Get(*one, PR_SUBJECT_W).text(), subject);
 }
 
+TEST_F(Failures, AnAttachmentWhoseMessageWasNotSavedDoesNotPromiseOne) {
+  LogOn();
+  const auto message = NewMessage(*top);
+  ComPointer<IAttach> attach;
+  ULONG number = 0;
+  ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+  ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)), S_OK);
+  {
+    ComPointer<IMessage> inner;
+    ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                                   inner.PutUnknown()),
+              S_OK);
+  }
+  ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
+  ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+  attach.Reset();
+  ASSERT_EQ(message->OpenAttach(number, nullptr, 0, attach.Put()), S_OK);
+  EXPECT_EQ(Get(*attach, PR_ATTACH_METHOD).number(), NO_ATTACHMENT);
+}
+
 TEST_F(Failures, LogOffClosesTheFileWhateverStillLives) {
   LogOn();
   ASSERT_EQ(SaveOne(u"saved", 100'000), S_OK);
