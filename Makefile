@@ -5,6 +5,7 @@
 #   make test      build everything and run all tests
 #   make windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
 #   make bench     whole-conversion benchmark (see docs/benchmarks.md)
+#   make bench-scale   a million messages, thousands of folders, gigabytes; takes 16 GB of disk
 #   make format    let clang-format rewrite the sources
 
 SHELL := /bin/sh
@@ -15,7 +16,7 @@ BUILD := build/$(PRESET)
 CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
 export CMAKE_CXX_COMPILER_LAUNCHER
 
-.PHONY: convert test windows bench format format-check clean
+.PHONY: convert test windows bench bench-scale format format-check clean
 
 convert:
 	@tools/install_dependencies.sh
@@ -40,6 +41,12 @@ bench:
 	@cmake --preset bench
 	@cmake --build build/bench
 	@python3 bench/convert_benchmark.py --build build/bench
+
+bench-scale:
+	@tools/install_dependencies.sh bench
+	@cmake --preset bench
+	@cmake --build build/bench --target parvane
+	@python3 bench/scale_benchmark.py --parvane build/bench/parvane
 
 format:
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
