@@ -127,10 +127,13 @@ bool HasDayOrMonthName(std::string_view text) {
   static constexpr std::array<std::string_view, 19> kNames = {
       "sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
       "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  const auto separates = [](char c) { return c == ' ' || c == '\t' || c == ',' || c == '-'; };
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = std::min(text.find_first_of(" \t,-", at), text.size());
+    std::size_t end = at;
+    while (end < text.size() && !separates(text[end])) ++end;
     const std::string_view word = text.substr(at, end - at);
-    if (std::any_of(kNames.begin(), kNames.end(), [&](std::string_view name) {
+    if (word.size() == kNames[0].size() &&
+        std::any_of(kNames.begin(), kNames.end(), [&](std::string_view name) {
           return platform::EqualsIgnoreAsciiCase(word, name);
         }))
       return true;

@@ -4,16 +4,10 @@
 #include <cstring>
 
 #include "platform/cpu.h"
+#include "platform/simd/target.h"
 
 #if defined(__SSE2__) || defined(_M_X64)
 #define PARVANE_SSE2 1
-#include <immintrin.h>
-#endif
-
-#if defined(PARVANE_SSE2) && defined(__GNUC__)
-#define PARVANE_TARGET(features) __attribute__((target(features)))
-#else
-#define PARVANE_TARGET(features)
 #endif
 
 namespace parvane::platform::simd {

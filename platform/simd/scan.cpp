@@ -25,6 +25,21 @@ std::size_t FindQuotedPrintableMark(const char* in, std::size_t size) {
   return i;
 }
 
+std::size_t FindLineEnd(const char* in, std::size_t size) {
+  std::size_t i = 0;
+#ifdef PARVANE_SSE2
+  for (; i + 16 <= size; i += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+    const __m128i found = _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r')),
+                                       _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')));
+    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found));
+    if (mask != 0) return i + static_cast<std::size_t>(std::countr_zero(mask));
+  }
+#endif
+  while (i < size && in[i] != '\r' && in[i] != '\n') ++i;
+  return i;
+}
+
 std::size_t FindHeaderNameEnd(const char* in, std::size_t size) {
   std::size_t i = 0;
 #ifdef PARVANE_SSE2

@@ -9,6 +9,9 @@ namespace parvane::platform::simd {
 // `size` when there is none.
 std::size_t FindQuotedPrintableMark(const char* in, std::size_t size);
 
+// Where the first CR or LF stands; `size` when there is none.
+std::size_t FindLineEnd(const char* in, std::size_t size);
+
 // Where a header field's name ends: the first ":", control byte, space or 0x7F. `size` when there
 // is none.
 std::size_t FindHeaderNameEnd(const char* in, std::size_t size);

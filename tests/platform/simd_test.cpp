@@ -4,6 +4,8 @@
 #include <numeric>
 #include <random>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +13,9 @@
 #include "platform/cpu.h"
 #include "platform/simd/ascii.h"
 #include "platform/simd/crc32.h"
+#include "platform/simd/lines.h"
+#include "platform/simd/scan.h"
+#include "platform/simd/search.h"
 #include "platform/simd/substitute.h"
 
 namespace parvane::platform::simd {
@@ -75,6 +80,69 @@ TEST_P(SimdTest, TheFirstSurrogateIsFoundAtAnyPlace) {
       text[2 + 2 * at] = static_cast<std::byte>(unit >> 8);
       EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, 70), at);
       EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, at), at);
+    }
+  }
+}
+
+// What CopyMailLines promises, one byte at a time. Returns how much of `in` was taken.
+std::size_t CopyLinesByBytes(std::string_view in, std::string& out) {
+  std::size_t line = 0;
+  while (line < in.size()) {
+    const std::string_view rest = in.substr(line);
+    const std::size_t text = std::min(rest.find_first_not_of('>'), rest.size());
+    const bool mayQuote = rest[0] == '>' || rest[0] == 'F';
+    if (mayQuote && (rest.size() - text < 5 || rest.substr(text, 5) == "From ")) break;
+    const std::size_t end = rest.find_first_of("\r\n");
+    if (end == rest.npos || (rest[end] == '\r' && end + 1 == rest.size())) break;
+    out.append(rest.substr(0, end)).append("\r\n");
+    line += end + (rest.substr(end, 2) == "\r\n" ? 2 : 1);
+  }
+  return line;
+}
+
+TEST_P(SimdTest, LinesAreCopiedUpToOneThatNeedsALook) {
+  std::mt19937 chance(22);
+  constexpr std::string_view kEnds[] = {"\n", "\r\n", "\r", "\n", "\n\r"};
+  constexpr std::string_view kStarts[] = {"", "F", "Fro", ">", ">>x", "From", "", "", ""};
+  for (int round = 0; round < 3000; ++round) {
+    std::string in;
+    for (unsigned lines = chance() % 6; lines > 0; --lines) {
+      in.append(kStarts[chance() % std::size(kStarts)]).append(chance() % 90, 'x');
+      in.append(kEnds[chance() % std::size(kEnds)]);
+    }
+    if (chance() % 4 == 0) in.append(chance() % 2 ? ">From a" : "From a");
+    if (chance() % 4 == 0) in.append(chance() % 40, 'y');
+    std::string expected;
+    const std::size_t taken = CopyLinesByBytes(in, expected);
+    std::string out(MailLinesRoom(in.size()), '\0');
+    const MailLines done = CopyMailLines(in.data(), in.size(), out.data());
+    EXPECT_EQ(done.taken, taken) << in;
+    EXPECT_EQ(out.substr(0, done.made), expected) << in;
+    EXPECT_EQ(done.any, taken > 0);
+    const bool empty = expected == "\r\n" || expected.ends_with("\r\n\r\n");
+    EXPECT_EQ(done.lastWasEmpty, empty) << in;
+  }
+}
+
+TEST_P(SimdTest, BytesAreFoundAtAnyPlace) {
+  const std::string blank(300, 'a');
+  for (std::size_t size = 0; size < 140; ++size) {
+    for (std::size_t at = 0; at <= size; ++at) {
+      std::string text = blank.substr(0, size + 8);
+      if (at < size) {
+        text[at] = '-';
+        text[at + 5] = '!';
+      }
+      EXPECT_EQ(FindPair(text.data(), 0, size, 5, '-', '!'), at);
+      EXPECT_EQ(FindPair(text.data(), 0, size, 6, '-', '!'), size);
+      for (const char mark : {'=', '\r', '\n', ':', ' ', '\x7F', '\x01'}) {
+        text[at] = mark;
+        const bool lineEnd = mark == '\r' || mark == '\n';
+        EXPECT_EQ(FindLineEnd(text.data(), size), lineEnd ? at : size);
+        const bool quoted = lineEnd || mark == '=';
+        EXPECT_EQ(FindQuotedPrintableMark(text.data(), size), quoted ? at : size);
+        EXPECT_EQ(FindHeaderNameEnd(text.data(), size), mark == '=' ? size : at);
+      }
     }
   }
 }

@@ -6,10 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include "mime/cls_email.h"
+#include "mime/mime_message2.h"
 #include "mime/ts_date_time.h"
+#include "mime/ts_email.h"
 #include "mime/ts_mime.h"
 #include "mime/ts_string.h"
 #include "platform/time.h"
+#include "sources/header_repair.h"
 
 namespace QuelmarMIMEEngineCommon {
 namespace {
@@ -168,6 +172,61 @@ class Repaired {
   }
   TsMime mime;
 };
+
+std::string Shown(Tessary::TsEmail& email) {
+  std::string text;
+  const auto add = [&](bool has, const TsString& value) {
+    text.append(has ? std::string(value.viewUtf8()) : "(none)").append("|");
+  };
+  TsString value;
+  add(email.get_Header(value), value);
+  add(email.get_From(value), value);
+  for (const char* field : {"To", "Date", "Subject", "X", "Last", "Content-Type"})
+    add(email.GetHeaderField(field, value), value);
+  add(email.GetPlainTextBody(value), value);
+  add(email.GetHtmlBody(value), value);
+  for (const int count : {email.get_NumTo(), email.get_NumCC(), email.get_NumAttachments(),
+                          email.get_NumRelatedItems(), email.get_NumAttachedMessages()})
+    text.append(std::to_string(count)).append("|");
+  return text;
+}
+
+// A repaired message goes on as an e-mail without being parsed again, where it can.
+TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
+  const std::string parts =
+      "--b\r\nContent-Type: text/html\r\nContent-Disposition: inline\r\n\r\n<p>\r\n--b\r\n"
+      "Content-Type: message/rfc822\r\nContent-Disposition: attachment\r\n\r\nTo: x@y\r\n\r\nz\r\n"
+      "--b--\r\n";
+  const std::string folded =
+      "To: a@x.org,\r\n\tBob <b@x.org>, a.very.long.local.part@example.org,\r\n"
+      " \"Another, longer name\" <another@example.org>\r\n";
+  const std::string cases[] = {
+      "From: a@x.org\r\nSubject: s\r\nX: 1\r\n\r\nbody\r\n",
+      folded + "From: Ann <a@x.org>\r\nto: c@x.org\r\nLast: l\r\n\r\nbody\r\n",
+      "Last: l\r\nDate: 5 Mar 2013 10:20:30 GMT\r\nTo: a@x\r\nTo: b@x\r\n\r\n\r\nbody",
+      "X: 1\r\nno field\r\nFrom: a@x\r\n ,b@x\r\n\r\nbody\r\n",
+      "From: a@x\r\nTo: b@x",
+      "From: a@x\r\nTo: b@x\r\n",
+      "From: a@x\nTo: b@x\n\nbody\n",
+      "X: 1\nTo: b@x\r\n\r\nbody\n",
+      "\r\nTo: b@x\r\n",
+      "To: b@x\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n" + parts,
+      "To: b@x\r\nContent-Type: multipart/related; boundary=b\r\n\r\n" + parts,
+      "Subject: nothing to repair\r\n\r\nbody\r\n",
+      "To: J\xF6rg <j@x.org>, b@x.org\r\nTo: c@x.org\r\n\r\nbody\r\n",
+  };
+  for (const std::string& text : cases) {
+    parvane::mime::OperationLog unread(parvane::mime::OperationLog::Keeping::kNothing);
+    auto entity = std::make_shared<Tessary::MimeMessage2>();
+    entity->Load(parvane::mime::ByteSlice::Copy(text), unread);
+    parvane::sources::RepairMessage(*entity, nullptr);
+    Tessary::TsEmail again;
+    again.impl().SetFromMime("SetFromMimeText", entity->Serialise());
+    Tessary::TsEmail direct;
+    EXPECT_TRUE(direct.impl().SetFromEntity(entity));
+    EXPECT_EQ(Shown(direct), Shown(again)) << text;
+  }
+}
 
 TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
   struct Case {
