@@ -155,10 +155,7 @@ class Conversion {
     mapi::SetBuiltinOptions(builtin);
     // A MAPI that does not start is told by the engine, when it finds no session.
     const MapiRun mapiRun(_options.mapi);
-    if (_destination.replaced && mapiRun.status().ok()) {
-      if (Status removed = FileSystem::Default().Remove(_destination.path); !removed.ok())
-        return Fail(removed);
-    }
+    if (_destination.replaced && mapiRun.status().ok() && !PutOldAside()) return false;
     std::unique_ptr<IAssetStoreMutable> pst = StoreFactory::CreateStoreMutable(
         CWLEngine::kOrphanPSTMAPIStore, _destination.path, std::nullopt);
     MakeAccount(*pst);
@@ -170,6 +167,7 @@ class Conversion {
       if (mapiRun.status().ok()) RemoveStillborn();
       return false;
     }
+    if (!_oldPst.empty()) (void)FileSystem::Default().Remove(_oldPst);
     _witness.BeginCopying();
     CopyFolders(*top);
     pst->Release();
@@ -267,6 +265,19 @@ class Conversion {
   void RemoveStillborn() {
     if (_destination.existed && !_destination.replaced) return;
     (void)FileSystem::Default().Remove(_destination.path);
+    if (!_oldPst.empty())
+      (void)FileSystem::Default().Rename(_oldPst, _destination.path, /*replace=*/false);
+  }
+
+  // The PST that is to be replaced goes once there is another.
+  bool PutOldAside() {
+    const std::u16string aside =
+        _destination.path +
+        platform::Utf8ToUtf16(fmt::format(".{}.replaced", platform::ProcessIdentifier()));
+    Status moved = FileSystem::Default().Rename(_destination.path, aside, /*replace=*/false);
+    if (!moved.ok()) return Fail(moved);
+    _oldPst = aside;
+    return true;
   }
 
   bool Fail(const Status& status) { return Fail(status.message()); }
@@ -321,6 +332,7 @@ class Conversion {
   platform::InterruptWatch _interrupt;
   Destination _destination;
   ConversionRecord _record;
+  std::u16string _oldPst;  // where it waits; empty: nowhere
   std::optional<OutlookTurn> _turn;
   std::unique_ptr<PstAccount> _pst;
   Logs _logs;

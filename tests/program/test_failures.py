@@ -140,6 +140,15 @@ class Stops(PstTest):
         self.assertIn(str(pst), account['error'])
         self.assertFalse(pst.exists())
 
+        # A PST that was to be replaced stays.
+        self.convert(source, pst)
+        before, files = pst.read_bytes(), sorted(self.folder.iterdir())
+        self.convert(
+            '--overwrite', source, pst, code=3,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (20_000, 20_000)))
+        self.assertEqual(pst.read_bytes(), before)
+        self.assertEqual(sorted(self.folder.iterdir()), files)
+
     def test_size_limit(self):
         source = self.write('a.mbox', mailboxes.attachments(100, 100_000))
         later = [self.write(f'{name}.mbox', mailboxes.many(1)) for name in ('b', 'c')]

@@ -247,6 +247,12 @@ class RefusalTest(OutlookTest):
         told = self.refusal(REFUSING)
         self.assertIn('MAPI refused the log-on (0x80040111, log-on failed)', told)
         self.assertIn('start it once', told)
+        # What was to be replaced is back in its place.
+        pst = self.write('old.pst', b'!BDN' + bytes(4) + b'SM')
+        run = self.parvane('convert', '--mapi', 'outlook', '--overwrite', EXAMPLES, pst)
+        self.assertEqual(run.code, 3, run)
+        self.assertEqual(pst.read_bytes()[:4], b'!BDN')
+        self.assertEqual(sorted(p.suffix for p in self.folder.iterdir()), ['.json', '.pst', '.reg'])
 
     def test_two_programs_at_once_are_kept_apart(self):
         self.register(REFUSING)
