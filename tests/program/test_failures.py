@@ -81,6 +81,8 @@ class Refusals(PstTest):
         shared.mkdir()
         for path in (self.folder, source.parent, last.parent):
             path.chmod(0o755)
+        for path in (closed, *(mailbox.parent for mailbox in behind)):
+            self.addCleanup(path.chmod, 0o755)  # or it could not be removed
         behind[0].parent.chmod(0)  # not to be listed
         behind[1].parent.chmod(0o444)  # to be listed, and no more
         closed.chmod(0o555)
