@@ -41,7 +41,10 @@ std::u16string DiskPath(const IAssetFolder& folder) {
 
 }  // namespace
 
-void Witness::Watch(PstAccount& pst) { _pst = &pst; }
+void Witness::Watch(PstAccount& pst) {
+  _pst = &pst;
+  _engineMessage.clear();
+}
 
 void Witness::BeginCopying() {
   _copying = true;

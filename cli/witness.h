@@ -40,7 +40,8 @@ class Witness : public engine::SourceObserver,
   bool Settle();
   // The PST takes nothing more: disk full, I/O error, size limit.
   bool DestinationFailed() const { return _copying && _pst->Failed(); }
-  // What the engine had to say for people while no item was in hand; one line, empty: nothing.
+  // What the engine has had to say for people since, while no item was in hand; one line, empty:
+  // nothing.
   std::string EngineMessage() const;
 
   // ICancelable
