@@ -115,16 +115,25 @@ const Fault kFaults[] = {
     {"header-gap", "stray byte", [](Surgeon& s, const Patient&) { s.U8(0x1000) = 1; }},
     {"header-gap", "copy left behind", [](Surgeon& s, const Patient&) { s.U8(0x2000) = '!'; }},
     {"not-closed", "maps invalid", [](Surgeon& s, const Patient&) { s.U8(248) = 0; }},
-    {"file-size", "longer", [](Surgeon& s, const Patient&) { s.file().resize(s.file().size() + 64); }},
+    {"file-size", "longer",
+     [](Surgeon& s, const Patient&) { s.file().resize(s.file().size() + 64); }},
     {"file-size", "no whole interval",
      [](Surgeon& s, const Patient&) {
        s.file().resize(s.file().size() + 64);
        s.U64(184, s.file().size());
      }},
-    {"header-crc", "torn, beside a whole copy", [](Surgeon& s, const Patient&) { CopyHeader(s); s.U8(41) ^= 1; }, false, "copy at 0x2000 is whole"},
-    {"header-field", "map state", [](Surgeon& s, const Patient&) { s.U8(248) = 3; }, true, "fAMapValid is 3"},
-    {"header-field", "old map state", [](Surgeon& s, const Patient&) { s.U8(248) = 1; }, true, "no longer written"},
-    {"not-closed", "a whole copy of the header", [](Surgeon& s, const Patient&) { CopyHeader(s); }, true, "was cut off"},
+    {"header-crc", "torn, beside a whole copy",
+     [](Surgeon& s, const Patient&) {
+       CopyHeader(s);
+       s.U8(41) ^= 1;
+     },
+     false, "copy at 0x2000 is whole"},
+    {"header-field", "map state", [](Surgeon& s, const Patient&) { s.U8(248) = 3; }, true,
+     "fAMapValid is 3"},
+    {"header-field", "old map state", [](Surgeon& s, const Patient&) { s.U8(248) = 1; }, true,
+     "no longer written"},
+    {"not-closed", "a whole copy of the header", [](Surgeon& s, const Patient&) { CopyHeader(s); },
+     true, "was cut off"},
     // Pages and trees
     {"page-crc", "NBT", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 480) ^= 1; }, false},
     {"page-crc", "BBT",
@@ -151,10 +160,22 @@ const Fault kFaults[] = {
        const std::size_t root = s.pages(TreeKind::kNodes)[0];
        s.U64(root + 24, s.U64(root + 24) - 1);
      }},
-    {"btree-format", "padding", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 492) = 1; }, true, "padding before the trailer"},
-    {"btree-format", "an empty leaf", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 488) = 0; }, true, "empty, which"},
-    {"btree-order", "children swapped", [](Surgeon& s, const Patient&) { const std::size_t root = s.pages(TreeKind::kNodes)[0]; s.Swap(root + 24, root + 48, 24); }, true, "its child is left out"},
-    {"btree-key", "into the next leaf", [](Surgeon& s, const Patient&) { const std::size_t leaf = s.pages(TreeKind::kNodes)[1]; s.U64(leaf + 32 * (s.U8(leaf + 488) - std::size_t{1}), 0x7FFFFFE1); }, true, "reaches into the next page's range"},
+    {"btree-format", "padding", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 492) = 1; },
+     true, "padding before the trailer"},
+    {"btree-format", "an empty leaf",
+     [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 488) = 0; }, true, "empty, which"},
+    {"btree-order", "children swapped",
+     [](Surgeon& s, const Patient&) {
+       const std::size_t root = s.pages(TreeKind::kNodes)[0];
+       s.Swap(root + 24, root + 48, 24);
+     },
+     true, "its child is left out"},
+    {"btree-key", "into the next leaf",
+     [](Surgeon& s, const Patient&) {
+       const std::size_t leaf = s.pages(TreeKind::kNodes)[1];
+       s.U64(leaf + 32 * (s.U8(leaf + 488) - std::size_t{1}), 0x7FFFFFE1);
+     },
+     true, "reaches into the next page's range"},
     // Space
     {"amap-last", "one too early", [](Surgeon& s, const Patient&) { s.U64(192, 0x4200); }},
     {"free-count", "cbAMapFree", [](Surgeon& s, const Patient&) { s.U64(200, s.U64(200) + 64); }},
@@ -177,10 +198,18 @@ const Fault kFaults[] = {
      }},
     {"dlist", "stale", [](Surgeon& s, const Patient&) { s.U64(0x4200 + 504, 0x777); }},
     {"map-content", "rgbFM", [](Surgeon& s, const Patient&) { s.U8(256) = 0; }, true, "rgbFM"},
-    {"dlist", "page type", [](Surgeon& s, const Patient&) { s.U8(0x4200 + 496) = 0; }, true, "page type"},
-    {"dlist", "check sum", [](Surgeon& s, const Patient&) { s.U8(0x4200 + 500) ^= 1; }, false, "DList at 0x4200: dwCRC"},
-    {"dlist", "too many entries", [](Surgeon& s, const Patient&) { s.U8(0x4201) = 200; }, true, "at most 119"},
-    {"dlist", "an AMap that is none", [](Surgeon& s, const Patient&) { s.U8(0x4201) = 1; s.U32(0x4208, 0x7FFFF); }, true, "names AMap"},
+    {"dlist", "page type", [](Surgeon& s, const Patient&) { s.U8(0x4200 + 496) = 0; }, true,
+     "page type"},
+    {"dlist", "check sum", [](Surgeon& s, const Patient&) { s.U8(0x4200 + 500) ^= 1; }, false,
+     "DList at 0x4200: dwCRC"},
+    {"dlist", "too many entries", [](Surgeon& s, const Patient&) { s.U8(0x4201) = 200; }, true,
+     "at most 119"},
+    {"dlist", "an AMap that is none",
+     [](Surgeon& s, const Patient&) {
+       s.U8(0x4201) = 1;
+       s.U32(0x4208, 0x7FFFF);
+     },
+     true, "names AMap"},
     // Blocks
     {"block-place", "not aligned",
      [](Surgeon& s, const Patient& p) { s.U8(s.BlockEntry(s.Node(p.message).data) + 8) |= 1; }},
@@ -197,7 +226,9 @@ const Fault kFaults[] = {
     {"block-signature", "wSig",
      [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data) + 2) ^= 1; }},
     {"block-crc", "one bit of a value",
-     [](Surgeon& s, const Patient& p) { s.U8(s.PropertyBytes(s.Node(p.message), 0x0037) + 6) ^= 1; },
+     [](Surgeon& s, const Patient& p) {
+       s.U8(s.PropertyBytes(s.Node(p.message), 0x0037) + 6) ^= 1;
+     },
      false},
     {"block-id", "beyond the counter", [](Surgeon& s, const Patient&) { s.U64(516, 8); }},
     {"tree-total", "lcbTotal",
@@ -231,7 +262,9 @@ const Fault kFaults[] = {
          s.U64(s.Data(root) + 8 + 24 * i + 16, root.value);
        }
      }},
-    {"tree-block", "itself among the data", [](Surgeon& s, const Patient& p) { s.U64(s.Data(BigTree(s, p)) + 8, BigTree(s, p).value); }, true, "which is an internal block"},
+    {"tree-block", "itself among the data",
+     [](Surgeon& s, const Patient& p) { s.U64(s.Data(BigTree(s, p)) + 8, BigTree(s, p).value); },
+     true, "which is an internal block"},
     // Nodes
     {"node-entry", "subnodes in a data block",
      [](Surgeon& s, const Patient& p) {
@@ -248,10 +281,22 @@ const Fault kFaults[] = {
      [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidRecipientTable), 0x694); }},
     {"table-without-folder", "a queue turns into a table",
      [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidOutgoingQueueTable), 0x64D); }},
-    {"node-entry", "a heap item's kind", [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidInternalC01), 0xC00); }, true, "kind is that of a heap item"},
-    {"node-parent", "of no folder nor message", [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidInternalC01) + 24, 0x9992); }, true, "its parent 0x9992 does not exist"},
-    {"node-parent", "a search folder", [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, kNidSpamSearchFolder.value); }, true, "is a search folder"},
-    {"node-parent", "of the root", [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidRootFolder) + 24, kNidIpmSubtree.value); }, true, "expected itself"},
+    {"node-entry", "a heap item's kind",
+     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidInternalC01), 0xC00); }, true,
+     "kind is that of a heap item"},
+    {"node-parent", "of no folder nor message",
+     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidInternalC01) + 24, 0x9992); }, true,
+     "its parent 0x9992 does not exist"},
+    {"node-parent", "a search folder",
+     [](Surgeon& s, const Patient& p) {
+       s.U32(s.NodeEntry(p.named) + 24, kNidSpamSearchFolder.value);
+     },
+     true, "is a search folder"},
+    {"node-parent", "of the root",
+     [](Surgeon& s, const Patient&) {
+       s.U32(s.NodeEntry(kNidRootFolder) + 24, kNidIpmSubtree.value);
+     },
+     true, "expected itself"},
     // Heaps, properties, tables
     {"heap", "signature",
      [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 2) = 0; }},
@@ -318,17 +363,42 @@ const Fault kFaults[] = {
      [](Surgeon& s, const Patient& p) {
        s.ClearCellBit(s.Node(Contents(p.inbox)), 1, 0x67F3);
      }},
-    {"property", "stray bytes beside a boolean", [](Surgeon& s, const Patient&) { s.U8(s.Property(s.Node(kNidMessageStore), 0x6633) + 7) = 1; }, true, "unused bytes of its record"},
-    {"table", "hidIndex", [](Surgeon& s, const Patient& p) { s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 18, 1); }, true, "hidIndex"},
-    {"table-cell", "bits of no column", [](Surgeon& s, const Patient& p) { const auto place = s.Node(Contents(p.inbox)); s.U8(s.Row(place, 1) + s.U16(s.TableInfo(place) + 8) - 1) |= 1; }, true, "bits beyond the last column"},
-    {"store-property", "no password", [](Surgeon& s, const Patient&) { s.U16(s.Property(s.Node(kNidMessageStore), 0x67FF), 0x67FE); }, true, "67FF0003 is missing"},
-    {"name-map", "no strings", [](Surgeon& s, const Patient&) { s.U16(s.Property(s.Node(kNidNameToIdMap), 4), 5); }, true, "stream 0x4 is missing"},
-    {"name-map", "no buckets", [](Surgeon& s, const Patient&) { s.U32(s.Property(s.Node(kNidNameToIdMap), 1) + 4, 0); }, true, "missing or impossible"},
-    {"name-map", "another number of buckets", [](Surgeon& s, const Patient&) { s.U32(s.Property(s.Node(kNidNameToIdMap), 1) + 4, 250); }, true, "every known file has"},
-    {"name-map", "GUID of none", [](Surgeon& s, const Patient&) { s.U16(s.PropertyBytes(s.Node(kNidNameToIdMap), 3) + 4, 0x7FFE); }, true, "has GUID number"},
+    {"property", "stray bytes beside a boolean",
+     [](Surgeon& s, const Patient&) { s.U8(s.Property(s.Node(kNidMessageStore), 0x6633) + 7) = 1; },
+     true, "unused bytes of its record"},
+    {"table", "hidIndex",
+     [](Surgeon& s, const Patient& p) { s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 18, 1); },
+     true, "hidIndex"},
+    {"table-cell", "bits of no column",
+     [](Surgeon& s, const Patient& p) {
+       const auto place = s.Node(Contents(p.inbox));
+       s.U8(s.Row(place, 1) + s.U16(s.TableInfo(place) + 8) - 1) |= 1;
+     },
+     true, "bits beyond the last column"},
+    {"store-property", "no password",
+     [](Surgeon& s, const Patient&) {
+       s.U16(s.Property(s.Node(kNidMessageStore), 0x67FF), 0x67FE);
+     },
+     true, "67FF0003 is missing"},
+    {"name-map", "no strings",
+     [](Surgeon& s, const Patient&) { s.U16(s.Property(s.Node(kNidNameToIdMap), 4), 5); }, true,
+     "stream 0x4 is missing"},
+    {"name-map", "no buckets",
+     [](Surgeon& s, const Patient&) { s.U32(s.Property(s.Node(kNidNameToIdMap), 1) + 4, 0); }, true,
+     "missing or impossible"},
+    {"name-map", "another number of buckets",
+     [](Surgeon& s, const Patient&) { s.U32(s.Property(s.Node(kNidNameToIdMap), 1) + 4, 250); },
+     true, "every known file has"},
+    {"name-map", "GUID of none",
+     [](Surgeon& s, const Patient&) {
+       s.U16(s.PropertyBytes(s.Node(kNidNameToIdMap), 3) + 4, 0x7FFE);
+     },
+     true, "has GUID number"},
     // Store, names, folders
     {"store-property", "no record key",
-     [](Surgeon& s, const Patient&) { s.U16(s.Property(s.Node(kNidMessageStore), 0x0FF9), 0xFF8); }},
+     [](Surgeon& s, const Patient&) {
+       s.U16(s.Property(s.Node(kNidMessageStore), 0x0FF9), 0xFF8);
+     }},
     {"entry-id", "of another store",
      [](Surgeon& s, const Patient&) {
        s.U8(s.PropertyBytes(s.Node(kNidMessageStore), 0x35E0) + 5) ^= 1;
@@ -405,7 +475,13 @@ const Fault kFaults[] = {
        s.ClearCellBit(place, 1, 0x0037);
        s.U32(s.Cell(place, 1, 0x0037), 0);
      }},
-    {"folder-row", "lists a message", [](Surgeon& s, const Patient& p) { const auto table = s.Node(Hierarchy(p.inbox)); s.U32(s.Row(table, 0), p.named.value); s.U32(s.RowIndex(table), p.named.value); }, true, "which is no folder below it"},
+    {"folder-row", "lists a message",
+     [](Surgeon& s, const Patient& p) {
+       const auto table = s.Node(Hierarchy(p.inbox));
+       s.U32(s.Row(table, 0), p.named.value);
+       s.U32(s.RowIndex(table), p.named.value);
+     },
+     true, "which is no folder below it"},
     // Messages
     {"message", "no class",
      [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), 0x001A), 0x001B); }},
@@ -444,12 +520,40 @@ const Fault kFaults[] = {
      [](Surgeon& s, const Patient& p) {
        ++s.U8(s.PropertyBytes(s.Sub(s.Node(p.message), p.carrier), 0x3701) + 4);
      }},
-    {"recipients", "no type", [](Surgeon& s, const Patient& p) { const auto table = s.Sub(s.Node(p.message), kNidRecipientTable); s.ClearCellBit(table, 0, 0x0C15); s.U32(s.Cell(table, 0, 0x0C15), 0); }, true, "has no recipient type"},
-    {"display-names", "missing", [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.message), 0x0E04), 0x0E05); }, true, "but there are such recipients"},
-    {"attachment", "no position", [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x370B), 0x370C); }, true, "rendering position) is missing"},
-    {"attachment", "a row of another kind", [](Surgeon& s, const Patient& p) { const auto table = s.Sub(s.Node(p.message), kNidAttachmentTable); s.U32(s.Row(table, 0), p.file1.value + 1); s.U32(s.RowIndex(table), p.file1.value + 1); }, true, "not named by an attachment's id"},
-    {"attachment-size", "missing", [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x0E20), 0x0E21); }, true, "(size) is missing"},
-    {"embedded-message", "of another kind", [](Surgeon& s, const Patient& p) { const auto carrier = s.Sub(s.Node(p.message), p.carrier); s.U32(s.PropertyBytes(carrier, 0x3701), p.embedded.value + 1); s.U32(s.Data(carrier.sub) + 8, p.embedded.value + 1); }, true, "which is no message's id"},
+    {"recipients", "no type",
+     [](Surgeon& s, const Patient& p) {
+       const auto table = s.Sub(s.Node(p.message), kNidRecipientTable);
+       s.ClearCellBit(table, 0, 0x0C15);
+       s.U32(s.Cell(table, 0, 0x0C15), 0);
+     },
+     true, "has no recipient type"},
+    {"display-names", "missing",
+     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.message), 0x0E04), 0x0E05); },
+     true, "but there are such recipients"},
+    {"attachment", "no position",
+     [](Surgeon& s, const Patient& p) {
+       s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x370B), 0x370C);
+     },
+     true, "rendering position) is missing"},
+    {"attachment", "a row of another kind",
+     [](Surgeon& s, const Patient& p) {
+       const auto table = s.Sub(s.Node(p.message), kNidAttachmentTable);
+       s.U32(s.Row(table, 0), p.file1.value + 1);
+       s.U32(s.RowIndex(table), p.file1.value + 1);
+     },
+     true, "not named by an attachment's id"},
+    {"attachment-size", "missing",
+     [](Surgeon& s, const Patient& p) {
+       s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x0E20), 0x0E21);
+     },
+     true, "(size) is missing"},
+    {"embedded-message", "of another kind",
+     [](Surgeon& s, const Patient& p) {
+       const auto carrier = s.Sub(s.Node(p.message), p.carrier);
+       s.U32(s.PropertyBytes(carrier, 0x3701), p.embedded.value + 1);
+       s.U32(s.Data(carrier.sub) + 8, p.embedded.value + 1);
+     },
+     true, "which is no message's id"},
 };
 
 TEST(CheckFaults, ASoundStoreIsClean) {
