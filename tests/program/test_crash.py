@@ -12,6 +12,7 @@ import mailboxes
 from harness import PARVANE, PstTest, Run
 
 SECONDS = 20  # for all the kills of a test
+PATIENCE = 300  # where everything is slow, until there have been a few of each kind
 # What a writer that was cut off leaves, and all it may leave. None of it means that mail is missing.
 UNCLOSED = {'not-closed', 'file-size', 'header-gap', 'page-crc', 'dlist'}
 
@@ -66,7 +67,12 @@ class Killed(PstTest):
         self.pst.unlink()
 
         there = kills = with_commits = taken_over = unclosed = 0
-        while kills < 6 or time.monotonic() - begun < SECONDS:
+
+        def elapsed():
+            return time.monotonic() - begun
+
+        while elapsed() < SECONDS or (elapsed() < PATIENCE and not (kills > 5 and with_commits and
+                                                                    taken_over)):
             moment = chance.random() * whole
             process = self.start()
             try:
@@ -107,6 +113,7 @@ class Killed(PstTest):
                 self.assertEqual(self.count_by_lspst(), there)
                 self.pst.unlink()
                 there = 0
+        self.assertGreater(kills, 5)
         self.assertGreater(with_commits, 0)
         self.assertGreater(taken_over, 0)
         self.assertGreater(unclosed, 0)
