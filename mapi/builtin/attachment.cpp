@@ -278,6 +278,9 @@ HRESULT Attachment::WriteOut() {
   } else if (list.Scalar(ToTag(PR_ATTACH_METHOD)) == ATTACH_EMBEDDED_MSG) {
     // The message inside was never saved, or could not be: readers would look for it.
     list.SetScalar(ToTag(PR_ATTACH_METHOD), NO_ATTACHMENT);
+  } else if (list.Scalar(ToTag(PR_ATTACH_METHOD)) == ATTACH_BY_VALUE &&
+             !Has(list, PR_ATTACH_DATA_BIN)) {
+    list.SetBytes(ToTag(PR_ATTACH_DATA_BIN), {});
   }
   std::optional<pstfile::StoredMessage> embedded = std::move(_embedded);
   _embedded.reset();

@@ -162,6 +162,11 @@ TEST_F(Failures, AnAttachmentWhoseMessageWasNotSavedDoesNotPromiseOne) {
   attach.Reset();
   ASSERT_EQ(message->OpenAttach(number, nullptr, 0, attach.Put()), S_OK);
   EXPECT_EQ(Get(*attach, PR_ATTACH_METHOD).number(), NO_ATTACHMENT);
+  // One by value without data has an empty value: readers want it.
+  ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+  ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)), S_OK);
+  ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
+  EXPECT_EQ(Get(*attach, PR_ATTACH_DATA_BIN).bytes(), "");
 }
 
 TEST_F(Failures, LogOffClosesTheFileWhateverStillLives) {
