@@ -1,21 +1,23 @@
 #include "cli/console.h"
 
-#include <cstdio>
 #include <string>
 
 #include "cli/format.h"
+#include "platform/process.h"
 
 namespace parvane::cli {
 
+using platform::StandardStream;
+
 bool WriteOutput(std::string_view utf8) {
-  return std::fwrite(utf8.data(), 1, utf8.size(), stdout) == utf8.size();
+  return platform::WriteStandardStream(StandardStream::kOutput, utf8);
 }
 
-bool FlushOutput() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+bool FlushOutput() { return platform::FlushStandardStream(StandardStream::kOutput); }
 
 void WriteMessage(std::string_view utf8) {
-  std::fwrite(utf8.data(), 1, utf8.size(), stderr);
-  std::fflush(stderr);
+  (void)platform::WriteStandardStream(StandardStream::kError, utf8);
+  (void)platform::FlushStandardStream(StandardStream::kError);
 }
 
 void WriteError(std::string_view text) {

@@ -158,6 +158,8 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   CLI::App app{"Moves e-mail from mbox files and mail profiles into an Outlook PST file.",
                "parvane"};
   app.formatter(std::make_shared<HelpFormat>());
+  // "/mail" is a path on every system.
+  app.allow_windows_style_options(false);
   app.set_version_flag("--version", "parvane " PARVANE_VERSION);
   app.require_subcommand(1);
   app.footer(kExamples);

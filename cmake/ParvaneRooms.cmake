@@ -66,6 +66,21 @@ function(parvane_room NAME)
   endif()
 endfunction()
 
+# parvane_runnable(OUT TARGET): a file that runs the program on this machine, for tests that start it
+# themselves: the program, or a script that runs it under Wine.
+function(parvane_runnable OUT TARGET)
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" emulator)
+    set(script ${CMAKE_BINARY_DIR}/runnable/${TARGET})
+    file(GENERATE OUTPUT ${script}
+      CONTENT "#!/bin/sh\nexec '${emulator}' '$<TARGET_FILE:${TARGET}>' \"$@\"\n"
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set(${OUT} ${script} PARENT_SCOPE)
+  else()
+    set(${OUT} $<TARGET_FILE:${TARGET}> PARENT_SCOPE)
+  endif()
+endfunction()
+
 # parvane_test(NAME LINKS room...): every *_test.cpp of the current folder as one program.
 # The program may also include "tests/..." headers shared by all tests.
 function(parvane_test NAME)

@@ -67,7 +67,8 @@ class RandomAccessFile {
   virtual Status Allocate(std::uint64_t size) = 0;
   // Takes the file for this handle alone, at once or not at all: kLocked when another process or
   // another handle of this one has it, kUnsupported on a file system without locks. Held until
-  // closed. Advisory off Windows.
+  // closed. Advisory off Windows; on Windows every file open for writing is locked, and opening it
+  // a second time for writing already fails with kLocked.
   virtual Status LockExclusive() = 0;
 };
 

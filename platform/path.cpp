@@ -9,15 +9,45 @@ constexpr bool IsSeparator(char16_t unit) {
   return unit == u'/' || (kPathSeparator == u'\\' && unit == u'\\');
 }
 
+constexpr bool IsDriveLetter(char16_t unit) {
+  return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+}
+
+// "C:", where paths may begin with a drive.
+constexpr bool BeginsWithDrive(std::u16string_view path) {
+  return kPathSeparator == u'\\' && path.size() >= 2 && IsDriveLetter(path[0]) && path[1] == u':';
+}
+
+// How much of the path no parent is taken of: "/"; on Windows also "C:", "C:\", "\\server\share\"
+// and "\\?\" with what it precedes.
+std::size_t RootLength(std::u16string_view path) {
+  const auto separatorAt = [path](std::size_t i) {
+    return i < path.size() && IsSeparator(path[i]);
+  };
+  const auto behindComponent = [&](std::size_t i) {
+    while (i < path.size() && !IsSeparator(path[i])) ++i;
+    return separatorAt(i) ? i + 1 : i;
+  };
+  if (BeginsWithDrive(path)) return separatorAt(2) ? 3 : 2;
+  if (kPathSeparator != u'\\' || !separatorAt(0) || !separatorAt(1)) return separatorAt(0) ? 1 : 0;
+  const bool verbatim = path.size() >= 4 && (path[2] == u'?' || path[2] == u'.') && separatorAt(3);
+  if (!verbatim) return behindComponent(behindComponent(2));
+  if (BeginsWithDrive(path.substr(4))) return separatorAt(6) ? 7 : 6;
+  return path.substr(4, 3) == u"UNC" ? behindComponent(behindComponent(behindComponent(4)))
+                                     : behindComponent(4);
+}
+
 // Where the separators that end the path begin; the root keeps its own.
 std::u16string_view WithoutTrailingSeparators(std::u16string_view path) {
-  while (path.size() > 1 && IsSeparator(path.back())) path.remove_suffix(1);
+  const std::size_t root = RootLength(path);
+  while (path.size() > root && IsSeparator(path.back())) path.remove_suffix(1);
   return path;
 }
 
 std::size_t StartOfLastComponent(std::u16string_view path) {
+  const std::size_t root = RootLength(path);
   std::size_t at = path.size();
-  while (at > 0 && !IsSeparator(path[at - 1])) --at;
+  while (at > root && !IsSeparator(path[at - 1])) --at;
   return at;
 }
 
@@ -70,7 +100,9 @@ std::string PathForDisplay(std::u16string_view path) { return Utf16ToUtf8(path);
 
 std::u16string JoinPath(std::u16string_view folder, std::u16string_view name) {
   std::u16string out(folder);
-  if (!out.empty() && !IsSeparator(out.back())) out += kPathSeparator;
+  // "C:name" lies in the current folder of the drive.
+  const bool driveAlone = out.size() == 2 && BeginsWithDrive(out);
+  if (!out.empty() && !IsSeparator(out.back()) && !driveAlone) out += kPathSeparator;
   out += name;
   return out;
 }

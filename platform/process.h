@@ -27,7 +27,9 @@ class InterruptWatch {
 
 inline constexpr int kInterruptedExitCode = 130;
 
-// The program's arguments without its name, each as PathFromNative takes it.
+// The program's arguments without its name, each as PathFromNative takes it. On Windows, where no
+// shell does it, an argument whose last component holds "*" or "?" becomes the files and folders
+// that it matches, sorted; it stays as it is when there are none.
 std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
 
 // The path from the root, without ".", ".." and symbolic links; the path as it is when nothing is
@@ -35,6 +37,11 @@ std::vector<std::string> ProgramArguments(int argc, const char* const* argv);
 std::u16string CanonicalPath(std::u16string_view path);
 
 enum class StandardStream { kOutput, kError };
+
+// Writes to the stream; false once it takes no more (a closed pipe). Bytes go out as they are,
+// without line ends being changed; a console of Windows gets the text whatever its code page.
+bool WriteStandardStream(StandardStream stream, std::string_view utf8);
+bool FlushStandardStream(StandardStream stream);
 
 // True when a person reads the stream on a terminal that can redraw a line.
 bool IsInteractive(StandardStream stream);

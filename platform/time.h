@@ -68,8 +68,9 @@ std::int32_t LocalUtcOffsetAtUtc(std::int64_t unixSeconds);
 // the gap the offset before it.
 std::int32_t LocalUtcOffsetAtLocal(std::int64_t localSecondsSinceUnixEpoch);
 
-// Chooses the local time zone of this process by its tz database name (empty: the machine's own).
-// For tests, while no other thread asks for the time. False where that cannot be done (Windows).
+// Chooses the local time zone of this process by its tz database name, on Windows by its name there
+// ("Eastern Standard Time"); empty: the machine's own. For tests, while no other thread asks for
+// the time. False when the system knows no such zone.
 bool SetLocalTimeZone(std::string_view name);
 
 // Locale formatting with Windows' picture strings ("ddd',' d MMM yyyy", "HH':'mm':'ss"), in the

@@ -3,6 +3,8 @@
 #include <iterator>
 
 #include "platform/code_page_internal.h"
+#include "platform/code_pages/base_pages.h"
+#include "platform/code_pages/composed.h"
 #include "platform/posix/icu_converter.h"
 #include "platform/posix/multi_byte.h"
 #include "platform/posix/single_byte.h"
@@ -118,7 +120,7 @@ bool SystemCodePageBeginsAsAscii(unsigned codePage) {
 std::size_t SystemDecode(unsigned codePage, std::string_view bytes, std::u16string& out) {
   switch (codePage) {
     case 932:
-      return ShiftJisDecode(bytes, out);
+      return DecodeBase(BasePage::kShiftJis, bytes, out);
     case 950:
       return Big5Decode(bytes, out);
     case 1361:
@@ -149,7 +151,7 @@ std::size_t SystemDecode(unsigned codePage, std::string_view bytes, std::u16stri
 std::size_t SystemEncode(unsigned codePage, std::u16string_view text, std::string& out) {
   switch (codePage) {
     case 932:
-      return ShiftJisEncode(text, out);
+      return EncodeBase(BasePage::kShiftJis, text, out);
     case 950:
       return IcuEncode("windows-950-2000", text, out);
     case 1361:

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "platform/code_pages/base_pages.h"
 #include "platform/posix/icu_converter.h"
 #include "platform/posix/multi_byte.h"
 
@@ -19,6 +20,12 @@ std::size_t DecodeGb(std::string_view bytes, std::u16string& out) {
 }
 std::size_t DecodeEucTw(std::string_view bytes, std::u16string& out) {
   return IcuDecode("euc-tw-2014", bytes, out);
+}
+std::size_t DecodeShiftJis(std::string_view bytes, std::u16string& out) {
+  return DecodeBase(BasePage::kShiftJis, bytes, out);
+}
+std::size_t EncodeShiftJis(std::u16string_view text, std::string& out) {
+  return EncodeBase(BasePage::kShiftJis, text, out);
 }
 std::size_t EncodeBig5(std::u16string_view text, std::string& out) {
   return IcuEncode(kBig5, text, out);
@@ -43,7 +50,7 @@ struct MacPage {
 };
 constexpr MacPage kMacPages[] = {
     {10001, u"\200\\\u00A0\u00A0\u00FD\u00A9\u00FE\u2122\u00FF\u2026", 0x81, 0xFC, 0x40,
-     ShiftJisDecode, ShiftJisEncode},
+     DecodeShiftJis, EncodeShiftJis},
     {10002, u"\200\\\u00A0\u00A0\u00FD\u00A9\u00FE\u2122\u00FF\u2026", 0x81, 0xFC, 0x40, Big5Decode,
      EncodeBig5},
     {10003, u"\200\u00A0\201\u20A9\202\u2014\203\u00A9\204\\\u00FE\u2122\u00FF\u2026", 0xA1, 0xFD,

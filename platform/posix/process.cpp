@@ -1,6 +1,7 @@
 #include "platform/process.h"
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
@@ -68,6 +69,16 @@ std::u16string CanonicalPath(std::u16string_view path) {
   const std::unique_ptr<char, void (*)(void*)> resolved(
       realpath(PathToNative(path).c_str(), nullptr), std::free);
   return resolved ? PathFromNative(resolved.get()) : std::u16string(path);
+}
+
+bool WriteStandardStream(StandardStream stream, std::string_view utf8) {
+  std::FILE* const file = stream == StandardStream::kOutput ? stdout : stderr;
+  return std::fwrite(utf8.data(), 1, utf8.size(), file) == utf8.size();
+}
+
+bool FlushStandardStream(StandardStream stream) {
+  std::FILE* const file = stream == StandardStream::kOutput ? stdout : stderr;
+  return std::fflush(file) == 0 && std::ferror(file) == 0;
 }
 
 bool IsInteractive(StandardStream stream) {

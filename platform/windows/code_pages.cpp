@@ -1,7 +1,11 @@
-// Code pages through the Windows API.
+// Code pages through the Windows API, but for Japanese mail and Johab, of which the API reads less
+// than there is.
 #include <algorithm>
 
 #include "platform/code_page_internal.h"
+#include "platform/code_pages/base_pages.h"
+#include "platform/code_pages/composed.h"
+#include "platform/windows/system_pages.h"
 #include "platform/windows/windows_text.h"
 
 namespace parvane::platform {
@@ -25,17 +29,22 @@ unsigned Superset(unsigned codePage) {
       return 949;
     case 38598:
       return 28598;
-    case 50220:
-    case 50221:
-      return 50222;
     default:
       return codePage;
   }
 }
 
+bool IsIso2022Jp(unsigned codePage) { return codePage >= 50220 && codePage <= 50222; }
+
+// The page whose table decides whether this one can be read.
+unsigned TableOf(unsigned codePage) {
+  if (IsIso2022Jp(codePage) || codePage == 51932) return 932;
+  return codePage == 1361 ? 949 : Superset(codePage);
+}
+
 // Pages whose bytes mean what a shift before them says, and which accept no flags.
 bool IsStateful(unsigned codePage) {
-  return (codePage >= 50220 && codePage <= 50229) || codePage == 52936 || codePage == 65000 ||
+  return (codePage >= 50225 && codePage <= 50229) || codePage == 52936 || codePage == 65000 ||
          (codePage >= 57002 && codePage <= 57011) || codePage == 42;
 }
 
@@ -96,17 +105,33 @@ std::size_t CountReplacements(std::u16string_view text) {
 }  // namespace
 
 bool SystemKnowsCodePage(unsigned codePage) {
-  return ::IsValidCodePage(Superset(codePage)) != FALSE && codePage > 3 && codePage != 42;
+  return ::IsValidCodePage(TableOf(codePage)) != FALSE && codePage > 3 && codePage != 42;
 }
 
 bool SystemCodePageBeginsAsAscii(unsigned codePage) {
   // Where 'A' is 'A', all of ASCII is, but for the shifted pages and the variants of ISO 646.
   std::u16string letter;
-  return !IsStateful(codePage) && (codePage < 20105 || codePage > 20108) &&
-         Convert(Superset(codePage), "A", false, letter) && letter == u"A";
+  return !IsStateful(codePage) && !IsIso2022Jp(codePage) &&
+         (codePage < 20105 || codePage > 20108) && Convert(TableOf(codePage), "A", false, letter) &&
+         letter == u"A";
 }
 
 std::size_t SystemDecode(unsigned codePage, std::string_view bytes, std::u16string& out) {
+  if (IsIso2022Jp(codePage)) return Iso2022JpDecode(bytes, out);
+  if (codePage == 51932) return EucJpDecode(bytes, out);
+  if (codePage == 1361) return JohabDecode(bytes, out);
+  return DecodeByTheSystem(codePage, bytes, out);
+}
+
+std::size_t SystemEncode(unsigned codePage, std::u16string_view text, std::string& out) {
+  if (IsIso2022Jp(codePage)) return Iso2022JpEncode(text, out);
+  if (codePage == 51932) return EucJpEncode(text, out);
+  if (codePage == 1361) return JohabEncode(text, out);
+  if (codePage == 932) return EncodeBase(BasePage::kShiftJis, text, out);
+  return EncodeByTheSystem(codePage, text, out);
+}
+
+std::size_t DecodeByTheSystem(unsigned codePage, std::string_view bytes, std::u16string& out) {
   codePage = Superset(codePage);
   if (IsStateful(codePage)) {
     const std::size_t before = out.size();
@@ -132,7 +157,7 @@ std::size_t SystemDecode(unsigned codePage, std::string_view bytes, std::u16stri
   return invalid;
 }
 
-std::size_t SystemEncode(unsigned codePage, std::u16string_view text, std::string& out) {
+std::size_t EncodeByTheSystem(unsigned codePage, std::u16string_view text, std::string& out) {
   codePage = Superset(codePage);
   const std::wstring wide = ToWide(text);
   // GB 18030 has every character; the shifted pages cannot tell.
@@ -155,12 +180,14 @@ std::size_t SystemEncode(unsigned codePage, std::u16string_view text, std::strin
   // Once more, character by character, to count.
   out.resize(base);
   std::size_t replaced = 0;
+  std::string mark;
+  convert(L"?", mark);
   for (std::size_t i = 0; i < wide.size();) {
     const bool pair = i + 1 < wide.size() && IS_SURROGATE_PAIR(wide[i], wide[i + 1]);
     const std::size_t length = pair ? 2 : 1;
     std::string one;
     if (convert({wide.data() + i, length}, one)) {
-      one = "?";
+      one = mark;
       ++replaced;
     }
     out += one;

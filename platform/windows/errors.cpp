@@ -59,7 +59,11 @@ std::string SystemText(DWORD error) {
 }  // namespace
 
 Status SystemErrorStatus(DWORD error, std::string_view action, std::u16string_view path) {
-  return {CodeOf(error),
+  const StatusCode code = CodeOf(error);
+  if (code == StatusCode::kLocked) {
+    return {code, PathForDisplay(path) + " is in use by another program"};
+  }
+  return {code,
           "cannot " + std::string(action) + " " + PathForDisplay(path) + ": " + SystemText(error)};
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "platform/file.h"
+#include "platform/windows/paths.h"
 #include "platform/windows/windows_text.h"
 
 namespace parvane::platform {
@@ -8,12 +9,6 @@ namespace {
 
 // One call reads or writes at most this much.
 constexpr std::size_t kLongestTransfer = std::size_t{1} << 30;
-// Where the lock lies: beyond every byte that could be read, because locks here bar reading too.
-constexpr DWORD kLockOffsetLow = 0xFFFFFFFE;
-constexpr DWORD kLockOffsetHigh = 0x7FFFFFFF;
-// From here on a path needs the prefix that lifts the old length limit.
-constexpr std::size_t kLongPath = 240;
-
 class Handle {
  public:
   explicit Handle(HANDLE handle) : _handle(handle) {}
@@ -28,22 +23,6 @@ class Handle {
  private:
   HANDLE _handle;
 };
-
-// A path for the system; empty when there can be no such file.
-std::wstring ToSystemPath(std::u16string_view path) {
-  if (path.find(u'\0') != path.npos) return {};
-  std::wstring wide = ToWide(path);
-  if (wide.size() < kLongPath) return wide;
-  wchar_t* name = nullptr;
-  const DWORD needed = ::GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
-  std::wstring full(needed, L'\0');
-  const DWORD length = ::GetFullPathNameW(wide.c_str(), needed, full.data(), &name);
-  if (length == 0 || length >= needed) return wide;
-  full.resize(length);
-  if (full.rfind(L"\\\\?\\", 0) == 0) return full;
-  if (full.rfind(L"\\\\", 0) == 0) return L"\\\\?\\UNC\\" + full.substr(2);
-  return L"\\\\?\\" + full;
-}
 
 OVERLAPPED At(std::uint64_t offset) {
   OVERLAPPED place{};
@@ -102,19 +81,8 @@ class WindowsFile final : public RandomAccessFile {
     return size <= *current ? Status() : SetSize(size, "extend");
   }
 
-  Status LockExclusive() override {
-    OVERLAPPED place{};
-    place.Offset = kLockOffsetLow;
-    place.OffsetHigh = kLockOffsetHigh;
-    if (::LockFileEx(_handle.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
-                     &place)) {
-      return {};
-    }
-    if (::GetLastError() == ERROR_LOCK_VIOLATION || ::GetLastError() == ERROR_IO_PENDING) {
-      return {StatusCode::kLocked, PathForDisplay(_path) + " is in use by another program"};
-    }
-    return Fail("lock");
-  }
+  // A handle that may write shares the file with readers only, from its opening on.
+  Status LockExclusive() override { return {}; }
 
  private:
   Status Fail(std::string_view action) const {
@@ -159,8 +127,10 @@ class WindowsFileSystem final : public FileSystem {
   Result<std::unique_ptr<RandomAccessFile>> Open(std::u16string_view path, OpenMode mode) override {
     const bool reading = mode == OpenMode::kRead;
     const bool creating = mode == OpenMode::kCreateNew;
-    auto handle = OpenRegular(path, reading ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+    // Share modes keep two writers apart. Locks on ranges of bytes would too, but not every file
+    // server has them, and they would bar readers from those bytes.
+    const DWORD share = FILE_SHARE_READ | FILE_SHARE_DELETE | (reading ? FILE_SHARE_WRITE : 0U);
+    auto handle = OpenRegular(path, reading ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE, share,
                               creating ? CREATE_NEW : OPEN_EXISTING, creating ? "create" : "open");
     if (!handle.ok()) return handle.status();
     return std::unique_ptr<RandomAccessFile>(

@@ -15,11 +15,13 @@ namespace parvane::platform {
 unsigned SystemAnsiCodePage() { return ::GetACP(); }
 
 std::optional<std::u16string> LocalApplicationDataFolder() {
-  wchar_t path[MAX_PATH];
-  if (FAILED(::SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, path))) {
-    return std::nullopt;
+  PWSTR path = nullptr;
+  std::optional<std::u16string> folder;
+  if (SUCCEEDED(::SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, &path))) {
+    folder = FromWide(path);
   }
-  return FromWide(path);
+  ::CoTaskMemFree(path);
+  return folder;
 }
 
 void FillRandom(std::span<std::byte> bytes) {

@@ -22,6 +22,9 @@
 
 namespace parvane::mapi {
 
+// The tests' 8-bit strings are UTF-8 wherever they run.
+inline const bool kAnsiIsUtf8 = (platform::SetAnsiCodePage(65001), true);
+
 inline constexpr char kProfileName[] = "test.profile";
 inline constexpr ULONG kLogonFlags = 0x80028032;
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "mime/date_parser.h"
+#include "tests/support/time_zone.h"
 
 namespace Tessary {
 namespace {
@@ -161,7 +162,7 @@ TEST(DateParser, ReadsIso8601InFull) {
 // Puts the machine into a time zone for one test.
 class ZoneScope {
  public:
-  explicit ZoneScope(std::string_view zone) : _set(platform::SetLocalTimeZone(zone)) {}
+  explicit ZoneScope(std::string_view zone) : _set(parvane::UseTimeZone(zone)) {}
   ~ZoneScope() { platform::SetLocalTimeZone({}); }
   bool set() const { return _set; }
 

@@ -83,6 +83,7 @@ TEST(Utf16, UnpairedSurrogatesAreReplaced) {
 }
 
 TEST(Ansi, FollowsTheChosenPage) {
+  SetAnsiCodePage(kCodePageUtf8);
   EXPECT_EQ(AnsiToUtf16("\xC3\xA6"), u"\u00E6");
   SetAnsiCodePage(1251);
   EXPECT_EQ(AnsiToUtf16("\xE6"), u"\u0436");

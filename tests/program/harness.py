@@ -1,7 +1,9 @@
 """Runs the program and the independent readers that judge what it wrote.
 
 The environment says where things are: PARVANE (the program), PARVANE_SHARED_DIR (optional: test
-mail and the structural checker that are not part of the project).
+mail and the structural checker that are not part of the project). PARVANE_JUDGE, where set, is this
+system's own build of the program: PARVANE is then one for Windows, run under Wine, and what it wrote
+must satisfy both.
 """
 import collections
 import json
@@ -17,10 +19,25 @@ import threading
 import unittest
 
 PARVANE = os.environ['PARVANE']
+JUDGE = os.environ.get('PARVANE_JUDGE')
+WINDOWS = JUDGE is not None
+NO_SUCH_FILE = 'not found' if WINDOWS else 'No such file'
 SHARED = pathlib.Path(os.environ.get('PARVANE_SHARED_DIR', '/nonexistent'))
 CHECKER = SHARED / 'tools' / 'pstcheck.py'
 # Sanitizers slow everything down; what is slow anyway gets more time.
 TIME_LIMIT = 600
+
+
+def shown(argument):
+    """A path as the program under test is given it and names it; anything else as it is."""
+    if WINDOWS and isinstance(argument, pathlib.PurePath) and argument.is_absolute():
+        return 'Z:' + str(argument).replace('/', '\\')
+    return str(argument)
+
+
+def file_name(path):
+    """The last component of a path that the program wrote."""
+    return re.split(r'[/\\]' if WINDOWS else '/', path)[-1]
 
 
 class Run:
@@ -80,6 +97,8 @@ class PstTest(unittest.TestCase):
     def parvane(self, *arguments, program=PARVANE, **options):
         # A home of its own, so that the error dump of a test stays with the test.
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
+        if program == PARVANE:
+            arguments = [shown(a) for a in arguments]
         return Run([program, *arguments], env=environment, **options)
 
     def parvane_on_terminal(self, *arguments):
@@ -177,9 +196,10 @@ class PstTest(unittest.TestCase):
             shutil.rmtree(leftover)
 
     def check_structure(self, pst):
-        run = self.parvane('check', '--notes', pst)
-        self.assertEqual((run.code, run.out.count('\n'), run.err), (0, 1, ''), run)
-        self.assertIn(': no fault found in ', run.out)
+        for program in (PARVANE, JUDGE) if JUDGE else (PARVANE,):
+            run = self.parvane('check', '--notes', pst, program=program)
+            self.assertEqual((run.code, run.out.count('\n'), run.err), (0, 1, ''), run)
+            self.assertIn(': no fault found in ', run.out)
         if not CHECKER.exists():
             return
         run = Run([sys.executable, CHECKER, 'check', '--writer', pst])

@@ -2,7 +2,7 @@
 import json
 import unittest
 
-from harness import PstTest
+from harness import NO_SUCH_FILE, PstTest, shown
 
 
 class Check(PstTest):
@@ -40,7 +40,7 @@ class Check(PstTest):
         self.assertIn('page-crc', [f['code'] for f in found['findings'] if f['severity'] == 'error'])
 
     def test_what_is_no_pst(self):
-        for path, says in ((self.folder / 'missing.pst', 'No such file'),
+        for path, says in ((self.folder / 'missing.pst', NO_SUCH_FILE),
                            (self.folder, 'not a regular file'),
                            (self.write('text.pst', b'x' * 1000), 'not a PST file'),
                            (self.write('ansi.pst', b'!BDN\0\0\0\0SM\x0e' + bytes(1000)), 'ANSI')):
@@ -49,7 +49,7 @@ class Check(PstTest):
                 self.assertEqual((run.code, run.out), (3, ''), run)
                 self.assertRegex(run.err, r'^parvane: .*\n$')
                 self.assertIn(says, run.err)
-                self.assertIn(str(path), run.err)
+                self.assertIn(shown(path), run.err)
 
 
 if __name__ == '__main__':

@@ -2,7 +2,7 @@
 import json
 import unittest
 
-from harness import SHARED, PstTest
+from harness import SHARED, PstTest, file_name
 
 CORPUS = SHARED / 'corpus'
 
@@ -46,14 +46,14 @@ class Trees(PstTest):
         return account
 
     def left_behind(self, account):
-        return {entry['path'].rsplit('/', 1)[-1] for entry in account['passedOver']
+        return {file_name(entry['path']) for entry in account['passedOver']
                 if entry['leftBehind']}
 
     def test_folder_of_mbox_files(self):
         # A text that happens to begin like a mailbox is named, rather than lost without a word.
         account = self.check('mbox-dir', ['mbox-dir'], 1)
         self.assertEqual(self.left_behind(account), {'notes.txt'})
-        passed_over = {entry['path'].rsplit('/', 1)[-1] for entry in account['passedOver']}
+        passed_over = {file_name(entry['path']) for entry in account['passedOver']}
         self.assertLessEqual({'broken.mbox', 'lower.mbox', '._lists.mbox'}, passed_over)
 
     def test_profile_leaves_some_mail_behind_and_says_so(self):

@@ -12,7 +12,7 @@ import time
 import unittest
 
 import mailboxes
-from harness import PARVANE, PstTest
+from harness import NO_SUCH_FILE, PARVANE, PstTest, shown
 
 NOBODY = 65534
 
@@ -31,7 +31,7 @@ class Refusals(PstTest):
         self.assertEqual(len(run.err.splitlines()), 1, run)
         self.assertTrue(run.err.startswith('parvane: '), run)
         for text in texts:
-            self.assertIn(str(text), run.err)
+            self.assertIn(shown(text), run.err)
 
     def test_one_line_names_the_file_and_the_reason(self):
         source = self.write('Inbox.mbox', mailboxes.many(2))
@@ -40,7 +40,7 @@ class Refusals(PstTest):
         pst = self.folder / 'out.pst'
         missing = self.folder / 'missing'
         cases = (
-            ('no source', (missing, pst), (missing, 'No such file')),
+            ('no source', (missing, pst), (missing, NO_SUCH_FILE)),
             ('no mbox', (text, pst), (text, 'not an mbox')),
             ('no mail', (self.folder / 'empty', pst), ('empty', 'no mail')),
             ('no folder for the PST', (source, missing / 'out.pst'), (missing, 'does not exist')),
@@ -54,7 +54,7 @@ class Refusals(PstTest):
                 self.assert_one_line(self.parvane('convert', *arguments), *texts)
                 self.assertFalse(pst.exists())
         self.assertEqual(text.read_bytes(), b'from here to there\n')
-        for name, path, reason in (('list nothing', missing, 'No such file'),
+        for name, path, reason in (('list nothing', missing, NO_SUCH_FILE),
                                    ('list no PST', text, 'no PST')):
             with self.subTest(name):
                 self.assert_one_line(self.parvane('list', path), path, reason)
@@ -121,7 +121,7 @@ class Stops(PstTest):
                 account = self.convert(
                     source, pst, code=3,
                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
-                self.assertIn(str(pst), account['error'])
+                self.assertIn(shown(pst), account['error'])
                 self.assertLess(account['totals']['written'], 200)
                 self.assert_account_is_true(account, pst)
                 self.assertTrue(account['failures'])
@@ -139,7 +139,7 @@ class Stops(PstTest):
         account = self.convert(
             source, pst, code=3,
             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (20_000, 20_000)))
-        self.assertIn(str(pst), account['error'])
+        self.assertIn(shown(pst), account['error'])
         self.assertFalse(pst.exists())
 
         # A PST that was to be replaced stays.
@@ -165,7 +165,7 @@ class Stops(PstTest):
     def start(self, source, pst, report):
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
         return subprocess.Popen(
-            [PARVANE, 'convert', '--overwrite', '--report', str(report), str(source), str(pst)],
+            [PARVANE, 'convert', '--overwrite', '--report', shown(report), shown(source), shown(pst)],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
             env=environment)
 

@@ -10,7 +10,7 @@ import time
 import unittest
 
 import mailboxes
-from harness import PARVANE, PstTest
+from harness import PARVANE, PstTest, file_name
 
 
 class Usage(PstTest):
@@ -98,7 +98,7 @@ class Destinations(PstTest):
         out = self.folder / 'out'
         out.mkdir()
         for name in ('Inbox.pst', 'Inbox(1).pst'):
-            self.assertTrue(self.convert(self.inbox, out)['destination'].endswith('/' + name))
+            self.assertEqual(file_name(self.convert(self.inbox, out)['destination']), name)
             self.assertEqual(self.listed_folders(out / name), {('Inbox',): 3})
 
     def test_several_sources_and_equal_names(self):

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/code_page.h"
 #include "platform/system.h"
 #include "platform/time.h"
 #include "tests/platform/scratch_folder.h"
@@ -198,6 +199,20 @@ TEST(PosixLocale, FillsPictures) {
   EXPECT_EQ(FormatLocaleTime(time, u"H h hh m s t tt"), u"14 2 02 7 9 P PM");
   EXPECT_EQ(FormatLocaleTime({2013, 3, 2, 5, 0, 0, 0, 0}, u"h tt"), u"12 AM");
   EXPECT_EQ(FormatLocaleDate({2013, 2, 0, 30, 0, 0, 0, 0}, u"d"), u"");
+}
+
+TEST(CodePage, ReadsBig5BeyondWindowsTable) {
+  std::u16string text;
+  EXPECT_EQ(DecodeCodePage(950, "\xC6\xE8\xC6\xA1\xA4\x40", text), 0U);
+  EXPECT_EQ(text, u"\u3042\u2460\u4E00");
+}
+
+TEST(TimeZone, MaySkipADay) {
+  ASSERT_TRUE(SetLocalTimeZone("Pacific/Apia"));
+  // Noon of 29 and of 31 December 2011; there was no 30th.
+  EXPECT_EQ(LocalUtcOffsetAtLocal(1'325'160'000), -36000);
+  EXPECT_EQ(LocalUtcOffsetAtLocal(1'325'332'800), 50400);
+  SetLocalTimeZone({});
 }
 
 }  // namespace

@@ -1,57 +1,19 @@
 #include <array>
+#include <vector>
 
-#include "platform/posix/icu_converter.h"
-#include "platform/posix/multi_byte.h"
+#include "platform/code_pages/base_pages.h"
+#include "platform/code_pages/composed.h"
+#include "platform/code_pages/runs.h"
 #include "platform/simd/ascii.h"
 
 namespace parvane::platform {
 namespace {
 
-constexpr const char* kIcuShiftJis = "ibm-943_P15A-2003";
-constexpr const char* kIcuEucJp = "euc-jp-2007";
-constexpr const char* kIcuIso2022Jp = "ISO_2022,locale=ja,version=3";
-
-// ICU's Shift-JIS moves three control characters about, as IBM's PC pages did.
-char16_t RestoredControl(char16_t unit) {
-  switch (unit) {
-    case 0x1A:
-      return 0x7F;
-    case 0x1C:
-      return 0x1A;
-    case 0x7F:
-      return 0x1C;
-    default:
-      return unit;
-  }
-}
-
-// Six characters that JIS and Windows map differently; ICU's tables are Windows', so that text
-// made elsewhere needs their characters.
-struct Difference {
-  char16_t jis;
-  char16_t windows;
-};
-constexpr Difference kDifferences[] = {{0x301C, 0xFF5E}, {0x2016, 0x2225}, {0x2212, 0xFF0D},
-                                       {0x00A2, 0xFFE0}, {0x00A3, 0xFFE1}, {0x00AC, 0xFFE2}};
-
-std::u16string AsWindows(std::u16string_view text) {
-  std::u16string out(text);
-  for (char16_t& unit : out) {
-    for (const Difference& difference : kDifferences) {
-      if (unit == difference.jis) unit = difference.windows;
-    }
-  }
-  return out;
-}
-
-std::size_t DecodeEucThroughIcu(std::string_view bytes, std::u16string& out) {
-  return IcuDecode(kIcuEucJp, bytes, out);
-}
 std::size_t DecodeKorean(std::string_view bytes, std::u16string& out) {
-  return IcuDecode("windows-949-2000", bytes, out);
+  return DecodeBase(BasePage::kKorean, bytes, out);
 }
 std::size_t DecodeChinese(std::string_view bytes, std::u16string& out) {
-  return IcuDecode("gb18030", bytes, out);
+  return DecodeBase(BasePage::kChinese, bytes, out);
 }
 
 constexpr bool IsGraphic(char c) { return c >= 0x21 && c <= 0x7E; }
@@ -73,7 +35,7 @@ const std::array<char16_t, kCells * kCells>& JisTable() {
             row % 2 == 1 ? cell + 0x9F : cell + kFirstCell + (cell < 63 ? 0x1F : 0x20);
         const char bytes[] = {static_cast<char>(lead), static_cast<char>(trail)};
         std::u16string character;
-        ShiftJisDecode({bytes, 2}, character);
+        DecodeBase(BasePage::kShiftJis, {bytes, 2}, character);
         table[row * kCells + cell] = character.size() == 1 ? character[0] : u'\uFFFD';
       }
     }
@@ -81,6 +43,23 @@ const std::array<char16_t, kCells * kCells>& JisTable() {
   }();
   return kTable;
 }
+
+// The pair of a character, both bytes 0x21 to 0x7E; 0 when the set lacks it. Of two places for one
+// character the first, which is the standard's own, counts.
+unsigned JisPairOf(char16_t unit) {
+  static const auto kPairs = [] {
+    std::vector<std::uint16_t> pairs(0x10000);
+    for (unsigned i = kCells * kCells; i-- > 0;) {
+      pairs[JisTable()[i]] =
+          static_cast<std::uint16_t>((i / kCells + kFirstCell) << 8 | (i % kCells + kFirstCell));
+    }
+    pairs[0xFFFD] = 0;
+    return pairs;
+  }();
+  return kPairs[unit];
+}
+
+constexpr bool IsKatakana(char16_t unit) { return unit >= 0xFF61 && unit <= 0xFF9F; }
 
 // A pair of bytes 0x21 to 0x7E.
 void AddJisPair(char first, char second, RunDecoder& out) {
@@ -180,16 +159,16 @@ class Iso2022JpReader {
   }
 
   void AddPair(char first, char second) {
-    const char high[] = {'\x8F', HighBit(first), HighBit(second)};
+    const char high[] = {HighBit(first), HighBit(second)};
     switch (_set) {
       case Set::kJis0212:
-        _out.Add(DecodeEucThroughIcu, {high, 3});
+        _out.Add(DecodeJis0212, {high, 2});
         break;
       case Set::kGb2312:
-        _out.Add(DecodeChinese, {high + 1, 2});
+        _out.Add(DecodeChinese, {high, 2});
         break;
       case Set::kKsc5601:
-        _out.Add(DecodeKorean, {high + 1, 2});
+        _out.Add(DecodeKorean, {high, 2});
         break;
       default:
         AddJisPair(first, second, _out);
@@ -212,7 +191,7 @@ class Iso2022JpReader {
     if (rest.size() >= 2 && rest[0] == 'N' && (IsGraphic(rest[1]) || rest[1] == ' ')) {
       const char byte = HighBit(rest[1]);
       std::u16string one;
-      IcuDecode(_greek ? "ibm-9005" : "ISO-8859-1", {&byte, 1}, one);
+      DecodeBase(_greek ? BasePage::kGreek : BasePage::kLatin1, {&byte, 1}, one);
       _out.Character(one.empty() ? u'\uFFFD' : one[0]);
       return 3;
     }
@@ -226,25 +205,66 @@ class Iso2022JpReader {
   bool _greek = false;
 };
 
+// The state of writing it.
+class Iso2022JpWriter {
+ public:
+  explicit Iso2022JpWriter(std::string& out) : _out(out) {}
+
+  // Writes a character; false, with ASCII selected for a replacement, when no set has it.
+  bool Write(std::u16string_view one) {
+    const char16_t unit = AsWindowsJapanese(one[0]);
+    std::string pair;
+    if (unit < 0x80) {
+      Select(Set::kAscii);
+      _out += static_cast<char>(unit);
+    } else if (IsKatakana(unit)) {
+      Select(Set::kKatakana);
+      _out += static_cast<char>(unit - 0xFF61 + 0x21);
+    } else if (const unsigned jis = JisPairOf(unit); jis != 0) {
+      Select(Set::kJis0208);
+      _out += {static_cast<char>(jis >> 8), static_cast<char>(jis)};
+    } else if (EncodeJis0212(one, pair)) {
+      AddPair(Set::kJis0212, pair);
+    } else if (EncodeBase(BasePage::kKorean, one, pair) == 0 && IsHighPair(pair)) {
+      AddPair(Set::kKsc5601, pair);
+    } else if (pair.clear(), EncodeBase(BasePage::kChinese, one, pair) == 0 && IsHighPair(pair)) {
+      AddPair(Set::kGb2312, pair);
+    } else {
+      Select(Set::kAscii);
+      return false;
+    }
+    return true;
+  }
+
+  void Finish() { Select(Set::kAscii); }
+
+ private:
+  static bool IsHighPair(std::string_view pair) {
+    return pair.size() == 2 && static_cast<unsigned char>(pair[0]) > 0xA0 &&
+           static_cast<unsigned char>(pair[1]) > 0xA0;
+  }
+
+  void AddPair(Set set, std::string_view pair) {
+    Select(set);
+    for (const char c : pair) _out += static_cast<char>(c & 0x7F);
+  }
+
+  void Select(Set set) {
+    if (set == _set) return;
+    _set = set;
+    for (const Escape& escape : kEscapes) {
+      if (escape.set != set || escape.sequence == "$(B" || escape.sequence == "$(@") continue;
+      _out += '\x1B';
+      _out += escape.sequence;
+      return;
+    }
+  }
+
+  std::string& _out;
+  Set _set = Set::kAscii;
+};
+
 }  // namespace
-
-std::size_t ShiftJisDecode(std::string_view bytes, std::u16string& out) {
-  const std::size_t base = out.size();
-  const std::size_t invalid = IcuDecode(kIcuShiftJis, bytes, out);
-  for (std::size_t i = base; i < out.size(); ++i) {
-    if (out[i] < 0x80) out[i] = RestoredControl(out[i]);
-  }
-  return invalid;
-}
-
-std::size_t ShiftJisEncode(std::u16string_view text, std::string& out) {
-  std::u16string windows = AsWindows(text);
-  for (char16_t& unit : windows) {
-    // Twice round the circle of three is once back.
-    if (unit < 0x80) unit = RestoredControl(RestoredControl(unit));
-  }
-  return IcuEncode(kIcuShiftJis, windows, out);
-}
 
 std::size_t EucJpDecode(std::string_view bytes, std::u16string& out) {
   RunDecoder runs(out);
@@ -262,7 +282,7 @@ std::size_t EucJpDecode(std::string_view bytes, std::u16string& out) {
       AddKatakana(bytes[1], runs);
       taken = 2;
     } else if (bytes[0] == '\x8F' && isHigh(1) && isHigh(2)) {
-      runs.Add(DecodeEucThroughIcu, bytes.substr(0, 3));
+      runs.Add(DecodeJis0212, bytes.substr(1, 2));
       taken = 3;
     } else if (isHigh(0) && isHigh(1)) {
       AddJisPair(static_cast<char>(bytes[0] & 0x7F), static_cast<char>(bytes[1] & 0x7F), runs);
@@ -276,7 +296,21 @@ std::size_t EucJpDecode(std::string_view bytes, std::u16string& out) {
 }
 
 std::size_t EucJpEncode(std::u16string_view text, std::string& out) {
-  return IcuEncode(kIcuEucJp, AsWindows(text), out);
+  return EncodeEach(text, out, [](std::u16string_view one, std::string& to) {
+    const char16_t unit = AsWindowsJapanese(one[0]);
+    if (unit < 0x80) {
+      to += static_cast<char>(unit);
+    } else if (IsKatakana(unit)) {
+      to += {'\x8E', static_cast<char>(unit - 0xFF61 + 0xA1)};
+    } else if (const unsigned pair = JisPairOf(unit); pair != 0) {
+      to += {HighBit(static_cast<char>(pair >> 8)), HighBit(static_cast<char>(pair))};
+    } else {
+      std::string supplement;
+      if (!EncodeJis0212(one, supplement)) return false;
+      to += '\x8F' + supplement;
+    }
+    return true;
+  });
 }
 
 std::size_t Iso2022JpDecode(std::string_view bytes, std::u16string& out) {
@@ -284,7 +318,11 @@ std::size_t Iso2022JpDecode(std::string_view bytes, std::u16string& out) {
 }
 
 std::size_t Iso2022JpEncode(std::u16string_view text, std::string& out) {
-  return IcuEncode(kIcuIso2022Jp, AsWindows(text), out);
+  Iso2022JpWriter writer(out);
+  const std::size_t replaced = EncodeEach(
+      text, out, [&writer](std::u16string_view one, std::string&) { return writer.Write(one); });
+  writer.Finish();
+  return replaced;
 }
 
 }  // namespace parvane::platform

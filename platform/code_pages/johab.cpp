@@ -2,13 +2,13 @@
 // and final letter.
 #include <algorithm>
 
-#include "platform/posix/icu_converter.h"
-#include "platform/posix/multi_byte.h"
+#include "platform/code_pages/base_pages.h"
+#include "platform/code_pages/composed.h"
+#include "platform/code_pages/runs.h"
 
 namespace parvane::platform {
 namespace {
 
-constexpr const char* kWansung = "windows-949-2000";
 constexpr int kFill = -1;
 constexpr int kNone = -2;
 constexpr char16_t kFirstSyllable = 0xAC00;
@@ -91,7 +91,7 @@ unsigned ToLetters(char16_t character) {
 }
 
 std::size_t DecodeWansung(std::string_view bytes, std::u16string& out) {
-  return IcuDecode(kWansung, bytes, out);
+  return DecodeBase(BasePage::kKorean, bytes, out);
 }
 
 // Two rows of KS X 1001 lie under one lead byte: symbols from D9, Chinese characters from E0.
@@ -165,7 +165,7 @@ std::size_t JohabEncode(std::u16string_view text, std::string& out) {
       return true;
     }
     std::string pair;
-    return IcuEncode(kWansung, one, pair) == 0 && pair.size() == 2 &&
+    return EncodeBase(BasePage::kKorean, one, pair) == 0 && pair.size() == 2 &&
            FromWansung(static_cast<unsigned char>(pair[0]), static_cast<unsigned char>(pair[1]),
                        to);
   });
