@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/options.h"
@@ -90,6 +91,13 @@ struct UnreadFolder {
   std::u16string sourcePath;
 };
 
+// What one stage of the work took (platform/stage_times.h).
+struct StageTiming {
+  std::string_view stage;
+  std::uint64_t milliseconds = 0;
+  std::uint64_t bytes = 0;
+};
+
 struct ConversionRecord {
   std::vector<std::u16string> sources;
   std::u16string destination;
@@ -114,6 +122,7 @@ struct ConversionRecord {
   std::uint64_t repairedDate = 0;
   std::uint64_t pstSize = 0;
   std::uint64_t peakMemory = 0;
+  std::vector<StageTiming> timings;  // if asked for
 
   bool interrupted = false;
   std::string error;  // why it could not finish; empty when it could

@@ -25,6 +25,7 @@
 #include "mapi/system_entry_points.h"
 #include "platform/file.h"
 #include "platform/process.h"
+#include "platform/stage_times.h"
 #include "platform/system.h"
 #include "platform/text.h"
 
@@ -55,16 +56,29 @@ class Conversion {
   ExitCode Run() {
     _record.started = platform::CurrentFileTime();
     const std::uint64_t start = platform::MonotonicMilliseconds();
+    if (_options.timings) _times.Start();
     _record.sources = _options.sources;
     _record.mapi = _options.mapi;
     const bool began = Prepare() && Convert();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
     _record.peakMemory = platform::PeakResidentBytes();
+    if (_options.timings) TakeTimes();
     return Close(began);
   }
 
  private:
+  void TakeTimes() {
+    _times.Stop();
+    for (std::size_t i = 0; i < platform::kStages; ++i) {
+      const auto stage = static_cast<platform::Stage>(i);
+      const platform::StageTimes::Total total = _times.Of(stage);
+      _record.timings.push_back({platform::StageName(stage),
+                                 static_cast<std::uint64_t>(total.seconds * 1000 + 0.5),
+                                 total.bytes});
+    }
+  }
+
   // Everything that can be found wrong before anything is written.
   bool Prepare() {
     auto sources = RecogniseSources(_options);
@@ -332,6 +346,7 @@ class Conversion {
   platform::InterruptWatch _interrupt;
   Destination _destination;
   ConversionRecord _record;
+  platform::StageTimes _times;
   std::u16string _oldPst;  // where it waits; empty: nowhere
   std::optional<OutlookTurn> _turn;
   std::unique_ptr<PstAccount> _pst;

@@ -130,6 +130,8 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       .add_option("--report", raw.report,
                   "write the account of the conversion as JSON; - for standard output")
       ->type_name("FILE");
+  command.add_flag("--timings", options.timings,
+                   "tell where the time went: seconds and bytes of each stage");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
   command
       .add_option(

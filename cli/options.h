@@ -29,6 +29,7 @@ struct ConvertOptions {
   std::u16string report;
   ProgressChoice progress = ProgressChoice::kAuto;
   bool quiet = false;
+  bool timings = false;
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to
 };
 

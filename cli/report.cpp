@@ -57,6 +57,7 @@ class ReportWriter {
     Renamed();
     Continued();
     NotBegun();
+    Timings();
     _json.EndObject();
     return _json.Take();
   }
@@ -75,6 +76,19 @@ class ReportWriter {
     _json.Key("writtenMeans").String(builtin ? "committed to the file" : "accepted by Outlook");
     _json.Key("pstBytes").Number(_record.pstSize);
     _json.Key("peakMemoryBytes").Number(_record.peakMemory);
+  }
+
+  void Timings() {
+    if (_record.timings.empty()) return;
+    _json.Key("timings").BeginArray();
+    for (const StageTiming& timing : _record.timings) {
+      _json.BeginObject();
+      _json.Key("stage").String(timing.stage);
+      _json.Key("seconds").Seconds(timing.milliseconds);
+      _json.Key("bytes").Number(timing.bytes);
+      _json.EndObject();
+    }
+    _json.EndArray();
   }
 
   void Totals() {

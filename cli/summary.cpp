@@ -30,6 +30,7 @@ class SummaryWriter {
     Dates();
     if (_record.pstSize > kLargePst)
       Line("The PST is larger than 20 GB; Outlook is slow with files of that size");
+    Timings();
     return std::move(_text);
   }
 
@@ -105,6 +106,14 @@ class SummaryWriter {
     if (!_record.otherFiles.empty())
       Line(fmt::format("Other files beside the mail: {} (the report names them)",
                        WithThousands(_record.otherFiles.total)));
+  }
+
+  void Timings() {
+    for (const StageTiming& timing : _record.timings) {
+      Line(fmt::format("  {:<16}{:>9.3f} s{}", timing.stage,
+                       static_cast<double>(timing.milliseconds) / 1000,
+                       timing.bytes == 0 ? "" : fmt::format("{:>12}", Size(timing.bytes))));
+    }
   }
 
   void Dates() {

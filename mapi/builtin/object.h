@@ -9,12 +9,14 @@
 #include "mapi/identifiers.h"
 #include "mapi/results.h"
 #include "mapi/unknown.h"
+#include "platform/stage_times.h"
 
 namespace parvane::mapi::builtin {
 
 // Runs a method's body; running out of memory and surprises become results.
 template <typename Body>
 HRESULT Guarded(Body&& body) noexcept {
+  const platform::StageMark mark(platform::Stage::kMapi);
   try {
     return std::forward<Body>(body)();
   } catch (const std::bad_alloc&) {
@@ -53,7 +55,10 @@ class Object : public Face {
   ULONG PARVANE_STDCALL AddRef() override { return ++_references; }
   ULONG PARVANE_STDCALL Release() override {
     const ULONG left = --_references;
-    if (left == 0) delete this;
+    if (left == 0) {
+      const platform::StageMark mark(platform::Stage::kMapi);
+      delete this;
+    }
     return left;
   }
 

@@ -1,7 +1,10 @@
 #include "mapi/builtin/one_off.h"
 
+#include <bit>
 #include <cstring>
+#include <span>
 #include <string_view>
+#include <utility>
 
 #include "mapi/builtin/values.h"
 #include "mapi/constants.h"
@@ -14,37 +17,42 @@ namespace {
 constexpr std::size_t kProviderOffset = 4;
 constexpr std::size_t kStringsOffset = 24;
 
-void AppendString(LPTSTR text, bool wide, std::vector<std::byte>& out) {
-  if (wide) {
-    const auto* units = reinterpret_cast<const char16_t*>(text);
-    const std::u16string_view view = units == nullptr ? std::u16string_view{} : units;
-    for (const char16_t unit : view) {
-      out.push_back(std::byte(unit & 0xFF));
-      out.push_back(std::byte(unit >> 8));
-    }
-    out.resize(out.size() + 2);
-    return;
+// The bytes of a string argument, without terminator; UTF-16 as it lies in memory.
+std::span<const std::byte> BytesOf(LPTSTR text, bool wide) {
+  if (text == nullptr) return {};
+  if (!wide) return std::as_bytes(std::span(std::string_view(text)));
+  return std::as_bytes(std::span(std::u16string_view(reinterpret_cast<const char16_t*>(text))));
+}
+
+// Copies a string behind what is there, UTF-16 in little-endian order.
+void Append(std::span<const std::byte> string, bool wide, std::byte*& at) {
+  if (!string.empty()) std::memcpy(at, string.data(), string.size());
+  if (wide && std::endian::native != std::endian::little) {
+    for (std::size_t i = 0; i + 1 < string.size(); i += 2) std::swap(at[i], at[i + 1]);
   }
-  const std::string_view view = text == nullptr ? std::string_view{} : text;
-  for (const char c : view) out.push_back(std::byte(c));
-  out.push_back(std::byte{0});
+  at += string.size() + (wide ? 2 : 1);
 }
 
 }  // namespace
 
 std::vector<std::byte> MakeOneOff(LPTSTR name, LPTSTR addressType, LPTSTR address, ULONG flags) {
   const bool wide = (flags & MAPI_UNICODE) != 0;
-  std::vector<std::byte> id(kStringsOffset);
+  const std::span<const std::byte> strings[] = {BytesOf(name, wide), BytesOf(addressType, wide),
+                                                BytesOf(address, wide)};
+  std::size_t size = kStringsOffset;
+  for (const auto string : strings) size += string.size() + (wide ? 2 : 1);
+  std::vector<std::byte> id(size);
   std::memcpy(id.data() + kProviderOffset, &kOneOffProvider, sizeof kOneOffProvider);
   // Internet recipients get no rich text.
   ULONG word = flags & 0xFFFF0000;
-  if (platform::EqualsIgnoreCase(TextArgument(addressType, flags), u"SMTP")) {
-    word |= MAPI_SEND_NO_RICH_INFO;
-  }
+  const bool isSmtp =
+      wide && addressType != nullptr
+          ? platform::EqualsIgnoreCase(reinterpret_cast<const char16_t*>(addressType), u"SMTP")
+          : platform::EqualsIgnoreCase(TextArgument(addressType, flags), u"SMTP");
+  if (isSmtp) word |= MAPI_SEND_NO_RICH_INFO;
   for (int i = 0; i < 4; ++i) id[20 + i] = std::byte(word >> (8 * i));
-  AppendString(name, wide, id);
-  AppendString(addressType, wide, id);
-  AppendString(address, wide, id);
+  std::byte* at = id.data() + kStringsOffset;
+  for (const auto string : strings) Append(string, wide, at);
   return id;
 }
 

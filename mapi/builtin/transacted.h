@@ -19,7 +19,8 @@ HRESULT OpenInFile(StoreCore& core, pstfile::PropertyReader& reader, ULONG id, V
 // `base`, in these functions, reads what is in the file; null when there is nothing yet.
 class TransactedProperties {
  public:
-  explicit TransactedProperties(StoreCore& core) : _core(core) {}
+  // Room for what a message mostly has, besides its body.
+  explicit TransactedProperties(StoreCore& core) : _core(core) { _set.Reserve(48, 12 * 1024); }
   ~TransactedProperties() { Forget(); }
   TransactedProperties(const TransactedProperties&) = delete;
   TransactedProperties& operator=(const TransactedProperties&) = delete;

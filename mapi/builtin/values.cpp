@@ -6,6 +6,7 @@
 #include "mapi/constants.h"
 #include "mapi/results.h"
 #include "platform/code_page.h"
+#include "platform/simd/ascii.h"
 #include "platform/text.h"
 
 namespace parvane::mapi::builtin {
@@ -297,8 +298,11 @@ HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::Prop
       if (v.lpszA == nullptr) return MAPI_E_INVALID_PARAMETER;
       if (PropId(value.ulPropTag) == kHtmlId) {
         list.SetBytes(tag, BytesOf(v.lpszA, std::strlen(v.lpszA)));
+      } else if (const std::string_view text = v.lpszA;
+                 platform::simd::AsciiPrefix(text.data(), text.size()) == text.size()) {
+        list.SetAsciiText(tag, text);  // the same in every code page
       } else {
-        list.SetText(tag, platform::AnsiToUtf16(v.lpszA));
+        list.SetText(tag, platform::AnsiToUtf16(text));
       }
       return S_OK;
     default:

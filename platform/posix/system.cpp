@@ -34,7 +34,7 @@ std::optional<std::u16string> LocalApplicationDataFolder() {
   return JoinPath(JoinPath(folder, u".local"), u"share");
 }
 
-void FillRandom(std::span<std::byte> bytes) {
+void FillRandomFromSystem(std::span<std::byte> bytes) {
   while (!bytes.empty()) {
     // getentropy gives at most 256 bytes at once.
     const std::size_t piece = std::min<std::size_t>(bytes.size(), 256);

@@ -24,7 +24,7 @@ std::optional<std::u16string> LocalApplicationDataFolder() {
   return folder;
 }
 
-void FillRandom(std::span<std::byte> bytes) {
+void FillRandomFromSystem(std::span<std::byte> bytes) {
   while (!bytes.empty()) {
     const std::size_t piece = std::min<std::size_t>(bytes.size(), std::size_t{1} << 20);
     ::BCryptGenRandom(nullptr, reinterpret_cast<PUCHAR>(bytes.data()), static_cast<ULONG>(piece),

@@ -149,7 +149,9 @@ void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {
 
 Result<BlockId> WriteSubnodes(NodeDatabase& database, std::vector<SubnodeEntry> entries) {
   if (entries.empty()) return BlockId();
-  std::ranges::sort(entries, {}, &SubnodeEntry::nid);
+  if (!std::ranges::is_sorted(entries, {}, &SubnodeEntry::nid)) {
+    std::ranges::sort(entries, {}, &SubnodeEntry::nid);
+  }
   SubnodeTreeBuilder builder(database);
   Status status;
   for (const SubnodeEntry& entry : entries) {

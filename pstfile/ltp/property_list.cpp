@@ -103,19 +103,24 @@ std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) cons
 
 std::size_t PropertyList::LowerBound(std::uint16_t id) const {
   // Callers mostly add in ascending order.
-  if (_entries.empty() || _entries.back().tag.Id() < id) return _entries.size();
-  const auto found =
-      std::lower_bound(_entries.begin(), _entries.end(), id,
-                       [](const Entry& e, std::uint16_t i) { return e.tag.Id() < i; });
-  return static_cast<std::size_t>(found - _entries.begin());
+  if (_ids.empty() || _ids.back() < id) return _ids.size();
+  // Counting takes fewer cycles than searching while there are few: no branch depends on the ids.
+  constexpr std::size_t kFew = 128;
+  if (_ids.size() > kFew) {
+    return static_cast<std::size_t>(std::ranges::lower_bound(_ids, id) - _ids.begin());
+  }
+  std::uint16_t below = 0;
+  for (const std::uint16_t known : _ids) below = static_cast<std::uint16_t>(below + (known < id));
+  return below;
 }
 
 PropertyList::Entry& PropertyList::Slot(PropTag tag) {
   const std::size_t at = LowerBound(tag.Id());
-  if (at == _entries.size() || _entries[at].tag.Id() != tag.Id()) {
-    constexpr std::size_t kUsual = 48;
-    if (_entries.empty()) _entries.reserve(kUsual);
+  if (at == _ids.size() || _ids[at] != tag.Id()) {
+    constexpr std::size_t kUsual = 24;
+    if (_entries.capacity() == 0) Reserve(kUsual, 0);
     _entries.insert(_entries.begin() + static_cast<std::ptrdiff_t>(at), Entry{});
+    _ids.insert(_ids.begin() + static_cast<std::ptrdiff_t>(at), tag.Id());
   }
   _entries[at].tag = tag;
   return _entries[at];
@@ -143,8 +148,27 @@ void PropertyList::SetText(PropTag tag, std::u16string_view text) {
   EncodeText(text, {_arena.data() + entry.scalar, 2 * text.size()});
 }
 
+void PropertyList::SetAsciiText(PropTag tag, std::string_view text) {
+  if (std::endian::native != std::endian::little) {
+    return SetText(tag, std::u16string(text.begin(), text.end()));
+  }
+  Entry& entry = Slot(tag);
+  entry.kind = Property::Kind::kBytes;
+  entry.size = 2 * text.size();
+  if (_arena.size() % 2 != 0) _arena.grow(1);
+  entry.scalar = _arena.size();
+  _arena.grow(entry.size);
+  platform::simd::WidenAsciiPrefix(text.data(), text.size(),
+                                   reinterpret_cast<char16_t*>(_arena.data() + entry.scalar));
+}
+
 void PropertyList::SetBytes(PropTag tag, std::span<const std::byte> bytes) {
-  if (IsText(tag.Type())) return SetText(tag, DecodeText(bytes));
+  if (IsText(tag.Type())) {
+    const bool asItIs = std::endian::native == std::endian::little &&
+                        reinterpret_cast<std::uintptr_t>(bytes.data()) % alignof(char16_t) == 0;
+    if (!asItIs) return SetText(tag, DecodeText(bytes));
+    return SetText(tag, {reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2});
+  }
   std::vector<std::byte> clean;
   if (tag.Type() == PropType::kMultiUnicode) {
     if (const auto elements = DecodeMultiVariable(bytes)) {
@@ -206,17 +230,20 @@ void PropertyList::CopyValue(PropTag to, PropTag from) {
 
 bool PropertyList::Remove(std::uint16_t id) {
   const std::size_t at = LowerBound(id);
-  if (at == _entries.size() || _entries[at].tag.Id() != id) return false;
+  if (at == _ids.size() || _ids[at] != id) return false;
   _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(at));
+  _ids.erase(_ids.begin() + static_cast<std::ptrdiff_t>(at));
   return true;
 }
 
 void PropertyList::Clear() {
+  _ids.clear();
   _entries.clear();
   _arena.clear();
 }
 
 void PropertyList::Reserve(std::size_t properties, std::size_t bytes) {
+  _ids.reserve(properties);
   _entries.reserve(properties);
   _arena.reserve(bytes);
 }
@@ -246,14 +273,14 @@ Property PropertyList::at(std::size_t index) const {
 
 std::optional<Property> PropertyList::FindId(std::uint16_t id) const {
   const std::size_t index = LowerBound(id);
-  if (index == _entries.size() || _entries[index].tag.Id() != id) return std::nullopt;
+  if (index == _ids.size() || _ids[index] != id) return std::nullopt;
   return at(index);
 }
 
 std::optional<Property> PropertyList::Find(PropTag tag) const {
-  auto property = FindId(tag.Id());
-  if (property && property->tag != tag) property.reset();
-  return property;
+  const std::size_t index = LowerBound(tag.Id());
+  if (index == _ids.size() || _entries[index].tag != tag) return std::nullopt;
+  return at(index);
 }
 
 std::optional<std::uint64_t> PropertyList::Scalar(PropTag tag) const {

@@ -59,6 +59,8 @@ class PropertyList {
     SetScalar(tag, static_cast<std::uint32_t>(value));
   }
   void SetText(PropTag tag, std::u16string_view text);
+  // Of ASCII characters alone.
+  void SetAsciiText(PropTag tag, std::string_view text);
   // The value exactly as the format stores it: Guid, Binary, String8, Unicode, multi-values
   // (EncodeMultiValue). Bytes of Unicode types are freed of unpaired surrogates too.
   void SetBytes(PropTag tag, std::span<const std::byte> bytes);
@@ -81,6 +83,9 @@ class PropertyList {
   // In the order of ids.
   Property at(std::size_t index) const;
   PropTag TagAt(std::size_t index) const { return _entries[index].tag; }
+  Property::Kind KindAt(std::size_t index) const { return _entries[index].kind; }
+  // As Property::Size.
+  std::uint64_t SizeAt(std::size_t index) const { return _entries[index].size; }
   // By tag, or by id alone; none when absent or of another type.
   std::optional<Property> Find(PropTag tag) const;
   std::optional<Property> FindId(std::uint16_t id) const;
@@ -91,7 +96,7 @@ class PropertyList {
   std::optional<std::u16string_view> ViewText(PropTag tag, std::u16string& scratch) const;
   bool HasId(std::uint16_t id) const {
     const std::size_t at = LowerBound(id);
-    return at < _entries.size() && _entries[at].tag.Id() == id;
+    return at < _ids.size() && _ids[at] == id;
   }
 
  private:
@@ -114,7 +119,8 @@ class PropertyList {
     void clear() { _size = 0; }
     void reserve(std::size_t capacity);
     void grow(std::size_t count) {
-      if (count > _capacity - _size) reserve(std::max(_size + count, 2 * _capacity));
+      constexpr std::size_t kLeast = 1024;
+      if (count > _capacity - _size) reserve(std::max({_size + count, 2 * _capacity, kLeast}));
       _size += count;
     }
     // Where a value lies that may be one of these, for when they move; none when it is not.
@@ -128,6 +134,7 @@ class PropertyList {
   Entry& Slot(PropTag tag);
   std::size_t LowerBound(std::uint16_t id) const;
 
+  std::vector<std::uint16_t> _ids;  // of _entries: looked through as one row of numbers
   std::vector<Entry> _entries;
   Arena _arena;
 };

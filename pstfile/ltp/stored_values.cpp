@@ -1,6 +1,7 @@
 #include "pstfile/ltp/stored_values.h"
 
 #include "pstfile/ndb/data_tree.h"
+#include "pstfile/ndb/layout.h"
 
 namespace parvane::pstfile {
 
@@ -8,6 +9,11 @@ using platform::Result;
 using platform::Status;
 
 Result<StoredValue> StoreBytes(NodeDatabase& database, std::span<const std::byte> bytes) {
+  if (!bytes.empty() && bytes.size() <= kMaximumBlockData) {
+    auto block = database.WriteBlock(bytes);
+    if (!block.ok()) return block.status();
+    return StoredValue{*block, bytes.size()};
+  }
   DataTreeWriter writer(database);
   if (Status status = writer.Append(bytes); !status.ok()) return status;
   auto root = writer.Finish();

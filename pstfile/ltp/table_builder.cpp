@@ -25,12 +25,11 @@ bool IsSmall(const TableLayout& layout, std::span<const TableRow> rows) {
   }
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (i > 0 && rows[i].id <= rows[i - 1].id) return false;
-    for (std::size_t p = 0; p < rows[i].cells->size(); ++p) {
-      const Property property = rows[i].cells->at(p);
-      if (property.kind == Property::Kind::kScalar) continue;
-      if (property.kind != Property::Kind::kBytes || property.bytes.size() > kMaxHeapItem) {
-        return false;
-      }
+    const PropertyList& cells = *rows[i].cells;
+    for (std::size_t p = 0; p < cells.size(); ++p) {
+      const Property::Kind kind = cells.KindAt(p);
+      if (kind == Property::Kind::kScalar) continue;
+      if (kind != Property::Kind::kBytes || cells.SizeAt(p) > kMaxHeapItem) return false;
     }
   }
   return true;

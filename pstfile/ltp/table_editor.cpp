@@ -184,7 +184,9 @@ Status TableEditor::AppendRow(std::uint32_t rowId, std::uint32_t version,
   };
   // Large values first: writing their blocks is what can fail.
   bool anyLarge = false;
-  for (std::size_t i = 0; i < cells.size() && !anyLarge; ++i) anyLarge = IsLarge(cells.at(i));
+  for (std::size_t i = 0; i < cells.size() && !anyLarge; ++i) {
+    anyLarge = cells.KindAt(i) != Property::Kind::kScalar && cells.SizeAt(i) > kMaxHeapItem;
+  }
   if (anyLarge) {
     Status status = _layout.VisitCells(cells, [&](const TableColumn& column, const Property& p) {
       return IsLarge(p) ? refer(column, PlaceSubnode(p)) : Status();

@@ -56,6 +56,7 @@ TableLayout TableLayout::FromTags(std::span<const PropTag> tags) {
   layout._ends[3] = static_cast<std::uint16_t>(offset + (layout._columns.size() + 7) / 8);
   std::sort(layout._columns.begin(), layout._columns.end(),
             [](const TableColumn& a, const TableColumn& b) { return a.tag < b.tag; });
+  layout.MakeInfo();
   return layout;
 }
 
@@ -100,6 +101,7 @@ Result<TableLayout> TableLayout::Decode(std::span<const std::byte> tcInfo) {
   if (id == nullptr || id->tag != tags::kLtpRowId || id->offset != 0) {
     return Corrupt("no row id column");
   }
+  layout.MakeInfo();
   return layout;
 }
 
@@ -118,7 +120,12 @@ void TableLayout::SetPresent(std::span<std::byte> row, const TableColumn& column
 }
 
 void TableLayout::Encode(std::span<std::byte> tcInfo) const {
-  std::fill(tcInfo.begin(), tcInfo.end(), std::byte{0});
+  std::ranges::copy(_info, tcInfo.begin());
+}
+
+void TableLayout::MakeInfo() {
+  _info.assign(EncodedSize(), std::byte{0});
+  const std::span<std::byte> tcInfo(_info);
   tcInfo[0] = kTcType;
   StoreField(tcInfo, Info::kColumns, _columns.size());
   for (std::size_t i = 0; i < 4; ++i) StoreU16(tcInfo, Info::kEnds.offset + 2 * i, _ends[i]);

@@ -81,7 +81,10 @@ class TableLayout {
   static void SetRows(std::span<std::byte> tcInfo, HeapId id);
 
  private:
+  void MakeInfo();
+
   std::vector<TableColumn> _columns;
+  std::vector<std::byte> _info;  // the TCINFO without what changes
   std::uint16_t _ends[4] = {};
 };
 

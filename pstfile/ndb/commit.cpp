@@ -13,6 +13,7 @@
 // touched. If step 4 is torn, the copy is whole.
 #include <algorithm>
 
+#include "platform/stage_times.h"
 #include "pstfile/ndb/node_database_impl.h"
 
 namespace parvane::pstfile {
@@ -42,6 +43,7 @@ Status NodeDatabase::Impl::Latch(Status s) {
 Status NodeDatabase::Impl::FlushFile() {
   // A file without its name is nobody's until it is published.
   if (_creating && !_publishing) return {};
+  const platform::StageMark mark(platform::Stage::kFlush);
   return _file->Flush();
 }
 
@@ -94,6 +96,7 @@ Status NodeDatabase::Impl::Grow(std::uint64_t needed) {
 // written, or is taken back when the disk is full.
 Status NodeDatabase::Impl::ExtendFile(std::uint64_t leastEnd, std::uint64_t wantedEnd) {
   const std::uint64_t oldEnd = _space.end();
+  const platform::StageMark mark(platform::Stage::kWrite);
   std::uint64_t end = wantedEnd;
   Status s = _file->Allocate(end);
   if (s.code() == StatusCode::kDiskFull && leastEnd < wantedEnd) {

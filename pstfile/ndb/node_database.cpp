@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/stage_times.h"
 #include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/node_database_impl.h"
 
@@ -43,7 +44,10 @@ Result<BlockId> NodeDatabase::Impl::WriteBlock(std::span<const std::byte> bytes,
   if (!block.ok()) return Latch(block.status());
   const BlockId bid(current.nextBlockId | (internal ? 2U : 0U));
   current.nextBlockId += 4;
-  BuildBlock(bytes, bid, *offset, committed.crypt, *block);
+  {
+    const platform::StageMark mark(platform::Stage::kEncode, size);
+    BuildBlock(bytes, bid, *offset, committed.crypt, *block);
+  }
   _new.push_back({bid, {*offset, static_cast<std::uint16_t>(bytes.size())}, 1});
   ++_newCount;
   transactionBytes += size;

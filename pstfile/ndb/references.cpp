@@ -105,16 +105,18 @@ Status NodeDatabase::Impl::AddReference(BlockId root) {
   while (!todo.empty()) {
     const BlockId bid = todo.back();
     todo.pop_back();
-    const Status full(StatusCode::kTooBig, "block " + ToString(bid) + " has too many references");
+    const auto full = [bid] {
+      return Status(StatusCode::kTooBig, "block " + ToString(bid) + " has too many references");
+    };
     bool first = false;
     if (NewBlock* block = LooseOrNew(bid)) {
-      if (block->references == 0xFFFF) return full;
+      if (block->references == 0xFFFF) return full();
       first = block->references++ == 1;
     } else {
       Result<ReferenceChange*> change = ChangeOf(bid);
       if (!change.ok()) return change.status();
       const std::int64_t references = (*change)->before + std::int64_t{(*change)->delta};
-      if (references >= 0xFFFF) return full;
+      if (references >= 0xFFFF) return full();
       first = references <= 1 && (*change)->delta < 0;
       if (++(*change)->delta == 0) _changes.erase(bid);
     }

@@ -1,6 +1,7 @@
 #include "pstfile/ndb/subnode_tree.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 
@@ -64,7 +65,12 @@ Result<std::vector<SubnodeEntry>> DecodeLeaf(BlockId bid, const InternalBlock& b
 }
 
 Result<BlockId> WriteLeaf(NodeDatabase& database, std::span<const SubnodeEntry> entries) {
-  std::vector<std::byte> bytes = StartInternalBlock(kSubnodeTreeBlock, 0, entries.size(), 24, 0);
+  std::array<std::byte, kInternalBlockHeaderSize + 24 * kMaximumSlBlockEntries> memory;
+  const auto bytes = std::span(memory).first(kInternalBlockHeaderSize + 24 * entries.size());
+  StoreU8(bytes, 0, kSubnodeTreeBlock);
+  StoreU8(bytes, 1, 0);
+  StoreU16(bytes, 2, static_cast<std::uint16_t>(entries.size()));
+  StoreU32(bytes, 4, 0);
   std::size_t at = kInternalBlockHeaderSize;
   for (const SubnodeEntry& entry : entries) {
     StoreField(bytes, Entry::kId, entry.nid.value, at);

@@ -79,7 +79,7 @@ class SubnodeTreeBuilder {
   platform::Status FlushLeaf();
 
   NodeDatabase* _database;
-  std::vector<SubnodeEntry> _entries;
+  std::vector<SubnodeEntry> _entries;  // of the begun leaf
   std::vector<SubnodeTree::Leaf> _leaves;
   std::optional<NodeId> _last;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/stage_times.h"
 #include "pstfile/ndb/layout.h"
 #include "pstfile/ndb/page.h"
 
@@ -49,6 +50,7 @@ void WriteBuffer::AddRun(std::vector<Run>& runs, Run run) {
 Status WriteBuffer::Write(platform::RandomAccessFile& file, Interval& interval) {
   const std::uint64_t start = IntervalOffset(interval.number);
   for (const Run& run : interval.runs) {
+    const platform::StageMark mark(platform::Stage::kWrite, run.end - run.begin);
     Status s = file.WriteAt(run.begin, {interval.bytes.get() + (run.begin - start),
                                         static_cast<std::size_t>(run.end - run.begin)});
     if (!s.ok()) return s;

@@ -37,6 +37,18 @@ Status TooBig(const char* what, std::uint64_t size) {
 
 // A recipient has no other home than its row: every property becomes a column.
 Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts& layouts) {
+  // Recipients mostly have the same properties, in this message and from message to message.
+  const auto isUsual = [&](const PropertyList& row) {
+    if (row.size() != layouts.usualRecipient.size()) return false;
+    for (std::size_t p = 0; p < row.size(); ++p) {
+      if (row.TagAt(p) != layouts.usualRecipient[p]) return false;
+    }
+    return true;
+  };
+  bool allUsual = rows.RowCount() > 0 && !layouts.usualRecipient.empty();
+  for (std::size_t i = 0; allUsual && i < rows.RowCount(); ++i) allUsual = isUsual(rows.Row(i));
+  if (allUsual) return &layouts.usualRecipients;
+
   const auto base = TemplateColumns(kNidRecipientTable);
   std::vector<PropTag>& columns = layouts.columns;
   columns.assign(base.begin(), base.end());
@@ -59,7 +71,14 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
       columns.push_back(tag);
     }
   }
-  return &layouts.recipients.For(columns);
+  const TableLayout& layout = layouts.recipients.For(columns);
+  if (rows.RowCount() == 1) {
+    const PropertyList& row = rows.Row(0);
+    layouts.usualRecipient.clear();
+    for (std::size_t p = 0; p < row.size(); ++p) layouts.usualRecipient.push_back(row.TagAt(p));
+    layouts.usualRecipients = layout;
+  }
+  return &layout;
 }
 
 Result<WrittenTable> WriteRecipients(NodeDatabase& database, const RowSource& rows,

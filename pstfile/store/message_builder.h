@@ -34,6 +34,9 @@ class LayoutMemory {
 struct MessageLayouts {
   LayoutMemory recipients;
   LayoutMemory attachments;
+  // The properties of a message's only recipient, and the layout made for them.
+  std::vector<PropTag> usualRecipient;
+  TableLayout usualRecipients = TableLayout::FromTags({});
   std::vector<PropTag> columns;  // of the table being laid out
 };
 

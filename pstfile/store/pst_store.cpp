@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/stage_times.h"
 #include "platform/system.h"
 #include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/ltp/stored_values.h"
@@ -180,6 +181,7 @@ Result<ValueReader> PstStore::OpenStoredValue(const StoredValue& value) {
 
 Result<StoredAttachment> PstStore::WriteAttachment(PropertyList properties,
                                                    std::optional<StoredMessage> embedded) {
+  const platform::StageMark mark(platform::Stage::kTables);
   if (Status status = _state->Begin(); !status.ok()) {
     Abandon(properties);
     if (embedded) Abandon(*embedded);
@@ -210,6 +212,7 @@ Result<StoredAttachment> PstStore::ShareAttachment(MessageReader& message, NodeI
 
 Result<StoredMessage> PstStore::WriteMessage(PropertyList properties, const RowSource& recipients,
                                              std::vector<StoredAttachment> attachments) {
+  const platform::StageMark mark(platform::Stage::kTables);
   if (Status status = _state->Begin(); !status.ok()) {
     Abandon(properties);
     for (const StoredAttachment& attachment : attachments) Abandon(attachment);

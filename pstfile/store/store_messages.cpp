@@ -1,5 +1,6 @@
 // The messages of a store's folders: PstStore's functions for them.
 
+#include "platform/stage_times.h"
 #include "pstfile/store/pst_store.h"
 #include "pstfile/store/store_state.h"
 
@@ -52,6 +53,7 @@ Status PstStore::CheckRoom(NodeId folder, bool associated) {
 }
 
 Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, bool associated) {
+  const platform::StageMark mark(platform::Stage::kTables);
   State& s = *_state;
   const auto refuse = [&](Status status) {
     Abandon(message);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/stage_times.h"
 #include "platform/time.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/store/store_creation.h"
@@ -97,6 +98,7 @@ Status PstStore::State::FlushAll() {
 }
 
 Status PstStore::State::Commit() {
+  const platform::StageMark mark(platform::Stage::kTables);
   if (!modified) return {};
   Status result = FlushAll();
   if (result.ok()) result = database->Commit();
