@@ -33,6 +33,8 @@ std::vector<std::byte> NodeBytes(pstfile::NodeId node) {
 }  // namespace
 
 bool IsIdentity(ULONG id) {
+  // Asked for every property that is set: the first two say no to nearly all.
+  if ((id < 0x0F00 || id > 0x0FFF) && id != PropId(PR_PARENT_ENTRYID)) return false;
   return std::any_of(std::begin(kIdentityTags), std::end(kIdentityTags),
                      [id](ULONG tag) { return PropId(tag) == id; });
 }

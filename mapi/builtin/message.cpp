@@ -19,6 +19,7 @@ Message* Message::Create(MessagePlace place) {
   auto message = ComPointer<Message>::Attach(new Message(std::move(place)));
   std::array<std::byte, 16> key;
   platform::FillRandom(key);
+  message->_properties.ReserveForMessage();
   message->_properties.SetBytes(PR_SEARCH_KEY, key);
   message->_recipientsLoaded = true;
   message->_attachmentsLoaded = true;

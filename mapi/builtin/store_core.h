@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "mapi/diagnostics_recorder.h"
@@ -47,6 +48,15 @@ class StoreCore {
   void Publish();
   StoreDiagnostics* record() const { return _record; }
 
+  // Memory that streams lend each other, empty; Give back what is of use to the next.
+  std::vector<std::byte> TakeMemory() { return std::exchange(_memory, {}); }
+  void GiveMemory(std::vector<std::byte> memory) {
+    constexpr std::size_t kMostKept = 64 * 1024;
+    if (memory.capacity() > kMostKept || memory.capacity() <= _memory.capacity()) return;
+    memory.clear();
+    _memory = std::move(memory);
+  }
+
   // ---- Entry ids ----
 
   std::vector<std::byte> EntryIdOf(pstfile::NodeId node) const;
@@ -60,6 +70,7 @@ class StoreCore {
   std::unique_ptr<pstfile::PstStore> _store;
   pstfile::RecordKey _recordKey;
   std::u16string _path;
+  std::vector<std::byte> _memory;
   StoreDiagnostics* _record;  // null once closed
   // The store counts new versions of messages too. These are the sequence numbers of such saves
   // that were not committed when last looked at, and the number of those that were.

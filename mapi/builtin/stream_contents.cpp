@@ -49,6 +49,7 @@ HRESULT StreamResultOf(const Status& status) {
 
 StreamContents::~StreamContents() {
   if (_finished && _core.store() != nullptr) _core.store()->Abandon(*_finished);
+  _core.GiveMemory(std::move(_memory));
 }
 
 std::uint64_t StreamContents::Size() const {
@@ -116,6 +117,7 @@ HRESULT StreamContents::Resize(std::uint64_t size) {
 
 HRESULT StreamContents::Append(std::span<const std::byte> bytes) {
   if (_spills && _memory.size() + bytes.size() > kSpillAt) return Spill(bytes);
+  if (_memory.capacity() == 0) _memory = _core.TakeMemory();
   _memory.insert(_memory.end(), bytes.begin(), bytes.end());
   return S_OK;
 }

@@ -19,8 +19,7 @@ HRESULT OpenInFile(StoreCore& core, pstfile::PropertyReader& reader, ULONG id, V
 // `base`, in these functions, reads what is in the file; null when there is nothing yet.
 class TransactedProperties {
  public:
-  // Room for what a message mostly has, besides its body.
-  explicit TransactedProperties(StoreCore& core) : _core(core) { _set.Reserve(48, 12 * 1024); }
+  explicit TransactedProperties(StoreCore& core) : _core(core) {}
   ~TransactedProperties() { Forget(); }
   TransactedProperties(const TransactedProperties&) = delete;
   TransactedProperties& operator=(const TransactedProperties&) = delete;
@@ -29,6 +28,9 @@ class TransactedProperties {
   // What was set, for reading.
   const pstfile::PropertyList& set() const { return _set; }
   bool IsRemoved(ULONG id) const;
+
+  // For the properties of a message rather than of an attachment.
+  void ReserveForMessage() { _set.ReserveForMessage(); }
 
   HRESULT Set(const SPropValue& value, unsigned htmlCodePage);
   void SetScalar(ULONG tag, std::uint64_t bits);

@@ -40,7 +40,7 @@ std::uint8_t FillLevelOf(std::size_t freeBytes) {
 }
 
 HeapPage::HeapPage(std::uint32_t number)
-    : _number(number), _bytes(std::make_unique_for_overwrite<std::byte[]>(kHeapPageSize)) {
+    : _number(number), _bytes(platform::MakePooledBuffer<kHeapPageSize>()) {
   constexpr std::size_t kItemsOfSmallObject = 48;
   _starts.reserve(kItemsOfSmallObject);
   const std::size_t header = HeapHeaderSize(number);

@@ -19,10 +19,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <vector>
 
+#include "platform/buffer_pool.h"
 #include "platform/status.h"
 
 namespace parvane::pstfile {
@@ -121,8 +121,9 @@ class HeapPage {
   std::span<const std::byte> Bytes() const { return {_bytes.get(), kHeapPageSize}; }
 
   std::uint32_t _number;
-  std::vector<std::uint16_t> _starts;   // one more than items
-  std::unique_ptr<std::byte[]> _bytes;  // 8176: header, items, and then whatever was there
+  std::vector<std::uint16_t> _starts;  // one more than items
+  // Header, items, and then whatever was there.
+  platform::PooledBuffer<kHeapPageSize> _bytes;
 };
 
 }  // namespace parvane::pstfile

@@ -70,16 +70,18 @@ PropertyList::Arena::Arena(const Arena& other) {
   if (other._size == 0) return;
   reserve(other._size);
   _size = other._size;
-  std::memcpy(_bytes.get(), other._bytes.get(), _size);
+  std::memcpy(data(), other.data(), _size);
 }
 
 PropertyList::Arena::Arena(Arena&& other) noexcept
     : _bytes(std::move(other._bytes)),
+      _pooled(std::move(other._pooled)),
       _size(std::exchange(other._size, 0)),
       _capacity(std::exchange(other._capacity, 0)) {}
 
 PropertyList::Arena& PropertyList::Arena::operator=(Arena other) noexcept {
   std::swap(_bytes, other._bytes);
+  std::swap(_pooled, other._pooled);
   std::swap(_size, other._size);
   std::swap(_capacity, other._capacity);
   return *this;
@@ -88,17 +90,28 @@ PropertyList::Arena& PropertyList::Arena::operator=(Arena other) noexcept {
 void PropertyList::Arena::reserve(std::size_t capacity) {
   if (capacity <= _capacity) return;
   auto bytes = std::make_unique_for_overwrite<std::byte[]>(capacity);
-  if (_size != 0) std::memcpy(bytes.get(), _bytes.get(), _size);
+  if (_size != 0) std::memcpy(bytes.get(), data(), _size);
   _bytes = std::move(bytes);
+  _pooled.reset();
   _capacity = capacity;
+}
+
+void PropertyList::Arena::usePooled() {
+  if (_capacity >= kPooled) return;
+  auto pooled = platform::MakePooledBuffer<kPooled>();
+  if (_size != 0) std::memcpy(pooled.get(), data(), _size);
+  _pooled = std::move(pooled);
+  _bytes.reset();
+  _capacity = kPooled;
 }
 
 std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) const {
   const auto* at = static_cast<const std::byte*>(value);
-  if (_size == 0 || std::less<>()(at, _bytes.get()) || !std::less<>()(at, _bytes.get() + _size)) {
+  const std::byte* start = data();
+  if (_size == 0 || std::less<>()(at, start) || !std::less<>()(at, start + _size)) {
     return std::nullopt;
   }
-  return static_cast<std::size_t>(at - _bytes.get());
+  return static_cast<std::size_t>(at - start);
 }
 
 std::size_t PropertyList::LowerBound(std::uint16_t id) const {
@@ -118,7 +131,10 @@ PropertyList::Entry& PropertyList::Slot(PropTag tag) {
   const std::size_t at = LowerBound(tag.Id());
   if (at == _ids.size() || _ids[at] != tag.Id()) {
     constexpr std::size_t kUsual = 24;
-    if (_entries.capacity() == 0) Reserve(kUsual, 0);
+    if (_entries.capacity() == 0) {
+      _ids.reserve(kUsual);
+      _entries.reserve(kUsual);
+    }
     _entries.insert(_entries.begin() + static_cast<std::ptrdiff_t>(at), Entry{});
     _ids.insert(_ids.begin() + static_cast<std::ptrdiff_t>(at), tag.Id());
   }
@@ -242,10 +258,11 @@ void PropertyList::Clear() {
   _arena.clear();
 }
 
-void PropertyList::Reserve(std::size_t properties, std::size_t bytes) {
-  _ids.reserve(properties);
-  _entries.reserve(properties);
-  _arena.reserve(bytes);
+void PropertyList::ReserveForMessage() {
+  constexpr std::size_t kProperties = 40;
+  _ids.reserve(kProperties);
+  _entries.reserve(kProperties);
+  _arena.usePooled();
 }
 
 Property PropertyList::at(std::size_t index) const {

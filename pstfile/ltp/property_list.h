@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/buffer_pool.h"
 #include "pstfile/ltp/property_tag.h"
 #include "pstfile/ndb/ids.h"
 
@@ -75,8 +76,8 @@ class PropertyList {
   bool Remove(std::uint16_t id);
   // Keeps the memory.
   void Clear();
-  // Room for so many properties, and so many bytes of their values.
-  void Reserve(std::size_t properties, std::size_t bytes);
+  // Room for what the list of a whole message mostly has.
+  void ReserveForMessage();
 
   bool empty() const { return _entries.empty(); }
   std::size_t size() const { return _entries.size(); }
@@ -114,10 +115,12 @@ class PropertyList {
     Arena(Arena&& other) noexcept;
     Arena& operator=(Arena other) noexcept;
     std::size_t size() const { return _size; }
-    std::byte* data() { return _bytes.get(); }
-    const std::byte* data() const { return _bytes.get(); }
+    std::byte* data() { return _pooled ? _pooled.get() : _bytes.get(); }
+    const std::byte* data() const { return _pooled ? _pooled.get() : _bytes.get(); }
     void clear() { _size = 0; }
     void reserve(std::size_t capacity);
+    // A buffer that many lists use by turns.
+    void usePooled();
     void grow(std::size_t count) {
       constexpr std::size_t kLeast = 1024;
       if (count > _capacity - _size) reserve(std::max({_size + count, 2 * _capacity, kLeast}));
@@ -127,7 +130,10 @@ class PropertyList {
     std::optional<std::size_t> OffsetOf(const void* value) const;
 
    private:
-    std::unique_ptr<std::byte[]> _bytes;
+    static constexpr std::size_t kPooled = 16 * 1024;
+
+    std::unique_ptr<std::byte[]> _bytes;      // one of these two at most
+    platform::PooledBuffer<kPooled> _pooled;  // of middling size
     std::size_t _size = 0;
     std::size_t _capacity = 0;
   };

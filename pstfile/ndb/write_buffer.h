@@ -20,8 +20,9 @@ namespace parvane::pstfile {
 
 class WriteBuffer {
  public:
-  // Holds at most so many intervals of 248 KiB.
-  explicit WriteBuffer(std::size_t intervals = 4) : _capacity(intervals) {}
+  // Holds at most so many intervals of 248 KiB. Few: what is written should still be in the
+  // processor's cache.
+  explicit WriteBuffer(std::size_t intervals = 2) : _capacity(intervals) {}
 
   // `size` bytes for `offset`, within one interval, to be filled before the next call. Writes out
   // the oldest interval when there is no room.
