@@ -34,7 +34,7 @@ test:
 windows:
 	@tools/install_dependencies.sh windows
 	@cmake --preset windows-cross >/dev/null
-	@cmake --build build/windows-cross --target parvane
+	@cmake --build build/windows-cross --target parvane parvanemapi
 
 bench:
 	@tools/install_dependencies.sh bench
