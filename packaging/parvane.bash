@@ -24,7 +24,7 @@ _parvane() {
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
-      --detailed-log --report --progress -q --quiet --help' -- "$current")
+      --detailed-log --report --progress --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then

@@ -267,6 +267,15 @@ class Output(PstTest):
         self.assertRegex(run.out, r'  Inbox +3 messages, 3 unread, [0-9.]+ kB\n')
         self.assertRegex(run.out, r'\* 2019-03-01 07:00  Ingrid +message 0\n')
 
+    def test_timings_add_up_to_the_run(self):
+        account = self.convert('--timings', self.source, self.pst)
+        stages = {t['stage']: t for t in account['timings']}
+        self.assertEqual(len(stages), 12)
+        self.assertGreater(stages['encode and CRC']['bytes'], 1000)
+        self.assertAlmostEqual(sum(t['seconds'] for t in stages.values()), account['seconds'],
+                               delta=0.1)
+        self.assertNotIn('timings', self.convert('--overwrite', self.source, self.pst))
+
     def test_report_to_standard_output(self):
         run = self.parvane('convert', '--report', '-', self.source, self.pst)
         self.assertEqual(run.code, 0, run)
