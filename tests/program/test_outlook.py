@@ -38,7 +38,9 @@ class OutlookTest(harness.PstTest):
     @classmethod
     def setUpClass(cls):
         cls.prefix = pathlib.Path(tempfile.mkdtemp(prefix='parvane-wine-'))
+        # File names are UTF-8 whatever the caller's locale.
         cls.environment = dict(os.environ, WINEPREFIX=str(cls.prefix), WINEDEBUG='-all',
+                               LC_ALL='C.UTF-8',
                                WINEDLLOVERRIDES='mscoree,mshtml=')
         cls.environment.pop('DISPLAY', None)
         # Not through pipes: Wine's services would inherit them and hold them open.
