@@ -7,6 +7,7 @@ The include views stop a room from including a room it may not. What they let th
 
   - a platform conditional (_WIN32, __linux__ ...) or a header of the operating system outside
     platform/;
+  - what only GNU compilers take, outside platform/: the sources are for others too;
   - an include that walks around the views ("../pstfile/x.h", "x.h" beside the file);
   - the program reaching behind the public headers: rooms it links only because others need them,
     and the built-in MAPI, which only its start-up may name;
@@ -21,6 +22,9 @@ ROOMS = ('platform', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 
 
 CONDITIONAL = re.compile(
     r'^\s*#\s*(?:el)?if.*\b(_WIN32|_WIN64|__MINGW\d*__|__linux__|__unix__|__APPLE__|_MSC_VER|__GNUC__)\b')
+GNU_ONLY = re.compile(
+    r'\b(__attribute__|__builtin_\w+|__int128|__extension__|__typeof__|typeof|__PRETTY_FUNCTION__)\b'
+    r'|^\s*#\s*pragma\s+GCC|^\s*#\s*include\s*<bits/')
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]')
 SYSTEM_HEADER = re.compile(
     r'^(sys/|netinet/|arpa/|unistd\.h|fcntl\.h|dirent\.h|dlfcn\.h|signal\.h|csignal|pthread\.h|termios\.h'
@@ -37,6 +41,8 @@ def faults_of(path, room, text):
     for number, line in enumerate(text.splitlines(), 1):
         if room != 'platform' and CONDITIONAL.match(line):
             yield number, 'platform conditional outside platform/', line
+        if room != 'platform' and GNU_ONLY.search(line):
+            yield number, 'only GNU compilers take this', line
         match = INCLUDE.match(line)
         if not match:
             continue

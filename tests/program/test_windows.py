@@ -57,7 +57,7 @@ class Paths(PstTest):
 class Sharing(PstTest):
 
     def test_a_pst_that_is_being_written_can_be_read_but_not_written(self):
-        source = self.write('Inbox.mbox', mailboxes.many(60_000))
+        source = self.write('Inbox.mbox', mailboxes.many(100_000))
         more = self.write('more.mbox', mailboxes.many(1))
         pst = self.folder / 'out.pst'
         self.convert(more, pst)
@@ -70,11 +70,11 @@ class Sharing(PstTest):
         run = self.parvane('convert', '--append', more, pst)
         reading = self.parvane('list', pst)
         self.assertIsNone(writer.poll(), 'a machine too fast for this test')
+        writer.send_signal(signal.SIGINT)
         self.assertEqual((run.code, run.out, len(run.err.splitlines())), (3, '', 1), run)
         self.assertIn('in use by another program', run.err)
         self.assertEqual(reading.code, 0, reading)
-        self.assertEqual(writer.wait(), 0)
-        self.assert_readers_agree(pst, 60_001)
+        self.assertEqual(writer.wait(), 130)
 
 
 class Console(PstTest):
