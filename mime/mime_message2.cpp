@@ -6,6 +6,7 @@
 #include "mime/byte_search.h"
 #include "mime/charset_naming.h"
 #include "mime/multipart_splitter.h"
+#include "platform/stage_times.h"
 #include "platform/text.h"
 
 namespace Tessary {
@@ -16,6 +17,8 @@ using parvane::mime::ContentField;
 using parvane::mime::LogContext;
 using parvane::mime::OperationLog;
 using parvane::platform::EqualsIgnoreAsciiCase;
+using parvane::platform::Stage;
+using parvane::platform::StageMark;
 using parvane::platform::StartsWithIgnoreAsciiCase;
 
 constexpr auto kNone = std::string_view::npos;
@@ -215,11 +218,13 @@ TransferEncoding MimeMessage2::EncodingToDecode() const {
 
 ByteSlice MimeMessage2::DecodedBody() const {
   const TransferEncoding encoding = EncodingToDecode();
+  const StageMark mark(Stage::kDecode, body().size());
   return encoding == TransferEncoding::kIdentity ? SerialiseBody()
                                                  : ByteSlice::Adopt(DecodeBody(encoding, body()));
 }
 
 void MimeMessage2::DecodeBodyTo(ByteSink& sink) const {
+  const StageMark mark(Stage::kDecode, body().size());
   Tessary::DecodeBodyTo(EncodingToDecode(), SerialiseBody().view(), sink);
 }
 

@@ -2,6 +2,7 @@
 
 #include "mime/charset_naming.h"
 #include "platform/code_page.h"
+#include "platform/stage_times.h"
 #include "platform/text.h"
 
 namespace Tessary {
@@ -67,6 +68,7 @@ unsigned ChooseCodePage(std::string_view bytes, std::string_view declaredCharset
 
 std::u16string DecodeText(std::string_view bytes, std::string_view declaredCharset,
                           std::string_view fallbackCharset) {
+  const platform::StageMark mark(platform::Stage::kDecode, bytes.size());
   std::u16string text;
   platform::DecodeCodePage(ChooseCodePage(bytes, declaredCharset, fallbackCharset), bytes, text);
   if (!text.empty() && text.front() == 0xFEFF) text.erase(0, 1);

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "platform/stage_times.h"
 
 namespace parvane::platform {
 namespace {
@@ -15,12 +16,14 @@ class FileInputStream final : public InputStream {
 
   std::span<const char> Buffer() override {
     if (_begin == _end && _status.ok()) {
+      const StageMark mark(Stage::kRead);
       const auto room = std::as_writable_bytes(std::span(_buffer));
       auto read = _file->ReadAt(_position, room);
       // A bad sector shall not take with it what stands before it.
       if (!read.ok()) read = _file->ReadAt(_position, room.first(std::min(room.size(), kSector)));
       _begin = 0;
       _end = read.ok() ? *read : 0;
+      mark.CountBytes(_end);
       if (!read.ok()) _status = read.status();
     }
     return {_buffer.data() + _begin, _end - _begin};

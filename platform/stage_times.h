@@ -82,7 +82,8 @@ class StageTimes {
 
 class [[nodiscard]] StageMark {
  public:
-  explicit StageMark(Stage stage, std::uint64_t bytes = 0) : _times(StageTimes::s_measuring) {
+  explicit StageMark(Stage stage, std::uint64_t bytes = 0)
+      : _times(StageTimes::s_measuring), _stage(stage) {
     if (_times == nullptr) return;
     _before = _times->Switch(stage);
     _times->_bytes[static_cast<std::size_t>(stage)] += bytes;
@@ -90,11 +91,16 @@ class [[nodiscard]] StageMark {
   ~StageMark() {
     if (_times != nullptr && _times == StageTimes::s_measuring) (void)_times->Switch(_before);
   }
+  // Bytes that are known only once they are there.
+  void CountBytes(std::uint64_t bytes) const {
+    if (_times != nullptr) _times->_bytes[static_cast<std::size_t>(_stage)] += bytes;
+  }
   StageMark(const StageMark&) = delete;
   StageMark& operator=(const StageMark&) = delete;
 
  private:
   StageTimes* _times;
+  Stage _stage;
   Stage _before = Stage::kOther;
 };
 

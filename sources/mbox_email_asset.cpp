@@ -13,6 +13,7 @@
 #include "mime/text_decoding.h"
 #include "mime/ts_email.h"
 #include "platform/file.h"
+#include "platform/stage_times.h"
 #include "platform/text.h"
 #include "sources/header_repair.h"
 
@@ -84,6 +85,7 @@ MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, std::shared_ptr<std::st
 
 void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
                            std::shared_ptr<std::string> headerBuffer) {
+  const parvane::platform::StageMark mark(parvane::platform::Stage::kParse, message.size());
   _emailP = std::make_unique<TsEmail>();
   _emailP->put_Utf8(true);
   auto entity = std::make_shared<MimeMessage2>();
@@ -124,6 +126,7 @@ void MBOXEmailAsset::FillMembers() {
 bool MBOXEmailAsset::ConvertToMAPIMessage(parvane::mapi::IMessage* message,
                                           parvane::mapi::IMAPISession* session) {
   if (!_emailP || !message || !session) return false;
+  const parvane::platform::StageMark mark(parvane::platform::Stage::kConvert);
   parvane::convert::ConversionReport report;
   bool success = false;
   {

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "platform/simd/lines.h"
+#include "platform/stage_times.h"
 #include "platform/text.h"
 
 namespace parvane::sources {
@@ -146,6 +147,7 @@ bool HasDayOrMonthName(std::string_view text) {
 
 std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher) {
+  const platform::StageMark mark(platform::Stage::kSplit);
   const bool atStart = stream.Position() == 0;
   LineCursor cursor(stream);
   if (atStart) cursor.SkipLine();
@@ -170,6 +172,7 @@ std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& mess
     if (IsQuotedSeparator(line)) message.EraseByte(lineStart);
     message.Append("\r\n");
   }
+  mark.CountBytes(message.size());
   return messageOffset;
 }
 

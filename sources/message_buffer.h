@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace parvane::sources {
@@ -39,13 +41,19 @@ class MessageBuffer {
  private:
   void Reserve(std::size_t capacity) {
     capacity = std::max(capacity, _capacity + _capacity / 2);
-    auto bytes = std::make_unique_for_overwrite<char[]>(capacity);
-    if (_size > 0) std::memcpy(bytes.get(), _bytes.get(), _size);
-    _bytes = std::move(bytes);
+    // Large blocks are moved by the system's page tables rather than copied.
+    void* grown = std::realloc(_bytes.get(), capacity);
+    if (grown == nullptr) throw std::bad_alloc();
+    (void)_bytes.release();
+    _bytes.reset(static_cast<char*>(grown));
     _capacity = capacity;
   }
 
-  std::unique_ptr<char[]> _bytes;
+  struct Free {
+    void operator()(char* bytes) const { std::free(bytes); }
+  };
+
+  std::unique_ptr<char, Free> _bytes;
   std::size_t _size = 0;
   std::size_t _capacity = 0;
 };

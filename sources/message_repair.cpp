@@ -13,6 +13,7 @@
 #include "mime/text_decoding.h"
 #include "mime/ts_mime.h"
 #include "mime/ts_string.h"
+#include "platform/stage_times.h"
 #include "platform/text.h"
 #include "sources/header_repair.h"
 
@@ -251,6 +252,7 @@ void FixDate(TsMime* mime) {
 namespace parvane::sources {
 
 void RepairMessage(Tessary::MimeMessage2& message, std::shared_ptr<std::string> buffer) {
+  const platform::StageMark mark(platform::Stage::kRepair, message.headerText().size());
   QuelmarMIMEEngineCommon::Adjust(message, 0, std::move(buffer));
 }
 
