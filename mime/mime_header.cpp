@@ -47,7 +47,8 @@ std::string_view MimeField::Value(std::string& scratch) const {
 }
 
 std::string_view Unfold(std::string_view value, std::string& scratch) {
-  if (parvane::platform::simd::FindLineEnd(value.data(), value.size()) == value.size()) return value;
+  if (parvane::platform::simd::FindLineEnd(value.data(), value.size()) == value.size())
+    return value;
   scratch.clear();
   scratch.reserve(value.size());
   std::size_t copied = 0;
