@@ -157,7 +157,7 @@ class Stops(PstTest):
         pst = self.folder / 'out.pst'
         account = self.convert('--size-limit', '5MB', source, *later, pst, code=3)
         self.assertEqual(account['foldersNotBegun'],
-                         [{'path': [path.stem], 'source': str(path)} for path in later])
+                         [{'path': [path.stem], 'source': shown(path)} for path in later])
         self.assertLessEqual(pst.stat().st_size, 5_000_000)
         self.assertGreater(account['totals']['written'], 10)
         self.assert_account_is_true(account, pst)
