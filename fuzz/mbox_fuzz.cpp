@@ -1,25 +1,25 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "fuzz/expect.h"
 #include "sources/mbox_reading.h"
+#include "sources/message_buffer.h"
 
 namespace {
 
 // One text of all messages, each behind the offset at which it begins.
 std::string Read(std::string_view file, std::size_t step) {
-  static std::vector<char> message;
+  static parvane::sources::MessageBuffer message;
   const auto stream = parvane::platform::MemoryInputStream(file, step);
   std::string all;
   while (!stream->Buffer().empty()) {
     message.clear();
     const std::uint64_t before = stream->Position();
     all += std::to_string(parvane::sources::ScanMboxMessage(*stream, message, nullptr)) + ":";
-    all.append(message.begin(), message.end());
+    all += message.view();
     Expect(stream->Position() > before, "every scan takes something");
-    Expect(message.empty() || message.back() == '\n', "every line ends");
+    Expect(message.empty() || message.view().back() == '\n', "every line ends");
   }
   Expect(stream->Position() == file.size(), "all is read");
   return all;
