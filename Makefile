@@ -3,7 +3,7 @@
 #
 #   make convert   build the program, turn the mailbox in examples/ into build/example.pst, list it
 #   make test      build everything and run all tests
-#   make test-windows windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
+#   make windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
 #   make test-windows   build it and its tests, and run them under Wine (after make test)
 #   make bench     whole-conversion benchmark (see docs/benchmarks.md)
 #   make bench-scale   a million messages, thousands of folders, gigabytes; takes 16 GB of disk
@@ -17,7 +17,7 @@ BUILD := build/$(PRESET)
 CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
 export CMAKE_CXX_COMPILER_LAUNCHER
 
-.PHONY: convert test windows bench bench-scale format format-check clean
+.PHONY: convert test test-windows windows bench bench-scale format format-check clean
 
 convert:
 	@tools/install_dependencies.sh
