@@ -85,6 +85,13 @@ bool IsReallyEncoded(TransferEncoding encoding, std::string_view message) {
   return message.substr(start, message.find('\n', start) - start).find(':') == kNone;
 }
 
+// Without the byte order mark that some programs put in front of what they save: it would pass for
+// a part of the first field's name.
+ByteSlice WithoutMark(const ByteSlice& text) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  return text.view().starts_with(kMark) ? text.Part(text.view().substr(kMark.size())) : text;
+}
+
 }  // namespace
 
 // What the entities of one message share while it is loaded.
@@ -96,14 +103,14 @@ struct MimeMessage2::Context {
 
 void MimeMessage2::Load(const ByteSlice& text, Log& log, int depth) {
   Context context{log, depth, MimeLimits::kEntities};
-  _loaded = text;
-  LoadMimeComplete2(NormaliseLineEnds(text, log), context);
+  _loaded = WithoutMark(text);
+  LoadMimeComplete2(NormaliseLineEnds(_loaded, log), context);
 }
 
 void MimeMessage2::LoadCrLf(const ByteSlice& text, Log& log) {
   Context context{log, 0, MimeLimits::kEntities};
-  _loaded = text;
-  LoadMimeComplete2(text, context);
+  _loaded = WithoutMark(text);
+  LoadMimeComplete2(_loaded, context);
 }
 
 // A text with two line feeds side by side gets CR LF throughout; so does one whose header ends in

@@ -245,6 +245,9 @@ TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
        "\"=?utf-8?Q?J=C3=BCrgen?=\" < a@x.org >"},
       {"Bcc: J\xC3\xBCrgen <a@x.org>\r\n", "Bcc", "\"J\xC3\xBCrgen\" < a@x.org >"},
       {"Sender: a@x.org (Comment)\r\n", "Sender", "\"\" < a@x.org >"},
+      {"\xEF\xBB\xBF"
+       "From: a@x.org\r\n",
+       "From", "\"\" < a@x.org >"},
       {"To:\r\n", "To", ""},
       {"Subject: s\r\n", "To", "(none)"},
       {"Delivered-To: a@x.org\r\n", "Delivered-To", "a@x.org"},
