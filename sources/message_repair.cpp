@@ -104,11 +104,9 @@ class FieldList {
       _narrow = value;
       return;
     }
-    std::string joined(_narrow);
-    if (!joined.empty()) joined += ',';
-    joined += value;
-    _joined = std::move(joined);
-    _narrow = _joined;
+    if (_joined.empty()) _joined = _narrow;
+    if (!_joined.empty()) _joined += ',';
+    _narrow = _joined += value;
   }
 
   std::string_view _narrow;
