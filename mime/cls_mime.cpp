@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "mime/cls_string.h"
+#include "mime/text_decoding.h"
 #include "platform/text.h"
 
 namespace Tessary {
@@ -116,7 +117,7 @@ void ClsMime::GiveValue(const MimeField& field, ClsString& out) const {
 }
 
 void ClsMime::GiveText(std::string_view text, ClsString& out) const {
-  if (parvane::platform::IsAscii(text)) {
+  if (ReadsAsAscii(text, {})) {
     out.SetUtf8(std::string(text));
   } else {
     out.SetBytes(ByteSlice::Copy(text), {}, Charset());

@@ -70,7 +70,8 @@ class FieldList {
  public:
   void Add(const MimeField& field, const MimeMessage2& entity) {
     const std::string_view value = field.Value(_scratch);
-    const bool ascii = platform::IsAscii(value);
+    // Seven-bit Japanese must be decoded first: its characters are made of quotes and commas, too.
+    const bool ascii = Tessary::ReadsAsAscii(value, {});
     if (ascii && !_isWide) {
       AddNarrow(value);
       return;

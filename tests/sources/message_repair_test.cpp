@@ -246,6 +246,8 @@ TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
        "\"=?utf-8?Q?J=C3=BCrgen?=\" < a@x.org >"},
       {"Bcc: J\xC3\xBCrgen <a@x.org>\r\n", "Bcc", "\"J\xC3\xBCrgen\" < a@x.org >"},
       {"Sender: a@x.org (Comment)\r\n", "Sender", "\"\" < a@x.org >"},
+      // A comma and a double quote are halves of its characters.
+      {"From: \x1B$B$,$\"\x1B(B <a@x.org>\r\n", "From", "\"\u304C\u3042\" < a@x.org >"},
       {"\xEF\xBB\xBF"
        "From: a@x.org\r\n",
        "From", "\"\" < a@x.org >"},
