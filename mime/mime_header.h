@@ -8,6 +8,7 @@
 // and what continues it stays where it is for serialising, and is no field for lookups.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
@@ -23,10 +24,10 @@ namespace Tessary {
 // A name and a value. Looks into bytes that the entity keeps alive.
 class MimeField {
  public:
-  // Messages, and so their lines, are shorter than 2^32 bytes.
+  // No header has a line of 4 GiB; a file that claims so keeps the beginning of it.
   MimeField(std::string_view raw, std::size_t nameLength, std::size_t valueStart)
       : _raw(raw.data()),
-        _length(static_cast<std::uint32_t>(raw.size())),
+        _length(static_cast<std::uint32_t>(std::min(raw.size(), kMostBytes))),
         _nameLength(static_cast<std::uint32_t>(nameLength)),
         _valueStart(static_cast<std::uint32_t>(valueStart)),
         _key(KeyOf(raw.substr(0, nameLength))) {}
@@ -59,6 +60,7 @@ class MimeField {
 
  private:
   friend class MimeHeader;
+  static constexpr std::size_t kMostBytes = 0xFFFFFFF0;  // a line end may be added
 
   const char* _raw;
   std::uint32_t _length;
