@@ -69,15 +69,17 @@ unsigned Detect() {
   return found;
 }
 
-std::atomic<bool> g_forcePlain{false};
+std::atomic<unsigned> g_shown{~0U};
 
 }  // namespace
 
 bool CpuHas(CpuFeature feature) {
   static const unsigned kFound = Detect();
-  return (kFound & Bit(feature)) != 0 && !g_forcePlain.load(std::memory_order_relaxed);
+  return (kFound & g_shown.load(std::memory_order_relaxed) & Bit(feature)) != 0;
 }
 
-void ForcePlainPaths(bool force) { g_forcePlain.store(force, std::memory_order_relaxed); }
+void HideCpuFeatures(std::optional<CpuFeature> from) {
+  g_shown.store(from ? Bit(*from) - 1 : ~0U, std::memory_order_relaxed);
+}
 
 }  // namespace parvane::platform

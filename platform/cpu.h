@@ -4,6 +4,8 @@
 // run both.
 #pragma once
 
+#include <optional>
+
 namespace parvane::platform {
 
 enum class CpuFeature {
@@ -15,11 +17,16 @@ enum class CpuFeature {
   kVpclmul  // VPCLMULQDQ, and kAvx512
 };
 
-// False on machines of another architecture, and for everything while plain paths are forced: by
-// ForcePlainPaths, or by PARVANE_CPU=plain in the environment.
+// False on machines of another architecture, for what is hidden, and for everything with
+// PARVANE_CPU=plain in the environment.
 bool CpuHas(CpuFeature feature);
 
-// Makes every fast path take its plain twin, for tests; not while other threads convert.
-void ForcePlainPaths(bool force);
+// Hides a feature and all that come after it in the list, so that what smaller machines run is
+// run; none: hides nothing. For tests, and not while other threads convert.
+void HideCpuFeatures(std::optional<CpuFeature> from);
+// Hides all.
+inline void ForcePlainPaths(bool force) {
+  HideCpuFeatures(force ? std::optional(CpuFeature::kSsse3) : std::nullopt);
+}
 
 }  // namespace parvane::platform

@@ -1,7 +1,8 @@
-// Every fast path beside its plain twin, at all lengths around the steps they take.
+// Every path that this machine can run, at all lengths around the steps that it takes.
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <optional>
 #include <random>
 #include <span>
 #include <string>
@@ -12,6 +13,7 @@
 
 #include "platform/cpu.h"
 #include "platform/simd/ascii.h"
+#include "platform/simd/base64.h"
 #include "platform/simd/crc32.h"
 #include "platform/simd/lines.h"
 #include "platform/simd/scan.h"
@@ -37,11 +39,21 @@ std::uint32_t CrcByBits(std::span<const std::byte> bytes, std::uint32_t crc) {
   return crc;
 }
 
-class SimdTest : public testing::TestWithParam<bool> {
+// The parameter: the first feature that is hidden.
+class SimdTest : public testing::TestWithParam<std::optional<CpuFeature>> {
  protected:
-  void SetUp() override { ForcePlainPaths(GetParam()); }
-  void TearDown() override { ForcePlainPaths(false); }
+  void SetUp() override { HideCpuFeatures(GetParam()); }
+  void TearDown() override { HideCpuFeatures(std::nullopt); }
 };
+
+TEST_P(SimdTest, RunsWithoutWhatIsHidden) {
+  const CpuFeature order[] = {CpuFeature::kSsse3, CpuFeature::kSse41,  CpuFeature::kPclmul,
+                              CpuFeature::kAvx2,  CpuFeature::kAvx512, CpuFeature::kVpclmul};
+  for (const CpuFeature feature : order) {
+    if (GetParam() && feature >= *GetParam()) EXPECT_FALSE(CpuHas(feature));
+    if (CpuHas(feature)) EXPECT_TRUE(CpuHas(CpuFeature::kSsse3)) << "which came with all of them";
+  }
+}
 
 TEST_P(SimdTest, CrcIsThatOfItsDefinition) {
   const auto bytes = RandomBytes(8192 + 64);
@@ -49,6 +61,53 @@ TEST_P(SimdTest, CrcIsThatOfItsDefinition) {
     const auto part = std::span(bytes).subspan(size % 64, size);
     EXPECT_EQ(Crc32(part.data(), size, 0), CrcByBits(part, 0)) << size;
     EXPECT_EQ(Crc32(part.data(), size, 0x9E3779B9), CrcByBits(part, 0x9E3779B9)) << size;
+  }
+}
+
+// What DecodeBase64Groups promises, group by group. Returns how much of `in` was taken.
+std::size_t DecodeByGroups(std::string_view in, std::string& out) {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::size_t at = 0;
+  while (at + 4 <= in.size()) {
+    std::size_t bits = 0;
+    std::size_t i = 0;
+    for (std::size_t value = 0; i < 4; ++i) {
+      value = kAlphabet.find(in[at + i]);
+      if (value == kAlphabet.npos) break;
+      bits = bits << 6 | value;
+    }
+    const std::size_t lineEnd = in[at] == '\n' ? 1 : in.substr(at, 2) == "\r\n" ? 2 : 0;
+    if (i < 4 && lineEnd == 0) break;
+    at += i < 4 ? lineEnd : 4;
+    for (int shift = 16; i == 4 && shift >= 0; shift -= 8) out += static_cast<char>(bits >> shift);
+  }
+  return at;
+}
+
+TEST_P(SimdTest, Base64StopsAtWhatIsNoneOfIt) {
+  std::mt19937 chance(23);
+  const auto letter = [&] { return "AZaz09+/Qq7k"[chance() % 12]; };
+  for (const std::string_view lineEnd : {"", "\n", "\r\n"}) {
+    std::string text;
+    for (int i = 1; i <= 400; ++i) {
+      text += letter();
+      if (i % 76 == 0) text += lineEnd;
+    }
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      std::string in = text;
+      // Every byte that is no letter has its turn, the usual ones more often.
+      in[at] = at % 2 == 0 ? "=\n\r- \0._"[chance() % 8] : static_cast<char>(at * 5);
+      for (const std::size_t size : {in.size(), at + 1 + chance() % 70}) {
+        const std::string_view part = std::string_view(in).substr(0, size);
+        std::string expected;
+        const std::size_t taken = DecodeByGroups(part, expected);
+        std::vector<char> out(part.size() / 4 * 3 + kBase64Slack);
+        const Base64Progress done = DecodeBase64Groups(part.data(), part.size(), out.data());
+        EXPECT_EQ(done.taken, taken) << part << at;
+        EXPECT_EQ(std::string_view(out.data(), done.made), expected) << at;
+      }
+    }
   }
 }
 
@@ -147,8 +206,12 @@ TEST_P(SimdTest, BytesAreFoundAtAnyPlace) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Paths, SimdTest, testing::Values(false, true),
-                         [](const auto& param) { return param.param ? "Plain" : "Fast"; });
+constexpr const char* kPathNames[] = {"All", "Avx2", "Narrow", "Plain"};
+
+INSTANTIATE_TEST_SUITE_P(Paths, SimdTest,
+                         testing::Values(std::nullopt, CpuFeature::kAvx512, CpuFeature::kAvx2,
+                                         CpuFeature::kSsse3),
+                         [](const auto& param) { return kPathNames[param.index]; });
 
 }  // namespace
 }  // namespace parvane::platform::simd
