@@ -27,10 +27,22 @@ std::uint64_t Load64(const void* from) {
 std::size_t AsciiPrefix(const char* in, std::size_t size) {
   std::size_t i = 0;
 #ifdef PARVANE_SSE2
+  const auto load = [in](std::size_t at) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + at));
+  };
+  for (; i + 64 <= size; i += 64) {
+    const __m128i low = _mm_or_si128(load(i), load(i + 16));
+    const __m128i high = _mm_or_si128(load(i + 32), load(i + 48));
+    if (_mm_movemask_epi8(_mm_or_si128(low, high)) != 0) break;
+  }
   for (; i + 16 <= size; i += 16) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(load(i)));
     if (mask != 0) return i + static_cast<std::size_t>(std::countr_zero(mask));
+  }
+  // What is left is looked at together with some of what has been.
+  if (i < size && size >= 16) {
+    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(load(size - 16)));
+    return mask == 0 ? size : size - 16 + static_cast<std::size_t>(std::countr_zero(mask));
   }
 #else
   for (; i + 16 <= size; i += 16) {
@@ -41,21 +53,52 @@ std::size_t AsciiPrefix(const char* in, std::size_t size) {
   return i;
 }
 
+#ifdef PARVANE_SSE2
+namespace {
+
+// Widens 16 bytes and returns a bit for each of them that is not ASCII.
+unsigned Widen16(const char* in, char16_t* out) {
+  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+  const __m128i zero = _mm_setzero_si128();
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, zero));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8), _mm_unpackhi_epi8(bytes, zero));
+  return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+// The same for 8 bytes.
+unsigned Widen8(const char* in, char16_t* out) {
+  const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+  return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+}  // namespace
+#endif
+
 std::size_t WidenAsciiPrefix(const char* in, std::size_t size, char16_t* out) {
   std::size_t i = 0;
-  for (; i + 16 <= size; i += 16) {
 #ifdef PARVANE_SSE2
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
-    const __m128i zero = _mm_setzero_si128();
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(bytes, zero));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(bytes, zero));
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(bytes));
-    if (mask != 0) return i + static_cast<std::size_t>(std::countr_zero(mask));
+  const auto prefix = [size](std::size_t at, unsigned mask) {
+    return mask == 0 ? size : at + static_cast<std::size_t>(std::countr_zero(mask));
+  };
+  for (; i + 16 <= size; i += 16) {
+    const unsigned mask = Widen16(in + i, out + i);
+    if (mask != 0) return prefix(i, mask);
+  }
+  // What is left is widened together with some of what has been.
+  if (i == size) return size;
+  if (size >= 16) return prefix(size - 16, Widen16(in + size - 16, out + size - 16));
+  if (size >= 8) {
+    const unsigned mask = Widen8(in, out);
+    if (mask != 0) return prefix(0, mask);
+    return prefix(size - 8, Widen8(in + size - 8, out + size - 8));
+  }
 #else
+  for (; i + 16 <= size; i += 16) {
     if (((Load64(in + i) | Load64(in + i + 8)) & kHighBits) != 0) break;
     for (std::size_t k = 0; k < 16; ++k) out[i + k] = static_cast<unsigned char>(in[i + k]);
-#endif
   }
+#endif
   for (; i < size && static_cast<unsigned char>(in[i]) < 0x80; ++i) {
     out[i] = static_cast<unsigned char>(in[i]);
   }

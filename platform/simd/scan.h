@@ -16,4 +16,8 @@ std::size_t FindLineEnd(const char* in, std::size_t size);
 // is none.
 std::size_t FindHeaderNameEnd(const char* in, std::size_t size);
 
+// Where the first byte stands that is no printable ASCII, or that is the "?" which encoded words
+// have; `size` when there is none.
+std::size_t FindNotPlain(const char* in, std::size_t size);
+
 }  // namespace parvane::platform::simd

@@ -195,13 +195,16 @@ TEST_P(SimdTest, BytesAreFoundAtAnyPlace) {
       }
       EXPECT_EQ(FindPair(text.data(), 0, size, 5, '-', '!'), at);
       EXPECT_EQ(FindPair(text.data(), 0, size, 6, '-', '!'), size);
-      for (const char mark : {'=', '\r', '\n', ':', ' ', '\x7F', '\x01'}) {
+      for (const char mark : {'=', '\r', '\n', ':', ' ', '\x7F', '\x01', '?', '~', '\x80'}) {
         text[at] = mark;
         const bool lineEnd = mark == '\r' || mark == '\n';
         EXPECT_EQ(FindLineEnd(text.data(), size), lineEnd ? at : size);
         const bool quoted = lineEnd || mark == '=';
         EXPECT_EQ(FindQuotedPrintableMark(text.data(), size), quoted ? at : size);
-        EXPECT_EQ(FindHeaderNameEnd(text.data(), size), mark == '=' ? size : at);
+        const bool named = mark == '=' || mark == '?' || mark == '~' || mark == '\x80';
+        EXPECT_EQ(FindHeaderNameEnd(text.data(), size), named ? size : at);
+        const bool plain = mark == '=' || mark == ':' || mark == ' ' || mark == '~';
+        EXPECT_EQ(FindNotPlain(text.data(), size), plain ? size : at);
       }
     }
   }
