@@ -7,6 +7,7 @@
 #include "mime/encoded_words.h"
 #include "mime/html_charset.h"
 #include "mime/text_decoding.h"
+#include "platform/simd/scan.h"
 #include "platform/text.h"
 
 namespace Tessary {
@@ -64,12 +65,7 @@ std::string FieldText(std::string_view name, std::string_view value, std::string
 // True for text that FieldText would only trim: ASCII without control characters, and so without
 // escape sequences, and without the "?" that encoded words have.
 bool IsPlainText(std::string_view value) {
-  unsigned char odd = 0;
-  for (const char c : value) {
-    const auto byte = static_cast<unsigned char>(c);
-    odd |= static_cast<unsigned char>((byte < 0x20) | (byte > 0x7E) | (byte == '?'));
-  }
-  return odd == 0;
+  return parvane::platform::simd::FindNotPlain(value.data(), value.size()) == value.size();
 }
 
 const char* FieldOfList(ClsEmail::List list) {
@@ -140,24 +136,20 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
     // Several fields of the name are one list.
     mailboxes.emplace();
     const MimeHeader& header = _message->root.header();
-    const std::string_view name = FieldOfList(list);
-    if (!header.MayHave(name)) return *mailboxes;
-    const std::uint32_t key = MimeField::KeyOf(name);
     std::string joined;
     std::string scratch;
     std::string_view text;
-    for (const MimeField& field : header.Lines()) {
-      if (!field.NameIs(name, key)) continue;
+    header.ForEach(FieldOfList(list), [&](const MimeField& field) {
       const std::string_view value = field.Value(scratch);
       if (text.empty() && value.data() != scratch.data()) {
         text = value;
-        continue;
+        return;
       }
       if (joined.empty()) joined = text;
       if (!joined.empty()) joined.append(", ");
       text = joined.append(value);
-    }
-    if (parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
+    });
+    if (text.empty() || parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
     joined = std::string(text);
     std::erase(joined, '\0');
     mailboxes = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));

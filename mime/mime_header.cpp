@@ -71,7 +71,7 @@ std::size_t MimeHeader::Load(std::string_view text) {
   while (at < text.size()) {
     const std::size_t start = at;
     const std::string_view line = text.substr(at, LineLength(text.substr(at)));
-    if (IsEmptyLine(line)) break;
+    if (line.size() <= 2 && IsEmptyLine(line)) break;
     at += line.size();
     while (at < text.size() && IsBlank(text[at])) at += LineLength(text.substr(at));
     std::size_t valueStart = 0;
@@ -87,7 +87,11 @@ std::size_t MimeHeader::Load(std::string_view text) {
 
 void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart) {
   const MimeField& line = _lines.emplace_back(raw, nameLength, valueStart);
-  if (line.IsField()) _names |= NameBit(line._key);
+  if (!line.IsField()) return;
+  const std::uint32_t slot = NameSlot(line._key);
+  if ((_names >> slot & 1) != 0) return;
+  _names |= std::uint64_t{1} << slot;
+  _searchFrom[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
 void MimeHeader::Clear() {
@@ -111,9 +115,10 @@ const std::vector<std::uint32_t>& MimeHeader::Order() const {
 
 const MimeField* MimeHeader::Find(std::string_view name, std::size_t occurrence) const {
   const std::uint32_t key = MimeField::KeyOf(name);
-  if ((_names & NameBit(key)) == 0) return nullptr;
-  for (const MimeField& field : _lines) {
-    if (field.NameIs(name, key) && occurrence-- == 0) return &field;
+  const std::uint32_t slot = NameSlot(key);
+  if ((_names >> slot & 1) == 0) return nullptr;
+  for (std::size_t i = _searchFrom[slot]; i < _lines.size(); ++i) {
+    if (_lines[i].NameIs(name, key) && occurrence-- == 0) return &_lines[i];
   }
   return nullptr;
 }
@@ -123,7 +128,7 @@ void MimeHeader::Set(std::string_view name, std::string_view value) {
   const std::size_t valueStart = std::min(name.size() + 2, text.size());
   const MimeField field(text, name.size(), valueStart);
   _modified = true;
-  _orderKnown = false;
+  ForgetPlaces();
   _names |= NameBit(MimeField::KeyOf(name));
   const auto named = [&](const MimeField& line) { return line.NameIs(name); };
   const auto first = std::find_if(_lines.begin(), _lines.end(), named);
@@ -140,7 +145,7 @@ std::size_t MimeHeader::Remove(std::string_view name) {
       name.empty() ? 0 : std::erase_if(_lines, [&](const MimeField& f) { return f.NameIs(name); });
   if (removed > 0) {
     _modified = true;
-    _orderKnown = false;
+    ForgetPlaces();
   }
   return removed;
 }
@@ -157,48 +162,53 @@ void MimeHeader::AppendTo(std::string& out) const {
 void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text) {
   // Enough, whatever is folded: the lines look into the text while it is being written.
   std::size_t bound = 0;
-  for (const MimeField& line : _lines) bound += line.Raw().size() + 2;
-  for (const FieldChange& change : changes)
+  for (const MimeField& line : _lines) bound += line._length + 2;
+  std::uint64_t names = 0;
+  for (const FieldChange& change : changes) {
     bound += change.name.size() + 3 * change.value.size() + 8;
+    names |= NameBit(MimeField::KeyOf(change.name));
+  }
   text.clear();
   text.reserve(bound);
 
-  std::uint64_t names = 0;
-  for (const FieldChange& change : changes) names |= NameBit(MimeField::KeyOf(change.name));
   std::uint64_t done = 0;  // a bit for each change that has been written
   std::size_t kept = 0;
-  // Lines that stay as they are mostly stand side by side and are copied together.
+  // Lines that stay as they are mostly stand side by side and are copied together: the run of them
+  // that has not been copied yet, and where its lines will be.
   const char* run = nullptr;
-  std::size_t runSize = 0;
+  const char* runEnd = nullptr;
+  const char* runCopy = nullptr;
   const auto copyRun = [&] {
-    text.append(run, runSize);
-    runSize = 0;
+    text.append(run, static_cast<std::size_t>(runEnd - run));
+    run = runEnd;
   };
   for (std::size_t i = 0; i < _lines.size(); ++i) {
-    const MimeField line = _lines[i];
+    MimeField line = _lines[i];
     std::size_t index = changes.size();
     if ((NameBit(line._key) & names) != 0 && line.IsField()) {
       for (index = 0; index < changes.size() && !line.NameIs(changes[index].name);) ++index;
     }
     if (index == changes.size()) {
-      const std::string_view raw = line.Raw();
-      if (runSize == 0 || run + runSize != raw.data()) {
+      if (line._raw != runEnd) {
         copyRun();
-        run = raw.data();
+        run = line._raw;
+        runCopy = text.data() + text.size();
       }
-      _lines[kept] = line;
-      _lines[kept++]._raw = text.data() + text.size() + runSize;
-      runSize += raw.size();
-      if (!raw.ends_with('\n')) {
+      runEnd = line._raw + line._length;
+      line._raw = runCopy + (line._raw - run);
+      if (*(runEnd - 1) != '\n') {
         copyRun();
         text.append("\r\n");
-        _lines[kept - 1]._length += 2;
+        line._length += 2;
+        runEnd = run = nullptr;
       }
+      _lines[kept++] = line;
       continue;
     }
     if ((done >> index & 1) != 0) continue;
     done |= std::uint64_t{1} << index;
     copyRun();
+    runEnd = run = nullptr;
     const std::size_t start = text.size();
     const FieldChange& change = changes[index];
     AppendFoldedField(change.name, change.value, text);
@@ -206,9 +216,11 @@ void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text
         MimeField(std::string_view(text).substr(start), change.name.size(), change.name.size() + 2);
   }
   copyRun();
-  _lines.erase(_lines.begin() + static_cast<std::ptrdiff_t>(kept), _lines.end());
+  if (kept < _lines.size()) {
+    _lines.erase(_lines.begin() + static_cast<std::ptrdiff_t>(kept), _lines.end());
+    ForgetPlaces();
+  }
   _rewritten.clear();
-  _orderKnown = false;
   _modified = false;
 }
 

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
@@ -98,6 +99,15 @@ class MimeHeader {
   // The nth field of that name, counted from the top, without regard to case; null when there is
   // none.
   const MimeField* Find(std::string_view name, std::size_t occurrence = 0) const;
+  // Calls `take` with every field of that name, from the top.
+  template <typename Take>
+  void ForEach(std::string_view name, Take take) const {
+    const std::uint32_t key = MimeField::KeyOf(name);
+    if (!MayHave(name)) return;
+    for (std::size_t i = _searchFrom[NameSlot(key)]; i < _lines.size(); ++i) {
+      if (_lines[i].NameIs(name, key)) take(_lines[i]);
+    }
+  }
 
   // Replaces the first field of that name and removes the others; appends when there is none.
   void Set(std::string_view name, std::string_view value);
@@ -112,17 +122,24 @@ class MimeHeader {
   void AppendTo(std::string& out) const;
 
  private:
-  // One bit for names that may be alike: a name whose bit is clear is not there.
-  static std::uint64_t NameBit(std::uint32_t key) {
-    return std::uint64_t{1} << (key * 0x9E3779B1U >> 26);
-  }
+  // Names that may be alike have the same slot, each with a bit: a name whose bit is clear is not
+  // there.
+  static std::uint32_t NameSlot(std::uint32_t key) { return key * 0x9E3779B1U >> 26; }
+  static std::uint64_t NameBit(std::uint32_t key) { return std::uint64_t{1} << NameSlot(key); }
   void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart);
+  // After a change of the lines' places.
+  void ForgetPlaces() {
+    _searchFrom.fill(0);
+    _orderKnown = false;
+  }
 
   // The places in _lines of those that are fields.
   const std::vector<std::uint32_t>& Order() const;
 
-  std::uint64_t _names = 0;       // bits of the names of all fields, and perhaps of removed ones
-  std::vector<MimeField> _lines;  // a name length of 0 marks a line that is no field
+  std::uint64_t _names = 0;  // bits of the names of all fields, and perhaps of removed ones
+  // No field of a slot whose bit is set stands before this place in _lines; others mean nothing.
+  std::array<std::uint32_t, 64> _searchFrom{};
+  std::vector<MimeField> _lines;              // a name length of 0 marks a line that is no field
   std::forward_list<std::string> _rewritten;  // changed fields; grows only, so views stay good
   mutable std::vector<std::uint32_t> _order;
   mutable bool _orderKnown = false;

@@ -153,11 +153,8 @@ class FieldChanges {
 void FixMailBoxes(const MimeMessage2& entity, FieldChanges& changes) {
   std::array<FieldList, kMailBoxHeaders.size()> lists;
   for (std::size_t i = 0; i < lists.size(); ++i) {
-    const std::string_view name = kMailBoxHeaders[i];
-    if (!entity.header().MayHave(name)) continue;
-    const std::uint32_t key = MimeField::KeyOf(name);
-    for (const MimeField& field : entity.header().Lines())
-      if (field.NameIs(name, key)) lists[i].Add(field, entity);
+    entity.header().ForEach(kMailBoxHeaders[i],
+                            [&](const MimeField& field) { lists[i].Add(field, entity); });
   }
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (lists[i].empty()) continue;
@@ -231,8 +228,7 @@ void FixMailBox(const char* headerName, TsMime* mime) {
   if (!mime || !headerName) return;
   MimeMessage2& entity = mime->impl().Entity();
   FieldList list;
-  for (const MimeField& field : entity.header().Lines())
-    if (field.NameIs(headerName)) list.Add(field, entity);
+  entity.header().ForEach(headerName, [&](const MimeField& field) { list.Add(field, entity); });
   if (list.empty()) return;
   FieldChanges changes;
   changes.Add(headerName, [&](std::string& out) { list.AppendRewritten(out); });
