@@ -1,5 +1,7 @@
 #include "cli/message_id.h"
 
+#include <cstring>
+
 #include "platform/text.h"
 
 namespace parvane::cli {
@@ -11,17 +13,27 @@ constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::size_t kLongest = 512;
 
 bool IsField(std::string_view line) {
-  if (line.empty() || platform::AsciiToLower(line.front()) != kField.front()) return false;
+  if (line.empty() || (line.front() | 0x20) != kField.front()) return false;
   if (!platform::EqualsIgnoreAsciiCase(line.substr(0, kField.size()), kField)) return false;
   const std::size_t colon = line.find_first_not_of(" \t", kField.size());
   return colon != line.npos && line[colon] == ':';
 }
 
-std::string Printable(std::string_view text) {
-  std::string out;
-  for (const char c : text.substr(0, kLongest)) {
-    if (c > 0x20 && c < 0x7F) out += c;
+// Where the line that begins at `at` has its CR LF, or the end of the message.
+std::size_t LineEnd(std::string_view message, std::size_t at) {
+  for (std::size_t from = at; from < message.size();) {
+    const void* found = std::memchr(message.data() + from, '\n', message.size() - from);
+    if (found == nullptr) break;
+    const auto lf = static_cast<std::size_t>(static_cast<const char*>(found) - message.data());
+    if (lf > at && message[lf - 1] == '\r') return lf - 1;
+    from = lf + 1;
   }
+  return message.size();
+}
+
+std::string Printable(std::string_view text) {
+  std::string out(text.substr(0, kLongest));
+  std::erase_if(out, [](char c) { return c <= 0x20 || c >= 0x7F; });
   return out;
 }
 
@@ -29,14 +41,12 @@ std::string Printable(std::string_view text) {
 
 std::string MessageIdOf(std::string_view message) {
   for (std::size_t at = 0; at < message.size();) {
-    std::size_t end = message.find(kLineEnd, at);
+    std::size_t end = LineEnd(message, at);
     if (end == at) return {};
-    if (end == message.npos) end = message.size();
     if (IsField(message.substr(at, end - at))) {
       // The value may stand on the next line.
       while (end + 2 < message.size() && (message[end + 2] == ' ' || message[end + 2] == '\t')) {
-        end = message.find(kLineEnd, end + 2);
-        if (end == message.npos) end = message.size();
+        end = LineEnd(message, end + 2);
       }
       const std::size_t colon = message.find(':', at);
       return Printable(message.substr(colon + 1, end - colon - 1));

@@ -46,6 +46,8 @@ class EmailAssetBase : public IEmailAsset {
   static NullableString _dumpFilePath;
 };
 
+class AssetStoreBase;
+
 // A read-only folder without items of its own; stores derive theirs from it.
 class AssetFolderBase : public IAssetFolderMutable {
  public:
@@ -84,6 +86,9 @@ class AssetFolderBase : public IAssetFolderMutable {
   void Release() override;
 
  protected:
+  // The owner, when it is one of the engine's stores; else null.
+  AssetStoreBase* EngineStore() const;
+
   std::vector<IAssetFolderMutable*> _subFolders;  // views; the store owns
   AssetFolderType _folderType = kAssetFolderTypeAssets;
   std::int64_t _contentCount = 0;
@@ -92,6 +97,10 @@ class AssetFolderBase : public IAssetFolderMutable {
   NullableString _folderDiskPath;
   IAssetStore* _ownerStore = nullptr;        // not owned
   AssetFolderBase* _parentFolder = nullptr;  // not owned
+
+ private:
+  mutable const IAssetStore* _engineStoreOf = nullptr;  // whom _engineStore was last found for
+  mutable AssetStoreBase* _engineStore = nullptr;
 };
 
 class AssetStoreBase : public virtual IAssetStore {
@@ -135,6 +144,14 @@ class AssetStoreBase : public virtual IAssetStore {
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::DestinationObserver* _destinationObserver = nullptr;
 };
+
+inline AssetStoreBase* AssetFolderBase::EngineStore() const {
+  if (_engineStoreOf != _ownerStore) {
+    _engineStoreOf = _ownerStore;
+    _engineStore = dynamic_cast<AssetStoreBase*>(_ownerStore);
+  }
+  return _engineStore;
+}
 
 class AssetQueryResult : public IAssetQueryResult, public Releasable {
  public:

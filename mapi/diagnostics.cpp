@@ -1,5 +1,6 @@
 #include "mapi/diagnostics.h"
 
+#include <cstring>
 #include <list>
 
 #include "mapi/diagnostics_recorder.h"
@@ -22,6 +23,11 @@ State& TheState() {
   return state;
 }
 
+// Asked for several times a message.
+bool SamePath(std::u16string_view a, std::u16string_view b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
+
 }  // namespace
 
 const std::vector<StoreDiagnostics>& AllStoreDiagnostics() {
@@ -32,7 +38,7 @@ const std::vector<StoreDiagnostics>& AllStoreDiagnostics() {
 
 const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path) {
   for (const StoreDiagnostics& record : TheState().records) {
-    if (record.path == path) return &record;
+    if (SamePath(record.path, path)) return &record;
   }
   return nullptr;
 }
@@ -60,7 +66,7 @@ void ResetDiagnostics() {
 StoreDiagnostics& RecordFor(std::u16string_view path) {
   State& state = TheState();
   for (StoreDiagnostics& record : state.records) {
-    if (record.path == path) return record;
+    if (SamePath(record.path, path)) return record;
   }
   StoreDiagnostics& record = state.records.emplace_back();
   record.path = path;

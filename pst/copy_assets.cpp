@@ -93,7 +93,7 @@ IMessage* PSTMAPIAssetFolderMutable::CreateMessage(PSTMAPIAssetFolderMutable*& t
                             u" is full. The messages that follow go to the folder " +
                             folder->_folderName.value_or(u"") + u".",
                         true, true);
-  const auto* store = dynamic_cast<AssetStoreBase*>(_ownerStore);
+  const AssetStoreBase* store = EngineStore();
   if (store && store->ObserverOfDestination())
     store->ObserverOfDestination()->FolderContinued(*target, *folder);
   target = folder;

@@ -41,7 +41,7 @@ void PSTMAPIAssetFolder::Release() {
 }
 
 void PSTMAPIAssetFolderMutable::Tell(parvane::engine::DestinationStep step, HRESULT result) const {
-  const auto* store = dynamic_cast<const AssetStoreBase*>(_ownerStore);
+  const AssetStoreBase* store = EngineStore();
   if (store && store->ObserverOfDestination())
     store->ObserverOfDestination()->MapiAnswered(step, result);
 }

@@ -43,7 +43,7 @@ platform::Result<std::unique_ptr<platform::InputStream>> MBOXAssetFolder::OpenMb
 }
 
 engine::SourceObserver* MBOXAssetFolder::Observer() const {
-  const auto* store = dynamic_cast<const AssetStoreBase*>(_ownerStore);
+  const AssetStoreBase* store = EngineStore();
   return store ? store->Observer() : nullptr;
 }
 
@@ -65,6 +65,7 @@ bool MBOXAssetFolder::EnsureOpen() {
 
 std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   if (!EnsureOpen()) return nullptr;
+  engine::SourceObserver* observer = Observer();
   std::uint64_t offset = 0;
   if (!_message || _message.use_count() > 1)
     _message = std::make_shared<parvane::sources::MessageBuffer>();
@@ -72,11 +73,10 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
   // Nothing between two separators is no message; reading goes on behind it.
   do {
-    offset = parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message,
-                                               Observer() ? this : nullptr);
+    offset =
+        parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message, observer ? this : nullptr);
   } while (_message->empty() && !_mboxFileStreamP->Buffer().empty());
 
-  engine::SourceObserver* observer = Observer();
   if (observer && !_mboxFileStreamP->status().ok()) ReportBreak(_mboxFileStreamP->status());
   if (_message->empty()) {
     if (observer) ReportChangeOfSize();
