@@ -7,6 +7,7 @@
 #include "mime/date_parser.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <string>
 
@@ -20,10 +21,9 @@ namespace {
 
 constexpr std::size_t kLongestText = 199;
 
-constexpr std::string_view kWeekdays[] = {"sun", "mon", "tue", "wed", "thu", "fri", "sat"};
-constexpr std::string_view kMonths[2][12] = {
-    {"jan", "feb", "mar", "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"},
-    {"ian", "fev", "mar", "apr", "mai", "jun", "jul", "aug", "set", "okt", "nov", "dez"}};
+constexpr std::string_view kWeekdays = "sunmontuewedthufrisat";
+constexpr std::string_view kMonths = "janfebmaraprmayjunjulaugsepoctnovdec";
+constexpr std::string_view kForeignMonths = "ianfevmaraprmaijunjulaugsetoktnovdez";
 
 struct ZoneWord {
   std::string_view word;
@@ -95,14 +95,18 @@ class Cursor {
   std::string_view _rest;
 };
 
-int IndexOf(std::string_view word, const std::string_view* begin, const std::string_view* end) {
-  const std::string_view start = word.substr(0, 3);
-  const auto* found = std::find(begin, end, start);
-  return found == end ? -1 : static_cast<int>(found - begin);
+// Which of the names, three letters each, the word begins with; -1: none.
+int IndexOf(std::string_view word, std::string_view names) {
+  if (word.size() < 3) return -1;
+  for (std::size_t at = 0; at < names.size(); at += 3) {
+    if (names[at] == word[0] && names[at + 1] == word[1] && names[at + 2] == word[2])
+      return static_cast<int>(at / 3);
+  }
+  return -1;
 }
 
 bool SkipWeekday(Cursor* text) {
-  if (IndexOf(text->rest(), std::begin(kWeekdays), std::end(kWeekdays)) < 0) return true;
+  if (IndexOf(text->rest(), kWeekdays) < 0) return true;
   text->TakeWhile([](char c) { return !platform::IsAsciiWhiteSpace(c) && c != ','; });
   text->SkipWhiteSpace();
   text->Take(',');
@@ -121,8 +125,8 @@ bool TakeMonth(Cursor* text, int* month) {
   const std::string_view word =
       text->TakeWhile([](char c) { return !IsBlank(c) && c != '\n' && c != '-'; });
   if (word.size() > 5) return false;
-  *month = IndexOf(word, std::begin(kMonths[0]), std::end(kMonths[0]));
-  if (*month < 0) *month = IndexOf(word, std::begin(kMonths[1]), std::end(kMonths[1]));
+  *month = IndexOf(word, kMonths);
+  if (*month < 0) *month = IndexOf(word, kForeignMonths);
   return *month >= 0;
 }
 
@@ -206,8 +210,9 @@ bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
   if (text.size() > 10 && text[10] == 'T' && text[4] == '-' && text[7] == '-') {
     return ParseIso8601(text, out);
   }
-  const std::string lower = platform::ToLowerAscii(text);
-  Cursor cursor(lower);
+  std::array<char, kLongestText> lower;
+  std::transform(text.begin(), text.end(), lower.begin(), platform::AsciiToLower);
+  Cursor cursor({lower.data(), text.size()});
   cursor.TakeWhile(IsBlank);
   if (cursor.atEnd() || !SkipWeekday(&cursor)) return false;
   const auto isSeparator = [](char c) { return IsBlank(c) || c == '-'; };

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <cstring>
 
 #include "mime/date_parser.h"
 
@@ -47,6 +48,26 @@ bool DateValue::GetAsRfc822(bool local, std::string& out) const {
   const std::int64_t days = FloorDivide(wall, kSecondsPerDay);
   const auto second = static_cast<int>(wall - days * kSecondsPerDay);
   const platform::CivilDate date = platform::CivilFromDays(days);
+  char text[64] = "Ddd, 00 Mmm ";
+  std::memcpy(text, kWeekdays[((days % 7) + 11) % 7], 3);
+  PutTwo(date.day, text + 5);
+  std::memcpy(text + 8, kMonths[date.month - 1], 3);
+  std::size_t length = 12;
+  if (date.year >= 1000 && date.year <= 9999) {
+    PutTwo(static_cast<unsigned>(date.year / 100), text + length);
+    PutTwo(static_cast<unsigned>(date.year % 100), text + length + 2);
+    length += 4;
+  } else {
+    length += static_cast<std::size_t>(
+        std::snprintf(text + length, 24, "%04lld", static_cast<long long>(date.year)));
+  }
+  const auto moment = static_cast<unsigned>(second);
+  char time[] = " 00:00:00 ";
+  PutTwo(moment / 3600, time + 1);
+  PutTwo(moment / 60 % 60, time + 4);
+  PutTwo(moment % 60, time + 7);
+  std::memcpy(text + length, time, sizeof time - 1);
+  length += sizeof time - 1;
   char zone[] = "GMT  ";
   std::size_t zoneLength = 3;
   if (local) {
@@ -56,25 +77,8 @@ bool DateValue::GetAsRfc822(bool local, std::string& out) const {
     PutTwo(minutes % 60, zone + 3);
     zoneLength = 5;
   }
-  const auto moment = static_cast<unsigned>(second);
-  char time[] = "00:00:00 ";
-  PutTwo(moment / 3600, time);
-  PutTwo(moment / 60 % 60, time + 3);
-  PutTwo(moment % 60, time + 6);
-  char dayText[2];
-  PutTwo(date.day, dayText);
-  char year[24];
-  if (date.year >= 1000 && date.year <= 9999) {
-    PutTwo(static_cast<unsigned>(date.year / 100), year);
-    PutTwo(static_cast<unsigned>(date.year % 100), year + 2);
-    year[4] = '\0';
-  } else {
-    std::snprintf(year, sizeof year, "%04lld", static_cast<long long>(date.year));
-  }
-  out.reserve(40);
-  out.append(kWeekdays[((days % 7) + 11) % 7]).append(", ").append(dayText, 2).append(" ");
-  out.append(kMonths[date.month - 1]).append(" ").append(year).append(" ");
-  out.append(time).append(zone, zoneLength);
+  std::memcpy(text + length, zone, zoneLength);
+  out.assign(text, length + zoneLength);
   return true;
 }
 

@@ -124,19 +124,30 @@ bool HasClockTime(std::string_view text) {
   return false;
 }
 
+// Three letters in one number, lower case.
+constexpr std::uint32_t PackedName(std::string_view name) {
+  const auto letter = [&](std::size_t at) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(platform::AsciiToLower(name[at])));
+  };
+  return letter(0) | letter(1) << 8 | letter(2) << 16;
+}
+
 bool HasDayOrMonthName(std::string_view text) {
-  static constexpr std::array<std::string_view, 19> kNames = {
-      "sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
-      "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  static constexpr std::size_t kLetters = 3;
+  static constexpr auto kNames = [] {
+    constexpr std::string_view kAll = "sunmontuewedthufrisatjanfebmaraprmayjunjulaugsepoctnovdec";
+    std::array<std::uint32_t, kAll.size() / kLetters> names{};
+    for (std::size_t i = 0; i < names.size(); ++i)
+      names[i] = PackedName(kAll.substr(i * kLetters, kLetters));
+    return names;
+  }();
   const auto separates = [](char c) { return c == ' ' || c == '\t' || c == ',' || c == '-'; };
   for (std::size_t at = 0; at < text.size();) {
     std::size_t end = at;
     while (end < text.size() && !separates(text[end])) ++end;
     const std::string_view word = text.substr(at, end - at);
-    if (word.size() == kNames[0].size() &&
-        std::any_of(kNames.begin(), kNames.end(), [&](std::string_view name) {
-          return platform::EqualsIgnoreAsciiCase(word, name);
-        }))
+    if (word.size() == kLetters &&
+        std::find(kNames.begin(), kNames.end(), PackedName(word)) != kNames.end())
       return true;
     at = end + 1;
   }
