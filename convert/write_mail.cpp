@@ -38,7 +38,10 @@ constexpr LONG kCodePageUtf8 = 65001;
 template <typename Char>
 std::basic_string_view<Char> WithoutNuls(std::basic_string_view<Char> text,
                                          std::basic_string<Char>& scratch) {
-  if (text.find(Char{}) == text.npos) return text;
+  // Without a way out of the loop, which then takes many characters at a time.
+  bool found = false;
+  for (const Char c : text) found |= c == Char{};
+  if (!found) return text;
   scratch = text;
   std::erase(scratch, Char{});
   return scratch;

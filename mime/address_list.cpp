@@ -1,6 +1,7 @@
 #include "mime/address_list.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 
@@ -318,6 +319,32 @@ bool MustBeQuoted(char16_t c) {
   }
 }
 
+// Which bytes mean nothing but themselves in a rewritten list.
+class PlainBytes {
+ public:
+  constexpr PlainBytes() {
+    for (int c = ' '; c <= '~'; ++c) {
+      const auto byte = static_cast<char>(c);
+      const bool name = std::string_view("\"\\?").find(byte) == kNone;
+      const bool address = std::string_view(" ><\"(),;:\\").find(byte) == kNone;
+      _places[static_cast<std::size_t>(c)] =
+          static_cast<unsigned char>((name ? kName : 0) | (address ? kAddress : 0));
+    }
+  }
+  // Without "?", which encoded words have.
+  constexpr bool IsInName(char c) const { return (Places(c) & kName) != 0; }
+  constexpr bool IsInAddress(char c) const { return (Places(c) & kAddress) != 0; }
+
+ private:
+  static constexpr unsigned char kName = 1;
+  static constexpr unsigned char kAddress = 2;
+
+  constexpr unsigned char Places(char c) const { return _places[static_cast<unsigned char>(c)]; }
+
+  std::array<unsigned char, 256> _places{};
+};
+constexpr PlainBytes kPlain;
+
 // Reads `"name" < address >` where nothing in it has a meaning of its own.
 class RewrittenReader {
  public:
@@ -336,8 +363,6 @@ class RewrittenReader {
   }
 
  private:
-  static bool IsPrintable(char c) { return c >= ' ' && c <= '~'; }
-
   bool Take(char c) {
     while (_next < _list.size() && _list[_next] == ' ') ++_next;
     if (_next == _list.size() || _list[_next] != c) return false;
@@ -345,14 +370,11 @@ class RewrittenReader {
     return true;
   }
 
-  // Without "?", which encoded words have.
   bool ReadName(std::string_view& name) {
     if (!Take('"')) return false;
     const std::size_t start = _next;
-    while (_next < _list.size() && _list[_next] != '"') {
-      const char c = _list[_next++];
-      if (!IsPrintable(c) || c == '\\' || c == '?') return false;
-    }
+    while (_next < _list.size() && kPlain.IsInName(_list[_next])) ++_next;
+    if (_next < _list.size() && _list[_next] != '"') return false;
     name = _list.substr(start, _next - start);
     while (name.ends_with(' ')) name.remove_suffix(1);
     while (name.starts_with(' ')) name.remove_prefix(1);
@@ -363,21 +385,8 @@ class RewrittenReader {
     if (!Take('<')) return false;
     while (_next < _list.size() && _list[_next] == ' ') ++_next;
     const std::size_t start = _next;
-    for (; _next < _list.size() && _list[_next] != ' ' && _list[_next] != '>'; ++_next) {
-      switch (_list[_next]) {
-        case '<':
-        case '"':
-        case '(':
-        case ')':
-        case ',':
-        case ';':
-        case ':':
-        case '\\':
-          return false;
-        default:
-          if (!IsPrintable(_list[_next])) return false;
-      }
-    }
+    while (_next < _list.size() && kPlain.IsInAddress(_list[_next])) ++_next;
+    if (_next < _list.size() && _list[_next] != ' ' && _list[_next] != '>') return false;
     address = _list.substr(start, _next - start);
     return !address.empty() && address.front() != '@' && Take('>');
   }

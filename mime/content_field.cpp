@@ -17,6 +17,12 @@ std::string_view Trim(std::string_view text) {
   return text;
 }
 
+// Letters, digits, and what else stands in names of types: nothing that has a meaning here.
+bool IsTokenCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+         c == '.' || c == '+' || c == '_';
+}
+
 // A parameter, or one section of it, as it stands in the field.
 struct RawParameter {
   std::string name;  // lower case, without section and "*"
@@ -33,7 +39,10 @@ class FieldReader {
   // Up to the first ";", or white space behind the value (the ";" is forgotten at times), without
   // comments. White space around a "/" belongs to the value and is dropped.
   std::string ReadValue() {
-    std::string value;
+    // The plain start of it, which is mostly all.
+    const auto isPlain = [](char c) { return IsTokenCharacter(c) || c == '/'; };
+    while (_next < _text.size() && isPlain(_text[_next])) ++_next;
+    std::string value(_text.substr(0, _next));
     std::size_t depth = 0;
     bool space = false;
     for (; _next < _text.size(); ++_next) {
@@ -67,7 +76,8 @@ class FieldReader {
       if (stop == _text.size() || _text[stop] == ';') continue;
       ++_next;
       out = RawParameter();
-      SetName(platform::ToLowerAscii(name), out);
+      out.name = platform::ToLowerAscii(name);
+      if (name.find('*') != name.npos) SplitName(out);
       out.value = ReadParameterValue();
       // What follows white space here is a parameter whose ";" was forgotten.
       if (out.name == "charset" && !out.encoded) {
@@ -80,7 +90,8 @@ class FieldReader {
 
  private:
   // "filename*1*" is section 1 of filename, percent-encoded.
-  static void SetName(std::string name, RawParameter& out) {
+  static void SplitName(RawParameter& out) {
+    std::string& name = out.name;
     if (name.ends_with('*')) {
       out.encoded = true;
       name.pop_back();
@@ -95,7 +106,6 @@ class FieldReader {
       }
       name.resize(star);
     }
-    out.name = std::move(name);
   }
 
   std::string ReadParameterValue() {
@@ -111,7 +121,10 @@ class FieldReader {
   // raw ISO-2022-JP text both are parts of characters.
   std::string ReadQuoted() {
     std::string value;
-    for (++_next; _next < _text.size() && _text[_next] != '"'; ++_next) {
+    const std::size_t start = ++_next;
+    while (_next < _text.size() && (IsTokenCharacter(_text[_next]) || _text[_next] == '=')) ++_next;
+    value = _text.substr(start, _next - start);
+    for (; _next < _text.size() && _text[_next] != '"'; ++_next) {
       if (_text[_next] == '\x1B') {
         const std::size_t end = EndOfEscapedText();
         value.append(_text.substr(_next, end - _next));

@@ -38,6 +38,12 @@ const Email2* FirstReadable(const Email2& node) {
   return nullptr;
 }
 
+// A message that is its own plain-text body, and has nothing else in it: what most mail is.
+bool IsNothingButText(const Email2& root) {
+  return root.children().empty() && IsPlainOrUntyped(root) && root.disposition().empty() &&
+         root.name().empty();
+}
+
 bool IsBlank(std::string_view text) {
   return std::all_of(text.begin(), text.end(), parvane::platform::IsAsciiWhiteSpace);
 }
@@ -45,6 +51,10 @@ bool IsBlank(std::string_view text) {
 }  // namespace
 
 EmailStructure::EmailStructure(const Email2& root) : _root(root) {
+  if (IsNothingButText(root)) {
+    _alternatives.push_back(&root);
+    return;
+  }
   CollectAlternatives(root);
   if (root.IsAttachment(nullptr)) {
     _attachments.push_back(&root);

@@ -1,6 +1,7 @@
 #include "mime/mailbox.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <utility>
 
@@ -214,14 +215,35 @@ void AppendEscaped(std::basic_string_view<Char> name, std::basic_string<Char>& o
   }
 }
 
+// What a byte means in an address that is plainly written.
+enum class Role : unsigned char { kNone, kEnd, kBlank, kSpecial };
+
+class Roles {
+ public:
+  constexpr Roles() {
+    for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'}) At(c) = Role::kBlank;
+    for (const char c : {'\\', '(', '<'}) At(c) = Role::kSpecial;
+    At('>') = Role::kEnd;
+  }
+  constexpr Role operator[](char c) const { return _roles[static_cast<unsigned char>(c)]; }
+
+ private:
+  constexpr Role& At(char c) { return _roles[static_cast<unsigned char>(c)]; }
+
+  std::array<Role, 256> _roles{};
+};
+constexpr Roles kRoles;
+
 // Writes `text` without its white space; false when something in it has a meaning of its own, up
 // to the ">" that ends an address.
 bool AppendPlainAddress(std::string_view text, std::string& out) {
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const char c = text[at];
-    if (c == '>') return true;
-    if (c == '\\' || c == '(' || c == '<') return false;
-    if (!IsWhiteSpace(c)) out += c;
+  for (std::size_t at = 0; at < text.size();) {
+    std::size_t end = at;
+    while (end < text.size() && kRoles[text[end]] == Role::kNone) ++end;
+    out.append(text, at, end - at);
+    if (end == text.size() || text[end] == '>') return true;
+    if (kRoles[text[end]] == Role::kSpecial) return false;
+    at = end + 1;
   }
   return true;
 }

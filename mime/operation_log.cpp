@@ -37,6 +37,8 @@ void OperationLog::Data(const char* name, std::string_view value) {
 
 void OperationLog::Add(Kind kind, const char* text, int number, std::string_view value) {
   if (_keeping == Keeping::kNothing || _entries.size() >= kMaxEntries) return;
+  constexpr std::size_t kUsualEntries = 8;
+  if (_entries.capacity() == 0) _entries.reserve(kUsualEntries);
   _entries.push_back({kind, text, number, _values.size(), value.size()});
   _values.append(value);
 }

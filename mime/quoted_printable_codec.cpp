@@ -34,7 +34,7 @@ std::size_t FindMark(std::string_view text, std::size_t from) {
 class Writer {
  public:
   Writer(std::string& out, std::size_t room) : _out(out), _base(out.size()) {
-    _out.resize(_base + room);
+    _out.resize(_base + room + kChunk);
     _at = _out.data() + _base;
   }
   ~Writer() { _out.resize(static_cast<std::size_t>(_at - _out.data())); }
@@ -46,8 +46,17 @@ class Writer {
     std::memcpy(_at, bytes.data(), bytes.size());
     _at += bytes.size();
   }
+  // The same for a short run of a text that ends at `end`, without a call.
+  void PutRun(std::string_view run, const char* end) {
+    if (static_cast<std::size_t>(end - run.data()) < run.size() + kChunk) return Put(run);
+    for (std::size_t i = 0; i < run.size(); i += kChunk)
+      std::memcpy(_at + i, run.data() + i, kChunk);
+    _at += run.size();
+  }
 
  private:
+  static constexpr std::size_t kChunk = 16;
+
   std::string& _out;
   std::size_t _base;
   char* _at;
@@ -109,18 +118,19 @@ void QuotedPrintableDecoder::Append(std::string_view encoded, std::string& decod
       out.Put(_held);
       _held.clear();
     }
-    out.Put(encoded.substr(i, solid - i));
+    out.PutRun(encoded.substr(i, solid - i), encoded.data() + encoded.size());
     if (end == encoded.size()) {
       _held.append(encoded, solid, end - solid);
       return;
     }
     if (atLineEnd) {
       _held.clear();
-      out.Put(encoded[end]);
-      i = end + 1;
+      i = end;
+      out.Put(encoded[i++]);
+      if (encoded[end] == '\r' && i < encoded.size() && encoded[i] == '\n') out.Put(encoded[i++]);
       continue;
     }
-    out.Put(encoded.substr(solid, end - solid));
+    if (end > solid) out.Put(encoded.substr(solid, end - solid));
     // The common escapes, without a detour over _held.
     if (encoded.size() - end >= 3) {
       const int high = HexDigit(encoded[end + 1]);
