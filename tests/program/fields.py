@@ -60,6 +60,10 @@ class StoredMessage:
     def attachment_hashes(self):
         return sorted(a['sha256'] for a in self.entry['attachments'] if 'sha256' in a)
 
+    @property
+    def embedded(self):
+        return [StoredMessage(a['message']) for a in self.entry['attachments'] if 'message' in a]
+
     def header_fields(self):
         unfolded = re.sub(r'\r?\n[ \t]+', ' ', self.text(0x007D) or '')
         fields = (line.partition(':') for line in unfolded.splitlines())
