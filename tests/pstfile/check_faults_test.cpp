@@ -87,467 +87,405 @@ const Patient& ThePatient() {
   return patient;
 }
 
+using S = Surgeon&;
+using P = const Patient&;
+
 struct Fault {
   const char* code;
   const char* what;
-  void (*inflict)(Surgeon&, const Patient&);
+  void (*inflict)(S, P);
   bool seal = true;
   const char* says = "";  // where a code has several rules: what tells this one
 };
 
 // Short forms for the table.
+std::size_t Data(S s, NodeId node) { return s.Data(s.Node(node).data); }
+std::size_t Entry(S s, NodeId node) { return s.BlockEntry(s.Node(node).data); }
+std::size_t Property(S s, NodeId node, std::uint16_t id) { return s.Property(s.Node(node), id); }
+std::size_t Value(S s, NodeId node, std::uint16_t id) { return s.PropertyBytes(s.Node(node), id); }
 NodeId Hierarchy(NodeId folder) { return folder.Sibling(NodeKind::kHierarchyTable); }
 NodeId Contents(NodeId folder) { return folder.Sibling(NodeKind::kContentsTable); }
 void CopyHeader(Surgeon& s) {
   for (std::size_t i = 0; i < kHeaderSize; ++i) s.U8(kHeaderCopyOffset + i) = s.U8(i);
 }
-BlockId BigTree(Surgeon& s, const Patient& p) {  // the XBLOCK of the 20,000 bytes
+BlockId BigTree(S s, P p) {  // the XBLOCK of the 20,000 bytes
   const auto attachment = s.Sub(s.Node(p.message), p.file1);
   return s.Sub(attachment, NodeId(s.U32(s.Property(attachment, 0x3701) + 4))).data;
 }
 
 const Fault kFaults[] = {
     // Header and size
-    {"header-crc", "a byte flips", [](Surgeon& s, const Patient&) { s.U8(40) ^= 1; }, false},
-    {"header-field", "no sentinel", [](Surgeon& s, const Patient&) { s.U8(512) = 0; }},
-    {"header-field", "unknown encoding", [](Surgeon& s, const Patient&) { s.U8(513) = 3; }},
-    {"header-gap", "stray byte", [](Surgeon& s, const Patient&) { s.U8(0x1000) = 1; }},
-    {"header-gap", "copy left behind", [](Surgeon& s, const Patient&) { s.U8(0x2000) = '!'; }},
-    {"not-closed", "maps invalid", [](Surgeon& s, const Patient&) { s.U8(248) = 0; }},
-    {"file-size", "longer",
-     [](Surgeon& s, const Patient&) { s.file().resize(s.file().size() + 64); }},
+    {"header-crc", "a byte flips", [](S s, P) { s.U8(40) ^= 1; }, false},
+    {"header-field", "no sentinel", [](S s, P) { s.U8(512) = 0; }},
+    {"header-field", "unknown encoding", [](S s, P) { s.U8(513) = 3; }},
+    {"header-gap", "stray byte", [](S s, P) { s.U8(0x1000) = 1; }},
+    {"header-gap", "copy left behind", [](S s, P) { s.U8(0x2000) = '!'; }},
+    {"not-closed", "maps invalid", [](S s, P) { s.U8(248) = 0; }},
+    {"file-size", "longer", [](S s, P) { s.file().resize(s.file().size() + 64); }},
     {"file-size", "no whole interval",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        s.file().resize(s.file().size() + 64);
        s.U64(184, s.file().size());
      }},
     {"header-crc", "torn, beside a whole copy",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        CopyHeader(s);
        s.U8(41) ^= 1;
      },
      false, "copy at 0x2000 is whole"},
-    {"header-field", "map state", [](Surgeon& s, const Patient&) { s.U8(248) = 3; }, true,
-     "fAMapValid is 3"},
-    {"header-field", "old map state", [](Surgeon& s, const Patient&) { s.U8(248) = 1; }, true,
-     "no longer written"},
-    {"not-closed", "a whole copy of the header", [](Surgeon& s, const Patient&) { CopyHeader(s); },
-     true, "was cut off"},
+    {"header-field", "map state", [](S s, P) { s.U8(248) = 3; }, true, "fAMapValid is 3"},
+    {"header-field", "old map state", [](S s, P) { s.U8(248) = 1; }, true, "no longer written"},
+    {"not-closed", "a whole copy of the header",
+     [](S s, P) { CopyHeader(s); }, true, "was cut off"},
     // Pages and trees
-    {"page-crc", "NBT", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 480) ^= 1; }, false},
-    {"page-crc", "BBT",
-     [](Surgeon& s, const Patient&) { s.U8(s.pages(TreeKind::kBlocks)[0] + 480) ^= 1; }, false},
-    {"page-crc", "AMap", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 500) ^= 1; }, false},
+    {"page-crc", "NBT", [](S s, P) { s.U8(s.NodeLeaf() + 480) ^= 1; }, false},
+    {"page-crc", "BBT", [](S s, P) { s.U8(s.pages(TreeKind::kBlocks)[0] + 480) ^= 1; }, false},
+    {"page-crc", "AMap", [](S s, P) { s.U8(0x4400 + 500) ^= 1; }, false},
     {"page-type", "BBT becomes NBT",
-     [](Surgeon& s, const Patient&) { s.U8(s.pages(TreeKind::kBlocks)[0] + 496) = 0x81; }},
-    {"page-type", "PMap", [](Surgeon& s, const Patient&) { s.U8(0x4600 + 497) = 0; }},
-    {"page-signature", "NBT", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 498) ^= 1; }},
-    {"page-signature", "AMap", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 498) = 1; }},
-    {"page-id", "trailer", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 504) ^= 1; }},
-    {"page-id", "beyond the counter", [](Surgeon& s, const Patient&) { s.U64(32, 1); }},
-    {"page-id", "AMap's own offset", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 505) ^= 1; }},
-    {"page-place", "root beyond the file",
-     [](Surgeon& s, const Patient&) { s.U64(224, s.file().size()); }},
-    {"btree-level", "leaf", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 491) = 3; }},
-    {"btree-format", "cEntMax", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 489) = 9; }},
-    {"btree-format", "cbEnt", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 490) = 24; }},
-    {"btree-format", "too many", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 488) = 16; }},
+     [](S s, P) { s.U8(s.pages(TreeKind::kBlocks)[0] + 496) = 0x81; }},
+    {"page-type", "PMap", [](S s, P) { s.U8(0x4600 + 497) = 0; }},
+    {"page-signature", "NBT", [](S s, P) { s.U8(s.NodeLeaf() + 498) ^= 1; }},
+    {"page-signature", "AMap", [](S s, P) { s.U8(0x4400 + 498) = 1; }},
+    {"page-id", "trailer", [](S s, P) { s.U8(s.NodeLeaf() + 504) ^= 1; }},
+    {"page-id", "beyond the counter", [](S s, P) { s.U64(32, 1); }},
+    {"page-id", "AMap's own offset", [](S s, P) { s.U8(0x4400 + 505) ^= 1; }},
+    {"page-place", "root beyond the file", [](S s, P) { s.U64(224, s.file().size()); }},
+    {"btree-level", "leaf", [](S s, P) { s.U8(s.NodeLeaf() + 491) = 3; }},
+    {"btree-format", "cEntMax", [](S s, P) { s.U8(s.NodeLeaf() + 489) = 9; }},
+    {"btree-format", "cbEnt", [](S s, P) { s.U8(s.NodeLeaf() + 490) = 24; }},
+    {"btree-format", "too many", [](S s, P) { s.U8(s.NodeLeaf() + 488) = 16; }},
     {"btree-order", "entries swapped",
-     [](Surgeon& s, const Patient&) { s.Swap(s.NodeLeaf() + 32, s.NodeLeaf() + 64, 32); }},
+     [](S s, P) { s.Swap(s.NodeLeaf() + 32, s.NodeLeaf() + 64, 32); }},
     {"btree-key", "parent's key",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        const std::size_t root = s.pages(TreeKind::kNodes)[0];
        s.U64(root + 24, s.U64(root + 24) - 1);
      }},
-    {"btree-format", "padding", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 492) = 1; },
-     true, "padding before the trailer"},
+    {"btree-format", "padding",
+     [](S s, P) { s.U8(s.NodeLeaf() + 492) = 1; }, true, "padding before the trailer"},
     {"btree-format", "an empty leaf",
-     [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 488) = 0; }, true, "empty, which"},
+     [](S s, P) { s.U8(s.NodeLeaf() + 488) = 0; }, true, "empty, which"},
     {"btree-order", "children swapped",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        const std::size_t root = s.pages(TreeKind::kNodes)[0];
        s.Swap(root + 24, root + 48, 24);
      },
      true, "its child is left out"},
     {"btree-key", "into the next leaf",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        const std::size_t leaf = s.pages(TreeKind::kNodes)[1];
        s.U64(leaf + 32 * (s.U8(leaf + 488) - std::size_t{1}), 0x7FFFFFE1);
      },
      true, "reaches into the next page's range"},
     // Space
-    {"amap-last", "one too early", [](Surgeon& s, const Patient&) { s.U64(192, 0x4200); }},
-    {"free-count", "cbAMapFree", [](Surgeon& s, const Patient&) { s.U64(200, s.U64(200) + 64); }},
-    {"free-count", "cbPMapFree", [](Surgeon& s, const Patient&) { s.U64(208, 512); }},
-    {"map-content", "PMap", [](Surgeon& s, const Patient&) { s.U8(0x4600 + 9) = 0; }},
+    {"amap-last", "one too early", [](S s, P) { s.U64(192, 0x4200); }},
+    {"free-count", "cbAMapFree", [](S s, P) { s.U64(200, s.U64(200) + 64); }},
+    {"free-count", "cbPMapFree", [](S s, P) { s.U64(208, 512); }},
+    {"map-content", "PMap", [](S s, P) { s.U8(0x4600 + 9) = 0; }},
     {"space-leak", "a bit too many",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        std::size_t at = 0x4400 + 495;
        while (s.U8(at) == 0xFF) --at;
        s.U8(at) |= static_cast<std::uint8_t>(s.U8(at) + 1);
      }},
-    {"space-unmarked", "a bit too few", [](Surgeon& s, const Patient&) { s.U8(0x4400 + 2) = 0; }},
+    {"space-unmarked", "a bit too few", [](S s, P) { s.U8(0x4400 + 2) = 0; }},
     {"space-overlap", "two blocks in one place",
-     [](Surgeon& s, const Patient& p) {
-       s.U64(s.BlockEntry(s.Node(p.message).data) + 8, s.Data(s.Node(p.named).data));
-     }},
+     [](S s, P p) { s.U64(Entry(s, p.message) + 8, Data(s, p.named)); }},
     {"space-on-map", "a block on the AMap",
-     [](Surgeon& s, const Patient& p) {
-       s.U64(s.BlockEntry(s.Node(p.message).data) + 8, 0x4400);
-     }},
-    {"dlist", "stale", [](Surgeon& s, const Patient&) { s.U64(0x4200 + 504, 0x777); }},
-    {"map-content", "rgbFM", [](Surgeon& s, const Patient&) { s.U8(256) = 0; }, true, "rgbFM"},
-    {"dlist", "page type", [](Surgeon& s, const Patient&) { s.U8(0x4200 + 496) = 0; }, true,
-     "page type"},
-    {"dlist", "check sum", [](Surgeon& s, const Patient&) { s.U8(0x4200 + 500) ^= 1; }, false,
-     "DList at 0x4200: dwCRC"},
-    {"dlist", "too many entries", [](Surgeon& s, const Patient&) { s.U8(0x4201) = 200; }, true,
-     "at most 119"},
+     [](S s, P p) { s.U64(Entry(s, p.message) + 8, 0x4400); }},
+    {"dlist", "stale", [](S s, P) { s.U64(0x4200 + 504, 0x777); }},
+    {"map-content", "rgbFM", [](S s, P) { s.U8(256) = 0; }, true, "rgbFM"},
+    {"dlist", "page type", [](S s, P) { s.U8(0x4200 + 496) = 0; }, true, "page type"},
+    {"dlist", "check sum",
+     [](S s, P) { s.U8(0x4200 + 500) ^= 1; }, false, "DList at 0x4200: dwCRC"},
+    {"dlist", "too many entries", [](S s, P) { s.U8(0x4201) = 200; }, true, "at most 119"},
     {"dlist", "an AMap that is none",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        s.U8(0x4201) = 1;
        s.U32(0x4208, 0x7FFFF);
      },
      true, "names AMap"},
     // Blocks
-    {"block-place", "not aligned",
-     [](Surgeon& s, const Patient& p) { s.U8(s.BlockEntry(s.Node(p.message).data) + 8) |= 1; }},
+    {"block-place", "not aligned", [](S s, P p) { s.U8(Entry(s, p.message) + 8) |= 1; }},
     {"block-place", "beyond the file",
-     [](Surgeon& s, const Patient& p) {
-       s.U64(s.BlockEntry(s.Node(p.message).data) + 8, s.file().size());
-     }},
-    {"block-size", "nothing",
-     [](Surgeon& s, const Patient& p) { s.U16(s.BlockEntry(s.Node(p.message).data) + 16, 0); }},
-    {"block-trailer", "size",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data)) ^= 1; }},
-    {"block-trailer", "id",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data) + 9) ^= 1; }},
-    {"block-signature", "wSig",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Trailer(s.Node(p.message).data) + 2) ^= 1; }},
+     [](S s, P p) { s.U64(Entry(s, p.message) + 8, s.file().size()); }},
+    {"block-size", "nothing", [](S s, P p) { s.U16(Entry(s, p.message) + 16, 0); }},
+    {"block-trailer", "size", [](S s, P p) { s.U8(s.Trailer(s.Node(p.message).data)) ^= 1; }},
+    {"block-trailer", "id", [](S s, P p) { s.U8(s.Trailer(s.Node(p.message).data) + 9) ^= 1; }},
+    {"block-signature", "wSig", [](S s, P p) { s.U8(s.Trailer(s.Node(p.message).data) + 2) ^= 1; }},
     {"block-crc", "one bit of a value",
-     [](Surgeon& s, const Patient& p) {
-       s.U8(s.PropertyBytes(s.Node(p.message), 0x0037) + 6) ^= 1;
-     },
-     false},
-    {"block-id", "beyond the counter", [](Surgeon& s, const Patient&) { s.U64(516, 8); }},
-    {"tree-total", "lcbTotal",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Data(BigTree(s, p)) + 4) ^= 1; }},
-    {"tree-block", "level",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Data(BigTree(s, p)) + 1) = 7; }},
+     [](S s, P p) { s.U8(Value(s, p.message, 0x0037) + 6) ^= 1; }, false},
+    {"block-id", "beyond the counter", [](S s, P) { s.U64(516, 8); }},
+    {"tree-total", "lcbTotal", [](S s, P p) { s.U8(s.Data(BigTree(s, p)) + 4) ^= 1; }},
+    {"tree-block", "level", [](S s, P p) { s.U8(s.Data(BigTree(s, p)) + 1) = 7; }},
     {"tree-block", "a short block in the middle",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const std::size_t x = s.Data(BigTree(s, p));
        s.Swap(x + 8, x + 24, 8);
      }},
-    {"subnode-block", "count",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.Data(s.Node(p.message).sub) + 2); }},
+    {"subnode-block", "count", [](S s, P p) { ++s.U8(s.Data(s.Node(p.message).sub) + 2); }},
     {"subnode-order", "entries swapped",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const std::size_t at = s.Data(s.Node(p.message).sub);
        s.Swap(at + 8, at + 32, 24);
      }},
     {"dangling-reference", "a node's data",
-     [](Surgeon& s, const Patient&) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0xFFFFF0); }},
+     [](S s, P) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0xFFFFF0); }},
     {"dangling-reference", "in an XBLOCK",
-     [](Surgeon& s, const Patient& p) { s.U64(s.Data(BigTree(s, p)) + 8, 0xFFFFF0); }},
-    {"reference-count", "one too many",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.BlockEntry(s.Node(p.message).data) + 18); }},
+     [](S s, P p) { s.U64(s.Data(BigTree(s, p)) + 8, 0xFFFFF0); }},
+    {"reference-count", "one too many", [](S s, P p) { ++s.U8(Entry(s, p.message) + 18); }},
     {"orphan-block", "a node lets go of its data",
-     [](Surgeon& s, const Patient&) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0); }},
+     [](S s, P) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0); }},
     {"limit", "subnodes inside themselves",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const BlockId root = s.Node(p.message).sub;
-       for (std::size_t i = 0; i < s.U16(s.Data(root) + 2); ++i) {
+       for (std::size_t i = 0; i < s.U16(s.Data(root) + 2); ++i)
          s.U64(s.Data(root) + 8 + 24 * i + 16, root.value);
-       }
      }},
     {"tree-block", "itself among the data",
-     [](Surgeon& s, const Patient& p) { s.U64(s.Data(BigTree(s, p)) + 8, BigTree(s, p).value); },
+     [](S s, P p) {
+       s.U64(s.Data(BigTree(s, p)) + 8, BigTree(s, p).value);
+     },
      true, "which is an internal block"},
     // Nodes
     {"node-entry", "subnodes in a data block",
-     [](Surgeon& s, const Patient& p) {
-       s.U64(s.NodeEntry(p.named) + 16, s.Node(p.named).data.value);
-     }},
-    {"node-entry", "high half", [](Surgeon& s, const Patient&) { s.U8(s.NodeLeaf() + 36) = 1; }},
-    {"node-parent", "does not exist",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x9992); }},
-    {"node-parent", "is no folder",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, 0x21); }},
-    {"node-counter", "rgnid of messages",
-     [](Surgeon& s, const Patient&) { s.U32(44 + 4 * 4, 0x10000); }},
+     [](S s, P p) { s.U64(s.NodeEntry(p.named) + 16, s.Node(p.named).data.value); }},
+    {"node-entry", "high half", [](S s, P) { s.U8(s.NodeLeaf() + 36) = 1; }},
+    {"node-parent", "does not exist", [](S s, P p) { s.U32(s.NodeEntry(p.inner) + 24, 0x9992); }},
+    {"node-parent", "is no folder", [](S s, P p) { s.U32(s.NodeEntry(p.named) + 24, 0x21); }},
+    {"node-counter", "rgnid of messages", [](S s, P) { s.U32(44 + 4 * 4, 0x10000); }},
     {"node-missing", "the recipient template",
-     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidRecipientTable), 0x694); }},
+     [](S s, P) { s.U32(s.NodeEntry(kNidRecipientTable), 0x694); }},
     {"table-without-folder", "a queue turns into a table",
-     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidOutgoingQueueTable), 0x64D); }},
+     [](S s, P) { s.U32(s.NodeEntry(kNidOutgoingQueueTable), 0x64D); }},
     {"node-entry", "a heap item's kind",
-     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidInternalC01), 0xC00); }, true,
-     "kind is that of a heap item"},
+     [](S s, P) {
+       s.U32(s.NodeEntry(kNidInternalC01), 0xC00);
+     },
+     true, "kind is that of a heap item"},
     {"node-parent", "of no folder nor message",
-     [](Surgeon& s, const Patient&) { s.U32(s.NodeEntry(kNidInternalC01) + 24, 0x9992); }, true,
-     "its parent 0x9992 does not exist"},
+     [](S s, P) {
+       s.U32(s.NodeEntry(kNidInternalC01) + 24, 0x9992);
+     },
+     true, "its parent 0x9992 does not exist"},
     {"node-parent", "a search folder",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        s.U32(s.NodeEntry(p.named) + 24, kNidSpamSearchFolder.value);
      },
      true, "is a search folder"},
     {"node-parent", "of the root",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        s.U32(s.NodeEntry(kNidRootFolder) + 24, kNidIpmSubtree.value);
      },
      true, "expected itself"},
     // Heaps, properties, tables
-    {"heap", "signature",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 2) = 0; }},
-    {"heap", "client",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 3) = 0x7C; }},
+    {"heap", "signature", [](S s, P p) { s.U8(Data(s, p.named) + 2) = 0; }},
+    {"heap", "client", [](S s, P p) { s.U8(Data(s, p.named) + 3) = 0x7C; }},
     {"heap-map", "items overlap",
-     [](Surgeon& s, const Patient& p) {
-       const std::size_t page = s.Data(s.Node(p.named).data);
+     [](S s, P p) {
+       const std::size_t page = Data(s, p.named);
        s.Swap(page + s.U16(page) + 8, page + s.U16(page) + 10, 2);
      }},
     {"heap-free-count", "cFree",
-     [](Surgeon& s, const Patient& p) {
-       const std::size_t page = s.Data(s.Node(p.named).data);
+     [](S s, P p) {
+       const std::size_t page = Data(s, p.named);
        s.U8(page + s.U16(page) + 2) = 5;
      }},
-    {"heap-fill-level", "of the first page",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Data(s.Node(p.named).data) + 8) ^= 15; }},
+    {"heap-fill-level", "of the first page", [](S s, P p) { s.U8(Data(s, p.named) + 8) ^= 15; }},
     {"heap-item-unused", "a subject lets go of its text",
-     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.named), 0x0037) + 4, 0); }},
+     [](S s, P p) { s.U32(Property(s, p.named, 0x0037) + 4, 0); }},
     {"subnode-unused", "a body lets go of its text",
-     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.message), 0x1000) + 4, 0); }},
+     [](S s, P p) { s.U32(Property(s, p.message, 0x1000) + 4, 0); }},
     {"bth", "key size",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto place = s.Node(p.named);
        s.U8(s.Item(place, s.U32(s.Data(place.data) + 4)).first + 1) = 4;
      }},
     {"bth-order", "records swapped",
-     [](Surgeon& s, const Patient& p) {
-       const std::size_t at = s.Property(s.Node(p.named), 0x001A);
+     [](S s, P p) {
+       const std::size_t at = Property(s, p.named, 0x001A);
        s.Swap(at, at + 8, 8);
      }},
-    {"property", "no such item",
-     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.named), 0x0037) + 4, 0xFFE0); }},
-    {"property", "unknown type",
-     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), 0x0037) + 2, 0x99); }},
-    {"property", "a time on no heap",
-     [](Surgeon& s, const Patient& p) { s.U32(s.Property(s.Node(p.named), 0x3007) + 4, 0); }},
+    {"property", "no such item", [](S s, P p) { s.U32(Property(s, p.named, 0x0037) + 4, 0xFFE0); }},
+    {"property", "unknown type", [](S s, P p) { s.U16(Property(s, p.named, 0x0037) + 2, 0x99); }},
+    {"property", "a time on no heap", [](S s, P p) { s.U32(Property(s, p.named, 0x3007) + 4, 0); }},
     {"property-unnamed", "beyond the name map",
-     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), p.lastName), 0xFFF0); }},
+     [](S s, P p) { s.U16(Property(s, p.named, p.lastName), 0xFFF0); }},
     {"table", "columns out of order",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const std::size_t info = s.TableInfo(s.Node(Contents(p.inbox)));
        s.Swap(info + 22, info + 30, 8);
      }},
     {"table", "cells overlap",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto place = s.Node(Contents(p.inbox));
        s.U16(s.Column(place, 0x0037) + 4, s.U16(s.Column(place, 0x0017) + 4));
      }},
     {"table-rows", "no such subnode",
-     [](Surgeon& s, const Patient& p) {
-       s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 14, 0x7FF);
-     }},
+     [](S s, P p) { s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 14, 0x7FF); }},
     {"table-index", "two rows exchanged",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const std::size_t leaf = s.RowIndex(s.Node(Contents(p.inbox)));
        s.Swap(leaf + 4, leaf + 12, 4);
      }},
     {"table-cell", "no such item",
-     [](Surgeon& s, const Patient& p) {
-       s.U32(s.Cell(s.Node(Contents(p.inbox)), 1, 0x0037), 0xFFE0);
-     }},
+     [](S s, P p) { s.U32(s.Cell(s.Node(Contents(p.inbox)), 1, 0x0037), 0xFFE0); }},
     {"table-cell", "row id absent",
-     [](Surgeon& s, const Patient& p) {
-       s.ClearCellBit(s.Node(Contents(p.inbox)), 1, 0x67F3);
-     }},
+     [](S s, P p) { s.ClearCellBit(s.Node(Contents(p.inbox)), 1, 0x67F3); }},
     {"property", "stray bytes beside a boolean",
-     [](Surgeon& s, const Patient&) { s.U8(s.Property(s.Node(kNidMessageStore), 0x6633) + 7) = 1; },
+     [](S s, P) {
+       s.U8(Property(s, kNidMessageStore, 0x6633) + 7) = 1;
+     },
      true, "unused bytes of its record"},
     {"table", "hidIndex",
-     [](Surgeon& s, const Patient& p) { s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 18, 1); },
-     true, "hidIndex"},
+     [](S s, P p) { s.U32(s.TableInfo(s.Node(Contents(p.inbox))) + 18, 1); }, true, "hidIndex"},
     {"table-cell", "bits of no column",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto place = s.Node(Contents(p.inbox));
        s.U8(s.Row(place, 1) + s.U16(s.TableInfo(place) + 8) - 1) |= 1;
      },
      true, "bits beyond the last column"},
     {"store-property", "no password",
-     [](Surgeon& s, const Patient&) {
-       s.U16(s.Property(s.Node(kNidMessageStore), 0x67FF), 0x67FE);
+     [](S s, P) {
+       s.U16(Property(s, kNidMessageStore, 0x67FF), 0x67FE);
      },
      true, "67FF0003 is missing"},
     {"name-map", "no strings",
-     [](Surgeon& s, const Patient&) { s.U16(s.Property(s.Node(kNidNameToIdMap), 4), 5); }, true,
-     "stream 0x4 is missing"},
+     [](S s, P) { s.U16(Property(s, kNidNameToIdMap, 4), 5); }, true, "stream 0x4 is missing"},
     {"name-map", "no buckets",
-     [](Surgeon& s, const Patient&) { s.U32(s.Property(s.Node(kNidNameToIdMap), 1) + 4, 0); }, true,
-     "missing or impossible"},
+     [](S s, P) { s.U32(Property(s, kNidNameToIdMap, 1) + 4, 0); }, true, "missing or impossible"},
     {"name-map", "another number of buckets",
-     [](Surgeon& s, const Patient&) { s.U32(s.Property(s.Node(kNidNameToIdMap), 1) + 4, 250); },
-     true, "every known file has"},
+     [](S s, P) { s.U32(Property(s, kNidNameToIdMap, 1) + 4, 250); }, true, "every known file has"},
     {"name-map", "GUID of none",
-     [](Surgeon& s, const Patient&) {
-       s.U16(s.PropertyBytes(s.Node(kNidNameToIdMap), 3) + 4, 0x7FFE);
-     },
-     true, "has GUID number"},
+     [](S s, P) { s.U16(Value(s, kNidNameToIdMap, 3) + 4, 0x7FFE); }, true, "has GUID number"},
     // Store, names, folders
     {"store-property", "no record key",
-     [](Surgeon& s, const Patient&) {
-       s.U16(s.Property(s.Node(kNidMessageStore), 0x0FF9), 0xFF8);
-     }},
+     [](S s, P) { s.U16(Property(s, kNidMessageStore, 0x0FF9), 0xFF8); }},
     {"entry-id", "of another store",
-     [](Surgeon& s, const Patient&) {
-       s.U8(s.PropertyBytes(s.Node(kNidMessageStore), 0x35E0) + 5) ^= 1;
-     }},
+     [](S s, P) { s.U8(Value(s, kNidMessageStore, 0x35E0) + 5) ^= 1; }},
     {"entry-id", "no such folder",
-     [](Surgeon& s, const Patient&) {
-       s.U32(s.PropertyBytes(s.Node(kNidMessageStore), 0x35E0) + 20, 0x9992);
-     }},
-    {"name-map", "entry number",
-     [](Surgeon& s, const Patient&) {
-       s.U16(s.PropertyBytes(s.Node(kNidNameToIdMap), 3) + 6, 40);
-     }},
+     [](S s, P) { s.U32(Value(s, kNidMessageStore, 0x35E0) + 20, 0x9992); }},
+    {"name-map", "entry number", [](S s, P) { s.U16(Value(s, kNidNameToIdMap, 3) + 6, 40); }},
     {"name-map", "text outside its stream",
-     [](Surgeon& s, const Patient&) { s.U32(s.PropertyBytes(s.Node(kNidNameToIdMap), 3), 999); }},
+     [](S s, P) { s.U32(Value(s, kNidNameToIdMap, 3), 999); }},
     {"name-duplicate", "two entries with one text",
-     [](Surgeon& s, const Patient&) {
-       const std::size_t entries = s.PropertyBytes(s.Node(kNidNameToIdMap), 3);
+     [](S s, P) {
+       const std::size_t entries = Value(s, kNidNameToIdMap, 3);
        s.U32(entries + 8, s.U32(entries));
      }},
     {"receive-folder", "no such folder",
-     [](Surgeon& s, const Patient&) {
-       s.U32(s.Cell(s.Node(kNidReceiveFolderTable), 0, 0x6605), 0x9992);
-     }},
+     [](S s, P) { s.U32(s.Cell(s.Node(kNidReceiveFolderTable), 0, 0x6605), 0x9992); }},
     {"search-list", "no such folder",
-     [](Surgeon& s, const Patient&) {
-       s.U32(s.Data(s.Node(kNidSearchActivityList).data), 0x9993);
-     }},
-    {"folder-property", "no name",
-     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.inner), 0x3001), 0x3000); }},
+     [](S s, P) { s.U32(Data(s, kNidSearchActivityList), 0x9993); }},
+    {"folder-property", "no name", [](S s, P p) { s.U16(Property(s, p.inner, 0x3001), 0x3000); }},
     {"folder-table", "no associated contents",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const NodeId table = p.inbox.Sibling(NodeKind::kAssociatedContentsTable);
        s.U32(s.NodeEntry(table), table.value + 1);
      }},
     {"folder-row", "its folder is elsewhere",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
+     [](S s, P p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
     {"folder-unlisted", "a folder without its row",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
+     [](S s, P p) { s.U32(s.NodeEntry(p.inner) + 24, 0x122); }},
     {"folder-unreachable", "a ring",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.inbox) + 24, p.inner.value); }},
+     [](S s, P p) { s.U32(s.NodeEntry(p.inbox) + 24, p.inner.value); }},
     {"search-row", "rows that are folders",
-     [](Surgeon& s, const Patient&) {
+     [](S s, P) {
        const NodeId found = kNidSpamSearchFolder.Sibling(NodeKind::kSearchContentsTable);
        s.U64(s.NodeEntry(found) + 8, s.Node(Hierarchy(kNidIpmSubtree)).data.value);
      }},
-    {"folder-count", "messages",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.inbox), 0x3602) + 4); }},
-    {"folder-count", "unread",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.inbox), 0x3603) + 4); }},
+    {"folder-count", "messages", [](S s, P p) { ++s.U8(Property(s, p.inbox, 0x3602) + 4); }},
+    {"folder-count", "unread", [](S s, P p) { ++s.U8(Property(s, p.inbox, 0x3603) + 4); }},
     {"folder-count", "has subfolders",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Property(s.Node(p.inbox), 0x360A) + 4) ^= 1; }},
+     [](S s, P p) { s.U8(Property(s, p.inbox, 0x360A) + 4) ^= 1; }},
     {"message-row", "its message is elsewhere",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, p.inner.value); }},
+     [](S s, P p) { s.U32(s.NodeEntry(p.named) + 24, p.inner.value); }},
     {"message-unlisted", "a message without its row",
-     [](Surgeon& s, const Patient& p) { s.U32(s.NodeEntry(p.named) + 24, p.inner.value); }},
+     [](S s, P p) { s.U32(s.NodeEntry(p.named) + 24, p.inner.value); }},
     {"row-differs", "a hierarchy row's count",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        ++s.U8(s.Cell(s.Node(Hierarchy(kNidIpmSubtree)), 0, 0x3602));
        EXPECT_EQ(s.U32(s.Row(s.Node(Hierarchy(kNidIpmSubtree)), 0)), 0x8062U) << p.inbox.value;
      }},
     {"row-differs", "a contents row's time",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.Cell(s.Node(Contents(p.inbox)), 1, 0x3008)); }},
+     [](S s, P p) { ++s.U8(s.Cell(s.Node(Contents(p.inbox)), 1, 0x3008)); }},
     {"row-differs", "a contents row's size",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.Cell(s.Node(Contents(p.inbox)), 1, 0x0E08)); }},
+     [](S s, P p) { ++s.U8(s.Cell(s.Node(Contents(p.inbox)), 1, 0x0E08)); }},
     {"row-differs", "one letter of an object's subject",
-     [](Surgeon& s, const Patient& p) { s.U8(s.PropertyBytes(s.Node(p.named), 0x0037) + 6) ^= 1; }},
+     [](S s, P p) { s.U8(Value(s, p.named, 0x0037) + 6) ^= 1; }},
     {"row-differs", "an attachment row's method",
-     [](Surgeon& s, const Patient& p) {
-       s.U32(s.Cell(s.Sub(s.Node(p.message), kNidAttachmentTable), 0, 0x3705), 4);
-     }},
+     [](S s, P p) { s.U32(s.Cell(s.Sub(s.Node(p.message), kNidAttachmentTable), 0, 0x3705), 4); }},
     {"row-lacks-cell", "a subject",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto place = s.Node(Contents(p.inbox));
        s.ClearCellBit(place, 1, 0x0037);
        s.U32(s.Cell(place, 1, 0x0037), 0);
      }},
     {"folder-row", "lists a message",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto table = s.Node(Hierarchy(p.inbox));
        s.U32(s.Row(table, 0), p.named.value);
        s.U32(s.RowIndex(table), p.named.value);
      },
      true, "which is no folder below it"},
     // Messages
-    {"message", "no class",
-     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.named), 0x001A), 0x001B); }},
+    {"message", "no class", [](S s, P p) { s.U16(Property(s, p.named, 0x001A), 0x001B); }},
     {"message", "an embedded one without class",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto message = s.Sub(s.Sub(s.Node(p.message), p.carrier), p.embedded);
        s.U16(s.Property(message, 0x001A), 0x001B);
      }},
     {"message-flags", "attachments, but there are none",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Property(s.Node(p.named), 0x0E07) + 4) |= 0x10; }},
+     [](S s, P p) { s.U8(Property(s, p.named, 0x0E07) + 4) |= 0x10; }},
     {"message-flags", "associated, but it is not",
-     [](Surgeon& s, const Patient& p) { s.U8(s.Property(s.Node(p.named), 0x0E07) + 4) |= 0x40; }},
-    {"message-size", "one byte off",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.Property(s.Node(p.named), 0x0E08) + 4); }},
+     [](S s, P p) { s.U8(Property(s, p.named, 0x0E07) + 4) |= 0x40; }},
+    {"message-size", "one byte off", [](S s, P p) { ++s.U8(Property(s, p.named, 0x0E08) + 4); }},
     {"recipients", "impossible type",
-     [](Surgeon& s, const Patient& p) {
-       s.U32(s.Cell(s.Sub(s.Node(p.message), kNidRecipientTable), 0, 0x0C15), 7);
-     }},
-    {"display-names", "a letter",
-     [](Surgeon& s, const Patient& p) { ++s.U8(s.PropertyBytes(s.Node(p.message), 0x0E04)); }},
+     [](S s, P p) { s.U32(s.Cell(s.Sub(s.Node(p.message), kNidRecipientTable), 0, 0x0C15), 7); }},
+    {"display-names", "a letter", [](S s, P p) { ++s.U8(Value(s, p.message, 0x0E04)); }},
     {"attachment", "not in the table",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto table = s.Sub(s.Node(p.message), kNidAttachmentTable);
        s.U32(s.Row(table, 0), p.file1.value + 32);
        s.U32(s.RowIndex(table) + 8, p.file1.value + 32);
      }},
     {"attachment", "no method",
-     [](Surgeon& s, const Patient& p) {
-       s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x3705), 0x3706);
-     }},
+     [](S s, P p) { s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x3705), 0x3706); }},
     {"attachment-size", "one byte off",
-     [](Surgeon& s, const Patient& p) {
-       ++s.U8(s.Property(s.Sub(s.Node(p.message), p.file1), 0x0E20) + 4);
-     }},
+     [](S s, P p) { ++s.U8(s.Property(s.Sub(s.Node(p.message), p.file1), 0x0E20) + 4); }},
     {"embedded-message", "its size",
-     [](Surgeon& s, const Patient& p) {
-       ++s.U8(s.PropertyBytes(s.Sub(s.Node(p.message), p.carrier), 0x3701) + 4);
-     }},
+     [](S s, P p) { ++s.U8(s.PropertyBytes(s.Sub(s.Node(p.message), p.carrier), 0x3701) + 4); }},
     {"recipients", "no type",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto table = s.Sub(s.Node(p.message), kNidRecipientTable);
        s.ClearCellBit(table, 0, 0x0C15);
        s.U32(s.Cell(table, 0, 0x0C15), 0);
      },
      true, "has no recipient type"},
     {"display-names", "missing",
-     [](Surgeon& s, const Patient& p) { s.U16(s.Property(s.Node(p.message), 0x0E04), 0x0E05); },
+     [](S s, P p) {
+       s.U16(Property(s, p.message, 0x0E04), 0x0E05);
+     },
      true, "but there are such recipients"},
     {"attachment", "no position",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x370B), 0x370C);
      },
      true, "rendering position) is missing"},
     {"attachment", "a row of another kind",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto table = s.Sub(s.Node(p.message), kNidAttachmentTable);
        s.U32(s.Row(table, 0), p.file1.value + 1);
        s.U32(s.RowIndex(table), p.file1.value + 1);
      },
      true, "not named by an attachment's id"},
     {"attachment-size", "missing",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        s.U16(s.Property(s.Sub(s.Node(p.message), p.file1), 0x0E20), 0x0E21);
      },
      true, "(size) is missing"},
     {"embedded-message", "of another kind",
-     [](Surgeon& s, const Patient& p) {
+     [](S s, P p) {
        const auto carrier = s.Sub(s.Node(p.message), p.carrier);
        s.U32(s.PropertyBytes(carrier, 0x3701), p.embedded.value + 1);
        s.U32(s.Data(carrier.sub) + 8, p.embedded.value + 1);
