@@ -224,6 +224,10 @@ HRESULT FindOfFolder(StoreCore& core, pstfile::NodeId node, pstfile::PropertyRea
       if (node.Kind() == pstfile::NodeKind::kSearchFolder) break;
       return FindCount(core, node, id, value);
     case PropId(PR_ASSOC_CONTENT_COUNT): {
+      if (node.Kind() == pstfile::NodeKind::kSearchFolder) {
+        value.SetScalar(PR_ASSOC_CONTENT_COUNT, 0);  // they have no such table
+        return S_OK;
+      }
       auto table = core.store()->OpenAssociatedTable(node);
       if (!table.ok()) return core.Note(table.status());
       value.SetScalar(PR_ASSOC_CONTENT_COUNT, table->rows());

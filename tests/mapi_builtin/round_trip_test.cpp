@@ -1,5 +1,7 @@
 // Everything written through the interfaces is there again in a new session.
+#include "pstfile/check/integrity_checker.h"
 #include "tests/mapi_builtin/session_fixture.h"
+#include "tests/support/findings.h"
 
 namespace parvane::mapi {
 namespace {
@@ -126,41 +128,72 @@ TEST_F(RoundTrip, MailIsReadBackInTheSameAndInANewSession) {
   }
 }
 
-TEST_F(RoundTrip, EmbeddedMessagesNest) {
+TEST_F(RoundTrip, ManyMessagesOfEveryKindAreSound) {
+  constexpr int kFolders = 3;
+  constexpr int kMessages = 120;
   LogOn();
-  {
-    auto message = NewMessage(*top);
-    ComPointer<IAttach> attach;
-    ULONG number = 0;
-    ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
-    EXPECT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)), S_OK);
-    ComPointer<IMessage> inner;
-    ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
-                                   inner.PutUnknown()),
-              S_OK);
-    EXPECT_EQ(Set(*inner, LongValue(PR_MESSAGE_FLAGS, 0)), S_OK);
-    WriteMail(*inner);  // sets the flags a second time
-    AddFile(*inner, u"deep.bin", std::string(100'000, 'd'));
-    EXPECT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
-    inner.Reset();
-    EXPECT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
-    attach.Reset();
-    EXPECT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+  const auto book = AddressBook();
+  for (int f = 0; f < kFolders; ++f) {
+    const auto folder =
+        MakeFolder(*top, (u"Folder " + std::u16string(1, char16_t(u'A' + f))).c_str());
+    ASSERT_EQ(Set(*folder, TextValue(PR_CONTAINER_CLASS_W, u"IPF.Note")), S_OK);
+    for (int m = 0; m < kMessages; ++m) {
+      auto message = NewMessage(*folder);
+      ASSERT_EQ(Set(*message, TextValue(PR_MESSAGE_CLASS_W, u"IPM.Note")), S_OK);
+      ASSERT_EQ(Set(*message, TextValue(PR_SUBJECT_W, u"Re: Тема")), S_OK);
+      ASSERT_EQ(Set(*message, LongValue(PR_MESSAGE_FLAGS, m % 2)), S_OK);
+      ASSERT_EQ(WriteStream(*message, PR_BODY_W, BytesOf(std::u16string(m * 300, u'b'))), S_OK);
+      for (int r = 0; r < m % 4; ++r) {
+        ASSERT_EQ(AddRecipient(*book, *message, u"Bob", u"bob@example.com", 1 + r % 3), S_OK);
+      }
+      for (int a = 0; a < m % 3; ++a) {
+        ComPointer<IAttach> attach;
+        ULONG number = 0;
+        ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+        if (a == 1) {
+          ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)), S_OK);
+          ComPointer<IMessage> inner;
+          ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0,
+                                         MAPI_CREATE | MAPI_MODIFY, inner.PutUnknown()),
+                    S_OK);
+          ASSERT_EQ(Set(*inner, TextValue(PR_MESSAGE_CLASS_W, u"IPM.Note")), S_OK);
+          ASSERT_EQ(Set(*inner, TextValue(PR_SUBJECT_W, u"inner")), S_OK);
+          ASSERT_EQ(Set(*inner, LongValue(PR_MESSAGE_FLAGS, 1)), S_OK);
+          ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
+        } else {
+          ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)), S_OK);
+          ASSERT_EQ(Set(*attach, TextValue(PR_ATTACH_LONG_FILENAME_W, u"файл.bin")), S_OK);
+          ASSERT_EQ(WriteStream(*attach, PR_ATTACH_DATA_BIN, std::string(m * 1000, 'x')), S_OK);
+        }
+        ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
+      }
+      ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
+    }
+    EXPECT_EQ(Get(*folder, PR_CONTENT_COUNT).number(), kMessages);
+    EXPECT_EQ(Get(*folder, PR_CONTENT_UNREAD).number(), kMessages / 2);
   }
-  Reopen();
-  const auto messages = MessagesOf(*top);
-  ASSERT_EQ(messages.size(), 1u);
-  ComPointer<IAttach> attach;
-  ASSERT_EQ(messages[0]->OpenAttach(0, nullptr, 0, attach.Put()), S_OK);
-  ComPointer<IMessage> inner;
-  ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, 0, inner.PutUnknown()), S_OK)
-      << LastFailure().text;
-  CheckMail(*inner);
-  EXPECT_EQ(mapi::Get(*inner, PR_MESSAGE_FLAGS).number(), MSGFLAG_READ | MSGFLAG_HASATTACH);
-  ComPointer<IAttach> deep;
-  ASSERT_EQ(inner->OpenAttach(0, nullptr, 0, deep.Put()), S_OK);
-  EXPECT_EQ(ReadStream(*deep, PR_ATTACH_DATA_BIN), std::string(100'000, 'd'));
-  EXPECT_EQ(Set(*inner, LongValue(PR_IMPORTANCE, 2)), MAPI_E_NO_ACCESS);
+  // Some are changed, some deleted, and a stream is left without its message.
+  const auto folder = MakeFolder(*top, u"folder a");
+  const auto messages = MessagesOf(*folder, MAPI_MODIFY);
+  for (int m = 0; m < kMessages; m += 10) {
+    ASSERT_EQ(Set(*messages[m], LongValue(PR_IMPORTANCE, 2)), S_OK);
+    ASSERT_EQ(AddRecipient(*book, *messages[m], u"Late", u"late@example.com", MAPI_CC), S_OK);
+    ASSERT_EQ(messages[m]->SaveChanges(KEEP_OPEN_READWRITE), S_OK) << LastFailure().text;
+  }
+  const Got id = Get(*messages[5], PR_ENTRYID);
+  SBinary binary = id.value->Value.bin;
+  ENTRYLIST list{1, &binary};
+  ASSERT_EQ(folder->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+  auto dropped = NewMessage(*folder);
+  ASSERT_EQ(WriteStream(*dropped, PR_BODY_W, std::string(500'000, 'd')), S_OK);
+  dropped.Reset();
+  ASSERT_EQ(LogOff(), S_OK) << LastFailure().text;
+  EXPECT_EQ(Diagnostics().messagesCommitted, std::uint64_t{kFolders * kMessages});
+  pstfile::Findings found;
+  const auto checked = pstfile::CheckFile(files, path, {.notes = true}, found);
+  ASSERT_TRUE(checked.ok()) << checked.status().message();
+  EXPECT_EQ(found.text, "");
+  EXPECT_EQ(checked->messages, std::uint64_t{kFolders * kMessages - 1});
 }
 
 TEST_F(RoundTrip, AMessageWithNothingSetIsStillAMessage) {

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "pstfile/check/integrity_checker.h"
 #include "pstfile/store/pst_store.h"
 #include "tests/pstfile/check_surgeon.h"
 #include "tests/pstfile/store_fixture.h"

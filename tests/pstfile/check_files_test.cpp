@@ -7,25 +7,17 @@
 
 #include <gtest/gtest.h>
 
-#include "pstfile/check/integrity_checker.h"
 #include "tests/pstfile/ndb_memory_files.h"
 #include "tests/pstfile/store_fixture.h"
 
 namespace parvane::pstfile {
 namespace {
 
-struct Collected : FindingSink {
-  std::string text;
-  void OnFinding(const Finding& finding) override {
-    text += std::string(finding.code) + ": " + finding.message + "\n";
-  }
-};
-
 class CheckFiles : public StoreTest {
  protected:
   // Finds nothing, not even a note, and has seen what is there.
   void ExpectClean(std::uint64_t messages, std::uint64_t attachments) {
-    Collected found;
+    Findings found;
     const auto summary = CheckFile(files, path, {.notes = true}, found);
     STORE_OK(summary);
     EXPECT_EQ(found.text, "");
@@ -84,7 +76,7 @@ TEST_F(CheckFiles, FilesByOutlookAreClean) {
   ASSERT_GE(samples->size(), 3U);
   for (const auto& sample : *samples) {
     SCOPED_TRACE(platform::PathForDisplay(sample.name));
-    Collected found;
+    Findings found;
     const auto summary = CheckFile(files, platform::JoinPath(folder, sample.name), {}, found);
     STORE_OK(summary);
     EXPECT_EQ(found.text, "");
@@ -121,7 +113,7 @@ TEST(CheckRefusals, WhatIsNoUnicodePstIsNotChecked) {
     std::transform(c.head.begin(),
                    c.head.begin() + static_cast<std::ptrdiff_t>(std::min(c.head.size(), c.size)),
                    file.begin(), [](char b) { return static_cast<std::byte>(b); });
-    Collected found;
+    Findings found;
     const auto summary = CheckFile(memory, u"x.pst", {}, found);
     ASSERT_FALSE(summary.ok());
     EXPECT_EQ(summary.status().code(), c.code);
@@ -141,7 +133,7 @@ TEST_F(CheckFiles, AFileThatEndsTooSoonIsFound) {
   for (std::size_t size = 564; size < whole.size(); size += size < 0x9000 ? 509 : 16381) {
     SCOPED_TRACE(size);
     memory[u"x.pst"].assign(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-    Collected found;
+    Findings found;
     const auto summary = CheckFile(memory, u"x.pst", {}, found);
     STORE_OK(summary);
     EXPECT_NE(found.text.find("file-size"), std::string::npos) << found.text;
@@ -167,7 +159,7 @@ TEST_F(CheckFiles, FindingsOfAKindAreLimited) {
     ++changed;
   }
   ASSERT_EQ(changed, 20);
-  Collected found;
+  Findings found;
   const auto summary = CheckFile(memory, u"x.pst", {.findingsPerCode = 3}, found);
   STORE_OK(summary);
   EXPECT_EQ(summary->counts.at("block-crc"), 20U);

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,13 +11,13 @@
 
 #include "pstfile/check/data_view.h"
 #include "pstfile/check/image.h"
-#include "pstfile/check/integrity_checker.h"
 #include "pstfile/check/tree_walk.h"
 #include "pstfile/ltp/heap_page.h"
 #include "pstfile/ltp/property_tag.h"
 #include "pstfile/ndb/crc.h"
 #include "pstfile/ndb/little_endian.h"
 #include "tests/pstfile/ndb_memory_files.h"
+#include "tests/support/findings.h"
 
 namespace parvane::pstfile {
 
@@ -150,16 +149,8 @@ class Surgeon : check::TreeVisitor {
     U32(524, Crc(std::span(file()).subspan(8, 516)));
   }
 
-  struct Outcome : FindingSink {
-    std::set<std::string> codes;
-    std::string text;
-    void OnFinding(const Finding& finding) override {
-      codes.emplace(finding.code);
-      text += std::string(finding.code) + ": " + finding.message + "\n";
-    }
-  };
-  Outcome Check(const CheckOptions& options = {}) {
-    Outcome outcome;
+  Findings Check(const CheckOptions& options = {}) {
+    Findings outcome;
     const auto result = CheckFile(_files, kPath, options, outcome);
     if (!result.ok()) outcome.text = "failed: " + result.status().message();
     return outcome;

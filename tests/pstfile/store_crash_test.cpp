@@ -15,13 +15,6 @@ constexpr char16_t kPath[] = u"mail.pst";
 // No commits but those asked for, however slow the machine.
 constexpr StoreOptions kOptions{.commitMilliseconds = UINT32_MAX};
 
-struct Findings : FindingSink {
-  std::string text;
-  void OnFinding(const Finding& finding) override {
-    text += std::string(finding.code) + ": " + finding.message + "\n";
-  }
-};
-
 class StoreCrash : public StoreTest {
  protected:
   MemoryFiles memory;
