@@ -1,11 +1,7 @@
-#!/usr/bin/env python3
 """Compares, field by field, the messages of an mbox with those read back from a PST.
 
-  usage: fields.py PSTCHECK MBOX PST REPORT
-
 The PST is read by pstcheck.py, the mbox by Python's email package; neither shares code with this
-project. REPORT is the JSON report of the conversion. Prints for each field how many messages agree,
-how many differ for a known reason, and every other one.
+project.
 """
 import collections
 import hashlib
@@ -14,7 +10,7 @@ import re
 import subprocess
 import sys
 
-from source_mail import SourceMessage, raw, split_mbox, squeeze
+from source_mail import raw, squeeze
 
 FIELDS = ('subject', 'sender', 'recipients', 'date', 'plain body', 'html body',
           'transport headers', 'attachments')
@@ -178,20 +174,3 @@ class Tally:
 def left_out_parts(report):
     """{position: number of parts} of a conversion's report about one mailbox."""
     return collections.Counter(part['position'] for part in report['partsLeftOut'])
-
-
-def main():
-    pstcheck, mbox, pst, report = sys.argv[1:]
-    sources = [SourceMessage(data) for data in split_mbox(open(mbox, 'rb').read())]
-    stored = read_pst(pstcheck, pst)
-    left_out = left_out_parts(json.load(open(report, encoding='utf-8')))
-    print(f'{len(sources)} messages in the mbox, {len(stored)} in the PST')
-    tally = Tally()
-    for number, pair in enumerate(zip(sources, stored), 1):
-        tally.add(f'message {number}', compare(*pair, left_out[number]))
-    print(tally)
-    return 1 if tally.differences or len(sources) != len(stored) else 0
-
-
-if __name__ == '__main__':
-    sys.exit(main())

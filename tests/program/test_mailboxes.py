@@ -1,8 +1,9 @@
 """Whole conversions of generated mailboxes, judged by independent readers."""
+import shutil
 import unittest
 
 import mailboxes
-from harness import PstTest
+from harness import PstTest, Run
 
 
 class GeneratedMailboxes(PstTest):
@@ -49,6 +50,18 @@ class GeneratedMailboxes(PstTest):
         pst = self.convert_one('scripts', mailboxes.scripts(), len(mailboxes.SCRIPTS))
         items = self.listing(pst, '--messages')['folders'][-1]['items']
         self.assertEqual([i['subject'] for i in items], list(mailboxes.SCRIPTS.values()))
+        out = self.folder / 'text'
+        out.mkdir()
+        for reader in (['readpst', '-j', '0', '-8', '-o', out], ['pffexport', '-q', '-t', out / 'x']):
+            run = Run([*reader, pst])
+            self.assertEqual(run.code, 0, run)
+            text = b''.join(f.read_bytes() for f in out.rglob('*') if f.is_file()).decode()
+            # Characters of two UTF-16 units are beyond one of them.
+            for name, words in mailboxes.SCRIPTS.items():
+                if max(words) < '\U00010000':
+                    self.assertIn(f'{name}: {words}', text, reader[0])
+            shutil.rmtree(out)
+            out.mkdir()
 
 
 class GeneratedTrees(PstTest):

@@ -34,18 +34,6 @@ TEST(LtpHeapPage, RootFolderPropertiesAreByteForByteOutlooks) {
   EXPECT_TRUE(std::ranges::equal(block->bytes(), std::as_bytes(std::span(expected))));
 }
 
-TEST(LtpHeapPage, FillLevels) {
-  const std::pair<std::size_t, int> cases[] = {{8000, 0}, {3584, 0}, {3583, 1}, {2560, 1},
-                                               {2048, 2}, {1792, 3}, {256, 9},  {255, 10},
-                                               {16, 13},  {8, 14},   {7, 15},   {0, 15}};
-  for (const auto& [freeBytes, level] : cases) EXPECT_EQ(FillLevelOf(freeBytes), level);
-  EXPECT_EQ(FillLevelHolder(7), 0u);
-  EXPECT_EQ(FillLevelHolder(8), 8u);
-  EXPECT_EQ(FillLevelHolder(135), 8u);
-  EXPECT_EQ(FillLevelHolder(136), 136u);
-  EXPECT_EQ(FillLevelIndex(140), 4u);
-}
-
 TEST(LtpHeapPage, DamageIsRefusedOrStaysInBounds) {
   HeapPage page(0);
   page.SetClient(HeapClient::kTableContext);

@@ -211,41 +211,5 @@ TEST(CrashTest, NothingIsAcceptedAfterAFailedFlush) {
   EXPECT_EQ(files.flushes, flushes);
 }
 
-TEST(CrashTest, FullDiskStillTakesWhatIsComplete) {
-  int salvaged = 0;
-  for (const std::uint64_t more : {0U, 300'000U, 1'500'000U, 9'000'000U}) {
-    MemoryFiles files;
-    State state;
-    StartFile(files, state);
-    files.diskSize = kSmallestFile + more;
-    auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
-    ASSERT_OK(db);
-    constexpr std::uint64_t kTails = 50'000;
-    (*db)->KeepForCommit(kTails);
-    Status s;
-    for (std::uint32_t i = 1; s.ok(); ++i) {
-      s = Put(**db, state, (1000 + i) << 5 | 4, 2500, i);
-      if (i % 500 == 0 && s.ok()) ASSERT_OK((*db)->Commit());
-      ASSERT_LT(i, 10'000U) << "the disk never fills";
-    }
-    ASSERT_EQ(s.code(), StatusCode::kDiskFull) << s.message();
-    (*db)->KeepForCommit(0);
-    // Unless it was a commit that found no room for the next transaction.
-    for (std::uint32_t i = 1; i <= 4 && (*db)->status().ok(); ++i) {
-      ASSERT_OK(Put(**db, state, i << 5 | 4, 9'000, i));
-    }
-    salvaged += (*db)->HasUncommittedChanges() ? 1 : 0;
-    ASSERT_OK((*db)->Commit());
-    EXPECT_EQ(Put(**db, state, 0x24, 1, 1).code(), StatusCode::kDiskFull);
-    ASSERT_OK((*db)->Close());
-    auto again = NodeDatabase::Open(files, kPath, OpenMode::kRead);
-    ASSERT_OK(again);
-    EXPECT_EQ(Difference(**again, state), "");
-    EXPECT_THAT(Problems(**again, true), IsEmpty());
-    EXPECT_EQ(files[kPath].size(), (*again)->FileSize());
-  }
-  EXPECT_GT(salvaged, 1);
-}
-
 }  // namespace
 }  // namespace parvane::pstfile

@@ -382,23 +382,5 @@ TEST_F(NodeDatabaseTest, OldPageMapsAreLeftAlone) {
   }
 }
 
-TEST_F(NodeDatabaseTest, SizeLimitRefusesWhatWouldExceedIt) {
-  Create();
-  ASSERT_OK(db->Publish());
-  OpenOptions options;
-  options.sizeLimit = 3'000'000;
-  Open(OpenMode::kReadWrite, options);
-  Put(0x21, Pattern(1'000'000, 1));
-  {
-    DataTreeWriter writer(*db);
-    EXPECT_EQ(writer.Append(Pattern(5'000'000, 2)).code(), StatusCode::kDiskFull);
-  }
-  Put(0x41, Pattern(100'000, 3));
-  CloseAndCheck();
-  EXPECT_EQ(Get(0x21), Pattern(1'000'000, 1));
-  EXPECT_EQ(Get(0x41), Pattern(100'000, 3));
-  EXPECT_LE(db->FileSize(), options.sizeLimit);
-}
-
 }  // namespace
 }  // namespace parvane::pstfile

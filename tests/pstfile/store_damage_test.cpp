@@ -45,42 +45,6 @@ TEST_P(StoreSamples, EverythingIsReadAndNothingTouched) {
   STORE_OK((*opened)->Close());
 }
 
-// Tables with foreign columns and shared template blocks are extended in place.
-TEST_P(StoreSamples, MailIsAppended) {
-  auto bytes = platform::ReadWholeFile(files, Source());
-  STORE_OK(bytes);
-  {
-    auto copy = files.Open(path, platform::FileSystem::OpenMode::kCreateNew);
-    STORE_OK(copy);
-    STORE_OK((*copy)->WriteAt(0, std::as_bytes(std::span(bytes->data(), bytes->size()))));
-  }
-  Open();
-  const WalkResult before = StoreWalker(*store).Walk();
-  std::vector<NodeId> folders{store->ipmSubtree()};
-  auto children = store->Subfolders(store->ipmSubtree());
-  STORE_OK(children);
-  for (const SubfolderEntry& child : *children) folders.push_back(child.node);
-  folders.push_back(Folder(u"Appended"));
-  folders.push_back(Folder(folders.back(), u"Nested"));
-  for (int i = 0; i < 40; ++i) {
-    for (const NodeId folder : folders) {
-      std::vector<StoredAttachment> attachments;
-      if (i % 4 == 0) attachments.push_back(Attachment(u"a.txt", std::string(5000, 'a')));
-      Insert(folder, Write(Message(u"Appended", u"text", i % 2),
-                           {Recipient(u"Bob", u"bob@example.com")}, std::move(attachments)));
-    }
-  }
-  STORE_OK(store->PropertyIdOfName(PropertyName::String(kPsInternetHeaders, u"x-appended"), true));
-  Close();
-  ExpectFlawless(false);
-  Open(StoreOpenMode::kRead);
-  const WalkResult after = StoreWalker(*store).Walk();
-  EXPECT_EQ(after.failures, 0u) << after.firstFailure;
-  EXPECT_EQ(after.folders, before.folders + 2);
-  EXPECT_EQ(after.messages, before.messages + 40 * folders.size());
-  EXPECT_EQ(after.differences, before.differences);
-}
-
 INSTANTIATE_TEST_SUITE_P(Outlook, StoreSamples,
                          ::testing::Values(Sample{"Empty.pst", 6, 0, 0},
                                            Sample{"sample1.pst", 7, 1, 1},
@@ -157,15 +121,6 @@ TEST_F(StoreDamage, OpeningCostsAFewPages) {
   }
   EXPECT_LT(costs[0], 16u << 10);
   EXPECT_LE(costs[1], costs[0] + 4 * 512) << "at most a page more for each tree that grew";
-}
-
-TEST_F(StoreDamage, TruncationsAreSurvived) {
-  std::mt19937 random(1);
-  for (std::size_t length = 0; length < pristine.size();
-       length += length < 1024 ? 97 : 1 + random() % 20'000) {
-    memory[kPath] = Bytes(pristine.begin(), pristine.begin() + static_cast<long>(length));
-    Use(length % 2 == 0);
-  }
 }
 
 TEST_F(StoreDamage, FlippedBytesAreSurvived) {
