@@ -40,6 +40,7 @@ unsigned Detect() {
       __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi")) {
     found |= Bit(CpuFeature::kAvx512);
     if (__builtin_cpu_supports("vpclmulqdq")) found |= Bit(CpuFeature::kVpclmul);
+    if (__builtin_cpu_supports("avx512vbmi2")) found |= Bit(CpuFeature::kVbmi2);
   }
 #endif
 #elif defined(_MSC_VER) && (defined(_M_X64) || defined(_M_IX86))
@@ -63,6 +64,7 @@ unsigned Detect() {
         (_xgetbv(0) & 0xE6) == 0xE6) {
       found |= Bit(CpuFeature::kAvx512);
       if (extended >> 10 & 1) found |= Bit(CpuFeature::kVpclmul);
+      if (extended >> 6 & 1) found |= Bit(CpuFeature::kVbmi2);
     }
   }
 #endif

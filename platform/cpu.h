@@ -13,8 +13,9 @@ enum class CpuFeature {
   kSse41,
   kPclmul,
   kAvx2,
-  kAvx512,  // F, BW, VL and VBMI, with which wide paths begin to pay
-  kVpclmul  // VPCLMULQDQ, and kAvx512
+  kAvx512,   // F, BW, VL and VBMI, with which wide paths begin to pay
+  kVpclmul,  // VPCLMULQDQ, and kAvx512
+  kVbmi2     // VBMI2, and kAvx512
 };
 
 // False on machines of another architecture, for what is hidden, and for everything with

@@ -48,7 +48,8 @@ class SimdTest : public testing::TestWithParam<std::optional<CpuFeature>> {
 
 TEST_P(SimdTest, RunsWithoutWhatIsHidden) {
   const CpuFeature order[] = {CpuFeature::kSsse3, CpuFeature::kSse41,  CpuFeature::kPclmul,
-                              CpuFeature::kAvx2,  CpuFeature::kAvx512, CpuFeature::kVpclmul};
+                              CpuFeature::kAvx2,  CpuFeature::kAvx512, CpuFeature::kVpclmul,
+                              CpuFeature::kVbmi2};
   for (const CpuFeature feature : order) {
     const bool hidden = GetParam() && feature >= *GetParam();
     EXPECT_FALSE(hidden && CpuHas(feature));
@@ -163,7 +164,8 @@ std::size_t CopyLinesByBytes(std::string_view in, std::string& out) {
 TEST_P(SimdTest, LinesAreCopiedUpToOneThatNeedsALook) {
   std::mt19937 chance(22);
   constexpr std::string_view kEnds[] = {"\n", "\r\n", "\r", "\n", "\n\r"};
-  constexpr std::string_view kStarts[] = {"", "F", "Fro", ">", ">>x", "From", "", "", ""};
+  constexpr std::string_view kStarts[] = {"",     "F",        "Fro",       ">", ">>x",
+                                          "From", ">>>>From", "Fro\nFrom", "",  ""};
   for (int round = 0; round < 3000; ++round) {
     std::string in;
     for (unsigned lines = chance() % 6; lines > 0; --lines) {
