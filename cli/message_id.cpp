@@ -12,8 +12,9 @@ constexpr std::string_view kLineEnd = "\r\n";
 // Longer ones are no names, but damage.
 constexpr std::size_t kLongest = 512;
 
+bool IsFirstLetter(char c) { return platform::AsciiToLower(c) == kField.front(); }
+
 bool IsField(std::string_view line) {
-  if (line.empty() || (line.front() | 0x20) != kField.front()) return false;
   if (!platform::EqualsIgnoreAsciiCase(line.substr(0, kField.size()), kField)) return false;
   const std::size_t colon = line.find_first_not_of(" \t", kField.size());
   return colon != line.npos && line[colon] == ':';
@@ -40,9 +41,9 @@ std::string Printable(std::string_view text) {
 }  // namespace
 
 std::string MessageIdOf(std::string_view message) {
-  for (std::size_t at = 0; at < message.size();) {
-    std::size_t end = LineEnd(message, at);
-    if (end == at) return {};
+  std::size_t at = 0;
+  while (at < message.size() && !message.substr(at).starts_with(kLineEnd)) {
+    std::size_t end = IsFirstLetter(message[at]) ? LineEnd(message, at) : at;
     if (IsField(message.substr(at, end - at))) {
       // The value may stand on the next line.
       while (end + 2 < message.size() && (message[end + 2] == ' ' || message[end + 2] == '\t')) {
@@ -51,7 +52,10 @@ std::string MessageIdOf(std::string_view message) {
       const std::size_t colon = message.find(':', at);
       return Printable(message.substr(colon + 1, end - colon - 1));
     }
-    at = end + kLineEnd.size();
+    // On to the next line that begins like the field, or to the end of the header.
+    do {
+      at = platform::FindLineStart(message, at + 1, kField.front());
+    } while (at < message.size() && !message.substr(0, at).ends_with(kLineEnd));
   }
   return {};
 }

@@ -5,6 +5,7 @@
 
 #include "platform/code_page.h"
 #include "platform/simd/ascii.h"
+#include "platform/simd/search.h"
 #include "platform/system_internal.h"
 #include "platform/utf8.h"
 
@@ -203,6 +204,10 @@ bool StartsWithIgnoreAsciiCase(std::string_view text, std::string_view prefix) {
 bool EndsWithIgnoreAsciiCase(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() &&
          EqualsIgnoreAsciiCase(text.substr(text.size() - suffix.size()), suffix);
+}
+
+std::size_t FindLineStart(std::string_view text, std::size_t from, char letter) {
+  return simd::FindLineStart(text.data(), from, text.size(), letter);
 }
 
 std::string ToLowerAscii(std::string_view text) {

@@ -1,5 +1,6 @@
 #include "platform/simd/scan.h"
 
+#include <algorithm>
 #include <bit>
 
 #if defined(__SSE2__) || defined(_M_X64)
@@ -40,6 +41,13 @@ struct HeaderNameEnd {
   static __m128i In(__m128i bytes) {
     return _mm_or_si128(AtMost(bytes, ' '), _mm_or_si128(Equal(bytes, ':'), Equal(bytes, 0x7F)));
   }
+#endif
+};
+
+struct Blank {
+  static bool Is(unsigned char c) { return c <= ' '; }
+#ifdef PARVANE_SSE2
+  static __m128i In(__m128i bytes) { return AtMost(bytes, ' '); }
 #endif
 };
 
@@ -88,6 +96,27 @@ std::size_t FindHeaderNameEnd(const char* in, std::size_t size) {
   return Find<HeaderNameEnd>(in, size);
 }
 
+std::size_t FindBlank(const char* in, std::size_t size) { return Find<Blank>(in, size); }
+
 std::size_t FindNotPlain(const char* in, std::size_t size) { return Find<NotPlain>(in, size); }
+
+void LineFeeds::Look() {
+  constexpr std::size_t kBlock = 64;
+  _block = _seen;
+  const char* block = _in + _block;
+  const std::size_t size = std::min(_size - _block, kBlock);
+  _seen += size;
+#ifdef PARVANE_SSE2
+  if (size == kBlock) {
+    for (unsigned at = 0; at < kBlock; at += 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + at));
+      const auto found = static_cast<unsigned>(_mm_movemask_epi8(Equal(bytes, '\n')));
+      _found |= std::uint64_t{found} << at;
+    }
+    return;
+  }
+#endif
+  for (std::size_t at = 0; at < size; ++at) _found |= std::uint64_t{block[at] == '\n'} << at;
+}
 
 }  // namespace parvane::platform::simd

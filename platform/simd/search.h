@@ -1,4 +1,4 @@
-// Finding two bytes at a distance, many positions at a time.
+// Finding bytes beside each other, many positions at a time.
 #pragma once
 
 #include <cstddef>
@@ -9,5 +9,9 @@ namespace parvane::platform::simd {
 // when there is none. All of text[from, end + distance) is read.
 std::size_t FindPair(const char* text, std::size_t from, std::size_t end, std::size_t distance,
                      char first, char last);
+
+// The first i in [from, size), not 0, behind an LF at which text[i] is CR or `letter`, a lower-case
+// one, in either case; `size` when there is none.
+std::size_t FindLineStart(const char* text, std::size_t from, std::size_t size, char letter);
 
 }  // namespace parvane::platform::simd

@@ -207,8 +207,32 @@ TEST_P(SimdTest, BytesAreFoundAtAnyPlace) {
         EXPECT_EQ(FindHeaderNameEnd(text.data(), size), named ? size : at);
         const bool plain = mark == '=' || mark == ':' || mark == ' ' || mark == '~';
         EXPECT_EQ(FindNotPlain(text.data(), size), plain ? size : at);
+        const bool low = lineEnd || mark == ' ' || mark == '\x01';
+        EXPECT_EQ(FindBlank(text.data(), size), low ? at : size);
       }
     }
+  }
+}
+
+TEST_P(SimdTest, LinesAreFoundByTheirFirstLetter) {
+  std::mt19937 chance(24);
+  for (std::size_t size = 0; size < 200; ++size) {
+    std::string text(size + 4, ' ');
+    for (char& c : text) c = "\n\nmM\rx\xEDX-"[chance() % 9];
+    LineFeeds lineFeeds(text.data(), size);
+    std::size_t found = FindLineStart(text.data(), 0, size, 'm');
+    for (std::size_t at = 0; at < size; ++at) {
+      if (text[at] == '\n') {
+        EXPECT_EQ(lineFeeds.Next(), at);
+      }
+      const bool wanted = text[at] == 'm' || text[at] == 'M' || text[at] == '\r';
+      if (at == 0 || text[at - 1] != '\n' || !wanted) continue;
+      EXPECT_EQ(found, at);
+      found = FindLineStart(text.data(), at + 1, size, 'm');
+    }
+    EXPECT_EQ(found, size);
+    EXPECT_EQ(lineFeeds.Next(), size);
+    EXPECT_EQ(lineFeeds.Next(), size);
   }
 }
 
