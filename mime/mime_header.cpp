@@ -13,12 +13,6 @@ using parvane::platform::EqualsIgnoreAsciiCase;
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
-// Length of the line at the start of `text`, its LF included.
-std::size_t LineLength(std::string_view text) {
-  const void* end = std::memchr(text.data(), '\n', text.size());
-  return end == nullptr ? text.size() : static_cast<const char*>(end) - text.data() + 1;
-}
-
 bool IsEmptyLine(std::string_view line) { return line == "\r\n" || line == "\n"; }
 
 // The text without a CR LF, LF or CR at its end.
@@ -26,6 +20,16 @@ std::string_view WithoutLineEnd(std::string_view text) {
   if (text.ends_with('\n')) text.remove_suffix(1);
   if (text.ends_with('\r')) text.remove_suffix(1);
   return text;
+}
+
+// Where the word that begins at `from` ends: in front of white space, or with the text.
+std::size_t WordEnd(std::string_view text, std::size_t from) {
+  std::size_t end = from;
+  while (true) {
+    end += parvane::platform::simd::FindBlank(text.data() + end, text.size() - end);
+    if (end == text.size() || parvane::platform::IsAsciiWhiteSpace(text[end])) return end;
+    ++end;  // another control character
+  }
 }
 
 // How long the name at the start of `line` is, up to its colon; 0 when this line is no field.
@@ -47,33 +51,51 @@ std::string_view MimeField::Value(std::string& scratch) const {
 }
 
 std::string_view Unfold(std::string_view value, std::string& scratch) {
-  if (parvane::platform::simd::FindLineEnd(value.data(), value.size()) == value.size())
-    return value;
+  const auto lineEndFrom = [value](std::size_t from) {
+    return from + parvane::platform::simd::FindLineEnd(value.data() + from, value.size() - from);
+  };
+  std::size_t at = lineEndFrom(0);
+  if (at == value.size()) return value;
   scratch.clear();
   scratch.reserve(value.size());
   std::size_t copied = 0;
-  for (std::size_t at = 0; at < value.size(); ++at) {
-    std::size_t next = at;
-    if (value[at] == '\r') ++next;
-    if (next < value.size() && value[next] == '\n') ++next;
-    if (next == at || next >= value.size() || !IsBlank(value[next])) continue;
-    scratch.append(value, copied, at - copied);
-    copied = at = next;
+  while (at < value.size()) {
+    std::size_t next = at + 1;
+    if (value[at] == '\r' && next < value.size() && value[next] == '\n') ++next;
+    if (next < value.size() && IsBlank(value[next])) {
+      scratch.append(value, copied, at - copied);
+      copied = next;
+    } else {
+      next = at + 1;
+    }
+    at = lineEndFrom(next);
   }
   return scratch.append(value, copied);
+}
+
+inline void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength,
+                                std::size_t valueStart) {
+  const MimeField& line = _lines.emplace_back(raw, nameLength, valueStart);
+  if (!line.IsField()) return;
+  const std::uint32_t slot = NameSlot(line._key);
+  if ((_names >> slot & 1) != 0) return;
+  _names |= std::uint64_t{1} << slot;
+  _searchFrom[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
 std::size_t MimeHeader::Load(std::string_view text) {
   Clear();
   constexpr std::size_t kUsualLines = 42;
   _lines.reserve(kUsualLines);
+  parvane::platform::simd::LineFeeds lineFeeds(text.data(), text.size());
+  const auto nextLine = [&] { return std::min(lineFeeds.Next() + 1, text.size()); };
   std::size_t at = 0;
   while (at < text.size()) {
     const std::size_t start = at;
-    const std::string_view line = text.substr(at, LineLength(text.substr(at)));
-    if (line.size() <= 2 && IsEmptyLine(line)) break;
-    at += line.size();
-    while (at < text.size() && IsBlank(text[at])) at += LineLength(text.substr(at));
+    at = nextLine();
+    const std::string_view line = text.substr(start, at - start);
+    if (line.size() <= 2 && IsEmptyLine(line)) return start;
+    while (at < text.size() && IsBlank(text[at])) at = nextLine();
     std::size_t valueStart = 0;
     const std::size_t nameLength = FieldNameLength(line, &valueStart);
     if (nameLength > 0) {
@@ -83,15 +105,6 @@ std::size_t MimeHeader::Load(std::string_view text) {
     AddLine(text.substr(start, at - start), nameLength, nameLength > 0 ? valueStart : 0);
   }
   return at;
-}
-
-void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart) {
-  const MimeField& line = _lines.emplace_back(raw, nameLength, valueStart);
-  if (!line.IsField()) return;
-  const std::uint32_t slot = NameSlot(line._key);
-  if ((_names >> slot & 1) != 0) return;
-  _names |= std::uint64_t{1} << slot;
-  _searchFrom[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
 void MimeHeader::Clear() {
@@ -236,7 +249,7 @@ void AppendFoldedField(std::string_view name, std::string_view value, std::strin
   out.append(name).append(": ");
   const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
   if (valueColumn + value.size() <= kColumns &&
-      std::none_of(value.begin(), value.end(), isLineEnd)) {
+      parvane::platform::simd::FindLineEnd(value.data(), value.size()) == value.size()) {
     out.append(value).append("\r\n");
     return;
   }
@@ -258,7 +271,7 @@ void AppendFoldedField(std::string_view name, std::string_view value, std::strin
       blanks = filtered.empty() ? std::string_view(" ") : std::string_view(filtered);
     }
     at = end;
-    while (end < value.size() && !parvane::platform::IsAsciiWhiteSpace(value[end])) ++end;
+    end = WordEnd(value, end);
     const std::string_view word = value.substr(at, end - at);
     at = end;
     const bool fits = column + blanks.size() + word.size() <= kColumns;
