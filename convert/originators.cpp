@@ -34,7 +34,7 @@ constexpr ULONG kReplyRecipientAddressesTag = PropTag(PT_UNICODE, 0x3FFC);
 bool MailBoxesOf(TsEmail& email, const char* field, std::vector<MailBox>& mailBoxes) {
   std::string scratch;
   std::string_view text;
-  if (!email.impl().ViewField(field, scratch, text)) return false;
+  if (!ClsEmail::Fields(email.impl()).View(field, scratch, text)) return false;
   const auto hasComma = [](const MailBox& mailBox) {
     return mailBox.name.find(u',') != std::u16string::npos;
   };

@@ -1,6 +1,7 @@
 // The whole of one message: its metadata and its bodies. Originators, recipients and attachments
 // have files of their own.
 
+#include <array>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -33,15 +34,27 @@ namespace {
 constexpr ULONG kReturnPathTag = PropTag(PT_UNICODE, 0x1046);
 constexpr LONG kCodePageUtf8 = 65001;
 
+// Header fields that are handed on as text.
+struct TextField {
+  std::string_view name;
+  ULONG tag;
+};
+constexpr std::array<TextField, 5> kTextFields = {{{"Return-Path", kReturnPathTag},
+                                                   {"Subject", PR_SUBJECT_W},
+                                                   {"Message-ID", PR_INTERNET_MESSAGE_ID_W},
+                                                   {"In-Reply-To", PR_IN_REPLY_TO_W},
+                                                   {"References", PR_INTERNET_REFERENCES_W}}};
+constexpr std::size_t kUsualTexts = 500;
+
 // Readers take a NUL for the end of a text, and crashed mail programs left runs of them in their
 // files: what stands behind one must not be lost.
 template <typename Char>
 std::basic_string_view<Char> WithoutNuls(std::basic_string_view<Char> text,
                                          std::basic_string<Char>& scratch) {
   // Without a way out of the loop, which then takes many characters at a time.
-  bool found = false;
-  for (const Char c : text) found |= c == Char{};
-  if (!found) return text;
+  Char found{};
+  for (const Char c : text) found = static_cast<Char>(found | (c == Char{} ? Char{1} : Char{}));
+  if (found == Char{}) return text;
   scratch = text;
   std::erase(scratch, Char{});
   return scratch;
@@ -104,28 +117,40 @@ void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* mess
     }
   }
 
-  std::u16string text;
-  const auto writeField = [&](const char* field, ULONG tag) {
-    text.clear();
-    if (email->impl().AppendField(field, text)) SetPropString(message, tag, text.c_str());
-  };
-  writeField("Return-Path", kReturnPathTag);
-  writeField("Subject", PR_SUBJECT_W);
-  writeField("Message-ID", PR_INTERNET_MESSAGE_ID_W);
-  writeField("In-Reply-To", PR_IN_REPLY_TO_W);
-  writeField("References", PR_INTERNET_REFERENCES_W);
+  // One behind the other, each with a NUL; a missing field is empty and sets nothing.
+  std::u16string texts;
+  texts.reserve(kUsualTexts);
+  std::array<std::size_t, kTextFields.size()> starts;
+  {
+    ClsEmail::Fields fields(email->impl());
+    for (std::size_t i = 0; i < kTextFields.size(); ++i) {
+      starts[i] = texts.size();
+      fields.Append(kTextFields[i].name, texts);
+      texts += u'\0';
+    }
+  }
+  for (std::size_t i = 0; i < kTextFields.size(); ++i)
+    SetPropString(message, kTextFields[i].tag, texts.c_str() + starts[i]);
 }
 
 void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
   // The Delivery-Date reads into the same place as the Date, which it therefore keeps when it
   // cannot be read. An unreadable Date is written as 0.
   FILETIME time{};
-  std::string scratch;
-  std::string_view text;
-  const bool hasDate = email->impl().ViewField("Date", scratch, text);
+  DateValue date;
+  DateValue deliveryDate;
+  bool hasDate;
+  bool hasDeliveryDate;
+  {
+    ClsEmail::Fields fields(email->impl());
+    std::string scratch;
+    std::string_view text;
+    hasDate = fields.View("Date", scratch, text);
+    if (hasDate) date.SetFromRfc822(text);
+    hasDeliveryDate = fields.View("Delivery-Date", scratch, text);
+    if (hasDeliveryDate) deliveryDate.SetFromRfc822(text);
+  }
   if (hasDate) {
-    DateValue date;
-    date.SetFromRfc822(text);
     date.GetAsFileTime(false, &time);
     SetPropTime(message, PR_CLIENT_SUBMIT_TIME, time);
     SetPropTime(message, PR_LAST_MODIFICATION_TIME, time);
@@ -137,10 +162,8 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
     _reportP->date = time;
   }
 
-  if (email->impl().ViewField("Delivery-Date", scratch, text)) {
-    DateValue date;
-    date.SetFromRfc822(text);
-    date.GetAsFileTime(false, &time);
+  if (hasDeliveryDate) {
+    deliveryDate.GetAsFileTime(false, &time);
     SetPropTime(message, PR_MESSAGE_DELIVERY_TIME, time);
   }
 }
@@ -148,16 +171,19 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
 void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
   // Every message is of normal priority, whatever its Priority field says; and of normal
   // importance, unless it says "low".
-  SetPropLong(message, PR_PRIORITY, 0);
-  std::string scratch;
-  std::string_view text;
-  const bool low = email->impl().ViewField("Importance", scratch, text) &&
-                   parvane::platform::EqualsIgnoreAsciiCase(text, "low");
-  SetPropLong(message, PR_IMPORTANCE, low ? 0 : 1);
-
+  bool low;
   long status = 0;
-  if (email->impl().ViewField("X-Mozilla-Status", scratch, text))
-    status = std::strtol(std::string(text).c_str(), nullptr, 16);
+  {
+    ClsEmail::Fields fields(email->impl());
+    std::string scratch;
+    std::string_view text;
+    low = fields.View("Importance", scratch, text) &&
+          parvane::platform::EqualsIgnoreAsciiCase(text, "low");
+    if (fields.View("X-Mozilla-Status", scratch, text))
+      status = std::strtol(std::string(text).c_str(), nullptr, 16);
+  }
+  SetPropLong(message, PR_PRIORITY, 0);
+  SetPropLong(message, PR_IMPORTANCE, low ? 0 : 1);
   SetPropLong(message, PR_MESSAGE_FLAGS, (status & 1) != 0 ? 1 : 0);
 }
 

@@ -419,19 +419,18 @@ std::vector<MailBox> ParseAddressList(std::u16string_view list) {
   return mailboxes;
 }
 
-std::u16string FormatMailBox(const MailBox& mailbox) {
-  if (mailbox.name.empty()) return mailbox.address;
-  const bool plain = std::none_of(mailbox.name.begin(), mailbox.name.end(), MustBeQuoted);
-  std::u16string text;
-  text.reserve(mailbox.name.size() + mailbox.address.size() + 5);
-  if (plain) {
-    text = mailbox.name;
-  } else {
-    text.append(u"\"").append(QuelmarMIMEEngineCommon::EscapeQuotedName(mailbox.name));
-    text.append(u"\"");
+void AppendMailBox(const MailBox& mailbox, std::u16string& out) {
+  if (mailbox.name.empty()) {
+    out.append(mailbox.address);
+    return;
   }
-  if (!mailbox.address.empty()) text.append(u" <").append(mailbox.address).append(u">");
-  return text;
+  if (std::none_of(mailbox.name.begin(), mailbox.name.end(), MustBeQuoted)) {
+    out.append(mailbox.name);
+  } else {
+    out.append(u"\"").append(QuelmarMIMEEngineCommon::EscapeQuotedName(mailbox.name));
+    out.append(u"\"");
+  }
+  if (!mailbox.address.empty()) out.append(u" <").append(mailbox.address).append(u">");
 }
 
 }  // namespace parvane::mime

@@ -25,8 +25,8 @@ std::vector<MailBox> ParseAddressList(std::u16string_view list);
 // the form that message repair gives them all. False, with `out` empty, for any other list.
 bool ParseRewrittenList(std::string_view list, std::vector<MailBox>& out);
 
-// `"Name" <address>`: the name between quotes where it has to be; the address alone when there is
-// no name; the name alone when there is no address.
-std::u16string FormatMailBox(const MailBox& mailbox);
+// Appends `"Name" <address>`: the name between quotes where it has to be; the address alone when
+// there is no name; the name alone when there is no address.
+void AppendMailBox(const MailBox& mailbox, std::u16string& out);
 
 }  // namespace parvane::mime

@@ -13,7 +13,6 @@
 namespace Tessary {
 namespace {
 
-using parvane::mime::FormatMailBox;
 using parvane::platform::EqualsIgnoreAsciiCase;
 
 std::string_view Trim(std::string_view text) {
@@ -158,22 +157,21 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
 }
 
 bool ClsEmail::From(ClsString& out) {
-  std::u16string text;
-  const bool success = AppendFrom(text);
-  if (success) out.SetUtf16(std::move(text));
-  return success;
-}
-
-bool ClsEmail::AppendFrom(std::u16string& out) {
   return Run("get_From", [&] {
-    bool first = true;
-    for (const MailBox& mailbox : Mailboxes(List::kFrom)) {
-      if (!first) out.append(u", ");
-      first = false;
-      out.append(FormatMailBox(mailbox));
-    }
+    std::u16string text;
+    AppendFromTo(text);
+    out.SetUtf16(std::move(text));
     return true;
   });
+}
+
+void ClsEmail::AppendFromTo(std::u16string& out) {
+  bool first = true;
+  for (const MailBox& mailbox : Mailboxes(List::kFrom)) {
+    if (!first) out.append(u", ");
+    first = false;
+    parvane::mime::AppendMailBox(mailbox, out);
+  }
 }
 
 bool ClsEmail::FromPart(const char* operation, MailBoxPart part, ClsString& out) {
@@ -221,33 +219,46 @@ const MimeField* ClsEmail::FindField(std::string_view name) {
   return field;
 }
 
-bool ClsEmail::ViewField(std::string_view name, std::string& scratch, std::string_view& out) {
-  return Run("GetHeaderField", [&] {
-    name = Trim(name);
-    const MimeField* field = FindField(name);
-    if (field == nullptr) return false;
-    out = Trim(field->Value(scratch));
-    if (!IsPlainText(out)) {
-      scratch = FieldText(name, field->Value(scratch), _message->charset);
-      out = scratch;
-    }
-    return true;
-  });
+ClsEmail::Fields::Fields(ClsEmail& email) : _email(email), _lock(email._criticalSection) {
+  email._log.Begin("GetHeaderField");
+  if (email._message != nullptr) return;
+  email._log.Say("No internal email object");
+  _success = false;
+}
+
+ClsEmail::Fields::~Fields() { _email._log.End(_success); }
+
+bool ClsEmail::Fields::View(std::string_view name, std::string& scratch, std::string_view& out) {
+  if (_email._message == nullptr) return false;
+  name = Trim(name);
+  const MimeField* field = _email.FindField(name);
+  if (field == nullptr) return _success = false;
+  out = Trim(field->Value(scratch));
+  if (!IsPlainText(out)) {
+    scratch = FieldText(name, field->Value(scratch), _email._message->charset);
+    out = scratch;
+  }
+  return true;
+}
+
+bool ClsEmail::Fields::Append(std::string_view name, std::u16string& out) {
+  std::string scratch;
+  std::string_view text;
+  if (!View(name, scratch, text)) return false;
+  parvane::platform::AppendUtf8AsUtf16(text, out);
+  return true;
+}
+
+void ClsEmail::Fields::AppendFrom(std::u16string& out) {
+  if (_email._message != nullptr) _email.AppendFromTo(out);
 }
 
 bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
+  Fields fields(*this);
   std::string scratch;
   std::string_view text;
-  const bool success = ViewField(name, scratch, text);
+  const bool success = fields.View(name, scratch, text);
   if (success) out.SetUtf8(std::string(text));
-  return success;
-}
-
-bool ClsEmail::AppendField(std::string_view name, std::u16string& out) {
-  std::string scratch;
-  std::string_view text;
-  const bool success = ViewField(name, scratch, text);
-  if (success) parvane::platform::AppendUtf8AsUtf16(text, out);
   return success;
 }
 

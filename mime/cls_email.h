@@ -43,11 +43,26 @@ class ClsEmail {
   bool DateText(ClsString& out);
   bool Header(ClsString& out);
   bool HeaderField(std::string_view name, ClsString& out);
-  // From and HeaderField, appended to text; nothing is appended when they fail.
-  bool AppendFrom(std::u16string& out);
-  bool AppendField(std::string_view name, std::u16string& out);
-  // HeaderField as UTF-8: a view of the message where that reads as it stands, else of `scratch`.
-  bool ViewField(std::string_view name, std::string& scratch, std::string_view& out);
+  // Reads any number of fields in one operation, which lasts as long as this lives; the e-mail
+  // takes no other call meanwhile.
+  class Fields {
+   public:
+    explicit Fields(ClsEmail& email);
+    ~Fields();
+    Fields(const Fields&) = delete;
+    Fields& operator=(const Fields&) = delete;
+
+    // HeaderField as UTF-8: a view of the message where that reads as it stands, else of `scratch`.
+    bool View(std::string_view name, std::string& scratch, std::string_view& out);
+    // HeaderField and From, appended to text; nothing is appended when they fail.
+    bool Append(std::string_view name, std::u16string& out);
+    void AppendFrom(std::u16string& out);
+
+   private:
+    ClsEmail& _email;
+    std::lock_guard<std::mutex> _lock;
+    bool _success = true;  // of all so far
+  };
   // The bytes of Header, and the same with a NUL behind them where there is one, else null.
   ByteSlice HeaderBytes() const { return _message->root.entity().headerSlice(); }
   const char* TerminatedHeader() const {
@@ -111,6 +126,7 @@ class ClsEmail {
   void SetMessage(std::shared_ptr<const MimeMessage2> entity);
   void GiveHeaderText(std::string_view raw, ClsString& out) const;
   const MimeField* FindField(std::string_view name);
+  void AppendFromTo(std::u16string& out);
   bool GiveBody(const Email2* node, bool html, Body& out);
   const std::vector<MailBox>& Mailboxes(List list);
   const std::vector<const Email2*>& Parts(PartList list) const;

@@ -123,8 +123,12 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
                                           IProgressPresenter* progressPresenter,
                                           ILogger* logReport) {
   IAsset* asset = item.Asset();
-  std::u16string details;
-  if (asset) details = asset->Details().value_or(u"");
+  // Used again for each item, as what the log wants is longer.
+  std::u16string& details = _details;
+  details.clear();
+  if (asset) {
+    if (const NullableString given = asset->Details()) details = *given;
+  }
   if (progressPresenter) {
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
     progressPresenter->ProgressMessage(details);

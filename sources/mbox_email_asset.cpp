@@ -113,14 +113,16 @@ void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
 MBOXEmailAsset::~MBOXEmailAsset() = default;
 
 void MBOXEmailAsset::FillMembers() {
-  Tessary::ClsEmail& email = _emailP->impl();
-  std::u16string details = u"From : ";
-  email.AppendFrom(details);
+  constexpr std::size_t kUsualSize = 250;
+  Tessary::ClsEmail::Fields fields(_emailP->impl());
+  std::u16string& details = _details.emplace();
+  details.reserve(kUsualSize);
+  details += u"From : ";
+  fields.AppendFrom(details);
   details += u"\r\nDate : ";
-  email.AppendField("Date", details);
+  fields.Append("Date", details);
   details += u"\r\nSubject : ";
-  email.AppendField("Subject", details);
-  _details = std::move(details);
+  fields.Append("Subject", details);
 }
 
 bool MBOXEmailAsset::ConvertToMAPIMessage(parvane::mapi::IMessage* message,

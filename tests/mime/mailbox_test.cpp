@@ -194,7 +194,7 @@ TEST(AddressList, TakesLinearTimeOnHostileLists) {
   }
 }
 
-TEST(FormatMailBox, QuotesNamesThatNeedIt) {
+TEST(AppendMailBox, QuotesNamesThatNeedIt) {
   const std::pair<MailBox, const char16_t*> cases[] = {
       {{u"Ann Smith", u"a@b"}, u"Ann Smith <a@b>"},
       {{u"Smith, \"Ann\"", u"a@b"}, u"\"Smith, \\\"Ann\\\"\" <a@b>"},
@@ -202,7 +202,9 @@ TEST(FormatMailBox, QuotesNamesThatNeedIt) {
       {{u"Ann", u""}, u"Ann"},
   };
   for (const auto& [mailbox, text] : cases) {
-    EXPECT_EQ(parvane::mime::FormatMailBox(mailbox), text);
+    std::u16string formatted;
+    parvane::mime::AppendMailBox(mailbox, formatted);
+    EXPECT_EQ(formatted, text);
     EXPECT_EQ(parvane::mime::ParseAddressList(text), std::vector<MailBox>{mailbox});
   }
 }
