@@ -26,23 +26,6 @@ class Folder : public AssetFolderBase {
   void PrepareContent() override {}
 };
 
-class Asset : public EmailAssetBase {
- public:
-  explicit Asset(int& releases) : _releases(releases) { _details = u"details"; }
-  bool ConvertToMAPIMessage(parvane::mapi::IMessage*, parvane::mapi::IMAPISession*) override {
-    return false;
-  }
-  bool ConvertToMBOX(std::ostream*) override { return false; }
-  bool ConvertToEML(std::ostream*) override { return false; }
-  void Release() override {
-    ++_releases;
-    EmailAssetBase::Release();
-  }
-
- private:
-  int& _releases;
-};
-
 // A store with root > a > b, and root > c.
 class AssetTree : public testing::Test {
  protected:
@@ -139,18 +122,6 @@ TEST(AssetFolders, MayBeDestroyedInAnyOrder) {
   EXPECT_EQ(parent->GetSubFolders().size(), 1u);
   parent.reset();
   EXPECT_EQ(first->ParentFolder(), nullptr);
-}
-
-TEST(AssetQueryResults, OwnTheirItem) {
-  int releases = 0;
-  {
-    AssetQueryResult result(std::make_unique<Asset>(releases), 42);
-    EXPECT_EQ(result.AssetUnitSize(), 42);
-    EXPECT_EQ(result.Asset()->Details(), u"details");
-    result.Release();
-    EXPECT_EQ(result.Asset(), nullptr);
-  }
-  EXPECT_EQ(releases, 1);
 }
 
 }  // namespace

@@ -74,27 +74,6 @@ TEST_P(Base64Path, RoundTripsEveryLengthAndLayout) {
   EXPECT_EQ(DecodeBase64(EncodeBase64(big)), big);
 }
 
-TEST_P(Base64Path, TellsEveryByteOfTheAlphabetFromNoise) {
-  const std::string_view alphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  for (int byte = 0; byte < 256; ++byte) {
-    const char c = static_cast<char>(byte);
-    // Long enough for every wide path, the byte at each place of a block in turn.
-    for (std::size_t at = 0; at < 32; ++at) {
-      std::string text(96, 'A');
-      text[at] = c;
-      const bool member = alphabet.find(c) != alphabet.npos;
-      std::string clean(text);
-      if (!member) clean.erase(at, 1);
-      if (c == '=') continue;
-      const std::string got = DecodeBase64(text);
-      ASSERT_EQ(got.size(), clean.size() * 3 / 4) << byte << " at " << at;
-      const std::string expected = EncodeBase64(got, 0).substr(0, clean.size());
-      ASSERT_EQ(expected, clean) << byte << " at " << at;
-    }
-  }
-}
-
 INSTANTIATE_TEST_SUITE_P(FastAndPlain, Base64Path, testing::Bool());
 
 TEST(QuotedPrintable, AcceptsWhatIsOutThere) {
@@ -168,21 +147,19 @@ TEST(Uuencode, AcceptsWhatIsOutThere) {
 
 TEST(TransferEncoding, IsNamedInManyWays) {
   using enum TransferEncoding;
-  const struct {
-    const char* name;
-    TransferEncoding encoding;
-  } kCases[] = {{"base64", kBase64},
-                {" BASE64 ", kBase64},
-                {"\"Base64\";", kBase64},
-                {"base64 (comment)", kBase64},
-                {"Quoted-Printable", kQuotedPrintable},
-                {"x-uuencode", kUuencode},
-                {"7bit", kIdentity},
-                {"8BIT", kIdentity},
-                {"binary", kIdentity},
-                {"x-unknown", kIdentity},
-                {"", kIdentity}};
-  for (const auto& c : kCases) EXPECT_EQ(TransferEncodingFromName(c.name), c.encoding) << c.name;
+  const std::pair<const char*, TransferEncoding> kCases[] = {{"base64", kBase64},
+                                                             {" BASE64 ", kBase64},
+                                                             {"\"Base64\";", kBase64},
+                                                             {"base64 (comment)", kBase64},
+                                                             {"Quoted-Printable", kQuotedPrintable},
+                                                             {"x-uuencode", kUuencode},
+                                                             {"7bit", kIdentity},
+                                                             {"8BIT", kIdentity},
+                                                             {"binary", kIdentity},
+                                                             {"x-unknown", kIdentity},
+                                                             {"", kIdentity}};
+  for (const auto& [name, encoding] : kCases)
+    EXPECT_EQ(TransferEncodingFromName(name), encoding) << name;
   EXPECT_EQ(DecodeBody(kQuotedPrintable, "=41"), "A");
   EXPECT_EQ(DecodeBody(kIdentity, "=41"), "=41");
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/platform/scratch_folder.h"
+#include "tests/pstfile/ndb_memory_files.h"
 
 namespace parvane::platform {
 namespace {
@@ -212,50 +213,17 @@ TEST(InputStream, GivesTheSameBytesForEveryBuffer) {
   EXPECT_EQ(OpenInputStream(Files(), folder / u"none").status().code(), StatusCode::kNotFound);
 }
 
-// A disk of which every byte from kGood on is bad.
-class BadDisk final : public FileSystem {
- public:
-  static constexpr std::uint64_t kGood = 3 * 512;
-
-  class File final : public RandomAccessFile {
-   public:
-    Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) override {
-      if (offset + buffer.size() > kGood) return Status(StatusCode::kIoError, "bad sector");
-      for (std::byte& b : buffer) b = std::byte{'x'};
-      return buffer.size();
-    }
-    Status WriteAt(std::uint64_t, std::span<const std::byte>) override { return {}; }
-    Status Flush() override { return {}; }
-    Result<std::uint64_t> Size() override { return kGood + 512; }
-    Status Resize(std::uint64_t) override { return {}; }
-    Status Allocate(std::uint64_t) override { return {}; }
-    Status LockExclusive() override { return {}; }
-  };
-
-  Result<std::unique_ptr<RandomAccessFile>> Open(std::u16string_view, Mode) override {
-    return std::unique_ptr<RandomAccessFile>(std::make_unique<File>());
-  }
-  FileInformation Inspect(std::u16string_view) override { return {}; }
-  Result<std::vector<DirectoryEntry>> List(std::u16string_view) override {
-    return std::vector<DirectoryEntry>();
-  }
-  Status CreateFolder(std::u16string_view, bool) override { return {}; }
-  Status Rename(std::u16string_view, std::u16string_view, bool) override { return {}; }
-  Status Remove(std::u16string_view) override { return {}; }
-  Status FlushFolder(std::u16string_view) override { return {}; }
-  Status AppendPrivate(std::u16string_view, std::span<const std::span<const std::byte>>) override {
-    return {};
-  }
-};
-
 TEST(InputStream, GivesEverythingBeforeABadSector) {
-  BadDisk disk;
+  constexpr std::uint64_t kGood = 3 * 512;
+  pstfile::MemoryFiles disk;
+  disk[u"f"].resize(kGood + 512);
+  disk.readable = kGood;
   auto stream = OpenInputStream(disk, u"f", 4096);
   ASSERT_TRUE(stream.ok());
   for (auto buffer = (*stream)->Buffer(); !buffer.empty(); buffer = (*stream)->Buffer()) {
     (*stream)->Skip(buffer.size());
   }
-  EXPECT_EQ((*stream)->Position(), BadDisk::kGood);
+  EXPECT_EQ((*stream)->Position(), kGood);
   EXPECT_EQ((*stream)->status().code(), StatusCode::kIoError);
   EXPECT_EQ(ReadWholeFile(disk, u"f").status().code(), StatusCode::kIoError);
 }

@@ -7,27 +7,6 @@ from harness import SHARED, PstTest, file_name
 CORPUS = SHARED / 'corpus'
 
 
-def messages_in(path):
-    """Counted as the format is defined: separator lines with something behind them."""
-    lines = path.read_bytes().replace(b'\r\n', b'\n').replace(b'\r', b'\n').split(b'\n')
-    return sum(line.startswith(b'From ') for line in lines)
-
-
-class SingleMailboxes(PstTest):
-
-    def test_every_mbox_converts(self):
-        sources = sorted((CORPUS / 'mbox').glob('*.mbox'))
-        self.assertTrue(sources)
-        for source in sources:
-            with self.subTest(source.name):
-                pst = self.folder / f'{source.stem}.pst'
-                messages = messages_in(source)
-                account = self.convert(source, pst)
-                self.assertEqual(account['totals']['written'], messages)
-                self.assertEqual(self.listed_folders(pst), {(source.stem,): messages})
-                self.assert_readers_agree(pst, messages)
-
-
 class Trees(PstTest):
 
     def check(self, tree, prefix, code, arguments=()):

@@ -31,6 +31,7 @@ class Fields(PstTest):
             messages = [SourceMessage(data) for data in split_mbox(path.read_bytes())]
             stored = fields.read_pst(CHECKER, pst)
             self.assertEqual(len(messages), len(stored))
+            self.assert_readers_agree(pst, len(messages))
             for number, pair in enumerate(zip(messages, stored), 1):
                 tally.add(f'{path.name} {number}', fields.compare(*pair, left_out[number]))
         print(tally)

@@ -6,12 +6,7 @@ import re
 import unittest
 
 import mailboxes
-from harness import CHECKER, PARVANE, SHARED, PstTest, Run
-
-# Made anew by every conversion: the moment of creation and the random search key. The moment stands
-# in for a modification time that the mail does not tell.
-FRESH = re.compile(r'"0x(30070040|30080040|300B0102)": ("[^"]*"|\d+)')
-
+from harness import PARVANE, PstTest, Run
 
 def varied(seed=3):
     """Text, quoted-printable and base64 of lengths around every vector's width."""
@@ -31,39 +26,27 @@ def varied(seed=3):
 
 class PlainPaths(PstTest):
 
-    def contents(self, source, name, environment):
-        """What independent readers find in the PST that `source` becomes."""
-        pst = self.folder / f'{name}.pst'
+    def contents(self, source, path):
+        """What an independent reader finds in the PST that `source` becomes."""
+        pst = self.folder / f'{path}.pst'
         run = Run([PARVANE, 'convert', '--quiet', source, pst],
-                  env=dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), **environment))
+                  env=dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), PARVANE_CPU=path))
         self.assertIn(run.code, (0, 1), run)
-        if CHECKER.exists():
-            run = Run(['python3.11', CHECKER, 'export', pst])
-            self.assertEqual(run.code, 0, run)
-            return [FRESH.sub('', line) for line in run.out.splitlines()]
-        out = self.folder / name
-        run = Run(['pffexport', '-q', '-m', 'items', '-t', out, pst])
+        run = Run(['pffexport', '-q', '-m', 'items', '-t', self.folder / path, pst])
         self.assertEqual(run.code, 0, run)
-        export = self.folder / f'{name}.export'
+        pst.unlink()
+        export = self.folder / f'{path}.export'
         # The times of creation differ from run to run.
-        return [(str(file.relative_to(export)),
-                 re.sub(rb'(Creation|Modification) time:.*', b'', file.read_bytes()))
-                for file in sorted(export.rglob('*'))
-                if file.is_file() and file.name not in ('OutlookHeaders.txt', 'ItemValues.txt')]
+        return {str(file.relative_to(export)):
+                re.sub(rb'(Creation|Modification) time:.*', b'', file.read_bytes())
+                for file in export.rglob('*')
+                if file.is_file() and file.name not in ('OutlookHeaders.txt', 'ItemValues.txt')}
 
     def test_same_contents(self):
-        sources = [self.write('varied.mbox', b''.join(varied()))]
-        sources += sorted((SHARED / 'corpus' / 'mbox').glob('*.mbox'))
-        for source in sources:
-            with self.subTest(source.name):
-                fast = self.contents(source, 'fast', {'PARVANE_CPU': ''})
-                plain = self.contents(source, 'plain', {'PARVANE_CPU': 'plain'})
-                self.assertTrue(fast)
-                self.assertEqual(len(fast), len(plain))
-                for one, other in zip(fast, plain):
-                    self.assertEqual(one, other)
-                for name in ('fast', 'plain'):
-                    (self.folder / f'{name}.pst').unlink()
+        source = self.write('varied.mbox', b''.join(varied()))
+        fast = self.contents(source, 'fast')
+        self.assertGreater(len(fast), 100)
+        self.assertEqual(self.contents(source, 'plain'), fast)
 
 
 if __name__ == '__main__':

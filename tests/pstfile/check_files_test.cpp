@@ -85,43 +85,6 @@ TEST_F(CheckFiles, FilesByOutlookAreClean) {
 }
 #endif
 
-TEST(CheckRefusals, WhatIsNoUnicodePstIsNotChecked) {
-  struct Case {
-    const char* what;
-    std::string head;
-    std::size_t size;
-    platform::StatusCode code;
-    const char* says;
-  };
-  using std::string_literals::operator""s;
-  using enum platform::StatusCode;
-  const Case kCases[] = {
-      {"nothing there", "", 0, kCorrupt, "less than a header"},
-      {"text", "From a@b Mon\n", 4000, kCorrupt, "!BDN"},
-      {"a header cut off", "!BDN"s, 500, kCorrupt, "less than a header"},
-      {"32-bit format", "!BDN\0\0\0\0SM\x0E\0"s, 4000, kUnsupported, "ANSI"},
-      {"32-bit format, later", "!BDN\0\0\0\0SM\x0F\0"s, 4000, kUnsupported, "ANSI"},
-      {"4 KiB pages", "!BDN\0\0\0\0SM\x24\0"s, 4000, kUnsupported, "4 KiB"},
-      {"offline store", "!BDN\0\0\0\0SO\x17\0"s, 4000, kUnsupported, "OST"},
-      {"version of the future", "!BDN\0\0\0\0SM\x63\0"s, 4000, kUnsupported, "version 99"},
-  };
-  for (const Case& c : kCases) {
-    SCOPED_TRACE(c.what);
-    MemoryFiles memory;
-    Bytes& file = memory[u"x.pst"];
-    file.resize(c.size);
-    std::transform(c.head.begin(),
-                   c.head.begin() + static_cast<std::ptrdiff_t>(std::min(c.head.size(), c.size)),
-                   file.begin(), [](char b) { return static_cast<std::byte>(b); });
-    Findings found;
-    const auto summary = CheckFile(memory, u"x.pst", {}, found);
-    ASSERT_FALSE(summary.ok());
-    EXPECT_EQ(summary.status().code(), c.code);
-    EXPECT_NE(summary.status().message().find(c.says), std::string::npos)
-        << summary.status().message();
-  }
-}
-
 TEST_F(CheckFiles, AFileThatEndsTooSoonIsFound) {
   MemoryFiles memory;
   auto created = PstStore::Create(memory, u"x.pst", {.displayName = u"Short"});

@@ -54,7 +54,7 @@ struct NodeDatabaseTest : ::testing::Test {
   void CloseAndCheck() {
     ASSERT_OK(db->Close());
     Open(OpenMode::kRead);
-    EXPECT_THAT(Problems(*db, true), IsEmpty());
+    EXPECT_THAT(Problems(files, kPath, true), IsEmpty());
     EXPECT_EQ(files[kPath].size(), db->FileSize());
   }
 };
@@ -67,7 +67,7 @@ TEST_F(NodeDatabaseTest, NewFileIsCompleteAndAsSmallAsCanBe) {
   EXPECT_EQ(files.contents.size(), 1U);
   EXPECT_EQ(files[kPath].size(), kSmallestFile);
   EXPECT_EQ(Get(0x21), Pattern(100, 1));
-  EXPECT_THAT(Problems(*db, true), IsEmpty());
+  EXPECT_THAT(Problems(files, kPath, true), IsEmpty());
   const auto counters = db->NodeCounters();
   EXPECT_EQ(counters[2], 0x400U);
   EXPECT_EQ(counters[4], 0x10000U);
@@ -121,7 +121,7 @@ TEST_F(NodeDatabaseTest, DataOfEverySizeComesBackUnderEveryEncoding) {
       if (size > 1'000'000 && crypt != CryptMethod::kPermute) break;
       EXPECT_EQ(Get(nid += 0x20), Pattern(size, size)) << size;
     }
-    EXPECT_THAT(Problems(*db, true), IsEmpty());
+    EXPECT_THAT(Problems(files, kPath, true), IsEmpty());
   }
 }
 
@@ -234,7 +234,7 @@ TEST_F(NodeDatabaseTest, RandomSessionsAgreeWithAMap) {
         ASSERT_OK(db->Commit());
         Open();
         EXPECT_TRUE(db->openReport().mapsInvalid);
-        EXPECT_THAT(Problems(*db, false), IsEmpty());
+        EXPECT_THAT(Problems(files, kPath, false), IsEmpty());
         break;
       default:
         break;
@@ -285,7 +285,7 @@ TEST_F(NodeDatabaseTest, ManyShortSessionsDoNotLetTheFileGrow) {
     Open();
   }
   EXPECT_EQ(db->FileSize(), kSmallestFile);
-  EXPECT_THAT(Problems(*db, true), IsEmpty());
+  EXPECT_THAT(Problems(files, kPath, true), IsEmpty());
 }
 
 // Files too large to be examined: the maps of their old part are corrected, or, when they were not
@@ -317,7 +317,7 @@ TEST_F(NodeDatabaseTest, LargeFilesAreAddedToAtTheirEnd) {
     ASSERT_OK(db->Close());
     EXPECT_EQ(db->mapsWereRebuilt(), how != kClosed);
     Open(OpenMode::kRead);
-    EXPECT_THAT(Problems(*db, true), IsEmpty());
+    EXPECT_THAT(Problems(files, kPath, true), IsEmpty());
     EXPECT_EQ(files[kPath].size(), db->FileSize());
     EXPECT_EQ(Get(50 << 5 | 4), Pattern(15'000, 50));
     EXPECT_EQ(Get(51 << 5 | 4), Pattern(20'000, 51));
@@ -376,7 +376,11 @@ TEST_F(NodeDatabaseTest, OldPageMapsAreLeftAlone) {
     EXPECT_TRUE(same(208, 8)) << "cbPMapFree";
     EXPECT_TRUE(same(256, 128)) << "rgbFM";
     Open(OpenMode::kRead);
-    EXPECT_THAT(Problems(*db, false), IsEmpty());
+    // The pages set aside, and what was freed among them, look like leaks.
+    const std::string problems = Problems(files, kPath, false);
+    for (const char* code : {"space-unmarked", "space-overlap", "reference-count", "-crc"}) {
+      EXPECT_EQ(problems.find(code), problems.npos) << problems;
+    }
     EXPECT_EQ(Get(0x24), Pattern(5000, 7));
     EXPECT_EQ(db->DeleteNode(NodeId(0x24)).code(), StatusCode::kAccessDenied);
   }

@@ -39,6 +39,7 @@ class MemoryFiles : public platform::FileSystem {
   std::size_t failWrite = 0, failFlush = 0;  // the nth from now fails; 0: none
   std::uint64_t bytesRead = 0;
   std::uint64_t diskSize = UINT64_MAX;  // Allocate beyond it fails with kDiskFull
+  std::uint64_t readable = UINT64_MAX;  // what lies behind cannot be read
   std::map<std::u16string, int> locks;
 
   Bytes& operator[](const std::u16string& path) {
@@ -103,6 +104,9 @@ class MemoryFile : public platform::RandomAccessFile {
   }
 
   platform::Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) override {
+    if (offset + buffer.size() > _files.readable) {
+      return platform::Status(platform::StatusCode::kIoError, "bad sector");
+    }
     if (offset >= _bytes->size()) return std::size_t{0};
     const std::size_t count = std::min<std::size_t>(buffer.size(), _bytes->size() - offset);
     _files.bytesRead += count;

@@ -34,7 +34,7 @@ struct TreeTest : ::testing::Test {
     auto opened = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
     ASSERT_OK(opened);
     db = std::move(*opened);
-    ASSERT_THAT(Problems(*db, true), IsEmpty());
+    ASSERT_THAT(Problems(files, kPath, true), IsEmpty());
   }
   std::size_t BlocksInFile() {
     Inspection all;
