@@ -59,9 +59,9 @@ class Damage : public SessionTest {
     for (int i = 0; i < 50 && table->QueryRows(1, 0, rows.Put()) == S_OK && rows.size() == 1; ++i) {
       const SPropValue* id = FindColumn(rows[0], PR_ENTRYID);
       ComPointer<IMessage> message;
-      if (id != nullptr && Succeeded(folder.OpenEntry(
-                               id->Value.bin.cb, reinterpret_cast<ENTRYID*>(id->Value.bin.lpb),
-                               &IID_IMessage, 0, nullptr, message.PutUnknown()))) {
+      if (id != nullptr &&
+          Succeeded(folder.OpenEntry(id->Value.bin.cb, ToEntryId(id->Value.bin.lpb), &IID_IMessage,
+                                     0, nullptr, message.PutUnknown()))) {
         ReadMessage(*message);
       }
     }
@@ -79,8 +79,7 @@ class Damage : public SessionTest {
     ASSERT_EQ(session->GetMsgStoresTable(0, table.Put()), S_OK);
     const RowSet stores = ReadAllRows(*table);
     const SBinary id = FindColumn(stores[0], PR_ENTRYID)->Value.bin;
-    if (Failed(session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID*>(id.lpb), nullptr, 0,
-                                     store.Put()))) {
+    if (Failed(session->OpenMsgStore(0, id.cb, ToEntryId(id.lpb), nullptr, 0, store.Put()))) {
       return;
     }
     ReadProperties(*store);
@@ -94,8 +93,7 @@ class Damage : public SessionTest {
       const SPropValue* entry = FindColumn(row, PR_ENTRYID);
       ComPointer<IMAPIFolder> folder;
       if (entry != nullptr &&
-          Succeeded(root->OpenEntry(entry->Value.bin.cb,
-                                    reinterpret_cast<ENTRYID*>(entry->Value.bin.lpb),
+          Succeeded(root->OpenEntry(entry->Value.bin.cb, ToEntryId(entry->Value.bin.lpb),
                                     &IID_IMAPIFolder, 0, nullptr, folder.PutUnknown()))) {
         ReadFolder(*folder);
       }
@@ -140,13 +138,8 @@ TEST_F(Damage, IsMetWithErrorsOnly) {
     Set(*message, TextValue(PR_SUBJECT_W, u"Re: subject"));
     WriteStream(*message, PR_BODY_W, BytesOf(std::u16string(m * 3000, u'b')));
     AddRecipient(*book, *message, u"Bob", u"bob@example.com", MAPI_TO);
-    ComPointer<IAttach> attach;
-    ULONG number = 0;
-    ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
-    ComPointer<IMessage> inner;
-    ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
-                                   inner.PutUnknown()),
-              S_OK);
+    const auto attach = NewAttachment(*message, NO_ATTACHMENT);
+    const auto inner = NewInner(*attach);
     Set(*inner, TextValue(PR_SUBJECT_W, u"inner"));
     ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
     ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);

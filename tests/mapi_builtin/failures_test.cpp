@@ -147,24 +147,16 @@ TEST_F(Failures, AFullFolderIsToldBeforeAMessageIsMade) {
 TEST_F(Failures, AnAttachmentWhoseMessageWasNotSavedDoesNotPromiseOne) {
   LogOn();
   const auto message = NewMessage(*top);
-  ComPointer<IAttach> attach;
   ULONG number = 0;
-  ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
-  ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)), S_OK);
-  {
-    ComPointer<IMessage> inner;
-    ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
-                                   inner.PutUnknown()),
-              S_OK);
-  }
+  auto attach = NewAttachment(*message, ATTACH_EMBEDDED_MSG, &number);
+  NewInner(*attach);
   ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
   ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);
   attach.Reset();
   ASSERT_EQ(message->OpenAttach(number, nullptr, 0, attach.Put()), S_OK);
   EXPECT_EQ(Get(*attach, PR_ATTACH_METHOD).number(), NO_ATTACHMENT);
   // One by value without data has an empty value: readers want it.
-  ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
-  ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)), S_OK);
+  attach = NewAttachment(*message, ATTACH_BY_VALUE);
   ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
   EXPECT_EQ(Get(*attach, PR_ATTACH_DATA_BIN).bytes(), "");
 }
@@ -174,9 +166,7 @@ TEST_F(Failures, LogOffClosesTheFileWhateverStillLives) {
   ASSERT_EQ(SaveOne(u"saved", 100'000), S_OK);
   auto message = NewMessage(*top);
   ASSERT_EQ(WriteStream(*message, PR_BODY_W, std::string(100'000, 'x')), S_OK);
-  ComPointer<IAttach> attach;
-  ULONG number = 0;
-  ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+  const auto attach = NewAttachment(*message, NO_ATTACHMENT);
   ComPointer<IStream> stream;
   ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_BIN, &IID_IStream, 0, MAPI_CREATE | MAPI_MODIFY,
                                  stream.PutUnknown()),
@@ -217,9 +207,8 @@ TEST_F(Failures, ASecondWriterIsToldThatTheFileIsLocked) {
   ASSERT_EQ(MAPILogonEx(0, ToTString(u"test.profile"), nullptr, kLogonFlags, other.Put()), S_OK);
   const Got id = Get(*store, PR_ENTRYID);
   ComPointer<IMsgStore> otherStore;
-  ASSERT_EQ(other->OpenMsgStore(0, id.value->Value.bin.cb,
-                                reinterpret_cast<ENTRYID*>(id.value->Value.bin.lpb), nullptr, 0x94,
-                                otherStore.Put()),
+  ASSERT_EQ(other->OpenMsgStore(0, id.value->Value.bin.cb, ToEntryId(id.value->Value.bin.lpb),
+                                nullptr, 0x94, otherStore.Put()),
             S_OK);
   EXPECT_EQ(files.locks[path], 0);  // reading takes no lock
   ASSERT_EQ(SaveOne(u"mine"), S_OK);
@@ -268,8 +257,7 @@ TEST_F(Failures, AFileThatVanishedIsReported) {
   ASSERT_EQ(session->GetMsgStoresTable(0, table.Put()), S_OK);
   const RowSet rows = ReadAllRows(*table);
   const SBinary id = FindColumn(rows[0], PR_ENTRYID)->Value.bin;
-  EXPECT_EQ(session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID*>(id.lpb), nullptr, 0x94,
-                                  store.Put()),
+  EXPECT_EQ(session->OpenMsgStore(0, id.cb, ToEntryId(id.lpb), nullptr, 0x94, store.Put()),
             MAPI_E_NOT_FOUND);
   EXPECT_EQ(Diagnostics().firstFailure.result, MAPI_E_NOT_FOUND);
 }

@@ -174,9 +174,8 @@ TEST_F(Profiles, AStoreOpensOnceInASession) {
   LogOn();
   const Got id = Get(*store, PR_ENTRYID);
   ComPointer<IMsgStore> second;
-  ASSERT_EQ(session->OpenMsgStore(0, id.value->Value.bin.cb,
-                                  reinterpret_cast<ENTRYID*>(id.value->Value.bin.lpb), nullptr, 0,
-                                  second.Put()),
+  ASSERT_EQ(session->OpenMsgStore(0, id.value->Value.bin.cb, ToEntryId(id.value->Value.bin.lpb),
+                                  nullptr, 0, second.Put()),
             S_OK);
   MakeFolder(*top, u"Seen by both");
   ComPointer<IMAPIFolder> root;

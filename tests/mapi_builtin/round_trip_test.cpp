@@ -37,10 +37,7 @@ class RoundTrip : public SessionTest {
     EXPECT_EQ(AddRecipient(*book, message, u"Dora", u"dora@example.com", MAPI_CC), S_OK);
   }
   void AddFile(IMessage& message, const char16_t* name, std::string_view data) {
-    ComPointer<IAttach> attach;
-    ULONG number = 0;
-    ASSERT_EQ(message.CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
-    EXPECT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)), S_OK);
+    const auto attach = NewAttachment(message, ATTACH_BY_VALUE);
     EXPECT_EQ(Set(*attach, TextValue(PR_ATTACH_LONG_FILENAME_W, name)), S_OK);
     EXPECT_EQ(WriteStream(*attach, PR_ATTACH_DATA_BIN, data), S_OK);
     EXPECT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
@@ -147,24 +144,16 @@ TEST_F(RoundTrip, ManyMessagesOfEveryKindAreSound) {
         ASSERT_EQ(AddRecipient(*book, *message, u"Bob", u"bob@example.com", 1 + r % 3), S_OK);
       }
       for (int a = 0; a < m % 3; ++a) {
-        ComPointer<IAttach> attach;
-        ULONG number = 0;
-        ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
-        if (a == 1) {
-          ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG)), S_OK);
-          ComPointer<IMessage> inner;
-          ASSERT_EQ(attach->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0,
-                                         MAPI_CREATE | MAPI_MODIFY, inner.PutUnknown()),
-                    S_OK);
-          ASSERT_EQ(Set(*inner, TextValue(PR_MESSAGE_CLASS_W, u"IPM.Note")), S_OK);
-          ASSERT_EQ(Set(*inner, TextValue(PR_SUBJECT_W, u"inner")), S_OK);
-          ASSERT_EQ(Set(*inner, LongValue(PR_MESSAGE_FLAGS, 1)), S_OK);
-          ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
-        } else {
-          ASSERT_EQ(Set(*attach, LongValue(PR_ATTACH_METHOD, ATTACH_BY_VALUE)), S_OK);
-          ASSERT_EQ(Set(*attach, TextValue(PR_ATTACH_LONG_FILENAME_W, u"файл.bin")), S_OK);
-          ASSERT_EQ(WriteStream(*attach, PR_ATTACH_DATA_BIN, std::string(m * 1000, 'x')), S_OK);
+        if (a != 1) {
+          AddFile(*message, u"файл.bin", std::string(m * 1000, 'x'));
+          continue;
         }
+        const auto attach = NewAttachment(*message, ATTACH_EMBEDDED_MSG);
+        const auto inner = NewInner(*attach);
+        ASSERT_EQ(Set(*inner, TextValue(PR_MESSAGE_CLASS_W, u"IPM.Note")), S_OK);
+        ASSERT_EQ(Set(*inner, TextValue(PR_SUBJECT_W, u"inner")), S_OK);
+        ASSERT_EQ(Set(*inner, LongValue(PR_MESSAGE_FLAGS, 1)), S_OK);
+        ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
         ASSERT_EQ(attach->SaveChanges(FORCE_SAVE), S_OK);
       }
       ASSERT_EQ(message->SaveChanges(FORCE_SAVE), S_OK);

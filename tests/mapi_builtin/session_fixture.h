@@ -59,6 +59,8 @@ inline SPropValue TimeValue(ULONG tag, std::uint64_t ticks) {
   return value;
 }
 
+inline ENTRYID* ToEntryId(BYTE* bytes) { return reinterpret_cast<ENTRYID*>(bytes); }
+
 // One property of an object, as returned.
 struct Got {
   HRESULT result = 0;
@@ -212,16 +214,14 @@ class SessionTest : public ::testing::Test {
     const RowSet rows = ReadAllRows(*table);
     ASSERT_GE(rows.size(), 1u);
     const SBinary id = FindColumn(rows[0], PR_ENTRYID)->Value.bin;
-    ASSERT_EQ(session->OpenMsgStore(0, id.cb, reinterpret_cast<ENTRYID*>(id.lpb), nullptr,
-                                    storeFlags, store.Put()),
+    ASSERT_EQ(session->OpenMsgStore(0, id.cb, ToEntryId(id.lpb), nullptr, storeFlags, store.Put()),
               S_OK)
         << LastFailure().text;
     const Got subtree = mapi::Get(*store, PR_IPM_SUBTREE_ENTRYID);
     ASSERT_TRUE(subtree.ok());
     ULONG type = 0;
-    ASSERT_EQ(store->OpenEntry(subtree.value->Value.bin.cb,
-                               reinterpret_cast<ENTRYID*>(subtree.value->Value.bin.lpb), nullptr,
-                               MAPI_BEST_ACCESS, &type, top.PutUnknown()),
+    ASSERT_EQ(store->OpenEntry(subtree.value->Value.bin.cb, ToEntryId(subtree.value->Value.bin.lpb),
+                               nullptr, MAPI_BEST_ACCESS, &type, top.PutUnknown()),
               S_OK);
     ASSERT_EQ(type, MAPI_FOLDER);
   }
@@ -254,6 +254,24 @@ class SessionTest : public ::testing::Test {
     EXPECT_EQ(folder.CreateMessage(nullptr, flags, message.Put()), S_OK) << LastFailure().text;
     return message;
   }
+  static ComPointer<IAttach> NewAttachment(IMessage& message, ULONG method,
+                                           ULONG* number = nullptr) {
+    ComPointer<IAttach> attach;
+    ULONG unread = 0;
+    EXPECT_EQ(message.CreateAttach(nullptr, 0, number ? number : &unread, attach.Put()), S_OK);
+    if (method != NO_ATTACHMENT) {
+      EXPECT_EQ(mapi::Set(*attach, LongValue(PR_ATTACH_METHOD, method)), S_OK);
+    }
+    return attach;
+  }
+  // The message inside, new.
+  static ComPointer<IMessage> NewInner(IAttach& attach) {
+    ComPointer<IMessage> inner;
+    EXPECT_EQ(attach.OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                                  inner.PutUnknown()),
+              S_OK);
+    return inner;
+  }
   // The messages of a folder, opened one by one through its contents table.
   static std::vector<ComPointer<IMessage>> MessagesOf(IMAPIFolder& folder, ULONG access = 0,
                                                       ULONG tableFlags = 0) {
@@ -262,8 +280,8 @@ class SessionTest : public ::testing::Test {
     std::vector<ComPointer<IMessage>> messages;
     for (const SRow& row : ReadAllRows(*table)) {
       const SBinary id = FindColumn(row, PR_ENTRYID)->Value.bin;
-      EXPECT_EQ(folder.OpenEntry(id.cb, reinterpret_cast<ENTRYID*>(id.lpb), &IID_IMessage, access,
-                                 nullptr, messages.emplace_back().PutUnknown()),
+      EXPECT_EQ(folder.OpenEntry(id.cb, ToEntryId(id.lpb), &IID_IMessage, access, nullptr,
+                                 messages.emplace_back().PutUnknown()),
                 S_OK)
           << LastFailure().text;
     }

@@ -186,9 +186,8 @@ TEST_F(Tables, RecipientsAreModifiedByTheRules) {
 TEST_F(Tables, AttachmentsComeWithTheirSaves) {
   auto message = NewMessage(*top);
   const auto make = [&](const char16_t* name, bool save) {
-    ComPointer<IAttach> attach;
     ULONG number = 99;
-    EXPECT_EQ(message->CreateAttach(nullptr, 0, &number, attach.Put()), S_OK);
+    const auto attach = NewAttachment(*message, NO_ATTACHMENT, &number);
     EXPECT_EQ(Get(*attach, PR_ATTACH_METHOD).number(), NO_ATTACHMENT);
     EXPECT_EQ(Get(*attach, PR_RENDERING_POSITION).number(), 0xFFFFFFFFu);
     EXPECT_EQ(Set(*attach, TextValue(PR_ATTACH_LONG_FILENAME_W, name)), S_OK);
@@ -252,10 +251,9 @@ TEST_F(Tables, MessagesAreDeleted) {
   EXPECT_EQ(Get(*MessagesOf(*top).at(0), PR_SUBJECT_W).text(), u"b");
   ULONG type = 0;
   ComPointer<IUnknown> object;
-  EXPECT_EQ(
-      store->OpenEntry(id.value->Value.bin.cb, reinterpret_cast<ENTRYID*>(id.value->Value.bin.lpb),
-                       nullptr, 0, &type, object.Put()),
-      MAPI_E_NOT_FOUND);
+  EXPECT_EQ(store->OpenEntry(id.value->Value.bin.cb, ToEntryId(id.value->Value.bin.lpb), nullptr, 0,
+                             &type, object.Put()),
+            MAPI_E_NOT_FOUND);
 }
 
 TEST_F(Tables, EntryIdsOfNoUse) {

@@ -274,14 +274,6 @@ void TouchEverything(std::string_view text) {
   }
 }
 
-TEST(Recovery, EveryTruncationIsRead) {
-  const std::string text = Sample();
-  for (std::size_t size = 0; size <= text.size(); ++size) {
-    TouchEverything(text.substr(0, size));
-    TouchEverything(text.substr(size));
-  }
-}
-
 // Damage to one byte: nothing may crash, and untouched text still comes back byte for byte.
 TEST(Recovery, EveryDamagedByteIsRead) {
   std::string text = Sample();

@@ -249,25 +249,6 @@ TEST_F(HeaderTest, WrongFileSizeIsPutRightByTheNextWriter) {
   }
 }
 
-TEST_F(HeaderTest, UnclosedFileGetsTrueMapsAgain) {
-  {
-    auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
-    ASSERT_OK(db);
-    ASSERT_OK((*db)->PutNode({NodeId(0x41), *(*db)->WriteBlock(Pattern(99, 1)), {}, {}}));
-    ASSERT_OK((*db)->Commit());
-  }
-  auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
-  ASSERT_OK(db);
-  EXPECT_TRUE((*db)->openReport().mapsInvalid);
-  EXPECT_FALSE((*db)->mapsWereRebuilt());
-  ASSERT_OK((*db)->PutNode({NodeId(0x61), {}, {}, {}}));
-  ASSERT_OK((*db)->Close());
-  EXPECT_TRUE((*db)->mapsWereRebuilt());
-  auto again = NodeDatabase::Open(files, kFile, OpenMode::kRead);
-  ASSERT_OK(again);
-  EXPECT_THAT(Problems(files, kFile, true), IsEmpty());
-}
-
 TEST_F(HeaderTest, DamagedFilesNeverDoWorseThanAnError) {
   {
     auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);

@@ -111,22 +111,6 @@ TEST_F(StoreDamage, OpeningCostsAFewPages) {
   EXPECT_LE(costs[1], costs[0] + 4 * 512) << "at most a page more for each tree that grew";
 }
 
-TEST_F(StoreDamage, FlippedBytesAreSurvived) {
-  std::mt19937 random(2);
-  std::size_t opened = 0;
-  constexpr int kRounds = 200;
-  for (int round = 0; round < kRounds; ++round) {
-    memory[kPath] = pristine;
-    const std::size_t flips = 1 + random() % 4;
-    for (std::size_t i = 0; i < flips; ++i) {
-      memory[kPath][0x4400 + random() % (pristine.size() - 0x4400)] ^=
-          static_cast<std::byte>(1 + random() % 255);
-    }
-    opened += Use(round % 4 == 0) ? 1 : 0;
-  }
-  EXPECT_GT(opened, kRounds / 4u);
-}
-
 // Damage below the check sums: the blocks of heaps and tables hold nonsense that is whole.
 TEST_F(StoreDamage, NonsenseInHeapsIsSurvived) {
   std::mt19937 random(3);
