@@ -196,10 +196,55 @@ std::int32_t TakeZone(Cursor* text, int* hour) {
   return ReadOffset(OffsetOfWord(word, *text));
 }
 
+constexpr std::string_view kStandardWeekdays = "SunMonTueWedThuFriSat";
+constexpr std::string_view kStandardMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+
+// The number that so many digits make; -1 when one is none.
+int ReadDigits(const char* digits, int count) {
+  int number = 0;
+  for (int i = 0; i < count; ++i) {
+    if (!IsDigit(digits[i])) return -1;
+    number = number * 10 + (digits[i] - '0');
+  }
+  return number;
+}
+
 }  // namespace
+
+bool ReadStandardDate(std::string_view text, StandardDate& date) {
+  constexpr std::size_t kDay = 5;
+  constexpr std::string_view kBehindDay = " Mmm YYYY HH:MM:SS +ZZZZ";
+  const int dayDigits = text.size() > kDay + 1 && text[kDay + 1] != ' ' ? 2 : 1;
+  const std::size_t behindDay = kDay + static_cast<std::size_t>(dayDigits);
+  const std::size_t end = behindDay + kBehindDay.size();
+  if (text.size() < end || (text.size() > end && text[end] != ' ')) return false;
+  const char* rest = text.data() + behindDay;
+  for (const std::size_t at : {0, 4, 9, 12, 15, 18}) {
+    if (rest[at] != kBehindDay[at]) return false;
+  }
+  if (text[3] != ',' || text[4] != ' ' || IndexOf(text, kStandardWeekdays) < 0) return false;
+  date.day = ReadDigits(text.data() + kDay, dayDigits);
+  date.month = IndexOf({rest + 1, 3}, kStandardMonths);
+  date.year = ReadDigits(rest + 5, 4);
+  date.hour = ReadDigits(rest + 10, 2);
+  date.minute = ReadDigits(rest + 13, 2);
+  date.second = ReadDigits(rest + 16, 2);
+  date.zone = {rest + 19, 5};
+  return date.day >= 1 && date.day <= 31 && date.month >= 0 && date.year >= 1900 &&
+         date.hour >= 0 && date.hour < 24 && date.minute >= 0 && date.minute < 60 &&
+         date.second >= 0 && date.second < 60 && (rest[19] == '+' || rest[19] == '-') &&
+         ReadDigits(rest + 20, 4) >= 0;
+}
 
 bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
   out->Clear();
+  StandardDate date;
+  if (ReadStandardDate(text, date)) {
+    std::string_view zone = date.zone;
+    if (zone.front() == '+') zone.remove_prefix(1);
+    Set(date, ReadOffset(zone), out);
+    return true;
+  }
   std::string cleaned;
   if (!text.empty() && text[0] == '"') {
     std::copy_if(text.begin(), text.end(), std::back_inserter(cleaned),
@@ -232,11 +277,16 @@ bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
   const std::int32_t offset = TakeZone(&cursor, &hour);
   // 24:00 and leap seconds carry over, as does a day that its month does not have.
   if (day < 1 || day > 31 || hour > 24 || minute > 59 || second > 60) return false;
-  const std::int64_t days = platform::DaysFromCivil(year, static_cast<unsigned>(month) + 1, 1);
-  out->_seconds = (days + day - 1) * 86400 + hour * 3600 + minute * 60 + second;
+  Set({year, month, day, hour, minute, second, {}}, offset, out);
+  return true;
+}
+
+void DateParser::Set(const StandardDate& date, std::int32_t offset, DateValue* out) {
+  const auto month = static_cast<unsigned>(date.month) + 1;
+  const std::int64_t days = platform::DaysFromCivil(date.year, month, 1) + date.day - 1;
+  out->_seconds = days * 86400 + date.hour * 3600 + date.minute * 60 + date.second;
   out->_offset = offset;
   out->_valid = true;
-  return true;
 }
 
 }  // namespace Tessary

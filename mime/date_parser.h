@@ -47,6 +47,20 @@ class DateValue {
   std::int32_t _offset = 0;   // of that wall clock, in seconds east of UTC
 };
 
+// A date as the standard has it, "Thu, 22 Aug 2002 18:26:25 +0700", the day in one digit or two.
+struct StandardDate {
+  int year = 0;   // from 1900 on
+  int month = 0;  // from 0
+  int day = 0;    // 1 to 31, whatever the month
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+  std::string_view zone;  // sign and four digits
+};
+// Reads one at the start of the text, which ends there or goes on with a space. False for all other
+// forms, and for numbers that no clock shows.
+bool ReadStandardDate(std::string_view text, StandardDate& date);
+
 class DateParser {
  public:
   // The tolerant reader of RFC 822 dates; hands over to ParseIso8601 for YYYY-MM-DDT... Text behind
@@ -56,6 +70,9 @@ class DateParser {
   // All of ISO 8601's complete dates: calendar, ordinal and week dates in basic and extended form,
   // alone or with a time; decimal fractions of the last unit; "Z" or an offset (UTC without one).
   static bool ParseIso8601(std::string_view text, DateValue* out);
+
+ private:
+  static void Set(const StandardDate& date, std::int32_t offset, DateValue* out);
 };
 
 }  // namespace Tessary

@@ -78,6 +78,7 @@ bool DateValue::GetAsRfc822(bool local, std::string& out) const {
     zoneLength = 5;
   }
   std::memcpy(text + length, zone, zoneLength);
+  out.reserve(length + 8);  // for a zone in place of this one
   out.assign(text, length + zoneLength);
   return true;
 }

@@ -51,10 +51,7 @@ bool IsBlank(std::string_view text) {
 }  // namespace
 
 EmailStructure::EmailStructure(const Email2& root) : _root(root) {
-  if (IsNothingButText(root)) {
-    _alternatives.push_back(&root);
-    return;
-  }
+  if (IsNothingButText(root)) return;
   CollectAlternatives(root);
   if (root.IsAttachment(nullptr)) {
     _attachments.push_back(&root);

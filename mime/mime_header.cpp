@@ -195,11 +195,14 @@ void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text
     text.append(run, static_cast<std::size_t>(runEnd - run));
     run = runEnd;
   };
+  const auto is = [](const MimeField& line, std::string_view name) {
+    return EqualsIgnoreAsciiCase(line.Name(), name);
+  };
   for (std::size_t i = 0; i < _lines.size(); ++i) {
-    MimeField line = _lines[i];
+    const MimeField& line = _lines[i];
     std::size_t index = changes.size();
     if ((NameBit(line._key) & names) != 0 && line.IsField()) {
-      for (index = 0; index < changes.size() && !line.NameIs(changes[index].name);) ++index;
+      for (index = 0; index < changes.size() && !is(line, changes[index].name);) ++index;
     }
     if (index == changes.size()) {
       if (line._raw != runEnd) {
@@ -208,14 +211,15 @@ void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text
         runCopy = text.data() + text.size();
       }
       runEnd = line._raw + line._length;
-      line._raw = runCopy + (line._raw - run);
+      if (kept < i) _lines[kept] = line;
+      _lines[kept]._raw = runCopy + (_lines[kept]._raw - run);
       if (*(runEnd - 1) != '\n') {
         copyRun();
         text.append("\r\n");
-        line._length += 2;
+        _lines[kept]._length += 2;
         runEnd = run = nullptr;
       }
-      _lines[kept++] = line;
+      ++kept;
       continue;
     }
     if ((done >> index & 1) != 0) continue;

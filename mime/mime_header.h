@@ -41,7 +41,7 @@ class MimeField {
            parvane::platform::EqualsIgnoreAsciiCase(Name(), name);
   }
   // Equal for names that differ in case only, and for few others; 0 for no name.
-  static std::uint32_t KeyOf(std::string_view name) {
+  static constexpr std::uint32_t KeyOf(std::string_view name) {
     if (name.empty()) return 0;
     const auto letter = [&](std::size_t at) {
       return static_cast<std::uint32_t>(static_cast<unsigned char>(name[at]) | 0x20);
@@ -109,6 +109,23 @@ class MimeHeader {
     }
   }
 
+  // The same for several names in one pass: `take` gets the place of the name among them, too.
+  template <std::size_t Count, typename Take>
+  void ForEach(const std::array<std::string_view, Count>& names, Take take) const {
+    std::array<std::uint32_t, Count> keys;
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < Count; ++i) {
+      keys[i] = MimeField::KeyOf(names[i]);
+      bits |= NameBit(keys[i]);
+    }
+    for (const MimeField& line : _lines) {
+      if ((bits & NameBit(line._key)) == 0) continue;
+      for (std::size_t i = 0; i < Count; ++i) {
+        if (line.NameIs(names[i], keys[i])) take(i, line);
+      }
+    }
+  }
+
   // Replaces the first field of that name and removes the others; appends when there is none.
   void Set(std::string_view name, std::string_view value);
   // Set for several fields at once, all of them there and each named once. The whole header is
@@ -124,8 +141,10 @@ class MimeHeader {
  private:
   // Names that may be alike have the same slot, each with a bit: a name whose bit is clear is not
   // there.
-  static std::uint32_t NameSlot(std::uint32_t key) { return key * 0x9E3779B1U >> 26; }
-  static std::uint64_t NameBit(std::uint32_t key) { return std::uint64_t{1} << NameSlot(key); }
+  static constexpr std::uint32_t NameSlot(std::uint32_t key) { return key * 0x9E3779B1U >> 26; }
+  static constexpr std::uint64_t NameBit(std::uint32_t key) {
+    return std::uint64_t{1} << NameSlot(key);
+  }
   void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart);
   // After a change of the lines' places.
   void ForgetPlaces() {

@@ -159,6 +159,18 @@ struct LooseDate {
     }
   }
 
+  // What TakeAll finds in a date of that form; whatever stands behind it adds nothing.
+  void TakeStandard(const Tessary::StandardDate& date) {
+    time.tm_year = date.year - 1900;
+    time.tm_mon = date.month;
+    time.tm_mday = date.day;
+    time.tm_hour = date.hour;
+    time.tm_min = date.minute;
+    time.tm_sec = date.second;
+    zone = date.zone;
+    hasWeekday = hasMonth = hasDay = hasYear = hasTime = hasZone = true;
+  }
+
   void TakeAll(std::string_view text) {
     // Folded headers may bring tabs, which separate like spaces.
     const auto separates = [](char c) { return c == ' ' || c == ',' || c == '\t'; };
@@ -224,7 +236,12 @@ bool RewriteDate(std::string_view dateText, std::string& fixed) {
   using QuelmarMIMEEngineCommon::LooseDate;
   dateText = dateText.substr(0, QuelmarMIMEEngineCommon::kMaximumDateLength);
   LooseDate date;
-  date.TakeAll(dateText);
+  Tessary::StandardDate standard;
+  if (Tessary::ReadStandardDate(dateText, standard)) {
+    date.TakeStandard(standard);
+  } else {
+    date.TakeAll(dateText);
+  }
   // Separators of looser forms, given up one by one until day, month and year are found. What was
   // found of weekday, time and zone stays found.
   static constexpr std::array<char, 3> kReplaced = {'-', '/', '+'};

@@ -152,10 +152,9 @@ class FieldChanges {
 // What FixMailBox does, for all address headers.
 void FixMailBoxes(const MimeMessage2& entity, FieldChanges& changes) {
   std::array<FieldList, kMailBoxHeaders.size()> lists;
-  for (std::size_t i = 0; i < lists.size(); ++i) {
-    entity.header().ForEach(kMailBoxHeaders[i],
-                            [&](const MimeField& field) { lists[i].Add(field, entity); });
-  }
+  entity.header().ForEach(kMailBoxHeaders, [&](std::size_t list, const MimeField& field) {
+    lists[list].Add(field, entity);
+  });
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (lists[i].empty()) continue;
     changes.Add(kMailBoxHeaders[i], [&](std::string& out) { lists[i].AppendRewritten(out); });

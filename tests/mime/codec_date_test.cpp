@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "mime/date_parser.h"
+#include "platform/text.h"
 #include "tests/support/time_zone.h"
 
 namespace Tessary {
@@ -48,6 +49,21 @@ TEST(DateParser, ReadsTheFormsOfOldMailboxes) {
       {"1 Jan 2000 00:00:05.250 +0100", "Fri, 31 Dec 1999 23:00:05 GMT"},
   };
   for (const Case& c : kCases) EXPECT_EQ(Read(c.input), c.utc) << c.input;
+}
+
+// Text in lower case is not the standard's and goes the long way.
+TEST(DateParser, ReadsTheStandardFormLikeAnyOther) {
+  for (const char* text :
+       {"Thu, 22 Aug 2002 18:26:25 +0700", "Fri, 2 Aug 2002 00:00:59 -1200 (PST)",
+        "Sat, 31 Feb 2004 23:59:59 +0000", "Mon, 0 Jan 2001 10:00:00 +0100",
+        "Mon, 32 Jan 2001 10:00:00 +0100", "Sun, 01 Jan 1899 10:00:00 +0100",
+        "Sun, 01 Jan 1900 24:00:00 +0100", "Sun, 01 Jan 9999 23:60:00 -0100",
+        "Sun, 01 Jan 2000 23:00:60 +2700", "Sun, 01 Jan 2000 23:00:00 -9999",
+        "Sun, 01 Jan 2000 23:00:00 +0130x", "Sun, 01 Jan 2000 23:00:00 +013",
+        "Sun,  1 Jan 2000 23:00:00 +0100", "Xyz, 01 Jan 2000 23:00:00 +0100",
+        "Sun, 01 Xyz 2000 23:00:00 +0100", "Sun, 01 Jan 2000 23:00:00 *0100"}) {
+    EXPECT_EQ(Read(text), Read(platform::ToLowerAscii(text))) << text;
+  }
 }
 
 TEST(DateParser, ReadsZones) {

@@ -13,6 +13,7 @@
 #include "mime/ts_email.h"
 #include "mime/ts_mime.h"
 #include "mime/ts_string.h"
+#include "platform/text.h"
 #include "platform/time.h"
 #include "sources/header_repair.h"
 
@@ -34,6 +35,18 @@ std::string Fixed(std::string_view date) {
   TsString text = Narrow(date);
   if (!DateTimeUtilities::TryFixTimeStr(text)) return "refused, " + std::string(text.viewUtf8());
   return std::string(text.viewUtf8());
+}
+
+// Text in lower case is not the standard's and goes the long way.
+TEST(DateRepair, TakesTheStandardFormLikeAnyOther) {
+  for (const char* text :
+       {"Thu, 22 Aug 2002 18:26:25 +0700", "Fri, 2 Aug 2002 00:00:59 -1200 (PST) 2003",
+        "Mon, 31 Feb 2004 23:59:59 +9999", "Mon, 0 Jan 2001 10:00:00 +0100",
+        "Sun, 01 Jan 1899 10:00:00 +0100", "Sun, 01 Jan 2000 23:59:60 +0100",
+        "Sun, 01 Jan 2000 23:00:00 +0130x"}) {
+    EXPECT_EQ(parvane::platform::ToLowerAscii(Fixed(text)),
+              parvane::platform::ToLowerAscii(Fixed(parvane::platform::ToLowerAscii(text))));
+  }
 }
 
 // What a date without a zone becomes here and now: the same local time with the local offset.
