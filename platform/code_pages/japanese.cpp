@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <array>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/code_pages/base_pages.h"
@@ -27,16 +30,32 @@ constexpr unsigned kCells = 94;
 const std::array<char16_t, kCells * kCells>& JisTable() {
   static const auto kTable = [] {
     std::array<char16_t, kCells * kCells> table{};
+    std::string bytes;
+    std::u16string characters;
+    const auto decode = [&](std::string_view part) {
+      characters.clear();
+      DecodeBase(BasePage::kShiftJis, part, characters);
+      return characters.size();
+    };
     for (unsigned row = 0; row < kCells; ++row) {
+      bytes.clear();
       for (unsigned cell = 0; cell < kCells; ++cell) {
         // Shift-JIS puts two rows under each lead byte and leaves out 0x7F.
         const unsigned lead = row / 2 + (row < 62 ? 0x81 : 0xC1);
         const unsigned trail =
             row % 2 == 1 ? cell + 0x9F : cell + kFirstCell + (cell < 63 ? 0x1F : 0x20);
-        const char bytes[] = {static_cast<char>(lead), static_cast<char>(trail)};
-        std::u16string character;
-        DecodeBase(BasePage::kShiftJis, {bytes, 2}, character);
-        table[row * kCells + cell] = character.size() == 1 ? character[0] : u'\uFFFD';
+        bytes += static_cast<char>(lead);
+        bytes += static_cast<char>(trail);
+      }
+      // A row at a time, unless something in it is not one character.
+      char16_t* out = table.data() + row * kCells;
+      if (decode(bytes) == kCells) {
+        std::copy(characters.begin(), characters.end(), out);
+        continue;
+      }
+      for (std::size_t cell = 0; cell < kCells; ++cell) {
+        const bool single = decode(std::string_view(bytes).substr(2 * cell, 2)) == 1;
+        out[cell] = single ? characters[0] : u'\uFFFD';
       }
     }
     return table;
