@@ -79,7 +79,7 @@ bool ClsEmail::Run(const char* operation, Work work) {
   const std::lock_guard<std::mutex> lock(_criticalSection);
   _log.Begin(operation);
   bool success = false;
-  if (_message == nullptr) {
+  if (!_message) {
     _log.Say("No internal email object");
   } else {
     success = work();
@@ -119,7 +119,7 @@ bool ClsEmail::SetFromEntity(std::shared_ptr<MimeMessage2> entity) {
 }
 
 void ClsEmail::SetMessage(std::shared_ptr<const MimeMessage2> entity) {
-  _message = std::make_unique<Message>(std::move(entity));
+  _message.emplace(std::move(entity));
   _message->charset = FirstCharset(_message->root);
 }
 
@@ -221,7 +221,7 @@ const MimeField* ClsEmail::FindField(std::string_view name) {
 
 ClsEmail::Fields::Fields(ClsEmail& email) : _email(email), _lock(email._criticalSection) {
   email._log.Begin("GetHeaderField");
-  if (email._message != nullptr) return;
+  if (email._message) return;
   email._log.Say("No internal email object");
   _success = false;
 }
@@ -229,7 +229,7 @@ ClsEmail::Fields::Fields(ClsEmail& email) : _email(email), _lock(email._critical
 ClsEmail::Fields::~Fields() { _email._log.End(_success); }
 
 bool ClsEmail::Fields::View(std::string_view name, std::string& scratch, std::string_view& out) {
-  if (_email._message == nullptr) return false;
+  if (!_email._message) return false;
   name = Trim(name);
   const MimeField* field = _email.FindField(name);
   if (field == nullptr) return _success = false;
@@ -250,7 +250,7 @@ bool ClsEmail::Fields::Append(std::string_view name, std::u16string& out) {
 }
 
 void ClsEmail::Fields::AppendFrom(std::u16string& out) {
-  if (_email._message != nullptr) _email.AppendFromTo(out);
+  if (_email._message) _email.AppendFromTo(out);
 }
 
 bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {

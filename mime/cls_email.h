@@ -66,7 +66,7 @@ class ClsEmail {
   // The bytes of Header, and the same with a NUL behind them where there is one, else null.
   ByteSlice HeaderBytes() const { return _message->root.entity().headerSlice(); }
   const char* TerminatedHeader() const {
-    return _message == nullptr ? nullptr : _message->root.entity().terminatedHeader();
+    return !_message ? nullptr : _message->root.entity().terminatedHeader();
   }
   int RecipientCount(const char* operation, List list);
   bool Recipient(const char* operation, List list, MailBoxPart part, int index, ClsString& out);
@@ -136,7 +136,7 @@ class ClsEmail {
 
   std::mutex _criticalSection;
   parvane::mime::OperationLog _log;
-  std::unique_ptr<Message> _message;
+  std::optional<Message> _message;
   int _depth = 0;
 };
 

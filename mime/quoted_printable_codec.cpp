@@ -155,7 +155,6 @@ void QuotedPrintableDecoder::Finish(std::string& out) {
 
 std::string DecodeQuotedPrintable(std::string_view encoded) {
   std::string out;
-  out.reserve(encoded.size());
   QuotedPrintableDecoder decoder;
   decoder.Append(encoded, out);
   decoder.Finish(out);

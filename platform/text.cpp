@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
+#include <cstring>
 
 #include "platform/code_page.h"
 #include "platform/simd/ascii.h"
@@ -18,6 +20,31 @@ constexpr char16_t kReplacement = 0xFFFD;
 constexpr std::size_t kChunk = 4096;
 
 std::atomic<unsigned> g_ansiCodePage{0};
+
+template <typename Word>
+bool SameWord(const char* a, const char* b) {
+  Word x;
+  Word y;
+  std::memcpy(&x, a, sizeof x);
+  std::memcpy(&y, b, sizeof y);
+  return x == y;
+}
+
+// For names, which are too short for a call that compares any number of bytes. The last word
+// overlaps the one before it.
+bool SameBytes(const char* a, const char* b, std::size_t size) {
+  if (size > 16) return std::memcmp(a, b, size) == 0;
+  if (size >= 8) {
+    return SameWord<std::uint64_t>(a, b) && SameWord<std::uint64_t>(a + size - 8, b + size - 8);
+  }
+  if (size >= 4) {
+    return SameWord<std::uint32_t>(a, b) && SameWord<std::uint32_t>(a + size - 4, b + size - 4);
+  }
+  for (std::size_t i = 0; i < size; ++i) {
+    if (a[i] != b[i]) return false;
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -193,8 +220,9 @@ bool IsWhiteSpace(char16_t unit) {
 bool EqualsIgnoreAsciiCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   // Nearly always the case is the same, too.
-  return a == b || std::equal(a.begin(), a.end(), b.begin(),
-                              [](char x, char y) { return AsciiToLower(x) == AsciiToLower(y); });
+  return SameBytes(a.data(), b.data(), a.size()) ||
+         std::equal(a.begin(), a.end(), b.begin(),
+                    [](char x, char y) { return AsciiToLower(x) == AsciiToLower(y); });
 }
 
 bool StartsWithIgnoreAsciiCase(std::string_view text, std::string_view prefix) {
