@@ -2,9 +2,9 @@
 # see CMakePresets.json.
 #
 #   make convert   build the program, turn the mailbox in examples/ into build/example.pst, list it
-#   make test      build everything and run all tests
+#   make test      build everything and run all tests, those of the Windows program under Wine too
 #   make windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
-#   make test-windows   build it and its tests, and run them under Wine (after make test)
+#   make test-windows   the tests of the Windows program alone (after make test)
 #   make bench     whole-conversion benchmark (see docs/benchmarks.md)
 #   make bench-scale   a million messages, thousands of folders, gigabytes; takes 16 GB of disk
 #   make format    let clang-format rewrite the sources
@@ -31,6 +31,9 @@ test:
 	@cmake --preset $(PRESET)
 	@cmake --build $(BUILD)
 	@ctest --test-dir $(BUILD) --output-on-failure
+ifeq ($(PRESET),release)
+	@tools/test_windows.sh
+endif
 
 test-windows:
 	@tools/test_windows.sh

@@ -23,4 +23,7 @@ fi
 
 cmake --preset windows-cross
 cmake --build build/windows-cross
+# The tests end it themselves, unless they are cut short.
+trap 'tools/wine.sh "$PWD/build/windows-cross/wine" --stop' EXIT
+trap 'exit 130' INT TERM
 ctest --test-dir build/windows-cross --output-on-failure -j2

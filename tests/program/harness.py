@@ -28,6 +28,12 @@ CHECKER = SHARED / 'tools' / 'pstcheck.py'
 TIME_LIMIT = 600
 
 
+def linux(test):
+    """Leaves a test to Linux: it needs what only Linux has, or keeps the readers busy for long and
+    would prove nothing more elsewhere."""
+    return None if WINDOWS else test
+
+
 def shown(argument):
     """A path as the program under test is given it and names it; anything else as it is."""
     if WINDOWS and isinstance(argument, pathlib.PurePath) and argument.is_absolute():

@@ -3,7 +3,7 @@ import shutil
 import unittest
 
 import mailboxes
-from harness import PstTest, Run
+from harness import PstTest, Run, linux
 
 
 class GeneratedMailboxes(PstTest):
@@ -28,9 +28,11 @@ class GeneratedMailboxes(PstTest):
     def test_carriage_returns_and_no_last_line_end(self):
         self.convert_one('crlf', mailboxes.many(5).replace(b'\n', b'\r\n').rstrip(), 5)
 
+    @linux
     def test_20000_messages_in_one_folder(self):
         self.convert_one('many', mailboxes.many(20_000), 20_000)
 
+    @linux
     def test_body_of_30_megabytes(self):
         pst = self.convert_one('large', mailboxes.large_body(30_000_000), 1)
         self.assertGreater(pst.stat().st_size, 30_000_000)
@@ -79,6 +81,7 @@ class GeneratedTrees(PstTest):
                          expected)
         self.assert_readers_agree(pst, sum(tree.values()), expected)
 
+    @linux
     def test_300_folders_side_by_side(self):
         self.convert_tree({f'folder {i:03d}': i % 3 for i in range(300)})
 

@@ -1,8 +1,8 @@
 """parvane --mapi outlook under Wine: the engine reaches a mail program's library through the system's
 mapi32.dll, as it would reach Outlook's. Here that library is parvanemapi.dll.
 
-Besides what harness.py wants: WINE, PARVANE_EXE (the program itself), PARVANE_PROVIDER (parvanemapi.dll), PARVANE_REFUSING_PROVIDER (a
-library whose log-on waits for a file and then fails).
+Besides what harness.py wants: WINEPREFIX, PARVANE_PROVIDER (parvanemapi.dll),
+PARVANE_REFUSING_PROVIDER (a library whose log-on waits for a file and then fails).
 """
 import json
 import os
@@ -12,66 +12,28 @@ import shutil
 import struct
 import subprocess
 import sys
-import tempfile
 import time
 
 import harness
-from harness import Run
+from harness import Run, shown
 
-WINE = os.environ['WINE']
-PARVANE_EXE = pathlib.Path(os.environ['PARVANE_EXE'])
+TOP = pathlib.Path(__file__).resolve().parents[2]
 PROVIDER = pathlib.Path(os.environ['PARVANE_PROVIDER'])
 REFUSING = pathlib.Path(os.environ['PARVANE_REFUSING_PROVIDER'])
-EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / 'examples' / 'mail'
+EXAMPLES = TOP / 'examples' / 'mail'
 CLIENTS = r'HKEY_LOCAL_MACHINE\Software\Clients\Mail'
 NO_OUTLOOK = ('It seems that either Outlook is not installed or it is not set as default email '
               'client on your machine. Please contact')
 
 
-def windows_path(path):
-    return 'Z:' + str(path).replace('/', '\\')
-
-
 class OutlookTest(harness.PstTest):
-    """All share one prefix, whose registry the tests change."""
-
-    @classmethod
-    def setUpClass(cls):
-        cls.prefix = pathlib.Path(tempfile.mkdtemp(prefix='parvane-wine-'))
-        # File names are UTF-8 whatever the caller's locale.
-        cls.environment = dict(os.environ, WINEPREFIX=str(cls.prefix), WINEDEBUG='-all',
-                               LC_ALL='C.UTF-8',
-                               WINEDLLOVERRIDES='mscoree,mshtml=')
-        cls.environment.pop('DISPLAY', None)
-        # Not through pipes: Wine's services would inherit them and hold them open.
-        apart = {'stdout': subprocess.DEVNULL, 'stderr': subprocess.DEVNULL}
-        subprocess.run([WINE, 'wineboot', '--init'], env=cls.environment, check=True,
-                       stdin=subprocess.DEVNULL, timeout=harness.TIME_LIMIT, **apart)
-        # While one program runs, the services need not be started anew for the others.
-        cls.keeper = subprocess.Popen([WINE, 'cmd'], env=cls.environment, stdin=subprocess.PIPE,
-                                      **apart)
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.keeper.communicate()
-        # Ends what still runs in this prefix, and nothing else.
-        Run([WINE, 'wineboot', '--kill'], env=cls.environment)
-        shutil.rmtree(cls.prefix, ignore_errors=True)
-
-    def wine(self, *arguments, **changes):
-        arguments = [windows_path(a) if isinstance(a, pathlib.Path) else a for a in arguments]
-        return Run([WINE, *arguments], env=dict(self.environment, **changes))
-
-    def parvane(self, *arguments, program=harness.PARVANE):
-        if program != harness.PARVANE:
-            return super().parvane(*arguments, program=program)
-        return self.wine(PARVANE_EXE, *arguments)
+    """The tests change who is the default mail program of the prefix that all tests share."""
 
     def register(self, library, name='Test Mail'):
         """Makes a program with this library (None: with none) the default mail program."""
         lines = [f'[{CLIENTS}]', f'@="{name}"', f'[{CLIENTS}\\{name}]']
         if library:
-            path = windows_path(library).replace('\\', '\\\\')
+            path = shown(library).replace('\\', '\\\\')
             lines.append(f'"DLLPathEx"="{path}"')
         self.import_registry([f'[-{CLIENTS}]', *lines])
 
@@ -82,7 +44,8 @@ class OutlookTest(harness.PstTest):
         file = self.folder / 'change.reg'
         text = '\r\n'.join(['Windows Registry Editor Version 5.00', *lines, ''])
         file.write_text(text, encoding='utf-16')
-        changed = self.wine('reg', 'import', file)
+        changed = Run([TOP / 'tools' / 'wine.sh', os.environ['WINEPREFIX'], 'reg', 'import',
+                       shown(file)])
         self.assertEqual(changed.code, 0, changed)
 
     def convert_as(self, mapi, source, pst, *options, code=0):
@@ -259,11 +222,11 @@ class RefusalTest(OutlookTest):
     def test_two_programs_at_once_are_kept_apart(self):
         self.register(REFUSING)
         gate, arrived = self.folder / 'gate', self.folder / 'arrived'
-        environment = dict(self.environment, PARVANE_TEST_GATE=windows_path(gate),
-                           PARVANE_TEST_ARRIVED=windows_path(arrived))
+        environment = dict(os.environ, PARVANE_TEST_GATE=shown(gate),
+                           PARVANE_TEST_ARRIVED=shown(arrived))
         first = subprocess.Popen(
-            [WINE, PARVANE_EXE, 'convert', '--mapi', 'outlook', windows_path(EXAMPLES),
-             windows_path(self.folder / 'first.pst')], env=environment,
+            [harness.PARVANE, 'convert', '--mapi', 'outlook', shown(EXAMPLES),
+             shown(self.folder / 'first.pst')], env=environment,
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         try:
             for _ in range(1200):
@@ -272,7 +235,7 @@ class RefusalTest(OutlookTest):
                 time.sleep(0.1)
             self.assertTrue(arrived.exists(), 'the first program never logged on')
             second = self.parvane('convert', '--mapi', 'outlook', EXAMPLES,
-                                      self.folder / 'second.pst')
+                                  self.folder / 'second.pst')
             self.assertEqual(second.code, 3, second)
             self.assertIn("another parvane is using Outlook's MAPI", second.err)
             self.assertEqual(self.parvane('convert', EXAMPLES, self.folder / 'third.pst').code, 0)
