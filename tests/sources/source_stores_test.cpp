@@ -94,13 +94,13 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
   disk.Write("m/quoted.mbox", "text\n>From a Tue Jan  1 00:00:00 2002\nFrom here\n");
   disk.Write("m/letters/a.EML", "Subject: s\n");
   disk.Write("m/letters/b.eml", "Subject: s\n");
-  disk.Write("m/maildir/cur/1.host:2,S", "Subject: s\n");
+  disk.Write("m/maildir/cur/1.host,S", "Subject: s\n");
   disk.MakeFolder("m/maildir/new");
   disk.MakeFolder("m/maildir/tmp");
   disk.Write("m/project/new/e.mbox", kOneMessage);
   disk.Write("m/notes.txt", "from me\n");
   disk.Write("m/index.msf", "");
-  disk.Link("m", "m/Deep.sbd/loop");
+  const bool linked = disk.Link("m", "m/Deep.sbd/loop");
 
   MBOXAssetStore store(disk.Path("m"), std::nullopt);
   Observer observer;
@@ -119,20 +119,20 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
   EXPECT_EQ(a->QueryTotalAssetUnits(), std::ssize(kOneMessage));
 
   using engine::SkipReason;
-  const std::vector<std::pair<std::string, SkipReason>> expected = {
+  std::vector<std::pair<std::string, SkipReason>> expected = {
       {"._a.mbox", SkipReason::kResourceForkCompanion},
       {"b.txt", SkipReason::kOtherExtension},
       {"c.mbox", SkipReason::kNotAnMbox},
-      {"1.host:2,S", SkipReason::kOtherFile},
+      {"1.host,S", SkipReason::kOtherFile},
       {"a.EML", SkipReason::kOtherFile},
       {"b.eml", SkipReason::kOtherFile},
       {"cur", SkipReason::kSingleMessages},
       {"half.mbox", SkipReason::kDamagedBeginning},
       {"letters", SkipReason::kSingleMessages},
-      {"loop", SkipReason::kSymbolicLinkLoop},
       {"marked.mbox", SkipReason::kDamagedBeginning},
       {"notes.txt", SkipReason::kOtherFile},
       {"quoted.mbox", SkipReason::kNotAnMbox}};
+  if (linked) expected.emplace_back("loop", SkipReason::kSymbolicLinkLoop);
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 

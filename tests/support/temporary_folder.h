@@ -42,10 +42,11 @@ class TemporaryFolder {
   void MakeFolder(std::string_view name) const {
     std::filesystem::create_directories(_path / name);
   }
-  // Left out where links cannot be made (Windows, for most users).
-  void Link(std::string_view target, std::string_view name) const {
+  // False where links cannot be made (Windows, for most users).
+  bool Link(std::string_view target, std::string_view name) const {
     std::error_code refused;
     std::filesystem::create_directory_symlink(_path / target, _path / name, refused);
+    return !refused;
   }
   std::string Read(std::string_view name) const {
     std::ifstream file(_path / name, std::ios::binary);
