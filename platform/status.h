@@ -6,6 +6,7 @@
 // expected.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,24 +29,42 @@ enum class StatusCode {
   kClosed,           // the object was closed, or latched after an earlier write failure
 };
 
+// Success costs nothing: it is one null pointer.
 class [[nodiscard]] Status {
  public:
   Status() = default;
-  Status(StatusCode code, std::string message) : _code(code), _message(std::move(message)) {}
+  // `code` is not kOk.
+  Status(StatusCode code, std::string message)
+      : _failure(std::make_unique<const Failure>(Failure{code, std::move(message)})) {}
+  Status(const Status& other)
+      : _failure(other._failure ? std::make_unique<const Failure>(*other._failure) : nullptr) {}
+  // What was moved from is ok.
+  Status(Status&& other) noexcept = default;
+  Status& operator=(const Status& other) {
+    if (this != &other) *this = Status(other);
+    return *this;
+  }
+  Status& operator=(Status&& other) noexcept = default;
 
-  bool ok() const { return _code == StatusCode::kOk; }
-  StatusCode code() const { return _code; }
+  bool ok() const { return _failure == nullptr; }
+  StatusCode code() const { return ok() ? StatusCode::kOk : _failure->code; }
   // UTF-8, one line, no full stop. Empty when ok.
-  const std::string& message() const { return _message; }
+  const std::string& message() const {
+    static const std::string kNone;
+    return ok() ? kNone : _failure->message;
+  }
   // The same status with "context: " put before its message.
   Status WithContext(std::string_view context) const {
-    if (ok()) return *this;
-    return {_code, std::string(context) + ": " + _message};
+    if (ok()) return {};
+    return {_failure->code, std::string(context) + ": " + _failure->message};
   }
 
  private:
-  StatusCode _code = StatusCode::kOk;
-  std::string _message;
+  struct Failure {
+    StatusCode code;
+    std::string message;
+  };
+  std::unique_ptr<const Failure> _failure;
 };
 
 // A value, or the status that says why there is none. value() may be called only when ok().

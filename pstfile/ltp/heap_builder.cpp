@@ -12,19 +12,8 @@ HeapBuilder::HeapBuilder(HeapClient client) {
   _pages.front().SetClient(client);
 }
 
-HeapPage& HeapBuilder::PageFor(std::size_t size) {
-  if (!_pages.back().Fits(size)) _pages.emplace_back(static_cast<std::uint32_t>(_pages.size()));
-  return _pages.back();
-}
-
-HeapId HeapBuilder::Add(std::size_t size) {
-  HeapPage& page = PageFor(size);
-  return {page.number(), static_cast<std::uint32_t>(page.Add(size))};
-}
-
-HeapId HeapBuilder::Add(std::span<const std::byte> bytes) {
-  HeapPage& page = PageFor(bytes.size());
-  return {page.number(), static_cast<std::uint32_t>(page.Add(bytes))};
+HeapPage& HeapBuilder::AddPage() {
+  return _pages.emplace_back(static_cast<std::uint32_t>(_pages.size()));
 }
 
 std::uint64_t HeapBuilder::size() const {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
 
+#include "platform/recycled_vector.h"
 #include "platform/status.h"
 #include "pstfile/ltp/heap_page.h"
 #include "pstfile/ndb/ids.h"
@@ -18,8 +18,14 @@ class HeapBuilder {
   explicit HeapBuilder(HeapClient client);
 
   // Adds an item of at most kMaxHeapItem bytes: zero bytes, or these.
-  HeapId Add(std::size_t size);
-  HeapId Add(std::span<const std::byte> bytes);
+  HeapId Add(std::size_t size) {
+    HeapPage& page = PageFor(size);
+    return {page.number(), static_cast<std::uint32_t>(page.Add(size))};
+  }
+  HeapId Add(std::span<const std::byte> bytes) {
+    HeapPage& page = PageFor(bytes.size());
+    return {page.number(), static_cast<std::uint32_t>(page.Add(bytes))};
+  }
   // Room for `size` bytes in the page that is being filled.
   bool Fits(std::size_t size) const { return _pages.back().Fits(size); }
   // Until the next Add.
@@ -31,9 +37,12 @@ class HeapBuilder {
   platform::Result<BlockId> Write(NodeDatabase& database);
 
  private:
-  HeapPage& PageFor(std::size_t size);
+  HeapPage& PageFor(std::size_t size) {
+    return _pages.back().Fits(size) ? _pages.back() : AddPage();
+  }
+  HeapPage& AddPage();
 
-  std::vector<HeapPage> _pages;
+  platform::RecycledVector<HeapPage> _pages;
 };
 
 }  // namespace parvane::pstfile

@@ -78,23 +78,6 @@ Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byt
   return page;
 }
 
-std::span<const std::byte> HeapPage::Item(std::size_t item) const {
-  return Bytes().subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
-}
-
-std::span<std::byte> HeapPage::Item(std::size_t item) {
-  return Bytes().subspan(_starts[item - 1], _starts[item] - _starts[item - 1]);
-}
-
-std::size_t HeapPage::EncodedSize(std::size_t itemsEnd, std::size_t items) {
-  return ((itemsEnd + 1) & ~std::size_t{1}) + 4 + 2 * (items + 1);
-}
-
-bool HeapPage::Fits(std::size_t size) const {
-  return items() < kMaxHeapItemsPerPage &&
-         EncodedSize(ItemsEnd() + size, items() + 1) <= kPageLimit;
-}
-
 bool HeapPage::FitsInstead(std::size_t item, std::size_t size) const {
   return EncodedSize(ItemsEnd() - Item(item).size() + size, items()) <= kPageLimit;
 }
@@ -102,18 +85,6 @@ bool HeapPage::FitsInstead(std::size_t item, std::size_t size) const {
 std::size_t HeapPage::FreeBytes() const {
   const std::size_t used = EncodedSize(ItemsEnd(), items());
   return used < kPageLimit ? kPageLimit - used : 0;
-}
-
-std::size_t HeapPage::Add(std::size_t size) {
-  std::memset(&_bytes[ItemsEnd()], 0, size);
-  _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + size));
-  return items();
-}
-
-std::size_t HeapPage::Add(std::span<const std::byte> bytes) {
-  if (!bytes.empty()) std::memcpy(&_bytes[ItemsEnd()], bytes.data(), bytes.size());
-  _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + bytes.size()));
-  return items();
 }
 
 void HeapPage::ResizeItem(std::size_t item, std::size_t size) {

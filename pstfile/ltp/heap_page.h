@@ -19,10 +19,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
-#include <vector>
 
 #include "platform/buffer_pool.h"
+#include "platform/recycled_vector.h"
 #include "platform/status.h"
 
 namespace parvane::pstfile {
@@ -81,18 +82,33 @@ class HeapPage {
   std::uint32_t number() const { return _number; }
   std::size_t items() const { return _starts.size() - 1; }
   // `item` is 1..items().
-  std::span<const std::byte> Item(std::size_t item) const;
-  std::span<std::byte> Item(std::size_t item);
+  std::span<const std::byte> Item(std::size_t item) const {
+    return Bytes().subspan(_starts[item - 1],
+                           static_cast<std::size_t>(_starts[item] - _starts[item - 1]));
+  }
+  std::span<std::byte> Item(std::size_t item) {
+    return Bytes().subspan(_starts[item - 1],
+                           static_cast<std::size_t>(_starts[item] - _starts[item - 1]));
+  }
 
   // Room for one more item of this size.
-  bool Fits(std::size_t size) const;
+  bool Fits(std::size_t size) const {
+    return items() < kMaxHeapItemsPerPage &&
+           EncodedSize(ItemsEnd() + size, items() + 1) <= kHeapPageSize - kHeapPageSpare;
+  }
   // Room for item `item` to take this size.
   bool FitsInstead(std::size_t item, std::size_t size) const;
   // Bytes that items may still take, a further map entry apart.
   std::size_t FreeBytes() const;
   // Adds an item that Fits, zero bytes or these, and returns its number.
-  std::size_t Add(std::size_t size);
-  std::size_t Add(std::span<const std::byte> bytes);
+  std::size_t Add(std::size_t size) {
+    std::memset(&_bytes[ItemsEnd()], 0, size);
+    return EndItem(size);
+  }
+  std::size_t Add(std::span<const std::byte> bytes) {
+    if (!bytes.empty()) std::memcpy(&_bytes[ItemsEnd()], bytes.data(), bytes.size());
+    return EndItem(bytes.size());
+  }
   // Gives an item another size (FitsInstead); its first bytes stay.
   void ResizeItem(std::size_t item, std::size_t size);
 
@@ -115,13 +131,19 @@ class HeapPage {
 
  private:
   std::size_t ItemsEnd() const { return _starts.back(); }
-  static std::size_t EncodedSize(std::size_t itemsEnd, std::size_t items);
+  static std::size_t EncodedSize(std::size_t itemsEnd, std::size_t items) {
+    return ((itemsEnd + 1) & ~std::size_t{1}) + 4 + 2 * (items + 1);
+  }
+  std::size_t EndItem(std::size_t size) {
+    _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + size));
+    return items();
+  }
 
   std::span<std::byte> Bytes() { return {_bytes.get(), kHeapPageSize}; }
   std::span<const std::byte> Bytes() const { return {_bytes.get(), kHeapPageSize}; }
 
   std::uint32_t _number;
-  std::vector<std::uint16_t> _starts;  // one more than items
+  platform::RecycledVector<std::uint16_t> _starts;  // one more than items
   // Header, items, and then whatever was there.
   platform::PooledBuffer<kHeapPageSize> _bytes;
 };

@@ -1,6 +1,7 @@
 #include "pstfile/ltp/property_context_builder.h"
 
 #include <algorithm>
+#include <array>
 
 #include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/stored_values.h"
@@ -28,19 +29,18 @@ Status Refused(PropTag tag, const char* why) {
   return {StatusCode::kInvalidArgument, "property " + ToString(tag) + ": " + why};
 }
 
-Status CheckStorable(const Property& property) {
-  const PropType type = property.tag.Type();
-  if (!IsStorable(type)) return Refused(property.tag, "a type that cannot be stored");
-  if (IsScalar(type) != (property.kind == Property::Kind::kScalar) ||
-      (type == PropType::kObject) != (property.kind == Property::Kind::kObject)) {
-    return Refused(property.tag, "the value is not of that type");
+Status CheckStorable(PropTag tag, Property::Kind kind, std::uint64_t size) {
+  const PropType type = tag.Type();
+  if (!IsStorable(type)) return Refused(tag, "a type that cannot be stored");
+  if (IsScalar(type) != (kind == Property::Kind::kScalar) ||
+      (type == PropType::kObject) != (kind == Property::Kind::kObject)) {
+    return Refused(tag, "the value is not of that type");
   }
-  if (type == PropType::kGuid && property.Size() != FixedSize(type)) {
-    return Refused(property.tag, "a Guid has 16 bytes");
+  if (type == PropType::kGuid && size != FixedSize(type)) {
+    return Refused(tag, "a Guid has 16 bytes");
   }
-  if (const std::size_t element = ElementSize(type);
-      element != 0 && property.Size() % element != 0) {
-    return Refused(property.tag, "not a whole number of elements");
+  if (const std::size_t element = ElementSize(type); element != 0 && size % element != 0) {
+    return Refused(tag, "not a whole number of elements");
   }
   return {};
 }
@@ -49,55 +49,66 @@ Status CheckStorable(const Property& property) {
 
 Status PropertyContextBuilder::Prepare(PropertyList& properties) {
   for (std::size_t i = 0; i < properties.size(); ++i) {
-    const Property property = properties.at(i);
-    if (Status status = CheckStorable(property); !status.ok()) return status;
-    if (property.kind == Property::Kind::kBytes && property.bytes.size() > kMaxHeapItem) {
-      auto stored = StoreBytes(*_database, property.bytes);
+    const PropTag tag = properties.TagAt(i);
+    const Property::Kind kind = properties.KindAt(i);
+    if (Status status = CheckStorable(tag, kind, properties.SizeAt(i)); !status.ok()) return status;
+    if (kind == Property::Kind::kBytes && properties.SizeAt(i) > kMaxHeapItem) {
+      auto stored = StoreBytes(*_database, properties.BytesAt(i));
       if (!stored.ok()) return stored.status();
-      properties.SetStored(property.tag, *stored);
-    } else if (property.kind == Property::Kind::kStored && property.stored.size <= kMaxHeapItem) {
-      auto bytes = ReadStored(*_database, property.stored, kMaxHeapItem);
-      if (!bytes.ok()) return bytes.status();
-      _database->AbandonBlock(property.stored.root);
-      properties.SetBytes(property.tag, *bytes);
-    } else if (property.kind == Property::Kind::kStored) {
-      auto kept = KeepInBlocks(*_database, property);
-      if (!kept.ok()) return kept.status();
-      properties.SetStored(property.tag, *kept);
+      properties.SetStored(tag, *stored);
+    } else if (kind == Property::Kind::kStored) {
+      const Property property = properties.at(i);
+      if (property.stored.size <= kMaxHeapItem) {
+        auto bytes = ReadStored(*_database, property.stored, kMaxHeapItem);
+        if (!bytes.ok()) return bytes.status();
+        _database->AbandonBlock(property.stored.root);
+        properties.SetBytes(tag, *bytes);
+      } else {
+        auto kept = KeepInBlocks(*_database, property);
+        if (!kept.ok()) return kept.status();
+        properties.SetStored(tag, *kept);
+      }
     }
   }
   return {};
 }
 
-Result<std::uint32_t> PropertyContextBuilder::Place(const Property& property) {
-  switch (property.kind) {
+// The value's field in its record, from what was added to the heap or to the subnodes.
+Result<std::uint32_t> PropertyContextBuilder::Place(const PropertyList& properties,
+                                                    std::size_t index) {
+  switch (properties.KindAt(index)) {
     case Property::Kind::kScalar: {
-      const std::size_t size = FixedSize(property.tag.Type());
-      if (size <= 4) return static_cast<std::uint32_t>(property.scalar);
-      const HeapId id = _heap.Add(size);
-      StoreSized(_heap.Item(id), 0, size, property.scalar);
-      return id.value;
+      const std::uint64_t scalar = properties.ScalarAt(index);
+      const std::size_t size = FixedSize(properties.TagAt(index).Type());
+      if (size <= 4) return static_cast<std::uint32_t>(scalar);
+      std::array<std::byte, 8> bytes;
+      StoreU64(bytes, 0, scalar);
+      return _heap.Add(std::span(bytes).first(size)).value;
     }
     case Property::Kind::kObject: {
-      const HeapId id = _heap.Add(8);
-      StoreU32(_heap.Item(id), 0, property.object.node.value);
-      StoreU32(_heap.Item(id), 4, property.object.size);
-      return id.value;
+      const ObjectValue object = properties.at(index).object;
+      std::array<std::byte, 8> bytes;
+      StoreU32(bytes, 0, object.node.value);
+      StoreU32(bytes, 4, object.size);
+      return _heap.Add(bytes).value;
     }
-    case Property::Kind::kBytes:
-      if (property.bytes.size() > kMaxHeapItem) {
-        return Refused(property.tag, "the list was not prepared");
+    case Property::Kind::kBytes: {
+      const std::span<const std::byte> bytes = properties.BytesAt(index);
+      if (bytes.size() > kMaxHeapItem) {
+        return Refused(properties.TagAt(index), "the list was not prepared");
       }
-      return property.bytes.empty() ? 0 : _heap.Add(property.bytes).value;
+      return bytes.empty() ? 0 : _heap.Add(bytes).value;
+    }
     case Property::Kind::kStored: {
       auto node = _database->AllocateNodeId(NodeKind::kValue);
       if (!node.ok()) return node.status();
-      _subnodes.push_back({*node, property.stored.root, BlockId()});
-      _storedBytes += property.stored.size;
+      const StoredValue stored = properties.at(index).stored;
+      _subnodes.push_back({*node, stored.root, BlockId()});
+      _storedBytes += stored.size;
       return node->value;
     }
   }
-  return Refused(property.tag, "unknown kind of value");
+  return Refused(properties.TagAt(index), "unknown kind of value");
 }
 
 Status PropertyContextBuilder::Build(const PropertyList& properties) {
@@ -118,10 +129,9 @@ Status PropertyContextBuilder::Build(const PropertyList& properties) {
   _heap.SetUserRoot(headerId);
   _records.reserve(properties.size());
   for (std::size_t i = 0; i < properties.size(); ++i) {
-    const Property property = properties.at(i);
-    auto value = Place(property);
+    auto value = Place(properties, i);
     if (!value.ok()) return value.status();
-    _records.push_back({property.tag, *value});
+    _records.push_back({properties.TagAt(i), *value});
     StoreRecord(i);
   }
   for (std::size_t i = 0; i < leaves && leaves > 1; ++i) {
@@ -147,7 +157,8 @@ void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {
   StoreRecord(static_cast<std::size_t>(found - _records.begin()));
 }
 
-Result<BlockId> WriteSubnodes(NodeDatabase& database, std::vector<SubnodeEntry> entries) {
+Result<BlockId> WriteSubnodes(NodeDatabase& database,
+                              platform::RecycledVector<SubnodeEntry> entries) {
   if (entries.empty()) return BlockId();
   if (!std::ranges::is_sorted(entries, {}, &SubnodeEntry::nid)) {
     std::ranges::sort(entries, {}, &SubnodeEntry::nid);

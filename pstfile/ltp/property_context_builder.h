@@ -14,8 +14,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
+#include "platform/recycled_vector.h"
 #include "platform/status.h"
 #include "pstfile/ltp/heap_builder.h"
 #include "pstfile/ltp/property_list.h"
@@ -41,7 +41,7 @@ class PropertyContextBuilder {
   // Overwrites an Int32 that Build has laid out.
   void SetInt32(PropTag tag, std::int32_t value);
   // One entry for each stored value, unsorted.
-  const std::vector<SubnodeEntry>& subnodes() const { return _subnodes; }
+  const platform::RecycledVector<SubnodeEntry>& subnodes() const { return _subnodes; }
   // The loose root of the heap.
   platform::Result<BlockId> WriteHeap() { return _heap.Write(*_database); }
 
@@ -50,14 +50,14 @@ class PropertyContextBuilder {
     PropTag tag;
     std::uint32_t value = 0;
   };
-  platform::Result<std::uint32_t> Place(const Property& property);
+  platform::Result<std::uint32_t> Place(const PropertyList& properties, std::size_t index);
   void StoreRecord(std::size_t index);
 
   NodeDatabase* _database;
   HeapBuilder _heap;
-  std::vector<Record> _records;
-  std::vector<HeapId> _leaves;
-  std::vector<SubnodeEntry> _subnodes;
+  platform::RecycledVector<Record> _records;
+  platform::RecycledVector<HeapId> _leaves;
+  platform::RecycledVector<SubnodeEntry> _subnodes;
   std::uint64_t _storedBytes = 0;
 };
 
@@ -71,7 +71,8 @@ struct WrittenContext {
 platform::Result<WrittenContext> WritePropertyContext(NodeDatabase& database,
                                                       PropertyList& properties);
 // The tree of these entries, in any order; loose. Takes over their loose blocks.
-platform::Result<BlockId> WriteSubnodes(NodeDatabase& database, std::vector<SubnodeEntry> entries);
+platform::Result<BlockId> WriteSubnodes(NodeDatabase& database,
+                                        platform::RecycledVector<SubnodeEntry> entries);
 // Gives back the stored values of a list.
 void AbandonValues(NodeDatabase& database, const PropertyList& properties);
 

@@ -75,34 +75,42 @@ PropertyList::Arena::Arena(const Arena& other) {
 
 PropertyList::Arena::Arena(Arena&& other) noexcept
     : _bytes(std::move(other._bytes)),
-      _pooled(std::move(other._pooled)),
       _size(std::exchange(other._size, 0)),
       _capacity(std::exchange(other._capacity, 0)) {}
 
 PropertyList::Arena& PropertyList::Arena::operator=(Arena other) noexcept {
   std::swap(_bytes, other._bytes);
-  std::swap(_pooled, other._pooled);
   std::swap(_size, other._size);
   std::swap(_capacity, other._capacity);
   return *this;
 }
 
-void PropertyList::Arena::reserve(std::size_t capacity) {
-  if (capacity <= _capacity) return;
-  auto bytes = std::make_unique_for_overwrite<std::byte[]>(capacity);
-  if (_size != 0) std::memcpy(bytes.get(), data(), _size);
-  _bytes = std::move(bytes);
-  _pooled.reset();
-  _capacity = capacity;
+void PropertyList::Arena::Deleter::operator()(std::byte* bytes) const noexcept {
+  switch (size) {
+    case kSmall:
+      return platform::BufferPool<kSmall>::Give(bytes);
+    case kLarge:
+      return platform::BufferPool<kLarge>::Give(bytes);
+    default:
+      delete[] bytes;
+  }
 }
 
-void PropertyList::Arena::usePooled() {
-  if (_capacity >= kPooled) return;
-  auto pooled = platform::MakePooledBuffer<kPooled>();
-  if (_size != 0) std::memcpy(pooled.get(), data(), _size);
-  _pooled = std::move(pooled);
-  _bytes.reset();
-  _capacity = kPooled;
+void PropertyList::Arena::reserve(std::size_t capacity) {
+  if (capacity <= _capacity) return;
+  std::byte* bytes = nullptr;
+  if (capacity <= kSmall) {
+    bytes = platform::BufferPool<kSmall>::Take();
+    capacity = kSmall;
+  } else if (capacity <= kLarge) {
+    bytes = platform::BufferPool<kLarge>::Take();
+    capacity = kLarge;
+  } else {
+    bytes = new std::byte[capacity];
+  }
+  if (_size != 0) std::memcpy(bytes, data(), _size);
+  _bytes = std::unique_ptr<std::byte[], Deleter>(bytes, Deleter{capacity});
+  _capacity = capacity;
 }
 
 std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) const {
@@ -114,32 +122,79 @@ std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) cons
   return static_cast<std::size_t>(at - start);
 }
 
-std::size_t PropertyList::LowerBound(std::uint16_t id) const {
-  // Callers mostly add in ascending order.
-  if (_ids.empty() || _ids.back() < id) return _ids.size();
-  // Counting takes fewer cycles than searching while there are few: no branch depends on the ids.
-  constexpr std::size_t kFew = 128;
-  if (_ids.size() > kFew) {
-    return static_cast<std::size_t>(std::ranges::lower_bound(_ids, id) - _ids.begin());
-  }
-  std::uint16_t below = 0;
-  for (const std::uint16_t known : _ids) below = static_cast<std::uint16_t>(below + (known < id));
-  return below;
+std::size_t PropertyList::IndexInLong(std::uint16_t id) const {
+  const auto idOf = [](const Entry& entry) { return entry.tag.Id(); };
+  const auto found = std::ranges::lower_bound(_entries, id, {}, idOf);
+  if (found == _entries.end() || found->tag.Id() != id) return kNone;
+  return static_cast<std::size_t>(found - _entries.begin());
 }
 
 PropertyList::Entry& PropertyList::Slot(PropTag tag) {
-  const std::size_t at = LowerBound(tag.Id());
-  if (at == _ids.size() || _ids[at] != tag.Id()) {
-    constexpr std::size_t kUsual = 24;
-    if (_entries.capacity() == 0) {
-      _ids.reserve(kUsual);
-      _entries.reserve(kUsual);
+  constexpr std::size_t kUsual = 32;
+  if (_entries.capacity() == 0) _entries.reserve(kUsual);
+  if (_places.IsEmpty()) _places.Clear();
+  if (!IsLong()) {
+    std::uint8_t& cell = _places.CellOf(tag.Id(), _entries);
+    if (cell != 0) {
+      Entry& entry = _entries[cell - 1U];
+      entry.tag = tag;
+      return entry;
     }
-    _entries.insert(_entries.begin() + static_cast<std::ptrdiff_t>(at), Entry{});
-    _ids.insert(_ids.begin() + static_cast<std::ptrdiff_t>(at), tag.Id());
+    if (_entries.size() < Places::kMostEntries) {
+      _inOrder = _inOrder && (_entries.empty() || _entries.back().tag.Id() < tag.Id());
+      Entry& entry = _entries.emplace_back();
+      entry.tag = tag;
+      cell = static_cast<std::uint8_t>(_entries.size());
+      return entry;
+    }
+    if (!_inOrder) PutInOrder();
+  } else if (const std::size_t at = IndexInLong(tag.Id()); at != kNone) {
+    _entries[at].tag = tag;
+    return _entries[at];
   }
-  _entries[at].tag = tag;
-  return _entries[at];
+  const auto idOf = [](const Entry& entry) { return entry.tag.Id(); };
+  Entry& entry = *_entries.insert(std::ranges::lower_bound(_entries, tag.Id(), {}, idOf), Entry{});
+  entry.tag = tag;
+  return entry;
+}
+
+// A list of ordinary length, for others always are.
+void PropertyList::PutInOrder() const {
+  // Counting takes fewer cycles than comparing and swapping: no branch depends on the ids. These
+  // are compared as signed numbers, which every processor does eight at a time.
+  constexpr std::size_t kStep = 8;
+  const auto sortable = [](const Entry& entry) {
+    return static_cast<std::int16_t>(entry.tag.Id() ^ 0x8000);
+  };
+  std::int16_t ids[Places::kMostEntries];
+  std::int16_t below[Places::kMostEntries] = {};
+  Entry ordered[Places::kMostEntries];
+  const std::size_t count = _entries.size();
+  std::size_t filled = 0;
+  while (filled < count) {
+    ids[filled] = sortable(_entries[filled]);
+    ++filled;
+  }
+  while (filled % kStep != 0) ids[filled++] = std::numeric_limits<std::int16_t>::max();
+  for (std::size_t j = 0; j < count; ++j) {
+    const std::int16_t id = ids[j];
+    for (std::size_t i = 0; i < filled / kStep * kStep; ++i) {
+      below[i] = static_cast<std::int16_t>(below[i] + (ids[i] > id));
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) ordered[below[i]] = _entries[i];
+  std::copy_n(ordered, count, _entries.begin());
+  _inOrder = true;
+  FillPlaces();
+}
+
+void PropertyList::FillPlaces() const {
+  _places.Clear();
+  if (IsLong()) return;
+  const std::span<const Entry> entries = _entries;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    _places.CellOf(entries[i].tag.Id(), entries) = static_cast<std::uint8_t>(i + 1);
+  }
 }
 
 void PropertyList::SetScalar(PropTag tag, std::uint64_t bits) {
@@ -234,9 +289,8 @@ void PropertyList::Set(const Property& property) {
 }
 
 void PropertyList::CopyValue(PropTag to, PropTag from) {
-  const std::size_t at = LowerBound(from.Id());
-  if (at == _entries.size() || _entries[at].tag != from ||
-      _entries[at].kind == Property::Kind::kStored) {
+  const std::size_t at = IndexOf(from.Id());
+  if (at == kNone || _entries[at].tag != from || _entries[at].kind == Property::Kind::kStored) {
     return;  // blocks have one owner
   }
   Entry copy = _entries[at];
@@ -245,65 +299,45 @@ void PropertyList::CopyValue(PropTag to, PropTag from) {
 }
 
 bool PropertyList::Remove(std::uint16_t id) {
-  const std::size_t at = LowerBound(id);
-  if (at == _ids.size() || _ids[at] != id) return false;
+  const std::size_t at = IndexOf(id);
+  if (at == kNone) return false;
   _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(at));
-  _ids.erase(_ids.begin() + static_cast<std::ptrdiff_t>(at));
+  FillPlaces();
   return true;
 }
 
 void PropertyList::Clear() {
-  _ids.clear();
   _entries.clear();
+  _inOrder = true;
+  if (!_places.IsEmpty()) _places.Clear();
   _arena.clear();
 }
 
 void PropertyList::ReserveForMessage() {
-  constexpr std::size_t kProperties = 40;
-  _ids.reserve(kProperties);
+  constexpr std::size_t kProperties = 80;
+  constexpr std::size_t kBytes = 8 * 1024;
   _entries.reserve(kProperties);
-  _arena.usePooled();
-}
-
-Property PropertyList::at(std::size_t index) const {
-  const Entry& entry = _entries[index];
-  Property property;
-  property.tag = entry.tag;
-  property.kind = entry.kind;
-  switch (entry.kind) {
-    case Property::Kind::kScalar:
-      property.scalar = entry.scalar;
-      break;
-    case Property::Kind::kBytes:
-      property.bytes = {_arena.data() + entry.scalar, static_cast<std::size_t>(entry.size)};
-      break;
-    case Property::Kind::kStored:
-      property.stored = {BlockId(entry.scalar), entry.size};
-      break;
-    case Property::Kind::kObject:
-      property.object = {NodeId(static_cast<std::uint32_t>(entry.scalar)),
-                         static_cast<std::uint32_t>(entry.size)};
-      break;
-  }
-  return property;
-}
-
-std::optional<Property> PropertyList::FindId(std::uint16_t id) const {
-  const std::size_t index = LowerBound(id);
-  if (index == _ids.size() || _ids[index] != id) return std::nullopt;
-  return at(index);
+  _arena.reserve(kBytes);
 }
 
 std::optional<Property> PropertyList::Find(PropTag tag) const {
-  const std::size_t index = LowerBound(tag.Id());
-  if (index == _ids.size() || _entries[index].tag != tag) return std::nullopt;
-  return at(index);
+  const std::size_t at = IndexOf(tag.Id());
+  if (at == kNone || _entries[at].tag != tag) return std::nullopt;
+  return View(_entries[at]);
+}
+
+std::optional<Property> PropertyList::FindId(std::uint16_t id) const {
+  const std::size_t at = IndexOf(id);
+  if (at == kNone) return std::nullopt;
+  return View(_entries[at]);
 }
 
 std::optional<std::uint64_t> PropertyList::Scalar(PropTag tag) const {
-  const auto property = Find(tag);
-  if (!property || property->kind != Property::Kind::kScalar) return std::nullopt;
-  return property->scalar;
+  const std::size_t at = IndexOf(tag.Id());
+  if (at == kNone || _entries[at].tag != tag || _entries[at].kind != Property::Kind::kScalar) {
+    return std::nullopt;
+  }
+  return _entries[at].scalar;
 }
 
 std::optional<std::u16string> PropertyList::Text(PropTag tag) const {

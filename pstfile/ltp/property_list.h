@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/buffer_pool.h"
+#include "platform/recycled_vector.h"
 #include "pstfile/ltp/property_tag.h"
 #include "pstfile/ndb/ids.h"
 
@@ -81,24 +82,45 @@ class PropertyList {
 
   bool empty() const { return _entries.empty(); }
   std::size_t size() const { return _entries.size(); }
-  // In the order of ids.
-  Property at(std::size_t index) const;
-  PropTag TagAt(std::size_t index) const { return _entries[index].tag; }
-  Property::Kind KindAt(std::size_t index) const { return _entries[index].kind; }
+  // In the order of ids. Replacing a value keeps the positions.
+  Property at(std::size_t index) const { return View(Ordered(index)); }
+  PropTag TagAt(std::size_t index) const { return Ordered(index).tag; }
+  Property::Kind KindAt(std::size_t index) const { return Ordered(index).kind; }
   // As Property::Size.
-  std::uint64_t SizeAt(std::size_t index) const { return _entries[index].size; }
+  std::uint64_t SizeAt(std::size_t index) const { return Ordered(index).size; }
+  // Of a value of that kind.
+  std::uint64_t ScalarAt(std::size_t index) const { return Ordered(index).scalar; }
+  std::span<const std::byte> BytesAt(std::size_t index) const { return BytesOf(Ordered(index)); }
   // By tag, or by id alone; none when absent or of another type.
   std::optional<Property> Find(PropTag tag) const;
   std::optional<Property> FindId(std::uint16_t id) const;
+  // Gives `use` the property, where there is one of this tag.
+  template <typename Use>
+  void With(PropTag tag, const Use& use) const {
+    const std::size_t at = IndexOf(tag.Id());
+    if (at != kNone && _entries[at].tag == tag) use(View(_entries[at]));
+  }
   std::optional<std::uint64_t> Scalar(PropTag tag) const;
   // The text of a Unicode property held as bytes.
   std::optional<std::u16string> Text(PropTag tag) const;
   // The same, where possible without a copy: valid until the list or `scratch` changes.
   std::optional<std::u16string_view> ViewText(PropTag tag, std::u16string& scratch) const;
-  bool HasId(std::uint16_t id) const {
-    const std::size_t at = LowerBound(id);
-    return at < _ids.size() && _ids[at] == id;
+  // Every value is a scalar, or bytes and no more than so many.
+  bool HasOnlyShort(std::size_t most) const {
+    return std::ranges::all_of(_entries, [most](const Entry& entry) {
+      return entry.kind == Property::Kind::kScalar ||
+             (entry.kind == Property::Kind::kBytes && entry.size <= most);
+    });
   }
+  // The properties are these, set in this order.
+  bool HasTags(std::span<const PropTag> tags) const {
+    return std::ranges::equal(_entries, tags, {}, &Entry::tag);
+  }
+  // Appends the tags in the order in which HasTags compares them.
+  void ListTags(std::vector<PropTag>& tags) const {
+    for (const Entry& entry : _entries) tags.push_back(entry.tag);
+  }
+  bool HasId(std::uint16_t id) const { return IndexOf(id) != kNone; }
 
  private:
   struct Entry {
@@ -115,35 +137,102 @@ class PropertyList {
     Arena(Arena&& other) noexcept;
     Arena& operator=(Arena other) noexcept;
     std::size_t size() const { return _size; }
-    std::byte* data() { return _pooled ? _pooled.get() : _bytes.get(); }
-    const std::byte* data() const { return _pooled ? _pooled.get() : _bytes.get(); }
+    std::byte* data() { return _bytes.get(); }
+    const std::byte* data() const { return _bytes.get(); }
     void clear() { _size = 0; }
     void reserve(std::size_t capacity);
-    // A buffer that many lists use by turns.
-    void usePooled();
     void grow(std::size_t count) {
-      constexpr std::size_t kLeast = 1024;
-      if (count > _capacity - _size) reserve(std::max({_size + count, 2 * _capacity, kLeast}));
+      if (count > _capacity - _size) reserve(std::max(_size + count, 2 * _capacity));
       _size += count;
     }
     // Where a value lies that may be one of these, for when they move; none when it is not.
     std::optional<std::size_t> OffsetOf(const void* value) const;
 
    private:
-    static constexpr std::size_t kPooled = 16 * 1024;
+    // Buffers of these sizes are used by many lists by turns.
+    static constexpr std::size_t kSmall = 2 * 1024;
+    static constexpr std::size_t kLarge = 16 * 1024;
+    struct Deleter {
+      Deleter() noexcept {}
+      explicit Deleter(std::size_t bytes) noexcept : size(bytes) {}
+      std::size_t size = 0;
+      void operator()(std::byte* bytes) const noexcept;
+    };
 
-    std::unique_ptr<std::byte[]> _bytes;      // one of these two at most
-    platform::PooledBuffer<kPooled> _pooled;  // of middling size
+    std::unique_ptr<std::byte[], Deleter> _bytes;
     std::size_t _size = 0;
     std::size_t _capacity = 0;
   };
-  Entry& Slot(PropTag tag);
-  std::size_t LowerBound(std::uint16_t id) const;
+  // Where the entries of a list of ordinary length stand, by a hash of their ids: properties come
+  // in any order, and each is looked for several times on its way to the file.
+  class Places {
+   public:
+    static constexpr std::size_t kMostEntries = 128;
 
-  std::vector<std::uint16_t> _ids;  // of _entries: looked through as one row of numbers
-  std::vector<Entry> _entries;
+    // No place is taken, and there is none to take before Clear.
+    bool IsEmpty() const { return _cells.empty(); }
+    void Clear() { _cells.assign(256, 0); }
+    // The cell of an id: holds the number of its entry, or 0. There are more cells than entries.
+    std::uint8_t& CellOf(std::uint16_t id, std::span<const Entry> entries) {
+      std::uint8_t cell = static_cast<std::uint8_t>((id * 0x9E37U) >> 8);
+      while (_cells[cell] != 0 && entries[_cells[cell] - 1U].tag.Id() != id) ++cell;
+      return _cells[cell];
+    }
+
+   private:
+    // None or 256, every number one higher than the entry's index.
+    platform::RecycledVector<std::uint8_t> _cells;
+  };
+  static_assert(Places::kMostEntries < 255);
+  static constexpr std::size_t kNone = ~std::size_t{0};
+
+  Entry& Slot(PropTag tag);
+  // Of the entry with this id, wherever it stands.
+  std::size_t IndexOf(std::uint16_t id) const {
+    if (_places.IsEmpty()) return kNone;
+    return IsLong() ? IndexInLong(id) : _places.CellOf(id, _entries) - std::size_t{1};
+  }
+  std::size_t IndexInLong(std::uint16_t id) const;
+  Property View(const Entry& entry) const;
+  std::span<const std::byte> BytesOf(const Entry& entry) const {
+    return {_arena.data() + entry.scalar, static_cast<std::size_t>(entry.size)};
+  }
+  const Entry& Ordered(std::size_t index) const {
+    if (!_inOrder) PutInOrder();
+    return _entries[index];
+  }
+  void PutInOrder() const;
+  void FillPlaces() const;
+  // Long lists are kept in order.
+  bool IsLong() const { return _entries.size() > Places::kMostEntries; }
+
+  mutable platform::RecycledVector<Entry> _entries;  // in the order of ids when asked for so
+  mutable bool _inOrder = true;
+  mutable Places _places;  // unless IsLong
   Arena _arena;
 };
+
+inline Property PropertyList::View(const Entry& entry) const {
+  Property property;
+  property.tag = entry.tag;
+  property.kind = entry.kind;
+  switch (entry.kind) {
+    case Property::Kind::kScalar:
+      property.scalar = entry.scalar;
+      break;
+    case Property::Kind::kBytes:
+      property.bytes = BytesOf(entry);
+      break;
+    case Property::Kind::kStored:
+      property.stored = {BlockId(entry.scalar), entry.size};
+      break;
+    case Property::Kind::kObject:
+      property.object = {NodeId(static_cast<std::uint32_t>(entry.scalar)),
+                         static_cast<std::uint32_t>(entry.size)};
+      break;
+  }
+  return property;
+}
 
 // Multi-values as the format stores them. Strings: UTF-16LE, freed of unpaired surrogates.
 std::vector<std::byte> EncodeMultiText(std::span<const std::u16string_view> values);

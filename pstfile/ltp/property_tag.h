@@ -2,6 +2,7 @@
 // stores each type.
 #pragma once
 
+#include <array>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -57,26 +58,24 @@ std::string ToString(PropTag tag);
 
 // Bytes of a value of fixed size (1, 2, 4, 8 or 16), 0 for every other type.
 constexpr std::size_t FixedSize(PropType type) {
-  switch (type) {
-    case PropType::kBoolean:
-      return 1;
-    case PropType::kInt16:
-      return 2;
-    case PropType::kInt32:
-    case PropType::kFloat32:
-    case PropType::kError:
-      return 4;
-    case PropType::kFloat64:
-    case PropType::kCurrency:
-    case PropType::kAppTime:
-    case PropType::kInt64:
-    case PropType::kTime:
-      return 8;
-    case PropType::kGuid:
-      return 16;
-    default:
-      return 0;
-  }
+  // By type: asked for every value, in no order that a branch could be predicted by.
+  constexpr auto kSizes = [] {
+    std::array<std::uint8_t, static_cast<std::size_t>(PropType::kGuid) + 1> sizes{};
+    const auto set = [&sizes](PropType of, std::uint8_t size) {
+      sizes[static_cast<std::size_t>(of)] = size;
+    };
+    set(PropType::kBoolean, 1);
+    set(PropType::kInt16, 2);
+    for (const PropType of : {PropType::kInt32, PropType::kFloat32, PropType::kError}) set(of, 4);
+    for (const PropType of : {PropType::kFloat64, PropType::kCurrency, PropType::kAppTime,
+                              PropType::kInt64, PropType::kTime}) {
+      set(of, 8);
+    }
+    set(PropType::kGuid, 16);
+    return sizes;
+  }();
+  const auto index = static_cast<std::size_t>(type);
+  return index < kSizes.size() ? kSizes[index] : 0;
 }
 // A number of at most 8 bytes: such a value travels as 64 raw bits.
 constexpr bool IsScalar(PropType type) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/recycled_vector.h"
 #include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/heap_builder.h"
 #include "pstfile/ltp/property_context_builder.h"
@@ -25,12 +26,7 @@ bool IsSmall(const TableLayout& layout, std::span<const TableRow> rows) {
   }
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (i > 0 && rows[i].id <= rows[i - 1].id) return false;
-    const PropertyList& cells = *rows[i].cells;
-    for (std::size_t p = 0; p < cells.size(); ++p) {
-      const Property::Kind kind = cells.KindAt(p);
-      if (kind == Property::Kind::kScalar) continue;
-      if (kind != Property::Kind::kBytes || cells.SizeAt(p) > kMaxHeapItem) return false;
-    }
+    if (!rows[i].cells->HasOnlyShort(kMaxHeapItem)) return false;
   }
   return true;
 }
@@ -67,7 +63,8 @@ Result<WrittenTable> WriteSmall(NodeDatabase& database, const TableLayout& layou
   BthHeader header{kRowIndexKeySize, kRowIndexDataSize, 0, HeapId()};
   HeapId rowsId;
   if (!rows.empty()) {
-    std::vector<std::byte> matrix(rows.size() * layout.rowSize());
+    platform::RecycledVector<std::byte> matrix;
+    matrix.resize(rows.size() * layout.rowSize());
     for (std::size_t i = 0; i < rows.size(); ++i) {
       FillRow(layout, rows[i], version, heap,
               std::span(matrix).subspan(i * layout.rowSize(), layout.rowSize()));

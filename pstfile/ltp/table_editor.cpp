@@ -183,11 +183,7 @@ Status TableEditor::AppendRow(std::uint32_t rowId, std::uint32_t version,
     return {};
   };
   // Large values first: writing their blocks is what can fail.
-  bool anyLarge = false;
-  for (std::size_t i = 0; i < cells.size() && !anyLarge; ++i) {
-    anyLarge = cells.KindAt(i) != Property::Kind::kScalar && cells.SizeAt(i) > kMaxHeapItem;
-  }
-  if (anyLarge) {
+  if (!cells.HasOnlyShort(kMaxHeapItem)) {
     Status status = _layout.VisitCells(cells, [&](const TableColumn& column, const Property& p) {
       return IsLarge(p) ? refer(column, PlaceSubnode(p)) : Status();
     });

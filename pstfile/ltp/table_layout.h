@@ -62,12 +62,10 @@ class TableLayout {
   // the calls fails.
   template <typename Visit>
   platform::Status VisitCells(const PropertyList& list, Visit&& visit) const {
-    std::size_t at = 0;
     for (const TableColumn& column : _columns) {
-      while (at < list.size() && list.TagAt(at).Id() < column.tag.Id()) ++at;
-      if (at == list.size()) break;
-      if (list.TagAt(at) != column.tag) continue;
-      if (platform::Status status = visit(column, list.at(at)); !status.ok()) return status;
+      platform::Status status;
+      list.With(column.tag, [&](const Property& property) { status = visit(column, property); });
+      if (!status.ok()) return status;
     }
     return {};
   }

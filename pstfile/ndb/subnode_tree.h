@@ -13,6 +13,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/recycled_vector.h"
 #include "platform/status.h"
 #include "pstfile/ndb/ids.h"
 #include "pstfile/ndb/node_database.h"
@@ -79,8 +80,8 @@ class SubnodeTreeBuilder {
   platform::Status FlushLeaf();
 
   NodeDatabase* _database;
-  std::vector<SubnodeEntry> _entries;  // of the begun leaf
-  std::vector<SubnodeTree::Leaf> _leaves;
+  platform::RecycledVector<SubnodeEntry> _entries;  // of the begun leaf
+  platform::RecycledVector<SubnodeTree::Leaf> _leaves;
   std::optional<NodeId> _last;
 };
 

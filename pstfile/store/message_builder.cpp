@@ -38,15 +38,10 @@ Status TooBig(const char* what, std::uint64_t size) {
 // A recipient has no other home than its row: every property becomes a column.
 Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts& layouts) {
   // Recipients mostly have the same properties, in this message and from message to message.
-  const auto isUsual = [&](const PropertyList& row) {
-    if (row.size() != layouts.usualRecipient.size()) return false;
-    for (std::size_t p = 0; p < row.size(); ++p) {
-      if (row.TagAt(p) != layouts.usualRecipient[p]) return false;
-    }
-    return true;
-  };
   bool allUsual = rows.RowCount() > 0 && !layouts.usualRecipient.empty();
-  for (std::size_t i = 0; allUsual && i < rows.RowCount(); ++i) allUsual = isUsual(rows.Row(i));
+  for (std::size_t i = 0; allUsual && i < rows.RowCount(); ++i) {
+    allUsual = rows.Row(i).HasTags(layouts.usualRecipient);
+  }
   if (allUsual) return &layouts.usualRecipients;
 
   const auto base = TemplateColumns(kNidRecipientTable);
@@ -75,7 +70,7 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
   if (rows.RowCount() == 1) {
     const PropertyList& row = rows.Row(0);
     layouts.usualRecipient.clear();
-    for (std::size_t p = 0; p < row.size(); ++p) layouts.usualRecipient.push_back(row.TagAt(p));
+    row.ListTags(layouts.usualRecipient);
     layouts.usualRecipients = layout;
   }
   return &layout;
@@ -85,7 +80,8 @@ Result<WrittenTable> WriteRecipients(NodeDatabase& database, const RowSource& ro
                                      MessageLayouts& layouts) {
   auto layout = RecipientLayout(rows, layouts);
   if (!layout.ok()) return layout.status();
-  std::vector<TableRow> all(rows.RowCount());
+  platform::RecycledVector<TableRow> all;
+  all.resize(rows.RowCount());
   for (std::size_t i = 0; i < all.size(); ++i) {
     all[i] = {static_cast<std::uint32_t>(i + 1), &rows.Row(i)};
   }
@@ -125,14 +121,14 @@ class Parts {
     }
   }
   void Add(NodeId node, BlockId data, BlockId sub) { _entries.push_back({node, data, sub}); }
-  void Add(const std::vector<SubnodeEntry>& entries) {
+  void Add(std::span<const SubnodeEntry> entries) {
     _entries.insert(_entries.end(), entries.begin(), entries.end());
   }
-  std::vector<SubnodeEntry> Take() { return std::exchange(_entries, {}); }
+  platform::RecycledVector<SubnodeEntry> Take() { return std::move(_entries); }
 
  private:
   NodeDatabase& _database;
-  std::vector<SubnodeEntry> _entries;
+  platform::RecycledVector<SubnodeEntry> _entries;
 };
 
 Status AddSizes(const NodeDatabase& database, BlockId data, BlockId subnodes, int depth,

@@ -1,0 +1,52 @@
+// A std::vector whose memory is used again by the next one of its type: for the short vectors that
+// are filled and thrown away for every message.
+//
+// Each thread keeps the memory of a few, none larger than 16 KiB.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace parvane::platform {
+
+template <typename T>
+class RecycledVector : public std::vector<T> {
+ public:
+  RecycledVector() {
+    Stock& stock = Mine();
+    if (stock.count > 0) this->swap(stock.free[--stock.count]);
+  }
+  RecycledVector(const RecycledVector& other) : RecycledVector() { *this = other; }
+  // Takes the other's memory, and leaves it empty.
+  RecycledVector(RecycledVector&& other) noexcept : std::vector<T>(std::move(other)) {}
+  RecycledVector& operator=(const RecycledVector& other) = default;
+  RecycledVector& operator=(RecycledVector&& other) noexcept {
+    this->swap(other);
+    other.clear();
+    return *this;
+  }
+  ~RecycledVector() {
+    if (this->capacity() == 0 || this->capacity() * sizeof(T) > kMostBytes) return;
+    this->clear();
+    Stock& stock = Mine();
+    if (stock.isOpen && stock.count < stock.free.size()) this->swap(stock.free[stock.count++]);
+  }
+
+ private:
+  static constexpr std::size_t kMostBytes = 16 * 1024;
+
+  struct Stock {
+    std::array<std::vector<T>, 8> free;
+    std::size_t count = 0;
+    bool isOpen = true;  // not so while the thread ends
+    ~Stock() { isOpen = false; }
+  };
+  static Stock& Mine() {
+    thread_local Stock stock;
+    return stock;
+  }
+};
+
+}  // namespace parvane::platform
