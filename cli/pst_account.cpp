@@ -108,8 +108,11 @@ class OfResults final : public PstAccount {
     return _open && platform::FileSystem::Default().FileExists(Path());
   }
   bool Failed() const override { return !_writeFailure.empty(); }
-  std::uint64_t Failures() const override { return _failures; }
-  std::string LastFailure() const override { return _lastFailure; }
+  std::uint64_t Failures() const override { return _failures + mapi::FailureCount(); }
+  std::string LastFailure() const override {
+    if (mapi::FailureCount() == _refusals) return _lastFailure;
+    return fmt::format("{}: {}", platform::PathForDisplay(Path()), mapi::LastFailure().text);
+  }
   std::string WriteFailure() const override { return _writeFailure; }
   std::string Reason() const override {
     return _writeFailure.empty() ? _firstFailure : _writeFailure;
@@ -124,6 +127,7 @@ class OfResults final : public PstAccount {
     const Meaning* meaning = MeaningOf(result);
     const bool final = step == DestinationStep::kLogOff || (meaning && meaning->ofTheFile);
     ++_failures;
+    _refusals = mapi::FailureCount();
     _lastFailure = fmt::format("{}: {} ({})", platform::PathForDisplay(Path()), NameOf(step),
                                ResultText(result));
     if (_firstFailure.empty()) _firstFailure = _lastFailure;
@@ -132,7 +136,8 @@ class OfResults final : public PstAccount {
 
  private:
   std::uint64_t _saved = 0;
-  std::uint64_t _failures = 0;
+  std::uint64_t _failures = 0;  // of steps
+  std::uint64_t _refusals = 0;  // of parts of messages, noted before the last of these
   bool _open = false;
   std::string _firstFailure;
   std::string _lastFailure;

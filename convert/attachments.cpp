@@ -9,6 +9,7 @@
 #include "convert/properties/mapi_properties.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
+#include "mapi/diagnostics.h"
 #include "mapi/identifiers.h"
 #include "mapi/tags.h"
 #include "mime/cls_email.h"
@@ -29,6 +30,12 @@ namespace {
 // Messages within messages, each parsed anew: no real mail nests so deep. What lies deeper stays
 // in the raw text of none of them and is reported.
 constexpr int kMaximumDepth = 100;
+
+// Passes on whether MAPI did it.
+bool Note(HRESULT result, ULONG tag) {
+  if (Failed(result)) NoteRefusal(result, tag);
+  return Succeeded(result);
+}
 
 using Getter = bool (TsEmail::*)(int, TsString&);
 
@@ -78,12 +85,13 @@ void MIMEToMAPIMessageConverter::WriteAttachments(TsEmail* email, IMessage* mess
   for (int i = 0; i < count; ++i) {
     ULONG number = 0;
     ComPointer<IAttach> attachment;
-    message->CreateAttach(nullptr, 0, &number, attachment.Put());
+    Note(message->CreateAttach(nullptr, 0, &number, attachment.Put()), PR_MESSAGE_ATTACHMENTS);
     bool written = false;
     if (attachment) {
       _attachmentFailed = false;
       (this->*writer)(attachment.get(), email, i);
-      written = Succeeded(attachment->SaveChanges(FORCE_SAVE)) && !_attachmentFailed;
+      written =
+          Note(attachment->SaveChanges(FORCE_SAVE), PR_MESSAGE_ATTACHMENTS) && !_attachmentFailed;
     }
     if (_reportP) ++(written ? _reportP->attachmentsWritten : _reportP->attachmentsFailed);
   }
@@ -118,8 +126,9 @@ void MIMEToMAPIMessageConverter::WriteAttachment_EmbededMessage(IAttach* attachm
   if (!attachment || !email) return;
   SetPropLong(attachment, PR_ATTACH_METHOD, ATTACH_EMBEDDED_MSG);
   ComPointer<IMessage> inner;
-  attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
-                           inner.PutUnknown());
+  Note(attachment->OpenProperty(PR_ATTACH_DATA_OBJ, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                                inner.PutUnknown()),
+       PR_ATTACH_DATA_OBJ);
   if (!inner) {
     _attachmentFailed = true;
     return;
@@ -134,7 +143,7 @@ void MIMEToMAPIMessageConverter::WriteAttachment_EmbededMessage(IAttach* attachm
     // Of the attachments inside, each has been counted by itself.
     _attachmentFailed = !parsed;
   }
-  if (Failed(inner->SaveChanges(FORCE_SAVE))) _attachmentFailed = true;
+  if (!Note(inner->SaveChanges(FORCE_SAVE), PR_ATTACH_DATA_OBJ)) _attachmentFailed = true;
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -5,16 +5,18 @@
 #include <cstddef>
 
 #include "mapi/constants.h"
+#include "mapi/diagnostics.h"
 #include "mapi/identifiers.h"
+#include "mapi/results.h"
 #include "platform/simd/ascii.h"
 
 namespace parvane::convert {
 
-PropertyWriter::PropertyWriter(mapi::IMAPIProp& object, mapi::ULONG tag) {
+PropertyWriter::PropertyWriter(mapi::IMAPIProp& object, mapi::ULONG tag) : _tag(tag) {
   const mapi::HRESULT opened =
       object.OpenProperty(tag, &mapi::IID_IStream, mapi::STGM_WRITE,
                           mapi::MAPI_CREATE | mapi::MAPI_MODIFY, _stream.PutUnknown());
-  _written = !mapi::Failed(opened) && _stream;
+  _written = Taken(opened) && _stream;
 }
 
 bool PropertyWriter::Write(std::string_view bytes) {
@@ -23,13 +25,19 @@ bool PropertyWriter::Write(std::string_view bytes) {
   while (_written && !bytes.empty()) {
     const auto count = static_cast<mapi::ULONG>(std::min(bytes.size(), kMostPerCall));
     mapi::ULONG done = 0;
-    _written = mapi::Succeeded(_stream->Write(bytes.data(), count, &done)) && done == count;
+    _written = Taken(_stream->Write(bytes.data(), count, &done));
+    if (_written && done != count) _written = Taken(mapi::STG_E_MEDIUMFULL);
     bytes.remove_prefix(count);
   }
   return _written;
 }
 
-bool PropertyWriter::Commit() { return _stream && mapi::Succeeded(_stream->Commit(0)) && _written; }
+bool PropertyWriter::Commit() { return _stream && Taken(_stream->Commit(0)) && _written; }
+
+bool PropertyWriter::Taken(mapi::HRESULT result) const {
+  if (mapi::Failed(result)) mapi::NoteRefusal(result, _tag);
+  return mapi::Succeeded(result);
+}
 
 bool WritePropertyStream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view bytes) {
   PropertyWriter writer(object, tag);

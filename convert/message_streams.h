@@ -8,8 +8,8 @@
 
 namespace parvane::convert {
 
-// A property being written piece by piece. Once MAPI has refused something, nothing more is
-// written.
+// A property being written piece by piece. Once MAPI has refused something, which is noted, nothing
+// more is written.
 class PropertyWriter {
  public:
   PropertyWriter(mapi::IMAPIProp& object, mapi::ULONG tag);
@@ -20,7 +20,11 @@ class PropertyWriter {
 
  private:
   mapi::ComPointer<mapi::IStream> _stream;
+  mapi::ULONG _tag;
   bool _written = false;
+
+  // Passes on whether MAPI took it.
+  bool Taken(mapi::HRESULT result) const;
 };
 
 // Creates the property and writes all bytes; false when MAPI refused any of it.

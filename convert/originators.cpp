@@ -69,7 +69,7 @@ void WriteOriginator(IMessage& message, const OriginatorTags& tags, const OneOff
       BinaryOf(tags.entryId, entry.entryIdSize(), entry.entryId()),
       TextOf(tags.name, entry.displayName().c_str()), TextOf(tags.addressType, entry.addressType()),
       TextOf(tags.address, entry.emailAddress().c_str())};
-  message.SetProps(properties.size(), properties.data(), nullptr);
+  SetProperties(message, properties.size(), properties.data());
 }
 
 bool HasText(std::u16string_view text) {

@@ -7,6 +7,8 @@
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
 #include "mapi/constants.h"
+#include "mapi/diagnostics.h"
+#include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/cls_email.h"
 #include "mime/ts_email.h"
@@ -54,7 +56,8 @@ void MIMEToMAPIMessageConverter::AddRecipient(const std::u16string& name,
   list.cEntries = 1;
   list.aEntries[0].cValues = properties.size();
   list.aEntries[0].rgPropVals = properties.data();
-  message.ModifyRecipients(MODRECIP_ADD, &list);
+  const HRESULT result = message.ModifyRecipients(MODRECIP_ADD, &list);
+  if (Failed(result)) NoteRefusal(result, PR_MESSAGE_RECIPIENTS);
 }
 
 }  // namespace QuelmarMIMEEngineCommon

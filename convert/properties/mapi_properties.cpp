@@ -3,12 +3,15 @@
 #include "convert/properties/strings.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
+#include "mapi/diagnostics.h"
+#include "mapi/results.h"
 #include "mapi/tags.h"
 
 namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
 
 using parvane::mapi::MapiBuffer;
 using parvane::mapi::MAPINAMEID;
+using parvane::mapi::SPropProblemArray;
 using parvane::mapi::SPropTagArray;
 
 namespace {
@@ -20,7 +23,7 @@ SPropValue ValueOf(ULONG tag) {
 }
 
 void SetOne(IMAPIProp* object, SPropValue& value) {
-  if (object) object->SetProps(1, &value, nullptr);
+  if (object) SetProperties(*object, 1, &value);
 }
 
 SBinary ToBinary(ULONG size, const void* bytes) {
@@ -49,6 +52,15 @@ ULONG TypedTag(IMAPIProp* object, LONG id, const GUID* propertySet, ULONG type) 
 }
 
 }  // namespace
+
+void SetProperties(IMAPIProp& object, ULONG count, SPropValue* values) {
+  MapiBuffer<SPropProblemArray> problems;
+  const parvane::mapi::HRESULT result = object.SetProps(count, values, problems.Put());
+  if (parvane::mapi::Failed(result)) parvane::mapi::NoteRefusal(result, values->ulPropTag);
+  if (!problems) return;
+  for (ULONG i = 0; i < problems->cProblem; ++i)
+    parvane::mapi::NoteRefusal(problems->aProblem[i].scode, problems->aProblem[i].ulPropTag);
+}
 
 SPropValue TextOf(ULONG tag, const char16_t* text) {
   SPropValue value = ValueOf(tag);

@@ -1,7 +1,8 @@
 // Helpers that set one MAPI property, collect a list of them, or work with named properties.
 //
-// All are thin and report nothing: a property that cannot be written stays absent. A null object is
-// skipped. A string property is never written empty, so an absent property means "no value".
+// All are thin and return nothing: a property that cannot be written stays absent, which is noted
+// (NoteRefusal in mapi/diagnostics.h). A null object is skipped. A string property is never written
+// empty, so an absent property means "no value".
 #pragma once
 
 #include <cstdint>
@@ -42,6 +43,8 @@ void SetPropMVBin(IMAPIProp* object, ULONG tag, const std::vector<SBinary>& bina
 SPropValue TextOf(ULONG tag, const char16_t* text);
 SPropValue BinaryOf(ULONG tag, ULONG size, const void* bytes);
 SPropValue NumberOf(ULONG tag, ULONG value);
+
+void SetProperties(IMAPIProp& object, ULONG count, SPropValue* values);
 
 // ---- A list of properties, written later with one call -----------------------------------------
 

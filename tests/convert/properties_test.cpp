@@ -4,16 +4,92 @@
 #include <gtest/gtest.h>
 
 #include "convert/flat_entry_list.h"
+#include "convert/message_streams.h"
 #include "convert/properties/date_time_utilities.h"
+#include "convert/properties/mapi_properties.h"
 #include "convert/properties/one_off.h"
 #include "convert/properties/strings.h"
+#include "mapi/builtin_entry_points.h"
+#include "mapi/diagnostics.h"
+#include "mapi/results.h"
+#include "mapi/tags.h"
 #include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon {
 namespace {
 
 using namespace OrvMAPIUtilities;
+using namespace parvane::mapi;
 namespace platform = parvane::platform;
+
+// An object of a MAPI that refuses what is written and tells it by results alone.
+class Refusing final : public IMAPIProp {
+ public:
+  HRESULT set = S_OK;
+  SCODE problem = S_OK;  // of every property
+
+  HRESULT PARVANE_STDCALL SetProps(ULONG count, SPropValue* values,
+                                   SPropProblemArray** problems) override {
+    if (problem == S_OK) return set;
+    MAPIAllocateBuffer(NewSizeSPropProblemArray(count), reinterpret_cast<void**>(problems));
+    (*problems)->cProblem = count;
+    for (ULONG i = 0; i < count; ++i) (*problems)->aProblem[i] = {i, values[i].ulPropTag, problem};
+    return set;
+  }
+  HRESULT PARVANE_STDCALL OpenProperty(ULONG, const IID*, ULONG, ULONG, IUnknown**) override {
+    return MAPI_E_NOT_ENOUGH_MEMORY;
+  }
+
+  // Never asked for.
+  HRESULT PARVANE_STDCALL QueryInterface(const IID&, void**) override { return E_FAIL; }
+  ULONG PARVANE_STDCALL AddRef() override { return 1; }
+  ULONG PARVANE_STDCALL Release() override { return 1; }
+  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR**) override { return E_FAIL; }
+  HRESULT PARVANE_STDCALL SaveChanges(ULONG) override { return E_FAIL; }
+  HRESULT PARVANE_STDCALL GetProps(SPropTagArray*, ULONG, ULONG*, SPropValue**) override {
+    return E_FAIL;
+  }
+  HRESULT PARVANE_STDCALL GetPropList(ULONG, SPropTagArray**) override { return E_FAIL; }
+  HRESULT PARVANE_STDCALL DeleteProps(SPropTagArray*, SPropProblemArray**) override {
+    return E_FAIL;
+  }
+  HRESULT PARVANE_STDCALL CopyTo(ULONG, const IID*, SPropTagArray*, ULONG_PTR, IMAPIProgress*,
+                                 const IID*, void*, ULONG, SPropProblemArray**) override {
+    return E_FAIL;
+  }
+  HRESULT PARVANE_STDCALL CopyProps(SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*,
+                                    ULONG, SPropProblemArray**) override {
+    return E_FAIL;
+  }
+  HRESULT PARVANE_STDCALL GetNamesFromIDs(SPropTagArray**, GUID*, ULONG, ULONG*,
+                                          MAPINAMEID***) override {
+    return E_FAIL;
+  }
+  HRESULT PARVANE_STDCALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG, SPropTagArray**) override {
+    return E_FAIL;
+  }
+};
+
+TEST(Writing, NotesWhatAMapiRefusesThatCountsNothingItself) {
+  SelectEntryPoints(BuiltinEntryPoints());  // for its memory
+  ResetDiagnostics();
+  Refusing object;
+  SetPropString(&object, PR_SUBJECT_W, u"taken");
+  object.problem = MAPI_E_COMPUTED;
+  SetPropLong(&object, PR_IMPORTANCE, 1);
+  EXPECT_EQ(FailureCount(), 0u);
+  object.problem = MAPI_E_INVALID_TYPE;
+  SetPropLong(&object, PR_IMPORTANCE, 1);
+  EXPECT_EQ(LastFailure().text, "MAPI refused the property 0x00170003 (0x80040302)");
+  object.problem = S_OK;
+  object.set = MAPI_E_NOT_ENOUGH_DISK;
+  SetPropString(&object, PR_SUBJECT_W, u"not taken");
+  EXPECT_EQ(LastFailure().text, "MAPI refused the property 0x0037001F (0x8004010D)");
+  EXPECT_FALSE(parvane::convert::WritePropertyStream(object, PR_BODY_W, "text"));
+  EXPECT_EQ(LastFailure().text, "MAPI refused the property 0x1000001F (0x8007000E)");
+  EXPECT_EQ(FailureCount(), 3u);
+  ResetDiagnostics();
+}
 
 TEST(OneOffNames, AreNeverWrittenEmpty) {
   struct Case {
