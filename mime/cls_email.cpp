@@ -4,6 +4,7 @@
 
 #include "mime/cls_byte_data.h"
 #include "mime/cls_string.h"
+#include "mime/content_coding.h"
 #include "mime/encoded_words.h"
 #include "mime/html_charset.h"
 #include "mime/text_decoding.h"
@@ -62,9 +63,15 @@ std::string FieldText(std::string_view name, std::string_view value, std::string
 }
 
 // True for text that FieldText would only trim: ASCII without control characters, and so without
-// escape sequences, and without the "?" that encoded words have.
+// escape sequences, and without encoded words.
 bool IsPlainText(std::string_view value) {
-  return parvane::platform::simd::FindNotPlain(value.data(), value.size()) == value.size();
+  const auto find = [value](std::size_t from) {
+    return from + parvane::platform::simd::FindNotPlain(value.data() + from, value.size() - from);
+  };
+  std::size_t at = find(0);
+  if (at == value.size()) return true;
+  while (at < value.size() && value[at] == '?') at = find(at + 1);
+  return at == value.size() && !ContentCoding::HasEncodedWords(value);
 }
 
 const char* FieldOfList(ClsEmail::List list) {
@@ -235,8 +242,12 @@ bool ClsEmail::Fields::View(std::string_view name, std::string& scratch, std::st
   if (field == nullptr) return _success = false;
   out = Trim(field->Value(scratch));
   if (!IsPlainText(out)) {
-    scratch = FieldText(name, field->Value(scratch), _email._message->charset);
-    out = scratch;
+    Message& message = *_email._message;
+    if (message.decodedField != field) {
+      message.decodedText = FieldText(name, field->Value(scratch), message.charset);
+      message.decodedField = field;
+    }
+    out = scratch = message.decodedText;
   }
   return true;
 }

@@ -116,6 +116,9 @@ class ClsEmail {
     EmailStructure structure;
     std::string charset;  // the message's own, for text that names none; may be empty
     std::optional<std::vector<MailBox>> lists[4];
+    // The last field that had to be decoded: the subject is asked for again.
+    const MimeField* decodedField = nullptr;
+    std::string decodedText;
   };
 
   // The frame of every operation: the critical section, a log context closed with the outcome,
