@@ -10,39 +10,46 @@
 // been given.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace parvane::convert {
 
 class FlatEntryList {
  public:
-  void Add(std::span<const std::uint8_t> entryId) {
-    ++_count;
-    AppendNumber(_entries, entryId.size());
-    _entries.insert(_entries.end(), entryId.begin(), entryId.end());
-    _entries.resize(_entries.size() + (entryId.size() + 4) % 4);
+  FlatEntryList() {
+    constexpr std::size_t kUsualSize = 256;
+    _bytes.reserve(kUsualSize);
+    _bytes.resize(kHeaderSize);
   }
 
-  std::vector<std::uint8_t> Bytes() const {
-    std::vector<std::uint8_t> bytes;
-    bytes.reserve(8 + _entries.size());
-    AppendNumber(bytes, _count);
-    AppendNumber(bytes, _entries.size());
-    bytes.insert(bytes.end(), _entries.begin(), _entries.end());
-    return bytes;
+  void Add(std::span<const std::uint8_t> entryId) {
+    ++_count;
+    const std::size_t at = _bytes.size();
+    const std::size_t size = sizeof(std::uint32_t) + entryId.size();
+    _bytes.resize(at + size + size % 4);
+    PutNumber(at, entryId.size());
+    std::copy(entryId.begin(), entryId.end(), _bytes.data() + at + sizeof(std::uint32_t));
+  }
+
+  const std::vector<std::uint8_t>& Bytes() {
+    PutNumber(0, _count);
+    PutNumber(sizeof(std::uint32_t), _bytes.size() - kHeaderSize);
+    return _bytes;
   }
 
  private:
-  static void AppendNumber(std::vector<std::uint8_t>& bytes, std::size_t number) {
+  static constexpr std::size_t kHeaderSize = 8;
+
+  void PutNumber(std::size_t at, std::size_t number) {
     for (int shift = 0; shift < 32; shift += 8)
-      bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+      _bytes[at++] = static_cast<std::uint8_t>(number >> shift);
   }
 
   std::size_t _count = 0;
-  std::vector<std::uint8_t> _entries;
+  std::vector<std::uint8_t> _bytes;
 };
 
 }  // namespace parvane::convert

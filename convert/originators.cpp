@@ -118,7 +118,7 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
   }
   SetPropString(message, PR_REPLY_RECIPIENT_NAMES_W, names.c_str());
   SetPropString(message, kReplyRecipientAddressesTag, addresses.c_str());
-  const std::vector<BYTE> list = entries.Bytes();
+  const std::vector<BYTE>& list = entries.Bytes();
   SetPropBin(message, PR_REPLY_RECIPIENT_ENTRIES, static_cast<ULONG>(list.size()), list.data());
 }
 

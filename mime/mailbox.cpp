@@ -215,34 +215,41 @@ void AppendEscaped(std::basic_string_view<Char> name, std::basic_string<Char>& o
   }
 }
 
-// What a byte means in an address that is plainly written.
-enum class Role : unsigned char { kNone, kEnd, kBlank, kSpecial };
-
-class Roles {
+// The places of a mailbox that a byte does not end.
+class Places {
  public:
-  constexpr Roles() {
-    for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'}) At(c) = Role::kBlank;
-    for (const char c : {'\\', '(', '<'}) At(c) = Role::kSpecial;
-    At('>') = Role::kEnd;
+  enum Place : unsigned char { kName = 1, kBracketed = 2, kBare = 4 };
+
+  constexpr Places() {
+    _places.fill(kName | kBracketed | kBare);
+    for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'}) At(c) = kName;
+    At('\\') = At('(') = 0;
+    At('<') = At('>') = kBare;
+    At('>') |= kName;
+    At('@') &= static_cast<unsigned char>(~kName);
+    At('"') &= static_cast<unsigned char>(~kName);
   }
-  constexpr Role operator[](char c) const { return _roles[static_cast<unsigned char>(c)]; }
+  // Where the bytes from `at` on end that may stand there.
+  std::size_t End(std::string_view text, std::size_t at, Place place) const {
+    while (at < text.size() && (_places[static_cast<unsigned char>(text[at])] & place) != 0) ++at;
+    return at;
+  }
 
  private:
-  constexpr Role& At(char c) { return _roles[static_cast<unsigned char>(c)]; }
+  constexpr unsigned char& At(char c) { return _places[static_cast<unsigned char>(c)]; }
 
-  std::array<Role, 256> _roles{};
+  std::array<unsigned char, 256> _places{};
 };
-constexpr Roles kRoles;
+constexpr Places kPlaces;
 
 // Writes `text` without its white space; false when something in it has a meaning of its own, up
 // to the ">" that ends an address.
 bool AppendPlainAddress(std::string_view text, std::string& out) {
   for (std::size_t at = 0; at < text.size();) {
-    std::size_t end = at;
-    while (end < text.size() && kRoles[text[end]] == Role::kNone) ++end;
+    const std::size_t end = kPlaces.End(text, at, Places::kBracketed);
     out.append(text, at, end - at);
     if (end == text.size() || text[end] == '>') return true;
-    if (kRoles[text[end]] == Role::kSpecial) return false;
+    if (!IsWhiteSpace(text[end])) return false;
     at = end + 1;
   }
   return true;
@@ -271,14 +278,8 @@ bool RewritePlain(std::string_view mailbox, std::string& out) {
     out.append(" >");
     return true;
   }
-  std::size_t end = 0;
-  bool hasQuote = false;
-  for (; end < mailbox.size() && mailbox[end] != '<' && mailbox[end] != '@'; ++end) {
-    const char c = mailbox[end];
-    if (c == '\\' || c == '(') return false;
-    hasQuote |= c == '"';
-  }
-  if (hasQuote || end == mailbox.size()) return false;
+  std::size_t end = kPlaces.End(mailbox, 0, Places::kName);
+  if (end == mailbox.size() || (mailbox[end] != '<' && mailbox[end] != '@')) return false;
   if (mailbox[end] == '<') {
     std::size_t nameEnd = end;
     while (nameEnd > 0 && IsWhiteSpace(mailbox[nameEnd - 1])) --nameEnd;
@@ -288,10 +289,8 @@ bool RewritePlain(std::string_view mailbox, std::string& out) {
     return true;
   }
   // A bare address ends at white space.
-  while (end < mailbox.size() && !IsWhiteSpace(mailbox[end])) {
-    const char c = mailbox[end++];
-    if (c == '\\' || c == '(') return false;
-  }
+  end = kPlaces.End(mailbox, end, Places::kBare);
+  if (end < mailbox.size() && !IsWhiteSpace(mailbox[end])) return false;
   out.append("\"\" < ").append(mailbox.substr(0, end)).append(" >");
   return true;
 }
