@@ -6,18 +6,8 @@
 namespace parvane::mapi {
 namespace {
 
-class Properties : public SessionTest {
+class Properties : public MessageTest {
  protected:
-  ComPointer<IMessage> message;
-  void SetUp() override {
-    SessionTest::SetUp();
-    LogOn();
-    message = NewMessage(*top);
-  }
-  void TearDown() override {
-    message.Reset();
-    SessionTest::TearDown();
-  }
   // Saves, and opens the message again through its folder.
   void SaveAndOpen(ULONG access = MAPI_MODIFY) {
     ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK) << LastFailure().text;

@@ -314,4 +314,19 @@ class SessionTest : public ::testing::Test {
   }
 };
 
+// Logged on, with a message to work on.
+class MessageTest : public SessionTest {
+ protected:
+  ComPointer<IMessage> message;
+  void SetUp() override {
+    SessionTest::SetUp();
+    LogOn();
+    message = NewMessage(*top);
+  }
+  void TearDown() override {
+    message.Reset();
+    SessionTest::TearDown();
+  }
+};
+
 }  // namespace parvane::mapi

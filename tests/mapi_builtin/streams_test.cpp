@@ -18,18 +18,8 @@ ULARGE_INTEGER Unsigned(ULONGLONG value) {
   return result;
 }
 
-class Streams : public SessionTest {
+class Streams : public MessageTest {
  protected:
-  ComPointer<IMessage> message;
-  void SetUp() override {
-    SessionTest::SetUp();
-    LogOn();
-    message = NewMessage(*top);
-  }
-  void TearDown() override {
-    message.Reset();
-    SessionTest::TearDown();
-  }
   ComPointer<IStream> Open(ULONG tag, ULONG flags, HRESULT expected = S_OK) {
     ComPointer<IStream> stream;
     EXPECT_EQ(message->OpenProperty(tag, &IID_IStream, 0, flags, stream.PutUnknown()), expected);

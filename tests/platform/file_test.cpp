@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/scratch_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/pstfile/ndb_memory_files.h"
 
 namespace parvane::platform {
@@ -63,7 +63,7 @@ TEST(Path, EveryByteStringRoundTrips) {
 }
 
 TEST(File, ReadsWritesResizesAndAllocates) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string path = folder / u"\u00E6\U0001F600";
   auto opened = Files().Open(path, Mode::kCreateNew);
   ASSERT_TRUE(opened.ok()) << opened.status().message();
@@ -81,17 +81,17 @@ TEST(File, ReadsWritesResizesAndAllocates) {
   EXPECT_EQ(*file.Size(), 200'000U);
   EXPECT_TRUE(file.Flush().ok());
   EXPECT_EQ(Content(path), std::string("\0\0\0\0d", 5) + std::string(199'995, '\0'));
-  EXPECT_TRUE(Files().FlushFolder(folder.path()).ok());
+  EXPECT_TRUE(Files().FlushFolder(folder.Path()).ok());
 }
 
 TEST(File, OpensOnlyWhatItShould) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string path = folder.Write(u"here", "x");
   EXPECT_EQ(Files().Open(path, Mode::kCreateNew).status().code(), StatusCode::kExists);
   const auto missing = Files().Open(folder / u"missing", Mode::kReadWrite);
   EXPECT_EQ(missing.status().code(), StatusCode::kNotFound);
   EXPECT_NE(missing.status().message().find("missing"), std::string::npos);
-  EXPECT_EQ(Files().Open(folder.path(), Mode::kRead).status().code(), StatusCode::kUnsupported);
+  EXPECT_EQ(Files().Open(folder.Path(), Mode::kRead).status().code(), StatusCode::kUnsupported);
   EXPECT_FALSE(Files().Open(path + u'\0' + u"x", Mode::kRead).ok());
   auto reader = Files().Open(path, Mode::kRead);
   ASSERT_TRUE(reader.ok());
@@ -99,7 +99,7 @@ TEST(File, OpensOnlyWhatItShould) {
 }
 
 TEST(File, LocksOutEveryOtherHandle) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string path = folder.Write(u"locked", "x");
   // Where opening for writing locks already, it fails the same way.
   const auto lock = [&path](std::unique_ptr<RandomAccessFile>& file) {
@@ -118,14 +118,14 @@ TEST(File, LocksOutEveryOtherHandle) {
 }
 
 TEST(Folder, ListsSortedByUnit) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   for (const char16_t* name : {u"b", u"C", u"a", u"\u00E6", u"\U0001F600", u"\uFFF0", u".hidden"}) {
     folder.Write(name, "12345");
   }
   ASSERT_TRUE(Files().CreateFolder(folder / u"d", false).ok());
   ASSERT_TRUE(Files().CreateFolder(folder / u"d", false).ok());
   EXPECT_EQ(Files().CreateFolder(folder / u"a", false).code(), StatusCode::kExists);
-  const auto entries = Files().List(folder.path());
+  const auto entries = Files().List(folder.Path());
   ASSERT_TRUE(entries.ok());
   std::vector<std::u16string> names;
   for (const DirectoryEntry& entry : *entries) {
@@ -140,7 +140,7 @@ TEST(Folder, ListsSortedByUnit) {
 }
 
 TEST(Folder, CreatesMissingParents) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string deep = JoinPath(JoinPath(folder / u"x", u"y"), u"z");
   EXPECT_TRUE(CreateFolders(Files(), deep, true).ok());
   EXPECT_TRUE(Files().FolderExists(deep));
@@ -149,7 +149,7 @@ TEST(Folder, CreatesMissingParents) {
 }
 
 TEST(File, RenamesAndRemoves) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string a = folder.Write(u"a", "a");
   const std::u16string b = folder.Write(u"b", "b");
   EXPECT_EQ(Files().Rename(a, b, false).code(), StatusCode::kExists);
@@ -164,7 +164,7 @@ TEST(File, RenamesAndRemoves) {
 }
 
 TEST(File, AppendsPieces) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::span<const std::byte> pieces[] = {Bytes("one "), Bytes(""), Bytes("two\n")};
   EXPECT_TRUE(Files().AppendPrivate(folder / u"dump", pieces).ok());
   EXPECT_TRUE(Files().AppendPrivate(folder / u"dump", pieces).ok());
@@ -176,7 +176,7 @@ TEST(File, AppendsPieces) {
 }
 
 TEST(File, ReadsWholeUpToALimit) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string path = folder.Write(u"f", "12345");
   EXPECT_EQ(*ReadWholeFile(Files(), path, 5), "12345");
   EXPECT_EQ(ReadWholeFile(Files(), path, 4).status().code(), StatusCode::kTooBig);
@@ -196,7 +196,7 @@ std::string Drain(InputStream& stream, std::size_t step) {
 }
 
 TEST(InputStream, GivesTheSameBytesForEveryBuffer) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   std::string content;
   for (int i = 0; i < 1000; ++i) content += std::to_string(i);
   const std::u16string path = folder.Write(u"f", content);

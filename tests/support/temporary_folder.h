@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -32,12 +33,23 @@ class TemporaryFolder {
     return parvane::platform::PathFromNative(name.empty() ? _path.string()
                                                           : (_path / name).string());
   }
+  std::u16string operator/(std::u16string_view name) const {
+    return parvane::platform::JoinPath(Path(), name);
+  }
   // Creates folders on the way.
+  std::u16string Write(std::u16string_view name, std::string_view bytes) const {
+    auto& files = parvane::platform::FileSystem::Default();
+    const std::u16string path = *this / name;
+    (void)CreateFolders(files, parvane::platform::ParentOfPath(path), true);
+    using Mode = parvane::platform::FileSystem::OpenMode;
+    auto file = files.Open(path, files.FileExists(path) ? Mode::kReadWrite : Mode::kCreateNew);
+    EXPECT_TRUE(file.ok() && (*file)->Resize(0).ok() &&
+                (*file)->WriteAt(0, std::as_bytes(std::span(bytes))).ok())
+        << file.status().message();
+    return path;
+  }
   std::u16string Write(std::string_view name, std::string_view bytes) const {
-    const auto path = _path / name;
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary).write(bytes.data(), std::ssize(bytes));
-    return Path(name);
+    return Write(parvane::platform::PathFromNative(name), bytes);
   }
   void MakeFolder(std::string_view name) const {
     std::filesystem::create_directories(_path / name);

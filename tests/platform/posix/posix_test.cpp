@@ -11,7 +11,7 @@
 #include "platform/code_page.h"
 #include "platform/system.h"
 #include "platform/time.h"
-#include "tests/platform/scratch_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace parvane::platform {
 namespace {
@@ -27,7 +27,7 @@ mode_t ModeOf(const std::u16string& path) {
 }
 
 TEST(PosixFiles, NeverOpenFifosAndDevices) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string fifo = folder / u"fifo";
   ASSERT_EQ(::mkfifo(PathToNative(fifo).c_str(), 0600), 0);
   // Opening one of these for good would block for ever.
@@ -40,7 +40,7 @@ TEST(PosixFiles, NeverOpenFifosAndDevices) {
 }
 
 TEST(PosixFiles, ResolveSymbolicLinks) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   folder.Write(u"file", "12345");
   ASSERT_TRUE(Files().CreateFolder(folder / u"sub", false).ok());
   const auto link = [&folder](const char* target, std::u16string_view name) {
@@ -51,7 +51,7 @@ TEST(PosixFiles, ResolveSymbolicLinks) {
   link("nowhere", u"to nothing");
   link("to itself", u"to itself");
   link("/dev/null", u"to device");
-  const auto entries = Files().List(folder.path());
+  const auto entries = Files().List(folder.Path());
   ASSERT_TRUE(entries.ok());
   std::string kinds;
   for (const DirectoryEntry& entry : *entries) kinds += "NFDO"[static_cast<int>(entry.kind)];
@@ -62,14 +62,14 @@ TEST(PosixFiles, ResolveSymbolicLinks) {
   const FileInformation linked = Files().Inspect(folder / u"to folder");
   EXPECT_EQ(direct.identity, linked.identity);
   EXPECT_EQ(direct.device, linked.device);
-  EXPECT_NE(direct.identity, Files().Inspect(folder.path()).identity);
+  EXPECT_NE(direct.identity, Files().Inspect(folder.Path()).identity);
 }
 
 TEST(PosixFiles, KeepNamesThatAreNoText) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string name = PathFromNative("l\xF8s\xFF");
   folder.Write(name, "x");
-  const auto entries = Files().List(folder.path());
+  const auto entries = Files().List(folder.Path());
   ASSERT_TRUE(entries.ok());
   ASSERT_EQ(entries->size(), 1U);
   EXPECT_EQ((*entries)[0].name, name);
@@ -77,7 +77,7 @@ TEST(PosixFiles, KeepNamesThatAreNoText) {
 }
 
 TEST(PosixFiles, PrivateMeansTheOwnerAlone) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   ASSERT_TRUE(Files().CreateFolder(folder / u"private", true).ok());
   EXPECT_EQ(ModeOf(folder / u"private"), 0700U);
   ASSERT_TRUE(Files().AppendPrivate(folder / u"new", {}).ok());
@@ -89,7 +89,7 @@ TEST(PosixFiles, PrivateMeansTheOwnerAlone) {
 }
 
 TEST(PosixFiles, AFullDiskIsAnErrorThatLeavesTheFileWhole) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   auto file = Files().Open(folder / u"f", Mode::kCreateNew);
   ASSERT_TRUE(file.ok());
   // The file size limit stands in for the disk; its signal would end the process.
@@ -113,7 +113,7 @@ TEST(PosixFiles, AFullDiskIsAnErrorThatLeavesTheFileWhole) {
 }
 
 TEST(PosixFiles, DeniedIsToldFromMissing) {
-  const ScratchFolder folder;
+  const ::TemporaryFolder folder;
   const std::u16string path = folder.Write(u"f", "x");
   ASSERT_EQ(::chmod(PathToNative(path).c_str(), 0), 0);
   ASSERT_EQ(::chmod(PathToNative(ParentOfPath(path)).c_str(), 0755), 0);
