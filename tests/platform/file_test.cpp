@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/temporary_folder.h"
 #include "tests/pstfile/ndb_memory_files.h"
+#include "tests/support/temporary_folder.h"
 
 namespace parvane::platform {
 namespace {
