@@ -50,11 +50,11 @@ class Run:
     """The outcome of one program."""
 
     def __init__(self, arguments, **options):
-        options = {'timeout': TIME_LIMIT, 'stderr': subprocess.PIPE, **options}
-        done = subprocess.run([str(a) for a in arguments], stdin=subprocess.DEVNULL,
-                              stdout=subprocess.PIPE, **options)
+        options = {'timeout': TIME_LIMIT, 'stdin': subprocess.DEVNULL, 'stdout': subprocess.PIPE,
+                   'stderr': subprocess.PIPE, **options}
+        done = subprocess.run([str(a) for a in arguments], **options)
         self.code = done.returncode
-        self.out = done.stdout.decode('utf-8', 'replace')
+        self.out = (done.stdout or b'').decode('utf-8', 'replace')
         self.err = (done.stderr or b'').decode('utf-8', 'replace')
 
     def __str__(self):
@@ -108,7 +108,8 @@ class PstTest(unittest.TestCase):
         return Run([program, *arguments], env=environment, **options)
 
     def parvane_on_terminal(self, *arguments):
-        """With a terminal as its standard error."""
+        """With a terminal as its standard error, or a console for all its streams on Windows, which
+        Wine shows on a terminal."""
         reader, writer = pty.openpty()
         text = []
 
@@ -121,7 +122,8 @@ class PstTest(unittest.TestCase):
         watcher = threading.Thread(target=read)
         watcher.start()
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), TERM='xterm')
-        run = Run([PARVANE, *arguments], env=environment, stderr=writer)
+        console = {'stdin': writer, 'stdout': writer, 'start_new_session': True} if WINDOWS else {}
+        run = Run([PARVANE, *map(shown, arguments)], env=environment, stderr=writer, **console)
         os.close(writer)
         watcher.join()
         os.close(reader)

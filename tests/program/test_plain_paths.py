@@ -6,7 +6,7 @@ import re
 import unittest
 
 import mailboxes
-from harness import PARVANE, PstTest, Run
+from harness import PARVANE, PstTest, Run, shown
 
 def varied(seed=3):
     """Text, quoted-printable and base64 of lengths around every vector's width."""
@@ -29,7 +29,7 @@ class PlainPaths(PstTest):
     def contents(self, source, path):
         """What an independent reader finds in the PST that `source` becomes."""
         pst = self.folder / f'{path}.pst'
-        run = Run([PARVANE, 'convert', '--quiet', source, pst],
+        run = Run([PARVANE, 'convert', '--quiet', shown(source), shown(pst)],
                   env=dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), PARVANE_CPU=path))
         self.assertIn(run.code, (0, 1), run)
         run = Run(['pffexport', '-q', '-m', 'items', '-t', self.folder / path, pst])

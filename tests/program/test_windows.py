@@ -1,11 +1,5 @@
-"""What only Windows has: its paths, its console, its way to be interrupted, its share modes."""
-import json
-import os
-import pty
-import signal
+"""What only Windows has: its paths and its console."""
 import subprocess
-import threading
-import time
 import unittest
 
 import mailboxes
@@ -54,97 +48,21 @@ class Paths(PstTest):
         self.assertEqual((run.code, len(run.err.splitlines())), (3, 1), run)
 
 
-class Sharing(PstTest):
-
-    def test_a_pst_that_is_being_written_can_be_read_but_not_written(self):
-        source = self.write('Inbox.mbox', mailboxes.many(100_000))
-        more = self.write('more.mbox', mailboxes.many(1))
-        pst = self.folder / 'out.pst'
-        self.convert(more, pst)
-        before = pst.stat().st_size
-        writer = subprocess.Popen([PARVANE, 'convert', '--quiet', '--append', shown(source),
-                                   shown(pst)], stdin=subprocess.DEVNULL)
-        self.addCleanup(writer.wait)
-        while writer.poll() is None and not self.has_grown(pst, before + 1_000_000):
-            time.sleep(0.01)
-        run = self.parvane('convert', '--append', more, pst)
-        reading = self.parvane('list', pst)
-        self.assertIsNone(writer.poll(), 'a machine too fast for this test')
-        writer.send_signal(signal.SIGINT)
-        self.assertEqual((run.code, run.out, len(run.err.splitlines())), (3, '', 1), run)
-        self.assertIn('in use by another program', run.err)
-        self.assertEqual(reading.code, 0, reading)
-        self.assertEqual(writer.wait(), 130)
-
-
 class Console(PstTest):
-
-    def on_console(self, *arguments):
-        """Exit code and text of the program on a Windows console, which Wine shows on a terminal."""
-        reader, writer = pty.openpty()
-        text = []
-
-        def read():
-            try:
-                while data := os.read(reader, 65536):
-                    text.append(data)
-            except OSError:  # how Linux tells that the other side is closed
-                pass
-        watcher = threading.Thread(target=read)
-        watcher.start()
-        process = subprocess.Popen([PARVANE, *map(shown, arguments)], stdin=writer, stdout=writer,
-                                   stderr=writer, start_new_session=True,
-                                   env=dict(os.environ, TERM='xterm'))
-        os.close(writer)
-        code = process.wait(timeout=300)
-        watcher.join()
-        os.close(reader)
-        return code, b''.join(text).decode('utf-8')
 
     def test_every_script_is_shown(self):
         self.write(f'{LETTERS}/Ελλάδα.mbox', mailboxes.many(2))
         pst = self.folder / 'out.pst'
-        code, text = self.on_console('convert', self.folder / LETTERS, pst)
-        self.assertEqual(code, 0, text)
-        code, text = self.on_console('list', pst)
-        self.assertEqual(code, 0, text)
-        self.assertIn(LETTERS, text)
-        self.assertIn('Ελλάδα', text)
+        for arguments in (('convert', self.folder / LETTERS, pst), ('list', pst)):
+            run = self.parvane_on_terminal(*arguments)
+            self.assertEqual(run.code, 0, run)
+        self.assertIn(LETTERS, run.err)
+        self.assertIn('Ελλάδα', run.err)
         # Redirected, the same text goes out as it is: UTF-8, line ends of one byte.
         done = subprocess.run([PARVANE, 'list', shown(pst)], stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, check=True)
         self.assertIn(LETTERS.encode(), done.stdout)
         self.assertNotIn(b'\r', done.stdout)
-
-    def interrupt(self, times):
-        source = self.write('Inbox.mbox', mailboxes.many(100_000))
-        pst, report = self.folder / 'out.pst', self.folder / 'report.json'
-        process = subprocess.Popen([PARVANE, 'convert', '--report', shown(report), shown(source),
-                                    shown(pst)], stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-        while process.poll() is None and not self.has_grown(pst, 1_000_000):
-            time.sleep(0.01)
-        for _ in range(times):
-            process.send_signal(signal.SIGINT)  # Wine makes a Ctrl-C of it
-        _, err = process.communicate(timeout=300)
-        return process.returncode, err.decode(), report, pst
-
-    def test_one_ctrl_c_finishes_the_item_in_hand(self):
-        code, err, report, pst = self.interrupt(1)
-        self.assertEqual(code, 130, err)
-        self.assertIn('interrupted', err)
-        totals = json.loads(report.read_text(encoding='utf-8'))['totals']
-        self.assertEqual((totals['failed'], totals['read']), (0, totals['written']))
-        self.assertTrue(0 < totals['written'] < 100_000, totals)
-        self.assert_readers_agree(pst, totals['written'])
-
-    def test_two_stop_at_once_and_the_next_run_goes_on(self):
-        code, err, _, pst = self.interrupt(2)
-        self.assertEqual(code, 130, err)
-        there = sum(self.listed_folders(pst).values())
-        self.assertLess(there, 100_000)
-        self.convert('--append', self.write('more.mbox', mailboxes.many(3)), pst)
-        self.assert_readers_agree(pst, there + 3)
 
 
 if __name__ == '__main__':
