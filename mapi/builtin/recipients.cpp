@@ -137,6 +137,9 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
   if (flags == 0) _rows.clear();
   for (Change& change : changes) {
     if (!names) {
+      // A message of a few megabytes may have a million of them.
+      constexpr std::size_t kFew = 100;
+      if (_rows.size() >= kFew) change.properties.ShrinkToFit();
       _rows.push_back({_nextId++, std::move(change.properties)});
       continue;
     }

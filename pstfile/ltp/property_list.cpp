@@ -113,6 +113,14 @@ void PropertyList::Arena::reserve(std::size_t capacity) {
   _capacity = capacity;
 }
 
+void PropertyList::Arena::shrinkToFit() {
+  if (_size == _capacity) return;
+  auto* const bytes = new std::byte[_size];
+  std::memcpy(bytes, data(), _size);
+  _bytes = std::unique_ptr<std::byte[], Deleter>(bytes, Deleter{_size});
+  _capacity = _size;
+}
+
 std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) const {
   const auto* at = static_cast<const std::byte*>(value);
   const std::byte* start = data();
@@ -318,6 +326,11 @@ void PropertyList::ReserveForMessage() {
   constexpr std::size_t kBytes = 8 * 1024;
   _entries.reserve(kProperties);
   _arena.reserve(kBytes);
+}
+
+void PropertyList::ShrinkToFit() {
+  _entries.shrink_to_fit();
+  _arena.shrinkToFit();
 }
 
 std::optional<Property> PropertyList::Find(PropTag tag) const {

@@ -79,6 +79,8 @@ class PropertyList {
   void Clear();
   // Room for what the list of a whole message mostly has.
   void ReserveForMessage();
+  // Gives up the room that is not used: for lists that many others are kept beside.
+  void ShrinkToFit();
 
   bool empty() const { return _entries.empty(); }
   std::size_t size() const { return _entries.size(); }
@@ -141,6 +143,7 @@ class PropertyList {
     const std::byte* data() const { return _bytes.get(); }
     void clear() { _size = 0; }
     void reserve(std::size_t capacity);
+    void shrinkToFit();
     void grow(std::size_t count) {
       if (count > _capacity - _size) reserve(std::max(_size + count, 2 * _capacity));
       _size += count;

@@ -317,6 +317,7 @@ TEST_F(LtpProperties, EveryTypeComesBack) {
   list.SetBytes(PropTag(0x10111003), Pattern(12, 5));
   const std::u16string_view texts[] = {u"one", u"", u"\xDC00three"};
   list.SetBytes(PropTag(0x1012101F), EncodeMultiText(texts));
+  list.ShrinkToFit();
   // At, below and above what the heap takes; beyond one block; beyond an XBLOCK's first block.
   std::uint16_t id = 0x2000;
   for (const std::size_t size : {3579u, 3580u, 3581u, 8176u, 8177u, 100'000u}) {
