@@ -16,12 +16,14 @@ template <std::size_t kSize>
 class BufferPool {
  public:
   static std::byte* Take() {
+    if (s_ended) return new std::byte[kSize];
     Stock& stock = Mine();
     return stock.count > 0 ? stock.free[--stock.count] : new std::byte[kSize];
   }
   static void Give(std::byte* buffer) noexcept {
+    if (s_ended) return delete[] buffer;
     Stock& stock = Mine();
-    if (stock.isOpen && stock.count < stock.free.size()) {
+    if (stock.count < stock.free.size()) {
       stock.free[stock.count++] = buffer;
     } else {
       delete[] buffer;
@@ -32,12 +34,13 @@ class BufferPool {
   struct Stock {
     std::array<std::byte*, 8> free{};
     std::size_t count = 0;
-    bool isOpen = true;  // not so while the thread ends
     ~Stock() {
-      isOpen = false;
+      s_ended = true;
       while (count > 0) delete[] free[--count];
     }
   };
+  // The stock is gone with the thread. Not part of it: compilers drop what destructors store last.
+  static inline constinit thread_local bool s_ended = false;
   static Stock& Mine() {
     thread_local Stock stock;
     return stock;

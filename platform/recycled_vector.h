@@ -15,6 +15,7 @@ template <typename T>
 class RecycledVector : public std::vector<T> {
  public:
   RecycledVector() {
+    if (s_ended) return;
     Stock& stock = Mine();
     if (stock.count > 0) this->swap(stock.free[--stock.count]);
   }
@@ -29,9 +30,10 @@ class RecycledVector : public std::vector<T> {
   }
   ~RecycledVector() {
     if (this->capacity() == 0 || this->capacity() * sizeof(T) > kMostBytes) return;
+    if (s_ended) return;
     this->clear();
     Stock& stock = Mine();
-    if (stock.isOpen && stock.count < stock.free.size()) this->swap(stock.free[stock.count++]);
+    if (stock.count < stock.free.size()) this->swap(stock.free[stock.count++]);
   }
 
  private:
@@ -40,9 +42,10 @@ class RecycledVector : public std::vector<T> {
   struct Stock {
     std::array<std::vector<T>, 8> free;
     std::size_t count = 0;
-    bool isOpen = true;  // not so while the thread ends
-    ~Stock() { isOpen = false; }
+    ~Stock() { s_ended = true; }
   };
+  // The stock is gone with the thread. Not part of it: compilers drop what destructors store last.
+  static inline constinit thread_local bool s_ended = false;
   static Stock& Mine() {
     thread_local Stock stock;
     return stock;
