@@ -18,12 +18,10 @@ using platform::StatusCode;
 namespace {
 
 constexpr std::size_t kKeySize = 2;
-constexpr std::size_t kDataSize = 6;
-constexpr std::size_t kRecordSize = kKeySize + kDataSize;
-constexpr std::size_t kRecordsPerLeaf = kMaxHeapItem / kRecordSize;
+constexpr std::size_t kDataSize = kPropertyRecordSize - kKeySize;
 constexpr std::size_t kIndexRecordSize = kKeySize + 4;
 // One index item suffices for all 65,536 property ids.
-static_assert(65536 / kRecordsPerLeaf + 1 <= kMaxHeapItem / kIndexRecordSize);
+static_assert(65536 / kPropertyRecordsPerLeaf + 1 <= kMaxHeapItem / kIndexRecordSize);
 
 Status Refused(PropTag tag, const char* why) {
   return {StatusCode::kInvalidArgument, "property " + ToString(tag) + ": " + why};
@@ -48,16 +46,16 @@ Status CheckStorable(PropTag tag, Property::Kind kind, std::uint64_t size) {
 }  // namespace
 
 Status PropertyContextBuilder::Prepare(PropertyList& properties) {
-  for (std::size_t i = 0; i < properties.size(); ++i) {
-    const PropTag tag = properties.TagAt(i);
-    const Property::Kind kind = properties.KindAt(i);
-    if (Status status = CheckStorable(tag, kind, properties.SizeAt(i)); !status.ok()) return status;
-    if (kind == Property::Kind::kBytes && properties.SizeAt(i) > kMaxHeapItem) {
-      auto stored = StoreBytes(*_database, properties.BytesAt(i));
+  // Values are replaced, which moves no item.
+  for (const PropertyList::Item& item : properties.items()) {
+    const PropTag tag = item.tag;
+    if (Status status = CheckStorable(tag, item.kind, item.size); !status.ok()) return status;
+    if (item.kind == Property::Kind::kBytes && item.size > kMaxHeapItem) {
+      auto stored = StoreBytes(*_database, properties.BytesOf(item));
       if (!stored.ok()) return stored.status();
       properties.SetStored(tag, *stored);
-    } else if (kind == Property::Kind::kStored) {
-      const Property property = properties.at(i);
+    } else if (item.kind == Property::Kind::kStored) {
+      const Property property = properties.View(item);
       if (property.stored.size <= kMaxHeapItem) {
         auto bytes = ReadStored(*_database, property.stored, kMaxHeapItem);
         if (!bytes.ok()) return bytes.status();
@@ -75,48 +73,45 @@ Status PropertyContextBuilder::Prepare(PropertyList& properties) {
 
 // The value's field in its record, from what was added to the heap or to the subnodes.
 Result<std::uint32_t> PropertyContextBuilder::Place(const PropertyList& properties,
-                                                    std::size_t index) {
-  switch (properties.KindAt(index)) {
+                                                    const PropertyList::Item& item) {
+  switch (item.kind) {
     case Property::Kind::kScalar: {
-      const std::uint64_t scalar = properties.ScalarAt(index);
-      const std::size_t size = FixedSize(properties.TagAt(index).Type());
-      if (size <= 4) return static_cast<std::uint32_t>(scalar);
+      const std::size_t size = FixedSize(item.tag.Type());
+      if (size <= 4) return static_cast<std::uint32_t>(item.scalar);
       std::array<std::byte, 8> bytes;
-      StoreU64(bytes, 0, scalar);
+      StoreU64(bytes, 0, item.scalar);
       return _heap.Add(std::span(bytes).first(size)).value;
     }
     case Property::Kind::kObject: {
-      const ObjectValue object = properties.at(index).object;
+      const ObjectValue object = properties.View(item).object;
       std::array<std::byte, 8> bytes;
       StoreU32(bytes, 0, object.node.value);
       StoreU32(bytes, 4, object.size);
       return _heap.Add(bytes).value;
     }
-    case Property::Kind::kBytes: {
-      const std::span<const std::byte> bytes = properties.BytesAt(index);
-      if (bytes.size() > kMaxHeapItem) {
-        return Refused(properties.TagAt(index), "the list was not prepared");
-      }
-      return bytes.empty() ? 0 : _heap.Add(bytes).value;
-    }
+    case Property::Kind::kBytes:
+      if (item.size > kMaxHeapItem) return Refused(item.tag, "the list was not prepared");
+      return item.size == 0 ? 0 : _heap.Add(properties.BytesOf(item)).value;
     case Property::Kind::kStored: {
       auto node = _database->AllocateNodeId(NodeKind::kValue);
       if (!node.ok()) return node.status();
-      const StoredValue stored = properties.at(index).stored;
+      const StoredValue stored = properties.View(item).stored;
       _subnodes.push_back({*node, stored.root, BlockId()});
       _storedBytes += stored.size;
       return node->value;
     }
   }
-  return Refused(properties.TagAt(index), "unknown kind of value");
+  return Refused(item.tag, "unknown kind of value");
 }
 
 Status PropertyContextBuilder::Build(const PropertyList& properties) {
-  const std::size_t leaves = (properties.size() + kRecordsPerLeaf - 1) / kRecordsPerLeaf;
+  _count = properties.size();
+  const std::size_t leaves = (_count + kPropertyRecordsPerLeaf - 1) / kPropertyRecordsPerLeaf;
   const HeapId headerId = _heap.Add(kBthHeaderSize);
   for (std::size_t i = 0; i < leaves; ++i) {
-    const std::size_t records = std::min(kRecordsPerLeaf, properties.size() - i * kRecordsPerLeaf);
-    _leaves.push_back(_heap.Add(records * kRecordSize));
+    const std::size_t records =
+        std::min(kPropertyRecordsPerLeaf, _count - i * kPropertyRecordsPerLeaf);
+    _leaves.push_back(_heap.Add(records * kPropertyRecordSize));
   }
   BthHeader header{kKeySize, kDataSize, 0, leaves == 0 ? HeapId() : _leaves[0]};
   HeapId indexId;
@@ -127,34 +122,41 @@ Status PropertyContextBuilder::Build(const PropertyList& properties) {
   }
   header.Encode(_heap.Item(headerId));
   _heap.SetUserRoot(headerId);
-  _records.reserve(properties.size());
-  for (std::size_t i = 0; i < properties.size(); ++i) {
-    auto value = Place(properties, i);
+  // Values go to the heap as they come, records to their places.
+  properties.RankItems(_ranks);
+  const std::span<const PropertyList::Item> items = properties.items();
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    auto value = Place(properties, items[i]);
     if (!value.ok()) return value.status();
-    _records.push_back({properties.TagAt(i), *value});
-    StoreRecord(i);
+    const std::span<std::byte> record = RecordAt(_ranks[i]);
+    StoreField(record, fields::PropertyRecord::kId, items[i].tag.Id());
+    StoreField(record, fields::PropertyRecord::kType,
+               static_cast<std::uint16_t>(items[i].tag.Type()));
+    StoreField(record, fields::PropertyRecord::kValue, *value);
   }
   for (std::size_t i = 0; i < leaves && leaves > 1; ++i) {
-    StoreU16(_heap.Item(indexId), i * kIndexRecordSize, _records[i * kRecordsPerLeaf].tag.Id());
+    const auto id = LoadField(RecordAt(i * kPropertyRecordsPerLeaf), fields::PropertyRecord::kId);
+    StoreU16(_heap.Item(indexId), i * kIndexRecordSize, static_cast<std::uint16_t>(id));
     StoreU32(_heap.Item(indexId), i * kIndexRecordSize + 2, _leaves[i].value);
   }
   return {};
 }
 
-void PropertyContextBuilder::StoreRecord(std::size_t index) {
-  const auto leaf = _heap.Item(_leaves[index / kRecordsPerLeaf]);
-  const std::size_t at = index % kRecordsPerLeaf * kRecordSize;
-  const PropTag tag = _records[index].tag;
-  StoreField(leaf, fields::PropertyRecord::kId, tag.Id(), at);
-  StoreField(leaf, fields::PropertyRecord::kType, static_cast<std::uint16_t>(tag.Type()), at);
-  StoreField(leaf, fields::PropertyRecord::kValue, _records[index].value, at);
-}
-
 void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {
-  const auto found = std::ranges::find(_records, tag, &Record::tag);
-  if (found == _records.end()) return;
-  found->value = static_cast<std::uint32_t>(value);
-  StoreRecord(static_cast<std::size_t>(found - _records.begin()));
+  const auto idAt = [this](std::size_t rank) {
+    return LoadField(RecordAt(rank), fields::PropertyRecord::kId);
+  };
+  std::size_t low = 0;
+  for (std::size_t high = _count; low < high;) {
+    const std::size_t middle = low + (high - low) / 2;
+    if (idAt(middle) < tag.Id()) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  if (low == _count || idAt(low) != tag.Id()) return;
+  StoreField(RecordAt(low), fields::PropertyRecord::kValue, static_cast<std::uint32_t>(value));
 }
 
 Result<BlockId> WriteSubnodes(NodeDatabase& database,
@@ -177,9 +179,10 @@ Result<BlockId> WriteSubnodes(NodeDatabase& database,
 }
 
 void AbandonValues(NodeDatabase& database, const PropertyList& properties) {
-  for (std::size_t i = 0; i < properties.size(); ++i) {
-    const Property property = properties.at(i);
-    if (property.kind == Property::Kind::kStored) database.AbandonBlock(property.stored.root);
+  for (const PropertyList::Item& item : properties.items()) {
+    if (item.kind == Property::Kind::kStored) {
+      database.AbandonBlock(properties.View(item).stored.root);
+    }
   }
 }
 

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "platform/recycled_vector.h"
 #include "platform/status.h"
@@ -24,6 +25,10 @@
 #include "pstfile/ndb/subnode_tree.h"
 
 namespace parvane::pstfile {
+
+// Bytes of a record, and how many go into one item of the heap.
+inline constexpr std::size_t kPropertyRecordSize = 8;
+inline constexpr std::size_t kPropertyRecordsPerLeaf = kMaxHeapItem / kPropertyRecordSize;
 
 class PropertyContextBuilder {
  public:
@@ -46,16 +51,18 @@ class PropertyContextBuilder {
   platform::Result<BlockId> WriteHeap() { return _heap.Write(*_database); }
 
  private:
-  struct Record {
-    PropTag tag;
-    std::uint32_t value = 0;
-  };
-  platform::Result<std::uint32_t> Place(const PropertyList& properties, std::size_t index);
-  void StoreRecord(std::size_t index);
+  platform::Result<std::uint32_t> Place(const PropertyList& properties,
+                                        const PropertyList::Item& item);
+  // Of the property that has this place in the order of ids.
+  std::span<std::byte> RecordAt(std::size_t rank) {
+    return _heap.Item(_leaves[rank / kPropertyRecordsPerLeaf])
+        .subspan(rank % kPropertyRecordsPerLeaf * kPropertyRecordSize, kPropertyRecordSize);
+  }
 
   NodeDatabase* _database;
   HeapBuilder _heap;
-  platform::RecycledVector<Record> _records;
+  std::size_t _count = 0;  // of properties
+  platform::RecycledVector<std::uint16_t> _ranks;
   platform::RecycledVector<HeapId> _leaves;
   platform::RecycledVector<SubnodeEntry> _subnodes;
   std::uint64_t _storedBytes = 0;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 #include "platform/simd/ascii.h"
@@ -32,24 +33,6 @@ std::string ToString(PropTag tag) {
   std::string text(8, '0');
   for (int i = 0; i < 8; ++i) text[i] = "0123456789ABCDEF"[(tag.value >> (28 - 4 * i)) & 15];
   return text;
-}
-
-bool IsStorable(PropType type) {
-  switch (type) {
-    case PropType::kUnspecified:
-    case PropType::kNull:
-      return false;
-    case PropType::kObject:
-    case PropType::kString8:
-    case PropType::kUnicode:
-    case PropType::kBinary:
-    case PropType::kMultiString8:
-    case PropType::kMultiUnicode:
-    case PropType::kMultiBinary:
-      return true;
-    default:
-      return FixedSize(type) != 0 || ElementSize(type) > 1;
-  }
 }
 
 std::uint64_t Property::Size() const {
@@ -121,124 +104,114 @@ void PropertyList::Arena::shrinkToFit() {
   _capacity = _size;
 }
 
-std::optional<std::size_t> PropertyList::Arena::OffsetOf(const void* value) const {
-  const auto* at = static_cast<const std::byte*>(value);
-  const std::byte* start = data();
-  if (_size == 0 || std::less<>()(at, start) || !std::less<>()(at, start + _size)) {
-    return std::nullopt;
-  }
-  return static_cast<std::size_t>(at - start);
-}
-
 std::size_t PropertyList::IndexInLong(std::uint16_t id) const {
-  const auto idOf = [](const Entry& entry) { return entry.tag.Id(); };
-  const auto found = std::ranges::lower_bound(_entries, id, {}, idOf);
-  if (found == _entries.end() || found->tag.Id() != id) return kNone;
-  return static_cast<std::size_t>(found - _entries.begin());
+  const auto idOf = [](const Item& item) { return item.tag.Id(); };
+  const auto found = std::ranges::lower_bound(_items, id, {}, idOf);
+  if (found == _items.end() || found->tag.Id() != id) return kNone;
+  return static_cast<std::size_t>(found - _items.begin());
 }
 
-PropertyList::Entry& PropertyList::Slot(PropTag tag) {
+PropertyList::Item& PropertyList::Slot(PropTag tag) {
   constexpr std::size_t kUsual = 32;
-  if (_entries.capacity() == 0) _entries.reserve(kUsual);
+  if (_items.capacity() == 0) _items.reserve(kUsual);
   if (_places.IsEmpty()) _places.Clear();
   if (!IsLong()) {
-    std::uint8_t& cell = _places.CellOf(tag.Id(), _entries);
+    std::uint8_t& cell = _places.CellOf(tag.Id(), _items);
     if (cell != 0) {
-      Entry& entry = _entries[cell - 1U];
-      entry.tag = tag;
-      return entry;
+      Item& item = _items[cell - 1U];
+      item.tag = tag;
+      return item;
     }
-    if (_entries.size() < Places::kMostEntries) {
-      _inOrder = _inOrder && (_entries.empty() || _entries.back().tag.Id() < tag.Id());
-      Entry& entry = _entries.emplace_back();
-      entry.tag = tag;
-      cell = static_cast<std::uint8_t>(_entries.size());
-      return entry;
+    if (_items.size() < Places::kMostItems) {
+      _inOrder = _inOrder && (_items.empty() || _items.back().tag.Id() < tag.Id());
+      Item& item = _items.emplace_back();
+      item.tag = tag;
+      cell = static_cast<std::uint8_t>(_items.size());
+      return item;
     }
     if (!_inOrder) PutInOrder();
   } else if (const std::size_t at = IndexInLong(tag.Id()); at != kNone) {
-    _entries[at].tag = tag;
-    return _entries[at];
+    _items[at].tag = tag;
+    return _items[at];
   }
-  const auto idOf = [](const Entry& entry) { return entry.tag.Id(); };
-  Entry& entry = *_entries.insert(std::ranges::lower_bound(_entries, tag.Id(), {}, idOf), Entry{});
-  entry.tag = tag;
-  return entry;
+  const auto idOf = [](const Item& item) { return item.tag.Id(); };
+  Item& item = *_items.insert(std::ranges::lower_bound(_items, tag.Id(), {}, idOf), Item{});
+  item.tag = tag;
+  return item;
 }
 
-// A list of ordinary length, for others always are.
 void PropertyList::PutInOrder() const {
+  std::ranges::sort(_items, {}, [](const Item& item) { return item.tag.Id(); });
+  _inOrder = true;
+  FillPlaces();
+}
+
+void PropertyList::RankItems(platform::RecycledVector<std::uint16_t>& ranks) const {
+  ranks.resize(_items.size());
+  if (_inOrder) return std::iota(ranks.begin(), ranks.end(), std::uint16_t{0});
   // Counting takes fewer cycles than comparing and swapping: no branch depends on the ids. These
   // are compared as signed numbers, which every processor does eight at a time.
   constexpr std::size_t kStep = 8;
-  const auto sortable = [](const Entry& entry) {
-    return static_cast<std::int16_t>(entry.tag.Id() ^ 0x8000);
-  };
-  std::int16_t ids[Places::kMostEntries];
-  std::int16_t below[Places::kMostEntries] = {};
-  Entry ordered[Places::kMostEntries];
-  const std::size_t count = _entries.size();
+  std::int16_t ids[Places::kMostItems];
+  std::int16_t below[Places::kMostItems] = {};
+  const std::size_t count = _items.size();
   std::size_t filled = 0;
-  while (filled < count) {
-    ids[filled] = sortable(_entries[filled]);
-    ++filled;
+  for (; filled < count; ++filled) {
+    ids[filled] = static_cast<std::int16_t>(_items[filled].tag.Id() ^ 0x8000);
   }
-  while (filled % kStep != 0) ids[filled++] = std::numeric_limits<std::int16_t>::max();
+  while (filled % kStep != 0) ids[filled++] = std::numeric_limits<std::int16_t>::min();
   for (std::size_t j = 0; j < count; ++j) {
     const std::int16_t id = ids[j];
     for (std::size_t i = 0; i < filled / kStep * kStep; ++i) {
       below[i] = static_cast<std::int16_t>(below[i] + (ids[i] > id));
     }
   }
-  for (std::size_t i = 0; i < count; ++i) ordered[below[i]] = _entries[i];
-  std::copy_n(ordered, count, _entries.begin());
-  _inOrder = true;
-  FillPlaces();
+  for (std::size_t i = 0; i < count; ++i) ranks[i] = static_cast<std::uint16_t>(below[i]);
 }
 
 void PropertyList::FillPlaces() const {
   _places.Clear();
   if (IsLong()) return;
-  const std::span<const Entry> entries = _entries;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    _places.CellOf(entries[i].tag.Id(), entries) = static_cast<std::uint8_t>(i + 1);
+  const std::span<const Item> items = _items;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    _places.CellOf(items[i].tag.Id(), items) = static_cast<std::uint8_t>(i + 1);
   }
 }
 
 void PropertyList::SetScalar(PropTag tag, std::uint64_t bits) {
-  Entry& entry = Slot(tag);
-  entry.kind = Property::Kind::kScalar;
-  entry.scalar = MaskTo(tag.Type(), bits);
-  entry.size = FixedSize(tag.Type());
+  Item& item = Slot(tag);
+  item.kind = Property::Kind::kScalar;
+  item.scalar = MaskTo(tag.Type(), bits);
+  item.size = FixedSize(tag.Type());
 }
 
 void PropertyList::SetText(PropTag tag, std::u16string_view text) {
-  Entry& entry = Slot(tag);
-  entry.kind = Property::Kind::kBytes;
-  entry.size = 2 * text.size();
+  Item& item = Slot(tag);
+  item.kind = Property::Kind::kBytes;
+  item.size = 2 * text.size();
   // The text may be that of another property of this list.
   const auto ours = _arena.OffsetOf(text.data());
   if (_arena.size() % 2 != 0) _arena.grow(1);  // so that it can be viewed
-  entry.scalar = _arena.size();
-  _arena.grow(entry.size);
+  item.scalar = _arena.size();
+  _arena.grow(item.size);
   if (ours) {
     text = {reinterpret_cast<const char16_t*>(_arena.data() + *ours), text.size()};
   }
-  EncodeText(text, {_arena.data() + entry.scalar, 2 * text.size()});
+  EncodeText(text, {_arena.data() + item.scalar, 2 * text.size()});
 }
 
 void PropertyList::SetAsciiText(PropTag tag, std::string_view text) {
   if (std::endian::native != std::endian::little) {
     return SetText(tag, std::u16string(text.begin(), text.end()));
   }
-  Entry& entry = Slot(tag);
-  entry.kind = Property::Kind::kBytes;
-  entry.size = 2 * text.size();
+  Item& item = Slot(tag);
+  item.kind = Property::Kind::kBytes;
+  item.size = 2 * text.size();
   if (_arena.size() % 2 != 0) _arena.grow(1);
-  entry.scalar = _arena.size();
-  _arena.grow(entry.size);
+  item.scalar = _arena.size();
+  _arena.grow(item.size);
   platform::simd::WidenAsciiPrefix(text.data(), text.size(),
-                                   reinterpret_cast<char16_t*>(_arena.data() + entry.scalar));
+                                   reinterpret_cast<char16_t*>(_arena.data() + item.scalar));
 }
 
 void PropertyList::SetBytes(PropTag tag, std::span<const std::byte> bytes) {
@@ -257,30 +230,30 @@ void PropertyList::SetBytes(PropTag tag, std::span<const std::byte> bytes) {
       bytes = clean;
     }
   }
-  Entry& entry = Slot(tag);
-  entry.kind = Property::Kind::kBytes;
-  entry.scalar = _arena.size();
-  entry.size = bytes.size();
+  Item& item = Slot(tag);
+  item.kind = Property::Kind::kBytes;
+  item.scalar = _arena.size();
+  item.size = bytes.size();
   if (bytes.empty()) return;
   // The bytes may be those of another property of this list.
   const auto ours = _arena.OffsetOf(bytes.data());
   _arena.grow(bytes.size());
-  std::memcpy(_arena.data() + entry.scalar, ours ? _arena.data() + *ours : bytes.data(),
+  std::memcpy(_arena.data() + item.scalar, ours ? _arena.data() + *ours : bytes.data(),
               bytes.size());
 }
 
 void PropertyList::SetStored(PropTag tag, StoredValue value) {
-  Entry& entry = Slot(tag);
-  entry.kind = Property::Kind::kStored;
-  entry.scalar = value.root.value;
-  entry.size = value.size;
+  Item& item = Slot(tag);
+  item.kind = Property::Kind::kStored;
+  item.scalar = value.root.value;
+  item.size = value.size;
 }
 
 void PropertyList::SetObject(PropTag tag, ObjectValue value) {
-  Entry& entry = Slot(tag);
-  entry.kind = Property::Kind::kObject;
-  entry.scalar = value.node.value;
-  entry.size = value.size;
+  Item& item = Slot(tag);
+  item.kind = Property::Kind::kObject;
+  item.scalar = value.node.value;
+  item.size = value.size;
 }
 
 void PropertyList::Set(const Property& property) {
@@ -298,10 +271,10 @@ void PropertyList::Set(const Property& property) {
 
 void PropertyList::CopyValue(PropTag to, PropTag from) {
   const std::size_t at = IndexOf(from.Id());
-  if (at == kNone || _entries[at].tag != from || _entries[at].kind == Property::Kind::kStored) {
+  if (at == kNone || _items[at].tag != from || _items[at].kind == Property::Kind::kStored) {
     return;  // blocks have one owner
   }
-  Entry copy = _entries[at];
+  Item copy = _items[at];
   copy.tag = to;
   Slot(to) = copy;
 }
@@ -309,13 +282,13 @@ void PropertyList::CopyValue(PropTag to, PropTag from) {
 bool PropertyList::Remove(std::uint16_t id) {
   const std::size_t at = IndexOf(id);
   if (at == kNone) return false;
-  _entries.erase(_entries.begin() + static_cast<std::ptrdiff_t>(at));
+  _items.erase(_items.begin() + static_cast<std::ptrdiff_t>(at));
   FillPlaces();
   return true;
 }
 
 void PropertyList::Clear() {
-  _entries.clear();
+  _items.clear();
   _inOrder = true;
   if (!_places.IsEmpty()) _places.Clear();
   _arena.clear();
@@ -324,53 +297,55 @@ void PropertyList::Clear() {
 void PropertyList::ReserveForMessage() {
   constexpr std::size_t kProperties = 80;
   constexpr std::size_t kBytes = 8 * 1024;
-  _entries.reserve(kProperties);
+  _items.reserve(kProperties);
   _arena.reserve(kBytes);
 }
 
 void PropertyList::ShrinkToFit() {
-  _entries.shrink_to_fit();
+  _items.shrink_to_fit();
   _arena.shrinkToFit();
 }
 
 std::optional<Property> PropertyList::Find(PropTag tag) const {
   const std::size_t at = IndexOf(tag.Id());
-  if (at == kNone || _entries[at].tag != tag) return std::nullopt;
-  return View(_entries[at]);
+  if (at == kNone || _items[at].tag != tag) return std::nullopt;
+  return View(_items[at]);
 }
 
 std::optional<Property> PropertyList::FindId(std::uint16_t id) const {
   const std::size_t at = IndexOf(id);
   if (at == kNone) return std::nullopt;
-  return View(_entries[at]);
+  return View(_items[at]);
 }
 
 std::optional<std::uint64_t> PropertyList::Scalar(PropTag tag) const {
   const std::size_t at = IndexOf(tag.Id());
-  if (at == kNone || _entries[at].tag != tag || _entries[at].kind != Property::Kind::kScalar) {
+  if (at == kNone || _items[at].tag != tag || _items[at].kind != Property::Kind::kScalar) {
     return std::nullopt;
   }
-  return _entries[at].scalar;
+  return _items[at].scalar;
 }
 
 std::optional<std::u16string> PropertyList::Text(PropTag tag) const {
-  const auto property = Find(tag);
-  if (!property || property->kind != Property::Kind::kBytes) return std::nullopt;
-  return DecodeText(property->bytes);
+  std::u16string scratch;
+  const auto text = ViewText(tag, scratch);
+  if (!text) return std::nullopt;
+  return std::u16string(*text);
 }
 
 std::optional<std::u16string_view> PropertyList::ViewText(PropTag tag,
                                                           std::u16string& scratch) const {
-  const auto property = Find(tag);
-  if (!property || property->kind != Property::Kind::kBytes) return std::nullopt;
-  const std::byte* bytes = property->bytes.data();
-  const bool asItIs = std::endian::native == std::endian::little &&
-                      reinterpret_cast<std::uintptr_t>(bytes) % alignof(char16_t) == 0;
-  if (asItIs) {
-    return std::u16string_view(reinterpret_cast<const char16_t*>(bytes),
-                               property->bytes.size() / 2);
+  const std::size_t at = IndexOf(tag.Id());
+  if (at == kNone || _items[at].tag != tag || _items[at].kind != Property::Kind::kBytes) {
+    return std::nullopt;
   }
-  scratch = DecodeText(property->bytes);
+  const std::span<const std::byte> bytes = BytesOf(_items[at]);
+  const bool asItIs = std::endian::native == std::endian::little &&
+                      reinterpret_cast<std::uintptr_t>(bytes.data()) % alignof(char16_t) == 0;
+  if (asItIs) {
+    return std::u16string_view(reinterpret_cast<const char16_t*>(bytes.data()), bytes.size() / 2);
+  }
+  scratch = DecodeText(bytes);
   return scratch;
 }
 

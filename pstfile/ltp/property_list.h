@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -82,17 +83,27 @@ class PropertyList {
   // Gives up the room that is not used: for lists that many others are kept beside.
   void ShrinkToFit();
 
-  bool empty() const { return _entries.empty(); }
-  std::size_t size() const { return _entries.size(); }
-  // In the order of ids. Replacing a value keeps the positions.
+  bool empty() const { return _items.empty(); }
+  std::size_t size() const { return _items.size(); }
+  // In the order of ids.
   Property at(std::size_t index) const { return View(Ordered(index)); }
-  PropTag TagAt(std::size_t index) const { return Ordered(index).tag; }
-  Property::Kind KindAt(std::size_t index) const { return Ordered(index).kind; }
-  // As Property::Size.
-  std::uint64_t SizeAt(std::size_t index) const { return Ordered(index).size; }
-  // Of a value of that kind.
-  std::uint64_t ScalarAt(std::size_t index) const { return Ordered(index).scalar; }
-  std::span<const std::byte> BytesAt(std::size_t index) const { return BytesOf(Ordered(index)); }
+  // A property without its bytes.
+  struct Item {
+    PropTag tag;
+    Property::Kind kind = Property::Kind::kScalar;
+    std::uint64_t scalar = 0;  // raw bits; of other kinds, where the value is
+    std::uint64_t size = 0;    // as Property::Size
+  };
+  // In no certain order, for those who need none: the same until a property is added or removed, or
+  // one is asked for by its place in the order of ids. Replacing a value keeps its position.
+  std::span<const Item> items() const { return _items; }
+  Property View(const Item& item) const;
+  // Of a value held as bytes.
+  std::span<const std::byte> BytesOf(const Item& item) const {
+    return {_arena.data() + item.scalar, static_cast<std::size_t>(item.size)};
+  }
+  // The place of each item in the order of ids.
+  void RankItems(platform::RecycledVector<std::uint16_t>& ranks) const;
   // By tag, or by id alone; none when absent or of another type.
   std::optional<Property> Find(PropTag tag) const;
   std::optional<Property> FindId(std::uint16_t id) const;
@@ -100,7 +111,7 @@ class PropertyList {
   template <typename Use>
   void With(PropTag tag, const Use& use) const {
     const std::size_t at = IndexOf(tag.Id());
-    if (at != kNone && _entries[at].tag == tag) use(View(_entries[at]));
+    if (at != kNone && _items[at].tag == tag) use(View(_items[at]));
   }
   std::optional<std::uint64_t> Scalar(PropTag tag) const;
   // The text of a Unicode property held as bytes.
@@ -109,28 +120,14 @@ class PropertyList {
   std::optional<std::u16string_view> ViewText(PropTag tag, std::u16string& scratch) const;
   // Every value is a scalar, or bytes and no more than so many.
   bool HasOnlyShort(std::size_t most) const {
-    return std::ranges::all_of(_entries, [most](const Entry& entry) {
-      return entry.kind == Property::Kind::kScalar ||
-             (entry.kind == Property::Kind::kBytes && entry.size <= most);
+    return std::ranges::all_of(_items, [most](const Item& item) {
+      return item.kind == Property::Kind::kScalar ||
+             (item.kind == Property::Kind::kBytes && item.size <= most);
     });
-  }
-  // The properties are these, set in this order.
-  bool HasTags(std::span<const PropTag> tags) const {
-    return std::ranges::equal(_entries, tags, {}, &Entry::tag);
-  }
-  // Appends the tags in the order in which HasTags compares them.
-  void ListTags(std::vector<PropTag>& tags) const {
-    for (const Entry& entry : _entries) tags.push_back(entry.tag);
   }
   bool HasId(std::uint16_t id) const { return IndexOf(id) != kNone; }
 
  private:
-  struct Entry {
-    PropTag tag;
-    Property::Kind kind;
-    std::uint64_t scalar;  // or arena offset, or root block, or node
-    std::uint64_t size;
-  };
   // Bytes that are not set to zero before they are written.
   class Arena {
    public:
@@ -149,7 +146,14 @@ class PropertyList {
       _size += count;
     }
     // Where a value lies that may be one of these, for when they move; none when it is not.
-    std::optional<std::size_t> OffsetOf(const void* value) const;
+    std::optional<std::size_t> OffsetOf(const void* value) const {
+      const auto* at = static_cast<const std::byte*>(value);
+      const std::byte* start = data();
+      if (_size == 0 || std::less<>()(at, start) || !std::less<>()(at, start + _size)) {
+        return std::nullopt;
+      }
+      return static_cast<std::size_t>(at - start);
+    }
 
    private:
     // Buffers of these sizes are used by many lists by turns.
@@ -166,72 +170,68 @@ class PropertyList {
     std::size_t _size = 0;
     std::size_t _capacity = 0;
   };
-  // Where the entries of a list of ordinary length stand, by a hash of their ids: properties come
+  // Where the items of a list of ordinary length stand, by a hash of their ids: properties come
   // in any order, and each is looked for several times on its way to the file.
   class Places {
    public:
-    static constexpr std::size_t kMostEntries = 128;
+    static constexpr std::size_t kMostItems = 128;
 
     // No place is taken, and there is none to take before Clear.
     bool IsEmpty() const { return _cells.empty(); }
     void Clear() { _cells.assign(256, 0); }
-    // The cell of an id: holds the number of its entry, or 0. There are more cells than entries.
-    std::uint8_t& CellOf(std::uint16_t id, std::span<const Entry> entries) {
+    // The cell of an id: holds the number of its item, or 0. There are more cells than items.
+    std::uint8_t& CellOf(std::uint16_t id, std::span<const Item> items) {
       std::uint8_t cell = static_cast<std::uint8_t>((id * 0x9E37U) >> 8);
-      while (_cells[cell] != 0 && entries[_cells[cell] - 1U].tag.Id() != id) ++cell;
+      while (_cells[cell] != 0 && items[_cells[cell] - 1U].tag.Id() != id) ++cell;
       return _cells[cell];
     }
 
    private:
-    // None or 256, every number one higher than the entry's index.
+    // None or 256, every number one higher than the item's index.
     platform::RecycledVector<std::uint8_t> _cells;
   };
-  static_assert(Places::kMostEntries < 255);
+  static_assert(Places::kMostItems < 255);
   static constexpr std::size_t kNone = ~std::size_t{0};
 
-  Entry& Slot(PropTag tag);
-  // Of the entry with this id, wherever it stands.
+  Item& Slot(PropTag tag);
+  // Of the item with this id, wherever it stands.
   std::size_t IndexOf(std::uint16_t id) const {
     if (_places.IsEmpty()) return kNone;
-    return IsLong() ? IndexInLong(id) : _places.CellOf(id, _entries) - std::size_t{1};
+    return IsLong() ? IndexInLong(id) : _places.CellOf(id, _items) - std::size_t{1};
   }
   std::size_t IndexInLong(std::uint16_t id) const;
-  Property View(const Entry& entry) const;
-  std::span<const std::byte> BytesOf(const Entry& entry) const {
-    return {_arena.data() + entry.scalar, static_cast<std::size_t>(entry.size)};
-  }
-  const Entry& Ordered(std::size_t index) const {
+  const Item& Ordered(std::size_t index) const {
     if (!_inOrder) PutInOrder();
-    return _entries[index];
+    return _items[index];
   }
   void PutInOrder() const;
   void FillPlaces() const;
   // Long lists are kept in order.
-  bool IsLong() const { return _entries.size() > Places::kMostEntries; }
+  bool IsLong() const { return _items.size() > Places::kMostItems; }
 
-  mutable platform::RecycledVector<Entry> _entries;  // in the order of ids when asked for so
+  mutable platform::RecycledVector<Item> _items;  // in the order of ids when asked for so
   mutable bool _inOrder = true;
   mutable Places _places;  // unless IsLong
   Arena _arena;
 };
 
-inline Property PropertyList::View(const Entry& entry) const {
+inline Property PropertyList::View(const Item& item) const {
   Property property;
-  property.tag = entry.tag;
-  property.kind = entry.kind;
-  switch (entry.kind) {
+  property.tag = item.tag;
+  property.kind = item.kind;
+  switch (item.kind) {
     case Property::Kind::kScalar:
-      property.scalar = entry.scalar;
+      property.scalar = item.scalar;
       break;
     case Property::Kind::kBytes:
-      property.bytes = BytesOf(entry);
+      property.bytes = BytesOf(item);
       break;
     case Property::Kind::kStored:
-      property.stored = {BlockId(entry.scalar), entry.size};
+      property.stored = {BlockId(item.scalar), item.size};
       break;
     case Property::Kind::kObject:
-      property.object = {NodeId(static_cast<std::uint32_t>(entry.scalar)),
-                         static_cast<std::uint32_t>(entry.size)};
+      property.object = {NodeId(static_cast<std::uint32_t>(item.scalar)),
+                         static_cast<std::uint32_t>(item.size)};
       break;
   }
   return property;

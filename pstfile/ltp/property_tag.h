@@ -91,7 +91,16 @@ constexpr std::size_t ElementSize(PropType type) {
   return FixedSize(static_cast<PropType>(static_cast<std::uint16_t>(type) & ~0x1000));
 }
 // The types the format can store; any other type is refused by the writers.
-bool IsStorable(PropType type);
+constexpr bool IsStorable(PropType type) {
+  if (FixedSize(type) != 0 || ElementSize(type) > 1) return true;
+  constexpr PropType kOthers[] = {
+      PropType::kUnicode,      PropType::kBinary,       PropType::kString8,    PropType::kObject,
+      PropType::kMultiString8, PropType::kMultiUnicode, PropType::kMultiBinary};
+  for (const PropType other : kOthers) {
+    if (type == other) return true;
+  }
+  return false;
+}
 
 // Tags the store itself reads or computes.
 namespace tags {

@@ -40,7 +40,8 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
   // Recipients mostly have the same properties, in this message and from message to message.
   bool allUsual = rows.RowCount() > 0 && !layouts.usualRecipient.empty();
   for (std::size_t i = 0; allUsual && i < rows.RowCount(); ++i) {
-    allUsual = rows.Row(i).HasTags(layouts.usualRecipient);
+    allUsual = std::ranges::equal(rows.Row(i).items(), layouts.usualRecipient, {},
+                                  &PropertyList::Item::tag);
   }
   if (allUsual) return &layouts.usualRecipients;
 
@@ -48,9 +49,8 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
   std::vector<PropTag>& columns = layouts.columns;
   columns.assign(base.begin(), base.end());
   for (std::size_t i = 0; i < rows.RowCount(); ++i) {
-    const PropertyList& row = rows.Row(i);
-    for (std::size_t p = 0; p < row.size(); ++p) {
-      const PropTag tag = row.TagAt(p);
+    for (const PropertyList::Item& item : rows.Row(i).items()) {
+      const PropTag tag = item.tag;
       if (!IsStorable(tag.Type()) || tag.Type() == PropType::kObject) {
         return Status(StatusCode::kInvalidArgument,
                       "recipient property " + ToString(tag) + " cannot be stored");
@@ -66,11 +66,13 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
       columns.push_back(tag);
     }
   }
+  std::ranges::sort(columns.begin() + static_cast<std::ptrdiff_t>(base.size()), columns.end());
   const TableLayout& layout = layouts.recipients.For(columns);
   if (rows.RowCount() == 1) {
-    const PropertyList& row = rows.Row(0);
     layouts.usualRecipient.clear();
-    row.ListTags(layouts.usualRecipient);
+    for (const PropertyList::Item& item : rows.Row(0).items()) {
+      layouts.usualRecipient.push_back(item.tag);
+    }
     layouts.usualRecipients = layout;
   }
   return &layout;
@@ -196,7 +198,7 @@ Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList pr
   }
   properties.SetInt32(tags::kAttachSize, 0);
   std::uint64_t values = 0;
-  for (std::size_t i = 0; i < properties.size(); ++i) values += properties.at(i).Size();
+  for (const PropertyList::Item& item : properties.items()) values += item.size;
   if (values > kMaxSize) return fail(TooBig("an attachment", values));
   properties.SetInt32(tags::kAttachSize, static_cast<std::int32_t>(values));
   if (Status status = builder.Prepare(properties); !status.ok()) return fail(status);
