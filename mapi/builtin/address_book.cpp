@@ -24,9 +24,8 @@ class AddressBook final : public PropertyObject<IAddrBook> {
       const bool hasSize = ClearOut(lpcbEntryID);
       if (!ClearOut(lppEntryID) || !hasSize) return MAPI_E_INVALID_PARAMETER;
       if (lpszAdrType == nullptr || lpszAddress == nullptr) return MAPI_E_INVALID_PARAMETER;
-      const auto id = MakeOneOff(lpszName, lpszAdrType, lpszAddress, ulFlags);
       Chain chain;
-      chain.Copy(id);
+      const auto id = MakeOneOff(lpszName, lpszAdrType, lpszAddress, ulFlags, chain);
       *lpcbEntryID = static_cast<ULONG>(id.size());
       *lppEntryID = chain.Detach<ENTRYID>();
       return S_OK;

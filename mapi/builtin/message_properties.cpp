@@ -16,13 +16,6 @@ namespace {
 
 using pstfile::PropertyList;
 
-constexpr ULONG kAlwaysComputed[] = {
-    PR_DISPLAY_TO_W, PR_DISPLAY_CC_W,       PR_DISPLAY_BCC_W,
-    PR_MESSAGE_SIZE, PR_HASATTACH,          PR_NORMALIZED_SUBJECT_W,
-    PR_MSG_STATUS,   PR_MESSAGE_RECIPIENTS, PR_MESSAGE_ATTACHMENTS};
-constexpr ULONG kSettableUntilSaved[] = {PR_MESSAGE_FLAGS, PR_CREATION_TIME,
-                                         PR_LAST_MODIFICATION_TIME};
-
 // Flags a caller decides; the others are the store's.
 constexpr ULONG kCallersFlags = MSGFLAG_READ | MSGFLAG_UNSENT | MSGFLAG_FROMME | MSGFLAG_RESEND |
                                 MSGFLAG_ORIGIN_X400 | MSGFLAG_ORIGIN_INTERNET |
@@ -104,7 +97,7 @@ void CompleteAddresses(PropertyList& list) {
     const auto type = list.ViewText(ToTag(set.type), typeScratch);
     const auto address = list.ViewText(ToTag(set.address), addressScratch);
     if (!type || !address) continue;
-    const bool isSmtp = platform::EqualsIgnoreCase(*type, u"SMTP");
+    const bool isSmtp = IsSmtp(*type);
     if (!Has(list, set.searchKey)) {
       list.SetBytes(ToTag(set.searchKey), AddressSearchKey(*type, *address));
     }
@@ -126,8 +119,24 @@ void CompleteFlags(PropertyList& list, const SaveContext& context) {
 }  // namespace
 
 bool IsComputedOfMessage(ULONG id, bool saved) {
-  return IsIdentity(id) || Contains(kAlwaysComputed, id) ||
-         (saved && Contains(kSettableUntilSaved, id));
+  switch (id) {
+    case PropId(PR_DISPLAY_TO_W):
+    case PropId(PR_DISPLAY_CC_W):
+    case PropId(PR_DISPLAY_BCC_W):
+    case PropId(PR_MESSAGE_SIZE):
+    case PropId(PR_HASATTACH):
+    case PropId(PR_NORMALIZED_SUBJECT_W):
+    case PropId(PR_MSG_STATUS):
+    case PropId(PR_MESSAGE_RECIPIENTS):
+    case PropId(PR_MESSAGE_ATTACHMENTS):
+      return true;
+    case PropId(PR_MESSAGE_FLAGS):
+    case PropId(PR_CREATION_TIME):
+    case PropId(PR_LAST_MODIFICATION_TIME):
+      return saved;
+    default:
+      return IsIdentity(id);
+  }
 }
 
 std::size_t SubjectPrefixLength(std::u16string_view subject, std::u16string_view given) {

@@ -2,14 +2,13 @@
 
 #include <bit>
 #include <cstring>
-#include <span>
 #include <string_view>
 #include <utility>
 
+#include "mapi/builtin/recipients.h"
 #include "mapi/builtin/values.h"
 #include "mapi/constants.h"
 #include "mapi/identifiers.h"
-#include "platform/text.h"
 
 namespace parvane::mapi::builtin {
 namespace {
@@ -30,25 +29,27 @@ void Append(std::span<const std::byte> string, bool wide, std::byte*& at) {
   if (wide && std::endian::native != std::endian::little) {
     for (std::size_t i = 0; i + 1 < string.size(); i += 2) std::swap(at[i], at[i + 1]);
   }
-  at += string.size() + (wide ? 2 : 1);
+  at += string.size();
+  for (int i = 0; i < (wide ? 2 : 1); ++i) *at++ = std::byte{0};
 }
 
 }  // namespace
 
-std::vector<std::byte> MakeOneOff(LPTSTR name, LPTSTR addressType, LPTSTR address, ULONG flags) {
+std::span<const std::byte> MakeOneOff(LPTSTR name, LPTSTR addressType, LPTSTR address, ULONG flags,
+                                      Chain& chain) {
   const bool wide = (flags & MAPI_UNICODE) != 0;
   const std::span<const std::byte> strings[] = {BytesOf(name, wide), BytesOf(addressType, wide),
                                                 BytesOf(address, wide)};
   std::size_t size = kStringsOffset;
   for (const auto string : strings) size += string.size() + (wide ? 2 : 1);
-  std::vector<std::byte> id(size);
+  const std::span<std::byte> id(chain.AllocateArray<std::byte>(size), size);
+  std::memset(id.data(), 0, kStringsOffset);
   std::memcpy(id.data() + kProviderOffset, &kOneOffProvider, sizeof kOneOffProvider);
   // Internet recipients get no rich text.
   ULONG word = flags & 0xFFFF0000;
-  const bool isSmtp =
-      wide && addressType != nullptr
-          ? platform::EqualsIgnoreCase(reinterpret_cast<const char16_t*>(addressType), u"SMTP")
-          : platform::EqualsIgnoreCase(TextArgument(addressType, flags), u"SMTP");
+  const bool isSmtp = wide && addressType != nullptr
+                          ? IsSmtp(reinterpret_cast<const char16_t*>(addressType))
+                          : IsSmtp(TextArgument(addressType, flags));
   if (isSmtp) word |= MAPI_SEND_NO_RICH_INFO;
   for (int i = 0; i < 4; ++i) id[20 + i] = std::byte(word >> (8 * i));
   std::byte* at = id.data() + kStringsOffset;

@@ -1,8 +1,10 @@
 // One-off entry identifiers: a recipient spelled out in its identifier.
 #pragma once
 
-#include <vector>
+#include <cstddef>
+#include <span>
 
+#include "mapi/builtin/memory.h"
 #include "mapi/types.h"
 
 namespace parvane::mapi::builtin {
@@ -12,7 +14,9 @@ namespace parvane::mapi::builtin {
 //
 //   offset 0 flags (0), 4 provider (16 bytes), 20 version (0), 22 flags, 24 name, address type and
 //   address, each with its terminator
-std::vector<std::byte> MakeOneOff(LPTSTR name, LPTSTR addressType, LPTSTR address, ULONG flags);
+// The identifier is in memory of `chain`.
+std::span<const std::byte> MakeOneOff(LPTSTR name, LPTSTR addressType, LPTSTR address, ULONG flags,
+                                      Chain& chain);
 bool IsOneOff(const void* entryId, ULONG size);
 
 }  // namespace parvane::mapi::builtin

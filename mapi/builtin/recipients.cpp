@@ -5,6 +5,7 @@
 
 #include "mapi/constants.h"
 #include "mapi/results.h"
+#include "platform/recycled_vector.h"
 #include "platform/text.h"
 
 namespace parvane::mapi::builtin {
@@ -67,7 +68,7 @@ void Complete(PropertyList& row) {
   const auto type = row.ViewText(ToTag(PR_ADDRTYPE_W), scratch[0]);
   const auto address = row.ViewText(ToTag(PR_EMAIL_ADDRESS_W), scratch[1]);
   if (!type || !address) return;
-  const bool isSmtp = platform::EqualsIgnoreCase(*type, u"SMTP");
+  const bool isSmtp = IsSmtp(*type);
   if (!Has(row, PR_SEARCH_KEY)) {
     row.SetBytes(ToTag(PR_SEARCH_KEY), AddressSearchKey(*type, *address));
   }
@@ -76,27 +77,34 @@ void Complete(PropertyList& row) {
 
 }  // namespace
 
-std::vector<std::byte> AddressSearchKey(std::u16string_view type, std::u16string_view address) {
-  std::vector<std::byte> key;
-  key.reserve(type.size() + address.size() + 2);
-  const auto appendSimple = [&key](std::u16string_view text) {
+bool IsSmtp(std::u16string_view type) {
+  return type == u"SMTP" || platform::EqualsIgnoreCase(type, u"SMTP");
+}
+
+platform::RecycledVector<std::byte> AddressSearchKey(std::u16string_view type,
+                                                     std::u16string_view address) {
+  platform::RecycledVector<std::byte> key;
+  key.resize(type.size() + address.size() + 2);
+  // In steps that the compiler makes of many characters each.
+  const auto putSimple = [](std::u16string_view text, std::byte* to) {
     char16_t all = 0;
-    for (const char16_t unit : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const char16_t unit = text[i];
       all = static_cast<char16_t>(all | unit);
-      const bool isLower = unit >= u'a' && unit <= u'z';
-      key.push_back(static_cast<std::byte>(isLower ? unit - 0x20 : unit));
+      const auto isLower = static_cast<char16_t>(unit - u'a') < 26;
+      to[i] = static_cast<std::byte>(unit - (isLower ? 0x20 : 0));
     }
     return all < 0x80;
   };
-  bool simple = appendSimple(type);
-  key.push_back(std::byte{':'});
-  simple = appendSimple(address) && simple;
-  key.push_back(std::byte{0});
+  bool simple = putSimple(type, key.data());
+  key[type.size()] = std::byte{':'};
+  simple = putSimple(address, key.data() + type.size() + 1) && simple;
   if (simple) return key;
   const std::u16string text = platform::ToUpper(type) + u":" + platform::ToUpper(address);
   const std::string chars = platform::Utf16ToAnsi(text);
   const auto* data = reinterpret_cast<const std::byte*>(chars.c_str());
-  return {data, data + chars.size() + 1};
+  key.assign(data, data + chars.size() + 1);
+  return key;
 }
 
 std::vector<ULONG> RecipientColumns() {
@@ -118,7 +126,7 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
     return MAPI_E_INVALID_PARAMETER;
   }
   const bool names = flags == MODRECIP_MODIFY || flags == MODRECIP_REMOVE;
-  std::vector<Change> changes;
+  platform::RecycledVector<Change> changes;
   changes.reserve(mods.cEntries);
   for (ULONG i = 0; i < mods.cEntries; ++i) {
     const ADRENTRY& entry = mods.aEntries[i];

@@ -5,6 +5,7 @@
 
 #include "mapi/builtin/table.h"
 #include "mapi/builtin/values.h"
+#include "platform/recycled_vector.h"
 #include "pstfile/ltp/table_reader.h"
 #include "pstfile/store/message_parts.h"
 
@@ -39,8 +40,11 @@ class RecipientList final : public pstfile::RowSource {
   ULONG _nextId = 0;
 };
 
+// In any letter case.
+bool IsSmtp(std::u16string_view type);
 // "SMTP:ADDRESS" with its terminator, in upper case and 8-bit characters.
-std::vector<std::byte> AddressSearchKey(std::u16string_view type, std::u16string_view address);
+platform::RecycledVector<std::byte> AddressSearchKey(std::u16string_view type,
+                                                     std::u16string_view address);
 
 // The columns of a recipient table.
 std::vector<ULONG> RecipientColumns();

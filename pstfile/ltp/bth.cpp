@@ -40,13 +40,6 @@ std::uint64_t LoadSized(std::span<const std::byte> bytes, std::size_t offset, st
   return value;
 }
 
-void StoreSized(std::span<std::byte> bytes, std::size_t offset, std::size_t size,
-                std::uint64_t value) {
-  for (std::size_t i = 0; i < size; ++i) {
-    bytes[offset + i] = static_cast<std::byte>(value >> (8 * i));
-  }
-}
-
 Result<BthHeader> BthHeader::Decode(std::span<const std::byte> item) {
   if (item.size() < kBthHeaderSize) {
     return Corrupt("header of " + std::to_string(item.size()) + " bytes");

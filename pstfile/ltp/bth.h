@@ -58,7 +58,11 @@ class BthReader {
 
 // Up to 8 bytes as a number.
 std::uint64_t LoadSized(std::span<const std::byte> bytes, std::size_t offset, std::size_t size);
-void StoreSized(std::span<std::byte> bytes, std::size_t offset, std::size_t size,
-                std::uint64_t value);
+inline void StoreSized(std::span<std::byte> bytes, std::size_t offset, std::size_t size,
+                       std::uint64_t value) {
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes[offset + i] = static_cast<std::byte>(value >> (8 * i));
+  }
+}
 
 }  // namespace parvane::pstfile

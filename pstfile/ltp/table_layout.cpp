@@ -112,13 +112,6 @@ const TableColumn* TableLayout::FindId(std::uint16_t id) const {
   return found != _columns.end() && found->tag.Id() == id ? &*found : nullptr;
 }
 
-void TableLayout::SetPresent(std::span<std::byte> row, const TableColumn& column,
-                             bool present) const {
-  std::byte& bits = row[_ends[2] + column.bit / 8];
-  const std::byte mask = std::byte{0x80} >> (column.bit % 8);
-  bits = present ? bits | mask : bits & ~mask;
-}
-
 void TableLayout::Encode(std::span<std::byte> tcInfo) const {
   std::ranges::copy(_info, tcInfo.begin());
 }

@@ -56,7 +56,11 @@ class TableLayout {
   bool IsPresent(std::span<const std::byte> row, const TableColumn& column) const {
     return (row[_ends[2] + column.bit / 8] & (std::byte{0x80} >> (column.bit % 8))) != std::byte{0};
   }
-  void SetPresent(std::span<std::byte> row, const TableColumn& column, bool present) const;
+  void SetPresent(std::span<std::byte> row, const TableColumn& column, bool present) const {
+    std::byte& bits = row[_ends[2] + column.bit / 8];
+    const std::byte mask = std::byte{0x80} >> (column.bit % 8);
+    bits = present ? bits | mask : bits & ~mask;
+  }
 
   // Calls `visit(column, property)` for the columns whose tag the list has, by tag, until one of
   // the calls fails.
