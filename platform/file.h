@@ -63,7 +63,8 @@ class RandomAccessFile {
   virtual Result<std::uint64_t> Size() = 0;
   // Cuts, or extends with zero bytes that take no space yet.
   virtual Status Resize(std::uint64_t size) = 0;
-  // Extends to `size` with space really taken, so that a full disk shows here and not later.
+  // Extends to `size` so that a full disk shows here and not later: with space really taken, unless
+  // the file system says that it has a gigabyte more than is asked for.
   virtual Status Allocate(std::uint64_t size) = 0;
   // Takes the file for this handle alone, at once or not at all: kLocked when another process or
   // another handle of this one has it, kUnsupported on a file system without locks. Held until

@@ -105,6 +105,10 @@ TEST(PosixFiles, AFullDiskIsAnErrorThatLeavesTheFileWhole) {
   const Status allocated = (*file)->Allocate(20'000);
   const auto size = (*file)->Size();
   ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+  // More than any file system has left.
+  const Status beyond = (*file)->Allocate(std::uint64_t{1} << 60);
+  EXPECT_EQ(beyond.code(), StatusCode::kDiskFull) << beyond.message();
+  EXPECT_EQ(*(*file)->Size(), 100U);
   EXPECT_EQ(written.code(), StatusCode::kDiskFull) << written.message();
   EXPECT_NE(written.message().find("/f: "), std::string::npos) << written.message();
   EXPECT_EQ(extended.code(), StatusCode::kDiskFull);
