@@ -1,6 +1,7 @@
 #include "pstfile/ndb/write_buffer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/stage_times.h"
 #include "pstfile/ndb/layout.h"
@@ -65,10 +66,11 @@ Result<std::span<std::byte>> WriteBuffer::Reserve(platform::RandomAccessFile& fi
   auto* interval = const_cast<Interval*>(FindInterval(number));
   if (interval == nullptr) {
     if (_intervals.size() < _capacity) {
-      _last = _intervals.size();
-      _intervals.emplace_back();
-      interval = &_intervals.back();
-      interval->bytes = std::make_unique_for_overwrite<std::byte[]>(kAMapInterval);
+      // What runs out of memory leaves no interval behind.
+      auto bytes = std::make_unique_for_overwrite<std::byte[]>(kAMapInterval);
+      interval = &_intervals.emplace_back();
+      interval->bytes = std::move(bytes);
+      _last = _intervals.size() - 1;
     } else {
       interval = &_intervals[_next];
       if (Status s = Write(file, *interval); !s.ok()) return s;
