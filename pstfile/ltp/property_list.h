@@ -1,5 +1,6 @@
-// A list of properties on its way into the file: at most one value for each property id, sorted
-// by id, small values copied into one arena.
+// A list of properties on its way into the file: at most one value for each property id, small
+// values copied into one arena. It is kept as it was set, and put in the order of ids for those who
+// ask for that.
 //
 // A large value is not held here: stream it into the file first (PstStore::NewValue) and add the
 // StoredValue that comes back.
