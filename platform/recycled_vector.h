@@ -1,7 +1,8 @@
 // A std::vector whose memory is used again by the next one of its type: for the short vectors that
 // are filled and thrown away for every message.
 //
-// Each thread keeps the memory of a few, none larger than 16 KiB.
+// Each thread keeps the memory of a few, none larger than 16 KiB. A new one may have some of it
+// already: what has to be small calls shrink_to_fit().
 #pragma once
 
 #include <array>

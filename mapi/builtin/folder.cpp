@@ -95,7 +95,8 @@ HRESULT Folder::FlushChanges() {
   if (_pending.empty() && _pendingRemovals.empty()) return S_OK;
   _reader.reset();
   const Status status = _core->store()->ChangeFolderProperties(_node, _pending, _pendingRemovals);
-  _pending = {};  // callers keep thousands of folders open
+  _pending.Clear();
+  _pending.ShrinkToFit();  // callers keep thousands of folders open
   _pendingRemovals.clear();
   _core->Publish();
   return status.ok() ? S_OK : _core->Note(status);

@@ -98,6 +98,11 @@ void PropertyList::Arena::reserve(std::size_t capacity) {
 
 void PropertyList::Arena::shrinkToFit() {
   if (_size == _capacity) return;
+  if (_size == 0) {
+    _bytes.reset();
+    _capacity = 0;
+    return;
+  }
   auto* const bytes = new std::byte[_size];
   std::memcpy(bytes, data(), _size);
   _bytes = std::unique_ptr<std::byte[], Deleter>(bytes, Deleter{_size});
@@ -303,6 +308,7 @@ void PropertyList::ReserveForMessage() {
 
 void PropertyList::ShrinkToFit() {
   _items.shrink_to_fit();
+  if (_items.empty()) _places.Release();
   _arena.shrinkToFit();
 }
 

@@ -180,6 +180,11 @@ class PropertyList {
     // No place is taken, and there is none to take before Clear.
     bool IsEmpty() const { return _cells.empty(); }
     void Clear() { _cells.assign(256, 0); }
+    // Gives the memory back, of a list without items.
+    void Release() {
+      _cells.clear();
+      _cells.shrink_to_fit();
+    }
     // The cell of an id: holds the number of its item, or 0. There are more cells than items.
     std::uint8_t& CellOf(std::uint16_t id, std::span<const Item> items) {
       std::uint8_t cell = static_cast<std::uint8_t>((id * 0x9E37U) >> 8);
