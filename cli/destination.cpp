@@ -1,10 +1,9 @@
 #include "cli/destination.h"
 
-#include <array>
-
 #include "cli/folder_names.h"
 #include "platform/file.h"
 #include "pst/disk_utilities.h"
+#include "pstfile/ndb/file_kind.h"
 
 namespace parvane::cli {
 namespace {
@@ -55,18 +54,17 @@ Status TryToLock(std::u16string_view path) {
 }  // namespace
 
 Status CheckIsPst(std::u16string_view path) {
-  auto file = Files().Open(path, FileSystem::OpenMode::kRead);
-  if (!file.ok()) return file.status();
-  // [MS-PST] HEADER: dwMagic "!BDN", dwCRCPartial, wMagicClient "SM".
-  std::array<char, 10> start{};
-  auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
-  if (!count.ok()) return count.status();
-  const std::string_view text(start.data(), *count);
-  const bool outlook = text.size() == start.size() && text.starts_with("!BDN");
-  if (outlook && text.ends_with("SM")) return {};
-  return Refuse(StatusCode::kUnsupported, path,
-                outlook && text.ends_with("SO") ? "is an offline store (OST), no PST file"
-                                                : "is no PST file");
+  auto kind = pstfile::KindOfFile(Files(), path);
+  if (!kind.ok()) return kind.status();
+  if (kind->family == pstfile::FileFamily::kPst) return {};
+  return Refuse(StatusCode::kUnsupported, path, kind->status.message());
+}
+
+Status CheckIsHandled(std::u16string_view path, MapiChoice mapi) {
+  if (mapi == MapiChoice::kOutlook) return CheckIsPst(path);
+  auto kind = pstfile::KindOfFile(Files(), path);
+  if (!kind.ok()) return kind.status();
+  return kind->status.WithContext(platform::PathForDisplay(path));
 }
 
 Result<Destination> CheckDestination(const ConvertOptions& options,
@@ -99,6 +97,10 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
   if (!options.append && !options.overwrite)
     return Refuse(StatusCode::kExists, destination.path,
                   "exists already; --append adds to it, --overwrite replaces it");
+  if (options.append) {
+    if (Status handled = CheckIsHandled(destination.path, options.mapi); !handled.ok())
+      return handled;
+  }
   if (Status locked = TryToLock(destination.path); !locked.ok()) return locked;
   destination.existed = true;
   destination.replaced = options.overwrite;

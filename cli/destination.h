@@ -15,8 +15,11 @@ struct Destination {
   bool replaced = false;  // ... and is to be replaced
 };
 
-// Ok when the file begins as every PST does, else kUnsupported and what it is.
+// Ok when the file begins as a PST of any kind does, else kUnsupported and what it is.
 platform::Status CheckIsPst(std::u16string_view path);
+// Ok when it is a PST that this MAPI reads: Outlook's also reads kinds that the built-in one does
+// not.
+platform::Status CheckIsHandled(std::u16string_view path, MapiChoice mapi);
 
 // Settles the path (in a folder the PST takes `nameInFolder`, or the next free "name (2).pst") and
 // refuses, with the reason, what must not or cannot be written: a file that is no PST, a PST

@@ -155,7 +155,8 @@ platform::Status List(const ListOptions& options) {
 }  // namespace
 
 ExitCode RunList(const ListOptions& options) {
-  if (platform::Status isPst = CheckIsPst(options.file); !isPst.ok()) return Fail(isPst);
+  if (platform::Status handled = CheckIsHandled(options.file, options.mapi); !handled.ok())
+    return Fail(handled);
   mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
   builtin.readOnly = true;
   mapi::SetBuiltinOptions(builtin);

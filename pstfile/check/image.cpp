@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "pstfile/ndb/file_kind.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
@@ -11,28 +12,11 @@ namespace {
 
 using platform::Result;
 using platform::Status;
-using platform::StatusCode;
 
-constexpr std::uint32_t kMagic = 0x4E444221;          // "!BDN"
-constexpr std::uint16_t kOfflineStoreMagic = 0x4F53;  // "SO"
-constexpr std::size_t kCachedPages = 8192;            // 4 MiB
-constexpr std::size_t kCachedBlocks = 512;            // 4 MiB
+constexpr std::size_t kCachedPages = 8192;  // 4 MiB
+constexpr std::size_t kCachedBlocks = 512;  // 4 MiB
 constexpr std::size_t kReadAhead = std::size_t{1} << 20;
 constexpr std::size_t kSmallestRead = kMaximumBlockSize;
-
-Status RefuseVersion(std::uint16_t version) {
-  if (version == 14 || version == 15) {
-    return {StatusCode::kUnsupported, "a PST in the older 32-bit (ANSI) format, version " +
-                                          std::to_string(version) +
-                                          "; only Unicode files can be checked"};
-  }
-  if (version == 36) {
-    return {StatusCode::kUnsupported,
-            "a PST with 4 KiB pages (version 36), which is not supported"};
-  }
-  return {StatusCode::kUnsupported,
-          "a PST of version " + std::to_string(version) + ", which is not supported; expected 23"};
-}
 
 }  // namespace
 
@@ -92,20 +76,12 @@ Result<std::unique_ptr<Image>> Image::Open(platform::FileSystem& files, std::u16
   const auto size = image->_file->Size();
   if (!size.ok()) return size.status();
   image->_size = *size;
-  if (image->_size < kHeaderSize) {
-    return Status(StatusCode::kCorrupt, "not a PST file: only " + std::to_string(image->_size) +
-                                            " bytes, which is less than a header");
-  }
-  if (!image->Read(0, image->_headerBytes)) return image->_readStatus;
+  const auto start =
+      std::span(image->_headerBytes)
+          .first(static_cast<std::size_t>(std::min<std::uint64_t>(image->_size, kHeaderSize)));
+  if (!image->Read(0, start)) return image->_readStatus;
+  if (FileKind kind = KindOf(start); !kind.status.ok()) return kind.status;
   image->_header = HeaderFields::Decode(image->_headerBytes);
-  const HeaderFields& header = image->_header;
-  if (header.magic != kMagic) {
-    return Status(StatusCode::kCorrupt, "not a PST file: it does not begin with \"!BDN\"");
-  }
-  if (header.clientMagic == kOfflineStoreMagic) {
-    return Status(StatusCode::kUnsupported, "an offline store (OST), not a PST");
-  }
-  if (header.version != 23) return RefuseVersion(header.version);
   image->_pages.resize(kCachedPages);
   image->_blocks.resize(kCachedBlocks);
   image->_ahead.resize(kReadAhead);

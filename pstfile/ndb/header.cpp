@@ -5,6 +5,7 @@
 
 #include "pstfile/ndb/crc.h"
 #include "pstfile/ndb/fields.h"
+#include "pstfile/ndb/file_kind.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -15,10 +16,6 @@ using platform::StatusCode;
 
 namespace {
 
-constexpr std::uint32_t kMagic = 0x4E444221;         // "!BDN"
-constexpr std::uint16_t kMagicPst = 0x4D53;          // "SM"
-constexpr std::uint16_t kMagicServerCache = 0x4F53;  // "SO"
-constexpr std::uint16_t kVersion = 23;
 constexpr std::uint16_t kClientVersion = 19;
 
 Status BadCrc(const char* field, std::uint32_t found, std::uint32_t computed) {
@@ -106,29 +103,11 @@ const std::array<std::byte, kHeaderSize>& FileHeader::Encode() {
 }
 
 Status FileHeader::CheckKind(std::span<const std::byte, kHeaderSize> bytes) {
-  if (LoadField<std::uint32_t>(bytes, Header::kMagic) != kMagic) {
-    return {StatusCode::kCorrupt, "not an Outlook data file: it does not begin with \"!BDN\""};
-  }
+  if (FileKind kind = KindOf(bytes); !kind.status.ok()) return kind.status;
   const auto client = LoadField<std::uint16_t>(bytes, Header::kMagicClient);
-  const auto version = LoadField<std::uint16_t>(bytes, Header::kVersion);
-  if (version == 14 || version == 15) {
-    return {StatusCode::kUnsupported, "an ANSI Outlook data file (Outlook 97 to 2002, wVer " +
-                                          std::to_string(version) +
-                                          "); only Unicode files are supported"};
-  }
-  if (version == 36) {
-    return {StatusCode::kUnsupported, "an Outlook data file with 4 KiB pages (wVer 36)"};
-  }
-  if (client == kMagicServerCache) {
-    return {StatusCode::kUnsupported, "an offline copy of a server mailbox (OST)"};
-  }
   if (client != kMagicPst) {
     return {StatusCode::kCorrupt,
             "header: wMagicClient " + ToHex(client) + ", expected " + ToHex(kMagicPst)};
-  }
-  if (version != kVersion) {
-    return {StatusCode::kUnsupported,
-            "header: wVer " + std::to_string(version) + ", only 23 is supported"};
   }
   if (LoadField<std::uint16_t>(bytes, Header::kClientVersion) != kClientVersion) {
     return {StatusCode::kUnsupported,

@@ -37,6 +37,11 @@
 
 namespace parvane::pstfile {
 
+inline constexpr std::uint32_t kMagic = 0x4E444221;         // "!BDN"
+inline constexpr std::uint16_t kMagicPst = 0x4D53;          // "SM"
+inline constexpr std::uint16_t kMagicServerCache = 0x4F53;  // "SO"
+inline constexpr std::uint16_t kVersion = 23;
+
 inline constexpr std::uint8_t kMapsInvalid = 0;
 inline constexpr std::uint8_t kMapsValid = 2;
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "pstfile/ndb/file_kind.h"
 #include "pstfile/ndb/node_database_impl.h"
 
 namespace parvane::pstfile {
@@ -64,10 +65,7 @@ Status NodeDatabase::Impl::ReadHeader() {
   if (!size.ok()) return size.status();
   Result<std::size_t> got = _file->ReadAt(0, _headerAsRead);
   if (!got.ok()) return got.status();
-  if (*got < kHeaderSize) {
-    return {StatusCode::kCorrupt,
-            "not an Outlook data file: only " + std::to_string(*got) + " bytes long"};
-  }
+  if (*got < kHeaderSize) return KindOf(std::span(_headerAsRead).first(*got)).status;
   if (Status s = ChooseHeader(_headerAsRead); !s.ok()) return s;
   if (Status s = committed.CheckFields(); !s.ok()) return s;
   report.sizeMismatch = *size != committed.endOfFile;

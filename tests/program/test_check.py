@@ -42,14 +42,30 @@ class Check(PstTest):
     def test_what_is_no_pst(self):
         for path, says in ((self.folder / 'missing.pst', NO_SUCH_FILE),
                            (self.folder, 'not a regular file'),
-                           (self.write('text.pst', b'x' * 1000), 'not a PST file'),
-                           (self.write('ansi.pst', b'!BDN\0\0\0\0SM\x0e' + bytes(1000)), 'ANSI')):
+                           *self.other_kinds()):
             with self.subTest(path=path):
                 run = self.parvane('check', path)
                 self.assertEqual((run.code, run.out), (3, ''), run)
                 self.assertRegex(run.err, r'^parvane: .*\n$')
                 self.assertIn(says, run.err)
                 self.assertIn(shown(path), run.err)
+                if not path.exists() or path == self.folder:
+                    continue
+                before = path.read_bytes()
+                for command in (['list'], ['convert', '--append', self.folder / 'Inbox.mbox']):
+                    other = self.parvane(*command, path)
+                    self.assertEqual((other.code, other.err.split(';')[0].strip()),
+                                     (3, run.err.split(';')[0].strip()), other)
+                self.assertEqual(path.read_bytes(), before)
+
+    def other_kinds(self):
+        def file(kind, content):
+            return self.write(f'{kind}.pst', content)
+        return ((file('text', b'x' * 1000), 'is no PST'), (file('empty', b''), 'is empty, no PST'),
+                (file('ansi', b'!BDN\0\0\0\0SM\x0e' + bytes(1000)), 'ANSI'),
+                (file('ost', b'!BDN\0\0\0\0SO\x24' + bytes(1000)), 'offline copy of a server mailbox (OST)'),
+                (file('later', b'!BDN\0\0\0\0SM\x63' + bytes(1000)), 'unknown version (wVer 99)'),
+                (file('stump', self.pst.read_bytes()[:300]), 'is a PST cut off after 300 bytes'))
 
 
 if __name__ == '__main__':

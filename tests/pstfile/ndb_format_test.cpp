@@ -164,7 +164,7 @@ TEST_F(HeaderTest, FilesOfOtherKindsAreRefusedByName) {
     const char* says;
   };
   const Case cases[] = {
-      {0, FromText("From"), StatusCode::kCorrupt, "not an Outlook data file"},
+      {0, FromText("From"), StatusCode::kCorrupt, "is no PST"},
       {10, FromHex("0E00"), StatusCode::kUnsupported, "ANSI"},
       {10, FromHex("0F00"), StatusCode::kUnsupported, "ANSI"},
       {10, FromHex("2400"), StatusCode::kUnsupported, "4 KiB"},
