@@ -127,6 +127,11 @@ struct ConversionRecord {
   bool interrupted = false;
   std::string error;  // why it could not finish; empty when it could
 
+  // The first reason is what the later ones come from.
+  void Fail(std::string reason) {
+    if (error.empty()) error = std::move(reason);
+  }
+
   std::uint64_t Read() const { return Sum(&FolderAccount::read); }
   std::uint64_t Written() const { return Sum(&FolderAccount::written); }
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }

@@ -1,24 +1,20 @@
 #include "cli/convert_command.h"
 
-#include <algorithm>
-#include <exception>
-#include <iterator>
 #include <memory>
 #include <optional>
 
 #include <fmt/format.h>
 
-#include "cli/console.h"
 #include "cli/destination.h"
+#include "cli/folder_copy.h"
 #include "cli/folder_plan.h"
-#include "cli/format.h"
 #include "cli/logs.h"
 #include "cli/mapi_run.h"
+#include "cli/outputs.h"
 #include "cli/progress.h"
 #include "cli/pst_account.h"
 #include "cli/report.h"
 #include "cli/source_plan.h"
-#include "cli/text_file.h"
 #include "cli/witness.h"
 #include "engine/factory/store_factory.h"
 #include "mapi/options.h"
@@ -51,7 +47,10 @@ ProgressStyle StyleOf(const ConvertOptions& options) {
 class Conversion {
  public:
   explicit Conversion(const ConvertOptions& options)
-      : _options(options), _witness(_record, _logs, _interrupt), _progress(StyleOf(options)) {}
+      : _options(options),
+        _outputs(options, _logs),
+        _witness(_record, _logs, _interrupt),
+        _progress(StyleOf(options)) {}
 
   ExitCode Run() {
     _record.started = platform::CurrentFileTime();
@@ -64,7 +63,8 @@ class Conversion {
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
     _record.peakMemory = platform::PeakResidentBytes();
     if (_options.timings) TakeTimes();
-    return Close(began);
+    _outputs.Tell(_record, began);
+    return Outcome(_record);
   }
 
  private:
@@ -95,44 +95,13 @@ class Conversion {
     }
     _record.destination = _destination.path;
     _record.appended = _destination.existed && !_destination.replaced;
-    if (Status apart = CheckOutputsApart(); !apart.ok()) return Fail(apart);
-    if (Status opened = _logs.Open(_options.log, _options.detailedLog); !opened.ok())
-      return Fail(opened);
-    if (Status opened = OpenReport(); !opened.ok()) return Fail(opened);
+    if (Status apart = _outputs.CheckApart(_destination.path); !apart.ok()) return Fail(apart);
+    if (Status opened = _outputs.Open(); !opened.ok()) return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
     for (const std::u16string& folder : sources->elsewhere)
       _witness.PathSkipped(folder, engine::SkipReason::kElsewhere, {});
     return OpenSources(sources->stores);
-  }
-
-  static bool SameFile(const std::u16string& a, const std::u16string& b) {
-    if (a == b) return true;
-    const auto one = FileSystem::Default().Inspect(a), other = FileSystem::Default().Inspect(b);
-    return one.kind != platform::FileKind::kNone && one.kind == other.kind &&
-           one.device == other.device && one.identity == other.identity;
-  }
-
-  // A log must not replace the mail it is about, nor another log.
-  Status CheckOutputsApart() const {
-    std::vector<std::u16string> taken = _options.sources;
-    taken.push_back(_destination.path);
-    const auto mail = std::ssize(taken);
-    for (const std::u16string* output : {&_options.log, &_options.detailedLog, &_options.report}) {
-      if (output->empty() || (output == &_options.report && ReportsToOutput())) continue;
-      const auto same = std::find_if(taken.begin(), taken.end(), [&](const std::u16string& path) {
-        return SameFile(*output, path);
-      });
-      const bool isMail =
-          same - taken.begin() < mail || LooksLikeMailbox(*output) || CheckIsPst(*output).ok();
-      if (isMail || same != taken.end()) {
-        return {platform::StatusCode::kInvalidArgument,
-                PathForDisplay(*output) +
-                    (isMail ? ": is mail, not a place for a log" : ": is given for two logs")};
-      }
-      taken.push_back(*output);
-    }
-    return {};
   }
 
   bool OpenSources(const std::vector<SourceStore>& sources) {
@@ -183,7 +152,7 @@ class Conversion {
     }
     if (!_oldPst.empty()) (void)FileSystem::Default().Remove(_oldPst);
     _witness.BeginCopying();
-    CopyFolders(*top);
+    FolderCopy(_plan, _record, _witness, _logs, _progress, _interrupt).Run(*top);
     pst->Release();
     _witness.Settle();
     if (_witness.DestinationFailed()) FailWithReason("could not be written");
@@ -207,72 +176,8 @@ class Conversion {
     Fail(message + " " + reason);
   }
 
-  void CopyFolders(IAssetFolderMutable& top) {
-    _progress.OverallTotal(static_cast<std::int64_t>(_plan.TotalBytes()));
-    std::uint64_t bytesBefore = 0;
-    std::vector<IAssetFolderMutable*> made;
-    const std::vector<PlannedFolder>& folders = _plan.folders();
-    for (std::size_t i = 0; i < folders.size(); ++i) {
-      const PlannedFolder& planned = folders[i];
-      // Folders without items would never ask.
-      _record.interrupted = _interrupt.Requested();
-      if (_record.interrupted) return NoteNotBegun(i);
-      IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
-      made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
-      if (!planned.TakesMail()) continue;
-      _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
-      bytesBefore += planned.bytes;
-      if (!CopyFolder(planned, made.back())) return NoteNotBegun(i + 1);
-    }
-  }
-
-  // From this folder of the plan on.
-  void NoteNotBegun(std::size_t first) {
-    for (std::size_t i = first; i < _plan.folders().size(); ++i) {
-      const PlannedFolder& planned = _plan.folders()[i];
-      if (planned.TakesMail())
-        _record.notBegun.push_back({planned.path, planned.source->FolderDiskPath().value_or(u"")});
-    }
-  }
-
-  // False when the conversion has to stop here.
-  bool CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
-    const std::size_t first = _record.folders.size();
-    _record.folders.push_back(
-        {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
-    _witness.BeginFolder(first);
-    if (!target) {
-      FailWithReason("the folder " + FolderPath(planned.path) + " could not be made");
-      return false;
-    }
-    std::string problem;
-    OperationResultCode code = OperationResultCode::Failed;
-    try {
-      code = target->CopyAssets(planned.source, &_progress, &_witness, &_witness).Code;
-      if (code == OperationResultCode::Failed) problem = "the folder does not take these items";
-    } catch (const std::exception& error) {
-      problem = error.what();
-    }
-    _witness.EndFolder(problem);
-    planned.source->ResetQuery();  // closes its file
-    if (!problem.empty()) {
-      Fail(FolderPath(planned.path) + ": " + problem);
-      return false;
-    }
-    for (std::size_t i = first; i < _record.folders.size(); ++i) {
-      const FolderAccount& account = _record.folders[i];
-      _logs.Both(fmt::format("{}: {} from {}", FolderPath(account.path),
-                             Counted(account.read, "message"), PathForDisplay(account.sourcePath)));
-    }
-    if (code != OperationResultCode::Canceled) return true;
-    _record.interrupted = _interrupt.Requested();
-    return false;
-  }
-
   void FailWithReason(std::string_view otherwise) {
-    const std::string reason = _pst->Reason();
-    Fail(reason.empty() ? PathForDisplay(_destination.path) + ": " + std::string(otherwise)
-                        : reason);
+    Fail(_witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise)));
   }
 
   // An empty shell that was made a moment ago and could not be opened is not left to puzzle people.
@@ -296,43 +201,8 @@ class Conversion {
 
   bool Fail(const Status& status) { return Fail(status.message()); }
   bool Fail(std::string reason) {
-    if (_record.error.empty()) _record.error = std::move(reason);
+    _record.Fail(std::move(reason));
     return false;
-  }
-
-  // Tells the account in all the ways asked for.
-  ExitCode Close(bool began) {
-    const std::string summary = began ? Summary(_record) : SummaryOfNothing(_record);
-    if (began) _logs.Both(summary);
-    if (!_record.error.empty()) _logs.Both("ERROR: " + _record.error);
-    if (Status written = _logs.Flush(); !written.ok()) Fail(written);
-    if (_report) {
-      _report->Write(Report(_record));
-      if (Status written = _report->Flush(); !written.ok()) Fail(written.WithContext("report"));
-    }
-    if (ReportsToOutput()) {
-      if (!(WriteOutput(Report(_record)) && FlushOutput()))
-        Fail("the report could not be written to standard output");
-      if (!_options.quiet) WriteMessage(summary);
-    } else if (!_options.quiet && !(WriteOutput(summary) && FlushOutput())) {
-      WriteError("the summary could not be written to standard output");
-    }
-    if (!_record.error.empty()) WriteError(_record.error);
-    if (_record.interrupted)
-      WriteError(began ? "interrupted; what the summary counts as written is in the PST"
-                       : "interrupted");
-    return Outcome(_record);
-  }
-
-  bool ReportsToOutput() const { return _options.report == u"-"; }
-
-  // Before the work, so that a bad path is not found out after it.
-  Status OpenReport() {
-    if (_options.report.empty() || ReportsToOutput()) return {};
-    auto file = TextFile::Create(_options.report);
-    if (!file.ok()) return file.status().WithContext("report");
-    _report = std::move(file).value();
-    return {};
   }
 
   std::string SourcesText() const {
@@ -351,7 +221,7 @@ class Conversion {
   std::optional<OutlookTurn> _turn;
   std::unique_ptr<PstAccount> _pst;
   Logs _logs;
-  std::unique_ptr<TextFile> _report;
+  Outputs _outputs;
   Witness _witness;
   Progress _progress;
   FolderPlan _plan;

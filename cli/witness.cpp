@@ -63,6 +63,11 @@ void Witness::EndFolder(const std::string& problem) {
   FinishItem();
 }
 
+std::string Witness::Reason(std::string otherwise) const {
+  std::string reason = _pst->Reason();
+  return reason.empty() ? otherwise : reason;
+}
+
 std::string Witness::EngineMessage() const { return OneLine(_engineMessage, " "); }
 
 bool Witness::Cancel() {

@@ -40,6 +40,8 @@ class Witness : public engine::SourceObserver,
   bool Settle();
   // The PST takes nothing more: disk full, I/O error, size limit.
   bool DestinationFailed() const { return _copying && _pst->Failed(); }
+  // Why the PST takes nothing more, or did not open; `otherwise` when that is not known.
+  std::string Reason(std::string otherwise) const;
   // What the engine has had to say for people since, while no item was in hand; one line, empty:
   // nothing.
   std::string EngineMessage() const;
