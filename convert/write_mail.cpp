@@ -94,6 +94,7 @@ int MIMEToMAPIMessageConverter::WriteMail(TsEmail* email, IMessage* message, boo
 }
 
 bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message) {
+  if (!email || !message) return true;
   WriteHeaderTexts(email, message);
   WriteTimes(email, message);
   WriteFlags(email, message);
@@ -188,6 +189,7 @@ void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
 }
 
 void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message) {
+  if (!email || !message) return;
   SetPropLong(message, PR_INTERNET_CPID, kCodePageUtf8);
   ClsEmail::Body body;
   if (email->impl().PlainTextBody(body)) {

@@ -20,6 +20,21 @@ constexpr std::array<unsigned char, 256> MakeValues() {
 }
 constexpr auto kValues = MakeValues();
 
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+bool IsWholeGroups(std::string_view line) {
+  for (std::size_t i = 0; i < line.size(); i += 4) {
+    const std::string_view group = line.substr(i, 4);
+    std::size_t values = 0;
+    while (values < group.size() && kValues[static_cast<unsigned char>(group[values])] < 64)
+      ++values;
+    if (values < 2 || group.size() < 4 || group.find_first_not_of('=', values) != group.npos)
+      return false;
+  }
+  // A line drawn of one character; but bytes of zero are many an "A".
+  return line.front() == 'A' || line.find_first_not_of(line.front()) != line.npos;
+}
+
 }  // namespace
 
 std::size_t Base64Decoder::EndGroup(char* to) {
@@ -40,13 +55,20 @@ void Base64Decoder::Append(std::string_view encoded, std::string& out) {
   out.resize(base + Decode(encoded, out.data() + base));
 }
 
+std::size_t Base64Decoder::Decode(std::string_view encoded, char* out) {
+  char* to = out;
+  while (!encoded.empty() && !_ended) {
+    to = _padded ? HoldLine(encoded, to) : DecodeRun(encoded, to);
+  }
+  return static_cast<std::size_t>(to - out);
+}
+
 // There is room for all that can come, so that nothing below asks. Padding adds no bytes: a group
 // that it ends held at least as many characters as bytes.
-std::size_t Base64Decoder::Decode(std::string_view encoded, char* out) {
+char* Base64Decoder::DecodeRun(std::string_view& encoded, char* to) {
   static_assert(kSlack >= parvane::platform::simd::kBase64Slack);
-  char* to = out;
   std::size_t i = 0;
-  while (i < encoded.size()) {
+  while (i < encoded.size() && !_padded) {
     if (_count == 0) {
       const auto done =
           parvane::platform::simd::DecodeBase64Groups(encoded.data() + i, encoded.size() - i, to);
@@ -67,19 +89,66 @@ std::size_t Base64Decoder::Decode(std::string_view encoded, char* out) {
           break;
         }
       } else if (value == kPadding) {
+        // Where no group is open, a "=" is noise: soft line breaks are met in base64.
+        _padded = _count > 1;
         to += EndGroup(to);
+        if (_padded) break;
       } else if (_count == 0 && i < encoded.size() &&
                  kValues[static_cast<unsigned char>(encoded[i])] < 64) {
         break;
       }
     }
   }
-  return static_cast<std::size_t>(to - out);
+  encoded.remove_prefix(i);
+  return to;
+}
+
+char* Base64Decoder::HoldLine(std::string_view& encoded, char* to) {
+  std::size_t i = 0;
+  bool whole = false;
+  while (i < encoded.size() && !whole) {
+    const char c = encoded[i++];
+    if (c == '\r' || c == '\n') {
+      whole = !_line.empty();
+    } else if (!_line.empty() || (c != '=' && !IsBlank(c))) {
+      _line += c;
+      whole = _line.size() == kLongestHeld;
+    }
+  }
+  encoded.remove_prefix(i);
+  return whole ? DecodeHeldLine(to) : to;
+}
+
+char* Base64Decoder::DecodeHeldLine(char* to) {
+  std::string_view line = _line;
+  while (IsBlank(line.back())) line.remove_suffix(1);
+  _ended = !IsWholeGroups(line);
+  for (std::size_t i = 0; i < line.size() && !_ended; i += 4) {
+    const std::string_view group = line.substr(i, 4);
+    _count = static_cast<unsigned>(std::min(group.find('='), group.size()));
+    _padded = _count < 4;
+    for (unsigned at = 0; at < _count; ++at)
+      _bits = (_bits << 6) | kValues[static_cast<unsigned char>(group[at])];
+    if (!_padded) {
+      *to++ = static_cast<char>(_bits >> 16);
+      *to++ = static_cast<char>(_bits >> 8);
+      *to++ = static_cast<char>(_bits);
+    }
+    to += _padded ? EndGroup(to) : 0;
+    _bits = 0;
+    _count = 0;
+  }
+  _line.clear();
+  return to;
 }
 
 void Base64Decoder::Finish(std::string& out) {
-  char rest[2];
-  out.append(rest, EndGroup(rest));
+  char rest[RoomFor(0)];
+  char* end = rest;
+  if (!_line.empty()) end = DecodeHeldLine(end);
+  end += EndGroup(end);
+  out.append(rest, static_cast<std::size_t>(end - rest));
+  _padded = _ended = false;
 }
 
 std::string DecodeBase64(std::string_view encoded) {

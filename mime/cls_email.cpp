@@ -400,7 +400,8 @@ bool ClsEmail::PartFileName(const char* operation, PartList list, int index, Cls
 bool ClsEmail::PartContentType(const char* operation, PartList list, int index, ClsString& out) {
   return Run(operation, [&] {
     const Email2* part = PartAt(list, index);
-    if (part != nullptr) out.SetUtf8(DecodeTextToUtf8(part->contentType(), {}, _message->charset));
+    if (part != nullptr)
+      out.SetUtf8(OneLine(DecodeTextToUtf8(part->contentType(), {}, _message->charset)));
     return part != nullptr;
   });
 }

@@ -34,30 +34,35 @@ int HexByte(std::string_view text, std::size_t at) {
 
 struct Piece {
   enum class Kind { kLiteral, kWord, kEnd } kind;
-  std::string_view literal;
+  std::string_view literal;  // of a word: as it stands
   std::string_view charset;
   bool base64;
   std::string_view text;
 };
 
+// What becomes of a word that is malformed or cut off.
+enum class BrokenWord { kEndsText, kIsText };
+
 // Cuts a header value into literal text and encoded words.
 class WordScanner {
  public:
-  explicit WordScanner(std::string_view text) : _rest(text) {}
+  WordScanner(std::string_view text, BrokenWord broken) : _rest(text), _broken(broken) {}
 
   Piece Next() {
     if (_rest.empty()) return {Piece::Kind::kEnd, {}, {}, false, {}};
-    const std::size_t start = _rest.find("=?");
-    if (start != 0) {
-      const std::string_view literal = _rest.substr(0, start);
-      _rest.remove_prefix(literal.size());
-      return {Piece::Kind::kLiteral, literal, {}, false, {}};
+    std::size_t start = _rest.find("=?");
+    if (start == 0) {
+      Piece word = {Piece::Kind::kWord, {}, {}, false, {}};
+      if (TakeWord(&word)) return word;
+      if (_broken == BrokenWord::kEndsText) {
+        _rest = {};
+        return {Piece::Kind::kEnd, {}, {}, false, {}};
+      }
+      start = _rest.find("=?", 1);
     }
-    Piece word = {Piece::Kind::kWord, {}, {}, false, {}};
-    if (TakeWord(&word)) return word;
-    // A word that is cut off takes the rest of the text with it.
-    _rest = {};
-    return {Piece::Kind::kEnd, {}, {}, false, {}};
+    const std::string_view literal = _rest.substr(0, start);
+    _rest.remove_prefix(literal.size());
+    return {Piece::Kind::kLiteral, literal, {}, false, {}};
   }
 
  private:
@@ -68,8 +73,11 @@ class WordScanner {
     const char letter = _rest[mark + 1];
     if (letter == '?' || _rest[mark + 2] != '?') return false;
     const std::size_t begin = mark + 3;
-    const std::size_t end = _rest.find("?=", begin);
-    if (end == _rest.npos) return false;
+    // No word ends where none before it did: asked again for each, the search would not be linear.
+    const std::size_t end = _endless ? _rest.npos : _rest.find("?=", begin);
+    _endless = end == _rest.npos;
+    if (_endless) return false;
+    word->literal = _rest.substr(0, end + 2);
     word->charset = _rest.substr(2, mark - 2);
     word->base64 = letter == 'B' || letter == 'b';
     word->text = _rest.substr(begin, end - begin);
@@ -78,6 +86,8 @@ class WordScanner {
   }
 
   std::string_view _rest;
+  BrokenWord _broken;
+  bool _endless = false;  // no "?=" follows
 };
 
 std::string WordBytes(const Piece& word) {
@@ -114,8 +124,10 @@ class HeaderText {
     _text += DecodeText(literal, {}, _messageCharset);
   }
 
-  void AddWord(const Piece& word) {
+  void AddWord(const Piece& word, BrokenWord broken) {
     std::string bytes = WordBytes(word);
+    const bool undecodable = bytes.empty() && word.text.find_first_not_of('=') != word.text.npos;
+    if (undecodable && broken == BrokenWord::kIsText) return AddLiteral(word.literal);
     const unsigned page = WordPage(word);
     if (_held && _held->page == page) bytes.erase(0, CompleteHeld(bytes));
     Flush();
@@ -170,11 +182,24 @@ class HeaderText {
   std::string_view _between;
 };
 
+std::u16string ShowWords(std::string_view text, std::string_view charset, BrokenWord broken) {
+  HeaderText header(charset);
+  WordScanner scanner(text, broken);
+  for (Piece piece = scanner.Next(); piece.kind != Piece::Kind::kEnd; piece = scanner.Next()) {
+    if (piece.kind == Piece::Kind::kLiteral) {
+      header.AddLiteral(piece.literal);
+    } else {
+      header.AddWord(piece, broken);
+    }
+  }
+  return header.Finish();
+}
+
 }  // namespace
 
 std::string ContentCoding::DecodeEncodedWords(std::string_view text) {
   std::string out;
-  WordScanner scanner(text);
+  WordScanner scanner(text, BrokenWord::kEndsText);
   for (Piece piece = scanner.Next(); piece.kind != Piece::Kind::kEnd; piece = scanner.Next()) {
     if (piece.kind == Piece::Kind::kLiteral) {
       out += piece.literal;
@@ -196,16 +221,7 @@ std::string ContentCoding::DecodeEncodedWords(std::string_view text) {
 std::u16string ContentCoding::DecodeHeaderToUtf16(std::string_view text,
                                                   std::string_view messageCharset) {
   if (!HasEncodedWords(text)) return DecodeText(text, {}, messageCharset);
-  HeaderText header(messageCharset);
-  WordScanner scanner(text);
-  for (Piece piece = scanner.Next(); piece.kind != Piece::Kind::kEnd; piece = scanner.Next()) {
-    if (piece.kind == Piece::Kind::kLiteral) {
-      header.AddLiteral(piece.literal);
-    } else {
-      header.AddWord(piece);
-    }
-  }
-  return header.Finish();
+  return ShowWords(text, messageCharset, BrokenWord::kIsText);
 }
 
 std::string ContentCoding::DecodeHeader(std::string_view text, std::string_view messageCharset) {
@@ -224,7 +240,10 @@ bool ContentCoding::HasEncodedWords(std::string_view text) {
 }
 
 std::string ContentCoding::DecodeFileName(std::string_view name, std::string_view messageCharset) {
-  std::string decoded = DecodeHeader(name, messageCharset);
+  const bool marked = name.find("?Q?") != name.npos || name.find("?B?") != name.npos;
+  std::string decoded =
+      marked ? platform::Utf16ToUtf8(ShowWords(name, messageCharset, BrokenWord::kEndsText))
+             : DecodeHeader(name, messageCharset);
   if (decoded.find("\x1B$B") == decoded.npos && decoded.find("\x1B(B") == decoded.npos) {
     return decoded;
   }

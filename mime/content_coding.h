@@ -3,8 +3,8 @@
 //   word := "=?" charset "?" letter "?" text "?="      letter B or b: base64; any other: Q
 //
 // Two things differ from the RFC on purpose, because what this program's output is compared with
-// does so: white space between adjacent words is kept, and a word that is cut off ends the text
-// before it (nothing after its "=?" survives).
+// does so: white space between adjacent words is kept, and in file names a word that is cut off
+// ends the text before it (nothing after its "=?" survives).
 #pragma once
 
 #include <string>
@@ -22,7 +22,8 @@ class ContentCoding {
 
   // The same for text that is to be shown: always UTF-8. Raw 8-bit text, unknown charsets and
   // broken UTF-8 go through the ladder of text_decoding.h with the charset of the message (may be
-  // empty), and a character that a mailer split between two adjacent words is put together.
+  // empty), and a character that a mailer split between two adjacent words is put together. A word
+  // that is cut off, malformed or holds nothing that decodes is shown as it stands.
   static std::string DecodeHeader(std::string_view text, std::string_view messageCharset = {});
   static std::u16string DecodeHeaderToUtf16(std::string_view text,
                                             std::string_view messageCharset = {});
@@ -30,8 +31,9 @@ class ContentCoding {
   // True when the text holds "?Q?", "?B?", "?q?" or "?b?".
   static bool HasEncodedWords(std::string_view text);
 
-  // A file name from a header parameter: DecodeHeader when HasEncodedWords, else its raw 8-bit
-  // text by the ladder; then, when it still holds ESC "$" "B" or ESC "(" "B", read as ISO-2022-JP.
+  // A file name from a header parameter: DecodeHeader, but that with "?Q?" or "?B?" in it a word
+  // that is cut off ends the name; then, when it still holds ESC "$" "B" or ESC "(" "B", read as
+  // ISO-2022-JP.
   static std::string DecodeFileName(std::string_view name, std::string_view messageCharset = {});
 
   // The Q decoding of one word's text. "_" is a space; an "=" without two hexadecimal digits

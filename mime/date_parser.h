@@ -29,8 +29,8 @@ class DateValue {
   // `out` untouched, when cleared or before 1601.
   bool GetAsFileTime(bool local, parvane::platform::FileTime* out) const;
 
-  // Years since 1900, months from 0; parts out of range carry over. Refuses a day of 0 and keeps
-  // the value then. tm_isdst is not consulted: the zone decides.
+  // Years since 1900, months from 0; parts out of range carry over. A day of 0 is refused, and the
+  // value then cleared. tm_isdst is not consulted: the zone decides.
   bool SetFromTmStruct(bool local, const std::tm& time);
 
   // Seconds since 1970-01-01 UTC. 0 when cleared.

@@ -96,6 +96,7 @@ bool DateValue::GetAsFileTime(bool local, platform::FileTime* out) const {
 }
 
 bool DateValue::SetFromTmStruct(bool local, const std::tm& time) {
+  Clear();
   if (time.tm_mday == 0) return false;
   // 64-bit sums of 32-bit parts cannot overflow.
   const std::int64_t months = std::int64_t{time.tm_year} * 12 + time.tm_mon;

@@ -85,10 +85,11 @@ bool IsReallyEncoded(TransferEncoding encoding, std::string_view message) {
   return message.substr(start, message.find('\n', start) - start).find(':') == kNone;
 }
 
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+
 // Without the byte order mark that some programs put in front of what they save: it would pass for
 // a part of the first field's name.
 ByteSlice WithoutMark(const ByteSlice& text) {
-  constexpr std::string_view kMark = "\xEF\xBB\xBF";
   return text.view().starts_with(kMark) ? text.Part(text.view().substr(kMark.size())) : text;
 }
 
@@ -103,14 +104,14 @@ struct MimeMessage2::Context {
 
 void MimeMessage2::Load(const ByteSlice& text, Log& log, int depth) {
   Context context{log, depth, MimeLimits::kEntities};
-  _loaded = WithoutMark(text);
-  LoadMimeComplete2(NormaliseLineEnds(_loaded, log), context);
+  _loaded = text;
+  LoadMimeComplete2(NormaliseLineEnds(WithoutMark(text), log), context);
 }
 
 void MimeMessage2::LoadCrLf(const ByteSlice& text, Log& log) {
   Context context{log, 0, MimeLimits::kEntities};
-  _loaded = WithoutMark(text);
-  LoadMimeComplete2(_loaded, context);
+  _loaded = text;
+  LoadMimeComplete2(WithoutMark(text), context);
 }
 
 // A text with two line feeds side by side gets CR LF throughout; so does one whose header ends in
@@ -155,6 +156,8 @@ void MimeMessage2::LoadMimeComplete2(const ByteSlice& text, Context& context) {
 
 void MimeMessage2::ReadContentFields() {
   _contentType = ReadContentField(_header, "Content-Type", {});
+  // Mail from before MIME was finished says no more than "text".
+  if (ContentTypeIs("text") || ContentTypeIs("text/")) _contentType.SetValue("text/plain");
   const std::string_view charset = _contentType.Get("charset");
   _disposition = ReadContentField(_header, "Content-Disposition", charset);
   _transferEncoding = ReadContentField(_header, "Content-Transfer-Encoding", {}).value();
@@ -300,6 +303,8 @@ ByteSlice MimeMessage2::Serialise() const {
   if (!IsChanged()) return _loaded;
   std::string out;
   out.reserve(_loaded.size() + _loaded.size() / 64 + 1024);
+  // A part's mark, which would stand in the middle of the message, is text of its header.
+  if (_text.data() != _loaded.data() && _loaded.view().starts_with(kMark)) out.append(kMark);
   AppendTo(out);
   return ByteSlice::Adopt(std::move(out));
 }

@@ -11,9 +11,11 @@
 
 namespace Tessary {
 
-// base64 (RFC 2045, 6.8). Characters outside the alphabet are skipped; "=" ends a group of four,
-// and another group may follow (concatenated parts); missing padding is no loss: two or three
-// characters left at the end or before "=" give one or two bytes. A single one holds no byte.
+// base64 (RFC 2045, 6.8). Characters outside the alphabet are skipped; missing padding is no loss:
+// two or three characters left at the end or before "=" give one or two bytes. A single one holds
+// no byte. Behind padding the data ends, so that the footer of a mailing list is not taken for
+// more of it; but it goes on (concatenated parts) where the rest of the line, or the next line that
+// is not blank, is whole groups of four and nothing else.
 class Base64Decoder {
  public:
   void Append(std::string_view encoded, std::string& out);
@@ -26,14 +28,23 @@ class Base64Decoder {
   void Finish(std::string& out);
 
  private:
-  // What is written beyond the bytes that count.
-  static constexpr std::size_t kSlack = 32;
+  // So much of a line behind padding tells what the line is.
+  static constexpr std::size_t kLongestHeld = 256;
+  // What is written beyond the bytes that count, and what a held line gives.
+  static constexpr std::size_t kSlack = 32 + kLongestHeld / 4 * 3;
 
+  // These take from the front of `encoded` what they used.
+  char* DecodeRun(std::string_view& encoded, char* to);
+  char* HoldLine(std::string_view& encoded, char* to);
+  char* DecodeHeldLine(char* to);
   // Writes what the characters of an unfinished group hold, 0 to 2 bytes; how many those are.
   std::size_t EndGroup(char* to);
 
   std::uint32_t _bits = 0;
-  unsigned _count = 0;  // characters in _bits, 0..3
+  unsigned _count = 0;   // characters in _bits, 0..3
+  bool _padded = false;  // behind padding: the line that follows decides
+  bool _ended = false;
+  std::string _line;  // that line, as far as it has come
 };
 
 // quoted-printable (RFC 2045, 6.7). Hexadecimal digits of either case; white space before a line

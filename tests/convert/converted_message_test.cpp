@@ -97,7 +97,9 @@ TEST_F(ConvertedMessage, LosesNothingBehindANul) {
       "From: A?B <a@b>\r\nSubject: c?d\r\nX: e?f\r\nX-Last: g\r\n"
       "Content-Type: multipart/alternative; boundary=b\r\n\r\n"
       "--b\r\nContent-Type: text/plain\r\n\r\nplain? text\r\n"
-      "--b\r\nContent-Type: text/html\r\n\r\n<p>?html</p>\r\n--b--\r\n";
+      "--b\r\nContent-Type: text/html\r\n\r\n<p>?html</p>\r\n"
+      "--b\r\nContent-Type: multipart/mixed; boundary=c\r\n\r\n"
+      "--c\r\nContent-Type: application/x?y\r\n\r\ndata\r\n--b--\r\n";
   std::replace(text.begin(), text.end(), '?', '\0');
   Convert({text});
   const auto message = Message();
@@ -107,6 +109,7 @@ TEST_F(ConvertedMessage, LosesNothingBehindANul) {
   EXPECT_NE(header.find("X: ef\r\nX-Last: g\r\n"), header.npos) << header;
   EXPECT_EQ(Text(*message, PR_BODY_W), "plain text");
   EXPECT_EQ(Bytes(*message, PR_HTML), "<p>html</p>");
+  EXPECT_EQ(Text(*Attachments(*message).at(0), PR_ATTACH_MIME_TAG_W), "application/xy");
 }
 
 TEST_F(ConvertedMessage, HasItsFlagsFromItsHeaders) {
@@ -370,6 +373,10 @@ TEST_F(ConvertedMessage, IsNotTouchedWithoutAnEmail) {
             EXPECT_EQ(converter.WriteMail(&email, nullptr, true), -1);
             converter.AddRecipient(nullptr, nullptr, &message, 1);
             converter.WriteSender(nullptr, &message);
+            EXPECT_TRUE(converter.WriteMetaData(nullptr, &message));
+            converter.WriteContent(nullptr, &message);
+            EXPECT_TRUE(converter.WriteMetaData(&email, nullptr));
+            converter.WriteContent(&email, nullptr);
             converter.WriteAttachment_File(nullptr, &email, 0);
           });
   const auto message = Message();

@@ -70,6 +70,11 @@ TEST(ContentCoding, ShowsHeadersWhateverTheirBytes) {
       {"cut one byte in", "=?utf-8?Q?a=E2?=\r\n =?utf-8?Q?=82=ACb?=", "", "a\xE2\x82\xAC\r\n b"},
       {"cut double-byte character", "=?shift_jis?Q?=93?= =?shift_jis?Q?=FA?=", "", "\xE6\x97\xA5 "},
       {"raw ISO-2022-JP", "\x1B$BF|K\\\x1B(B", "", "\xE6\x97\xA5\xE6\x9C\xAC"},
+      {"a word that is cut off", "=?utf-8?Q?a?= =?utf-8?Q?b", "", "a =?utf-8?Q?b"},
+      {"cut behind its letter", "a?B?b =?utf-8?Q", "", "a?B?b =?utf-8?Q"},
+      {"a malformed word before a good one", "=?utf-8 a =?utf-8?Q?b?=", "", "=?utf-8 a b"},
+      {"words without an end", "=?a?q?b =?a?q?c", "", "=?a?q?b =?a?q?c"},
+      {"undecodable base64", "=?utf-8?B?!!!?= =?utf-8?B?=?=.", "", "=?utf-8?B?!!!?= ."},
   };
   for (const auto& c : kCases) {
     EXPECT_EQ(ContentCoding::DecodeHeader(c.input, c.charset), c.output) << c.name;
@@ -83,6 +88,8 @@ TEST(ContentCoding, DecodesFileNames) {
       {"plain", "=?not a word", "=?not a word"},
       {"Q", "=?iso-8859-1?Q?=E6.txt?=", "\xC3\xA6.txt"},
       {"q", "=?iso-8859-1?q?=E6.txt?=", "\xC3\xA6.txt"},
+      {"cut off", "a =?utf-8?Q?b.txt", "a "},
+      {"q cut off", "a =?utf-8?q?b.txt", "a =?utf-8?q?b.txt"},
       {"raw escape sequences", "\x1B$BF|K\\\x1B(B.txt", "\xE6\x97\xA5\xE6\x9C\xAC.txt"},
       {"escape sequences inside a word",
        "=?utf-8?B?GyRCRnxLXBsoQi50eHQ=?=", "\xE6\x97\xA5\xE6\x9C\xAC.txt"},

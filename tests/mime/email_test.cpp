@@ -108,6 +108,9 @@ TEST(Structure, SortsParts) {
   } cases[] = {
       {"plain text", "text/plain | hi", "plain=hi"},
       {"neither type nor disposition", "- | hi", "plain=hi"},
+      {"a type without a subtype", "Text; charset=utf-8 | hi", "plain=hi"},
+      {"types without a subtype in parts", "multipart/alternative\n  text/ | hi\n  text/html | <p>",
+       "plain=hi html=<p>"},
       {"HTML only", "text/html | <p>", "html=<p>"},
       {"a PDF alone", "application/pdf | %PDF", "file=attachedFile.pdf:%PDF"},
       {"a PDF alone, capital letters", "Application/pdf | %PDF", "left=Application/pdf:4"},
