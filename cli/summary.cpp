@@ -127,9 +127,18 @@ class SummaryWriter {
           fmt::format("Messages whose date was repaired: {}", WithThousands(_record.repairedDate)));
   }
 
-  template <typename Entry, typename InWords>
+  template <typename Entry>
+  std::string InWords(const Entry& entry) const {
+    if constexpr (requires { Describe(_record, entry); }) {
+      return Describe(_record, entry);
+    } else {
+      return Describe(entry);
+    }
+  }
+
+  template <typename Entry, typename Words>
   void List(const std::vector<Entry>& entries, std::uint64_t total, std::string_view heading,
-            InWords inWords) {
+            Words inWords) {
     if (total == 0) return;
     Line(fmt::format("{}: {}", heading, WithThousands(total)));
     const std::size_t named = std::min(entries.size(), kMostNamed);
@@ -138,16 +147,10 @@ class SummaryWriter {
   }
   template <typename Entry>
   void List(const std::vector<Entry>& entries, std::uint64_t total, std::string_view heading) {
-    List(entries, total, heading, [this](const Entry& entry) {
-      if constexpr (requires { Describe(_record, entry); }) {
-        return Describe(_record, entry);
-      } else {
-        return Describe(entry);
-      }
-    });
+    List(entries, total, heading, [this](const Entry& entry) { return InWords(entry); });
   }
-  template <typename Entry, typename... InWords>
-  void List(const std::vector<Entry>& entries, std::string_view heading, InWords... inWords) {
+  template <typename Entry, typename... Words>
+  void List(const std::vector<Entry>& entries, std::string_view heading, Words... inWords) {
     List(entries, entries.size(), heading, inWords...);
   }
   template <typename Entry>
