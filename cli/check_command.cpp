@@ -130,7 +130,7 @@ ExitCode RunCheck(const CheckCommandOptions& options) {
     result = pstfile::CheckFile(files, options.file, check, findings);
     if (result.ok()) findings.Finish(file, *result);
   }
-  (void)FlushOutput();
+  if (!FlushOutput()) return OutputFailed();
   if (!result.ok()) {
     const std::string& why = result.status().message();
     WriteError(why.find(file) == std::string::npos ? file + ": " + why : why);

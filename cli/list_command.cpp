@@ -169,8 +169,7 @@ ExitCode RunList(const ListOptions& options) {
   const MapiRun mapiRun(options.mapi);
   if (!mapiRun.status().ok()) return Fail(mapiRun.status());
   const platform::Status listed = List(options);
-  // Whoever reads the listing may have had enough of it (head, a closed pager).
-  (void)FlushOutput();
+  if (!FlushOutput()) return OutputFailed();
   return listed.ok() ? ExitCode::kDone : Fail(listed);
 }
 

@@ -1,5 +1,6 @@
 #include "cli/options.h"
 
+#include <algorithm>
 #include <optional>
 #include <sstream>
 
@@ -7,13 +8,14 @@
 
 #include "cli/console.h"
 #include "cli/format.h"
+#include "cli/help.h"
+#include "cli/suggestion.h"
 #include "platform/file.h"
 
 namespace parvane::cli {
 namespace {
 
-constexpr const char* kExamples = R"(
-Examples:
+constexpr const char* kExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst
   parvane convert ~/.thunderbird/x1y2z3.default mail.pst
   parvane list --messages mail.pst
@@ -21,8 +23,7 @@ Examples:
 
 parvane COMMAND --help tells more about a command.)";
 
-constexpr const char* kConvertExamples = R"(
-Examples:
+constexpr const char* kConvertExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst
       one mailbox; its messages go to the folder "Inbox" of mail.pst
   parvane convert ~/mail-export mail.pst
@@ -36,30 +37,16 @@ Examples:
 Exit status: 0 all converted, 1 finished but some messages failed or mail was
 passed over, 2 wrong usage, 3 could not finish, 130 interrupted.)";
 
-constexpr const char* kListExamples = R"(
-Examples:
+constexpr const char* kListExamples = R"(Examples:
   parvane list mail.pst                folders with their counts and sizes
   parvane list --messages mail.pst     and every message
   parvane list --json mail.pst         for other programs)";
 
-constexpr const char* kCheckExamples = R"(
-Examples:
+constexpr const char* kCheckExamples = R"(Examples:
   parvane check mail.pst               what is wrong with it, in plain words
   parvane check --json mail.pst        for other programs
 
 Exit status: 0 nothing found, 1 something found, 2 wrong usage, 3 unreadable.)";
-
-// CLI11 marks the positional arguments, whose name already says that there may be several, once
-// more.
-class HelpFormat : public CLI::Formatter {
- public:
-  std::string make_usage(const CLI::App* app, std::string name) const override {
-    std::string usage = CLI::Formatter::make_usage(app, std::move(name));
-    const std::size_t dots = usage.find(".pst...");
-    if (dots != usage.npos) usage.erase(dots + 4, 3);
-    return usage;
-  }
-};
 
 // Outlook's own default limit for a PST.
 constexpr const char* kDefaultSizeLimit = "50GB";
@@ -71,13 +58,18 @@ struct RawConvert {
   std::optional<std::string> sizeLimit;
 };
 
+struct RawFile {
+  std::string path, mapi = "builtin";
+};
+
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
 
 // The option is there on every system, so that it can say where it works.
-void DescribeMapi(CLI::App& command, std::string& mapi) {
+void DescribeMapi(CLI::App& command, std::string& mapi, const std::string& does) {
   command
-      .add_option("--mapi", mapi,
-                  "who writes the PST: this program, or Outlook through its MAPI (Windows only)")
+      .add_option(
+          "--mapi", mapi,
+          "who " + does + " the PST: this program, or Outlook through its MAPI (Windows only)")
       ->check(CLI::IsMember({"builtin", "outlook"}).description(""))
       ->type_name("builtin|outlook");
 }
@@ -116,7 +108,7 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       .add_flag("--overwrite", options.overwrite,
                 "replace the PST when it is there already (never a file that is no PST)")
       ->excludes(append);
-  DescribeMapi(command, raw.mapi);
+  DescribeMapi(command, raw.mapi, "writes");
   command
       .add_option("--size-limit", raw.sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
@@ -143,80 +135,81 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command.footer(kConvertExamples);
 }
 
-ExitCode Explain(const CLI::App& app, const CLI::ParseError& error) {
+void DescribeFile(CLI::App& command, RawFile& raw, bool& json) {
+  command.add_option("FILE.pst", raw.path, "the PST; it is only read")->required()->type_name("");
+  command.add_flag("--json", json, "write JSON");
+}
+
+void DescribeList(CLI::App& command, RawFile& raw, ListOptions& options) {
+  DescribeFile(command, raw, options.json);
+  command.add_flag("--messages", options.messages, "list every message");
+  DescribeMapi(command, raw.mapi, "reads");
+  command.footer(kListExamples);
+}
+
+void DescribeCheck(CLI::App& command, RawFile& raw, CheckCommandOptions& options) {
+  DescribeFile(command, raw, options.json);
+  command.add_flag("--notes", options.notes,
+                   "also tell what is harmless and usual in files by Outlook");
+  command.footer(kCheckExamples);
+}
+
+ExitCode ShowHelp(const std::string& text) {
+  return WriteOutput(text) && FlushOutput() ? ExitCode::kDone : OutputFailed();
+}
+
+bool Contains(const std::vector<std::string>& words, const std::string& word) {
+  return std::ranges::find(words, word) != words.end();
+}
+
+std::vector<std::string> OptionsOf(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options({})) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return names;
+}
+
+// Names the first argument that means nothing here, and what might have been meant; empty when the
+// fault is another one.
+std::string UnknownWord(const CLI::App& app, const std::vector<std::string>& arguments) {
+  std::vector<std::string> commands;
+  for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());
+  const std::string& first = arguments.front();
+  const bool isCommand = Contains(commands, first);
+  if (!isCommand && !first.starts_with('-')) return NoSuch("command", first, commands);
+  const std::vector<std::string> options = OptionsOf(isCommand ? *app.get_subcommand(first) : app);
+  for (const std::string& argument : arguments) {
+    const std::string name = argument.substr(0, argument.find('='));
+    if (name == "--") break;
+    if (name.starts_with("--") && !Contains(options, name)) return NoSuch("option", name, options);
+  }
+  return {};
+}
+
+ExitCode Explain(const CLI::App& app, const std::vector<std::string>& arguments,
+                 const CLI::ParseError& error) {
   std::ostringstream output, complaint;
-  const int code = app.exit(error, output, complaint);
-  WriteOutput(output.str());
-  FlushOutput();
-  if (code == 0) return ExitCode::kDone;
-  WriteError(error.what());
+  if (app.exit(error, output, complaint) == 0) return ShowHelp(output.str());
+  const std::string unknown = UnknownWord(app, arguments);
+  WriteError(unknown.empty() ? error.what() : unknown);
   WriteMessage("Try: parvane --help, parvane COMMAND --help\n");
   return ExitCode::kUsage;
 }
 
-}  // namespace
+ExitCode WrongUsage(const std::string& why) {
+  WriteError(why);
+  return ExitCode::kUsage;
+}
 
-std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& arguments) {
-  CLI::App app{"Moves e-mail from mbox files and mail profiles into an Outlook PST file.",
-               "parvane"};
-  app.formatter(std::make_shared<HelpFormat>());
-  // "/mail" is a path on every system.
-  app.allow_windows_style_options(false);
-  app.set_version_flag("--version", "parvane " PARVANE_VERSION);
-  app.require_subcommand(1);
-  app.footer(kExamples);
-
-  ConvertOptions convert;
-  RawConvert raw;
-  CLI::App* convertCommand = app.add_subcommand("convert", "Write mail into a PST file");
-  DescribeConvert(*convertCommand, raw, convert);
-
-  ListOptions list;
-  std::string file, listMapi = "builtin";
-  CLI::App* listCommand = app.add_subcommand("list", "Show what a PST file holds");
-  listCommand->add_option("FILE.pst", file, "the PST; it is only read")->required()->type_name("");
-  listCommand->add_flag("--messages", list.messages, "list every message");
-  listCommand->add_flag("--json", list.json, "write JSON");
-  DescribeMapi(*listCommand, listMapi);
-  listCommand->footer(kListExamples);
-
-  CheckCommandOptions check;
-  CLI::App* checkCommand = app.add_subcommand("check", "Verify the structure of a PST file");
-  checkCommand->add_option("FILE.pst", file, "the PST; it is only read")->required()->type_name("");
-  checkCommand->add_flag("--json", check.json, "write JSON");
-  checkCommand->add_flag("--notes", check.notes,
-                         "also tell what is harmless and usual in files by Outlook");
-  checkCommand->footer(kCheckExamples);
-
-  try {
-    // CLI11 takes them last first.
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-  } catch (const CLI::ParseError& error) {
-    return Explain(app, error);
-  }
-
-  if (listCommand->parsed()) {
-    list.file = Path(file);
-    list.mapi = MapiNamed(listMapi);
-    return Command(std::move(list));
-  }
-  if (checkCommand->parsed()) {
-    check.file = Path(file);
-    return Command(std::move(check));
-  }
-  if (raw.paths.size() < 2) {
-    WriteError("convert needs at least one SOURCE and the DEST.pst");
-    return ExitCode::kUsage;
-  }
-  if (MapiNamed(raw.mapi) == MapiChoice::kOutlook && raw.sizeLimit) {
-    WriteError("--size-limit is for the built-in MAPI: Outlook has a limit of its own");
-    return ExitCode::kUsage;
-  }
+// What CLI11 could not judge, judged, and turned into what it means.
+std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& convert) {
+  if (raw.paths.size() < 2) return WrongUsage("convert needs at least one SOURCE and the DEST.pst");
+  if (MapiNamed(raw.mapi) == MapiChoice::kOutlook && raw.sizeLimit)
+    return WrongUsage("--size-limit is for the built-in MAPI: Outlook has a limit of its own");
   const auto sizeLimit = ParseSize(raw.sizeLimit.value_or(kDefaultSizeLimit));
-  if (!sizeLimit) {
-    WriteError("--size-limit: \"" + *raw.sizeLimit + "\" is no size such as 20GB");
-    return ExitCode::kUsage;
-  }
+  if (!sizeLimit)
+    return WrongUsage("--size-limit: \"" + *raw.sizeLimit + "\" is no size such as 20GB");
   convert.sizeLimit = *sizeLimit;
   convert.from = SourceNamed(raw.from);
   convert.mapi = MapiNamed(raw.mapi);
@@ -229,6 +222,59 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& a
   convert.detailedLog = Path(raw.detailedLog);
   convert.report = Path(raw.report);
   return Command(std::move(convert));
+}
+
+}  // namespace
+
+std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& given) {
+  CLI::App app{"Moves e-mail from mbox files and mail profiles into an Outlook PST file.",
+               "parvane"};
+  app.formatter(std::make_shared<HelpFormat>());
+  // "/mail" is a path on every system.
+  app.allow_windows_style_options(false);
+  app.set_version_flag("--version", "parvane " PARVANE_VERSION);
+  app.require_subcommand(1);
+  app.footer(kExamples);
+
+  ConvertOptions convert;
+  RawConvert rawConvert;
+  CLI::App* convertCommand = app.add_subcommand("convert", "Write mail into a PST file");
+  DescribeConvert(*convertCommand, rawConvert, convert);
+  ListOptions list;
+  CheckCommandOptions check;
+  RawFile file;
+  CLI::App* listCommand = app.add_subcommand("list", "Show what a PST file holds");
+  DescribeList(*listCommand, file, list);
+  CLI::App* checkCommand = app.add_subcommand("check", "Verify the structure of a PST file");
+  DescribeCheck(*checkCommand, file, check);
+
+  // Who asks for nothing is told what can be asked for, but not that all mail was converted.
+  if (given.empty()) {
+    const ExitCode shown = ShowHelp(app.help());
+    return shown == ExitCode::kDone ? ExitCode::kUsage : shown;
+  }
+  std::vector<std::string> arguments = given;
+  if (arguments.front() == "help") {
+    std::rotate(arguments.begin(), arguments.begin() + 1, arguments.end());
+    arguments.back() = "--help";
+  }
+  try {
+    // CLI11 takes them last first.
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    return Explain(app, arguments, error);
+  }
+
+  if (listCommand->parsed()) {
+    list.file = Path(file.path);
+    list.mapi = MapiNamed(file.mapi);
+    return Command(std::move(list));
+  }
+  if (checkCommand->parsed()) {
+    check.file = Path(file.path);
+    return Command(std::move(check));
+  }
+  return Understand(rawConvert, convert);
 }
 
 }  // namespace parvane::cli

@@ -18,7 +18,7 @@ class Usage(PstTest):
     def test_wrong_usage_is_one_line_and_exit_2(self):
         source = self.write('a.mbox', mailboxes.many(1))
         pst = self.folder / 'out.pst'
-        for arguments in ([], ['convert'], ['convert', source], ['list'], ['nonsense'],
+        for arguments in (['convert'], ['convert', source], ['list'], ['nonsense'],
                           ['convert', '--append', '--overwrite', source, pst],
                           ['convert', '--from', 'nothing', source, pst],
                           ['convert', '--size-limit', 'big', source, pst],
@@ -44,13 +44,36 @@ class Usage(PstTest):
 
     def test_help_and_version(self):
         for arguments, text in ((['--version'], 'parvane '), (['--help'], 'Examples:'),
+                                (['help'], 'COMMAND --help'), (['help', 'list'], '--messages'),
+                                ([], 'COMMAND --help'),
                                 (['convert', '--help'], 'Examples:'),
                                 (['list', '--help'], 'Examples:'),
                                 (['check', '--help'], 'Examples:')):
             run = self.parvane(*arguments)
-            self.assertEqual((run.code, run.err), (0, ''), run)
+            # Nothing asked for is nothing done.
+            self.assertEqual((run.code, run.err), (0 if arguments else 2, ''), run)
             self.assertIn(text, run.out)
+            self.assertLessEqual(max(map(len, run.out.splitlines())), 80, run)
 
+    def test_what_might_have_been_meant(self):
+        for arguments, says in ((['lst', 'x'], 'no command lst; did you mean list?\n'),
+                                (['convert', '--apend', 'a', 'b'],
+                                 'no option --apend; did you mean --append?\n'),
+                                (['list', '--name=x', 'x'], 'no option --name\n'),
+                                (['mail.mbox', 'mail.pst'], 'no command mail.mbox\n')):
+            run = self.parvane(*arguments)
+            self.assertEqual(run.code, 2, run)
+            self.assertIn(says, run.err)
+
+    @linux
+    def test_results_that_nobody_takes(self):
+        pst = self.folder / 'out.pst'
+        self.convert(self.write('a.mbox', mailboxes.many(1)), pst)
+        for arguments in (['--help'], [], ['list', pst], ['list', '--json', pst], ['check', pst]):
+            with open('/dev/full', 'w') as full:
+                run = self.parvane(*arguments, stdout=full)
+            self.assertEqual(run.code, 3, run)
+            self.assertIn('standard output takes no more', run.err)
 
     def test_every_option_is_explained_and_completed(self):
         top = pathlib.Path(__file__).parents[2]
