@@ -7,108 +7,85 @@
 #include "platform/text.h"
 
 namespace parvane::cli {
+namespace {
 
-using engine::SkipReason;
-using engine::SuspiciousSeparatorReason;
 using platform::PathForDisplay;
 
-std::string Describe(const ConversionRecord& record, const FailedMessage& failure) {
-  const FolderAccount& folder = record.folders[failure.folder];
-  const std::string name = failure.messageId.empty() ? "" : ", " + failure.messageId;
-  return fmt::format("{}, message {} (at byte {} of {}{}): {}", FolderPath(folder.path),
-                     failure.position, failure.offset, PathForDisplay(folder.sourcePath), name,
-                     failure.reason);
+std::string MessagePlace(const ConversionRecord& record, std::size_t folderIndex,
+                         std::uint64_t position, std::uint64_t offset, std::string_view messageId) {
+  const FolderAccount& folder = record.folders[folderIndex];
+  return fmt::format("{}, message {} (at byte {} of {}{}{})", FolderPath(folder.path), position,
+                     offset, PathForDisplay(folder.sourcePath), messageId.empty() ? "" : ", ",
+                     messageId);
 }
 
-std::string Describe(const ConversionRecord& record, const SuspectedSeparator& separator) {
-  return fmt::format("{}, byte {}: {}: {}",
-                     PathForDisplay(record.folders[separator.folder].sourcePath), separator.offset,
-                     Describe(separator.reason), separator.line);
+std::string Joined(std::string_view first, std::string_view second) {
+  return fmt::format("{}{}{}", first, first.empty() || second.empty() ? "" : ": ", second);
 }
 
-std::string Describe(const ConversionRecord& record, const LeftOutPart& part) {
+}  // namespace
+
+EntryWords Words(const ConversionRecord& record, const FailedMessage& failure) {
+  return {MessagePlace(record, failure.folder, failure.position, failure.offset, failure.messageId),
+          std::string(KindOf(failure)), failure.detail};
+}
+
+EntryWords Words(const ConversionRecord& record, const SuspectedSeparator& separator) {
+  return {fmt::format("{}, byte {}", PathForDisplay(record.folders[separator.folder].sourcePath),
+                      separator.offset),
+          std::string(KindOf(separator)), separator.line};
+}
+
+EntryWords Words(const ConversionRecord& record, const LeftOutPart& part) {
   const std::string name =
-      part.part.name.empty() ? "" : " \"" + platform::Utf16ToUtf8(part.part.name) + "\"";
-  return fmt::format(
-      "{}, message {}: {}{} ({})", FolderPath(record.folders[part.folder].path), part.position,
-      part.part.contentType.empty() ? "a part without a type" : part.part.contentType, name,
-      Size(part.part.size));
+      part.part.name.empty() ? "" : "\"" + platform::Utf16ToUtf8(part.part.name) + "\", ";
+  return {
+      fmt::format("{}, message {}", FolderPath(record.folders[part.folder].path), part.position),
+      std::string(KindOf(part)), name + Size(part.part.size)};
 }
 
-std::string Describe(const SkippedPath& path) {
-  std::string text = fmt::format("{}: {}", PathForDisplay(path.path), Describe(path.reason));
-  if (!path.detail.empty()) text += ": " + path.detail;
-  if (const std::string_view advice = Advice(path.reason); !advice.empty())
-    text += fmt::format(" ({})", advice);
-  return text;
+EntryWords Words(const ConversionRecord& record, const MessageRemark& remark) {
+  return {MessagePlace(record, remark.folder, remark.position, remark.offset, remark.messageId),
+          {},
+          Joined(remark.remark.place, remark.remark.text)};
 }
 
-std::string Describe(const ReadFailure& failure) {
-  return fmt::format("{}, at byte {}: {}", PathForDisplay(failure.path), failure.offset,
-                     failure.reason);
+EntryWords Words(const ConversionRecord&, const SkippedPath& path) {
+  const Reason reason = ReasonOf(path.reason);
+  return {PathForDisplay(path.path),
+          reason.advice.empty() ? std::string(reason.text)
+                                : fmt::format("{} ({})", reason.text, reason.advice),
+          path.detail};
 }
 
-std::string_view Describe(SkipReason reason) {
-  switch (reason) {
-    case SkipReason::kNotAnMbox:
-      return "does not begin with \"From \", so it is no mailbox";
-    case SkipReason::kDamagedBeginning:
-      return "something stands before its first separator line, so it is not read as a mailbox";
-    case SkipReason::kUnreadable:
-      return "could not be read";
-    case SkipReason::kOtherExtension:
-      return "begins like a mailbox but is not named like one";
-    case SkipReason::kOtherFile:
-      return "neither named like a mailbox nor beginning like one";
-    case SkipReason::kResourceForkCompanion:
-      return "companion file of another system";
-    case SkipReason::kOrphanSbd:
-      return "subfolders without a mailbox of their name beside them";
-    case SkipReason::kSymbolicLinkLoop:
-      return "leads back to a folder that is being read";
-    case SkipReason::kTooDeep:
-      return "nested too deeply";
-    case SkipReason::kNotAFile:
-      return "not a regular file";
-    case SkipReason::kSingleMessages:
-      return "holds messages in files of their own (maildir, .eml), which are not read";
-    case SkipReason::kElsewhere:
-      return "a mail account of the profile is kept there, outside of the profile";
-  }
-  return "passed over";
+EntryWords Words(const ConversionRecord&, const ReadFailure& failure) {
+  return {fmt::format("{}, at byte {}", PathForDisplay(failure.path), failure.offset),
+          {},
+          failure.reason};
 }
 
-std::string_view Advice(SkipReason reason) {
-  switch (reason) {
-    case SkipReason::kDamagedBeginning:
-      return "remove what stands before its first line that begins with \"From \"";
-    case SkipReason::kUnreadable:
-      return "check its permissions and convert it again";
-    case SkipReason::kOtherExtension:
-      return "convert it by itself: parvane convert --append FILE DEST.pst";
-    case SkipReason::kOrphanSbd:
-      return "put an empty file named like it, without .sbd, beside it";
-    case SkipReason::kTooDeep:
-      return "convert the folder by itself";
-    case SkipReason::kSingleMessages:
-      return "let the program that keeps them export them as mbox";
-    case SkipReason::kElsewhere:
-      return "convert it as a source of its own";
-    default:
-      return {};
-  }
+EntryWords Words(const ConversionRecord&, const RenamedFolder& renamed) {
+  return {fmt::format("\"{}\" is now {}", platform::Utf16ToUtf8(renamed.wanted),
+                      FolderPath(renamed.path)),
+          {},
+          {}};
 }
 
-bool MeansMailLeftBehind(SkipReason reason) { return !Advice(reason).empty(); }
+EntryWords Words(const ConversionRecord&, const ContinuedFolder& folder) {
+  return {FolderPath(folder.path), {}, "its mail goes on in " + FolderPath(folder.next)};
+}
 
-std::string_view Describe(SuspiciousSeparatorReason reason) {
-  switch (reason) {
-    case SuspiciousSeparatorReason::kNoDate:
-      return "no date behind \"From \"";
-    case SuspiciousSeparatorReason::kNoEmptyLineBefore:
-      return "no empty line before it";
-  }
-  return {};
+EntryWords Words(const ConversionRecord&, const UnreadFolder& folder) {
+  return {
+      fmt::format("{} ({})", FolderPath(folder.path), PathForDisplay(folder.sourcePath)), {}, {}};
+}
+
+std::string InOneLine(const EntryWords& words) {
+  return Joined(words.place, Joined(words.kind, words.detail));
+}
+
+std::string ReasonText(const FailedMessage& failure) {
+  return Joined(KindOf(failure), failure.detail);
 }
 
 }  // namespace parvane::cli

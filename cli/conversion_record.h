@@ -2,12 +2,14 @@
 // over and why. The closing summary, the logs and the report all tell this one account.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cli/options.h"
+#include "cli/reasons.h"
 #include "engine/source_observer.h"
 #include "platform/time.h"
 
@@ -45,7 +47,8 @@ struct FailedMessage {
   std::uint64_t position = 0;  // in its folder, from 1
   std::uint64_t offset = 0;    // in the source file, of its first header line
   std::string messageId;       // empty when it has none
-  std::string reason;
+  FailureKind kind{};
+  std::string detail;   // what is known beyond the kind
   std::string details;  // sender, date and subject, as far as they could be read
 };
 
@@ -53,6 +56,15 @@ struct LeftOutPart {
   std::size_t folder = 0;
   std::uint64_t position = 0;
   engine::UnconvertedPart part;
+};
+
+// Of a message that was written: what its owner should know about it.
+struct MessageRemark {
+  std::size_t folder = 0;
+  std::uint64_t position = 0;
+  std::uint64_t offset = 0;
+  std::string messageId;
+  engine::Remark remark;
 };
 
 struct SuspectedSeparator {
@@ -71,6 +83,7 @@ struct SkippedPath {
 struct ReadFailure {
   std::u16string path;
   std::uint64_t offset = 0;
+  platform::StatusCode code{};
   std::string reason;
 };
 
@@ -109,6 +122,7 @@ struct ConversionRecord {
   std::vector<FolderAccount> folders;
   std::vector<FailedMessage> failures;
   Listing<LeftOutPart> leftOutParts;
+  std::array<Listing<MessageRemark>, engine::kRemarkKinds> remarks;  // a list for each kind
   Listing<SuspectedSeparator> separators;
   Listing<SkippedPath> leftBehind;  // there is, or may be, mail in them
   Listing<SkippedPath> passedOver;  // one would expect some, and there is none
@@ -119,25 +133,37 @@ struct ConversionRecord {
   std::vector<ContinuedFolder> continued;
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;
-  std::uint64_t repairedDate = 0;
   std::uint64_t pstSize = 0;
   std::uint64_t peakMemory = 0;
   std::vector<StageTiming> timings;  // if asked for
 
   bool interrupted = false;
-  std::string error;  // why it could not finish; empty when it could
+  std::string error;           // why it could not finish; empty when it could
+  std::string_view errorCode;  // the same, for programs
 
-  // The first reason is what the later ones come from.
-  void Fail(std::string reason) {
-    if (error.empty()) error = std::move(reason);
-  }
+  // The first reason counts; later ones follow from it.
+  void Fail(RunProblem problem, std::string reason) { Fail(CodeOf(problem), std::move(reason)); }
+  void Fail(const platform::Status& status) { Fail(CodeOf(status.code()), status.message()); }
 
   std::uint64_t Read() const { return Sum(&FolderAccount::read); }
   std::uint64_t Written() const { return Sum(&FolderAccount::written); }
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
   std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
 
+  const Listing<MessageRemark>& RemarksOf(engine::RemarkKind kind) const {
+    return remarks[static_cast<std::size_t>(kind)];
+  }
+  void Add(MessageRemark remark) {
+    remarks[static_cast<std::size_t>(remark.remark.kind)].Add(std::move(remark));
+  }
+
  private:
+  void Fail(std::string_view code, std::string reason) {
+    if (!error.empty()) return;
+    errorCode = code;
+    error = std::move(reason);
+  }
+
   std::uint64_t Sum(std::uint64_t FolderAccount::*count) const {
     std::uint64_t sum = 0;
     for (const FolderAccount& folder : folders) sum += folder.*count;
@@ -145,18 +171,43 @@ struct ConversionRecord {
   }
 };
 
-// In words; the logs and the summary say the same.
-std::string Describe(const ConversionRecord& record, const FailedMessage& failure);
-std::string Describe(const ConversionRecord& record, const SuspectedSeparator& separator);
-std::string Describe(const ConversionRecord& record, const LeftOutPart& part);
-std::string Describe(const SkippedPath& path);  // with advice where there is some
-std::string Describe(const ReadFailure& failure);
+// What many entries of a list have in common; empty where they have nothing.
+inline std::string_view KindOf(const FailedMessage& entry) { return ReasonOf(entry.kind).text; }
+inline std::string_view KindOf(const SuspectedSeparator& entry) {
+  return ReasonOf(entry.reason).text;
+}
+inline std::string_view KindOf(const SkippedPath& entry) { return ReasonOf(entry.reason).text; }
+inline std::string_view KindOf(const LeftOutPart& entry) {
+  return entry.part.contentType.empty() ? "a part without a type" : entry.part.contentType;
+}
+template <typename Entry>
+std::string_view KindOf(const Entry&) {
+  return {};
+}
 
-std::string_view Describe(engine::SkipReason reason);
-std::string_view Describe(engine::SuspiciousSeparatorReason reason);
-// What the owner can do about mail that was left behind; empty when nothing needs doing.
-std::string_view Advice(engine::SkipReason reason);
-// True when the reason means that mail is, or may be, left behind.
-bool MeansMailLeftBehind(engine::SkipReason reason);
+// One entry in words; logs, summary and report say the same. Any of them may be empty.
+struct EntryWords {
+  std::string place;   // what it is about
+  std::string kind;    // as above, and what to do about it
+  std::string detail;  // what only this one has
+};
+EntryWords Words(const ConversionRecord& record, const FailedMessage& failure);
+EntryWords Words(const ConversionRecord& record, const SuspectedSeparator& separator);
+EntryWords Words(const ConversionRecord& record, const LeftOutPart& part);
+EntryWords Words(const ConversionRecord& record, const MessageRemark& remark);
+EntryWords Words(const ConversionRecord& record, const SkippedPath& path);
+EntryWords Words(const ConversionRecord& record, const ReadFailure& failure);
+EntryWords Words(const ConversionRecord& record, const RenamedFolder& renamed);
+EntryWords Words(const ConversionRecord& record, const ContinuedFolder& folder);
+EntryWords Words(const ConversionRecord& record, const UnreadFolder& folder);
+
+// "place: kind: detail"
+std::string InOneLine(const EntryWords& words);
+template <typename Entry>
+std::string Describe(const ConversionRecord& record, const Entry& entry) {
+  return InOneLine(Words(record, entry));
+}
+// A failure's kind and detail; the sentence about the message.
+std::string ReasonText(const FailedMessage& failure);
 
 }  // namespace parvane::cli

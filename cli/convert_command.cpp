@@ -110,7 +110,9 @@ class Conversion {
     for (const SourceStore& source : sources) {
       std::unique_ptr<IAssetStore> store =
           StoreFactory::CreateStore(source.type, source.path, std::nullopt);
-      if (!store) return Fail(PathForDisplay(source.path) + ": no reader for this kind of mail");
+      if (!store)
+        return Fail(RunProblem::kSourceNotOpened,
+                    PathForDisplay(source.path) + ": no reader for this kind of mail");
       engine::ObserveSource(*store, &_witness);
       const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);
       if (opened == OperationResultCode::Canceled) {
@@ -118,14 +120,16 @@ class Conversion {
         return false;
       }
       if (opened != OperationResultCode::Completed)
-        return Fail(PathForDisplay(source.path) + ": could not be opened");
+        return Fail(RunProblem::kSourceNotOpened,
+                    PathForDisplay(source.path) + ": could not be opened");
       _plan.AddStore(*store, source.topName, source.type == CWLEngine::kMBOXAssetStore);
       _stores.push_back(std::move(store));
       // A source may be several stores, some of them empty.
       const bool last = &source == &sources.back() || (&source)[1].source != source.source;
       if (!last) continue;
       if (_plan.MailFolders() == mailFolders)
-        return Fail(PathForDisplay(_options.sources[source.source]) + ": no mail found in it");
+        return Fail(RunProblem::kNoMailFound,
+                    PathForDisplay(_options.sources[source.source]) + ": no mail found in it");
       mailFolders = _plan.MailFolders();
     }
     _record.renamed = _plan.renamed();
@@ -155,7 +159,8 @@ class Conversion {
     FolderCopy(_plan, _record, _witness, _logs, _progress, _interrupt).Run(*top);
     pst->Release();
     _witness.Settle();
-    if (_witness.DestinationFailed()) FailWithReason("could not be written");
+    if (_witness.DestinationFailed())
+      FailWithReason(RunProblem::kPstNotWritten, "could not be written");
     return true;
   }
 
@@ -170,14 +175,15 @@ class Conversion {
   // the reason, and what can be done about it, comes after.
   void FailToOpen(const Status& mapiStatus) {
     const std::string message = _witness.EngineMessage();
-    if (message.empty()) return FailWithReason("could not be opened");
+    if (message.empty()) return FailWithReason(RunProblem::kPstNotOpened, "could not be opened");
     const std::string reason =
         mapiStatus.ok() ? _pst->Reason() + ". " + mapi::SystemMapiAdvice() : mapiStatus.message();
-    Fail(message + " " + reason);
+    Fail(RunProblem::kPstNotOpened, message + " " + reason);
   }
 
-  void FailWithReason(std::string_view otherwise) {
-    Fail(_witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise)));
+  void FailWithReason(RunProblem problem, std::string_view otherwise) {
+    Fail(problem,
+         _witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise)));
   }
 
   // An empty shell that was made a moment ago and could not be opened is not left to puzzle people.
@@ -199,9 +205,12 @@ class Conversion {
     return true;
   }
 
-  bool Fail(const Status& status) { return Fail(status.message()); }
-  bool Fail(std::string reason) {
-    _record.Fail(std::move(reason));
+  bool Fail(const Status& status) {
+    _record.Fail(status);
+    return false;
+  }
+  bool Fail(RunProblem problem, std::string reason) {
+    _record.Fail(problem, std::move(reason));
     return false;
   }
 

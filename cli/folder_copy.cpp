@@ -38,7 +38,8 @@ bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* t
       {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
   _witness.BeginFolder(first);
   if (!target) {
-    _record.Fail(_witness.Reason("the folder " + FolderPath(planned.path) + " could not be made"));
+    _record.Fail(RunProblem::kFolderNotMade,
+                 _witness.Reason("the folder " + FolderPath(planned.path) + " could not be made"));
     return false;
   }
   std::string problem;
@@ -52,7 +53,7 @@ bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* t
   _witness.EndFolder(problem);
   planned.source->ResetQuery();  // closes its file
   if (!problem.empty()) {
-    _record.Fail(FolderPath(planned.path) + ": " + problem);
+    _record.Fail(RunProblem::kBrokeOff, FolderPath(planned.path) + ": " + problem);
     return false;
   }
   LogFolders(first);

@@ -66,15 +66,16 @@ void Outputs::Tell(ConversionRecord& record, bool began) {
   const std::string summary = began ? Summary(record) : SummaryOfNothing(record);
   if (began) _logs.Both(summary);
   if (!record.error.empty()) _logs.Both("ERROR: " + record.error);
-  if (Status written = _logs.Flush(); !written.ok()) record.Fail(written.message());
+  if (Status written = _logs.Flush(); !written.ok()) record.Fail(written);
   if (_report) {
     _report->Write(Report(record));
     if (Status written = _report->Flush(); !written.ok())
-      record.Fail(written.WithContext("report").message());
+      record.Fail(written.WithContext("report"));
   }
   if (ReportsToOutput()) {
     if (!(WriteOutput(Report(record)) && FlushOutput()))
-      record.Fail("the report could not be written to standard output");
+      record.Fail(RunProblem::kOutputNotWritten,
+                  "the report could not be written to standard output");
     if (!_options.quiet) WriteMessage(summary);
   } else if (!_options.quiet && !(WriteOutput(summary) && FlushOutput())) {
     WriteError("the summary could not be written to standard output");

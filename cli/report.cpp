@@ -9,12 +9,12 @@ namespace {
 
 using platform::PathForDisplay;
 
-std::string_view OutcomeName(ExitCode code) {
-  switch (code) {
+std::string_view OutcomeName(const ConversionRecord& record) {
+  switch (Outcome(record)) {
     case ExitCode::kDone:
       return "complete";
     case ExitCode::kMailLeftBehind:
-      return "complete with failures";
+      return record.Failed() > 0 ? "complete with failures" : "complete, mail left behind";
     case ExitCode::kInterrupted:
       return "interrupted";
     default:
@@ -38,18 +38,15 @@ class ReportWriter {
     _json.Key("format").String("parvane conversion report");
     _json.Key("version").Number(kReportVersion);
     _json.Key("program").String("parvane " PARVANE_VERSION);
-    _json.Key("outcome").String(OutcomeName(outcome));
+    _json.Key("outcome").String(OutcomeName(_record));
     _json.Key("exitCode").Number(static_cast<std::uint64_t>(outcome));
-    _json.Key("error");
-    if (_record.error.empty()) {
-      _json.Null();
-    } else {
-      _json.String(_record.error);
-    }
+    Optional("error", _record.error);
+    Optional("errorCode", _record.errorCode);
     Circumstances();
     Totals();
     Folders();
     Failures();
+    Remarks();
     LeftOutParts();
     Separators();
     Skipped();
@@ -63,6 +60,16 @@ class ReportWriter {
   }
 
  private:
+  void Optional(std::string_view key, std::string_view text) {
+    _json.Key(key);
+    text.empty() ? _json.Null() : _json.String(text);
+  }
+
+  void Code(std::string_view code, std::string_view reason) {
+    _json.Key("code").String(code);
+    _json.Key("reason").String(reason);
+  }
+
   void Circumstances() {
     _json.Key("sources").BeginArray();
     for (const std::u16string& source : _record.sources) _json.String(PathForDisplay(source));
@@ -106,7 +113,11 @@ class ReportWriter {
     _json.Key("readFailures").Number(_record.readFailures.size());
     _json.Key("withoutDate").Number(_record.withoutDate);
     _json.Key("unreadableDate").Number(_record.unreadableDate);
-    _json.Key("repairedDate").Number(_record.repairedDate);
+    _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
+    _json.Key("remarks").BeginObject();
+    for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
+      _json.Key(WordsOf(static_cast<engine::RemarkKind>(i)).code).Number(_record.remarks[i].total);
+    _json.EndObject();
     _json.EndObject();
   }
 
@@ -131,18 +142,38 @@ class ReportWriter {
     _json.Key("source").String(PathForDisplay(_record.folders[folder].sourcePath));
   }
 
+  template <typename Entry>
+  void Message(const Entry& entry) {
+    Place(entry.folder);
+    _json.Key("position").Number(entry.position);
+    _json.Key("offset").Number(entry.offset);
+    Optional("messageId", entry.messageId);
+  }
+
   void Failures() {
     _json.Key("failures").BeginArray();
     for (const FailedMessage& failure : _record.failures) {
       _json.BeginObject();
-      Place(failure.folder);
-      _json.Key("position").Number(failure.position);
-      _json.Key("offset").Number(failure.offset);
-      _json.Key("messageId");
-      failure.messageId.empty() ? _json.Null() : _json.String(failure.messageId);
-      _json.Key("reason").String(failure.reason);
+      Message(failure);
+      Code(ReasonOf(failure.kind).code, ReasonText(failure));
       _json.Key("details").String(failure.details);
       _json.EndObject();
+    }
+    _json.EndArray();
+  }
+
+  void Remarks() {
+    _json.Key("remarks").BeginArray();
+    for (std::size_t i = 0; i < engine::kRemarkKinds; ++i) {
+      const RemarkWords words = WordsOf(static_cast<engine::RemarkKind>(i));
+      for (const MessageRemark& entry : _record.remarks[i].entries) {
+        _json.BeginObject();
+        Message(entry);
+        Code(words.code, words.heading);
+        _json.Key("place").String(entry.remark.place);
+        _json.Key("text").String(entry.remark.text);
+        _json.EndObject();
+      }
     }
     _json.EndArray();
   }
@@ -167,7 +198,7 @@ class ReportWriter {
       _json.BeginObject();
       Place(entry.folder);
       _json.Key("offset").Number(entry.offset);
-      _json.Key("reason").String(Describe(entry.reason));
+      Code(ReasonOf(entry.reason).code, ReasonOf(entry.reason).text);
       _json.Key("line").String(entry.line);
       _json.EndObject();
     }
@@ -185,10 +216,11 @@ class ReportWriter {
   void Skipped(const SkippedPath& entry, bool leftBehind) {
     _json.BeginObject();
     _json.Key("path").String(PathForDisplay(entry.path));
-    _json.Key("reason").String(Describe(entry.reason));
+    const Reason reason = ReasonOf(entry.reason);
+    Code(reason.code, reason.text);
     _json.Key("detail").String(entry.detail);
     _json.Key("leftBehind").Bool(leftBehind);
-    _json.Key("advice").String(Advice(entry.reason));
+    _json.Key("advice").String(reason.advice);
     _json.EndObject();
   }
 
@@ -198,7 +230,7 @@ class ReportWriter {
       _json.BeginObject();
       _json.Key("path").String(PathForDisplay(entry.path));
       _json.Key("offset").Number(entry.offset);
-      _json.Key("reason").String(entry.reason);
+      Code(CodeOf(entry.code), entry.reason);
       _json.EndObject();
     }
     _json.EndArray();

@@ -18,7 +18,7 @@ std::string SummaryOfNothing(const ConversionRecord& record);
 
 // The JSON report; docs/manual.md describes its fields. Fields are added without notice, the
 // version changes when one changes its meaning or goes.
-inline constexpr unsigned kReportVersion = 1;
+inline constexpr unsigned kReportVersion = 2;
 std::string Report(const ConversionRecord& record);
 
 }  // namespace parvane::cli

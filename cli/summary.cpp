@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <map>
 
 #include <fmt/format.h>
 
@@ -12,8 +13,10 @@ namespace {
 
 using platform::PathForDisplay;
 
-// What the summary names one by one; the rest is counted, and stands in the log and the report.
-constexpr std::size_t kMostNamed = 10;
+// What the summary names one by one of each kind; the rest is counted, and stands in the log and
+// the report.
+constexpr std::size_t kMostNamed = 5;
+constexpr std::size_t kMostKinds = 20;
 constexpr unsigned kWidestFolder = 48;  // columns
 // From here on Outlook grows slow with a PST.
 constexpr std::uint64_t kLargePst = 20'000'000'000;
@@ -78,9 +81,7 @@ class SummaryWriter {
   void Unfinished() {
     if (_record.error.empty() && !_record.interrupted) return;
     Line("Not finished: mail that comes after the last message read is not in the PST");
-    List(_record.notBegun, "Folders not begun", [](const UnreadFolder& folder) {
-      return fmt::format("{} ({})", FolderPath(folder.path), PathForDisplay(folder.sourcePath));
-    });
+    List(_record.notBegun, "Folders not begun");
   }
 
   void Lists() {
@@ -88,14 +89,10 @@ class SummaryWriter {
     PathLists();
     List(_record.separators, "Separator lines that may have cut a message in two");
     List(_record.leftOutParts, "Parts left out of their messages");
-    List(_record.renamed, "Renamed folders", [](const RenamedFolder& renamed) {
-      return fmt::format("\"{}\" is now {}", platform::Utf16ToUtf8(renamed.wanted),
-                         FolderPath(renamed.path));
-    });
-    List(_record.continued, "Folders that are full", [](const ContinuedFolder& folder) {
-      return fmt::format("{}: its mail goes on in {}", FolderPath(folder.path),
-                         FolderPath(folder.next));
-    });
+    for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
+      List(_record.remarks[i], WordsOf(static_cast<engine::RemarkKind>(i)).heading);
+    List(_record.renamed, "Renamed folders");
+    List(_record.continued, "Folders that are full");
   }
 
   // Mail left behind first, each with what to do about it.
@@ -122,36 +119,46 @@ class SummaryWriter {
     if (_record.unreadableDate > 0)
       Line(fmt::format("Messages whose date could not be read: {}",
                        WithThousands(_record.unreadableDate)));
-    if (_record.repairedDate > 0)
-      Line(
-          fmt::format("Messages whose date was repaired: {}", WithThousands(_record.repairedDate)));
   }
 
-  template <typename Entry>
-  std::string InWords(const Entry& entry) const {
-    if constexpr (requires { Describe(_record, entry); }) {
-      return Describe(_record, entry);
-    } else {
-      return Describe(entry);
-    }
-  }
-
-  template <typename Entry, typename Words>
-  void List(const std::vector<Entry>& entries, std::uint64_t total, std::string_view heading,
-            Words inWords) {
-    if (total == 0) return;
-    Line(fmt::format("{}: {}", heading, WithThousands(total)));
-    const std::size_t named = std::min(entries.size(), kMostNamed);
-    for (std::size_t i = 0; i < named; ++i) Line("  " + inWords(entries[i]));
-    if (total > named) Line(fmt::format("  and {} more", WithThousands(total - named)));
-  }
+  // Kinds in the order in which they appear first; "and 3 more" behind those that are named.
   template <typename Entry>
   void List(const std::vector<Entry>& entries, std::uint64_t total, std::string_view heading) {
-    List(entries, total, heading, [this](const Entry& entry) { return InWords(entry); });
+    if (total == 0) return;
+    Line(fmt::format("{}: {}", heading, WithThousands(total)));
+    std::vector<std::vector<const Entry*>> kinds;
+    std::map<std::string_view, std::size_t> indexes;
+    for (const Entry& entry : entries) {
+      const auto [at, isNew] = indexes.try_emplace(KindOf(entry), kinds.size());
+      if (isNew) kinds.emplace_back();
+      kinds[at->second].push_back(&entry);
+    }
+    for (std::size_t i = 0; i < kinds.size() && i < kMostKinds; ++i) Kind(kinds[i]);
+    std::uint64_t unnamed = total - entries.size();
+    for (std::size_t i = kMostKinds; i < kinds.size(); ++i) unnamed += kinds[i].size();
+    if (unnamed > 0) Line(fmt::format("  and {} more", WithThousands(unnamed)));
   }
-  template <typename Entry, typename... Words>
-  void List(const std::vector<Entry>& entries, std::string_view heading, Words... inWords) {
-    List(entries, entries.size(), heading, inWords...);
+
+  // A heading for several of one kind, which then goes without saying.
+  template <typename Entry>
+  void Kind(const std::vector<const Entry*>& entries) {
+    const std::string kind = Words(_record, *entries[0]).kind;
+    const bool heading = !kind.empty() && entries.size() > 1;
+    if (heading) Line(fmt::format("  {}: {}", kind, WithThousands(entries.size())));
+    const std::string_view indent = heading ? "    " : "  ";
+    const std::size_t named = std::min(entries.size(), kMostNamed);
+    for (std::size_t i = 0; i < named; ++i) {
+      EntryWords words = Words(_record, *entries[i]);
+      if (heading) words.kind.clear();
+      Line(fmt::format("{}{}", indent, InOneLine(words)));
+    }
+    if (entries.size() > named)
+      Line(fmt::format("{}and {} more", indent, WithThousands(entries.size() - named)));
+  }
+
+  template <typename Entry>
+  void List(const std::vector<Entry>& entries, std::string_view heading) {
+    List(entries, entries.size(), heading);
   }
   template <typename Entry>
   void List(const Listing<Entry>& listing, std::string_view heading) {

@@ -59,7 +59,10 @@ void Witness::BeginCopying() {
 void Witness::EndFolder(const std::string& problem) {
   if (!_itemOpen) return;
   // An item was begun and the engine never came back to say what became of it.
-  if (_itemProblem.empty()) _itemProblem = problem.empty() ? "the conversion broke off" : problem;
+  if (!_itemProblem) {
+    _itemProblem = FailureKind::kBrokeOff;
+    _itemProblemDetail = problem;
+  }
   FinishItem();
 }
 
@@ -82,24 +85,34 @@ void Witness::FinishItem() {
   const bool saved = _saved > savedBefore;
   const bool refused = _pst->Failures() != _failures;
   if (!saved) {
-    _itemProblem = "could not be saved";
+    _itemProblem = FailureKind::kNotSaved;
   } else if (refused) {
-    _itemProblem = "could not be kept whole";
+    _itemProblem = FailureKind::kNotKeptWhole;
   }
-  if (refused) _itemProblem += ": " + _pst->LastFailure();
-  _item.failed = !_itemProblem.empty();
-  if (_item.failed) AddFailure(_item, std::move(_itemProblem), OneLine(_itemDetails));
+  if (refused) _itemProblemDetail = _pst->LastFailure();
+  _item.failed = _itemProblem.has_value();
+  if (_item.failed)
+    AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), OneLine(_itemDetails));
   if (saved) _uncommitted.push_back(std::move(_item));
   CountCommitted();
 }
 
-void Witness::AddFailure(const Item& item, std::string reason, std::string details) {
+void Witness::AddFailure(const Item& item, FailureKind kind, std::string detail,
+                         std::string details) {
   FolderAccount& folder = _record.folders[item.folder];
   ++folder.failed;
-  FailedMessage failure{item.folder,    item.position,     item.offset,
-                        item.messageId, std::move(reason), std::move(details)};
+  FailedMessage failure{item.folder, item.position,     item.offset,       item.messageId,
+                        kind,        std::move(detail), std::move(details)};
   _logs.Both("FAILED: " + Describe(_record, failure));
   _record.failures.push_back(std::move(failure));
+}
+
+void Witness::AddRemark(engine::Remark remark) {
+  MessageRemark entry{_item.folder, _item.position, _item.offset, _item.messageId,
+                      std::move(remark)};
+  _logs.Detailed(
+      fmt::format("{}: {}", WordsOf(entry.remark.kind).logMark, Describe(_record, entry)));
+  _record.Add(std::move(entry));
 }
 
 void Witness::CountCommitted() {
@@ -120,19 +133,18 @@ void Witness::CountCommitted() {
 bool Witness::Settle() {
   CountCommitted();
   _record.pstSize = _pst->FileSize();
-  std::string reason = _pst->WriteFailure();
-  if (reason.empty()) reason = "was not yet in the file when writing failed";
+  const std::string reason = _pst->WriteFailure();
   if (_pst->MapsRebuilt())
     _logs.Detailed(PathForDisplay(_pst->Path()) +
                    ": its last writer had not closed it; its allocation maps were made anew");
   for (const Item& item : _uncommitted) {
-    if (!item.failed) AddFailure(item, reason, {});
+    if (!item.failed) AddFailure(item, FailureKind::kNotCommitted, reason, {});
   }
   _uncommitted.clear();
   const bool agree = _pst->Committed() == _committed;
   if (_record.Read() == _record.Written() + _record.Failed() && agree) return true;
-  if (_record.error.empty())
-    _record.error = "the PST's count of messages does not agree with the messages handed over";
+  _record.Fail(RunProblem::kCountsDisagree,
+               "the PST's count of messages does not agree with the messages handed over");
   return false;
 }
 
@@ -144,7 +156,7 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
     return;
   }
   if (logString.starts_with(kItemError)) {
-    if (_itemProblem.empty()) _itemProblem = "could not be converted";
+    if (!_itemProblem) _itemProblem = FailureKind::kNotConverted;
   } else {
     _itemDetails = logString;
   }
@@ -156,7 +168,8 @@ void Witness::MessageRead(const engine::MessageLocation& message, std::string_vi
            MessageIdOf(bytes)};
   _itemOpen = true;
   _failures = _pst->Failures();
-  _itemProblem.clear();
+  _itemProblem.reset();
+  _itemProblemDetail.clear();
   _itemDetails.clear();
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
@@ -198,33 +211,32 @@ void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
   const bool leftBehind = MeansMailLeftBehind(reason);
   const SkippedPath skipped{std::u16string(path), reason, status.message()};
   if (reason == engine::SkipReason::kOtherFile) {
-    _logs.Detailed("Passed over: " + Describe(skipped));
+    _logs.Detailed("Passed over: " + Describe(_record, skipped));
     _record.otherFiles.Add(skipped);
     return;
   }
-  _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(skipped));
+  _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(_record, skipped));
   (leftBehind ? _record.leftBehind : _record.passedOver).Add(skipped);
 }
 
 void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
                          const platform::Status& status) {
-  const ReadFailure failure{DiskPath(folder), offset, status.message()};
-  _logs.Both("LEFT BEHIND: " + Describe(failure));
+  const ReadFailure failure{DiskPath(folder), offset, status.code(), status.message()};
+  _logs.Both("LEFT BEHIND: " + Describe(_record, failure));
   _record.readFailures.push_back(failure);
 }
 
 void Witness::MessageNotParsed(const engine::MessageLocation& message,
                                const platform::Status& dumpStatus) {
-  _itemProblem =
-      message.size > kLargestMessage ? "is larger than 64 GiB" : "is no readable message";
-  _itemProblem += dumpStatus.ok() ? "; its text is in the error dump"
-                                  : "; its text could not be kept: " + dumpStatus.message();
+  _itemProblem = message.size > kLargestMessage ? FailureKind::kTooLarge : FailureKind::kNotParsed;
+  _itemProblemDetail = dumpStatus.ok() ? "its text is in the error dump"
+                                       : "its text could not be kept: " + dumpStatus.message();
 }
 
 void Witness::MessageConverted(const engine::MessageLocation&, bool success,
                                const engine::ConversionNotes& notes) {
   if (!_itemOpen) return;
-  if (!success && _itemProblem.empty()) _itemProblem = "could not be converted";
+  if (!success && !_itemProblem) _itemProblem = FailureKind::kNotConverted;
   for (const engine::UnconvertedPart& part : notes.unconvertedParts) {
     const LeftOutPart leftOut{_item.folder, _item.position, part};
     _logs.Detailed("LEFT OUT: " + Describe(_record, leftOut));
@@ -232,7 +244,13 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   }
   _record.withoutDate += notes.dateMissing;
   _record.unreadableDate += notes.dateUnreadable;
-  _record.repairedDate += notes.dateChangedByRepair;
+  for (const engine::Remark& remark : notes.remarks) AddRemark(remark);
+  if (notes.dateChangedByRepair) {
+    const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
+    AddRemark({engine::RemarkKind::kDateChanged, "Date",
+               fmt::format("{} became {}", before.empty() ? "what could not be read" : before,
+                           after.empty() ? "none" : after)});
+  }
 }
 
 }  // namespace parvane::cli

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 
 #include "cli/conversion_record.h"
@@ -79,7 +80,8 @@ class Witness : public engine::SourceObserver,
   };
 
   void FinishItem();
-  void AddFailure(const Item& item, std::string reason, std::string details);
+  void AddFailure(const Item& item, FailureKind kind, std::string detail, std::string details);
+  void AddRemark(engine::Remark remark);  // about the item in hand
   // Takes from the queue what the PST has committed since.
   void CountCommitted();
 
@@ -93,7 +95,8 @@ class Witness : public engine::SourceObserver,
   std::size_t _folder = 0;
   Item _item;  // the one in hand
   bool _itemOpen = false;
-  std::string _itemProblem;
+  std::optional<FailureKind> _itemProblem;
+  std::string _itemProblemDetail;
   std::u16string _itemDetails;  // as the engine logs them; kept for a failure only
 
   std::uint64_t _failures = 0;   // of the PST, when the item in hand was read

@@ -8,6 +8,7 @@
 // All calls come on the conversion's thread, between OpenStore and the release of the store.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -56,9 +57,27 @@ struct UnconvertedPart {
   std::uint64_t size = 0;  // bytes, as it stands in the message
 };
 
+// What a message that was written all the same does not have as its mail had it, or what its owner
+// may not expect of it.
+enum class RemarkKind {
+  kHeaderTextLost,      // rewriting a header dropped a name or an address
+  kDateChanged,         // told by dateChangedByRepair below
+  kAttachmentDetached,  // its mail program had removed an attachment and left a note about it
+  kMarkedDeleted,       // its mail program no longer shows it, and would remove it in time
+  kRefused,             // MAPI did not take a property, a recipient list, an attachment
+};
+inline constexpr std::size_t kRemarkKinds = 5;
+
+struct Remark {
+  RemarkKind kind{};
+  std::string place;  // the header, property or part; empty where the message itself is meant
+  std::string text;   // UTF-8: what was lost, or what became of what; may be empty
+};
+
 // What converting one message left behind or changed.
 struct ConversionNotes {
   std::vector<UnconvertedPart> unconvertedParts;
+  std::vector<Remark> remarks;
   std::uint32_t attachmentsWritten = 0;
   std::uint32_t attachmentsFailed = 0;
   bool dateMissing = false;     // no Date header

@@ -193,7 +193,8 @@ TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
   record.destination = u"mail.pst";
   record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 1'200, 1'188, 12, 0});
   for (std::uint64_t i = 1; i <= 12; ++i)
-    record.failures.push_back({0, i, 100 * i, i == 2 ? "<2@x>" : "", "why", ""});
+    record.failures.push_back(
+        {0, i, 100 * i, i == 2 ? "<2@x>" : "", FailureKind::kNotConverted, "why", ""});
   record.leftBehind.Add({u"a\x1b.txt", engine::SkipReason::kOtherExtension, ""});
   record.withoutDate = 2;
   record.unreadableDate = 1;
@@ -204,9 +205,10 @@ TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
   for (const char* line :
        {"Inbox      1,200 read      1,188 written      12 failed\n",
         "1,200 messages read, 1,188 written, 12 failed: mail.pst (20.0 GB), 0:00\n",
-        "Failed messages: 12\n  Inbox, message 1 (at byte 100 of Inbox.mbox): why\n"
-        "  Inbox, message 2 (at byte 200 of Inbox.mbox, <2@x>): why\n",
-        "message 10 (at byte 1000 of Inbox.mbox): why\n  and 2 more\n",
+        "Failed messages: 12\n  could not be converted: 12\n"
+        "    Inbox, message 1 (at byte 100 of Inbox.mbox): why\n"
+        "    Inbox, message 2 (at byte 200 of Inbox.mbox, <2@x>): why\n",
+        "message 5 (at byte 500 of Inbox.mbox): why\n    and 7 more\n",
         "Mail left behind: 1\n  a .txt: begins like a mailbox but is not named like one (",
         "Messages without a date: 2\n", "Messages whose date could not be read: 1\n",
         "The PST is larger than 20 GB; Outlook is slow with files of that size\n"})

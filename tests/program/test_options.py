@@ -324,7 +324,7 @@ class Output(PstTest):
             for line in ('  %s, byte 52: no date behind "From ": From here on it is text\n' % shown(mail),
                          '  %s, byte 81: no empty line before it: From b@c Fri Mar' % shown(mail),
                          'Parts left out of their messages: 1\n'
-                         '  know_, message 4: text/plain (6 bytes)\n',
+                         '  know_, message 4: text/plain: 6 bytes\n',
                          '  " know " is now know_\n', 'Messages without a date: 2\n',
                          'Messages whose date could not be read: 1\n'):
                 self.assertIn(line, text)

@@ -89,9 +89,10 @@ TEST_F(WitnessTest, TellsWhyAMessageWasNotKeptWhole) {
   EXPECT_TRUE(witness.Settle());
   EXPECT_EQ(record.Written(), 1u);
   ASSERT_EQ(record.failures.size(), 2u);
-  EXPECT_EQ(record.failures[0].reason,
+  EXPECT_EQ(ReasonText(record.failures[0]),
             "could not be kept whole: x.pst: an attachment of 2 GiB or more");
-  EXPECT_EQ(record.failures[1].reason, "could not be saved: x.pst: a message of 2 GiB or more");
+  EXPECT_EQ(ReasonText(record.failures[1]),
+            "could not be saved: x.pst: a message of 2 GiB or more");
 }
 
 }  // namespace

@@ -1,0 +1,147 @@
+#include "cli/reasons.h"
+
+namespace parvane::cli {
+
+using engine::RemarkKind;
+using engine::SkipReason;
+using engine::SuspiciousSeparatorReason;
+using platform::StatusCode;
+
+Reason ReasonOf(SkipReason reason) {
+  switch (reason) {
+    case SkipReason::kNotAnMbox:
+      return {"not-an-mbox", "does not begin with \"From \", so it is no mailbox"};
+    case SkipReason::kDamagedBeginning:
+      return {"damaged-beginning",
+              "something stands before its first separator line, so it is not read as a mailbox",
+              "remove what stands before its first line that begins with \"From \""};
+    case SkipReason::kUnreadable:
+      return {"unreadable", "could not be read", "check its permissions and convert it again"};
+    case SkipReason::kOtherExtension:
+      return {"other-extension", "begins like a mailbox but is not named like one",
+              "convert it by itself: parvane convert --append FILE DEST.pst"};
+    case SkipReason::kOtherFile:
+      return {"other-file", "neither named like a mailbox nor beginning like one"};
+    case SkipReason::kResourceForkCompanion:
+      return {"companion-file", "companion file of another system"};
+    case SkipReason::kOrphanSbd:
+      return {"orphan-sbd", "subfolders without a mailbox of their name beside them",
+              "put an empty file named like it, without .sbd, beside it"};
+    case SkipReason::kSymbolicLinkLoop:
+      return {"link-loop", "leads back to a folder that is being read"};
+    case SkipReason::kTooDeep:
+      return {"too-deep", "nested too deeply", "convert the folder by itself"};
+    case SkipReason::kNotAFile:
+      return {"not-a-file", "not a regular file"};
+    case SkipReason::kSingleMessages:
+      return {"single-messages",
+              "holds messages in files of their own (maildir, .eml), which are not read",
+              "let the program that keeps them export them as mbox"};
+    case SkipReason::kElsewhere:
+      return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
+              "convert it as a source of its own"};
+  }
+  return {"other", "passed over"};
+}
+
+Reason ReasonOf(SuspiciousSeparatorReason reason) {
+  switch (reason) {
+    case SuspiciousSeparatorReason::kNoDate:
+      return {"no-date", "no date behind \"From \""};
+    case SuspiciousSeparatorReason::kNoEmptyLineBefore:
+      return {"no-empty-line", "no empty line before it"};
+  }
+  return {"other", "unusual"};
+}
+
+Reason ReasonOf(FailureKind kind) {
+  switch (kind) {
+    case FailureKind::kNotParsed:
+      return {"not-parsed", "is no readable message"};
+    case FailureKind::kTooLarge:
+      return {"too-large", "is larger than 64 GiB"};
+    case FailureKind::kNotConverted:
+      return {"not-converted", "could not be converted"};
+    case FailureKind::kBrokeOff:
+      return {"broke-off", "the conversion broke off"};
+    case FailureKind::kNotSaved:
+      return {"not-saved", "could not be saved"};
+    case FailureKind::kNotKeptWhole:
+      return {"not-kept-whole", "could not be kept whole"};
+    case FailureKind::kNotCommitted:
+      return {"not-committed", "was not yet in the file when writing failed"};
+  }
+  return {"other", "failed"};
+}
+
+std::string_view CodeOf(StatusCode code) {
+  switch (code) {
+    case StatusCode::kOk:
+      return "ok";
+    case StatusCode::kNotFound:
+      return "not-found";
+    case StatusCode::kExists:
+      return "exists";
+    case StatusCode::kAccessDenied:
+      return "access-denied";
+    case StatusCode::kLocked:
+      return "locked";
+    case StatusCode::kDiskFull:
+      return "disk-full";
+    case StatusCode::kIoError:
+      return "io-error";
+    case StatusCode::kCorrupt:
+      return "damaged";
+    case StatusCode::kUnsupported:
+      return "unsupported";
+    case StatusCode::kTooBig:
+      return "too-big";
+    case StatusCode::kInvalidArgument:
+      return "invalid";
+    case StatusCode::kClosed:
+      return "closed";
+  }
+  return "other";
+}
+
+std::string_view CodeOf(RunProblem problem) {
+  switch (problem) {
+    case RunProblem::kSourceNotOpened:
+      return "source-not-opened";
+    case RunProblem::kNoMailFound:
+      return "no-mail-found";
+    case RunProblem::kPstNotOpened:
+      return "pst-not-opened";
+    case RunProblem::kPstNotWritten:
+      return "pst-not-written";
+    case RunProblem::kFolderNotMade:
+      return "folder-not-made";
+    case RunProblem::kBrokeOff:
+      return "broke-off";
+    case RunProblem::kCountsDisagree:
+      return "counts-disagree";
+    case RunProblem::kOutputNotWritten:
+      return "output-not-written";
+  }
+  return "other";
+}
+
+RemarkWords WordsOf(RemarkKind kind) {
+  switch (kind) {
+    case RemarkKind::kHeaderTextLost:
+      return {"header-text-lost", "LOST", "Names or addresses lost from headers"};
+    case RemarkKind::kDateChanged:
+      return {"date-changed", "CHANGED", "Messages whose date was changed"};
+    case RemarkKind::kAttachmentDetached:
+      return {"attachment-detached", "DETACHED",
+              "Attachments that had been removed from the mail before"};
+    case RemarkKind::kMarkedDeleted:
+      return {"marked-deleted", "MARKED DELETED",
+              "Messages that are marked as deleted in their mailbox"};
+    case RemarkKind::kRefused:
+      return {"refused", "WRITTEN WITHOUT", "Written without what the PST refused"};
+  }
+  return {"other", "NOTE", "Other remarks"};
+}
+
+}  // namespace parvane::cli

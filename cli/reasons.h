@@ -1,0 +1,61 @@
+// Every reason that the account of a conversion gives, once: as a code for programs, which never
+// changes its meaning, and in words for people. A new kind is a new row here.
+#pragma once
+
+#include <string_view>
+
+#include "engine/source_observer.h"
+#include "platform/status.h"
+
+namespace parvane::cli {
+
+// Why a message counts as failed.
+enum class FailureKind {
+  kNotParsed,
+  kTooLarge,
+  kNotConverted,
+  kBrokeOff,
+  kNotSaved,
+  kNotKeptWhole,
+  kNotCommitted,
+};
+
+// Why a conversion could not finish, where no file says it by its status.
+enum class RunProblem {
+  kSourceNotOpened,
+  kNoMailFound,
+  kPstNotOpened,
+  kPstNotWritten,
+  kFolderNotMade,
+  kBrokeOff,
+  kCountsDisagree,
+  kOutputNotWritten,
+};
+
+struct Reason {
+  std::string_view code;
+  std::string_view text;
+  std::string_view advice = {};  // what the owner of the mail can do about it; often nothing
+};
+
+Reason ReasonOf(engine::SkipReason reason);
+Reason ReasonOf(engine::SuspiciousSeparatorReason reason);
+Reason ReasonOf(FailureKind kind);
+// Without words, which come with the status.
+std::string_view CodeOf(platform::StatusCode code);
+std::string_view CodeOf(RunProblem problem);
+
+// Remarks are headed in the summary, marked in the log, and a list of their own in neither.
+struct RemarkWords {
+  std::string_view code;
+  std::string_view logMark;
+  std::string_view heading;
+};
+RemarkWords WordsOf(engine::RemarkKind kind);
+
+// True when the reason means that mail is, or may be, left behind.
+inline bool MeansMailLeftBehind(engine::SkipReason reason) {
+  return !ReasonOf(reason).advice.empty();
+}
+
+}  // namespace parvane::cli
