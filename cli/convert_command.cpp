@@ -1,5 +1,6 @@
 #include "cli/convert_command.h"
 
+#include <exception>
 #include <memory>
 #include <optional>
 
@@ -58,7 +59,7 @@ class Conversion {
     if (_options.timings) _times.Start();
     _record.sources = _options.sources;
     _record.mapi = _options.mapi;
-    const bool began = Prepare() && Convert();
+    const bool began = PrepareAndConvert();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
     _record.peakMemory = platform::PeakResidentBytes();
@@ -79,8 +80,22 @@ class Conversion {
     }
   }
 
+  // Whatever happens on the way, there will be an account of it.
+  bool PrepareAndConvert() {
+    try {
+      return Prepare() && Convert();
+    } catch (const std::exception& error) {
+      Fail(RunProblem::kBrokeOff, InWords(error));
+      if (!_pst) return false;
+      _witness.EndFolder(InWords(error));
+      _witness.Settle();
+      return true;
+    }
+  }
+
   // Everything that can be found wrong before anything is written.
   bool Prepare() {
+    if (Status begun = _outputs.Begin(); !begun.ok()) return Fail(begun);
     auto sources = RecogniseSources(_options);
     if (!sources.ok()) return Fail(sources.status());
     auto destination = CheckDestination(_options, NameForSource(_options.sources.front()));
@@ -95,8 +110,7 @@ class Conversion {
     }
     _record.destination = _destination.path;
     _record.appended = _destination.existed && !_destination.replaced;
-    if (Status apart = _outputs.CheckApart(_destination.path); !apart.ok()) return Fail(apart);
-    if (Status opened = _outputs.Open(); !opened.ok()) return Fail(opened);
+    if (Status opened = _outputs.Open(_destination.path); !opened.ok()) return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
     for (const std::u16string& folder : sources->elsewhere)

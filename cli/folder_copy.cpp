@@ -48,7 +48,7 @@ bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* t
     code = target->CopyAssets(planned.source, &_progress, &_witness, &_witness).Code;
     if (code == OperationResultCode::Failed) problem = "the folder does not take these items";
   } catch (const std::exception& error) {
-    problem = error.what();
+    problem = InWords(error);
   }
   _witness.EndFolder(problem);
   planned.source->ResetQuery();  // closes its file

@@ -22,27 +22,27 @@ bool IsWide(char32_t c) {
 }
 
 bool IsCombining(char32_t c) {
-  return (c >= 0x0300 && c <= 0x036F) || (c >= 0x200B && c <= 0x200F) ||
+  return (c >= 0x0300 && c <= 0x036F) || (c >= 0x200B && c <= 0x200D) ||
          (c >= 0xFE00 && c <= 0xFE0F);
 }
 
-struct Character {
-  std::size_t bytes;
-  unsigned columns;
-};
-
-// `utf8` is not empty.
-Character FirstCharacter(std::string_view utf8) {
-  const auto lead = static_cast<unsigned char>(utf8[0]);
-  std::size_t bytes = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (bytes > utf8.size()) bytes = utf8.size();
-  char32_t c = bytes == 1 ? lead : lead & (0xFFu >> (bytes + 1));
-  for (std::size_t i = 1; i < bytes; ++i)
-    c = (c << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3F);
-  return {bytes, IsCombining(c) ? 0u : IsWide(c) ? 2u : 1u};
+// U+202A to U+202E and U+2066 to U+2069 turn the text around them; U+2028 and U+2029 end a line.
+bool IsControl(char32_t c) {
+  return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x061C || c == 0x200E || c == 0x200F ||
+         (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
 }
 
 }  // namespace
+
+Character FirstCharacter(std::string_view utf8) {
+  const auto lead = static_cast<unsigned char>(utf8[0]);
+  const std::size_t wanted = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  char32_t c = wanted == 1 ? lead : lead & (0xFFu >> (wanted + 1));
+  std::size_t bytes = 1;
+  for (; bytes < std::min(wanted, utf8.size()) && (utf8[bytes] & 0xC0) == 0x80; ++bytes)
+    c = (c << 6) | (static_cast<unsigned char>(utf8[bytes]) & 0x3F);
+  return {c, bytes, IsCombining(c) ? 0u : IsWide(c) ? 2u : 1u, IsControl(c)};
+}
 
 std::string WithThousands(std::uint64_t number) {
   std::string digits = fmt::format("{}", number);
@@ -117,13 +117,10 @@ std::string FolderPath(const std::vector<std::u16string>& path) {
 }
 
 void AppendPrintable(std::string& out, std::string_view utf8) {
-  for (std::size_t i = 0; i < utf8.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(utf8[i]);
-    // U+0080 to U+009F are controls too.
-    const bool pair =
-        byte == 0xC2 && i + 1 < utf8.size() && static_cast<unsigned char>(utf8[i + 1]) < 0xA0;
-    out += byte < 0x20 || byte == 0x7F || pair ? ' ' : utf8[i];
-    i += pair;
+  while (!utf8.empty()) {
+    const Character c = FirstCharacter(utf8);
+    c.control ? out += ' ' : out.append(utf8, 0, c.bytes);
+    utf8.remove_prefix(c.bytes);
   }
 }
 

@@ -28,7 +28,15 @@ std::string IsoTime(platform::FileTime time);
 std::string ShortTime(platform::FileTime time);
 // Folder names joined by " / ".
 std::string FolderPath(const std::vector<std::u16string>& path);
-// Appends the text with a space for every control character, which a terminal might obey.
+// The first character of UTF-8 that is not empty; garbage gives garbage, and at least one byte.
+struct Character {
+  char32_t value;
+  std::size_t bytes;
+  unsigned columns;  // of a terminal
+  bool control;      // a terminal might obey it: writing direction and lines beyond ASCII too
+};
+Character FirstCharacter(std::string_view utf8);
+// Appends the text with a space for every control character.
 void AppendPrintable(std::string& out, std::string_view utf8);
 // The text in one line of at most `columns` terminal columns, cut with "…"; wide characters count
 // twice, control characters become spaces.

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "cli/format.h"
 #include "platform/text.h"
 
 namespace parvane::cli {
@@ -55,8 +56,8 @@ JsonWriter& JsonWriter::String(std::string_view utf8) {
   if (!platform::IsValidUtf8(utf8)) return String(platform::Utf8ToUtf16(utf8));
   BeforeValue();
   _text += '"';
-  for (char c : utf8) {
-    switch (c) {
+  for (std::size_t at = 0; at < utf8.size(); ++at) {
+    switch (const char c = utf8[at]) {
       case '"':
         _text += "\\\"";
         break;
@@ -73,11 +74,18 @@ JsonWriter& JsonWriter::String(std::string_view utf8) {
         _text += "\\t";
         break;
       default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          _text += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
-        } else {
+        if (c >= ' ' && c < '\x7F') {
           _text += c;
+          break;
         }
+        // Controls of any kind are escaped, for JSON that is read on a terminal.
+        const Character character = FirstCharacter(utf8.substr(at));
+        if (character.control) {
+          _text += fmt::format("\\u{:04x}", static_cast<unsigned>(character.value));
+        } else {
+          _text.append(utf8, at, character.bytes);
+        }
+        at += character.bytes - 1;
     }
   }
   _text += '"';

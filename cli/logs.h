@@ -15,13 +15,14 @@ class Logs {
   // An empty path means no such log.
   platform::Status Open(std::u16string_view briefPath, std::u16string_view detailedPath);
 
-  // One line to both.
+  // One line; what is in it of names cannot end it, nor reach a terminal as a command.
   void Both(std::string_view line);
-  // Text as it stands to the detailed log.
-  void Detailed(std::u16string_view text);
-  // One line to the detailed log.
   void Detailed(std::string_view line);
-  void Brief(std::u16string_view text);
+  // Lines as they stand, to both.
+  void Lines(std::string_view text);
+  // What the engine says, in lines that begin with words of its own. A line end anywhere else came
+  // out of a name or a subject.
+  void OfEngine(std::u16string_view text, bool brief, bool detailed);
 
   // What has been said so far outlives the program. The first error of either file.
   platform::Status Flush();

@@ -7,6 +7,7 @@
 #include "cli/convert_command.h"
 #include "cli/list_command.h"
 #include "cli/options.h"
+#include "cli/reasons.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/system_entry_points.h"
 #include "platform/process.h"
@@ -57,7 +58,7 @@ int main(int argc, char** argv) {
   try {
     return static_cast<int>(Run(argc, argv));
   } catch (const std::exception& error) {
-    parvane::cli::WriteError(error.what());
+    parvane::cli::WriteError(parvane::cli::InWords(error));
     return static_cast<int>(ExitCode::kCouldNotFinish);
   }
 }

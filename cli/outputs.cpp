@@ -49,28 +49,31 @@ Status Outputs::CheckApart(std::u16string_view destination) const {
   return {};
 }
 
-Status Outputs::Open() {
-  Status opened = _logs.Open(_options.log, _options.detailedLog);
-  return opened.ok() ? OpenReport() : opened;
+Status Outputs::Begin() {
+  if (Status apart = CheckApart(_options.destination); !apart.ok()) return apart;
+  if (_options.report.empty() || ReportsToOutput()) return {};
+  auto report = ReportFile::Begin(_options.report);
+  if (!report.ok()) return report.status();
+  _report = std::move(report).value();
+  return {};
 }
 
-Status Outputs::OpenReport() {
-  if (_options.report.empty() || ReportsToOutput()) return {};
-  auto file = TextFile::Create(_options.report);
-  if (!file.ok()) return file.status().WithContext("report");
-  _report = std::move(file).value();
-  return {};
+Status Outputs::Open(std::u16string_view destination) {
+  if (Status apart = CheckApart(destination); !apart.ok()) {
+    // Not even to say so is the report put in the PST's place.
+    if (_options.report == destination) _report.reset();
+    return apart;
+  }
+  return _logs.Open(_options.log, _options.detailedLog);
 }
 
 void Outputs::Tell(ConversionRecord& record, bool began) {
   const std::string summary = began ? Summary(record) : SummaryOfNothing(record);
-  if (began) _logs.Both(summary);
+  if (began) _logs.Lines(summary);
   if (!record.error.empty()) _logs.Both("ERROR: " + record.error);
   if (Status written = _logs.Flush(); !written.ok()) record.Fail(written);
   if (_report) {
-    _report->Write(Report(record));
-    if (Status written = _report->Flush(); !written.ok())
-      record.Fail(written.WithContext("report"));
+    if (Status written = _report->Write(Report(record)); !written.ok()) record.Fail(written);
   }
   if (ReportsToOutput()) {
     if (!(WriteOutput(Report(record)) && FlushOutput()))
@@ -80,6 +83,8 @@ void Outputs::Tell(ConversionRecord& record, bool began) {
   } else if (!_options.quiet && !(WriteOutput(summary) && FlushOutput())) {
     WriteError("the summary could not be written to standard output");
   }
+  if (_options.quiet && Outcome(record) == ExitCode::kMailLeftBehind)
+    WriteError(SummaryInOneLine(record));
   if (!record.error.empty()) WriteError(record.error);
   if (record.interrupted)
     WriteError(began ? "interrupted; what the summary counts as written is in the PST"

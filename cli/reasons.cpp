@@ -1,5 +1,9 @@
 #include "cli/reasons.h"
 
+#include <new>
+#include <stdexcept>
+#include <system_error>
+
 namespace parvane::cli {
 
 using engine::RemarkKind;
@@ -124,6 +128,13 @@ std::string_view CodeOf(RunProblem problem) {
       return "output-not-written";
   }
   return "other";
+}
+
+std::string InWords(const std::exception& error) {
+  if (dynamic_cast<const std::bad_alloc*>(&error) || dynamic_cast<const std::length_error*>(&error))
+    return "there is not enough memory";
+  if (dynamic_cast<const std::system_error*>(&error)) return error.what();
+  return std::string("an error inside the program (") + error.what() + ")";
 }
 
 RemarkWords WordsOf(RemarkKind kind) {

@@ -2,6 +2,8 @@
 // changes its meaning, and in words for people. A new kind is a new row here.
 #pragma once
 
+#include <exception>
+#include <string>
 #include <string_view>
 
 #include "engine/source_observer.h"
@@ -44,6 +46,9 @@ Reason ReasonOf(FailureKind kind);
 // Without words, which come with the status.
 std::string_view CodeOf(platform::StatusCode code);
 std::string_view CodeOf(RunProblem problem);
+
+// An exception that nobody expected, for people.
+std::string InWords(const std::exception& error);
 
 // Remarks are headed in the summary, marked in the log, and a list of their own in neither.
 struct RemarkWords {

@@ -35,7 +35,7 @@ class ReportWriter {
   std::string Run() {
     const ExitCode outcome = Outcome(_record);
     _json.BeginObject();
-    _json.Key("format").String("parvane conversion report");
+    _json.Key("format").String(kReportFormat);
     _json.Key("version").Number(kReportVersion);
     _json.Key("program").String("parvane " PARVANE_VERSION);
     _json.Key("outcome").String(OutcomeName(_record));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "cli/conversion_record.h"
 #include "cli/exit_code.h"
@@ -13,12 +14,15 @@ ExitCode Outcome(const ConversionRecord& record);
 
 // A line for each folder, the totals, and a line for whatever the owner of the mail should know.
 std::string Summary(const ConversionRecord& record);
+// The totals, and how many things there are to look at.
+std::string SummaryInOneLine(const ConversionRecord& record);
 // When the conversion did not begin: only what was found on the way to that.
 std::string SummaryOfNothing(const ConversionRecord& record);
 
 // The JSON report; docs/manual.md describes its fields. Fields are added without notice, the
 // version changes when one changes its meaning or goes.
 inline constexpr unsigned kReportVersion = 2;
+inline constexpr std::string_view kReportFormat = "parvane conversion report";
 std::string Report(const ConversionRecord& record);
 
 }  // namespace parvane::cli

@@ -37,6 +37,20 @@ class SummaryWriter {
     return std::move(_text);
   }
 
+  // For people who asked for quiet, when there is something that they must know all the same.
+  std::string RunInOneLine() const {
+    std::string line =
+        fmt::format("{}: {} read, {} written, {} failed", PathForDisplay(_record.destination),
+                    Counted(_record.Read(), "message"), WithThousands(_record.Written()),
+                    WithThousands(_record.Failed()));
+    const auto more = [&](std::uint64_t count, std::string_view noun, std::string_view what) {
+      if (count > 0) line += fmt::format(", {} {}", Counted(count, noun), what);
+    };
+    more(_record.leftBehind.total, "piece", "of mail left behind");
+    more(_record.readFailures.size(), "mailbox", "not read as it is");
+    return line;
+  }
+
   // Nothing was converted; what there is to say is why.
   std::string RunWithoutTotals() {
     PathLists();
@@ -172,6 +186,10 @@ class SummaryWriter {
 }  // namespace
 
 std::string Summary(const ConversionRecord& record) { return SummaryWriter(record).Run(); }
+
+std::string SummaryInOneLine(const ConversionRecord& record) {
+  return SummaryWriter(record).RunInOneLine();
+}
 
 std::string SummaryOfNothing(const ConversionRecord& record) {
   return SummaryWriter(record).RunWithoutTotals();

@@ -125,8 +125,7 @@ void Witness::CountCommitted() {
   }
   if (!_pst->TellsCommits()) return;
   // Whatever becomes of this program: what the log says is safe is in the PST.
-  _logs.Detailed(std::string_view(
-      fmt::format("COMMITTED: {} in the PST", Counted(_record.Written(), "message"))));
+  _logs.Detailed(fmt::format("COMMITTED: {} in the PST", Counted(_record.Written(), "message")));
   (void)_logs.Flush().ok();  // a failure is kept and told at the end
 }
 
@@ -149,8 +148,7 @@ bool Witness::Settle() {
 }
 
 void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) {
-  if (briefLog) _logs.Brief(logString);
-  if (detailLog) _logs.Detailed(logString);
+  _logs.OfEngine(logString, briefLog, detailLog);
   if (!_itemOpen) {
     _engineMessage = logString;
     return;

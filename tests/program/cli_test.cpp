@@ -133,6 +133,8 @@ TEST(Format, ColumnsOfATerminal) {
            {"e\u0301te\u0301", 3, "e\u0301te\u0301"},
            {"\xE6\x97", 5, "\xE6\x97"},           // cut in the middle of a character
            {"\u009B31m\u00A0", 9, " 31m\u00A0"},  // a control of one character
+           {"a\u202Efdp.exe\u2066", 12, "a fdp.exe "},
+           {"\xE2\n\x9B", 5, "   "},  // a cut character hides no control behind it
        }) {
     EXPECT_EQ(FitColumns(c.text, c.columns), c.fitted) << c.text << " in " << c.columns;
     EXPECT_LE(Columns(FitColumns(c.text, c.columns)), c.columns) << c.text;
@@ -163,15 +165,16 @@ TEST(FolderNames, SiblingsDiffer) {
 TEST(JsonWriter, EscapesAndNests) {
   JsonWriter json;
   json.BeginObject();
-  json.Key("text").String("a\"\\\n\x01");
+  json.Key("text").String("a\"\\\n\x01\u202Eé");
   json.Key("wide").String(u"é\xD800");
   json.Key("none").BeginArray().EndArray();
   json.Key("list").BeginArray().Number(1).Bool(true).Null().EndArray();
   json.Key("seconds").Seconds(61'007);
   json.EndObject();
-  EXPECT_EQ(json.Take(),
-            "{\n  \"text\": \"a\\\"\\\\\\n\\u0001\",\n  \"wide\": \"é\uFFFD\",\n  \"none\": [],\n"
-            "  \"list\": [\n    1,\n    true,\n    null\n  ],\n  \"seconds\": 61.007\n}\n");
+  EXPECT_EQ(
+      json.Take(),
+      "{\n  \"text\": \"a\\\"\\\\\\n\\u0001\\u202eé\",\n  \"wide\": \"é\uFFFD\",\n  \"none\": [],\n"
+      "  \"list\": [\n    1,\n    true,\n    null\n  ],\n  \"seconds\": 61.007\n}\n");
 }
 
 TEST(MessageIds, AreFoundInTheHeaderOnly) {

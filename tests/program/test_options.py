@@ -1,4 +1,5 @@
 """The command line: options, names, logs, listings, and what wrong usage gets."""
+import base64
 import json
 import os
 import pathlib
@@ -10,7 +11,7 @@ import time
 import unittest
 
 import mailboxes
-from harness import PARVANE, PstTest, file_name, linux, shown
+from harness import PARVANE, WINDOWS, PstTest, file_name, linux, shown
 
 
 class Usage(PstTest):
@@ -308,6 +309,46 @@ class Output(PstTest):
         run = self.parvane('convert', '-q', '--report', '-', self.source, self.pst)
         self.assertEqual((run.code, len(run.err.splitlines())), (3, 1), run)
         self.assertIn('exists already', json.loads(run.out)['error'])
+
+    def test_report_is_about_this_run(self):
+        self.convert(self.source, self.pst)
+        missing = self.folder / 'missing'
+        for arguments, code, error in (
+                ([missing, self.pst], 'not-found', 'missing'),
+                ([self.source, self.pst], 'exists', 'exists already'),
+                ([self.source, missing / 'a.pst'], 'not-found', 'does not exist'),
+                (['--from', 'thunderbird', self.source, self.folder / 'b.pst'], 'no-mail-found',
+                 'no mail found'),
+                (['--log', missing / 'log', self.source, self.folder / 'b.pst'], 'not-found', 'log')):
+            with self.subTest(code, arguments=arguments):
+                report = self.convert(*arguments, code=3)  # over the one of the run before
+                self.assertEqual((report['outcome'], report['errorCode'], report['totals']['read']),
+                                 ('could not finish', code, 0))
+                self.assertIn(error, report['error'])
+        self.assertEqual({path.name for path in self.folder.iterdir()},
+                         {'mail', 'home', 'out.pst', 'report.json'})
+
+    def test_quiet_does_not_hide_what_was_left_behind(self):
+        self.write('mail/Sent 2018.old', mailboxes.many(1))
+        run = self.parvane('convert', '-q', self.source, self.pst)
+        self.assertEqual((run.code, run.out), (1, ''), run)
+        self.assertEqual(run.err, f'parvane: {shown(self.pst)}: 3 messages read, 3 written, '
+                                  '0 failed, 1 piece of mail left behind\n')
+        report = self.convert('--overwrite', self.source, self.pst, code=1)
+        self.assertEqual(report['outcome'], 'complete, mail left behind')
+
+    def test_names_cannot_forge_lines(self):
+        forged = '\x1b[2J\u202etxt\r\nCOMMITTED: 9 messages in the PST'
+        subject = base64.b64encode(forged.encode()).decode()
+        self.write('mail/Inbox.mbox', b'From a@b Fri Mar  1 07:00:00 2019\n'
+                   b'Subject: =?utf-8?b?%s?=\n\nx\n' % subject.encode())
+        if not WINDOWS:
+            self.write(f'mail/{forged}.old', mailboxes.many(1))
+        log = self.folder / 'detailed.log'
+        run = self.parvane('convert', '--detailed-log', log, self.source, self.pst)
+        for text in (run.out, log.read_text('utf-8')):
+            self.assertNotRegex(text, '[\x00-\x09\x0b-\x1f\u202e]|(?m:^ *COMMITTED: 9)')
+        self.assertIn('\nCOMMITTED: 1 message in the PST\n', log.read_text('utf-8'))
 
     def test_what_the_owner_should_know(self):
         mail = self.write('know.mbox', (

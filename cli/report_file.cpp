@@ -1,0 +1,79 @@
+#include "cli/report_file.h"
+
+#include <array>
+
+#include <fmt/format.h>
+
+#include "cli/report.h"
+#include "platform/file.h"
+#include "platform/process.h"
+#include "platform/system.h"
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::FileKind;
+using platform::FileSystem;
+using platform::Result;
+using platform::Status;
+using platform::StatusCode;
+
+FileSystem& Files() { return FileSystem::Default(); }
+
+// Beside the report, so that a rename suffices; a name that nobody else takes.
+std::u16string TemporaryPath(std::u16string_view path) {
+  std::array<std::byte, 8> random{};
+  platform::FillRandom(random);
+  std::string name = ".parvane-report-";
+  for (const std::byte b : random) name += fmt::format("{:02x}", static_cast<unsigned>(b));
+  return platform::JoinPath(platform::ParentOfPath(path), platform::Utf8ToUtf16(name));
+}
+
+bool IsReport(std::u16string_view path) {
+  std::array<char, 100> start{};
+  auto file = Files().Open(path, FileSystem::OpenMode::kRead);
+  if (!file.ok()) return false;
+  const auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
+  return count.ok() &&
+         std::string_view(start.data(), *count).find(kReportFormat) != std::string_view::npos;
+}
+
+Status WriteNew(std::u16string_view path, std::string_view text) {
+  auto file = Files().Open(path, FileSystem::OpenMode::kCreateNew);
+  if (!file.ok()) return file.status();
+  Status written = file.value()->WriteAt(0, std::as_bytes(std::span(text)));
+  return written.ok() ? file.value()->Flush() : written;
+}
+
+}  // namespace
+
+Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
+  ReportFile report(platform::CanonicalPath(path));
+  const FileKind kind = Files().Inspect(report._path).kind;
+  if (kind != FileKind::kNone && kind != FileKind::kFile)
+    return Status(StatusCode::kUnsupported,
+                  "report: " + platform::PathForDisplay(path) + ": not a regular file");
+  // Whether a file can be made there is best learned by making one.
+  const std::u16string trial = TemporaryPath(report._path);
+  Status possible = WriteNew(trial, {});
+  if (possible.ok()) possible = Files().Remove(trial);
+  if (possible.ok() && kind == FileKind::kFile && IsReport(report._path))
+    possible = Files().Remove(report._path);
+  if (!possible.ok()) return possible.WithContext("report " + platform::PathForDisplay(path));
+  return report;
+}
+
+Status ReportFile::Write(std::string_view report) const {
+  const std::u16string temporary = TemporaryPath(_path);
+  Status written = WriteNew(temporary, report);
+  if (written.ok()) written = Files().Rename(temporary, _path, /*replace=*/true);
+  if (!written.ok()) {
+    (void)Files().Remove(temporary);
+    return written.WithContext("report " + platform::PathForDisplay(_path));
+  }
+  (void)Files().FlushFolder(platform::ParentOfPath(_path));
+  return {};
+}
+
+}  // namespace parvane::cli

@@ -1,0 +1,27 @@
+// The report's life on the disk: about this run, and whole, or not there.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/status.h"
+
+namespace parvane::cli {
+
+class ReportFile {
+ public:
+  // Removes the report of an earlier run, so that a run that is killed leaves none, and makes sure
+  // that a new one can be written there. Any other file stays until Write; that it may be replaced
+  // is the caller's to know. A link is followed.
+  static platform::Result<ReportFile> Begin(std::u16string_view path);
+
+  // Under a name of its own first, which it changes for the report's when it is on the disk.
+  platform::Status Write(std::string_view report) const;
+
+ private:
+  explicit ReportFile(std::u16string path) : _path(std::move(path)) {}
+
+  std::u16string _path;
+};
+
+}  // namespace parvane::cli
