@@ -246,8 +246,9 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   if (notes.dateChangedByRepair) {
     const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
     AddRemark({engine::RemarkKind::kDateChanged, "Date",
-               fmt::format("{} became {}", before.empty() ? "what could not be read" : before,
-                           after.empty() ? "none" : after)});
+               fmt::format("{} became {}; it reads \"{}\"",
+                           before.empty() ? "what could not be read" : before,
+                           after.empty() ? "none" : after, notes.rawDateText)});
   }
 }
 

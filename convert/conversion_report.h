@@ -20,8 +20,15 @@ struct ConversionReport {
     std::uint64_t size = 0;  // bytes, as it stands in the message
   };
 
+  // An attachment that was taken out of the message before.
+  struct RemovedAttachment {
+    std::u16string name;  // may be empty
+    std::string url;      // where it was saved; empty: it was deleted
+  };
+
   // Of the message and of all messages in it.
   std::vector<Part> unconvertedParts;
+  std::vector<RemovedAttachment> removedAttachments;
   std::uint32_t attachmentsWritten = 0;
   std::uint32_t attachmentsFailed = 0;
 
@@ -29,6 +36,7 @@ struct ConversionReport {
   bool dateMissing = false;
   bool dateUnreadable = false;
   platform::FileTime date;  // as written; 0 when unreadable
+  bool markedDeleted = false;
 };
 
 }  // namespace parvane::convert

@@ -183,6 +183,8 @@ void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
     if (fields.View("X-Mozilla-Status", scratch, text))
       status = std::strtol(std::string(text).c_str(), nullptr, 16);
   }
+  constexpr long kMarkedDeleted = 0x0008;
+  if (_reportP && _depth == 0) _reportP->markedDeleted = (status & kMarkedDeleted) != 0;
   SetPropLong(message, PR_PRIORITY, 0);
   SetPropLong(message, PR_IMPORTANCE, low ? 0 : 1);
   SetPropLong(message, PR_MESSAGE_FLAGS, (status & 1) != 0 ? 1 : 0);
@@ -219,6 +221,9 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
 }
 
 void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
+  for (const Tessary::RemovedAttachment& removed : email->impl().RemovedAttachments())
+    _reportP->removedAttachments.push_back(
+        {parvane::platform::Utf8ToUtf16(removed.name), removed.url});
   const int parts = email->get_NumLeftoverParts();
   if (parts == 0) return;
   TsString type;

@@ -2,8 +2,7 @@
 //
 // The interfaces of the asset model report little on purpose: a read error ends a folder quietly,
 // a file that is no mailbox is passed over without a word. Whoever must account for every message
-// (a report, a closing summary) installs an observer on the store before opening it. Nothing is
-// read a second time on an observer's account.
+// (a report, a closing summary) installs an observer on the store before opening it.
 //
 // All calls come on the conversion's thread, between OpenStore and the release of the store.
 #pragma once
@@ -84,8 +83,9 @@ struct ConversionNotes {
   bool dateUnreadable = false;  // a Date header that no date could be read from, even repaired
   // The repaired Date means another moment than the Date the message came with.
   bool dateChangedByRepair = false;
-  platform::FileTime rawDate;
-  platform::FileTime repairedDate;
+  std::string rawDateText;          // that Date as it stands, UTF-8, cut after some length
+  platform::FileTime rawDate;       // 0: it could not be read
+  platform::FileTime repairedDate;  // 0: nor can this one
 };
 
 class SourceObserver {

@@ -471,6 +471,17 @@ std::uint64_t ClsEmail::LeftoverSize(int index) {
   return size;
 }
 
+std::vector<RemovedAttachment> ClsEmail::RemovedAttachments() {
+  std::vector<RemovedAttachment> removed;
+  Run("get_RemovedAttachments", [&] {
+    CollectRemovedAttachments(_message->root, _message->charset, removed);
+    for (RemovedAttachment& attachment : removed)
+      attachment.url = OneLine(DecodeTextToUtf8(attachment.url, {}, _message->charset));
+    return true;
+  });
+  return removed;
+}
+
 int ClsEmail::AttachedMessageCount() {
   std::size_t count = 0;
   Run("get_NumAttachedMessages", [&] {

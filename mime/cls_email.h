@@ -12,6 +12,7 @@
 #include "mime/email2.h"
 #include "mime/email_structure.h"
 #include "mime/operation_log.h"
+#include "mime/removed_attachments.h"
 
 namespace Tessary {
 
@@ -100,6 +101,7 @@ class ClsEmail {
   bool LeftoverName(int index, ClsString& out);
   std::uint64_t LeftoverSize(int index);
   int LeftoverCount();
+  std::vector<RemovedAttachment> RemovedAttachments();
   int AttachedMessageCount();
   std::unique_ptr<ClsEmail> AttachedMessage(int index);
 

@@ -242,30 +242,35 @@ class Places {
 };
 constexpr Places kPlaces;
 
+std::string_view WithoutLeadingSpace(std::string_view text) {
+  while (!text.empty() && IsWhiteSpace(text.front())) text.remove_prefix(1);
+  return text;
+}
+
 // Writes `text` without its white space; false when something in it has a meaning of its own, up
-// to the ">" that ends an address.
-bool AppendPlainAddress(std::string_view text, std::string& out) {
+// to the ">" that ends an address. Clears `complete` when there is more behind that.
+bool AppendPlainAddress(std::string_view text, std::string& out, bool& complete) {
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = kPlaces.End(text, at, Places::kBracketed);
     out.append(text, at, end - at);
-    if (end == text.size() || text[end] == '>') return true;
+    if (end == text.size()) return true;
+    if (text[end] == '>') {
+      complete &= WithoutLeadingSpace(text.substr(end + 1)).empty();
+      return true;
+    }
     if (!IsWhiteSpace(text[end])) return false;
     at = end + 1;
   }
   return true;
 }
 
-std::string_view WithoutLeadingSpace(std::string_view text) {
-  while (!text.empty() && IsWhiteSpace(text.front())) text.remove_prefix(1);
-  return text;
-}
-
 // Writes the mailboxes that most people have, without taking them apart first:
 //
 //   "Name" <address>     Name <address>     <address>     local@domain
 //
-// False for any other, with `out` to be cut back.
-bool RewritePlain(std::string_view mailbox, std::string& out) {
+// False for any other, with `out` to be cut back. Clears `complete` when there was more behind it,
+// which is left out.
+bool RewritePlain(std::string_view mailbox, std::string& out, bool& complete) {
   mailbox = WithoutLeadingSpace(mailbox);
   if (mailbox.starts_with('"')) {
     const std::size_t end = mailbox.find('"', 1);
@@ -274,7 +279,7 @@ bool RewritePlain(std::string_view mailbox, std::string& out) {
     const std::string_view rest = WithoutLeadingSpace(mailbox.substr(end + 1));
     if (name.find('\\') != name.npos || !rest.starts_with('<')) return false;
     out.append("\"").append(name).append("\" < ");
-    if (!AppendPlainAddress(rest.substr(1), out)) return false;
+    if (!AppendPlainAddress(rest.substr(1), out, complete)) return false;
     out.append(" >");
     return true;
   }
@@ -284,22 +289,24 @@ bool RewritePlain(std::string_view mailbox, std::string& out) {
     std::size_t nameEnd = end;
     while (nameEnd > 0 && IsWhiteSpace(mailbox[nameEnd - 1])) --nameEnd;
     out.append("\"").append(mailbox.substr(0, nameEnd)).append("\" < ");
-    if (!AppendPlainAddress(mailbox.substr(end + 1), out)) return false;
+    if (!AppendPlainAddress(mailbox.substr(end + 1), out, complete)) return false;
     out.append(" >");
     return true;
   }
   // A bare address ends at white space.
   end = kPlaces.End(mailbox, end, Places::kBare);
   if (end < mailbox.size() && !IsWhiteSpace(mailbox[end])) return false;
+  complete &= WithoutLeadingSpace(mailbox.substr(end)).empty();
   out.append("\"\" < ").append(mailbox.substr(0, end)).append(" >");
   return true;
 }
 
 template <typename Char>
-void Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
+bool Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
   static constexpr Char kBeforeAddress[] = {'"', ' ', '<', ' '};
   static constexpr Char kBehindAddress[] = {' ', '>'};
   bool first = true;
+  bool complete = true;
   std::basic_string<Char> name;
   std::basic_string<Char> address;
   ForEachPiece(list, [&](std::basic_string_view<Char> piece) {
@@ -308,9 +315,10 @@ void Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
     first = false;
     if constexpr (sizeof(Char) == 1) {
       const std::size_t size = out.size();
-      if (RewritePlain(piece, out)) return;
+      if (RewritePlain(piece, out, complete)) return;
       out.resize(size);
     }
+    complete = false;
     name.clear();
     address.clear();
     MailboxScanner<Char>(piece, name, address).Scan();
@@ -320,6 +328,7 @@ void Rewrite(std::basic_string_view<Char> list, std::basic_string<Char>& out) {
     out.append(address);
     out.append(kBehindAddress, std::size(kBehindAddress));
   });
+  return complete;
 }
 
 // A double quote at the end that no other one opens.
@@ -445,6 +454,6 @@ std::u16string EscapeQuotedName(std::u16string_view name) {
 
 void RewriteMailBoxes(std::u16string_view list, std::u16string& out) { Rewrite(list, out); }
 
-void RewriteMailBoxes(std::string_view list, std::string& out) { Rewrite(list, out); }
+bool RewriteMailBoxes(std::string_view list, std::string& out) { return Rewrite(list, out); }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -66,8 +66,9 @@ void ParseMailBoxList(std::u16string_view list, std::vector<MailBox>& out);
 std::u16string EscapeQuotedName(std::u16string_view name);
 
 // The list as repair rewrites it, every mailbox in the one form `"name" < address >`; appended to
-// `out`. The narrow list is ASCII.
+// `out`. The narrow list is ASCII; true when nothing but comments and white space can have been
+// lost, as with nearly all lists.
 void RewriteMailBoxes(std::u16string_view list, std::u16string& out);
-void RewriteMailBoxes(std::string_view list, std::string& out);
+bool RewriteMailBoxes(std::string_view list, std::string& out);
 
 }  // namespace QuelmarMIMEEngineCommon

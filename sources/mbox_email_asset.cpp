@@ -19,8 +19,8 @@
 
 namespace QuelmarMIMEEngineCommon {
 
+using parvane::engine::RemarkKind;
 using parvane::mime::ByteSlice;
-using parvane::platform::FileTime;
 using parvane::platform::Status;
 using Tessary::MimeMessage2;
 using Tessary::TsEmail;
@@ -36,11 +36,12 @@ Status AppendToDump(const NullableString& path, std::string_view message) {
   return parvane::platform::FileSystem::Default().AppendPrivate(*path, pieces);
 }
 
-// Of the Date field as it stands; 0 when it is missing or cannot be read.
-FileTime DateOf(const MimeMessage2& message) {
-  FileTime time;
+constexpr std::size_t kLongestDateShown = 100;
+
+// The Date field as it stands, for comparison with the repaired one.
+void NoteDate(const MimeMessage2& message, parvane::engine::ConversionNotes& notes) {
   const Tessary::MimeField* field = message.header().Find("Date");
-  if (field == nullptr) return time;
+  if (field == nullptr) return;
   std::string scratch;
   std::string_view text = field->Value(scratch);
   std::string decoded;
@@ -49,13 +50,18 @@ FileTime DateOf(const MimeMessage2& message) {
     text = decoded;
   }
   Tessary::DateValue date;
-  if (date.SetFromRfc822(text.substr(0, text.find('\0')))) date.GetAsFileTime(false, &time);
-  return time;
+  if (date.SetFromRfc822(text.substr(0, text.find('\0'))))
+    date.GetAsFileTime(false, &notes.rawDate);
+  notes.rawDateText = text.substr(0, kLongestDateShown);
 }
 
-parvane::engine::ConversionNotes ToNotes(parvane::convert::ConversionReport&& report,
-                                         FileTime rawDate) {
-  parvane::engine::ConversionNotes notes;
+std::string InWords(const parvane::sources::AddressLoss& loss) {
+  const std::string text = parvane::platform::Utf16ToUtf8(loss.text);
+  if (loss.address.empty()) return text;
+  return text + " (the name of " + parvane::platform::Utf16ToUtf8(loss.address) + ")";
+}
+
+void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::ConversionReport&& report) {
   notes.unconvertedParts.reserve(report.unconvertedParts.size());
   for (auto& part : report.unconvertedParts)
     notes.unconvertedParts.push_back(
@@ -63,11 +69,15 @@ parvane::engine::ConversionNotes ToNotes(parvane::convert::ConversionReport&& re
   notes.attachmentsWritten = report.attachmentsWritten;
   notes.attachmentsFailed = report.attachmentsFailed;
   notes.dateMissing = report.dateMissing;
+  for (const auto& removed : report.removedAttachments)
+    notes.remarks.push_back({RemarkKind::kAttachmentDetached,
+                             parvane::platform::Utf16ToUtf8(removed.name),
+                             removed.url.empty() ? "deleted" : "detached to " + removed.url});
   notes.dateUnreadable = report.dateUnreadable;
-  notes.rawDate = rawDate;
   notes.repairedDate = report.date;
-  notes.dateChangedByRepair = !report.dateMissing && rawDate != report.date;
-  return notes;
+  notes.dateChangedByRepair = !report.dateMissing && notes.rawDate != report.date;
+  if (!notes.dateChangedByRepair) notes.rawDateText.clear();
+  if (report.markedDeleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
 }
 
 }  // namespace
@@ -97,8 +107,16 @@ void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
     } else {
       entity->Load(message, unread);
     }
-    if (_observer) _rawDate = DateOf(*entity);
-    parvane::sources::RepairMessage(*entity, std::move(headerBuffer));
+    parvane::sources::RepairLosses losses;
+    if (_observer) NoteDate(*entity, _notes);
+    parvane::sources::RepairMessage(*entity, std::move(headerBuffer),
+                                    _observer ? &losses : nullptr);
+    for (const auto& [header, loss] : losses.named)
+      _notes.remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
+    if (losses.more > 0)
+      _notes.remarks.push_back({RemarkKind::kHeaderTextLost,
+                                std::string(losses.named.back().header),
+                                "and " + std::to_string(losses.more) + " more"});
   }
   if (_emailP->impl().SetFromEntity(std::move(entity))) {
     FillMembers();
@@ -136,8 +154,11 @@ bool MBOXEmailAsset::ConvertToMAPIMessage(parvane::mapi::IMessage* message,
     if (_observer) converter.SetReport(&report);
     success = converter.WriteMail(_emailP.get(), message, true) == 0;
   }
-  if (_observer)
-    _observer->MessageConverted(_location, success, ToNotes(std::move(report), _rawDate));
+  if (_observer) {
+    parvane::engine::ConversionNotes notes = _notes;
+    AddTo(notes, std::move(report));
+    _observer->MessageConverted(_location, success, notes);
+  }
   return success;
 }
 

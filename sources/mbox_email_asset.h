@@ -43,7 +43,7 @@ class MBOXEmailAsset : public EmailAssetBase {
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::MessageLocation _location;
-  parvane::platform::FileTime _rawDate;  // of the Date before repair, 0: unreadable
+  parvane::engine::ConversionNotes _notes;  // of what the parse saw
 };
 
 }  // namespace QuelmarMIMEEngineCommon

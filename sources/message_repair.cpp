@@ -36,9 +36,11 @@ constexpr int kMaximumMessageDepth = 32;
 constexpr std::array<std::string_view, 6> kMailBoxHeaders = {"From", "To",     "Cc",
                                                              "Bcc",  "Sender", "Reply-To"};
 
-void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer);
+using Losses = parvane::sources::RepairLosses;
 
-void RepairAttachedMessage(MimeMessage2& attachment, int depth) {
+void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer, Losses* losses);
+
+void RepairAttachedMessage(MimeMessage2& attachment, int depth, Losses* losses) {
   // Most attached messages stand in the body as they are; some mailers encode them all the same,
   // and are repaired in the clear.
   const std::string& encoding = attachment.transferEncoding();
@@ -49,20 +51,20 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth) {
   OperationLog unread(OperationLog::Keeping::kNothing);
   MimeMessage2 message;
   message.Load(text, unread);
-  Adjust(message, depth + 1, nullptr);
+  Adjust(message, depth + 1, nullptr, losses);
   if (encoded) attachment.SetField("Content-Transfer-Encoding", "8bit");
   attachment.ReplaceBody(message.Serialise());
 }
 
-void FixRelated(MimeMessage2& entity, int depth) {
+void FixRelated(MimeMessage2& entity, int depth, Losses* losses) {
   if (entity.ContentTypeIs("multipart/related")) {
     for (const auto& part : entity.children()) part->RemoveField("Content-Disposition");
   }
   if (depth < kMaximumMessageDepth &&
       platform::EqualsIgnoreAsciiCase(entity.disposition().value(), "attachment") &&
       entity.ContentTypeIs("message/rfc822"))
-    RepairAttachedMessage(entity, depth);
-  for (const auto& part : entity.children()) FixRelated(*part, depth);
+    RepairAttachedMessage(entity, depth, losses);
+  for (const auto& part : entity.children()) FixRelated(*part, depth, losses);
 }
 
 // The values of all fields of one name, joined by commas: bytes while they are ASCII, else text.
@@ -85,14 +87,26 @@ class FieldList {
                    : Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
   }
 
-  // Appends the list rewritten, as UTF-8.
-  void AppendRewritten(std::string& out) const {
+  // Appends the list rewritten, as UTF-8; false when something may be missing from it.
+  bool AppendRewritten(std::string& out) const {
+    if (!_isWide) return RewriteMailBoxes(_narrow, out);
+    std::u16string wide;
+    RewriteMailBoxes(_wide, wide);
+    platform::AppendUtf16AsUtf8(wide, out);
+    return false;
+  }
+  void FindLosses(std::string_view header, Losses& losses) const {
+    const auto take = [&](parvane::sources::AddressLoss&& loss) {
+      if (losses.named.size() < Losses::kMostNamed) {
+        losses.named.push_back({header, std::move(loss)});
+      } else {
+        ++losses.more;
+      }
+    };
     if (_isWide) {
-      std::u16string wide;
-      RewriteMailBoxes(_wide, wide);
-      platform::AppendUtf16AsUtf8(wide, out);
+      parvane::sources::FindAddressLosses(_wide, take);
     } else {
-      RewriteMailBoxes(_narrow, out);
+      parvane::sources::FindAddressLosses(_narrow, take);
     }
   }
   bool empty() const { return _isWide ? _wide.empty() : _narrow.empty(); }
@@ -150,14 +164,17 @@ class FieldChanges {
 };
 
 // What FixMailBox does, for all address headers.
-void FixMailBoxes(const MimeMessage2& entity, FieldChanges& changes) {
+void FixMailBoxes(const MimeMessage2& entity, FieldChanges& changes, Losses* losses) {
   std::array<FieldList, kMailBoxHeaders.size()> lists;
   entity.header().ForEach(kMailBoxHeaders, [&](std::size_t list, const MimeField& field) {
     lists[list].Add(field, entity);
   });
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (lists[i].empty()) continue;
-    changes.Add(kMailBoxHeaders[i], [&](std::string& out) { lists[i].AppendRewritten(out); });
+    bool complete = true;
+    changes.Add(kMailBoxHeaders[i],
+                [&](std::string& out) { complete = lists[i].AppendRewritten(out); });
+    if (!complete && losses) lists[i].FindLosses(kMailBoxHeaders[i], *losses);
   }
 }
 
@@ -205,10 +222,10 @@ void FixDate(const MimeMessage2& entity, FieldChanges& changes) {
   if (rewritten) changes.Add("Date", [&](std::string& out) { out += fixed; });
 }
 
-void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer) {
-  FixRelated(entity, depth);
+void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer, Losses* losses) {
+  FixRelated(entity, depth, losses);
   FieldChanges changes;
-  FixMailBoxes(entity, changes);
+  FixMailBoxes(entity, changes, losses);
   FixDate(entity, changes);
   changes.ApplyTo(entity, std::move(buffer));
 }
@@ -216,11 +233,11 @@ void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer
 }  // namespace
 
 void AdjustMimeForTSMail(TsMime* mime) {
-  if (mime) Adjust(mime->impl().Entity(), 0, nullptr);
+  if (mime) Adjust(mime->impl().Entity(), 0, nullptr, nullptr);
 }
 
 void FixRelatedContentDisposition(TsMime* mime) {
-  if (mime) FixRelated(mime->impl().Entity(), 0);
+  if (mime) FixRelated(mime->impl().Entity(), 0, nullptr);
 }
 
 void FixMailBox(const char* headerName, TsMime* mime) {
@@ -245,9 +262,10 @@ void FixDate(TsMime* mime) {
 
 namespace parvane::sources {
 
-void RepairMessage(Tessary::MimeMessage2& message, std::shared_ptr<std::string> buffer) {
+void RepairMessage(Tessary::MimeMessage2& message, std::shared_ptr<std::string> buffer,
+                   RepairLosses* losses) {
   const platform::StageMark mark(platform::Stage::kRepair, message.headerText().size());
-  QuelmarMIMEEngineCommon::Adjust(message, 0, std::move(buffer));
+  QuelmarMIMEEngineCommon::Adjust(message, 0, std::move(buffer), losses);
 }
 
 }  // namespace parvane::sources

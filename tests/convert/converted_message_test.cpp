@@ -366,6 +366,31 @@ TEST_F(ConvertedMessage, NestsAsDeepAsItsSourceAndNoDeeperThanIsSafe) {
   EXPECT_TRUE(raw.ends_with("Subject: level 0\r\n\r\nbody\r\n"));
 }
 
+TEST_F(ConvertedMessage, TellsWhatItsOwnerHadRemoved) {
+  const std::string part =
+      "\r\n\r\nYou deleted an attachment from this message. The original\r\n--b\r\n";
+  Convert(
+      {"X-Mozilla-Status: 0009\r\nContent-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n"
+       "X-Mozilla-Altered: AttachmentDetached; date=\"x\"\r\n"
+       "X-Mozilla-External-Attachment-URL: file:///a%20b.pdf\r\n"
+       "Content-Type: application/pdf; name=\"a b.pdf\"" +
+       part +
+       "Content-Type: text/x-moz-deleted; name=\"Deleted: c.png\"\r\n\r\nGone\r\n--b\r\n"
+       "Content-Type: multipart/mixed; boundary=c\r\n\r\n--c\r\nContent-Type: image/png" +
+       part +
+       "Content-Type: message/rfc822\r\n\r\nX-Mozilla-Status: 0001\r\nSubject: You deleted "
+       "an attachment from this message.\r\n\r\nYou deleted an attachment from this message.\r\n"
+       "--b--\r\n"});
+  std::string removed;
+  for (const auto& attachment : report.removedAttachments)
+    removed += parvane::platform::Utf16ToUtf8(attachment.name) + " " + attachment.url + "\n";
+  EXPECT_EQ(removed, "a b.pdf file:///a%20b.pdf\nc.png \n \n");
+  EXPECT_TRUE(report.markedDeleted);
+  Convert({"X-Mozilla-Status: 0001\r\n\r\nYou deleted an attachment from this message.\r\n"});
+  EXPECT_FALSE(report.markedDeleted);
+  EXPECT_EQ(report.removedAttachments.size(), 3U);
+}
+
 TEST_F(ConvertedMessage, IsNotTouchedWithoutAnEmail) {
   Convert({"Subject: s\r\n\r\nbody\r\n"},
           [](Converter& converter, Tessary::TsEmail& email, IMessage& message) {

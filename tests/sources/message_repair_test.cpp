@@ -283,6 +283,36 @@ TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
   }
 }
 
+TEST(MailBoxRepair, NamesWhatItDrops) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"To: \"A\" <a@x>; \"B\" <b@x>, c@x\r\n", "To: B <b@x>\n"},
+      {"Cc: boss@x (The Boss)\r\n", "Cc: The Boss of boss@x\n"},
+      {"To: a@x; b@x; c@x\r\nTo: d@x e@x\r\n", "To: b@x\nTo: c@x\nTo: e@x of d@x\n"},
+      {"Sender: J\xF6rg <a@x>; B\xF6 <b@x>\r\n", "Sender: Bö <b@x>\n"},
+      {"From: A <a@x> (at work), <b@x> B\r\n", "From: B of b@x\n"},
+      {"Content-Type: message/rfc822\r\nContent-Disposition: attachment\r\n\r\nTo: a@x (A)\r\n",
+       "To: A of a@x\n"},
+      {"To: \"Surname, Given\" <a@x>, =?utf-8?Q?A,_B?= <b@x>, c@x (c@x)\r\n", ""},
+      {"To: Friends: \"A\" <a@x>, b@x;, None:;, c@x\r\n", ""},
+      {"To: \"John\" Smith <j@x>, <Bob Lee <b@x>, \"j \\\"x\\\"\" <@r:c@x>, Nobody\r\n", ""},
+      {"To: \"open <a@x>, b@x\r\nCc: undisclosed-recipients:;\r\nBcc: a\\@b <\r\n", ""},
+  };
+  for (const auto& [header, expected] : cases) {
+    parvane::mime::OperationLog unread(parvane::mime::OperationLog::Keeping::kNothing);
+    Tessary::MimeMessage2 entity;
+    entity.Load(parvane::mime::ByteSlice::Copy(std::string(header) + "\r\nbody\r\n"), unread);
+    parvane::sources::RepairLosses losses;
+    parvane::sources::RepairMessage(entity, nullptr, &losses);
+    std::string found;
+    for (const auto& [name, loss] : losses.named) {
+      found.append(name).append(": ").append(parvane::platform::Utf16ToUtf8(loss.text));
+      if (!loss.address.empty()) found += " of " + parvane::platform::Utf16ToUtf8(loss.address);
+      found += '\n';
+    }
+    EXPECT_EQ(found, expected) << header;
+  }
+}
+
 TEST(MailBoxRepair, TakesNoMoreThanAMomentForAnyNumberOfFields) {
   std::string header;
   for (int i = 0; i < 400'000; ++i) header += "To: a@b\r\n";
