@@ -178,7 +178,8 @@ inline std::string_view KindOf(const SuspectedSeparator& entry) {
 }
 inline std::string_view KindOf(const SkippedPath& entry) { return ReasonOf(entry.reason).text; }
 inline std::string_view KindOf(const LeftOutPart& entry) {
-  return entry.part.contentType.empty() ? "a part without a type" : entry.part.contentType;
+  if (entry.part.contentType.empty()) return "a part without a type";
+  return entry.part.contentType;
 }
 template <typename Entry>
 std::string_view KindOf(const Entry&) {

@@ -357,15 +357,26 @@ class Output(PstTest):
             b'From b@c Fri Mar  1 07:00:00 2019\nSubject: bad date\nDate: the other day\n\nb\n\n'
             b'From b@c Fri Mar  1 07:00:00 2019\nDate: Fri, 01 Mar 2019 07:00:00 +0000\n'
             b'Content-Type: multipart/mixed; boundary=o\n\n'
-            b'--o\n\nfirst\n--o\nContent-Type: text/plain\n\nsecond\n--o--\n'))
+            b'--o\n\nfirst\n--o\nContent-Type: text/plain\n\nsecond\n--o\n'
+            b'X-Mozilla-External-Attachment-URL: file:///a.pdf\n\ngone\n--o--\n\n'
+            b'From b@c Fri Mar  1 07:00:00 2019\nTo: "A" <a@x>; "B" <b@x>\nCc: boss@x (The Boss)\n'
+            b'Date: Fri, 01 Mar 2019 7:00:00 +0000\nX-Mozilla-Status: 0008\n\nb\n'))
         log = self.folder / 'brief.log'
         run = self.parvane('convert', '--log', log, '--name', ' know\t', mail, self.pst)
         self.assertEqual((run.code, run.err), (0, ''), run)
         for text in (run.out, log.read_text('utf-8')):
             for line in ('  %s, byte 52: no date behind "From ": From here on it is text\n' % shown(mail),
                          '  %s, byte 81: no empty line before it: From b@c Fri Mar' % shown(mail),
-                         'Parts left out of their messages: 1\n'
+                         'Parts left out of their messages: 2\n'
                          '  know_, message 4: text/plain: 6 bytes\n',
+                         'Names or addresses lost from headers: 2\n', ': To: B <b@x>\n',
+                         ': Cc: The Boss (the name of boss@x)\n',
+                         'Messages whose date was changed: 1\n',
+                         'Date: 2019-03-01T07:00:00Z became 2019-03-01T00:00:00Z; '
+                         'it reads "Fri, 01 Mar 2019 7:00:00 +0000"\n',
+                         'Attachments that had been removed from the mail before: 1\n',
+                         ': detached to file:///a.pdf\n',
+                         'Messages that are marked as deleted in their mailbox: 1\n',
                          '  " know " is now know_\n', 'Messages without a date: 2\n',
                          'Messages whose date could not be read: 1\n'):
                 self.assertIn(line, text)
