@@ -40,6 +40,11 @@ Status NodeDatabase::Impl::Latch(Status s) {
   return s;
 }
 
+void NodeDatabase::Impl::GiveUp(const Status& why) {
+  (void)Latch(why);
+  _fullLatch = false;
+}
+
 Status NodeDatabase::Impl::FlushFile() {
   // A file without its name is nobody's until it is published.
   if (_creating && !_publishing) return {};
@@ -117,21 +122,24 @@ Status NodeDatabase::Impl::ExtendFile(std::uint64_t leastEnd, std::uint64_t want
 
 Status NodeDatabase::Impl::WriteEmptyMaps(std::uint64_t from, std::uint64_t to) {
   for (std::uint64_t offset = from; offset < to; offset += kAMapInterval) {
-    const std::uint64_t interval = IntervalOf(offset);
-    std::array<std::byte, 4 * kPageSize> pages;
-    std::size_t used = 0;
-    const auto add = [&](PageType type) {
-      FillMapPage(std::span(pages).subspan(used).first<kPageSize>(), type,
-                  FileOffset(offset + used));
-      used += kPageSize;
-    };
-    add(PageType::kAMap);
-    if (HasPMap(interval)) add(PageType::kPMap);
-    if (HasFMap(interval)) add(PageType::kFMap);
-    if (HasFPMap(interval)) add(PageType::kFPMap);
-    if (Status s = _file->WriteAt(offset, std::span(pages).first(used)); !s.ok()) return s;
+    if (Status s = WriteFixedPages(IntervalOf(offset), true); !s.ok()) return s;
   }
   return {};
+}
+
+Status NodeDatabase::Impl::WriteFixedPages(std::uint64_t interval, bool all) {
+  std::array<std::byte, 4 * kPageSize> pages;
+  std::size_t used = 0;
+  std::uint64_t offset = IntervalOffset(interval) + (all ? 0 : kPageSize);
+  const auto add = [&](PageType type) {
+    FillMapPage(std::span(pages).subspan(used).first<kPageSize>(), type, FileOffset(offset + used));
+    used += kPageSize;
+  };
+  if (all) add(PageType::kAMap);
+  if (HasPMap(interval)) add(PageType::kPMap);
+  if (HasFMap(interval)) add(PageType::kFMap);
+  if (HasFPMap(interval)) add(PageType::kFPMap);
+  return used == 0 ? Status() : _file->WriteAt(offset, std::span(pages).first(used));
 }
 
 // ---- Commit -------------------------------------------------------------------------------------
@@ -217,11 +225,7 @@ void NodeDatabase::Impl::FinishCommit() {
   nodes.FinishCommit(replaced);
   blocks.FinishCommit(replaced);
   _space.CommitDone();
-  for (const FileOffset page : replaced) {
-    // Old files keep pages in groups of their own; theirs are left as they are.
-    if (committed.oldPageMapInUse && page.value < _knownFrom) continue;
-    _space.Free(page.value, kPageSize);
-  }
+  for (const FileOffset page : replaced) _space.Free(page.value, kPageSize);
   std::erase_if(_carried, [](const auto& item) { return item.second.references > 1; });
   for (const NewBlock& block : _new) {
     if (block.references == 1) _carried.emplace(block.bid, block);

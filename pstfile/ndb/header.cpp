@@ -53,11 +53,18 @@ FileHeader FileHeader::New(CryptMethod crypt) {
   StoreField(raw, Header::kClientVersion, kClientVersion);
   StoreField(raw, Header::kPlatformCreate, 1);
   StoreField(raw, Header::kPlatformAccess, 1);
-  for (const Field& map : {Header::kFreeMap, Header::kFreePageMap}) {
-    std::ranges::fill(raw.subspan(map.offset, map.size), std::byte{0xFF});
-  }
+  header.DropOldPageMap();
   StoreField(raw, Header::kSentinel, 0x80);
   return header;
+}
+
+void FileHeader::DropOldPageMap() {
+  const std::span<std::byte> bytes = raw;
+  for (const Field& map : {Header::kFreeMap, Header::kFreePageMap}) {
+    std::ranges::fill(bytes.subspan(map.offset, map.size), std::byte{0xFF});
+  }
+  StoreField(bytes, Header::kFreePageBytes, 0);
+  oldPageMapInUse = false;
 }
 
 FileHeader FileHeader::Decode(std::span<const std::byte, kHeaderSize> bytes) {
@@ -76,10 +83,12 @@ FileHeader FileHeader::Decode(std::span<const std::byte, kHeaderSize> bytes) {
   header.mapState = LoadField<std::uint8_t>(bytes, Header::kMapState);
   header.crypt = LoadField<CryptMethod>(bytes, Header::kCryptMethod);
   header.nextBlockId = LoadField(bytes, Header::kNextBlockId);
-  const auto fmap = RangeOf(bytes, Header::kFreeMap);
-  header.oldPageMapInUse =
-      LoadField(bytes, Header::kFreePageBytes) != 0 ||
-      std::any_of(fmap.begin(), fmap.end(), [](std::byte b) { return b != std::byte{0xFF}; });
+  const auto inUse = [&](const Field& map) {
+    return std::ranges::any_of(RangeOf(bytes, map),
+                               [](std::byte b) { return b != std::byte{0xFF}; });
+  };
+  header.oldPageMapInUse = LoadField(bytes, Header::kFreePageBytes) != 0 ||
+                           inUse(Header::kFreeMap) || inUse(Header::kFreePageMap);
   return header;
 }
 

@@ -57,8 +57,10 @@ struct FileHeader {
   std::uint8_t mapState = kMapsInvalid;
   CryptMethod crypt = CryptMethod::kPermute;
   std::uint64_t nextBlockId = 4;
-  // True for files from before 2007 that set pages aside through their page maps.
+  // True for files from before Outlook 2007 SP2, which set pages aside through their page maps.
   bool oldPageMapInUse = false;
+  // Says that no page is set aside any more. The page maps themselves must say so first.
+  void DropOldPageMap();
 
   // The bytes the header was decoded from; Encode starts with them.
   std::array<std::byte, kHeaderSize> raw{};

@@ -187,6 +187,16 @@ Result<NodeId> NodeDatabase::Impl::AllocateNodeId(NodeKind kind) {
                   "no node id of kind " + ToHex(static_cast<std::uint64_t>(kind)) + " is left");
   }
   ++index;
+  for (const NodeKind k : group) {
+    if (_countersProven) break;
+    std::array<std::byte, kNodeEntrySize> entry;
+    Result<bool> taken = nodes.Find(NodeId(k, index).value, entry);
+    if (!taken.ok()) return taken.status();
+    if (!*taken) continue;
+    // A counter that lies: now the whole tree has to tell.
+    if (Status s = RaiseNodeCounters(); !s.ok()) return s;
+    return AllocateNodeId(kind);
+  }
   for (const NodeKind k : group) current.counters[static_cast<std::size_t>(k)] = index;
   return NodeId(kind, index);
 }
@@ -240,6 +250,7 @@ Status NodeDatabase::Publish() {
 Status NodeDatabase::Commit() { return _impl->WithPath(_impl->Commit()); }
 Status NodeDatabase::Close() { return _impl->WithPath(_impl->Close()); }
 const Status& NodeDatabase::status() const { return _impl->status; }
+void NodeDatabase::GiveUp(const Status& why) { _impl->GiveUp(why); }
 Status NodeDatabase::PrepareToModify() { return _impl->WithPath(_impl->PrepareToModify()); }
 const std::u16string& NodeDatabase::path() const { return _impl->path; }
 CryptMethod NodeDatabase::crypt() const { return _impl->committed.crypt; }

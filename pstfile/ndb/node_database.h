@@ -133,6 +133,9 @@ class NodeDatabase {
 
   // ok, or why every modification now fails.
   const platform::Status& status() const;
+  // Gives the open transaction up, for callers that failed half way through a change of theirs:
+  // nothing of it is committed any more, by Close neither, and every modification fails with `why`.
+  void GiveUp(const platform::Status& why);
   // Does at once what the first modification does: locks the file, marks it as being changed.
   // Fails with kAccessDenied when opened for reading.
   platform::Status PrepareToModify();

@@ -1,6 +1,7 @@
 // What is behind NodeDatabase; for the .cpp files of this folder only.
 //
 //   open.cpp           header found, checked, recovered; first modification; creation
+//   examine.cpp        what must be known of a file before it is added to
 //   node_database.cpp  nodes and blocks
 //   references.cpp     who refers to which block
 //   commit.cpp         growth, commit, close
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -79,12 +81,9 @@ class NodeDatabase::Impl : private PageSink {
   // ---- commit.cpp ----
   platform::Status Commit();
   platform::Status Close();
+  void GiveUp(const platform::Status& why);
 
   // ---- maps.cpp ----
-  // Calls `used(offset, size)` for every page and block of the committed state; stops at the first
-  // damage, which it returns.
-  template <typename Used>
-  platform::Status WalkUsed(const Used& used);
   void Visit(Visitor& visitor);
 
   // State, in the open for the methods of NodeDatabase.
@@ -127,8 +126,20 @@ class NodeDatabase::Impl : private PageSink {
   platform::Result<CryptMethod> GuessCrypt();
   void StartFromHeader();
   platform::Status MarkAsChanging();
+
+  // ---- examine.cpp ----
+  using UsedSpace = std::function<platform::Status(std::uint64_t offset, std::uint64_t size)>;
+  // Calls `used` for every page and block of the committed state; stops at the first damage, which
+  // it returns.
+  platform::Status WalkUsed(const UsedSpace& used);
+  // Before the first modification: refuses what cannot be added to, finds free space and ids.
+  platform::Status Examine();
+  platform::Status CheckNothingBeyond(std::uint64_t size);
   // Free space below the end of the file, when finding it is cheap.
   platform::Status FindFreeSpace();
+  platform::Status RaiseIds();
+  platform::Status RaiseNodeCounters();
+  platform::Status DropOldPageMap();
 
   // ---- references.cpp ----
   NewBlock* LooseOrNew(BlockId bid);
@@ -146,6 +157,8 @@ class NodeDatabase::Impl : private PageSink {
   platform::Status Grow(std::uint64_t needed);
   platform::Status ExtendFile(std::uint64_t leastEnd, std::uint64_t wantedEnd);
   platform::Status WriteEmptyMaps(std::uint64_t from, std::uint64_t to);
+  // The map pages of an interval, all FF; `all`: its AMap too.
+  platform::Status WriteFixedPages(std::uint64_t interval, bool all);
   platform::Status WriteHeader(FileHeader& header);
   platform::Status FlushFile();
   platform::Status CommitChanges(bool reserve);
@@ -177,9 +190,10 @@ class NodeDatabase::Impl : private PageSink {
   bool _locked = false;
   std::array<std::byte, kHeaderSize> _headerAsRead{};
   std::uint8_t _mapStateAtOpen = kMapsInvalid;
-  std::uint64_t _freeBytesAtOpen = 0;
   // Of the space from here on this session knows all; the maps before it are only corrected.
   std::uint64_t _knownFrom = 0;
+  // No node has an id above its kind's counter, whatever the header said.
+  bool _countersProven = false;
   platform::Status _growthFailure;  // the file cannot grow: one more commit, then nothing
   bool _fullLatch = false;          // that commit is done; Close still works
   bool _publishing = false;

@@ -71,7 +71,6 @@ Status NodeDatabase::Impl::ReadHeader() {
   report.sizeMismatch = *size != committed.endOfFile;
   report.mapsInvalid = committed.mapState != kMapsValid;
   _mapStateAtOpen = committed.mapState;
-  _freeBytesAtOpen = committed.freeBytes;
   return {};
 }
 
@@ -172,7 +171,10 @@ Status NodeDatabase::Impl::PrepareToModify() {
   if (now != _headerAsRead) {
     return {StatusCode::kLocked, "another program changed the file since it was opened"};
   }
-  if (Status s = FindFreeSpace(); !s.ok()) return s;
+  if (Status s = Examine(); !s.ok()) return s;
+  if (committed.oldPageMapInUse) {
+    if (Status s = DropOldPageMap(); !s.ok()) return Latch(s);
+  }
   if (Status s = MarkAsChanging(); !s.ok()) return Latch(s);
   _modifying = true;
   return {};
@@ -186,6 +188,9 @@ Status NodeDatabase::Impl::MarkAsChanging() {
     if (Status s = _file->Resize(end); !s.ok()) return s;
   } else if (*size < end) {
     if (Status s = _file->Allocate(end); !s.ok()) return s;
+    std::uint64_t missing = IntervalOf(std::max(*size, kFirstAMapOffset));
+    if (IntervalDataOffset(missing) <= *size) ++missing;
+    if (Status s = WriteEmptyMaps(IntervalOffset(missing), end); !s.ok()) return s;
   }
   FileHeader header = committed;
   header.endOfFile = end;

@@ -140,14 +140,18 @@ Status NodeDatabase::Impl::DropReference(BlockId root) {
     } else {
       // A reference to a block that a damaged file does not have ends here.
       Result<ReferenceChange*> change = ChangeOf(bid);
+      if (change.status().code() == StatusCode::kIoError) return change.status();
       if (!change.ok()) continue;
       last = (*change)->before + --(*change)->delta == 1;
       if ((*change)->delta == 0) _changes.erase(bid);
     }
     if (!last) continue;
-    // What an unreadable block refers to stays in the file, unused: better than failing for it.
+    // What a damaged block refers to stays in the file, unused: better than failing for it. One
+    // that the disk does not give up now may be whole.
     std::vector<BlockId> below;
-    if (AppendReferencesOf(bid, below).ok()) todo.insert(todo.end(), below.begin(), below.end());
+    const Status read = AppendReferencesOf(bid, below);
+    if (read.code() == StatusCode::kIoError) return read;
+    if (read.ok()) todo.insert(todo.end(), below.begin(), below.end());
     if (block != nullptr) FreeNew(bid, *block);
   }
   return {};

@@ -171,7 +171,7 @@ Status PstStore::ChangeFolderProperties(NodeId id, const PropertyList& set,
   const bool keepOthers = removeIds.empty();
   Status status = (*table)->UpdateRow(id.value, s.database->Unique(),
                                       keepOthers ? changed : *properties, keepOthers);
-  if (!status.ok()) return s.End(status);
+  if (!status.ok()) return s.EndChange(status);
   s.folders->Renamed(id, node->parent, oldName, newName);
   return {};
 }

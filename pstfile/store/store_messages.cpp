@@ -114,7 +114,7 @@ Status PstStore::ReplaceMessage(NodeId id, StoredMessage replacement) {
   if (!status.ok()) return refuse(s.End(status));
   AddRowProperties(replacement.properties);
   status = (*table)->UpdateRow(id.value, s.database->Unique(), replacement.properties);
-  if (!status.ok()) return s.End(status);
+  if (!status.ok()) return s.EndChange(status);
   const std::uint64_t flags = replacement.properties.Scalar(tags::kMessageFlags).value_or(0);
   auto folder = s.folders->Get(node->parent);
   if (!folder.ok()) return s.End(folder.status());
@@ -143,8 +143,8 @@ Status PstStore::DeleteMessage(NodeId id) {
   if (!table.ok()) return s.End(table.status());
   auto flags = (*table)->Scalar(id.value, tags::kMessageFlags);
   if (!flags.ok()) return s.End(flags.status());
-  if (Status status = (*table)->RemoveRow(id.value); !status.ok()) return s.End(status);
-  if (Status status = s.database->DeleteNode(id); !status.ok()) return s.End(status);
+  if (Status status = (*table)->RemoveRow(id.value); !status.ok()) return s.EndChange(status);
+  if (Status status = s.database->DeleteNode(id); !status.ok()) return s.EndChange(status);
   if (id.Kind() == NodeKind::kMessage) {
     auto folder = s.folders->Get(node->parent);
     if (!folder.ok()) return s.End(folder.status());

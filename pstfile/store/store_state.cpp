@@ -79,15 +79,29 @@ Status PstStore::State::End(Status result) {
   return result;
 }
 
+Status PstStore::State::EndChange(Status result) {
+  if (result.code() == StatusCode::kCorrupt) Latch(result);
+  return End(std::move(result));
+}
+
 void PstStore::State::Latch(const Status& failure) {
   if (!status.ok()) return;
   status = failure;
-  // What was complete before the failure is saved, as far as the disk still takes it.
   if (!database->status().ok()) return;
-  if (!FlushAll().ok() || !database->Commit().ok()) return;
+  // A full disk is found out before anything is changed: what was complete before is saved, as far
+  // as there is room. What cannot be read is met in the middle of a change; half of it must not be
+  // committed, so all since the last commit is given up.
+  const Status saved = failure.code() == StatusCode::kDiskFull ? CommitAll() : failure;
+  if (!saved.ok()) database->GiveUp(saved);
+}
+
+Status PstStore::State::CommitAll() {
+  if (Status flushed = FlushAll(); !flushed.ok()) return flushed;
+  if (Status committed = database->Commit(); !committed.ok()) return committed;
   ++statistics.commits;
   statistics.messagesCommitted = statistics.messagesSaved;
   statistics.foldersCommitted = statistics.foldersCreated;
+  return {};
 }
 
 Status PstStore::State::FlushAll() {
@@ -100,16 +114,12 @@ Status PstStore::State::FlushAll() {
 Status PstStore::State::Commit() {
   const platform::StageMark mark(platform::Stage::kTables);
   if (!modified) return {};
-  Status result = FlushAll();
-  if (result.ok()) result = database->Commit();
-  if (!result.ok()) {
-    // A commit that failed half way is not tried again.
+  if (Status result = CommitAll(); !result.ok()) {
+    // A commit that failed half way is not tried again, and Close does not complete it.
     if (status.ok()) status = result;
+    database->GiveUp(result);
     return result;
   }
-  ++statistics.commits;
-  statistics.messagesCommitted = statistics.messagesSaved;
-  statistics.foldersCommitted = statistics.foldersCreated;
   messagesSinceCommit = 0;
   lastCommit = Now();
   // Committed, but there is no room for anything after it.

@@ -46,9 +46,14 @@ struct PstStore::State {
     if (!result.ok()) return End(result.status());
     return result;
   }
+  // After changing something in several steps: damage met between them latches as well, since half
+  // a change must not be committed.
+  platform::Status EndChange(platform::Status status);
   void Latch(const platform::Status& failure);
   // Writes what has gathered in memory.
   platform::Status FlushAll();
+  // The same, and makes it durable.
+  platform::Status CommitAll();
   platform::Status Commit();
   // After something was saved: commits when the open transaction is large or old enough.
   platform::Status Checkpoint();

@@ -163,24 +163,25 @@ TEST(CrashTest, CreatedFileIsWholeWhenItGetsItsName) {
   FAIL() << "never renamed";
 }
 
-TEST(CrashTest, EveryFailingWriteOrFlushKeepsWhatWasCommitted) {
+TEST(CrashTest, EveryFailingReadWriteOrFlushKeepsWhatWasCommitted) {
   State first;
   MemoryFiles fresh;
   StartFile(fresh, first);
   const Bytes start = fresh[kPath];
   std::size_t failures = 0;
-  for (const bool flush : {false, true}) {
+  for (std::size_t MemoryFiles::*fail :
+       {&MemoryFiles::failRead, &MemoryFiles::failWrite, &MemoryFiles::failFlush}) {
     for (std::size_t n = 1;; ++n) {
       MemoryFiles files;
       files[kPath] = start;
-      (flush ? files.failFlush : files.failWrite) = n;
+      files.*fail = n;
       State state = first, committed = first;
       const Status s =
           RunSessions(files, state, 300'000, [&](const State& now) { committed = now; });
       if (s.ok()) break;  // fewer than n
       ++failures;
       ASSERT_EQ(s.code(), StatusCode::kIoError) << s.message();
-      files.failFlush = files.failWrite = 0;
+      files.*fail = 0;
       auto db = NodeDatabase::Open(files, kPath, OpenMode::kReadWrite);
       ASSERT_TRUE(db.ok()) << db.status().message();
       // A failed flush may have written everything all the same.

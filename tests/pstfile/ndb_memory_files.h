@@ -36,7 +36,7 @@ class MemoryFiles : public platform::FileSystem {
   std::vector<Step> steps;  // while `recording`
   bool recording = false;
   std::size_t writes = 0, flushes = 0;
-  std::size_t failWrite = 0, failFlush = 0;  // the nth from now fails; 0: none
+  std::size_t failRead = 0, failWrite = 0, failFlush = 0;  // the nth from now fails; 0: none
   std::uint64_t bytesRead = 0;
   std::uint64_t diskSize = UINT64_MAX;  // Allocate beyond it fails with kDiskFull
   std::uint64_t readable = UINT64_MAX;  // what lies behind cannot be read
@@ -104,7 +104,7 @@ class MemoryFile : public platform::RandomAccessFile {
   }
 
   platform::Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) override {
-    if (offset + buffer.size() > _files.readable) {
+    if (offset + buffer.size() > _files.readable || MemoryFiles::Due(_files.failRead)) {
       return platform::Status(platform::StatusCode::kIoError, "bad sector");
     }
     if (offset >= _bytes->size()) return std::size_t{0};

@@ -206,6 +206,39 @@ TEST_F(StoreDamage, AFullDiskKeepsWhatWasComplete) {
   }
 }
 
+// A read that fails may be met in the middle of a change, half of which must not be committed: not
+// by the next commit, nor by Close.
+TEST_F(StoreDamage, EveryFailingReadKeepsWholeCommits) {
+  std::size_t failures = 0;
+  for (std::size_t n = 1; n < 1000; ++n) {
+    SCOPED_TRACE(n);
+    memory[kPath] = pristine;
+    memory.failRead = n;
+    StatusCode result = StatusCode::kOk;
+    if (auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite); opened.ok()) {
+      PstStore& mail = **opened;
+      auto inbox = mail.FindFolder(mail.ipmSubtree(), u"Inbox");
+      (void)mail.CreateFolder(mail.ipmSubtree(), u"More");
+      for (int i = 0; i < 6 && inbox.ok(); ++i) {
+        auto message = mail.WriteMessage(Message(u"more", u"text"), ListRowSource({}), {});
+        if (message.ok()) (void)mail.InsertMessage(*inbox, std::move(*message));
+        if (i % 3 == 2) (void)mail.Commit();
+      }
+      result = mail.Close().code();
+    } else {
+      result = opened.status().code();
+    }
+    if (memory.failRead != 0) break;  // there are fewer reads
+    failures += result != StatusCode::kOk ? 1 : 0;
+    Findings found;
+    const auto checked = CheckFile(memory, kPath, {.acceptUnclosed = true}, found);
+    STORE_OK(checked);
+    ASSERT_EQ(found.text, "");
+  }
+  EXPECT_EQ(memory.failRead == 0, false) << "not all reads were tried";
+  EXPECT_GT(failures, 20u);
+}
+
 TEST_F(StoreDamage, WhatOutlivesTheStoresCloseIsHarmless) {
   auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
   STORE_OK(opened);
