@@ -267,6 +267,8 @@ HRESULT Attachment::WriteOut() {
     list.SetScalar(ToTag(PR_LAST_MODIFICATION_TIME), now);
   }
 
+  if (!Has(list, PR_ATTACH_FLAGS)) list.SetScalar(ToTag(PR_ATTACH_FLAGS), 0);
+
   if (_embedded) {
     if (const auto data = list.FindId(kDataId)) {
       if (data->kind == pstfile::Property::Kind::kStored) store.Abandon(data->stored);

@@ -13,7 +13,8 @@ namespace parvane::mapi::builtin {
 
 using pstfile::PropertyReader;
 
-Message::Message(MessagePlace place) : _place(std::move(place)), _properties(*_place.core) {}
+Message::Message(MessagePlace place)
+    : _place(std::move(place)), _properties(*_place.core), _recipients(*_place.core) {}
 
 Message* Message::Create(MessagePlace place) {
   auto message = ComPointer<Message>::Attach(new Message(std::move(place)));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <optional>
 
 #include "mapi/builtin/identity.h"
 #include "mapi/constants.h"
@@ -14,6 +15,7 @@
 namespace parvane::mapi::builtin {
 namespace {
 
+using platform::Status;
 using pstfile::PropertyList;
 
 // Flags a caller decides; the others are the store's.
@@ -41,13 +43,64 @@ bool IsPrefixLetter(char16_t unit) {
          !(unit < 0xC0);
 }
 
-void SetDisplayNames(PropertyList& list, ULONG tag, const RecipientList& recipients, ULONG type) {
-  const std::u16string names = recipients.DisplayNames(type);
-  if (names.empty()) {
-    Drop(list, tag);  // reads as an empty string
-  } else {
-    list.SetText(ToTag(tag), names);
+// The display names of recipients of one type, joined by "; ". Those of a very long list go to the
+// file as they come.
+class DisplayNames {
+ public:
+  Status Add(pstfile::PstStore& store, std::u16string_view name) {
+    if (_writer || !_names.empty()) _names += u"; ";
+    _names += name;
+    constexpr std::size_t kMost = 64 * 1024;
+    if (_names.size() < kMost) return {};
+    if (!_writer) {
+      auto writer = store.NewValue(pstfile::ValueWriter::Kind::kText);
+      if (!writer.ok()) return writer.status();
+      _writer.emplace(std::move(*writer));
+    }
+    Status status = _writer->AppendText(_names);
+    _names.clear();
+    return status;
   }
+
+  Status Set(PropertyList& list, ULONG tag) {
+    if (_writer) {
+      Status status = _writer->AppendText(_names);
+      if (!status.ok()) return status;
+      auto stored = _writer->Finish();
+      if (!stored.ok()) return stored.status();
+      list.SetStored(ToTag(tag), *stored);
+    } else if (_names.empty()) {
+      Drop(list, tag);  // reads as an empty string
+    } else {
+      list.SetText(ToTag(tag), _names);
+    }
+    return {};
+  }
+
+ private:
+  std::u16string _names;
+  std::optional<pstfile::ValueWriter> _writer;
+};
+
+Status CompleteDisplayNames(pstfile::PstStore& store, PropertyList& list,
+                            const RecipientList& recipients) {
+  static constexpr ULONG kTags[] = {PR_DISPLAY_TO_W, PR_DISPLAY_CC_W, PR_DISPLAY_BCC_W};
+  static_assert(MAPI_TO == 1 && MAPI_CC == 2 && MAPI_BCC == 3);
+  DisplayNames names[std::size(kTags)];
+  std::u16string scratch;
+  for (std::size_t i = 0; i < recipients.RowCount(); ++i) {
+    auto row = recipients.Row(i);
+    if (!row.ok()) return row.status();
+    const std::uint64_t type = (*row)->Scalar(ToTag(PR_RECIPIENT_TYPE)).value_or(0) & 0xF;
+    if (type < MAPI_TO || type > MAPI_BCC) continue;
+    const auto name = (*row)->ViewText(ToTag(PR_DISPLAY_NAME_W), scratch);
+    Status status = names[type - MAPI_TO].Add(store, name.value_or(std::u16string_view()));
+    if (!status.ok()) return status;
+  }
+  for (std::size_t i = 0; i < std::size(kTags); ++i) {
+    if (Status status = names[i].Set(list, kTags[i]); !status.ok()) return status;
+  }
+  return {};
 }
 
 // The file's subject says where its prefix ends; a subject that went to the file by itself already
@@ -170,8 +223,8 @@ HRESULT SplitStoredSubject(ULONG id, Value& value) {
   return S_OK;
 }
 
-void CompleteMessage(PropertyList& list, const RecipientList& recipients,
-                     const SaveContext& context) {
+Status CompleteMessage(pstfile::PstStore& store, PropertyList& list,
+                       const RecipientList& recipients, const SaveContext& context) {
   if (!Has(list, PR_MESSAGE_CLASS_W)) list.SetText(ToTag(PR_MESSAGE_CLASS_W), kDefaultClass);
   const std::uint64_t now = TimeBits(platform::CurrentFileTime());
   if (!Has(list, PR_CREATION_TIME)) list.SetScalar(ToTag(PR_CREATION_TIME), now);
@@ -186,12 +239,11 @@ void CompleteMessage(PropertyList& list, const RecipientList& recipients,
     platform::FillRandom(key);
     list.SetBytes(ToTag(PR_SEARCH_KEY), key);
   }
+  if (!Has(list, PR_SENSITIVITY)) list.SetScalar(ToTag(PR_SENSITIVITY), SENSITIVITY_NONE);
   CompleteFlags(list, context);
   CompleteSubject(list, context.plainSubject);
-  SetDisplayNames(list, PR_DISPLAY_TO_W, recipients, MAPI_TO);
-  SetDisplayNames(list, PR_DISPLAY_CC_W, recipients, MAPI_CC);
-  SetDisplayNames(list, PR_DISPLAY_BCC_W, recipients, MAPI_BCC);
   CompleteAddresses(list);
+  return CompleteDisplayNames(store, list, recipients);
 }
 
 }  // namespace parvane::mapi::builtin

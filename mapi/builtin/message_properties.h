@@ -32,9 +32,10 @@ struct SaveContext {
   bool plainSubject = true;  // the subject is as a caller set it, not as the file holds it
 };
 
-// Everything the store adds when a message is saved.
-void CompleteMessage(pstfile::PropertyList& list, const RecipientList& recipients,
-                     const SaveContext& context);
+// Everything the store adds when a message is saved. What it wrote for that to the file is among
+// the list's stored values, also when it fails.
+platform::Status CompleteMessage(pstfile::PstStore& store, pstfile::PropertyList& list,
+                                 const RecipientList& recipients, const SaveContext& context);
 
 HRESULT SplitStoredSubject(ULONG id, Value& value);
 

@@ -13,7 +13,9 @@ HRESULT RecipientRows::Count(ULONG& count) {
 
 HRESULT RecipientRows::Select(ULONG index) {
   if (index >= _message->recipients().RowCount()) return MAPI_E_NOT_FOUND;
-  _row = _message->recipients().Row(index);
+  auto row = _message->recipients().Row(index);
+  if (!row.ok()) return _message->Core().Note(row.status());
+  _row = **row;
   _rowId = _message->recipients().RowId(index);
   return S_OK;
 }
@@ -25,6 +27,13 @@ HRESULT RecipientRows::Find(ULONG tag, Value& value) {
       return S_OK;
     case PropId(PR_INSTANCE_KEY):
       value.SetBytes(PR_INSTANCE_KEY, std::as_bytes(std::span(&_rowId, 1)));
+      return S_OK;
+    case PropId(PR_RECORD_KEY):
+      if (Succeeded(FindInList(_row, PropId(tag), value))) return S_OK;
+      if (const HRESULT result = FindInList(_row, PropId(PR_ENTRYID), value); Failed(result)) {
+        return result;
+      }
+      value.tag = PR_RECORD_KEY;  // not kept: it is the identifier once more
       return S_OK;
     default:
       return FindInList(_row, PropId(tag), value);

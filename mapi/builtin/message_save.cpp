@@ -90,7 +90,11 @@ HRESULT Message::WriteOut() {
     giveBack();
     return result;
   }
-  CompleteMessage(list, _recipients, context);
+  if (Status status = CompleteMessage(store, list, _recipients, context); !status.ok()) {
+    store.Abandon(list);
+    giveBack();
+    return core.Note(status);
+  }
 
   auto written = store.WriteMessage(std::move(list), _recipients, std::move(attachments));
   if (!written.ok()) return core.Note(written.status());
@@ -127,7 +131,7 @@ platform::Result<pstfile::StoredMessage> CopyMessage(StoreCore& core,
   if (Failed(nothing.Assemble(&message.properties(), list))) {
     return Status(platform::StatusCode::kCorrupt, "an embedded message cannot be read");
   }
-  RecipientList recipients;
+  RecipientList recipients(core);
   std::vector<StoredAttachment> attachments;
   const auto fail = [&](const Status& status) {
     store.Abandon(list);

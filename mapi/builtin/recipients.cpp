@@ -11,6 +11,8 @@
 namespace parvane::mapi::builtin {
 namespace {
 
+using platform::Status;
+using platform::StatusCode;
 using pstfile::PropertyList;
 
 // Published tags of recipient rows beyond those MAPI names.
@@ -63,7 +65,6 @@ void Complete(PropertyList& row) {
   DefaultScalar(row, kRecipientFlags, kRecipientSendable);
   DefaultCopy(row, kRecipientDisplayName, PR_DISPLAY_NAME_W);
   DefaultCopy(row, kRecipientEntryId, PR_ENTRYID);
-  DefaultCopy(row, PR_RECORD_KEY, PR_ENTRYID);
   std::u16string scratch[2];
   const auto type = row.ViewText(ToTag(PR_ADDRTYPE_W), scratch[0]);
   const auto address = row.ViewText(ToTag(PR_EMAIL_ADDRESS_W), scratch[1]);
@@ -113,12 +114,73 @@ std::vector<ULONG> RecipientColumns() {
           PR_SEND_RICH_INFO, PR_SMTP_ADDRESS_W, PR_RECORD_KEY,  PR_INSTANCE_KEY};
 }
 
-RecipientList::Entry* RecipientList::EntryWithId(ULONG id) {
+platform::Result<const PropertyList*> RecipientList::Row(std::size_t index) const {
+  if (index < _rows.size()) return &_rows[index].properties;
+  pstfile::PstStore* store = _core->store();
+  if (store == nullptr) return Status(StatusCode::kClosed, "the file is closed");
+  Status status =
+      _packedRows.Read(store->database(), _packed[index - _rows.size()].position, _unpacked);
+  if (!status.ok()) return status;
+  return &_unpacked;
+}
+
+std::size_t RecipientList::IndexOfId(ULONG id) const {
   // Ids grow with the position, so rows stay sorted by them.
-  const auto found =
-      std::lower_bound(_rows.begin(), _rows.end(), id,
-                       [](const Entry& row, ULONG wanted) { return row.id < wanted; });
-  return found != _rows.end() && found->id == id ? &*found : nullptr;
+  std::size_t low = 0;
+  for (std::size_t high = RowCount(); low < high;) {
+    const std::size_t middle = low + (high - low) / 2;
+    if (RowId(middle) < id) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  return low < RowCount() && RowId(low) == id ? low : kNone;
+}
+
+// A message of a few megabytes may have a million of them.
+Status RecipientList::Append(PropertyList properties, bool spill) {
+  constexpr std::size_t kFew = 100;
+  if (_packed.empty() && _rows.size() < kFew) {
+    _rows.push_back({_nextId++, std::move(properties)});
+    return {};
+  }
+  PackedEntry entry;
+  Status status = spill ? _core->store()->KeepRow(_packedRows, properties, entry.position)
+                        : _packedRows.Add(nullptr, properties, entry.position);
+  if (!status.ok()) return status;
+  entry.id = _nextId++;
+  _packed.push_back(entry);
+  return {};
+}
+
+Status RecipientList::Replace(std::size_t index, PropertyList properties) {
+  if (index < _rows.size()) {
+    _rows[index].properties = std::move(properties);
+    return {};
+  }
+  PackedEntry& entry = _packed[index - _rows.size()];
+  const std::uint64_t old = entry.position;
+  Status status = _core->store()->KeepRow(_packedRows, properties, entry.position);
+  if (status.ok()) _packedRows.Release(_core->store()->database(), old);
+  return status;
+}
+
+void RecipientList::Erase(std::size_t index) {
+  if (index < _rows.size()) {
+    _rows.erase(_rows.begin() + static_cast<std::ptrdiff_t>(index));
+    return;
+  }
+  const auto entry = _packed.begin() + static_cast<std::ptrdiff_t>(index - _rows.size());
+  _packedRows.Release(_core->store()->database(), entry->position);
+  _packed.erase(entry);
+}
+
+void RecipientList::Clear() {
+  _rows.clear();
+  if (_packed.empty()) return;
+  _packed.clear();
+  if (_core->store() != nullptr) _packedRows.Clear(_core->store()->database());
 }
 
 HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
@@ -134,7 +196,7 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
     Change change;
     if (const HRESULT result = ReadChange(entry, change); Failed(result)) return result;
     if (change.rowId.has_value() != names) return MAPI_E_INVALID_PARAMETER;
-    if (names && EntryWithId(*change.rowId) == nullptr) return MAPI_E_NOT_FOUND;
+    if (names && IndexOfId(*change.rowId) == kNone) return MAPI_E_NOT_FOUND;
     if (flags != MODRECIP_REMOVE) {
       DefaultScalar(change.properties, PR_RECIPIENT_TYPE, MAPI_TO);
       Complete(change.properties);
@@ -142,51 +204,36 @@ HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {
     changes.push_back(std::move(change));
   }
 
-  if (flags == 0) _rows.clear();
+  if (flags == 0) Clear();
   for (Change& change : changes) {
+    Status status;
     if (!names) {
-      // A message of a few megabytes may have a million of them.
-      constexpr std::size_t kFew = 100;
-      if (_rows.size() >= kFew) change.properties.ShrinkToFit();
-      _rows.push_back({_nextId++, std::move(change.properties)});
-      continue;
+      status = Append(std::move(change.properties), true);
+    } else if (const std::size_t index = IndexOfId(*change.rowId); index == kNone) {
+      continue;  // named twice, and gone already
+    } else if (flags == MODRECIP_MODIFY) {
+      status = Replace(index, std::move(change.properties));
+    } else {
+      Erase(index);
     }
-    Entry* row = EntryWithId(*change.rowId);
-    if (flags == MODRECIP_MODIFY) {
-      row->properties = std::move(change.properties);
-    } else if (row != nullptr) {
-      _rows.erase(_rows.begin() + (row - _rows.data()));
-    }
+    if (!status.ok()) return _core->Note(status);
   }
   return S_OK;
 }
 
-platform::Status RecipientList::Load(pstfile::TableReader& table) {
-  std::vector<Entry> rows;
+Status RecipientList::Load(pstfile::TableReader& table) {
+  Clear();
+  _nextId = 0;
   for (std::uint64_t i = 0; i < table.rows(); ++i) {
-    platform::Status status = table.SelectRow(i);
-    Entry row;
-    if (status.ok()) status = table.ReadRow(row.properties, nullptr, kLargestReturnedValue);
+    Status status = table.SelectRow(i);
+    PropertyList row;
+    if (status.ok()) status = table.ReadRow(row, nullptr, kLargestReturnedValue);
     if (!status.ok()) return status;
-    Complete(row.properties);
-    row.id = static_cast<ULONG>(i);
-    rows.push_back(std::move(row));
+    Complete(row);
+    // Nothing is written for those who only read.
+    if (status = Append(std::move(row), false); !status.ok()) return status;
   }
-  _rows = std::move(rows);
-  _nextId = static_cast<ULONG>(_rows.size());
   return {};
-}
-
-std::u16string RecipientList::DisplayNames(ULONG type) const {
-  std::u16string names;
-  std::u16string scratch;
-  for (const Entry& row : _rows) {
-    const auto rowType = row.properties.Scalar(ToTag(PR_RECIPIENT_TYPE));
-    if (!rowType || (*rowType & 0xF) != type) continue;
-    if (!names.empty()) names += u"; ";
-    if (auto name = row.properties.ViewText(ToTag(PR_DISPLAY_NAME_W), scratch)) names += *name;
-  }
-  return names;
 }
 
 }  // namespace parvane::mapi::builtin

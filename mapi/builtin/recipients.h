@@ -1,42 +1,61 @@
 // The recipients of a message, as its object holds them.
 #pragma once
 
+#include <deque>
 #include <vector>
 
+#include "mapi/builtin/store_core.h"
 #include "mapi/builtin/table.h"
 #include "mapi/builtin/values.h"
 #include "platform/recycled_vector.h"
+#include "pstfile/ltp/packed_rows.h"
+#include "pstfile/ltp/row_source.h"
 #include "pstfile/ltp/table_reader.h"
-#include "pstfile/store/message_parts.h"
 
 namespace parvane::mapi::builtin {
 
-// Rows in the order they were added; appending one costs the same however many there are.
+// Rows in the order they were added; appending one costs the same however many there are. The first
+// are held as they are, others packed, and out of memory where they are many.
 class RecipientList final : public pstfile::RowSource {
  public:
+  explicit RecipientList(StoreCore& core) : _core(&core) {}
+  ~RecipientList() override { Clear(); }
+  RecipientList(const RecipientList&) = delete;
+  RecipientList& operator=(const RecipientList&) = delete;
+
   // IMessage::ModifyRecipients: all of `mods` or nothing.
   HRESULT Modify(ULONG flags, const ADRLIST& mods);
   // Takes over the rows of a message in the file.
   platform::Status Load(pstfile::TableReader& table);
 
-  // The display names of recipients of one type, joined by "; ".
-  std::u16string DisplayNames(ULONG type) const;
-
   // Rows as they are stored, with the columns a provider adds.
-  std::size_t RowCount() const override { return _rows.size(); }
-  const pstfile::PropertyList& Row(std::size_t index) const override {
-    return _rows[index].properties;
+  std::size_t RowCount() const override { return _rows.size() + _packed.size(); }
+  platform::Result<const pstfile::PropertyList*> Row(std::size_t index) const override;
+  ULONG RowId(std::size_t index) const {
+    return index < _rows.size() ? _rows[index].id : _packed[index - _rows.size()].id;
   }
-  ULONG RowId(std::size_t index) const { return _rows[index].id; }
 
  private:
   struct Entry {
     ULONG id = 0;  // PR_ROWID
     pstfile::PropertyList properties;
   };
-  Entry* EntryWithId(ULONG id);
+  struct PackedEntry {
+    ULONG id = 0;
+    std::uint64_t position = 0;
+  };
+  static constexpr std::size_t kNone = ~std::size_t{0};
+  std::size_t IndexOfId(ULONG id) const;
+  platform::Status Append(pstfile::PropertyList properties, bool spill);
+  platform::Status Replace(std::size_t index, pstfile::PropertyList properties);
+  void Erase(std::size_t index);
+  void Clear();
 
+  StoreCore* _core;
   std::vector<Entry> _rows;
+  std::deque<PackedEntry> _packed;  // behind them
+  mutable pstfile::PackedRows _packedRows;
+  mutable pstfile::PropertyList _unpacked;
   ULONG _nextId = 0;
 };
 

@@ -67,7 +67,38 @@ void TransactedProperties::BeforeSetting(ULONG id) {
 
 HRESULT TransactedProperties::Set(const SPropValue& value, unsigned htmlCodePage) {
   BeforeSetting(PropId(value.ulPropTag));
-  return StoreValue(value, htmlCodePage, _set);
+  return StoreValue(value, htmlCodePage, _set, this);
+}
+
+template <typename Append>
+HRESULT TransactedProperties::TakeIntoFile(PropTag tag, Append&& append) {
+  if (_core.store() == nullptr) return MAPI_E_END_OF_SESSION;
+  using Kind = pstfile::ValueWriter::Kind;
+  const bool isText = tag.Type() == pstfile::PropType::kUnicode;
+  auto writer = _core.store()->NewValue(isText ? Kind::kText : Kind::kBytes);
+  Status status = writer.status();
+  if (status.ok()) status = append(*writer);
+  if (!status.ok()) return _core.Note(status);
+  const auto stored = writer->Finish();
+  if (!stored.ok()) return _core.Note(stored.status());
+  SetStored(tag.value, *stored);
+  return S_OK;
+}
+
+HRESULT TransactedProperties::TakeLarge(PropTag tag, std::span<const std::byte> bytes) {
+  return TakeIntoFile(tag, [&](pstfile::ValueWriter& writer) { return writer.Append(bytes); });
+}
+
+HRESULT TransactedProperties::TakeLargeAscii(PropTag tag, std::string_view text) {
+  return TakeIntoFile(tag, [&](pstfile::ValueWriter& writer) {
+    constexpr std::size_t kPiece = 64 * 1024;
+    Status status;
+    for (; !text.empty() && status.ok(); text.remove_prefix(std::min(kPiece, text.size()))) {
+      const std::string_view piece = text.substr(0, kPiece);
+      status = writer.AppendText(std::u16string(piece.begin(), piece.end()));
+    }
+    return status;
+  });
 }
 
 void TransactedProperties::SetScalar(ULONG tag, std::uint64_t bits) {

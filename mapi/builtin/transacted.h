@@ -17,7 +17,7 @@ HRESULT OpenInFile(StoreCore& core, pstfile::PropertyReader& reader, ULONG id, V
                    std::optional<pstfile::ValueReader>& valueReader);
 
 // `base`, in these functions, reads what is in the file; null when there is nothing yet.
-class TransactedProperties {
+class TransactedProperties final : private LargeValueTaker {
  public:
   explicit TransactedProperties(StoreCore& core) : _core(core) {}
   ~TransactedProperties() { Forget(); }
@@ -50,6 +50,10 @@ class TransactedProperties {
   HRESULT Assemble(pstfile::PropertyReader* base, pstfile::PropertyList& list);
 
  private:
+  HRESULT TakeLarge(pstfile::PropTag tag, std::span<const std::byte> bytes) override;
+  HRESULT TakeLargeAscii(pstfile::PropTag tag, std::string_view text) override;
+  template <typename Append>
+  HRESULT TakeIntoFile(pstfile::PropTag tag, Append&& append);
   void BeforeSetting(ULONG id);
   void Forget();
 

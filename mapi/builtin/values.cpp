@@ -1,5 +1,6 @@
 #include "mapi/builtin/values.h"
 
+#include <bit>
 #include <cstring>
 #include <optional>
 
@@ -249,7 +250,8 @@ ULONG StoredTag(ULONG tag) {
   return tag;
 }
 
-HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::PropertyList& list) {
+HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::PropertyList& list,
+                   LargeValueTaker* taker) {
   const SPropUnion& v = value.Value;
   const pstfile::PropTag tag = ToTag(StoredTag(value.ulPropTag));
   if (PropId(value.ulPropTag) == 0 || PropId(value.ulPropTag) == 0xFFFF) {
@@ -281,12 +283,20 @@ HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::Prop
       return S_OK;
     case PT_BINARY:
       if (v.bin.lpb == nullptr && v.bin.cb != 0) return MAPI_E_INVALID_PARAMETER;
+      if (taker != nullptr && v.bin.cb > kLargestReturnedValue) {
+        return taker->TakeLarge(tag, BytesOf(v.bin));
+      }
       list.SetBytes(tag, BytesOf(v.bin));
       return S_OK;
     case PT_UNICODE: {
       if (v.lpszW == nullptr) return MAPI_E_INVALID_PARAMETER;
       if (PropId(value.ulPropTag) != kHtmlId) {
-        list.SetText(tag, v.lpszW);
+        const std::u16string_view text = v.lpszW;
+        if (taker != nullptr && 2 * text.size() > kLargestReturnedValue &&
+            std::endian::native == std::endian::little) {
+          return taker->TakeLarge(tag, BytesOf(text.data(), text.size()));
+        }
+        list.SetText(tag, text);
         return S_OK;
       }
       std::string html;
@@ -300,7 +310,11 @@ HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::Prop
         list.SetBytes(tag, BytesOf(v.lpszA, std::strlen(v.lpszA)));
       } else if (const std::string_view text = v.lpszA;
                  platform::simd::AsciiPrefix(text.data(), text.size()) == text.size()) {
-        list.SetAsciiText(tag, text);  // the same in every code page
+        // The same in every code page.
+        if (taker != nullptr && 2 * text.size() > kLargestReturnedValue) {
+          return taker->TakeLargeAscii(tag, text);
+        }
+        list.SetAsciiText(tag, text);
       } else {
         list.SetText(tag, platform::AnsiToUtf16(text));
       }

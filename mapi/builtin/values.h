@@ -48,10 +48,23 @@ struct Value {
   void SetText(ULONG newTag, std::u16string_view text);
 };
 
+// Takes the values that are too large for GetProps, so that they are not copied in memory: the
+// bytes as they are stored.
+class LargeValueTaker {
+ public:
+  virtual HRESULT TakeLarge(pstfile::PropTag tag, std::span<const std::byte> bytes) = 0;
+  // Text of ASCII characters.
+  virtual HRESULT TakeLargeAscii(pstfile::PropTag tag, std::string_view text) = 0;
+
+ protected:
+  ~LargeValueTaker() = default;
+};
 // Puts a caller's value into a list, in stored form. INVALID_TYPE, UNEXPECTED_TYPE... when this
 // property cannot be stored; PT_NULL, PT_ERROR and PT_OBJECT are the caller's business.
-// `htmlCodePage` is the one of HTML bytes, should the value be HTML in UTF-16.
-HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::PropertyList& list);
+// `htmlCodePage` is the one of HTML bytes, should the value be HTML in UTF-16. Text and binaries
+// that are large go to `taker`, where there is one.
+HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::PropertyList& list,
+                   LargeValueTaker* taker = nullptr);
 // The tag under which a caller's tag is stored: 001E becomes 001F, an HTML body 10130102.
 ULONG StoredTag(ULONG tag);
 

@@ -19,22 +19,24 @@ namespace {
 constexpr std::size_t kIndexRecordSize = kRowIndexKeySize + kRowIndexDataSize;
 
 // Rows and index fit a heap item each, and so does every value.
-bool IsSmall(const TableLayout& layout, std::span<const TableRow> rows) {
-  if (rows.size() * layout.rowSize() > kMaxHeapItem ||
-      rows.size() * kIndexRecordSize > kMaxHeapItem) {
+Result<bool> IsSmall(const TableLayout& layout, const RowSource& rows) {
+  const std::size_t count = rows.RowCount();
+  if (count * layout.rowSize() > kMaxHeapItem || count * kIndexRecordSize > kMaxHeapItem) {
     return false;
   }
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (i > 0 && rows[i].id <= rows[i - 1].id) return false;
-    if (!rows[i].cells->HasOnlyShort(kMaxHeapItem)) return false;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i > 0 && rows.RowKey(i) <= rows.RowKey(i - 1)) return false;
+    auto cells = rows.Row(i);
+    if (!cells.ok()) return cells.status();
+    if (!(*cells)->HasOnlyShort(kMaxHeapItem)) return false;
   }
   return true;
 }
 
-void FillRow(const TableLayout& layout, const TableRow& row, std::uint32_t version,
-             HeapBuilder& heap, std::span<std::byte> bytes) {
+void FillRow(const TableLayout& layout, const PropertyList& cells, std::uint32_t key,
+             std::uint32_t version, HeapBuilder& heap, std::span<std::byte> bytes) {
   (void)layout
-      .VisitCells(*row.cells,
+      .VisitCells(cells,
                   [&](const TableColumn& column, const Property& property) {
                     layout.SetPresent(bytes, column, true);
                     if (!IsReferenceCell(column.tag.Type())) {
@@ -46,7 +48,7 @@ void FillRow(const TableLayout& layout, const TableRow& row, std::uint32_t versi
                   })
       .ok();
   for (const auto& [tag, value] :
-       {std::pair{tags::kLtpRowId, row.id}, std::pair{tags::kLtpRowVersion, version}}) {
+       {std::pair{tags::kLtpRowId, key}, std::pair{tags::kLtpRowVersion, version}}) {
     const TableColumn* column = layout.FindId(tag.Id());
     if (column == nullptr || column->width != 4) continue;
     layout.SetPresent(bytes, *column, true);
@@ -55,24 +57,27 @@ void FillRow(const TableLayout& layout, const TableRow& row, std::uint32_t versi
 }
 
 Result<WrittenTable> WriteSmall(NodeDatabase& database, const TableLayout& layout,
-                                std::span<const TableRow> rows, std::uint32_t version) {
+                                const RowSource& rows, std::uint32_t version) {
+  const std::size_t count = rows.RowCount();
   HeapBuilder heap(HeapClient::kTableContext);
   const HeapId headerId = heap.Add(kBthHeaderSize);
   const HeapId infoId = heap.Add(layout.EncodedSize());
   heap.SetUserRoot(infoId);
   BthHeader header{kRowIndexKeySize, kRowIndexDataSize, 0, HeapId()};
   HeapId rowsId;
-  if (!rows.empty()) {
+  if (count != 0) {
     platform::RecycledVector<std::byte> matrix;
-    matrix.resize(rows.size() * layout.rowSize());
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      FillRow(layout, rows[i], version, heap,
+    matrix.resize(count * layout.rowSize());
+    for (std::size_t i = 0; i < count; ++i) {
+      auto cells = rows.Row(i);
+      if (!cells.ok()) return cells.status();
+      FillRow(layout, **cells, rows.RowKey(i), version, heap,
               std::span(matrix).subspan(i * layout.rowSize(), layout.rowSize()));
     }
-    header.root = heap.Add(rows.size() * kIndexRecordSize);
+    header.root = heap.Add(count * kIndexRecordSize);
     const auto index = heap.Item(header.root);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      StoreU32(index, i * kIndexRecordSize, rows[i].id);
+    for (std::size_t i = 0; i < count; ++i) {
+      StoreU32(index, i * kIndexRecordSize, rows.RowKey(i));
       StoreU32(index, i * kIndexRecordSize + kRowIndexKeySize, static_cast<std::uint32_t>(i));
     }
     rowsId = heap.Add(matrix);
@@ -90,13 +95,17 @@ Result<WrittenTable> WriteSmall(NodeDatabase& database, const TableLayout& layou
 }  // namespace
 
 Result<WrittenTable> WriteTable(NodeDatabase& database, const TableLayout& layout,
-                                std::span<const TableRow> rows, std::uint32_t version) {
-  if (IsSmall(layout, rows)) return WriteSmall(database, layout, rows, version);
+                                const RowSource& rows, std::uint32_t version) {
+  auto small = IsSmall(layout, rows);
+  if (!small.ok()) return small.status();
+  if (*small) return WriteSmall(database, layout, rows, version);
   auto table = TableEditor::Create(database, layout);
   if (!table.ok()) return table.status();
-  for (const TableRow& row : rows) {
-    if (Status status = (*table)->AppendRow(row.id, version, *row.cells); !status.ok()) {
-      AbandonValues(database, *row.cells);
+  for (std::size_t i = 0; i < rows.RowCount(); ++i) {
+    auto cells = rows.Row(i);
+    if (!cells.ok()) return cells.status();
+    if (Status status = (*table)->AppendRow(rows.RowKey(i), version, **cells); !status.ok()) {
+      AbandonValues(database, **cells);
       return status;
     }
   }

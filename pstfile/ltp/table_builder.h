@@ -2,20 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "platform/status.h"
-#include "pstfile/ltp/property_list.h"
+#include "pstfile/ltp/row_source.h"
 #include "pstfile/ltp/table_editor.h"
 #include "pstfile/ltp/table_layout.h"
 #include "pstfile/ndb/node_database.h"
 
 namespace parvane::pstfile {
-
-struct TableRow {
-  std::uint32_t id = 0;
-  const PropertyList* cells = nullptr;
-};
 
 struct WrittenTable {
   TableEditor::Roots roots;  // loose
@@ -23,9 +17,9 @@ struct WrittenTable {
 };
 
 // As TableEditor::AppendRow for one row after the other, then Flush. Small tables, as nearly all of
-// messages are, come about in memory and take a single block. When a row fails, its stored values
-// are given back.
+// messages are, come about in memory and take a single block; of others, only what is being written
+// is in memory. When a row fails, its stored values are given back.
 platform::Result<WrittenTable> WriteTable(NodeDatabase& database, const TableLayout& layout,
-                                          std::span<const TableRow> rows, std::uint32_t version);
+                                          const RowSource& rows, std::uint32_t version);
 
 }  // namespace parvane::pstfile

@@ -40,8 +40,10 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
   // Recipients mostly have the same properties, in this message and from message to message.
   bool allUsual = rows.RowCount() > 0 && !layouts.usualRecipient.empty();
   for (std::size_t i = 0; allUsual && i < rows.RowCount(); ++i) {
-    allUsual = std::ranges::equal(rows.Row(i).items(), layouts.usualRecipient, {},
-                                  &PropertyList::Item::tag);
+    auto row = rows.Row(i);
+    if (!row.ok()) return row.status();
+    allUsual =
+        std::ranges::equal((*row)->items(), layouts.usualRecipient, {}, &PropertyList::Item::tag);
   }
   if (allUsual) return &layouts.usualRecipients;
 
@@ -49,7 +51,9 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
   std::vector<PropTag>& columns = layouts.columns;
   columns.assign(base.begin(), base.end());
   for (std::size_t i = 0; i < rows.RowCount(); ++i) {
-    for (const PropertyList::Item& item : rows.Row(i).items()) {
+    auto row = rows.Row(i);
+    if (!row.ok()) return row.status();
+    for (const PropertyList::Item& item : (*row)->items()) {
       const PropTag tag = item.tag;
       if (!IsStorable(tag.Type()) || tag.Type() == PropType::kObject) {
         return Status(StatusCode::kInvalidArgument,
@@ -69,8 +73,10 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
   std::ranges::sort(columns.begin() + static_cast<std::ptrdiff_t>(base.size()), columns.end());
   const TableLayout& layout = layouts.recipients.For(columns);
   if (rows.RowCount() == 1) {
+    auto row = rows.Row(0);
+    if (!row.ok()) return row.status();
     layouts.usualRecipient.clear();
-    for (const PropertyList::Item& item : rows.Row(0).items()) {
+    for (const PropertyList::Item& item : (*row)->items()) {
       layouts.usualRecipient.push_back(item.tag);
     }
     layouts.usualRecipients = layout;
@@ -82,34 +88,47 @@ Result<WrittenTable> WriteRecipients(NodeDatabase& database, const RowSource& ro
                                      MessageLayouts& layouts) {
   auto layout = RecipientLayout(rows, layouts);
   if (!layout.ok()) return layout.status();
-  platform::RecycledVector<TableRow> all;
-  all.resize(rows.RowCount());
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    all[i] = {static_cast<std::uint32_t>(i + 1), &rows.Row(i)};
-  }
-  return WriteTable(database, **layout, all, database.Unique());
+  return WriteTable(database, **layout, rows, database.Unique());
 }
 
+// The rows of attachments, out of where they were kept.
+class AttachmentRows final : public RowSource {
+ public:
+  AttachmentRows(const NodeDatabase& database, std::span<const StoredAttachment> attachments,
+                 PackedRows& rows)
+      : _database(database), _attachments(attachments), _rows(rows) {}
+  std::size_t RowCount() const override { return _attachments.size(); }
+  std::uint32_t RowKey(std::size_t index) const override { return _attachments[index].node.value; }
+  Result<const PropertyList*> Row(std::size_t index) const override {
+    if (index != _read) {
+      Status status = _rows.Read(_database, _attachments[index].row, _row);
+      if (!status.ok()) return status;
+      _read = index;
+    }
+    return &_row;
+  }
+
+ private:
+  const NodeDatabase& _database;
+  std::span<const StoredAttachment> _attachments;
+  PackedRows& _rows;
+  mutable PropertyList _row;
+  mutable std::size_t _read = ~std::size_t{0};
+};
+
 Result<WrittenTable> WriteAttachmentTable(NodeDatabase& database,
-                                          const std::vector<StoredAttachment>& attachments,
-                                          MessageLayouts& layouts) {
+                                          std::span<const StoredAttachment> attachments,
+                                          PackedRows& rows, MessageLayouts& layouts) {
   const auto base = TemplateColumns(kNidAttachmentTable);
   std::vector<PropTag>& columns = layouts.columns;
   columns.assign(base.begin(), base.end());
-  for (const std::uint32_t value : kAttachmentColumns) {
-    const PropTag tag(value);
-    if (std::ranges::any_of(attachments, [tag](const StoredAttachment& attachment) {
-          return attachment.properties.Find(tag).has_value();
-        })) {
-      columns.push_back(tag);
-    }
+  std::uint32_t present = 0;
+  for (const StoredAttachment& attachment : attachments) present |= attachment.columns;
+  for (std::size_t i = 0; i < std::size(kAttachmentColumns); ++i) {
+    if ((present >> i & 1) != 0) columns.emplace_back(kAttachmentColumns[i]);
   }
-  std::vector<TableRow> rows;
-  rows.reserve(attachments.size());
-  for (const StoredAttachment& attachment : attachments) {
-    rows.push_back({attachment.node.value, &attachment.properties});
-  }
-  return WriteTable(database, layouts.attachments.For(columns), rows, database.Unique());
+  return WriteTable(database, layouts.attachments.For(columns),
+                    AttachmentRows(database, attachments, rows), database.Unique());
 }
 
 // What an object under construction has come to own; gives everything back unless kept.
@@ -171,7 +190,23 @@ Result<std::uint64_t> LogicalSizeOf(const NodeDatabase& database, BlockId data, 
   return size;
 }
 
-Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList properties,
+Status KeepAttachmentRow(NodeDatabase& database, PackedRows& rows, const PropertyList& properties,
+                         StoredAttachment& attachment) {
+  static const std::vector<PropTag> kColumns = [] {
+    const auto base = TemplateColumns(kNidAttachmentTable);
+    std::vector<PropTag> columns(base.begin(), base.end());
+    for (const std::uint32_t value : kAttachmentColumns) columns.emplace_back(value);
+    return columns;
+  }();
+  static_assert(std::size(kAttachmentColumns) <= 32);
+  for (std::size_t i = 0; i < std::size(kAttachmentColumns); ++i) {
+    if (properties.Find(PropTag(kAttachmentColumns[i]))) attachment.columns |= 1u << i;
+  }
+  return rows.Add(&database, properties, attachment.row, kColumns);
+}
+
+Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PackedRows& rows,
+                                         PropertyList properties,
                                          std::optional<StoredMessage> embedded) {
   Parts parts(database);
   PropertyContextBuilder builder(database);
@@ -217,14 +252,18 @@ Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList pr
   }
   attachment.data = *data;
   attachment.subnodes = *subnodes;
-  attachment.properties = std::move(properties);
+  if (Status status = KeepAttachmentRow(database, rows, properties, attachment); !status.ok()) {
+    database.AbandonBlock(*data);
+    database.AbandonBlock(*subnodes);
+    return status;
+  }
   return attachment;
 }
 
 Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properties,
                                    const RowSource& recipients,
-                                   std::vector<StoredAttachment> attachments,
-                                   MessageLayouts& layouts) {
+                                   std::span<const StoredAttachment> attachments,
+                                   PackedRows& attachmentRows, MessageLayouts& layouts) {
   Parts parts(database);
   PropertyContextBuilder builder(database);
   std::uint64_t size = 0;
@@ -251,7 +290,7 @@ Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properti
   parts.Add(kNidRecipientTable, recipientTable->roots.data, recipientTable->roots.subnodes);
   size += recipientTable->size;
   if (!attachments.empty()) {
-    auto table = WriteAttachmentTable(database, attachments, layouts);
+    auto table = WriteAttachmentTable(database, attachments, attachmentRows, layouts);
     if (!table.ok()) return fail(table.status());
     parts.Add(kNidAttachmentTable, table->roots.data, table->roots.subnodes);
     size += table->size;

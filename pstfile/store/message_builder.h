@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/status.h"
+#include "pstfile/ltp/packed_rows.h"
 #include "pstfile/ltp/table_layout.h"
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/store/message_parts.h"
@@ -40,13 +41,17 @@ struct MessageLayouts {
   std::vector<PropTag> columns;  // of the table being laid out
 };
 
-// Everything passed in is given back to the database on failure.
-platform::Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PropertyList properties,
+// Puts the cells of an attachment's row where its message will find them.
+platform::Status KeepAttachmentRow(NodeDatabase& database, PackedRows& rows,
+                                   const PropertyList& properties, StoredAttachment& attachment);
+// Everything passed in is given back to the database on failure; of attachments, the rows stay.
+platform::Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PackedRows& rows,
+                                                   PropertyList properties,
                                                    std::optional<StoredMessage> embedded);
 platform::Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properties,
                                              const RowSource& recipients,
-                                             std::vector<StoredAttachment> attachments,
-                                             MessageLayouts& layouts);
+                                             std::span<const StoredAttachment> attachments,
+                                             PackedRows& attachmentRows, MessageLayouts& layouts);
 
 // Logical bytes of an object in the file: its data and all its subnodes.
 platform::Result<std::uint64_t> LogicalSizeOf(const NodeDatabase& database, BlockId data,

@@ -6,9 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "pstfile/ltp/property_list.h"
+#include "pstfile/ltp/row_source.h"
 #include "pstfile/ndb/ids.h"
 
 namespace parvane::pstfile {
@@ -30,27 +30,9 @@ struct StoredAttachment {
   NodeId node;
   BlockId data;
   BlockId subnodes;
-  std::uint64_t size = 0;   // logical bytes, as they count in the message's size
-  PropertyList properties;  // as the attachment row needs them
-};
-
-// Rows where somebody has them, so that a long recipient list need not exist twice.
-class RowSource {
- public:
-  virtual ~RowSource() = default;
-  virtual std::size_t RowCount() const = 0;
-  virtual const PropertyList& Row(std::size_t index) const = 0;
-};
-
-// Rows held as property lists.
-class ListRowSource final : public RowSource {
- public:
-  explicit ListRowSource(std::span<const PropertyList> rows) : _rows(rows) {}
-  std::size_t RowCount() const override { return _rows.size(); }
-  const PropertyList& Row(std::size_t index) const override { return _rows[index]; }
-
- private:
-  std::span<const PropertyList> _rows;
+  std::uint64_t size = 0;  // logical bytes, as they count in the message's size
+  std::uint64_t row = 0;   // where the store keeps its row's cells, until it is used or abandoned
+  std::uint32_t columns = 0;  // those of its cells that not every attachment table has
 };
 
 }  // namespace parvane::pstfile

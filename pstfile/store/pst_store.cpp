@@ -187,8 +187,8 @@ Result<StoredAttachment> PstStore::WriteAttachment(PropertyList properties,
     if (embedded) Abandon(*embedded);
     return status;
   }
-  return _state->End(
-      BuildAttachment(*_state->database, std::move(properties), std::move(embedded)));
+  return _state->End(BuildAttachment(*_state->database, _state->attachmentRows,
+                                     std::move(properties), std::move(embedded)));
 }
 
 Result<StoredAttachment> PstStore::ShareAttachment(MessageReader& message, NodeId attachment) {
@@ -206,8 +206,12 @@ Result<StoredAttachment> PstStore::ShareAttachment(MessageReader& message, NodeI
   auto properties =
       CopyProperties(*_state->database, {attachment, location->data, location->subnodes, NodeId()});
   if (!properties.ok()) return properties.status();
-  return StoredAttachment{attachment, location->data, location->subnodes, *size,
-                          std::move(*properties)};
+  StoredAttachment shared{attachment, location->data, location->subnodes, *size};
+  if (Status status = _state->Begin(); !status.ok()) return status;
+  Status status = _state->End(
+      KeepAttachmentRow(*_state->database, _state->attachmentRows, *properties, shared));
+  if (!status.ok()) return status;
+  return shared;
 }
 
 Result<StoredMessage> PstStore::WriteMessage(PropertyList properties, const RowSource& recipients,
@@ -218,8 +222,17 @@ Result<StoredMessage> PstStore::WriteMessage(PropertyList properties, const RowS
     for (const StoredAttachment& attachment : attachments) Abandon(attachment);
     return status;
   }
-  return _state->End(BuildMessage(*_state->database, std::move(properties), recipients,
-                                  std::move(attachments), _state->layouts));
+  auto message = BuildMessage(*_state->database, std::move(properties), recipients, attachments,
+                              _state->attachmentRows, _state->layouts);
+  for (const StoredAttachment& attachment : attachments) {
+    _state->attachmentRows.Release(*_state->database, attachment.row);
+  }
+  return _state->End(std::move(message));
+}
+
+Status PstStore::KeepRow(PackedRows& rows, const PropertyList& row, std::uint64_t& position) {
+  if (Status status = _state->Begin(); !status.ok()) return status;
+  return _state->End(rows.Add(_state->database.get(), row, position));
 }
 
 void PstStore::Abandon(const StoredValue& value) {
@@ -232,6 +245,7 @@ void PstStore::Abandon(const PropertyList& properties) {
 
 void PstStore::Abandon(const StoredAttachment& attachment) {
   if (_state->closed) return;
+  _state->attachmentRows.Release(*_state->database, attachment.row);
   _state->database->AbandonBlock(attachment.data);
   _state->database->AbandonBlock(attachment.subnodes);
 }

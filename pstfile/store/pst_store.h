@@ -38,6 +38,7 @@
 #include "platform/file.h"
 #include "platform/status.h"
 #include "pstfile/ltp/heap_page.h"
+#include "pstfile/ltp/packed_rows.h"
 #include "pstfile/ltp/property_list.h"
 #include "pstfile/ltp/property_reader.h"
 #include "pstfile/ltp/table_reader.h"
@@ -205,6 +206,9 @@ class PstStore {
   // attachments pass to the message; when this fails they are given back.
   platform::Result<StoredMessage> WriteMessage(PropertyList properties, const RowSource& recipients,
                                                std::vector<StoredAttachment> attachments);
+  // Adds a row to those that wait for WriteMessage, in memory or in the file's blocks. They are the
+  // caller's to clear.
+  platform::Status KeepRow(PackedRows& rows, const PropertyList& row, std::uint64_t& position);
   void Abandon(const StoredValue& value);
   void Abandon(const PropertyList& properties);  // its stored values
   void Abandon(const StoredAttachment& attachment);

@@ -18,6 +18,7 @@ struct PstStore::State {
   std::optional<FolderSet> folders;
   std::optional<NameMap> names;
   MessageLayouts layouts;
+  PackedRows attachmentRows;  // of attachments that are part of nothing yet
   StoreOptions options;
   bool modified = false;
   bool hasPassword = false;

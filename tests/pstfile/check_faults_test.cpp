@@ -53,7 +53,10 @@ class StoreMaker : public StoreTest {
     attachments.push_back(std::move(*attached));
     patient.file1 = attachments[0].node;
     patient.carrier = attachments[1].node;
-    patient.embedded = attachments[1].properties.FindId(0x3701)->object.node;
+    auto carried = PropertyReader::Open(
+        store->database(), {patient.carrier, attachments[1].data, attachments[1].subnodes});
+    EXPECT_TRUE(carried.ok());
+    patient.embedded = carried->Object(tags::kAttachDataObject)->node;
     patient.message =
         Insert(patient.inbox, Write(Message(u"first", std::u16string(4000, u'b'), 0x11),
                                     {Recipient(u"Ada", u"a@x.org"), Recipient(u"Ben", u"b@x.org")},
