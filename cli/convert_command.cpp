@@ -156,6 +156,7 @@ class Conversion {
     mapi::SetBuiltinOptions(builtin);
     // A MAPI that does not start is told by the engine, when it finds no session.
     const MapiRun mapiRun(_options.mapi);
+    if (_record.appended && mapiRun.status().ok() && !AvoidForeignFolders()) return false;
     if (_destination.replaced && mapiRun.status().ok() && !PutOldAside()) return false;
     std::unique_ptr<IAssetStoreMutable> pst = StoreFactory::CreateStoreMutable(
         CWLEngine::kOrphanPSTMAPIStore, _destination.path, std::nullopt);
@@ -175,6 +176,15 @@ class Conversion {
     _witness.Settle();
     if (_witness.DestinationFailed())
       FailWithReason(RunProblem::kPstNotWritten, "could not be written");
+    return true;
+  }
+
+  // Mail put into a calendar would make it a mail folder.
+  bool AvoidForeignFolders() {
+    auto foreign = ForeignFolders::In(_destination.path);
+    if (!foreign.ok()) return Fail(RunProblem::kPstNotOpened, foreign.status().message());
+    _plan.Avoid(*foreign);
+    _record.renamed = _plan.renamed();
     return true;
   }
 

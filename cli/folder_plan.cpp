@@ -1,6 +1,7 @@
 #include "cli/folder_plan.h"
 
 #include <algorithm>
+#include <map>
 
 namespace parvane::cli {
 
@@ -59,6 +60,31 @@ void FolderPlan::AddStore(const IAssetStore& store, std::u16string_view topName,
   for (IAssetFolder* folder : root->GetSubFolders())
     AddTree(folder, holdsItself ? std::u16string(topName) : folder->FolderName().value_or(u""),
             parent);
+}
+
+void FolderPlan::Avoid(const ForeignFolders& foreign) {
+  if (foreign.empty()) return;
+  std::map<std::vector<std::u16string>, RenamedFolder*> renamedBefore;
+  for (RenamedFolder& renamed : _renamed) renamedBefore.emplace(renamed.path, &renamed);
+  std::vector<RenamedFolder> renamedNow;
+  for (PlannedFolder& folder : _folders) {
+    const std::vector<std::u16string> before = folder.path;
+    const std::u16string wanted = folder.name;
+    if (folder.parent != kTopFolder) folder.path = _folders[folder.parent].path;
+    folder.path.resize(before.size());
+    folder.path.back() = folder.name;
+    while (foreign.Contains(folder.path)) {
+      folder.name = _children[folder.parent == kTopFolder ? 0 : folder.parent + 1].Take(wanted);
+      folder.path.back() = folder.name;
+    }
+    const auto known = renamedBefore.find(before);
+    if (known != renamedBefore.end()) {
+      known->second->path = folder.path;
+    } else if (folder.name != wanted) {
+      renamedNow.push_back({wanted, folder.path});
+    }
+  }
+  _renamed.insert(_renamed.end(), renamedNow.begin(), renamedNow.end());
 }
 
 std::uint64_t FolderPlan::TotalBytes() const {

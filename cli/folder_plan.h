@@ -8,6 +8,7 @@
 
 #include "cli/conversion_record.h"
 #include "cli/folder_names.h"
+#include "cli/foreign_folders.h"
 #include "engine/stores.h"
 
 namespace parvane::cli {
@@ -36,6 +37,9 @@ class FolderPlan {
   // source and takes topName.
   void AddStore(const QuelmarMIMEEngineCommon::IAssetStore& store, std::u16string_view topName,
                 bool holdsItself);
+
+  // Gives other names to the folders that would become one with these.
+  void Avoid(const ForeignFolders& foreign);
 
   const std::vector<PlannedFolder>& folders() const { return _folders; }
   // Those whose names had to change.

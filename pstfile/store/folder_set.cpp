@@ -110,7 +110,7 @@ Result<FolderSet::Folder*> FolderSet::GetWithNames(NodeId id) {
   if (!folder.ok()) return folder;
   (*folder)->names = std::move(names);
   (*folder)->namesKnown = true;
-  _namesHeld += (*folder)->names.size();
+  _namesHeld += (*folder)->names.size() + 1;
   return folder;
 }
 
@@ -124,13 +124,15 @@ void FolderSet::DropNames() {
 }
 
 void FolderSet::DropIdle() {
-  if (_folders.size() < kMaxIdle) return;
+  if (_folders.size() < std::max(kMaxIdle, _dropIdleAt)) return;
   for (auto at = _folders.begin(); at != _folders.end();) {
     const Folder& folder = at->second;
     const bool inUse = folder.changed || folder.tables[0] || folder.tables[1] || folder.tables[2] ||
                        folder.namesKnown;
     at = inUse ? std::next(at) : _folders.erase(at);
   }
+  // Looked at again when there are twice as many: each new folder pays for one that is in use.
+  _dropIdleAt = 2 * _folders.size();
 }
 
 Result<std::unique_ptr<TableEditor>> FolderSet::OpenTable(NodeId table) {
@@ -193,10 +195,12 @@ Status FolderSet::FlushEditor(NodeId table, TableEditor& editor) {
 
 Status FolderSet::FlushTable(NodeId id, NodeKind kind) {
   if (kind == NodeKind::kHierarchyTable) {
-    const std::vector<NodeId> changed(_changed.begin(), _changed.end());
-    for (const NodeId child : changed) {
-      const auto found = _folders.find(child);
-      if (found == _folders.end() || found->second.parent != id) continue;
+    std::vector<NodeId> children;
+    for (auto at = _changed.lower_bound({id, NodeId()}); at != _changed.end() && at->first == id;
+         ++at) {
+      children.push_back(at->second);
+    }
+    for (const NodeId child : children) {
       if (Status status = FlushCounts(child); !status.ok()) return status;
     }
   }
@@ -234,14 +238,14 @@ Status FolderSet::FlushCounts(NodeId id) {
     if (!status.ok() && status.code() != StatusCode::kNotFound) return status;
   }
   _folders.at(id).changed = false;
-  _changed.erase(id);
+  _changed.erase({parent, id});
   return {};
 }
 
 Status FolderSet::Flush() {
   // Counts first: they change rows of the parents' tables.
-  const std::vector<NodeId> changed(_changed.begin(), _changed.end());
-  for (const NodeId id : changed) {
+  const std::vector<std::pair<NodeId, NodeId>> changed(_changed.begin(), _changed.end());
+  for (const auto& [parent, id] : changed) {
     if (Status status = FlushCounts(id); !status.ok()) return status;
   }
   for (auto& [id, folder] : _folders) {
@@ -257,7 +261,7 @@ Status FolderSet::Flush() {
 void FolderSet::CountsChanged(Folder& folder) {
   if (folder.changed) return;
   folder.changed = true;
-  _changed.insert(folder.node);
+  _changed.emplace(folder.parent, folder.node);
 }
 
 // A node with the table's template and whatever blocks it may share. An empty template of the

@@ -12,6 +12,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/status.h"
@@ -92,8 +93,9 @@ class FolderSet {
   };
   std::vector<OpenedTable> _open;
   std::size_t _namesHeld = 0;
+  std::size_t _dropIdleAt = 0;  // folders; they may all be in use
   std::uint64_t _clock = 0;
-  std::set<NodeId> _changed;  // folders whose counts changed
+  std::set<std::pair<NodeId, NodeId>> _changed;  // parent and folder, of those whose counts changed
   std::optional<NodeRecord> _templates[3];
 };
 

@@ -168,8 +168,8 @@ class PstStore {
   platform::Result<NodeId> ParentOf(NodeId folderOrMessage);
   // Names compare without regard to case. kNotFound.
   platform::Result<NodeId> FindFolder(NodeId parent, std::u16string_view name);
-  // kExists when a sibling has that name. `properties` may set anything but name and counts; the
-  // container class is "IPF.Note" unless given. Forces no flush.
+  // kExists when a sibling has that name. `properties` may set anything but name and counts, the
+  // container class among them, which no folder has by itself. Forces no flush.
   platform::Result<NodeId> CreateFolder(NodeId parent, std::u16string_view name,
                                         const PropertyList& properties = {});
   platform::Result<std::vector<SubfolderEntry>> Subfolders(NodeId folder);

@@ -75,7 +75,6 @@ Result<NodeId> PstStore::CreateFolder(NodeId parentId, std::u16string_view name,
   all.SetInt32(tags::kContentCount, 0);
   all.SetInt32(tags::kContentUnreadCount, 0);
   all.SetBool(tags::kSubfolders, false);
-  if (!all.Find(tags::kContainerClass)) all.SetText(tags::kContainerClass, u"IPF.Note");
   for (const PropTag tag : {tags::kPstHiddenCount, tags::kPstHiddenUnread}) {
     if (!all.Find(tag)) all.SetInt32(tag, 0);
   }

@@ -514,12 +514,11 @@ TEST_F(RawFolders, AreRebuiltAlongTheSourcesPath) {
     EXPECT_TRUE(
         ComPointer<IMAPIFolder>::Attach(PSTStoreHelper::CreateMAPIFolder(&inner, root.get())));
   const std::string comment = "(This folder was imported using Lindrel)";
-  EXPECT_THAT(CloseAndList(), ElementsAre("Source[IPF.Note] " + comment + ":",
-                                          " Source[IPF.Note] " + comment + ":"));
+  EXPECT_THAT(CloseAndList(),
+              ElementsAre("Source[none] " + comment + ":", " Source[IPF.Note] " + comment + ":"));
 }
 
 TEST_F(RawFolders, AreRecordedAsSpecialFolders) {
-  // The store gives its own default class, that of mail, to folders that are created without one.
   struct Case {
     AssetFolderType type;
     ULONG tag;
@@ -527,9 +526,9 @@ TEST_F(RawFolders, AreRecordedAsSpecialFolders) {
   };
   const Case cases[] = {{kAssetFolderTypeAppointment, 0x36D00102, "IPF.Appointment"},
                         {kAssetFolderTypeContact, 0x36D10102, "IPF.Contact"},
-                        {kAssetFolderTypeJournal, 0x36D20102, "IPF.Note"},
-                        {kAssetFolderTypeStickyNote, 0x36D30102, "IPF.Note"},
-                        {kAssetFolderTypeTask, 0x36D40102, "IPF.Note"},
+                        {kAssetFolderTypeJournal, 0x36D20102, "none"},
+                        {kAssetFolderTypeStickyNote, 0x36D30102, "none"},
+                        {kAssetFolderTypeTask, 0x36D40102, "none"},
                         {kAssetFolderTypeEmail, 0, "IPF.Note"}};
   for (const Case& test : cases) {
     const std::u16string name = parvane::platform::Utf8ToUtf16(std::to_string(test.type));
