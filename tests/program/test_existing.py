@@ -18,8 +18,8 @@ HEADER_VERSION, HEADER_MAPS_VALID, HEADER_CRYPT = 10, 248, 513
 FOLDER, SEARCH_FOLDER, HIERARCHY, CONTENTS = 0x02, 0x03, 0x0D, 0x0E
 NAME_MAP, MESSAGE_STORE, PASSWORD = 0x61, 0x21, 0x67FF
 # What adding mail to a folder changes of it: counts, whether it has subfolders, its class.
-CHANGING = {0x3602, 0x3603, 0x360A, 0x3613}
-ROW_VERSION = 0x67F3
+CLASS, ROW_VERSION = 0x3613, 0x67F3
+CHANGING = {0x3602, 0x3603, 0x360A, CLASS}
 
 
 def content(pst, data, subnodes):
@@ -96,6 +96,14 @@ class Editor:
         assert at > 0
         struct.pack_into('<I', plain, at + 4, value)
         self.block(bid, plain, self.pst.crypt)
+        return self
+
+    def replace(self, text, other):
+        """A text of the same length in every heap."""
+        for bid in self.pst.bbt:
+            old, new = (t.encode('utf-16le') for t in (text, other))
+            if not bid & 2 and old in (plain := bytes(self.pst.block(bid))):
+                self.block(bid, plain.replace(old, new), self.pst.crypt)
         return self
 
     def maps(self, fill):
@@ -211,6 +219,22 @@ class OutlookFiles(PstTest):
         self.add_mail(pst, '--log', log)
         self.assertIn('password', log.read_text('utf-8'))
         self.assert_all_is_there(before, pst)
+
+    def test_mail_does_not_turn_other_folders_into_mail_folders(self):
+        pst = self.sample('sample1.pst')
+        Editor(pst).replace('IPF.Note', 'IPF.Task').save()
+        before = snapshot(pst)
+        source = self.write('sample1.mbox', mailboxes.many(3))
+        for messages in (1, 2):  # the second time it is a mail folder of ours
+            account = self.convert('--append', source, pst)
+            self.assertEqual(account['renamedFolders'],
+                             [{'wanted': 'sample1', 'path': ['sample1 (2)']}])
+            self.assertEqual(self.listed_folders(pst)['sample1 (2)',], 3 * messages)
+        now, _ = snapshot(pst)
+        for nid, (_, (_, value, _)) in before[0].items():
+            if nid & 0x1F == FOLDER and CLASS in value:
+                self.assertEqual(now[nid][1][1][CLASS], value[CLASS])
+        self.check_structure(pst)
 
     def test_other_kinds_are_refused_with_their_names(self):
         source = self.write('Inbox.mbox', mailboxes.many(1))
