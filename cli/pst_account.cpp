@@ -81,6 +81,10 @@ constexpr Meaning kMeanings[] = {
     {mapi::MAPI_E_CORRUPT_STORE, "the PST is damaged", true},
     {mapi::MAPI_E_END_OF_SESSION, "the session has ended", true},
     {mapi::MAPI_E_NOT_FOUND, "not found", false},
+    {mapi::MAPI_E_TOO_BIG, "too large", false},
+    {mapi::MAPI_E_TABLE_TOO_BIG, "too many", false},
+    {mapi::MAPI_E_NO_SUPPORT, "not supported", false},
+    {mapi::MAPI_E_INVALID_TYPE, "not of a type it takes", false},
     {mapi::MAPI_E_LOGON_FAILED, "log-on failed", false},
     {mapi::MAPI_E_NOT_INITIALIZED, "MAPI is not running", false},
     {mapi::MAPI_E_BUSY, "busy", false},
@@ -108,11 +112,8 @@ class OfResults final : public PstAccount {
     return _open && platform::FileSystem::Default().FileExists(Path());
   }
   bool Failed() const override { return !_writeFailure.empty(); }
-  std::uint64_t Failures() const override { return _failures + mapi::FailureCount(); }
-  std::string LastFailure() const override {
-    if (mapi::FailureCount() == _refusals) return _lastFailure;
-    return fmt::format("{}: {}", platform::PathForDisplay(Path()), mapi::LastFailure().text);
-  }
+  std::uint64_t Failures() const override { return _failures; }
+  std::string LastFailure() const override { return _lastFailure; }
   std::string WriteFailure() const override { return _writeFailure; }
   std::string Reason() const override {
     return _writeFailure.empty() ? _firstFailure : _writeFailure;
@@ -127,7 +128,6 @@ class OfResults final : public PstAccount {
     const Meaning* meaning = MeaningOf(result);
     const bool final = step == DestinationStep::kLogOff || (meaning && meaning->ofTheFile);
     ++_failures;
-    _refusals = mapi::FailureCount();
     _lastFailure = fmt::format("{}: {} ({})", platform::PathForDisplay(Path()), NameOf(step),
                                ResultText(result));
     if (_firstFailure.empty()) _firstFailure = _lastFailure;
@@ -136,8 +136,7 @@ class OfResults final : public PstAccount {
 
  private:
   std::uint64_t _saved = 0;
-  std::uint64_t _failures = 0;  // of steps
-  std::uint64_t _refusals = 0;  // of parts of messages, noted before the last of these
+  std::uint64_t _failures = 0;
   bool _open = false;
   std::string _firstFailure;
   std::string _lastFailure;

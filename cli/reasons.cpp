@@ -70,8 +70,6 @@ Reason ReasonOf(FailureKind kind) {
       return {"broke-off", "the conversion broke off"};
     case FailureKind::kNotSaved:
       return {"not-saved", "could not be saved"};
-    case FailureKind::kNotKeptWhole:
-      return {"not-kept-whole", "could not be kept whole"};
     case FailureKind::kNotCommitted:
       return {"not-committed", "was not yet in the file when writing failed"};
   }

@@ -18,7 +18,6 @@ enum class FailureKind {
   kNotConverted,
   kBrokeOff,
   kNotSaved,
-  kNotKeptWhole,
   kNotCommitted,
 };
 

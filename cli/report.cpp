@@ -278,7 +278,8 @@ class ReportWriter {
 ExitCode Outcome(const ConversionRecord& record) {
   if (!record.error.empty()) return ExitCode::kCouldNotFinish;
   if (record.interrupted) return ExitCode::kInterrupted;
-  if (record.Failed() > 0 || !record.leftBehind.empty() || !record.readFailures.empty())
+  if (record.Failed() > 0 || !record.leftBehind.empty() || !record.readFailures.empty() ||
+      !record.RemarksOf(engine::RemarkKind::kRefused).empty())
     return ExitCode::kMailLeftBehind;
   return ExitCode::kDone;
 }

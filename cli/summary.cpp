@@ -47,6 +47,8 @@ class SummaryWriter {
       if (count > 0) line += fmt::format(", {} {}", Counted(count, noun), what);
     };
     more(_record.leftBehind.total, "piece", "of mail left behind");
+    more(_record.RemarksOf(engine::RemarkKind::kRefused).total, "part",
+         "of messages refused by the PST");
     more(_record.readFailures.size(), "mailbox", "not read as it is");
     return line;
   }

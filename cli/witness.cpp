@@ -6,6 +6,7 @@
 
 #include "cli/format.h"
 #include "cli/message_id.h"
+#include "cli/property_names.h"
 #include "platform/file.h"
 #include "platform/text.h"
 
@@ -83,13 +84,12 @@ void Witness::FinishItem() {
   _itemOpen = false;
   const std::uint64_t savedBefore = std::exchange(_saved, _pst->Saved());
   const bool saved = _saved > savedBefore;
-  const bool refused = _pst->Failures() != _failures;
   if (!saved) {
     _itemProblem = FailureKind::kNotSaved;
-  } else if (refused) {
-    _itemProblem = FailureKind::kNotKeptWhole;
+    _itemProblemDetail = _pst->Failures() != _failures ? _pst->LastFailure() : "";
+  } else if (!_pst->Failed()) {
+    AddRefusals();
   }
-  if (refused) _itemProblemDetail = _pst->LastFailure();
   _item.failed = _itemProblem.has_value();
   if (_item.failed)
     AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), OneLine(_itemDetails));
@@ -113,6 +113,20 @@ void Witness::AddRemark(engine::Remark remark) {
   _logs.Detailed(
       fmt::format("{}: {}", WordsOf(entry.remark.kind).logMark, Describe(_record, entry)));
   _record.Add(std::move(entry));
+}
+
+void Witness::AddRefusals() {
+  const std::string told = _pst->Failures() != _failures ? _pst->LastFailure() : "";
+  // The PST knows of one that nobody has noted.
+  if (_itemRefusals.empty() && !told.empty()) AddRemark({engine::RemarkKind::kRefused, {}, told});
+  for (const mapi::Refusal& refusal : _itemRefusals) {
+    std::string place = refusal.tag == 0 ? "more of it" : PropertyName(refusal.tag);
+    if (!refusal.file.empty())
+      place += fmt::format(" of \"{}\"", platform::Utf16ToUtf8(refusal.file));
+    std::string text = told.empty() || _itemRefusals.size() > 1 ? ResultText(refusal.result) : told;
+    if (refusal.count > 1) text += fmt::format(", {} times", WithThousands(refusal.count));
+    AddRemark({engine::RemarkKind::kRefused, std::move(place), std::move(text)});
+  }
 }
 
 void Witness::CountCommitted() {
@@ -168,6 +182,7 @@ void Witness::MessageRead(const engine::MessageLocation& message, std::string_vi
   _failures = _pst->Failures();
   _itemProblem.reset();
   _itemProblemDetail.clear();
+  _itemRefusals.clear();
   _itemDetails.clear();
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
@@ -242,6 +257,7 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   }
   _record.withoutDate += notes.dateMissing;
   _record.unreadableDate += notes.dateUnreadable;
+  _itemRefusals = notes.refusals;
   for (const engine::Remark& remark : notes.remarks) AddRemark(remark);
   if (notes.dateChangedByRepair) {
     const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);

@@ -9,6 +9,7 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/conversion_record.h"
 #include "cli/logs.h"
@@ -82,6 +83,8 @@ class Witness : public engine::SourceObserver,
   void FinishItem();
   void AddFailure(const Item& item, FailureKind kind, std::string detail, std::string details);
   void AddRemark(engine::Remark remark);  // about the item in hand
+  // The item in hand was saved without something.
+  void AddRefusals();
   // Takes from the queue what the PST has committed since.
   void CountCommitted();
 
@@ -97,6 +100,7 @@ class Witness : public engine::SourceObserver,
   bool _itemOpen = false;
   std::optional<FailureKind> _itemProblem;
   std::string _itemProblemDetail;
+  std::vector<mapi::Refusal> _itemRefusals;
   std::u16string _itemDetails;  // as the engine logs them; kept for a failure only
 
   std::uint64_t _failures = 0;   // of the PST, when the item in hand was read

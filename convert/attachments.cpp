@@ -9,8 +9,8 @@
 #include "convert/properties/mapi_properties.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
-#include "mapi/diagnostics.h"
 #include "mapi/identifiers.h"
+#include "mapi/refusals.h"
 #include "mapi/tags.h"
 #include "mime/cls_email.h"
 #include "mime/transfer_encoding.h"
@@ -47,6 +47,7 @@ void WriteText(IAttach& attachment, TsEmail& email, int index, Getter get, ULONG
 void WriteFileName(IAttach& attachment, TsEmail& email, int index, Getter get) {
   TsString name;
   if (!(email.*get)(index, name)) return;
+  RefusalsConcern(name.viewUnicode());
   SetPropString(&attachment, PR_ATTACH_LONG_FILENAME_W, name.getUnicode());
   SetPropString(&attachment, PR_DISPLAY_NAME_W, name.getUnicode());
 }
@@ -93,6 +94,7 @@ void MIMEToMAPIMessageConverter::WriteAttachments(TsEmail* email, IMessage* mess
       written =
           Note(attachment->SaveChanges(FORCE_SAVE), PR_MESSAGE_ATTACHMENTS) && !_attachmentFailed;
     }
+    RefusalsConcern({});
     if (_reportP) ++(written ? _reportP->attachmentsWritten : _reportP->attachmentsFailed);
   }
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "mapi/refusals.h"
 #include "platform/time.h"
 
 namespace parvane::convert {
@@ -29,6 +30,7 @@ struct ConversionReport {
   // Of the message and of all messages in it.
   std::vector<Part> unconvertedParts;
   std::vector<RemovedAttachment> removedAttachments;
+  std::vector<mapi::Refusal> refusals;
   std::uint32_t attachmentsWritten = 0;
   std::uint32_t attachmentsFailed = 0;
 

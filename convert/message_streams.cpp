@@ -5,8 +5,8 @@
 #include <cstddef>
 
 #include "mapi/constants.h"
-#include "mapi/diagnostics.h"
 #include "mapi/identifiers.h"
+#include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "platform/simd/ascii.h"
 

@@ -67,6 +67,7 @@ class MIMEToMAPIMessageConverter {
 
   void AddRecipient(const std::u16string& name, const std::u16string& address,
                     parvane::mapi::IMessage& message, parvane::mapi::ULONG recipientType);
+  void WriteAll(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteHeaderTexts(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteTimes(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteFlags(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
@@ -76,6 +77,7 @@ class MIMEToMAPIMessageConverter {
 
   parvane::mapi::IMAPISession* _sessionP;             // borrowed
   parvane::mapi::IAddrBook* _addressBookP = nullptr;  // owned
+  parvane::mapi::HRESULT _addressBookOpened = 0;
   parvane::convert::ConversionReport* _reportP = nullptr;
   int _depth = 0;                  // messages around the one being written
   bool _attachmentFailed = false;  // something of the attachment in hand was refused

@@ -7,7 +7,7 @@
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
 #include "mapi/constants.h"
-#include "mapi/diagnostics.h"
+#include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/cls_email.h"

@@ -10,6 +10,8 @@
 #include "convert/message_streams.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
+#include "mapi/refusals.h"
+#include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/cls_email.h"
 #include "mime/date_parser.h"
@@ -75,7 +77,7 @@ const char* PlainHeader(const ClsEmail& email) {
 }  // namespace
 
 MIMEToMAPIMessageConverter::MIMEToMAPIMessageConverter(IMAPISession* session) : _sessionP(session) {
-  if (_sessionP) _sessionP->OpenAddressBook(0, nullptr, 0, &_addressBookP);
+  if (_sessionP) _addressBookOpened = _sessionP->OpenAddressBook(0, nullptr, 0, &_addressBookP);
 }
 
 MIMEToMAPIMessageConverter::~MIMEToMAPIMessageConverter() {
@@ -85,12 +87,23 @@ MIMEToMAPIMessageConverter::~MIMEToMAPIMessageConverter() {
 
 int MIMEToMAPIMessageConverter::WriteMail(TsEmail* email, IMessage* message, bool) {
   if (!email || !message) return -1;
+  if (!_reportP || _depth > 0) {
+    WriteAll(email, message);
+    return 0;
+  }
+  RefusalLog refusals;
+  if (Failed(_addressBookOpened)) NoteRefusal(_addressBookOpened, PR_ENTRYID);
+  WriteAll(email, message);
+  _reportP->refusals = refusals.Take();
+  return 0;
+}
+
+void MIMEToMAPIMessageConverter::WriteAll(TsEmail* email, IMessage* message) {
   SetPropString(message, PR_MESSAGE_CLASS_W, u"IPM.Note");
   WriteMetaData(email, message);
   WriteContent(email, message);
   WriteAttachment(email, message);
   if (_reportP) NoteLeftovers(email);
-  return 0;
 }
 
 bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message) {

@@ -15,6 +15,7 @@
 
 #include "engine/folders.h"
 #include "engine/stores.h"
+#include "mapi/refusals.h"
 #include "platform/status.h"
 #include "platform/time.h"
 
@@ -63,7 +64,7 @@ enum class RemarkKind {
   kDateChanged,         // told by dateChangedByRepair below
   kAttachmentDetached,  // its mail program had removed an attachment and left a note about it
   kMarkedDeleted,       // its mail program no longer shows it, and would remove it in time
-  kRefused,             // MAPI did not take a property, a recipient list, an attachment
+  kRefused,             // MAPI did not take a part of it; told by the refusals below
 };
 inline constexpr std::size_t kRemarkKinds = 5;
 
@@ -77,6 +78,7 @@ struct Remark {
 struct ConversionNotes {
   std::vector<UnconvertedPart> unconvertedParts;
   std::vector<Remark> remarks;
+  std::vector<mapi::Refusal> refusals;  // by the destination's MAPI, until the message was saved
   std::uint32_t attachmentsWritten = 0;
   std::uint32_t attachmentsFailed = 0;
   bool dateMissing = false;     // no Date header

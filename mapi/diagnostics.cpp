@@ -1,11 +1,9 @@
 #include "mapi/diagnostics.h"
 
-#include <cstdio>
 #include <cstring>
 #include <list>
 
 #include "mapi/diagnostics_recorder.h"
-#include "mapi/results.h"
 
 namespace parvane::mapi {
 namespace {
@@ -48,15 +46,6 @@ const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path) {
 const Failure& FirstFailure() { return TheState().firstFailure; }
 const Failure& LastFailure() { return TheState().lastFailure; }
 std::uint64_t FailureCount() { return TheState().failures; }
-void NoteRefusal(HRESULT result, ULONG tag) noexcept {
-  // The built-in MAPI keeps a record of every file.
-  if (result == MAPI_E_COMPUTED || !TheState().records.empty()) return;
-  char text[80];
-  std::snprintf(text, sizeof text, "MAPI refused the property 0x%08X (0x%08X)",
-                static_cast<unsigned>(tag), static_cast<unsigned>(result));
-  RecordFailure(nullptr, result, text);
-}
-
 std::uint64_t LiveObjects() { return static_cast<std::uint64_t>(TheState().objects); }
 std::uint64_t LiveBuffers() { return static_cast<std::uint64_t>(TheState().buffers); }
 

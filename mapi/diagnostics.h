@@ -2,8 +2,8 @@
 //
 // MAPI's own results tell a caller that a call was accepted; these counters tell what has reached
 // the file. They are polled, survive log-off, and are kept for each personal folder file the
-// process has touched. The system's MAPI reports nothing here; what a caller saw it refuse, the
-// caller notes.
+// process has touched. The system's MAPI reports nothing here; what either refused of a message is
+// told by mapi/refusals.h.
 #pragma once
 
 #include <cstdint>
@@ -57,10 +57,6 @@ const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path);
 const Failure& FirstFailure();
 const Failure& LastFailure();
 std::uint64_t FailureCount();
-// For whoever writes a property or a table of an object (PR_MESSAGE_RECIPIENTS...) and does not
-// hand the result on: counts it as a failure, unless the built-in MAPI has done so itself. What
-// MAPI computes by itself (MAPI_E_COMPUTED) is no loss.
-void NoteRefusal(HRESULT result, ULONG tag) noexcept;
 // Objects of the built-in MAPI (sessions, stores, tables, streams...) not yet released.
 std::uint64_t LiveObjects();
 // Buffers obtained from the built-in MAPI and not yet freed.

@@ -5,7 +5,6 @@
 #include "engine/auto_release_iunknown.h"
 #include "engine/destination_observer.h"
 #include "mapi/constants.h"
-#include "mapi/diagnostics.h"
 #include "mapi/results.h"
 #include "platform/text.h"
 #include "pst/pst_asset_folder.h"
@@ -133,22 +132,12 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
     progressPresenter->ProgressMessage(details);
   }
-  const auto logError = [&] {
-    if (logReport)
-      logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
-  };
-  // Nothing has been kept of an item that had no message to go to, whatever it says, and not all of
-  // one during which the MAPI failed: an attachment too large for the format, say.
-  const std::uint64_t failures = parvane::mapi::FailureCount();
-  bool converted = ConvertAsset(asset, message) && message != nullptr;
-  if (parvane::mapi::FailureCount() != failures) converted = false;
-  if (!converted) logError();
+  // Nothing has been kept of an item that had no message to go to, whatever it says.
+  const bool converted = ConvertAsset(asset, message) && message != nullptr;
+  if (!converted && logReport)
+    logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
   // Whatever a failed conversion managed to write stays.
   if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
-  if (converted && parvane::mapi::FailureCount() != failures) {
-    converted = false;
-    logError();
-  }
   if (logReport) logReport->WriteLog(details.append(u"\r\n\r\n"), false, true);
   return converted;
 }

@@ -47,8 +47,8 @@ class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
 
   // Creates one message for each item of the source folder, lets the item write itself into it and
   // saves it, also after a failure. Failed, with nothing done, when the source's type is not this
-  // folder's. An item that is not of the folder's kind throws std::bad_cast. An item of which the
-  // built-in MAPI could not keep everything counts as failed, whatever it says itself. When the
+  // folder's. An item that is not of the folder's kind throws std::bad_cast. What MAPI does not
+  // take of an item makes it no failure (mapi/refusals.h tells). When the
   // folder is full, the copy goes on in a sibling, "Name (2)" (see engine/destination_observer.h).
   CopyResult CopyAssets(IAssetFolder* sourceFolder, IProgressPresenter* progressPresenter,
                         ILogger* logReport, ICancelable* cancelable) override;

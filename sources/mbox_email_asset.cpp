@@ -66,6 +66,7 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
   for (auto& part : report.unconvertedParts)
     notes.unconvertedParts.push_back(
         {std::move(part.contentType), std::move(part.name), part.size});
+  notes.refusals = std::move(report.refusals);
   notes.attachmentsWritten = report.attachmentsWritten;
   notes.attachmentsFailed = report.attachmentsFailed;
   notes.dateMissing = report.dateMissing;

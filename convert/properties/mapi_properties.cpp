@@ -3,7 +3,7 @@
 #include "convert/properties/strings.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
-#include "mapi/diagnostics.h"
+#include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
 

@@ -1,7 +1,7 @@
 // Helpers that set one MAPI property, collect a list of them, or work with named properties.
 //
 // All are thin and return nothing: a property that cannot be written stays absent, which is noted
-// (NoteRefusal in mapi/diagnostics.h). A null object is skipped. A string property is never written
+// (NoteRefusal in mapi/refusals.h). A null object is skipped. A string property is never written
 // empty, so an absent property means "no value".
 #pragma once
 

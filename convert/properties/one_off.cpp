@@ -5,6 +5,9 @@
 #include "convert/properties/strings.h"
 #include "mapi/constants.h"
 #include "mapi/entry_points.h"
+#include "mapi/refusals.h"
+#include "mapi/results.h"
+#include "mapi/tags.h"
 #include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
@@ -114,10 +117,11 @@ OneOffEntry::OneOffEntry(parvane::mapi::IAddrBook* addressBook, const std::u16st
   using parvane::mapi::ToTString;
   if (!addressBook) return;
   parvane::mapi::ENTRYID* entryId = nullptr;
-  addressBook->CreateOneOff(ToTString(displayName().c_str()), ToTString(addressType()),
-                            ToTString(emailAddress().c_str()), parvane::mapi::MAPI_UNICODE,
-                            &_entryIdSize, &entryId);
+  const parvane::mapi::HRESULT made = addressBook->CreateOneOff(
+      ToTString(displayName().c_str()), ToTString(addressType()), ToTString(emailAddress().c_str()),
+      parvane::mapi::MAPI_UNICODE, &_entryIdSize, &entryId);
   _entryId = reinterpret_cast<parvane::mapi::BYTE*>(entryId);
+  if (parvane::mapi::Failed(made)) parvane::mapi::NoteRefusal(made, parvane::mapi::PR_ENTRYID);
   if (!entryId) _entryIdSize = 0;
 }
 

@@ -10,7 +10,7 @@
 #include "convert/properties/one_off.h"
 #include "convert/properties/strings.h"
 #include "mapi/builtin_entry_points.h"
-#include "mapi/diagnostics.h"
+#include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "platform/text.h"
@@ -70,25 +70,32 @@ class Refusing final : public IMAPIProp {
   }
 };
 
-TEST(Writing, NotesWhatAMapiRefusesThatCountsNothingItself) {
+TEST(Writing, NotesWhatAMapiRefuses) {
   SelectEntryPoints(BuiltinEntryPoints());  // for its memory
-  ResetDiagnostics();
   Refusing object;
+  object.set = E_FAIL;
+  SetPropLong(&object, PR_IMPORTANCE, 1);  // nobody listens
+  object.set = S_OK;
+  RefusalLog log;
   SetPropString(&object, PR_SUBJECT_W, u"taken");
   object.problem = MAPI_E_COMPUTED;
   SetPropLong(&object, PR_IMPORTANCE, 1);
-  EXPECT_EQ(FailureCount(), 0u);
   object.problem = MAPI_E_INVALID_TYPE;
   SetPropLong(&object, PR_IMPORTANCE, 1);
-  EXPECT_EQ(LastFailure().text, "MAPI refused the property 0x00170003 (0x80040302)");
+  SetPropLong(&object, PR_IMPORTANCE, 2);
   object.problem = S_OK;
   object.set = MAPI_E_NOT_ENOUGH_DISK;
   SetPropString(&object, PR_SUBJECT_W, u"not taken");
-  EXPECT_EQ(LastFailure().text, "MAPI refused the property 0x0037001F (0x8004010D)");
+  RefusalsConcern(u"big.zip");
   EXPECT_FALSE(parvane::convert::WritePropertyStream(object, PR_BODY_W, "text"));
-  EXPECT_EQ(LastFailure().text, "MAPI refused the property 0x1000001F (0x8007000E)");
-  EXPECT_EQ(FailureCount(), 3u);
-  ResetDiagnostics();
+  const std::vector<Refusal> refused = log.Take();
+  ASSERT_EQ(refused.size(), 3u);
+  EXPECT_EQ(refused[0].tag, PR_IMPORTANCE);
+  EXPECT_EQ(refused[0].result, MAPI_E_INVALID_TYPE);
+  EXPECT_EQ(refused[0].count, 2u);
+  EXPECT_EQ(refused[1].result, MAPI_E_NOT_ENOUGH_DISK);
+  EXPECT_EQ(refused[2].tag, PR_BODY_W);
+  EXPECT_EQ(refused[2].file, u"big.zip");
 }
 
 TEST(OneOffNames, AreNeverWrittenEmpty) {

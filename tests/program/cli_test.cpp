@@ -7,7 +7,6 @@
 #include "cli/message_id.h"
 #include "cli/pst_account.h"
 #include "cli/report.h"
-#include "mapi/diagnostics.h"
 #include "mapi/results.h"
 
 namespace parvane::cli {
@@ -86,7 +85,6 @@ TEST(PstAccount, OfAMapiThatTellsOnlyResults) {
        "m.pst: MAPI could not close the PST properly: the last messages may be missing in it "
        "(0x80004005)"},
   };
-  mapi::ResetDiagnostics();
   for (const Case& c : cases) {
     const auto account = SystemAccount(u"m.pst");
     for (const auto& [step, result] : c.answers) account->MapiAnswered(step, result);
@@ -98,14 +96,6 @@ TEST(PstAccount, OfAMapiThatTellsOnlyResults) {
     EXPECT_EQ(account->Reason(), c.reason) << c.name;
     EXPECT_FALSE(account->IsOpen()) << "there is no such file";
   }
-  // What was noted of parts of messages counts too, and the latest is the reason.
-  const auto account = SystemAccount(u"m.pst");
-  mapi::NoteRefusal(mapi::MAPI_E_NO_ACCESS, 0x1000001F);
-  EXPECT_EQ(account->LastFailure(), "m.pst: MAPI refused the property 0x1000001F (0x80070005)");
-  account->MapiAnswered(kSave, mapi::MAPI_E_NO_ACCESS);
-  EXPECT_EQ(account->LastFailure(), "m.pst: MAPI could not save a message (0x80070005, no access)");
-  EXPECT_EQ(account->Failures(), 2u);
-  mapi::ResetDiagnostics();
 }
 
 TEST(Format, Times) {

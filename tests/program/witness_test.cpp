@@ -7,6 +7,7 @@
 #include "engine/asset_bases.h"
 #include "mapi/diagnostics_recorder.h"
 #include "mapi/results.h"
+#include "mapi/tags.h"
 
 namespace parvane::cli {
 namespace {
@@ -74,25 +75,44 @@ TEST_F(WitnessTest, SplitsTheAccountOfAFolderThatGoesOnInAnother) {
             std::string::npos);
 }
 
-TEST_F(WitnessTest, TellsWhyAMessageWasNotKeptWhole) {
+TEST_F(WitnessTest, TellsWhatAMessageWasWrittenWithout) {
+  const auto convert = [&](std::vector<mapi::Refusal> refusals) {
+    Read();
+    engine::ConversionNotes notes;
+    notes.refusals = std::move(refusals);
+    witness.MessageConverted({}, true, notes);
+  };
   mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: of an earlier call");
-  Read();
+  convert({});
+  Save();
+  convert({{mapi::PR_ATTACH_DATA_BIN, mapi::MAPI_E_TOO_BIG, u"a.zip"}});
   mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: an attachment of 2 GiB or more");
-  witness.WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
   Save();
-  Read();
+  convert({{mapi::PR_SUBJECT_W, mapi::MAPI_E_NO_ACCESS, {}},
+           {mapi::PR_MESSAGE_RECIPIENTS, mapi::E_FAIL, {}, 1'200}});
   Save();
-  Read();  // and is not saved
+  convert({});
+  mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: noted by nobody else");
+  Save();
+  convert({{mapi::PR_SUBJECT_W, mapi::MAPI_E_NO_ACCESS, {}}});  // and is not saved
   mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: a message of 2 GiB or more");
   EXPECT_FALSE(witness.Cancel());
   pst.messagesCommitted = pst.messagesSaved;
   EXPECT_TRUE(witness.Settle());
-  EXPECT_EQ(record.Written(), 1u);
-  ASSERT_EQ(record.failures.size(), 2u);
+  EXPECT_EQ(record.Written(), 4u);
+  EXPECT_EQ(Outcome(record), ExitCode::kMailLeftBehind);
+  ASSERT_EQ(record.failures.size(), 1u);
   EXPECT_EQ(ReasonText(record.failures[0]),
-            "could not be kept whole: x.pst: an attachment of 2 GiB or more");
-  EXPECT_EQ(ReasonText(record.failures[1]),
             "could not be saved: x.pst: a message of 2 GiB or more");
+  std::vector<std::string> told;
+  for (const MessageRemark& entry : record.RemarksOf(engine::RemarkKind::kRefused).entries)
+    told.push_back(Words(record, entry).detail);
+  EXPECT_EQ(told,
+            (std::vector<std::string>{
+                "data of an attachment (0x37010102) of \"a.zip\": x.pst: an attachment of 2 "
+                "GiB or more",
+                "subject (0x0037001F): 0x80070005, no access",
+                "recipient (0x0E12000D): 0x80004005, 1,200 times", "x.pst: noted by nobody else"}));
 }
 
 }  // namespace

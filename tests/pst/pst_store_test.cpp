@@ -331,15 +331,13 @@ TEST_F(PstStore, CountsWhatItCouldNotCreateAsFailed) {
   EXPECT_EQ(result.FailAssetCount, 2);
 }
 
-TEST_F(PstStore, CountsWhatItCouldNotKeepWholeAsFailed) {
+TEST_F(PstStore, CountsWhatMapiTookInPartAsWritten) {
   IAssetFolderMutable* mail = OpenMutable()->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
   FakeSource<FakeEmail> source(kAssetFolderTypeEmail, {"one", "huge", "two"});
   const CopyResult result = mail->CopyAssets(&source, nullptr, &front, nullptr);
-  EXPECT_EQ(result.Code, OperationResultCode::CompletedWithError);
-  EXPECT_EQ(result.SuccessAssetCount, 2);
-  EXPECT_EQ(result.FailAssetCount, 1);
-  const std::string error = "D \r\nERROR : Error occurred while converting this item.";
-  EXPECT_THAT(front.told, ElementsAre("D one\r\n\r\n", error, "D huge\r\n\r\n", "D two\r\n\r\n"));
+  EXPECT_EQ(result.Code, OperationResultCode::Completed);
+  EXPECT_EQ(result.SuccessAssetCount, 3);
+  EXPECT_THAT(front.told, ElementsAre("D one\r\n\r\n", "D huge\r\n\r\n", "D two\r\n\r\n"));
   EXPECT_THAT(Content(), ElementsAre(std::string("m[IPF.Note] ") + kComment + ": one huge two"));
 }
 
