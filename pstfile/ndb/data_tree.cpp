@@ -158,9 +158,10 @@ Status DataTreeWriter::AppendBlocks(std::span<const std::byte> bytes) {
   if (bytes.size() > kMaximumDataTreeSize - _size) return TreeTooLarge();
   _size += bytes.size();
   if (!_pending.empty()) {
-    const std::size_t take = std::min(bytes.size(), kMaximumBlockData - _pending.size());
-    _pending.insert(_pending.end(), bytes.begin(),
-                    bytes.begin() + static_cast<std::ptrdiff_t>(take));
+    const std::size_t before = _pending.size();
+    const std::size_t take = std::min(bytes.size(), kMaximumBlockData - before);
+    _pending.resize(before + take);
+    std::copy_n(bytes.begin(), take, _pending.begin() + static_cast<std::ptrdiff_t>(before));
     bytes = bytes.subspan(take);
     if (_pending.size() < kMaximumBlockData) return {};
     if (Status s = FlushBlock(_pending); !s.ok()) return s;
