@@ -36,8 +36,7 @@ constexpr Source kSources[] = {
     {37, "ibm-37", {}, {}},
     {437, "ibm-437", {}, u"\u00E6\u00B5"},
     {500, "ibm-500", {}, {}},
-    // The published ASMO 708, as which ICU has ISO 8859-6.
-    {708, "ibm-1089", {}, {}},
+    {708, nullptr, High(kAsmo708), {}},
     {720, "ibm-720", {}, u"\200\200\201\201\204\204\206\206\215\215\216\216\217\217\220\220"},
     {737, "ibm-737", {}, {}},
     {775, "ibm-775", {}, {}},
@@ -50,10 +49,14 @@ constexpr Source kSources[] = {
     {861, "ibm-861", {}, u"\u00E6\u00B5"},
     {862, "ibm-862", {}, u"\u00E6\u00B5"},
     {863, "ibm-863", {}, u"\u00E6\u00B5"},
-    {864, "ibm-864", {}, {}},
+    {864, "ibm-864", {}, u"\233\233\234\234\237\237\u00D7\uFEC1\u00D8\uFEC5\u00F1\u0651"},
     {865, "ibm-865", {}, u"\u00E6\u00B5"},
     {866, "ibm-866", {}, {}},
-    {869, "ibm-869", {}, u"\210\u00B7\u00EF\u0384"},
+    {869,
+     "ibm-869",
+     {},
+     u"\200\200\201\201\202\202\203\203\204\204\205\205\207\207\210\u00B7\223\223\224\224"
+     u"\u00EF\u0384"},
     {870, "ibm-870", {}, {}},
     {874, "windows-874-2000", {}, {}},
     {875, "ibm-875", {}, {}},
@@ -74,7 +77,7 @@ constexpr Source kSources[] = {
     {1252, "ibm-5348", {}, {}},
     {1253, "ibm-5349", {}, {}},
     {1254, "ibm-5350", {}, {}},
-    {1255, "ibm-9447", {}, {}},
+    {1255, "ibm-9447", {}, u"\u00CA\u05BA"},
     {1256, "ibm-9448", {}, {}},
     {1257, "ibm-9449", {}, {}},
     {1258, "ibm-5354", {}, {}},
@@ -118,7 +121,8 @@ constexpr Source kSources[] = {
     // 1047 with the eight characters by which Latin 9 differs from Latin 1.
     {20924, "ibm-1047", {}, {}},
     {21025, "ibm-1025", {}, {}},
-    {21866, "koi8-u", {}, {}},
+    // With the two letters of Belarusian that Windows added.
+    {21866, "koi8-u", {}, u"\u00AE\u045E\u00BE\u040E"},
     // What says ISO 8859-1 is Windows-1252 in mail.
     {28591, "ibm-5348", {}, {}},
     {28592, "ibm-912", {}, {}},
@@ -126,8 +130,10 @@ constexpr Source kSources[] = {
     {28594, "ibm-914", {}, {}},
     {28595, "ibm-915", {}, {}},
     {28596, "ibm-1089", {}, {}},
-    {28597, "ibm-9005", {}, {}},
-    {28598, "ibm-5012", {}, {}},
+    // Windows has the quotation marks of 1987; what the edition of 2003 added (the euro sign) is
+    // kept.
+    {28597, "ibm-9005", {}, u"\u00A1\u02BD\u00A2\u02BC"},
+    {28598, "ibm-5012", {}, u"\u00AF\u203E"},
     {28599, "ibm-920", {}, {}},
     {28600, "iso-8859-10", {}, {}},
     {28603, "ibm-921", {}, {}},
@@ -144,7 +150,7 @@ constexpr Source kSources[] = {
      u"\u0151\u00F7\u015B\u00F8\u0171\u00FD\u0119\u00FE\u021B"},
     // No table of this set was ever published; it is Latin, so it is read as such.
     {29001, "ibm-5348", {}, {}},
-    {38598, "ibm-5012", {}, {}},
+    {38598, "ibm-5012", {}, u"\u00AF\u203E"},
 };
 
 static_assert(std::is_sorted(std::begin(kSources), std::end(kSources),

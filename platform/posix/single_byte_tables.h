@@ -1,4 +1,4 @@
-// Single-byte code pages that ICU does not bring.
+// Single-byte code pages that ICU does not bring, or not as Windows has them.
 //
 // The Apple sets are the mappings that Apple published (bytes 128 to 255; the lower half is ASCII;
 // where Apple gives a character and a hint for fonts, the character alone is kept). The EBCDIC
@@ -8,6 +8,26 @@
 
 namespace parvane::platform {
 
+// 708: the Arabic letters of ISO 8859-6 between the French ones and the lines of a PC page, as the
+// table that Microsoft published has them; its A0 stands for
+// nothing, and is read as elsewhere.
+inline constexpr char16_t kAsmo708[] =
+    u"\u2502\u2524\u00E9\u00E2\u2561\u00E0\u2562\u00E7\u00EA\u00EB\u00E8\u00EF\u00EE\u2556\u2555"
+    u"\u2563"
+    u"\u2551\u2557\u255D\u00F4\u255C\u255B\u00FB\u00F9\u2510\u2514\232\233\234\235\236"
+    u"\237"
+    u"\u00A0\u2534\u252C\u251C\u00A4\u2500\u253C\u255E\u255F\u255A\u2554\u2569\u060C\u2566\u00AB"
+    u"\u00BB"
+    u"\u2591\u2592\u2593\u2560\u2550\u256C\u2567\u2568\u2564\u2565\u2559\u061B\u2558\u2552\u2553"
+    u"\u061F"
+    u"\u256B\u0621\u0622\u0623\u0624\u0625\u0626\u0627\u0628\u0629\u062A\u062B\u062C\u062D\u062E"
+    u"\u062F"
+    u"\u0630\u0631\u0632\u0633\u0634\u0635\u0636\u0637\u0638\u0639\u063A\u2588\u2584\u258C\u2590"
+    u"\u2580"
+    u"\u0640\u0641\u0642\u0643\u0644\u0645\u0646\u0647\u0648\u0649\u064A\u064B\u064C\u064D\u064E"
+    u"\u064F"
+    u"\u0650\u0651\u0652\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\u256A\u2518\u250C\u00B5\u00A3\u25A0"
+    u"\u00A0";
 // 10004
 inline constexpr char16_t kMacArabic[] =
     u"\u00C4\u00A0\u00C7\u00C9\u00D1\u00D6\u00DC\u00E1\u00E0\u00E2\u00E4\u06BA\u00AB\u00E7\u00E9"

@@ -15,8 +15,8 @@ constexpr unsigned kLackingInWine[] = {
     20269, 20273, 20277, 20278, 20280, 20284, 20285, 20290, 20297, 20420, 20423, 20424,
     20833, 20838, 20871, 20880, 20905, 20924, 21025, 29001, 50225, 50227, 52936, 54936,
     57002, 57003, 57004, 57005, 57006, 57007, 57008, 57009, 57010, 57011};
-// One or a few characters each.
-constexpr unsigned kOtherwiseInWine[] = {708, 10004, 10005, 10010, 10021, 10082, 28597};
+// Pages of Macintoshes, which elsewhere are read as Apple has them (docs/text.md).
+constexpr unsigned kOtherwiseInWine[] = {10004, 10005, 10010, 10021, 10082};
 
 template <std::size_t N>
 bool IsAmong(unsigned codePage, const unsigned (&pages)[N]) {
