@@ -16,8 +16,9 @@ using parvane::mapi::IMessage;
 
 namespace {
 
-// Asked for with the number of KEEP_OPEN_READWRITE in the interface this was written against; the
-// published headers call it FORCE_SAVE. Stores take either.
+// The number under which some clients ask to keep a message open for writing; the published headers
+// call it FORCE_SAVE (KEEP_OPEN_READWRITE is 2). Stores take either, and the message is released
+// next.
 constexpr parvane::mapi::ULONG kSaveFlags = 4;
 
 // Far more mail than a PST holds; an end to the search, should every folder be full at once.

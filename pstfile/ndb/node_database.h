@@ -200,7 +200,9 @@ class NodeDatabase {
   // after the Commit.
   void KeepForCommit(std::uint64_t bytes);
 
-  // ---- For the integrity checker --------------------------------------------------------------
+  // ---- Looking at the file itself -------------------------------------------------------------
+  // For tests and tools. The integrity checker reads the file by itself, so that it shares no
+  // mistake with what it judges.
 
   struct PageVisit {
     FileOffset offset;
@@ -226,7 +228,7 @@ class NodeDatabase {
   };
   // Walks both B-trees of the committed state in key order.
   void Visit(Visitor& visitor) const;
-  // The header's fields that only a checker asks for.
+  // The header's fields that nothing else here tells.
   struct HeaderFacts {
     std::uint64_t endOfFile = 0;
     std::uint64_t lastAMap = 0;
