@@ -3,9 +3,9 @@
 # there.
 #
 #   install_dependencies.sh            what building needs
-#   install_dependencies.sh GROUP...   the same, and what these need: "tests" (and .ci/run),
-#                                      "bench" (the yardsticks of benchmarks), "windows" (the
-#                                      Windows program and its tests under Wine)
+#   install_dependencies.sh GROUP...   the same, and what these need: "tests", "clang" (for .ci/run and
+#                                      fuzzing), "bench" (the yardsticks of benchmarks), "windows"
+#                                      (the Windows program and its tests under Wine)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -13,7 +13,8 @@ set -eu
 
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
 libgtest-dev libgmock-dev libbenchmark-dev python3"
-tests="clang-format pst-utils pff-tools tzdata dpkg-dev"
+tests="clang-format pst-utils pff-tools tzdata dpkg-dev parallel"
+clang="clang libclang-rt-dev"
 bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix googletest wine wine64"
 
@@ -21,6 +22,7 @@ wanted=$build
 for group in "$@"; do
   case $group in
     tests) wanted="$wanted $tests" ;;
+    clang) wanted="$wanted $clang" ;;
     bench) wanted="$wanted $bench" ;;
     windows) wanted="$wanted $windows" ;;
     *) echo "install_dependencies: unknown group $group" >&2; exit 2 ;;
@@ -55,7 +57,11 @@ fi
 echo "Installing:$missing"
 DEBIAN_FRONTEND=noninteractive
 export DEBIAN_FRONTEND
-apt() { $as_root env DEBIAN_FRONTEND=noninteractive apt-get "$@" </dev/null; }
-# The lists may be absent or old (a fresh container); try without refreshing them first.
-apt install -y -q --no-install-recommends $missing ||
-  { apt update -q && apt install -y -q --no-install-recommends $missing; }
+# Another package manager may be at work (a machine's first minutes are full of them): wait for its lock.
+apt() {
+  $as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 "$@" </dev/null
+}
+install() { apt install -y -q --no-install-recommends $missing; }
+# The lists may be absent or old (a fresh container); try without refreshing them first. Their lock is one
+# that apt does not wait for.
+install || { { apt update -q || { sleep 60 && apt update -q; }; } && install; }

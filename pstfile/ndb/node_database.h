@@ -200,9 +200,7 @@ class NodeDatabase {
   // after the Commit.
   void KeepForCommit(std::uint64_t bytes);
 
-  // ---- Looking at the file itself -------------------------------------------------------------
-  // For tests and tools. The integrity checker reads the file by itself, so that it shares no
-  // mistake with what it judges.
+  // ---- For tests; the integrity checker reads the file by itself --------------------------------
 
   struct PageVisit {
     FileOffset offset;
