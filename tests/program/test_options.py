@@ -390,15 +390,19 @@ class Output(PstTest):
 
     def test_a_log_never_replaces_mail_or_another_log(self):
         source, log = self.source / 'Inbox.mbox', self.folder / 'log'
-        before = source.read_bytes()
+        other = self.folder / 'other.pst'
+        self.convert(source, other)
+        before, pst = source.read_bytes(), other.read_bytes()
         for arguments in (('--log', source, source), ('--report', source, self.source),
+                          ('--log', other, source), ('--report', other, source),
                           ('--detailed-log', self.pst, source),
                           ('--log', log, '--report', log, source)):
             with self.subTest(arguments):
                 run = self.parvane('convert', *arguments, self.pst)
                 self.assertEqual(run.code, 3, run)
                 self.assertEqual(len(run.err.splitlines()), 1, run)
-                self.assertEqual((source.read_bytes(), self.pst.exists()), (before, False))
+                self.assertEqual((source.read_bytes(), other.read_bytes()), (before, pst))
+                self.assertFalse(self.pst.exists())
 
     @linux
     def test_progress(self):

@@ -115,5 +115,14 @@ TEST_F(WitnessTest, TellsWhatAMessageWasWrittenWithout) {
                 "recipient (0x0E12000D): 0x80004005, 1,200 times", "x.pst: noted by nobody else"}));
 }
 
+TEST_F(WitnessTest, ClaimsNothingThatDoesNotAddUp) {
+  Read();
+  Save();
+  pst.messagesCommitted = 2;
+  EXPECT_FALSE(witness.Settle());
+  EXPECT_EQ(record.errorCode, "counts-disagree");
+  EXPECT_EQ(Outcome(record), ExitCode::kCouldNotFinish);
+}
+
 }  // namespace
 }  // namespace parvane::cli
