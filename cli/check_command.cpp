@@ -7,6 +7,7 @@
 #include "cli/console.h"
 #include "cli/format.h"
 #include "cli/json_writer.h"
+#include "cli/results.h"
 #include "platform/file.h"
 #include "pstfile/check/integrity_checker.h"
 
@@ -29,30 +30,47 @@ std::string_view NameOf(Severity severity) {
   return "error";
 }
 
-class TextFindings : public pstfile::FindingSink {
+class FindingsWithProgress : public pstfile::FindingSink {
  public:
+  FindingsWithProgress(std::string file, Results& results)
+      : _file(std::move(file)), _results(results) {}
+
+  void OnProgress(std::uint64_t done, std::uint64_t size) override {
+    _results.Progress({_file, done, size, 0});
+  }
+
+ protected:
+  void Write(const std::string& text) { _results.Write(text); }
+
+ private:
+  std::string _file;
+  Results& _results;
+};
+
+class TextFindings : public FindingsWithProgress {
+ public:
+  using FindingsWithProgress::FindingsWithProgress;
+
   void OnFinding(const Finding& finding) override {
     ++_shown[std::string(finding.code)];
-    WriteOutput(
-        fmt::format("{}: {} [{}]\n", NameOf(finding.severity), finding.message, finding.code));
+    Write(fmt::format("{}: {} [{}]\n", NameOf(finding.severity), finding.message, finding.code));
   }
 
   void Finish(const std::string& file, const CheckSummary& summary) {
     for (const auto& [code, count] : summary.counts) {
       const std::uint64_t shown = _shown[code];
       if (count > shown) {
-        WriteOutput(
-            fmt::format("and {} more of the kind [{}]\n", WithThousands(count - shown), code));
+        Write(fmt::format("and {} more of the kind [{}]\n", WithThousands(count - shown), code));
       }
     }
     const std::string verdict = summary.clean() ? "no fault found"
                                                 : Counted(summary.errors, "error") + " and " +
                                                       Counted(summary.warnings, "warning");
-    WriteOutput(fmt::format("{}: {} in {} ({}, {}, {}, {} and {})\n", file, verdict,
-                            Size(summary.fileSize), Counted(summary.folders, "folder"),
-                            Counted(summary.messages, "message"),
-                            Counted(summary.attachments, "attachment"),
-                            Counted(summary.nodes, "node"), Counted(summary.blocks, "block")));
+    Write(fmt::format("{}: {} in {} ({}, {}, {}, {} and {})\n", file, verdict,
+                      Size(summary.fileSize), Counted(summary.folders, "folder"),
+                      Counted(summary.messages, "message"),
+                      Counted(summary.attachments, "attachment"), Counted(summary.nodes, "node"),
+                      Counted(summary.blocks, "block")));
   }
 
  private:
@@ -60,9 +78,9 @@ class TextFindings : public pstfile::FindingSink {
 };
 
 // {"file": ..., "findings": [{"severity", "code", "message"}], "clean": ..., "examined": {...}}
-class JsonFindings : public pstfile::FindingSink {
+class JsonFindings : public FindingsWithProgress {
  public:
-  explicit JsonFindings(const std::string& file) {
+  JsonFindings(const std::string& file, Results& results) : FindingsWithProgress(file, results) {
     _json.BeginObject();
     _json.Key("format").String("parvane check");
     _json.Key("version").Number(1);
@@ -76,7 +94,7 @@ class JsonFindings : public pstfile::FindingSink {
     _json.Key("code").String(finding.code);
     _json.Key("message").String(finding.message);
     _json.EndObject();
-    WriteOutput(_json.Take());
+    Write(_json.Take());
   }
 
   // `summary` null: the file could not be examined to its end.
@@ -85,7 +103,7 @@ class JsonFindings : public pstfile::FindingSink {
     _json.Key("complete").Bool(summary != nullptr);
     if (summary != nullptr) Summarise(*summary);
     _json.EndObject();
-    WriteOutput(_json.Take());
+    Write(_json.Take());
   }
 
  private:
@@ -119,18 +137,19 @@ ExitCode RunCheck(const CheckCommandOptions& options) {
   const std::string file = platform::PathForDisplay(options.file);
   pstfile::CheckOptions check;
   check.notes = options.notes;
+  Results results(StyleForResults(options.progress));
   auto& files = platform::FileSystem::Default();
   platform::Result<CheckSummary> result = CheckSummary();
   if (options.json) {
-    JsonFindings findings(file);
+    JsonFindings findings(file, results);
     result = pstfile::CheckFile(files, options.file, check, findings);
     findings.Finish(result.ok() ? &*result : nullptr);
   } else {
-    TextFindings findings;
+    TextFindings findings(file, results);
     result = pstfile::CheckFile(files, options.file, check, findings);
     if (result.ok()) findings.Finish(file, *result);
   }
-  if (!FlushOutput()) return OutputFailed();
+  if (!results.Finish()) return ExitCode::kCouldNotFinish;
   if (!result.ok()) {
     const std::string& why = result.status().message();
     WriteError(why.find(file) == std::string::npos ? file + ": " + why : why);

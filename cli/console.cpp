@@ -27,9 +27,4 @@ void WriteError(std::string_view text) {
   WriteMessage(line);
 }
 
-ExitCode OutputFailed() {
-  WriteError("standard output takes no more; what is there is not everything");
-  return ExitCode::kCouldNotFinish;
-}
-
 }  // namespace parvane::cli

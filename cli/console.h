@@ -3,15 +3,11 @@
 
 #include <string_view>
 
-#include "cli/exit_code.h"
-
 namespace parvane::cli {
 
 // Results. False once standard output takes no more (a closed pipe).
 bool WriteOutput(std::string_view utf8);
 bool FlushOutput();
-// Says that results are missing because standard output takes no more.
-ExitCode OutputFailed();
 
 void WriteMessage(std::string_view utf8);
 // "parvane: <text>" and a line end; control characters in `text`, which may hold file names, are

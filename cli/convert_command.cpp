@@ -38,20 +38,13 @@ using QuelmarMIMEEngineCommon::IAssetStore;
 using QuelmarMIMEEngineCommon::IAssetStoreMutable;
 using QuelmarMIMEEngineCommon::OperationResultCode;
 
-ProgressStyle StyleOf(const ConvertOptions& options) {
-  if (options.quiet || options.progress == ProgressChoice::kNever) return ProgressStyle::kNone;
-  const bool live = options.progress == ProgressChoice::kAuto &&
-                    platform::IsInteractive(platform::StandardStream::kError);
-  return live ? ProgressStyle::kLiveLine : ProgressStyle::kPlainLines;
-}
-
 class Conversion {
  public:
   explicit Conversion(const ConvertOptions& options)
       : _options(options),
         _outputs(options, _logs),
         _witness(_record, _logs, _interrupt),
-        _progress(StyleOf(options)) {}
+        _progress(options.quiet ? ProgressStyle::kNone : StyleForWork(options.progress)) {}
 
   ExitCode Run() {
     _record.started = platform::CurrentFileTime();

@@ -11,6 +11,7 @@
 #include "cli/json_writer.h"
 #include "cli/mapi_run.h"
 #include "cli/pst_listing.h"
+#include "cli/results.h"
 #include "mapi/options.h"
 #include "platform/file.h"
 #include "platform/process.h"
@@ -21,19 +22,38 @@ namespace {
 
 using platform::Utf16ToUtf8;
 
-class TextListing : public ListingSink {
+class Listing : public ListingSink {
  public:
-  explicit TextListing(bool messages) : _wantsMessages(messages) {}
+  Listing(bool messages, Results& results) : _wantsMessages(messages), _results(results) {}
 
   bool WantsMessages() const override { return _wantsMessages; }
+  void Progress(const ListedFolder& folder, std::uint64_t messages) override {
+    if (messages % kMessagesAtATime != 0) return;
+    _results.Progress({Utf16ToUtf8(folder.path.back()), 0, 0, messages});
+  }
+  void Unreadable(const std::string& what) override { _results.Complain(what); }
+
+ protected:
+  void Write(std::string_view text) { _results.Write(text); }
+
+ private:
+  static constexpr std::uint64_t kMessagesAtATime = 64;
+
+  bool _wantsMessages;
+  Results& _results;
+};
+
+class TextListing : public Listing {
+ public:
+  using Listing::Listing;
 
   void BeginFolder(const ListedFolder& folder) override {
     _indent.assign(2 * (folder.path.size() - 1), ' ');
     std::string counts = Counted(folder.messages, "message");
     if (folder.unread > 0) counts += fmt::format(", {} unread", WithThousands(folder.unread));
     if (folder.messages > 0) counts += ", " + Size(folder.size);
-    WriteOutput(fmt::format("{}{}  {}\n", _indent, Column(folder.path.back(), 36 - Width(_indent)),
-                            counts));
+    Write(fmt::format("{}{}  {}\n", _indent, Column(folder.path.back(), 36 - Width(_indent)),
+                      counts));
   }
 
   // A star marks what is unread.
@@ -43,7 +63,7 @@ class TextListing : public ListingSink {
                     ShortTime(message.time), Column(message.from, 24), Shown(message.subject));
     if (!message.attachments.empty())
       line += "  [" + Counted(message.attachments.size(), "attachment") + "]";
-    WriteOutput(line + "\n");
+    Write(line + "\n");
   }
 
   void EndFolder() override {}
@@ -61,14 +81,15 @@ class TextListing : public ListingSink {
     return shown;
   }
 
-  bool _wantsMessages;
   std::string _indent;
 };
 
-// {"file": ..., "folders": [{"path": [...], "messages": n, ..., "items": [...]}], "totals": ...}
-class JsonListing : public ListingSink {
+// {"file": ..., "folders": [{"path": [...], "messages": n, ..., "items": [...]}], "unreadable":
+// ...}
+class JsonListing : public Listing {
  public:
-  JsonListing(std::u16string_view file, bool messages) : _wantsMessages(messages) {
+  JsonListing(std::u16string_view file, bool messages, Results& results)
+      : Listing(messages, results) {
     _json.BeginObject();
     _json.Key("format").String("parvane listing");
     _json.Key("version").Number(1);
@@ -76,7 +97,10 @@ class JsonListing : public ListingSink {
     _json.Key("folders").BeginArray();
   }
 
-  bool WantsMessages() const override { return _wantsMessages; }
+  void Unreadable(const std::string& what) override {
+    Listing::Unreadable(what);
+    if (_unreadable.size() < kMostUnreadable) _unreadable.push_back(what);
+  }
 
   void BeginFolder(const ListedFolder& folder) override {
     _folders += 1;
@@ -88,7 +112,7 @@ class JsonListing : public ListingSink {
     _json.Key("messages").Number(folder.messages);
     _json.Key("unread").Number(folder.unread);
     _json.Key("bytes").Number(folder.size);
-    if (_wantsMessages) _json.Key("items").BeginArray();
+    if (WantsMessages()) _json.Key("items").BeginArray();
   }
 
   void Message(const ListedMessage& message) override {
@@ -107,28 +131,33 @@ class JsonListing : public ListingSink {
     for (const std::u16string& name : message.attachments) _json.String(name);
     _json.EndArray();
     _json.EndObject();
-    WriteOutput(_json.Take());
+    Write(_json.Take());
   }
 
   void EndFolder() override {
-    if (_wantsMessages) _json.EndArray();
+    if (WantsMessages()) _json.EndArray();
     _json.EndObject();
-    WriteOutput(_json.Take());
+    Write(_json.Take());
   }
 
   void Finish() {
+    _json.EndArray();
+    _json.Key("unreadable").BeginArray();
+    for (const std::string& what : _unreadable) _json.String(what);
     _json.EndArray();
     _json.Key("totals").BeginObject();
     _json.Key("folders").Number(_folders);
     _json.Key("messages").Number(_messages);
     _json.EndObject();
     _json.EndObject();
-    WriteOutput(_json.Take());
+    Write(_json.Take());
   }
 
  private:
-  bool _wantsMessages;
+  static constexpr std::size_t kMostUnreadable = 1'000;
+
   JsonWriter _json;
+  std::vector<std::string> _unreadable;
   std::uint64_t _folders = 0;
   std::uint64_t _messages = 0;
 };
@@ -138,16 +167,16 @@ ExitCode Fail(const platform::Status& status) {
   return ExitCode::kCouldNotFinish;
 }
 
-platform::Status List(const ListOptions& options) {
+platform::Status List(const ListOptions& options, Results& results) {
   auto session = PstSession::Open(
       options.mapi == MapiChoice::kOutlook ? platform::CanonicalPath(options.file) : options.file);
   if (!session.ok()) return session.status();
   if (!options.json) {
-    TextListing listing(options.messages);
-    return WalkPst(*session, options.file, listing);
+    TextListing listing(options.messages, results);
+    return WalkPst(*session, listing);
   }
-  JsonListing listing(options.file, options.messages);
-  platform::Status status = WalkPst(*session, options.file, listing);
+  JsonListing listing(options.file, options.messages, results);
+  platform::Status status = WalkPst(*session, listing);
   listing.Finish();
   return status;
 }
@@ -168,9 +197,11 @@ ExitCode RunList(const ListOptions& options) {
   }
   const MapiRun mapiRun(options.mapi);
   if (!mapiRun.status().ok()) return Fail(mapiRun.status());
-  const platform::Status listed = List(options);
-  if (!FlushOutput()) return OutputFailed();
-  return listed.ok() ? ExitCode::kDone : Fail(listed);
+  Results results(StyleForResults(options.progress));
+  const platform::Status listed = List(options, results);
+  if (!results.Finish()) return ExitCode::kCouldNotFinish;
+  if (!listed.ok()) return Fail(listed);
+  return results.complaints() == 0 ? ExitCode::kDone : ExitCode::kMailLeftBehind;
 }
 
 }  // namespace parvane::cli

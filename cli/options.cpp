@@ -9,6 +9,7 @@
 #include "cli/console.h"
 #include "cli/format.h"
 #include "cli/help.h"
+#include "cli/results.h"
 #include "cli/suggestion.h"
 #include "platform/file.h"
 
@@ -59,7 +60,7 @@ struct RawConvert {
 };
 
 struct RawFile {
-  std::string path, mapi = "builtin";
+  std::string path, mapi = "builtin", progress = "auto";
 };
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
@@ -72,6 +73,14 @@ void DescribeMapi(CLI::App& command, std::string& mapi, const std::string& does)
           "who " + does + " the PST: this program, or Outlook through its MAPI (Windows only)")
       ->check(CLI::IsMember({"builtin", "outlook"}).description(""))
       ->type_name("builtin|outlook");
+}
+
+void DescribeProgress(CLI::App& command, std::string& progress, const std::string& elsewhere) {
+  command
+      .add_option("--progress", progress,
+                  "progress on standard error; auto: a live line on a terminal, " + elsewhere)
+      ->check(CLI::IsMember({"auto", "lines", "never"}).description(""))
+      ->type_name("auto|lines|never");
 }
 
 MapiChoice MapiNamed(const std::string& name) {
@@ -125,19 +134,15 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command.add_flag("--timings", options.timings,
                    "tell where the time went: seconds and bytes of each stage");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
-  command
-      .add_option(
-          "--progress", raw.progress,
-          "progress on standard error; auto: a live line on a terminal, elsewhere a line every few "
-          "seconds; lines: such lines on a terminal too")
-      ->check(CLI::IsMember({"auto", "lines", "never"}).description(""))
-      ->type_name("auto|lines|never");
+  DescribeProgress(command, raw.progress,
+                   "elsewhere a line every few seconds; lines: such lines on a terminal too");
   command.footer(kConvertExamples);
 }
 
 void DescribeFile(CLI::App& command, RawFile& raw, bool& json) {
   command.add_option("FILE.pst", raw.path, "the PST; it is only read")->required()->type_name("");
   command.add_flag("--json", json, "write JSON");
+  DescribeProgress(command, raw.progress, "elsewhere nothing; lines: a line every few seconds");
 }
 
 void DescribeList(CLI::App& command, RawFile& raw, ListOptions& options) {
@@ -155,7 +160,9 @@ void DescribeCheck(CLI::App& command, RawFile& raw, CheckCommandOptions& options
 }
 
 ExitCode ShowHelp(const std::string& text) {
-  return WriteOutput(text) && FlushOutput() ? ExitCode::kDone : OutputFailed();
+  Results results(ProgressStyle::kNone);
+  results.Write(text);
+  return results.Finish() ? ExitCode::kDone : ExitCode::kCouldNotFinish;
 }
 
 bool Contains(const std::vector<std::string>& words, const std::string& word) {
@@ -268,10 +275,12 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
   if (listCommand->parsed()) {
     list.file = Path(file.path);
     list.mapi = MapiNamed(file.mapi);
+    list.progress = ProgressNamed(file.progress);
     return Command(std::move(list));
   }
   if (checkCommand->parsed()) {
     check.file = Path(file.path);
+    check.progress = ProgressNamed(file.progress);
     return Command(std::move(check));
   }
   return Understand(rawConvert, convert);

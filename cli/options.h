@@ -36,12 +36,14 @@ struct ConvertOptions {
 struct ListOptions {
   std::u16string file;
   MapiChoice mapi = MapiChoice::kBuiltin;
+  ProgressChoice progress = ProgressChoice::kAuto;
   bool messages = false;
   bool json = false;
 };
 
 struct CheckCommandOptions {
   std::u16string file;
+  ProgressChoice progress = ProgressChoice::kAuto;
   bool json = false;
   bool notes = false;
 };

@@ -1,27 +1,21 @@
-// Progress on standard error: one live line on a terminal, a plain line every few seconds
-// elsewhere.
-//
-//   Inbox  12.3 of 45.6 MB  27%  3,210 messages  41.0 MB/s  0:02 left
+// The progress of a conversion, as the engine tells it.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
+#include "cli/progress_line.h"
 #include "engine/callbacks.h"
 
 namespace parvane::cli {
 
-enum class ProgressStyle { kNone, kLiveLine, kPlainLines };
-
 class Progress : public QuelmarMIMEEngineCommon::IProgressPresenter {
  public:
-  explicit Progress(ProgressStyle style);
-  ~Progress() override { Finish(); }
+  explicit Progress(ProgressStyle style) : _line(style) {}
 
   // Before each folder: its name, and the bytes of all folders before it.
   void BeginFolder(std::string name, std::uint64_t bytesBefore);
-  // Takes the live line off the screen, so that other text can be written.
-  void Finish();
+  void Finish() { _line.Finish(); }
 
   void CurrentTotal(std::int64_t) override {}
   void OverallTotal(std::int64_t units) override;
@@ -32,18 +26,13 @@ class Progress : public QuelmarMIMEEngineCommon::IProgressPresenter {
   void SourceStorePath(std::u16string_view) override {}
 
  private:
-  void ShowIfDue();
-  std::string Line(std::uint64_t now) const;
+  void Update() { _line.Update({_folder, _done, _total, _messages}); }
 
-  ProgressStyle _style;
-  std::uint64_t _interval;  // milliseconds
-  std::uint64_t _start;
-  std::uint64_t _lastShown;
+  ProgressLine _line;
   std::string _folder;
   std::uint64_t _done = 0;  // bytes, of all folders
   std::uint64_t _total = 0;
   std::uint64_t _messages = 0;
-  bool _lineOnScreen = false;
 };
 
 }  // namespace parvane::cli

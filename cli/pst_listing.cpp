@@ -3,7 +3,13 @@
 #include <algorithm>
 #include <set>
 
+#include <fmt/format.h>
+
+#include "cli/format.h"
+#include "cli/pst_rows.h"
 #include "mapi/constants.h"
+#include "mapi/diagnostics.h"
+#include "mapi/results.h"
 #include "mapi/tags.h"
 
 namespace parvane::cli {
@@ -12,12 +18,9 @@ namespace {
 using mapi::ComPointer;
 using mapi::IMAPIFolder;
 using mapi::IMAPITable;
-using mapi::RowSet;
 using mapi::SPropValue;
 using mapi::SRow;
 using platform::Status;
-
-constexpr mapi::LONG kRowsAtATime = 200;
 
 std::string Bytes(const SPropValue* property) {
   if (!property) return {};
@@ -30,10 +33,17 @@ mapi::ENTRYID* EntryId(std::string& bytes) {
   return reinterpret_cast<mapi::ENTRYID*>(bytes.data());
 }
 
+using Path = std::vector<std::u16string>;
+
+// A message of the listing, for those who have to name it.
+struct Place {
+  const Path& folder;
+  std::uint64_t message;  // from 1
+};
+
 class Walker {
  public:
-  Walker(const PstSession& session, std::u16string_view path, ListingSink& sink)
-      : _session(session), _path(path), _sink(sink) {}
+  Walker(const PstSession& session, ListingSink& sink) : _session(session), _sink(sink) {}
 
   Status Run() {
     auto top = _session.TopFolder();
@@ -44,43 +54,53 @@ class Walker {
       _pending.pop_back();
       VisitFolder(next);
     }
-    return _firstProblem;
+    return {};
   }
 
  private:
   struct Pending {
     std::string entryId;
-    std::vector<std::u16string> path;
+    Path path;
   };
 
-  void Problem(std::string_view otherwise) {
-    if (_firstProblem.ok()) _firstProblem = MapiFailure(_path, otherwise);
+  void Unreadable(const Path& folder, std::string_view what) {
+    // The built-in MAPI knows the reason, and forgets it here: the next fault has one of its own.
+    const std::string& why = mapi::LastFailure().text;
+    _sink.Unreadable(fmt::format("{}: {} cannot be read{}{}",
+                                 folder.empty() ? "the top folder" : FolderPath(folder), what,
+                                 why.empty() ? "" : ": ", why));
+    mapi::ResetDiagnostics();
   }
 
-  template <typename Visit>
-  void ForEachRow(IMAPITable& table, mapi::SPropTagArray* columns, Visit visit) {
-    if (mapi::Failed(table.SetColumns(columns, 0))) return Problem("a table cannot be read");
-    for (;;) {
-      RowSet rows;
-      if (mapi::Failed(table.QueryRows(kRowsAtATime, 0, rows.Put())))
-        return Problem("a table cannot be read to its end");
-      if (rows.size() == 0) return;
-      for (const SRow& row : rows) visit(row);
-    }
+  // The cell; null when there is none, and, which is told, when it cannot be read.
+  const SPropValue* Cell(const SRow& row, mapi::ULONG tag, Place place, std::string_view what) {
+    if (const SPropValue* cell = FindProperty(row, tag)) return cell;
+    const SPropValue* error = FindProperty(row, mapi::PropTag(mapi::PT_ERROR, mapi::PropId(tag)));
+    // What is too long for a row is left out of it by design.
+    if (error && error->Value.err != mapi::MAPI_E_NOT_FOUND &&
+        error->Value.err != mapi::MAPI_E_NOT_ENOUGH_MEMORY)
+      Unreadable(place.folder, fmt::format("{} of message {}", what, place.message));
+    return nullptr;
   }
 
-  void QueueChildren(IMAPIFolder& folder, const std::vector<std::u16string>& path) {
+  void QueueChildren(IMAPIFolder& folder, const Path& path) {
     ComPointer<IMAPITable> table;
     folder.GetHierarchyTable(mapi::MAPI_UNICODE, table.Put());
-    if (!table) return Problem("a folder's list of folders cannot be read");
     mapi::SizedSPropTagArray<2> columns = {2, {mapi::PR_ENTRYID, mapi::PR_DISPLAY_NAME_W}};
     const std::size_t firstChild = _pending.size();
-    ForEachRow(*table, columns.get(), [&](const SRow& row) {
+    const auto queue = [&](const SRow& row, std::uint64_t number) {
       Pending child{Bytes(FindProperty(row, mapi::PR_ENTRYID)), path};
-      child.path.push_back(TextOf(FindProperty(row, mapi::PR_DISPLAY_NAME_W)));
+      const SPropValue* name = FindProperty(row, mapi::PR_DISPLAY_NAME_W);
+      if (!name) Unreadable(path, fmt::format("the name of its folder {}", number));
+      child.path.push_back(name ? TextOf(name) : u"?");
       // A damaged file may name a folder twice, or within itself.
       if (_seen.insert(child.entryId).second) _pending.push_back(std::move(child));
-    });
+    };
+    const auto lost = [&](std::uint64_t first, std::uint64_t last) {
+      Unreadable(path, fmt::format("the list of its folders, {} to {},", first, last));
+    };
+    if (!table || !ForEachRow(*table, columns.get(), {queue, lost}))
+      Unreadable(path, "the list of its folders");
     std::reverse(_pending.begin() + static_cast<std::ptrdiff_t>(firstChild), _pending.end());
   }
 
@@ -90,90 +110,104 @@ class Walker {
     ComPointer<IMAPIFolder> folder;
     _session.store().OpenEntry(static_cast<mapi::ULONG>(id.size()), EntryId(id), nullptr,
                                mapi::MAPI_BEST_ACCESS, &type, folder.PutUnknown());
-    if (!folder) return Problem("a folder cannot be opened");
+    if (!folder) return Unreadable(entry.path, "the folder, with all that is in it,");
     ListedFolder listed{entry.path};
     Count(*folder, listed);
     _sink.BeginFolder(listed);
-    if (_sink.WantsMessages()) ListMessages(*folder);
+    if (_sink.WantsMessages()) ListMessages(*folder, listed);
     _sink.EndFolder();
     QueueChildren(*folder, entry.path);
   }
 
+  // `tells`: of what cannot be read.
   template <typename Visit>
-  void ForEachMessage(IMAPIFolder& folder, mapi::SPropTagArray* columns, Visit visit) {
+  void ForEachMessage(IMAPIFolder& folder, mapi::SPropTagArray* columns, const ListedFolder& listed,
+                      bool tells, Visit visit) {
     ComPointer<IMAPITable> table;
     folder.GetContentsTable(mapi::MAPI_UNICODE, table.Put());
-    if (!table) return Problem("a folder's messages cannot be read");
-    ForEachRow(*table, columns, visit);
+    const auto step = [&](const SRow& row, std::uint64_t number) {
+      visit(row, number);
+      _sink.Progress(listed, number);
+    };
+    const auto lost = [&](std::uint64_t first, std::uint64_t last) {
+      if (tells)
+        Unreadable(listed.path, fmt::format("the list of messages, {} to {},", first, last));
+    };
+    if ((!table || !ForEachRow(*table, columns, {step, lost})) && tells)
+      Unreadable(listed.path, "the list of messages");
   }
 
   void Count(IMAPIFolder& folder, ListedFolder& listed) {
     mapi::SizedSPropTagArray<2> columns = {2, {mapi::PR_MESSAGE_SIZE, mapi::PR_MESSAGE_FLAGS}};
-    ForEachMessage(folder, columns.get(), [&](const SRow& row) {
-      ++listed.messages;
-      listed.size += NumberOf(FindProperty(row, mapi::PR_MESSAGE_SIZE));
-      listed.unread +=
-          (NumberOf(FindProperty(row, mapi::PR_MESSAGE_FLAGS)) & mapi::MSGFLAG_READ) == 0;
-    });
+    ForEachMessage(
+        folder, columns.get(), listed, !_sink.WantsMessages(), [&](const SRow& row, std::uint64_t) {
+          ++listed.messages;
+          listed.size += NumberOf(FindProperty(row, mapi::PR_MESSAGE_SIZE));
+          listed.unread +=
+              (NumberOf(FindProperty(row, mapi::PR_MESSAGE_FLAGS)) & mapi::MSGFLAG_READ) == 0;
+        });
   }
 
-  void ListMessages(IMAPIFolder& folder) {
+  void ListMessages(IMAPIFolder& folder, const ListedFolder& listed) {
     mapi::SizedSPropTagArray<8> columns = {
         8,
         {mapi::PR_MESSAGE_SIZE, mapi::PR_MESSAGE_FLAGS, mapi::PR_ENTRYID,
          mapi::PR_CLIENT_SUBMIT_TIME, mapi::PR_MESSAGE_DELIVERY_TIME,
          mapi::PR_SENT_REPRESENTING_NAME_W, mapi::PR_SENDER_NAME_W, mapi::PR_SUBJECT_W}};
-    ForEachMessage(folder, columns.get(), [&](const SRow& row) { _sink.Message(Describe(row)); });
+    ForEachMessage(folder, columns.get(), listed, true, [&](const SRow& row, std::uint64_t number) {
+      _sink.Message(Describe(row, {listed.path, number}));
+    });
   }
 
-  ListedMessage Describe(const SRow& row) {
+  ListedMessage Describe(const SRow& row, Place place) {
     const mapi::ULONG flags = NumberOf(FindProperty(row, mapi::PR_MESSAGE_FLAGS));
     ListedMessage message;
-    const SPropValue* time = FindProperty(row, mapi::PR_CLIENT_SUBMIT_TIME);
-    if (!time) time = FindProperty(row, mapi::PR_MESSAGE_DELIVERY_TIME);
+    const SPropValue* time = Cell(row, mapi::PR_CLIENT_SUBMIT_TIME, place, "the date");
+    if (!time) time = Cell(row, mapi::PR_MESSAGE_DELIVERY_TIME, place, "the date");
     if (time) message.time = time->Value.ft;
-    message.from = TextOf(FindProperty(row, mapi::PR_SENT_REPRESENTING_NAME_W));
-    if (message.from.empty()) message.from = TextOf(FindProperty(row, mapi::PR_SENDER_NAME_W));
-    message.subject = TextOf(FindProperty(row, mapi::PR_SUBJECT_W));
+    message.from = TextOf(Cell(row, mapi::PR_SENT_REPRESENTING_NAME_W, place, "the sender"));
+    if (message.from.empty())
+      message.from = TextOf(Cell(row, mapi::PR_SENDER_NAME_W, place, "the sender"));
+    message.subject = TextOf(Cell(row, mapi::PR_SUBJECT_W, place, "the subject"));
     message.size = NumberOf(FindProperty(row, mapi::PR_MESSAGE_SIZE));
     message.unread = (flags & mapi::MSGFLAG_READ) == 0;
-    if (flags & mapi::MSGFLAG_HASATTACH)
-      AddAttachments(Bytes(FindProperty(row, mapi::PR_ENTRYID)), message);
+    if ((flags & mapi::MSGFLAG_HASATTACH) &&
+        !AddAttachments(Bytes(FindProperty(row, mapi::PR_ENTRYID)), message))
+      Unreadable(place.folder, fmt::format("the attachments of message {}", place.message));
     return message;
   }
 
-  void AddAttachments(std::string entryId, ListedMessage& listed) {
+  // False when not all of them could be read.
+  bool AddAttachments(std::string entryId, ListedMessage& listed) {
     mapi::ULONG type = 0;
     ComPointer<mapi::IMessage> message;
     _session.store().OpenEntry(static_cast<mapi::ULONG>(entryId.size()), EntryId(entryId), nullptr,
                                0, &type, message.PutUnknown());
-    if (!message) return Problem("a message cannot be opened");
     ComPointer<IMAPITable> table;
-    message->GetAttachmentTable(mapi::MAPI_UNICODE, table.Put());
-    if (!table) return Problem("a message's attachments cannot be read");
+    if (message) message->GetAttachmentTable(mapi::MAPI_UNICODE, table.Put());
+    if (!table) return false;
     mapi::SizedSPropTagArray<3> columns = {
         3, {mapi::PR_ATTACH_LONG_FILENAME_W, mapi::PR_ATTACH_FILENAME_W, mapi::PR_DISPLAY_NAME_W}};
-    ForEachRow(*table, columns.get(), [&](const SRow& row) {
+    bool complete = true;
+    const auto add = [&](const SRow& row, std::uint64_t) {
       std::u16string name;
       for (mapi::ULONG tag : columns.aulPropTag) {
         if (name.empty()) name = TextOf(FindProperty(row, tag));
       }
       listed.attachments.push_back(std::move(name));
-    });
+    };
+    const auto lost = [&](std::uint64_t, std::uint64_t) { complete = false; };
+    return ForEachRow(*table, columns.get(), {add, lost}) && complete;
   }
 
   const PstSession& _session;
-  std::u16string_view _path;
   ListingSink& _sink;
   std::vector<Pending> _pending;  // the next on top
   std::set<std::string> _seen;
-  Status _firstProblem;
 };
 
 }  // namespace
 
-Status WalkPst(const PstSession& session, std::u16string_view path, ListingSink& sink) {
-  return Walker(session, path, sink).Run();
-}
+Status WalkPst(const PstSession& session, ListingSink& sink) { return Walker(session, sink).Run(); }
 
 }  // namespace parvane::cli

@@ -34,9 +34,14 @@ class ListingSink {
   virtual void BeginFolder(const ListedFolder& folder) = 0;
   virtual void Message(const ListedMessage& message) = 0;
   virtual void EndFolder() = 0;
+  // So many messages of the folder have been looked at.
+  virtual void Progress(const ListedFolder& folder, std::uint64_t messages) = 0;
+  // Something was left out or is shown without a part that cannot be read: where, what and why, in
+  // one line. The walk goes on.
+  virtual void Unreadable(const std::string& what) = 0;
 };
 
-// Walks the whole tree. What cannot be read is left out; the status tells of the first such place.
-platform::Status WalkPst(const PstSession& session, std::u16string_view path, ListingSink& sink);
+// Walks the whole tree. Fails only when there is no way into it.
+platform::Status WalkPst(const PstSession& session, ListingSink& sink);
 
 }  // namespace parvane::cli

@@ -26,9 +26,9 @@ _parvane() {
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
       --detailed-log --report --progress --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --help' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--json --notes --help' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--json --notes --progress --help' -- "$current")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -46,6 +46,9 @@ bool FlushStandardStream(StandardStream stream);
 // True when a person reads the stream on a terminal that can redraw a line.
 bool IsInteractive(StandardStream stream);
 
+// True when another program reads the stream.
+bool IsPipe(StandardStream stream);
+
 // Columns of the terminal behind standard error; 80 when it does not tell.
 unsigned TerminalColumns();
 

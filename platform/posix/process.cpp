@@ -10,6 +10,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/file.h"
@@ -29,6 +30,10 @@ struct sigaction previousError[std::size(kErrorSignals)];
 
 extern "C" void OnStopSignal(int) {
   if (interruptions.fetch_add(1) != 0) _exit(kInterruptedExitCode);
+}
+
+int DescriptorOf(StandardStream stream) {
+  return stream == StandardStream::kOutput ? STDOUT_FILENO : STDERR_FILENO;
 }
 
 }  // namespace
@@ -82,9 +87,14 @@ bool FlushStandardStream(StandardStream stream) {
 }
 
 bool IsInteractive(StandardStream stream) {
-  if (!isatty(stream == StandardStream::kOutput ? STDOUT_FILENO : STDERR_FILENO)) return false;
+  if (!isatty(DescriptorOf(stream))) return false;
   const char* terminal = std::getenv("TERM");
   return terminal && std::string_view(terminal) != "dumb";
+}
+
+bool IsPipe(StandardStream stream) {
+  struct stat about = {};
+  return fstat(DescriptorOf(stream), &about) == 0 && S_ISFIFO(about.st_mode);
 }
 
 unsigned TerminalColumns() {

@@ -170,6 +170,12 @@ bool FlushStandardStream(StandardStream stream) {
 
 bool IsInteractive(StandardStream stream) { return StreamOf(stream).Redraws(); }
 
+bool IsPipe(StandardStream stream) {
+  return ::GetFileType(::GetStdHandle(stream == StandardStream::kOutput ? STD_OUTPUT_HANDLE
+                                                                        : STD_ERROR_HANDLE)) ==
+         FILE_TYPE_PIPE;
+}
+
 unsigned TerminalColumns() {
   CONSOLE_SCREEN_BUFFER_INFO info;
   if (!::GetConsoleScreenBufferInfo(::GetStdHandle(STD_ERROR_HANDLE), &info)) return 80;

@@ -28,6 +28,7 @@ class BlockCheck : public TreeVisitor {
       return;
     }
     const std::size_t size = BlockSizeOnDisk(block.dataSize);
+    _reporter.BlockExamined(size);
     if (block.offset < kFirstAMapOffset || block.offset % kBlockAlignment != 0 ||
         block.offset > _image.size() || size > _image.size() - block.offset) {
       Fault(codes::kBlockPlace, Say("not the place of a block of ", size, " bytes in a file of ",

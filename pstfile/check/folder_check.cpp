@@ -203,6 +203,7 @@ std::uint64_t FolderChecker::FolderCheck::CheckMessages(Table& table, MessageKin
       kind == MessageKind::kNormal ? NodeKind::kMessage : NodeKind::kAssociatedMessage;
   std::uint64_t listed = 0;
   table.ForEachRow([&](std::span<const std::byte> row) {
+    if (kind == MessageKind::kNormal) _reporter.NodeExamined();
     ++(kind == MessageKind::kNormal ? _reporter.summary().messages
                                     : _reporter.summary().hiddenMessages);
     const auto flags = table.Number(row, tags::kMessageFlags);

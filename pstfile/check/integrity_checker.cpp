@@ -30,6 +30,8 @@ class ContentCheck : public TreeVisitor {
     } else {
       CheckOtherNode(_context, node);
     }
+    // A message's turn comes with its folder's rows.
+    if (node.nid.Kind() != NodeKind::kMessage) _context.reporter.NodeExamined();
   }
 
  private:

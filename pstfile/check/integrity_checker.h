@@ -69,6 +69,9 @@ class FindingSink {
   virtual ~FindingSink() = default;
   // Called during the check, in the order of discovery. The finding is valid during the call.
   virtual void OnFinding(const Finding& finding) = 0;
+  // Called after every block and node: so many bytes of the file's size are done, a byte by half
+  // when its block has been checked and by half when its content has.
+  virtual void OnProgress(std::uint64_t /*done*/, std::uint64_t /*size*/) {}
 };
 
 struct CheckOptions {

@@ -1,7 +1,9 @@
 // Counts findings, holds back the flood, and builds their messages.
 #pragma once
 
+#include <algorithm>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -46,6 +48,18 @@ class Reporter {
   const CheckOptions& options() const { return _options; }
   CheckSummary& summary() { return _summary; }
 
+  // For those who watch: the blocks come first and are half of the work, the nodes the other half.
+  void BlockExamined(std::size_t size) {
+    _sink.OnProgress((_bytesExamined += size) / 2, _summary.fileSize);
+  }
+  void NodeExamined() {
+    const std::uint64_t nodes = std::max<std::uint64_t>(_summary.nodes, 1);
+    const double part =
+        static_cast<double>(std::min(++_nodesExamined, nodes)) / static_cast<double>(nodes);
+    const double half = static_cast<double>(_summary.fileSize) / 2;
+    _sink.OnProgress(static_cast<std::uint64_t>(half * (1 + part)), _summary.fileSize);
+  }
+
   void Report(Severity severity, codes::Code code, std::string message);
   void Error(codes::Code code, std::string message) {
     Report(Severity::kError, code, std::move(message));
@@ -70,6 +84,8 @@ class Reporter {
   FindingSink& _sink;
   CheckSummary& _summary;
   bool _foreign = false;
+  std::uint64_t _bytesExamined = 0;
+  std::uint64_t _nodesExamined = 0;
 };
 
 }  // namespace parvane::pstfile::check

@@ -5,6 +5,7 @@
 #include "cli/format.h"
 #include "cli/json_writer.h"
 #include "cli/message_id.h"
+#include "cli/progress_line.h"
 #include "cli/pst_account.h"
 #include "cli/report.h"
 #include "mapi/results.h"
@@ -104,6 +105,30 @@ TEST(Format, Times) {
   EXPECT_EQ(ShortTime(time), "2016-02-29 04:12");
   EXPECT_EQ(IsoTime({}), "");
   EXPECT_EQ(ShortTime(platform::FileTimeFromTicks(~0ull)), "");
+}
+
+TEST(Progress, KeepsItsFiguresInNarrowTerminals) {
+  struct Case {
+    unsigned columns;
+    ProgressFigures figures;
+    const char* text;
+  };
+  const ProgressFigures whole{"Local Folders / Letters from home", 100'000'000, 400'000'000, 9'999};
+  for (const Case& c : std::initializer_list<Case>{
+           {120, whole,
+            "Local Folders / Letters from home  100.0 MB of 400.0 MB  25%  9,999 messages  10.0 "
+            "MB/s"
+            "  0:30 left"},
+           {80, whole,
+            "Local Folders / Letters from home  25%  9,999 messages  10.0 MB/s  0:30 left"},
+           {60, whole, "Local Folders / …  25%  9,999 messages  10.0 MB/s  0:30 left"},
+           {40, whole, "Local Folder…  25%  10.0 MB/s  0:30 left"},
+           {20, whole, "25%  10.0 MB/s  0:3…"},
+           {40,
+            {"Looking at /home/somebody/and/further/down", 0, 0, 0},
+            "Looking at /home/somebody/and/further/d…"},
+           {40, {"mail.pst", 0, 0, 70'000}, "mail.pst  70,000 messages"}})
+    EXPECT_EQ(ProgressText(c.figures, 10'000, c.columns), c.text) << c.columns;
 }
 
 TEST(Format, ColumnsOfATerminal) {

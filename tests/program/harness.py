@@ -107,7 +107,7 @@ class PstTest(unittest.TestCase):
             arguments = [shown(a) for a in arguments]
         return Run([program, *arguments], env=environment, **options)
 
-    def parvane_on_terminal(self, *arguments):
+    def parvane_on_terminal(self, *arguments, **options):
         """With a terminal as its standard error, or a console for all its streams on Windows, which
         Wine shows on a terminal."""
         reader, writer = pty.openpty()
@@ -123,7 +123,7 @@ class PstTest(unittest.TestCase):
         watcher.start()
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), TERM='xterm')
         console = {'stdin': writer, 'stdout': writer, 'start_new_session': True} if WINDOWS else {}
-        run = Run([PARVANE, *map(shown, arguments)], env=environment, stderr=writer, **console)
+        run = Run([PARVANE, *map(shown, arguments)], env=environment, stderr=writer, **console, **options)
         os.close(writer)
         watcher.join()
         os.close(reader)

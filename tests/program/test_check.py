@@ -2,7 +2,7 @@
 import json
 import unittest
 
-from harness import NO_SUCH_FILE, PstTest, shown
+from harness import NO_SUCH_FILE, PstTest, linux, shown
 
 
 class Check(PstTest):
@@ -57,6 +57,29 @@ class Check(PstTest):
                     self.assertEqual((other.code, other.err.split(';')[0].strip()),
                                      (3, run.err.split(';')[0].strip()), other)
                 self.assertEqual(path.read_bytes(), before)
+
+    @linux
+    def test_a_listing_goes_on_behind_damage(self):
+        """Whatever 64 bytes are damaged, what is listed is right, and what is missing is named."""
+        sound, data = self.listing(self.pst, '--messages'), self.pst.read_bytes()
+        bad, went_on = self.folder / 'bad.pst', 0
+        for at in range(0x4600, len(data), 192):
+            if not any(data[at:at + 64]):
+                continue
+            bad.write_bytes(data[:at] + bytes(64) + data[at + 64:])
+            run = self.parvane('list', '--json', '--messages', bad)
+            self.assertIn(run.code, (0, 1, 3), run)
+            self.assertEqual(run.err == '', run.code == 0, run)
+            if run.code == 3:
+                continue
+            found = json.loads(run.out)
+            self.assertEqual(found['unreadable'] == [], run.code == 0, run)
+            for folder in found['folders']:
+                if run.code == 0 or found['totals']['messages'] == sound['totals']['messages']:
+                    self.assertIn(folder, sound['folders'])
+            went_on += run.code == 1 and found['totals']['messages'] > 0
+        bad.unlink()
+        self.assertGreater(went_on, 3)
 
     def other_kinds(self):
         def file(kind, content):

@@ -422,6 +422,13 @@ class Output(PstTest):
                 else:
                     self.assertEqual(run.err, '', run)  # too short for the first line
 
+        self.convert('--overwrite', many, self.pst)
+        for option, says in (('auto', r'^(\r\S+  .*\d%  .*/s.*\x1b\[K)+$'), ('never', '^$')):
+            with open(self.folder / 'out', 'w') as out:
+                run = self.parvane_on_terminal('check', '--progress', option, self.pst, stdout=out)
+            self.assertRegex(run.err, says)
+        self.assertEqual(self.parvane_on_terminal('check', self.pst).err, '')  # perhaps a pager's
+
     def test_progress_lines(self):
         """Where nobody watches, a line comes every five seconds: a machine that is too fast for
         that sleeps meanwhile."""
