@@ -8,8 +8,10 @@
 #include "cli/format.h"
 #include "cli/json_writer.h"
 #include "cli/results.h"
+#include "mapi/tag_names.h"
 #include "platform/file.h"
 #include "pstfile/check/integrity_checker.h"
+#include "pstfile/check/node_dump.h"
 
 namespace parvane::cli {
 namespace {
@@ -56,7 +58,9 @@ class TextFindings : public FindingsWithProgress {
     Write(fmt::format("{}: {} [{}]\n", NameOf(finding.severity), finding.message, finding.code));
   }
 
-  void Finish(const std::string& file, const CheckSummary& summary) {
+  void Finish(std::string_view path, const CheckSummary& summary) {
+    std::string file;
+    AppendPrintable(file, path);
     for (const auto& [code, count] : summary.counts) {
       const std::uint64_t shown = _shown[code];
       if (count > shown) {
@@ -131,9 +135,43 @@ class JsonFindings : public FindingsWithProgress {
   JsonWriter _json;
 };
 
+class DumpedLines : public pstfile::DumpSink {
+ public:
+  explicit DumpedLines(Results& results) : _results(results) {}
+
+  void OnFinding(const Finding& finding) override {
+    _results.Complain(fmt::format("{} [{}]", finding.message, finding.code));
+  }
+  void OnLine(const std::string& line) override {
+    std::string printable;
+    AppendPrintable(printable, line);
+    _results.Write(printable + "\n");
+  }
+  std::string_view NameOfTag(std::uint32_t tag) const override { return mapi::TagName(tag); }
+
+ private:
+  Results& _results;
+};
+
+ExitCode FailWith(const std::string& file, const std::string& why) {
+  WriteError(why.find(file) == std::string::npos ? file + ": " + why : why);
+  return ExitCode::kCouldNotFinish;
+}
+
+ExitCode RunDump(const CheckCommandOptions& options) {
+  Results results(ProgressStyle::kNone);
+  DumpedLines lines(results);
+  const auto dumped =
+      pstfile::DumpNode(platform::FileSystem::Default(), options.file, *options.dump, lines);
+  if (!results.Finish()) return ExitCode::kCouldNotFinish;
+  if (!dumped.ok()) return FailWith(platform::PathForDisplay(options.file), dumped.message());
+  return results.complaints() == 0 ? ExitCode::kDone : ExitCode::kMailLeftBehind;
+}
+
 }  // namespace
 
 ExitCode RunCheck(const CheckCommandOptions& options) {
+  if (options.dump) return RunDump(options);
   const std::string file = platform::PathForDisplay(options.file);
   pstfile::CheckOptions check;
   check.notes = options.notes;
@@ -150,11 +188,7 @@ ExitCode RunCheck(const CheckCommandOptions& options) {
     if (result.ok()) findings.Finish(file, *result);
   }
   if (!results.Finish()) return ExitCode::kCouldNotFinish;
-  if (!result.ok()) {
-    const std::string& why = result.status().message();
-    WriteError(why.find(file) == std::string::npos ? file + ": " + why : why);
-    return ExitCode::kCouldNotFinish;
-  }
+  if (!result.ok()) return FailWith(file, result.status().message());
   return result->clean() ? ExitCode::kDone : ExitCode::kMailLeftBehind;
 }
 

@@ -1,6 +1,7 @@
 #include "cli/options.h"
 
 #include <algorithm>
+#include <charconv>
 #include <optional>
 #include <sstream>
 
@@ -60,7 +61,7 @@ struct RawConvert {
 };
 
 struct RawFile {
-  std::string path, mapi = "builtin", progress = "auto";
+  std::string path, mapi = "builtin", progress = "auto", dump;
 };
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
@@ -156,6 +157,10 @@ void DescribeCheck(CLI::App& command, RawFile& raw, CheckCommandOptions& options
   DescribeFile(command, raw, options.json);
   command.add_flag("--notes", options.notes,
                    "also tell what is harmless and usual in files by Outlook");
+  command
+      .add_option("--dump", raw.dump,
+                  "show what one node of the file holds, such as 0x200024, and check only that")
+      ->type_name("NID");
   command.footer(kCheckExamples);
 }
 
@@ -207,6 +212,16 @@ ExitCode Explain(const CLI::App& app, const std::vector<std::string>& arguments,
 ExitCode WrongUsage(const std::string& why) {
   WriteError(why);
   return ExitCode::kUsage;
+}
+
+// As findings write it, "0x8022", or decimal.
+std::optional<std::uint32_t> NodeNamed(std::string_view text) {
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  if (hex) text.remove_prefix(2);
+  std::uint32_t nid = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), nid, hex ? 16 : 10);
+  if (read.ec != std::errc() || read.ptr != text.data() + text.size()) return std::nullopt;
+  return nid;
 }
 
 // What CLI11 could not judge, judged, and turned into what it means.
@@ -281,6 +296,10 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
   if (checkCommand->parsed()) {
     check.file = Path(file.path);
     check.progress = ProgressNamed(file.progress);
+    check.dump = NodeNamed(file.dump);
+    if (!file.dump.empty() && (!check.dump || check.json))
+      return WrongUsage(check.json ? "--dump writes no JSON"
+                                   : "--dump: \"" + file.dump + "\" is no node id such as 0x8022");
     return Command(std::move(check));
   }
   return Understand(rawConvert, convert);

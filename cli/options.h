@@ -46,6 +46,7 @@ struct CheckCommandOptions {
   ProgressChoice progress = ProgressChoice::kAuto;
   bool json = false;
   bool notes = false;
+  std::optional<std::uint32_t> dump;  // a node to be shown instead
 };
 
 using Command = std::variant<ConvertOptions, ListOptions, CheckCommandOptions>;

@@ -20,7 +20,7 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'auto lines never' -- "$current")
       return
       ;;
-    --name | --size-limit) return ;;
+    --name | --size-limit | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
@@ -28,7 +28,7 @@ _parvane() {
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--json --notes --progress --help' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--json --notes --progress --dump --help' -- "$current")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -27,6 +27,17 @@ class Check(PstTest):
         self.assertEqual(found['examined']['messages'], 3)
         self.assertEqual(self.pst.read_bytes(), before)
 
+    def test_one_node(self):
+        for nid, code, says in (
+                ('0x200024', 0, r'(?s)^in node 0x\w+\nnode 0x200024: message, .*'
+                 r'\n  0042001F PR_SENT_REPRESENTING_NAME  +"Ingrid"\n'),
+                ('0x60E', 0, r'contents table.*\n  \d+ columns, 0 rows\n$'),
+                ('33', 0, r'\n  3001001F PR_DISPLAY_NAME  +"mail"\n'),
+                ('0x99', 3, '^$'), ('Inbox', 2, '^$')):
+            run = self.parvane('check', '--dump', nid, self.pst)
+            self.assertEqual((run.code, run.err == ''), (code, code == 0), run)
+            self.assertRegex(run.out, says)
+
     def test_a_damaged_file(self):
         self.damage(0x4410)  # in the first allocation map
         run = self.parvane('check', self.pst)
