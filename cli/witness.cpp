@@ -255,6 +255,7 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
     _logs.Detailed("LEFT OUT: " + Describe(_record, leftOut));
     _record.leftOutParts.Add(leftOut);
   }
+  _record.leftOutParts.total += notes.moreUnconvertedParts;
   _record.withoutDate += notes.dateMissing;
   _record.unreadableDate += notes.dateUnreadable;
   _itemRefusals = notes.refusals;

@@ -4,6 +4,7 @@
 // dropped; the report keeps what was seen of that on the way.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,9 +28,14 @@ struct ConversionReport {
     std::string url;      // where it was saved; empty: it was deleted
   };
 
+  // Of each list so many are named; the rest is counted.
+  static constexpr std::size_t kMostNamed = 1000;
+
   // Of the message and of all messages in it.
   std::vector<Part> unconvertedParts;
+  std::uint64_t moreUnconvertedParts = 0;
   std::vector<RemovedAttachment> removedAttachments;
+  std::uint64_t moreRemovedAttachments = 0;
   std::vector<mapi::Refusal> refusals;
   std::uint32_t attachmentsWritten = 0;
   std::uint32_t attachmentsFailed = 0;

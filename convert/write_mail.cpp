@@ -1,8 +1,10 @@
 // The whole of one message: its metadata and its bodies. Originators, recipients and attachments
 // have files of their own.
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -48,21 +50,18 @@ constexpr std::array<TextField, 5> kTextFields = {{{"Return-Path", kReturnPathTa
                                                    {"References", PR_INTERNET_REFERENCES_W}}};
 constexpr std::size_t kUsualTexts = 500;
 
+bool HasNul(std::string_view bytes) { return bytes.find('\0') != bytes.npos; }
+
 // Readers take a NUL for the end of a text, and crashed mail programs left runs of them in their
 // files: what stands behind one must not be lost.
-template <typename Char>
-std::basic_string_view<Char> WithoutNuls(std::basic_string_view<Char> text,
-                                         std::basic_string<Char>& scratch) {
-  // Without a way out of the loop, which then takes many characters at a time.
-  Char found{};
-  for (const Char c : text) found = static_cast<Char>(found | (c == Char{} ? Char{1} : Char{}));
-  if (found == Char{}) return text;
-  scratch = text;
-  std::erase(scratch, Char{});
+std::string_view WithoutNuls(std::string_view text, std::string& scratch) {
+  if (!HasNul(text)) return text;
+  scratch.reserve(text.size() -
+                  static_cast<std::size_t>(std::count(text.begin(), text.end(), '\0')));
+  std::copy_if(text.begin(), text.end(), std::back_inserter(scratch),
+               [](char c) { return c != '\0'; });
   return scratch;
 }
-
-bool HasNul(std::string_view bytes) { return bytes.find('\0') != bytes.npos; }
 
 // The header as it stands, when it can be handed on without a copy; else null.
 const char* PlainHeader(const ClsEmail& email) {
@@ -212,10 +211,8 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
     if (Tessary::ReadsAsAscii(bytes, body.declaredCharset) && !HasNul(bytes)) {
       parvane::convert::WriteAsciiAsUtf16Stream(*message, PR_BODY_W, bytes);
     } else {
-      const std::u16string decoded =
-          Tessary::DecodeText(bytes, body.declaredCharset, body.fallbackCharset);
-      std::u16string clean;
-      const auto text = WithoutNuls(std::u16string_view(decoded), clean);
+      std::u16string text = Tessary::DecodeText(bytes, body.declaredCharset, body.fallbackCharset);
+      std::erase(text, u'\0');
       parvane::convert::WritePropertyStream(
           *message, PR_BODY_W,
           {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
@@ -234,14 +231,24 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
 }
 
 void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
-  for (const Tessary::RemovedAttachment& removed : email->impl().RemovedAttachments())
-    _reportP->removedAttachments.push_back(
-        {parvane::platform::Utf8ToUtf16(removed.name), removed.url});
+  using parvane::convert::ConversionReport;
+  for (const Tessary::RemovedAttachment& removed : email->impl().RemovedAttachments()) {
+    if (_reportP->removedAttachments.size() < ConversionReport::kMostNamed) {
+      _reportP->removedAttachments.push_back(
+          {parvane::platform::Utf8ToUtf16(removed.name), removed.url});
+    } else {
+      ++_reportP->moreRemovedAttachments;
+    }
+  }
   const int parts = email->get_NumLeftoverParts();
   if (parts == 0) return;
   TsString type;
   TsString name;
   for (int i = 0; i < parts; ++i) {
+    if (_reportP->unconvertedParts.size() == ConversionReport::kMostNamed) {
+      _reportP->moreUnconvertedParts += static_cast<std::uint64_t>(parts - i);
+      return;
+    }
     email->GetLeftoverPartContentType(i, type);
     email->GetLeftoverPartName(i, name);
     _reportP->unconvertedParts.push_back({std::string(type.viewUtf8()),

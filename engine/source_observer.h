@@ -77,6 +77,7 @@ struct Remark {
 // What converting one message left behind or changed.
 struct ConversionNotes {
   std::vector<UnconvertedPart> unconvertedParts;
+  std::uint64_t moreUnconvertedParts = 0;  // which are counted only: a message may have 200,000
   std::vector<Remark> remarks;
   std::vector<mapi::Refusal> refusals;  // by the destination's MAPI, until the message was saved
   std::uint32_t attachmentsWritten = 0;

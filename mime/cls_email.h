@@ -112,8 +112,9 @@ class ClsEmail {
  private:
   // Everything about one message, made when it is parsed.
   struct Message {
-    explicit Message(std::shared_ptr<const MimeMessage2> entity)
-        : root(std::move(entity)), structure(root) {}
+    explicit Message(std::shared_ptr<const MimeMessage2> message)
+        : entity(std::move(message)), root(*entity), structure(root) {}
+    std::shared_ptr<const MimeMessage2> entity;
     Email2 root;
     EmailStructure structure;
     std::string charset;  // the message's own, for text that names none; may be empty

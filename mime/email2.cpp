@@ -40,9 +40,11 @@ void RemoveControls(std::string& utf8) {
 
 }  // namespace
 
-Email2::Email2(std::shared_ptr<const MimeMessage2> entity) : _entity(std::move(entity)) {
-  _children.reserve(_entity->children().size());
-  for (const auto& child : _entity->children()) _children.emplace_back(child);
+Email2::Email2(const MimeMessage2& entity) : _entity(&entity) {
+  if (entity.children().empty()) return;
+  _children = std::make_unique<std::vector<Email2>>();
+  _children->reserve(entity.children().size());
+  for (const auto& child : entity.children()) _children->emplace_back(*child);
 }
 
 bool Email2::TypeIs(std::string_view type) const {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,12 +17,14 @@ namespace Tessary {
 
 class Email2 {
  public:
-  // The tree below `entity`, which the nodes keep alive.
-  explicit Email2(std::shared_ptr<const MimeMessage2> entity);
+  // The tree below `entity`, which must outlive it.
+  explicit Email2(const MimeMessage2& entity);
 
   const MimeMessage2& entity() const { return *_entity; }
   const MimeHeader& header() const { return _entity->header(); }
-  const std::vector<Email2>& children() const { return _children; }
+  std::span<const Email2> children() const {
+    return _children ? std::span<const Email2>(*_children) : std::span<const Email2>();
+  }
 
   std::string_view contentType() const { return _entity->contentType().value(); }
   std::string_view disposition() const { return _entity->disposition().value(); }
@@ -57,8 +60,8 @@ class Email2 {
   bool IsInlineAttachment(bool inMixed) const;
   bool IsUndisposedAttachment(bool inMixed) const;
 
-  std::shared_ptr<const MimeMessage2> _entity;
-  std::vector<Email2> _children;
+  const MimeMessage2* _entity;
+  std::unique_ptr<std::vector<Email2>> _children;  // null for a leaf
 };
 
 }  // namespace Tessary

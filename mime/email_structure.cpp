@@ -221,7 +221,7 @@ void EmailStructure::CollectLeftovers(const Email2& node, const std::vector<cons
   if (!node.children().empty()) return;
   // A blank part without a name holds nothing; a part that is all header may hold its text there.
   const std::string_view body = node.entity().body();
-  const bool lostText = body.empty() && node.header().FieldCount() == 0;
+  const bool lostText = body.empty() && !node.header().HasFields();
   const std::string_view content = lostText ? node.entity().headerText() : body;
   if (IsBlank(content) && node.filename().empty() && node.name().empty()) return;
   _leftovers.push_back({&node, content.size()});

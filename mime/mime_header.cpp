@@ -74,19 +74,19 @@ std::string_view Unfold(std::string_view value, std::string& scratch) {
 }
 
 inline void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength,
-                                std::size_t valueStart) {
+                                std::size_t valueStart, FirstPlaces& firstPlaces) {
   const MimeField& line = _lines.emplace_back(raw, nameLength, valueStart);
   if (!line.IsField()) return;
   const std::uint32_t slot = NameSlot(line._key);
   if ((_names >> slot & 1) != 0) return;
   _names |= std::uint64_t{1} << slot;
-  _searchFrom[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
+  firstPlaces[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
-std::size_t MimeHeader::Load(std::string_view text) {
+std::size_t MimeHeader::Load(std::string_view text, std::size_t usualLines) {
   Clear();
-  constexpr std::size_t kUsualLines = 42;
-  _lines.reserve(kUsualLines);
+  _lines.reserve(usualLines);
+  FirstPlaces firstPlaces;
   parvane::platform::simd::LineFeeds lineFeeds(text.data(), text.size());
   const auto nextLine = [&] { return std::min(lineFeeds.Next() + 1, text.size()); };
   std::size_t at = 0;
@@ -94,7 +94,10 @@ std::size_t MimeHeader::Load(std::string_view text) {
     const std::size_t start = at;
     at = nextLine();
     const std::string_view line = text.substr(start, at - start);
-    if (line.size() <= 2 && IsEmptyLine(line)) return start;
+    if (line.size() <= 2 && IsEmptyLine(line)) {
+      at = start;
+      break;
+    }
     while (at < text.size() && IsBlank(text[at])) at = nextLine();
     std::size_t valueStart = 0;
     const std::size_t nameLength = FieldNameLength(line, &valueStart);
@@ -102,8 +105,11 @@ std::size_t MimeHeader::Load(std::string_view text) {
       ++valueStart;
       if (valueStart < line.size() && line[valueStart] == ' ') ++valueStart;
     }
-    AddLine(text.substr(start, at - start), nameLength, nameLength > 0 ? valueStart : 0);
+    AddLine(text.substr(start, at - start), nameLength, nameLength > 0 ? valueStart : 0,
+            firstPlaces);
   }
+  constexpr std::size_t kFewLines = 8;
+  if (_lines.size() > kFewLines) _firstPlaces = std::make_unique<const FirstPlaces>(firstPlaces);
   return at;
 }
 
@@ -111,26 +117,26 @@ void MimeHeader::Clear() {
   _lines.clear();
   _rewritten.clear();
   _names = 0;
-  _orderKnown = false;
   _modified = false;
+  ForgetPlaces();
 }
 
 const std::vector<std::uint32_t>& MimeHeader::Order() const {
-  if (!_orderKnown) {
-    _order.clear();
+  if (!_order) {
+    std::vector<std::uint32_t> order;
     for (std::size_t i = 0; i < _lines.size(); ++i) {
-      if (_lines[i]._nameLength > 0) _order.push_back(static_cast<std::uint32_t>(i));
+      if (_lines[i].IsField()) order.push_back(static_cast<std::uint32_t>(i));
     }
-    _orderKnown = true;
+    _order = std::make_unique<const std::vector<std::uint32_t>>(std::move(order));
   }
-  return _order;
+  return *_order;
 }
 
 const MimeField* MimeHeader::Find(std::string_view name, std::size_t occurrence) const {
   const std::uint32_t key = MimeField::KeyOf(name);
   const std::uint32_t slot = NameSlot(key);
   if ((_names >> slot & 1) == 0) return nullptr;
-  for (std::size_t i = _searchFrom[slot]; i < _lines.size(); ++i) {
+  for (std::size_t i = FirstPlace(slot); i < _lines.size(); ++i) {
     if (_lines[i].NameIs(name, key) && occurrence-- == 0) return &_lines[i];
   }
   return nullptr;

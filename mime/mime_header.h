@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <forward_list>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -82,13 +83,16 @@ std::string_view Unfold(std::string_view value, std::string& scratch);
 
 class MimeHeader {
  public:
-  // Indexes `text`, which must outlive the header, up to its first empty line or its end. Returns
-  // the header's length, without the empty line.
-  std::size_t Load(std::string_view text);
+  // Indexes `text`, which must outlive the header, up to its first empty line or its end; there is
+  // room for `usualLines` at once. Returns the header's length, without the empty line.
+  std::size_t Load(std::string_view text, std::size_t usualLines = 4);
   void Clear();
 
   // Every line in stored order, with those that are no field.
   const std::vector<MimeField>& Lines() const { return _lines; }
+  bool HasFields() const {
+    return std::any_of(_lines.begin(), _lines.end(), [](const auto& l) { return l.IsField(); });
+  }
   std::size_t FieldCount() const { return Order().size(); }
   // In stored order.
   const MimeField& Field(std::size_t index) const { return _lines[Order()[index]]; }
@@ -104,7 +108,7 @@ class MimeHeader {
   void ForEach(std::string_view name, Take take) const {
     const std::uint32_t key = MimeField::KeyOf(name);
     if (!MayHave(name)) return;
-    for (std::size_t i = _searchFrom[NameSlot(key)]; i < _lines.size(); ++i) {
+    for (std::size_t i = FirstPlace(NameSlot(key)); i < _lines.size(); ++i) {
       if (_lines[i].NameIs(name, key)) take(_lines[i]);
     }
   }
@@ -145,23 +149,30 @@ class MimeHeader {
   static constexpr std::uint64_t NameBit(std::uint32_t key) {
     return std::uint64_t{1} << NameSlot(key);
   }
-  void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart);
+  // No field of a slot whose bit is set stands before this place in _lines; others mean nothing.
+  using FirstPlaces = std::array<std::uint32_t, 64>;
+
+  std::size_t FirstPlace(std::uint32_t slot) const {
+    return _firstPlaces ? (*_firstPlaces)[slot] : 0;
+  }
+  void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart,
+               FirstPlaces& firstPlaces);
   // After a change of the lines' places.
   void ForgetPlaces() {
-    _searchFrom.fill(0);
-    _orderKnown = false;
+    _firstPlaces.reset();
+    _order.reset();
   }
 
   // The places in _lines of those that are fields.
   const std::vector<std::uint32_t>& Order() const;
 
+  // A message may have 200,000 parts, each with a header: what a short one can do without is made
+  // for the others only.
   std::uint64_t _names = 0;  // bits of the names of all fields, and perhaps of removed ones
-  // No field of a slot whose bit is set stands before this place in _lines; others mean nothing.
-  std::array<std::uint32_t, 64> _searchFrom{};
-  std::vector<MimeField> _lines;              // a name length of 0 marks a line that is no field
+  std::unique_ptr<const FirstPlaces> _firstPlaces;  // null: all begin at the first line
+  std::vector<MimeField> _lines;                    // a name length of 0: a line that is no field
   std::forward_list<std::string> _rewritten;  // changed fields; grows only, so views stay good
-  mutable std::vector<std::uint32_t> _order;
-  mutable bool _orderKnown = false;
+  mutable std::unique_ptr<const std::vector<std::uint32_t>> _order;  // null: not known
   bool _modified = false;
 };
 

@@ -22,6 +22,8 @@ using parvane::platform::StageMark;
 using parvane::platform::StartsWithIgnoreAsciiCase;
 
 constexpr auto kNone = std::string_view::npos;
+// Of 200,000 parts each byte counts.
+constexpr std::size_t kUsualPartLines = 1;
 
 std::string ToCrLf(std::string_view text) {
   std::string out;
@@ -46,12 +48,12 @@ bool HeaderEndsInMixedLineEnds(std::string_view text) {
   return false;
 }
 
-ContentField ReadContentField(const MimeHeader& header, std::string_view name,
-                              std::string_view charset) {
+std::unique_ptr<ContentField> ReadContentField(const MimeHeader& header, std::string_view name,
+                                               std::string_view charset) {
   const MimeField* field = header.Find(name);
-  if (field == nullptr) return {};
+  if (field == nullptr) return nullptr;
   std::string scratch;
-  return ContentField(field->Value(scratch), charset);
+  return std::make_unique<ContentField>(field->Value(scratch), charset);
 }
 
 bool IsContentField(std::string_view name) { return StartsWithIgnoreAsciiCase(name, "Content-"); }
@@ -104,14 +106,22 @@ struct MimeMessage2::Context {
 
 void MimeMessage2::Load(const ByteSlice& text, Log& log, int depth) {
   Context context{log, depth, MimeLimits::kEntities};
-  _loaded = text;
-  LoadMimeComplete2(NormaliseLineEnds(WithoutMark(text), log), context);
+  LoadRoot(text, NormaliseLineEnds(WithoutMark(text), log), context);
 }
 
 void MimeMessage2::LoadCrLf(const ByteSlice& text, Log& log) {
   Context context{log, 0, MimeLimits::kEntities};
-  _loaded = text;
-  LoadMimeComplete2(WithoutMark(text), context);
+  LoadRoot(text, WithoutMark(text), context);
+}
+
+void MimeMessage2::LoadRoot(const ByteSlice& given, const ByteSlice& text, Context& context) {
+  constexpr std::size_t kUsualLines = 42;
+  _rare.reset();
+  if (text.data() != given.data()) {
+    MakeRare().loaded = given;
+    _rare->rewritten = true;
+  }
+  LoadMimeComplete2(text, context, kUsualLines);
 }
 
 // A text with two line feeds side by side gets CR LF throughout; so does one whose header ends in
@@ -131,66 +141,69 @@ ByteSlice MimeMessage2::NormaliseLineEnds(const ByteSlice& text, Log& log) const
   return ByteSlice::Adopt(ToCrLf(bytes));
 }
 
-void MimeMessage2::LoadMimeComplete2(const ByteSlice& text, Context& context) {
+void MimeMessage2::LoadMimeComplete2(const ByteSlice& text, Context& context,
+                                     std::size_t usualLines) {
   const LogContext logContext(context.log, "LoadMimeComplete2");
   const std::string_view bytes = text.view();
   _text = text;
-  _headerBytes = {};
   _depth = context.depth;
   if (bytes.starts_with("\r\n")) {
     context.log.Say("MIME is missing initial header because it begins with CRLF");
     _header.Clear();
-    _headerText = _separator = {};
-    _body = text;
+    _headerText = {};
+    _separatorSize = 0;
+    _body = bytes;
   } else {
-    const std::size_t headerSize = _header.Load(bytes);
+    const std::size_t headerSize = _header.Load(bytes, usualLines);
     _headerText = bytes.substr(0, headerSize);
     const std::string_view rest = bytes.substr(headerSize);
-    _separator = rest.substr(0, rest.find('\n') + 1);
-    _body = text.Part(rest.substr(_separator.size()));
+    _separatorSize = rest.starts_with("\r\n") ? 2 : rest.starts_with('\n') ? 1 : 0;
+    _body = rest.substr(_separatorSize);
   }
   ReadContentFields();
   SplitBody(context);
-  if (_children.empty()) FinishLeaf(context.log);
+  if (!_children) FinishLeaf(context.log);
 }
 
 void MimeMessage2::ReadContentFields() {
   _contentType = ReadContentField(_header, "Content-Type", {});
   // Mail from before MIME was finished says no more than "text".
-  if (ContentTypeIs("text") || ContentTypeIs("text/")) _contentType.SetValue("text/plain");
-  const std::string_view charset = _contentType.Get("charset");
+  if (ContentTypeIs("text") || ContentTypeIs("text/")) _contentType->SetValue("text/plain");
+  const std::string_view charset = contentType().Get("charset");
   _disposition = ReadContentField(_header, "Content-Disposition", charset);
-  _transferEncoding = ReadContentField(_header, "Content-Transfer-Encoding", {}).value();
-  _boundary = _contentType.Get("boundary");
+  const auto encoding = ReadContentField(_header, "Content-Transfer-Encoding", {});
+  _transferEncoding = encoding ? std::make_unique<std::string>(encoding->value()) : nullptr;
+  const std::string_view boundary = contentType().Get("boundary");
+  _boundary = boundary.empty() ? nullptr : std::make_unique<std::string>(boundary);
 }
 
 void MimeMessage2::SplitBody(Context& context) {
-  _children.clear();
-  _droppedParts.clear();
-  _bodyReplaced = _beyondLimit = _binary = _contentFieldsChanged = false;
-  if (!IsMultipart() || _boundary.empty()) return;
+  _children.reset();
+  _beyondLimit = _binary = _contentFieldsChanged = false;
+  if (!IsMultipart() || !_boundary) return;
   if (context.depth >= MimeLimits::kNesting || context.entitiesLeft < 2) {
     _beyondLimit = true;
     return;
   }
-  auto split = parvane::mime::SplitMultipart(body(), _boundary, context.entitiesLeft, context.log);
-  _boundary = std::move(split.boundary);
-  _droppedParts = std::move(split.dropped);
+  auto split = parvane::mime::SplitMultipart(body(), *_boundary, context.entitiesLeft, context.log);
+  *_boundary = std::move(split.boundary);
+  if (!split.dropped.empty()) MakeRare().droppedParts = std::move(split.dropped);
   context.entitiesLeft -= std::min(context.entitiesLeft, split.parts.size());
-  _children.reserve(split.parts.size());
+  if (split.parts.empty()) return;
+  _children = std::make_unique<Children>();
+  _children->reserve(split.parts.size());
   ++context.depth;
   for (const std::string_view part : split.parts) {
     auto child = std::make_shared<MimeMessage2>();
-    child->_loaded = _body.Part(part);
-    child->LoadMimeComplete2(child->_loaded, context);
-    _children.push_back(std::move(child));
+    child->LoadMimeComplete2(_text.Part(part), context, kUsualPartLines);
+    _children->push_back(std::move(child));
   }
   --context.depth;
 }
 
 void MimeMessage2::FinishLeaf(Log& log) {
-  const bool byType = IsBinaryType(_contentType.value());
-  _binary = byType || EqualsIgnoreAsciiCase(_disposition.value(), "attachment");
+  const bool byType = IsBinaryType(contentType().value());
+  _binary = byType || EqualsIgnoreAsciiCase(disposition().value(), "attachment");
   if (byType) {
     log.Say("clearing charset based on content-type.");
     log.Say("treating body as binary (non-character) data.");
@@ -205,21 +218,21 @@ unsigned MimeMessage2::charset() const {
 }
 
 std::string_view MimeMessage2::charsetName() const {
-  return _binary ? std::string_view() : _contentType.Get("charset");
+  return _binary ? std::string_view() : contentType().Get("charset");
 }
 
 bool MimeMessage2::IsMultipart() const {
-  return StartsWithIgnoreAsciiCase(_contentType.value(), "multipart");
+  return StartsWithIgnoreAsciiCase(contentType().value(), "multipart");
 }
 
 bool MimeMessage2::ContentTypeIs(std::string_view type) const {
-  return EqualsIgnoreAsciiCase(_contentType.value(), type);
+  return EqualsIgnoreAsciiCase(contentType().value(), type);
 }
 
 TransferEncoding MimeMessage2::EncodingToDecode() const {
-  const TransferEncoding encoding = TransferEncodingFromName(_transferEncoding);
+  const TransferEncoding encoding = TransferEncodingFromName(transferEncoding());
   // A body that holds parts is never encoded itself, whatever its header says.
-  if (encoding == TransferEncoding::kIdentity || !_children.empty()) {
+  if (encoding == TransferEncoding::kIdentity || _children) {
     return TransferEncoding::kIdentity;
   }
   const bool mislabelled = ContentTypeIs("message/rfc822") && !IsReallyEncoded(encoding, body());
@@ -249,8 +262,8 @@ void MimeMessage2::RewriteFields(std::span<const FieldChange> changes,
                                  std::shared_ptr<std::string> buffer) {
   if (buffer == nullptr) buffer = std::make_shared<std::string>();
   _header.Rewrite(changes, *buffer);
-  _headerBytes = ByteSlice::Share(buffer, *buffer);
-  _headerText = _headerBytes.view();
+  MakeRare().headerBytes = ByteSlice::Share(buffer, *buffer);
+  _headerText = *buffer;
 }
 
 std::size_t MimeMessage2::RemoveField(std::string_view name) {
@@ -262,28 +275,29 @@ std::size_t MimeMessage2::RemoveField(std::string_view name) {
 // The body is not split anew, so parts keep the boundary they were found with.
 void MimeMessage2::ContentFieldsChanged() {
   _contentFieldsChanged = true;
-  std::string boundary = std::move(_boundary);
+  auto boundary = std::move(_boundary);
   ReadContentFields();
-  if (!_children.empty()) _boundary = std::move(boundary);
+  if (_children) _boundary = std::move(boundary);
   Log unread(Log::Keeping::kNothing);
   _binary = false;
-  if (_children.empty()) FinishLeaf(unread);
+  if (!_children) FinishLeaf(unread);
 }
 
 void MimeMessage2::ReplaceBody(ByteSlice body) {
-  _body = std::move(body);
-  _bodyReplaced = true;
-  _children.clear();
-  _droppedParts.clear();
+  _body = body.view();
+  MakeRare().newBody = std::move(body);
+  _rare->bodyReplaced = true;
+  _rare->droppedParts.clear();
+  _children.reset();
 }
 
 bool MimeMessage2::IsBodyChanged() const {
-  return _bodyReplaced || std::any_of(_children.begin(), _children.end(),
-                                      [](const auto& child) { return child->IsChanged(); });
+  return IsBodyReplaced() || std::any_of(children().begin(), children().end(),
+                                         [](const auto& child) { return child->IsChanged(); });
 }
 
 bool MimeMessage2::IsChanged() const {
-  return _header.modified() || !_headerBytes.empty() || IsBodyChanged();
+  return _header.modified() || HasOwnHeader() || IsBodyChanged();
 }
 
 bool MimeMessage2::Settle() {
@@ -291,26 +305,26 @@ bool MimeMessage2::Settle() {
   // What stands around the header must have been read as it would be read behind the new one: not
   // rewritten on the way in, and with an empty line in between. Then no line end changes its
   // meaning, and the fields that rule the body are those that it was split by.
-  const bool asLoaded = _loaded.data() == _text.data() && _loaded.size() == _text.size();
-  if (!asLoaded || _contentFieldsChanged || IsBodyChanged()) return false;
-  if (_headerText.empty() || _separator.empty() || _header.Lines().empty()) return false;
+  if ((_rare && _rare->rewritten) || _contentFieldsChanged || IsBodyChanged()) return false;
+  if (_headerText.empty() || _separatorSize == 0 || _header.Lines().empty()) return false;
   if (_header.modified()) RewriteFields({});
   return _headerText.ends_with("\r\n") &&
-         _headerText.size() + _separator.size() + _body.size() <= MimeLimits::kMessageBytes;
+         _headerText.size() + _separatorSize + _body.size() <= MimeLimits::kMessageBytes;
 }
 
 ByteSlice MimeMessage2::Serialise() const {
-  if (!IsChanged()) return _loaded;
+  const ByteSlice& loaded = Loaded();
+  if (!IsChanged()) return loaded;
   std::string out;
-  out.reserve(_loaded.size() + _loaded.size() / 64 + 1024);
+  out.reserve(loaded.size() + loaded.size() / 64 + 1024);
   // A part's mark, which would stand in the middle of the message, is text of its header.
-  if (_text.data() != _loaded.data() && _loaded.view().starts_with(kMark)) out.append(kMark);
+  if (_rare && _rare->rewritten && loaded.view().starts_with(kMark)) out.append(kMark);
   AppendTo(out);
   return ByteSlice::Adopt(std::move(out));
 }
 
 ByteSlice MimeMessage2::SerialiseBody() const {
-  if (!IsBodyChanged() || _bodyReplaced) return _body;
+  if (!IsBodyChanged() || IsBodyReplaced()) return bodySlice();
   std::string out;
   out.reserve(_body.size() + 1024);
   AppendBodyTo(out);
@@ -327,9 +341,9 @@ void MimeMessage2::AppendTo(std::string& out) const {
     out.append(_headerText);
   }
   // A body that began the message stays behind an empty line even when fields were added.
-  const bool hasBody = !_body.empty() || _bodyReplaced;
-  if (!_separator.empty()) {
-    out.append(_separator);
+  const bool hasBody = !_body.empty() || IsBodyReplaced();
+  if (_separatorSize > 0) {
+    out.append(_separatorSize == 2 ? "\r\n" : "\n");
   } else if (hasBody && out.size() > start) {
     if (out.back() != '\n') out.append("\r\n");
     out.append("\r\n");
@@ -339,16 +353,15 @@ void MimeMessage2::AppendTo(std::string& out) const {
 
 // What stands between and around the children (preamble, delimiters, epilogue) is kept as loaded.
 void MimeMessage2::AppendBodyTo(std::string& out) const {
-  const std::string_view body = _body.view();
   std::size_t done = 0;
-  for (const auto& child : _children) {
-    const std::string_view loaded = child->_loaded.view();
-    const auto start = static_cast<std::size_t>(loaded.data() - body.data());
-    out.append(body.substr(done, start - done));
+  for (const auto& child : children()) {
+    const std::string_view loaded = child->_text.view();
+    const auto start = static_cast<std::size_t>(loaded.data() - _body.data());
+    out.append(_body.substr(done, start - done));
     child->AppendTo(out);
     done = start + loaded.size();
   }
-  out.append(body.substr(done));
+  out.append(_body.substr(done));
 }
 
 }  // namespace Tessary

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
@@ -47,25 +48,25 @@ class MimeMessage2 {
   // false when only serialising and loading can tell what became of the message.
   bool Settle();
 
-  bool IsEmpty() const { return _loaded.empty() && !IsChanged(); }
+  bool IsEmpty() const { return Loaded().empty() && !IsChanged(); }
 
   // ---- Header ----
   const MimeHeader& header() const { return _header; }
   // The header's lines as loaded, without the empty line behind them.
   std::string_view headerText() const { return _headerText; }
   ByteSlice headerSlice() const {
-    return _headerBytes.empty() ? _body.Part(_headerText) : _headerBytes;
+    return HasOwnHeader() ? _rare->headerBytes : _text.Part(_headerText);
   }
   // A settled header has a NUL behind it; null for any other.
   const char* terminatedHeader() const {
-    return _headerBytes.empty() ? nullptr : _headerBytes.data();
+    return HasOwnHeader() ? _rare->headerBytes.data() : nullptr;
   }
-  const parvane::mime::ContentField& contentType() const { return _contentType; }
-  const parvane::mime::ContentField& disposition() const { return _disposition; }
+  const parvane::mime::ContentField& contentType() const { return OrNone(_contentType); }
+  const parvane::mime::ContentField& disposition() const { return OrNone(_disposition); }
   // The name in Content-Transfer-Encoding, as it stands; empty without the field.
-  const std::string& transferEncoding() const { return _transferEncoding; }
+  const std::string& transferEncoding() const { return OrNone(_transferEncoding); }
   // The boundary in the form in which the body has it.
-  const std::string& boundary() const { return _boundary; }
+  const std::string& boundary() const { return OrNone(_boundary); }
   // The declared charset's code page; 0 when it is missing or unknown, and for binary content.
   unsigned charset() const;
   // The declared charset's name under the same rules.
@@ -77,17 +78,22 @@ class MimeMessage2 {
 
   // ---- Body ----
   // Still in its transfer encoding, sub-parts included.
-  std::string_view body() const { return _body.view(); }
-  ByteSlice bodySlice() const { return _body; }
+  std::string_view body() const { return _body; }
+  ByteSlice bodySlice() const {
+    return _rare && _rare->bodyReplaced ? _rare->newBody : _text.Part(_body);
+  }
   // Decoded; shares the message's bytes when there is nothing to decode. A message/rfc822 part is
   // decoded only where it really is encoded: mailers label such parts with encodings that they did
   // not apply.
   ByteSlice DecodedBody() const;
   // The same bytes, piece by piece.
   void DecodeBodyTo(ByteSink& sink) const;
-  const std::vector<std::shared_ptr<MimeMessage2>>& children() const { return _children; }
+  using Children = std::vector<std::shared_ptr<MimeMessage2>>;
+  const Children& children() const { return OrNone(_children); }
   // The parts too small to be kept.
-  const std::vector<std::string_view>& droppedParts() const { return _droppedParts; }
+  const std::vector<std::string_view>& droppedParts() const {
+    return _rare ? _rare->droppedParts : None<std::vector<std::string_view>>();
+  }
   // The nesting limit was met here: the body was not looked into.
   bool beyondLimit() const { return _beyondLimit; }
   // How deep the entity lies, nested messages counted.
@@ -108,9 +114,36 @@ class MimeMessage2 {
 
  private:
   struct Context;
+  // What few entities have: a message may have 200,000, and each byte counts.
+  struct Rare {
+    ByteSlice loaded;  // as given, where _text is not that
+    bool rewritten = false;
+    ByteSlice headerBytes;  // of a settled header, which has bytes of its own; else empty
+    ByteSlice newBody;
+    bool bodyReplaced = false;
+    std::vector<std::string_view> droppedParts;
+  };
+
+  template <typename Value>
+  static const Value& None() {
+    static const Value kNone;
+    return kNone;
+  }
+  template <typename Value>
+  static const Value& OrNone(const std::unique_ptr<Value>& value) {
+    return value ? *value : None<Value>();
+  }
+  Rare& MakeRare() {
+    if (!_rare) _rare = std::make_unique<Rare>();
+    return *_rare;
+  }
+  const ByteSlice& Loaded() const { return _rare && _rare->rewritten ? _rare->loaded : _text; }
+  bool HasOwnHeader() const { return _rare && !_rare->headerBytes.empty(); }
+  bool IsBodyReplaced() const { return _rare && _rare->bodyReplaced; }
 
   TransferEncoding EncodingToDecode() const;
-  void LoadMimeComplete2(const ByteSlice& text, Context& context);
+  void LoadRoot(const ByteSlice& given, const ByteSlice& text, Context& context);
+  void LoadMimeComplete2(const ByteSlice& text, Context& context, std::size_t usualLines);
   ByteSlice NormaliseLineEnds(const ByteSlice& text, Log& log) const;
   void ReadContentFields();
   void SplitBody(Context& context);
@@ -121,23 +154,21 @@ class MimeMessage2 {
   void AppendTo(std::string& out) const;
   void AppendBodyTo(std::string& out) const;
 
-  ByteSlice _loaded;  // as given
-  ByteSlice _text;    // the same with its line ends put right; what all views look into
-  ByteSlice _body;
-  ByteSlice _headerBytes;  // of a settled header, which has bytes of its own; else empty
+  ByteSlice _text;  // as given, but with its line ends put right; what all views look into
+  std::string_view _body;
   std::string_view _headerText;
-  std::string_view _separator;  // the empty line between header and body
   MimeHeader _header;
-  parvane::mime::ContentField _contentType;
-  parvane::mime::ContentField _disposition;
-  std::string _transferEncoding;
-  std::string _boundary;
-  std::vector<std::shared_ptr<MimeMessage2>> _children;
-  std::vector<std::string_view> _droppedParts;
+  // Null for a field that is not there.
+  std::unique_ptr<parvane::mime::ContentField> _contentType;
+  std::unique_ptr<parvane::mime::ContentField> _disposition;
+  std::unique_ptr<std::string> _transferEncoding;
+  std::unique_ptr<std::string> _boundary;
+  std::unique_ptr<Children> _children;  // null for a leaf
+  std::unique_ptr<Rare> _rare;
   int _depth = 0;
+  std::uint8_t _separatorSize = 0;  // of the empty line between header and body: CR LF or LF
   bool _binary = false;
   bool _beyondLimit = false;
-  bool _bodyReplaced = false;
   bool _contentFieldsChanged = false;
 };
 

@@ -61,12 +61,15 @@ std::string InWords(const parvane::sources::AddressLoss& loss) {
   return text + " (the name of " + parvane::platform::Utf16ToUtf8(loss.address) + ")";
 }
 
+std::string AndMore(std::uint64_t count) { return "and " + std::to_string(count) + " more"; }
+
 void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::ConversionReport&& report) {
   notes.unconvertedParts.reserve(report.unconvertedParts.size());
   for (auto& part : report.unconvertedParts)
     notes.unconvertedParts.push_back(
         {std::move(part.contentType), std::move(part.name), part.size});
   notes.refusals = std::move(report.refusals);
+  notes.moreUnconvertedParts = report.moreUnconvertedParts;
   notes.attachmentsWritten = report.attachmentsWritten;
   notes.attachmentsFailed = report.attachmentsFailed;
   notes.dateMissing = report.dateMissing;
@@ -74,6 +77,9 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
     notes.remarks.push_back({RemarkKind::kAttachmentDetached,
                              parvane::platform::Utf16ToUtf8(removed.name),
                              removed.url.empty() ? "deleted" : "detached to " + removed.url});
+  if (report.moreRemovedAttachments > 0)
+    notes.remarks.push_back(
+        {RemarkKind::kAttachmentDetached, {}, AndMore(report.moreRemovedAttachments)});
   notes.dateUnreadable = report.dateUnreadable;
   notes.repairedDate = report.date;
   notes.dateChangedByRepair = !report.dateMissing && notes.rawDate != report.date;
@@ -116,8 +122,7 @@ void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
       _notes.remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
     if (losses.more > 0)
       _notes.remarks.push_back({RemarkKind::kHeaderTextLost,
-                                std::string(losses.named.back().header),
-                                "and " + std::to_string(losses.more) + " more"});
+                                std::string(losses.named.back().header), AndMore(losses.more)});
   }
   if (_emailP->impl().SetFromEntity(std::move(entity))) {
     FillMembers();
