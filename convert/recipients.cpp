@@ -25,8 +25,9 @@ using Tessary::TsString;
 void MIMEToMAPIMessageConverter::WriteRecipients(TsEmail* email, IMessage* message) {
   if (!email || !message) return;
   const auto writeList = [&](ClsEmail::List list, ULONG type) {
-    for (const MailBox& mailBox : email->impl().AllMailboxes(list))
+    email->impl().ForEachMailbox(list, [&](const MailBox& mailBox) {
       AddRecipient(mailBox.name, mailBox.address, *message, type);
+    });
   };
   writeList(ClsEmail::List::kTo, MAPI_TO);
   writeList(ClsEmail::List::kCc, MAPI_CC);

@@ -48,7 +48,7 @@ constexpr std::array<TextField, 5> kTextFields = {{{"Return-Path", kReturnPathTa
                                                    {"Message-ID", PR_INTERNET_MESSAGE_ID_W},
                                                    {"In-Reply-To", PR_IN_REPLY_TO_W},
                                                    {"References", PR_INTERNET_REFERENCES_W}}};
-constexpr std::size_t kUsualTexts = 500;
+constexpr std::size_t kUsualText = 250;
 
 bool HasNul(std::string_view bytes) { return bytes.find('\0') != bytes.npos; }
 
@@ -130,20 +130,15 @@ void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* mess
     }
   }
 
-  // One behind the other, each with a NUL; a missing field is empty and sets nothing.
-  std::u16string texts;
-  texts.reserve(kUsualTexts);
-  std::array<std::size_t, kTextFields.size()> starts;
-  {
-    ClsEmail::Fields fields(email->impl());
-    for (std::size_t i = 0; i < kTextFields.size(); ++i) {
-      starts[i] = texts.size();
-      fields.Append(kTextFields[i].name, texts);
-      texts += u'\0';
-    }
+  // A missing field is empty and sets nothing.
+  std::u16string text;
+  text.reserve(kUsualText);
+  ClsEmail::Fields fields(email->impl());
+  for (const TextField& field : kTextFields) {
+    text.clear();
+    fields.Append(field.name, text);
+    SetPropString(message, field.tag, text.c_str());
   }
-  for (std::size_t i = 0; i < kTextFields.size(); ++i)
-    SetPropString(message, kTextFields[i].tag, texts.c_str() + starts[i]);
 }
 
 void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {

@@ -350,14 +350,14 @@ class RewrittenReader {
  public:
   explicit RewrittenReader(std::string_view list) : _list(list) {}
 
-  bool Read(std::vector<MailBox>& out) {
+  // Calls `give` with the name and the address of each mailbox.
+  template <typename Give>
+  bool Read(Give give) {
     do {
       std::string_view name;
       std::string_view address;
       if (!ReadName(name) || !ReadAddress(address)) return false;
-      MailBox& mailbox = out.emplace_back();
-      platform::AppendUtf8AsUtf16(name, mailbox.name);
-      platform::AppendUtf8AsUtf16(address, mailbox.address);
+      give(name, address);
     } while (Take(','));
     return _next == _list.size();
   }
@@ -398,9 +398,26 @@ class RewrittenReader {
 }  // namespace
 
 bool ParseRewrittenList(std::string_view list, std::vector<MailBox>& out) {
-  if (RewrittenReader(list).Read(out)) return true;
+  const auto give = [&](std::string_view name, std::string_view address) {
+    MailBox& mailbox = out.emplace_back();
+    platform::AppendUtf8AsUtf16(name, mailbox.name);
+    platform::AppendUtf8AsUtf16(address, mailbox.address);
+  };
+  if (RewrittenReader(list).Read(give)) return true;
   out.clear();
   return false;
+}
+
+bool ForEachRewritten(std::string_view list, const std::function<void(const MailBox&)>& take) {
+  if (!RewrittenReader(list).Read([](std::string_view, std::string_view) {})) return false;
+  MailBox mailbox;
+  return RewrittenReader(list).Read([&](std::string_view name, std::string_view address) {
+    mailbox.name.clear();
+    mailbox.address.clear();
+    platform::AppendUtf8AsUtf16(name, mailbox.name);
+    platform::AppendUtf8AsUtf16(address, mailbox.address);
+    take(mailbox);
+  });
 }
 
 std::vector<MailBox> ParseAddressList(std::u16string_view list) {

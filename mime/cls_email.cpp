@@ -136,25 +136,29 @@ void ClsEmail::GiveHeaderText(std::string_view raw, ClsString& out) const {
   out.SetUtf8(OneLine(DecodeHeaderText(raw, _message->charset)));
 }
 
+// Several fields of the name are one list. A view of the message where there is but one.
+std::string_view ClsEmail::ListText(List list, std::string& joined, std::string& scratch) const {
+  std::string_view text;
+  _message->root.header().ForEach(FieldOfList(list), [&](const MimeField& field) {
+    const std::string_view value = field.Value(scratch);
+    if (text.empty() && value.data() != scratch.data()) {
+      text = value;
+      return;
+    }
+    if (joined.empty()) joined = text;
+    if (!joined.empty()) joined.append(", ");
+    text = joined.append(value);
+  });
+  return text;
+}
+
 const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
   auto& mailboxes = _message->lists[static_cast<int>(list)];
   if (!mailboxes) {
-    // Several fields of the name are one list.
     mailboxes.emplace();
-    const MimeHeader& header = _message->root.header();
     std::string joined;
     std::string scratch;
-    std::string_view text;
-    header.ForEach(FieldOfList(list), [&](const MimeField& field) {
-      const std::string_view value = field.Value(scratch);
-      if (text.empty() && value.data() != scratch.data()) {
-        text = value;
-        return;
-      }
-      if (joined.empty()) joined = text;
-      if (!joined.empty()) joined.append(", ");
-      text = joined.append(value);
-    });
+    const std::string_view text = ListText(list, joined, scratch);
     if (text.empty() || parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
     joined = std::string(text);
     std::erase(joined, '\0');
@@ -256,6 +260,8 @@ bool ClsEmail::Fields::Append(std::string_view name, std::u16string& out) {
   std::string scratch;
   std::string_view text;
   if (!View(name, scratch, text)) return false;
+  constexpr std::size_t kLong = 64 << 10;
+  if (text.size() > kLong) out.reserve(out.size() + text.size() + 1);
   parvane::platform::AppendUtf8AsUtf16(text, out);
   return true;
 }
@@ -281,6 +287,18 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::AllMailboxes(List list) {
     return true;
   });
   return *mailboxes;
+}
+
+void ClsEmail::ForEachMailbox(List list, const std::function<void(const MailBox&)>& take) {
+  constexpr std::size_t kLong = 256 << 10;
+  Run("get_Recipients", [&] {
+    std::string joined;
+    std::string scratch;
+    const std::string_view text = ListText(list, joined, scratch);
+    if (text.size() > kLong && parvane::mime::ForEachRewritten(text, take)) return true;
+    for (const MailBox& mailbox : Mailboxes(list)) take(mailbox);
+    return true;
+  });
 }
 
 int ClsEmail::RecipientCount(const char* operation, List list) {

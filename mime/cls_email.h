@@ -1,6 +1,7 @@
 // What stands behind a TsEmail: a parsed message and what has been worked out about it.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -73,6 +74,8 @@ class ClsEmail {
   bool Recipient(const char* operation, List list, MailBoxPart part, int index, ClsString& out);
   // All mailboxes of a list; none without a message.
   const std::vector<MailBox>& AllMailboxes(List list);
+  // Calls `take` with the same, one by one; a long list is not held for it.
+  void ForEachMailbox(List list, const std::function<void(const MailBox&)>& take);
 
   // ---- Bodies ----
   bool PlainTextBody(ClsString& out);
@@ -135,6 +138,7 @@ class ClsEmail {
   void AppendFromTo(std::u16string& out);
   bool GiveBody(const Email2* node, bool html, Body& out);
   const std::vector<MailBox>& Mailboxes(List list);
+  std::string_view ListText(List list, std::string& joined, std::string& scratch) const;
   const std::vector<const Email2*>& Parts(PartList list) const;
   // Null, with the reason in the log, for a bad index.
   const Email2* PartAt(PartList list, int index);
