@@ -14,6 +14,7 @@
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "platform/text.h"
+#include "tests/support/environment.h"
 
 namespace QuelmarMIMEEngineCommon {
 namespace {
@@ -261,6 +262,7 @@ TEST(DateTimes, ConvertBetweenTheirRepresentations) {
 }
 
 TEST(DateTimes, AreShownInTheUsersLocale) {
+  parvane::SetEnvironment("LC_ALL", "C");  // whoever runs this: English
   using namespace DateTimeUtilities;
   SYSTEMTIME time{};
   time.wYear = 2013;

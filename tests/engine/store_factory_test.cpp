@@ -9,6 +9,8 @@
 #include "pst/pst_asset_store.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/profile_asset_store.h"
+#include "tests/support/environment.h"
+#include "tests/support/temporary_folder.h"
 
 namespace CWLEngine {
 namespace {
@@ -17,8 +19,14 @@ using namespace QuelmarMIMEEngineCommon;
 
 class StoreFactoryTest : public testing::Test {
  protected:
-  // Nothing answers: every call fails cleanly.
-  void SetUp() override { parvane::mapi::SelectEntryPoints({}); }
+  void SetUp() override {
+    // Nothing answers: every call fails cleanly.
+    parvane::mapi::SelectEntryPoints({});
+    // Off Windows the application data can be elsewhere than the user's.
+    parvane::SetEnvironment("XDG_DATA_HOME", parvane::platform::PathToNative(home.Path()));
+  }
+
+  TemporaryFolder home;
 };
 
 TEST_F(StoreFactoryTest, GivesAStoreForEachKindThatHasOne) {
@@ -43,12 +51,11 @@ TEST_F(StoreFactoryTest, GivesAStoreForEachKindThatHasOne) {
 }
 
 TEST_F(StoreFactoryTest, PreparesTheDumpFolderEvenForAKindWithoutAStore) {
-  // The test run gives itself an application-data folder of its own.
   const auto local = parvane::platform::LocalApplicationDataFolder();
   ASSERT_TRUE(local.has_value());
   auto& files = parvane::platform::FileSystem::Default();
   const std::u16string folder = parvane::platform::JoinPath(*local, u"Quelmar K4M Dump");
-  static_cast<void>(files.Remove(folder));
+  EXPECT_FALSE(local->starts_with(home.Path()) && files.FolderExists(folder));
   StoreFactory::CreateStore(kEMLAssetStore, u"p", u"n");
   EXPECT_TRUE(files.FolderExists(folder));
 }
