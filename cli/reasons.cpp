@@ -32,7 +32,12 @@ Reason ReasonOf(SkipReason reason) {
       return {"orphan-sbd", "subfolders without a mailbox of their name beside them",
               "put an empty file named like it, without .sbd, beside it"};
     case SkipReason::kSymbolicLinkLoop:
-      return {"link-loop", "leads back to a folder that is being read"};
+      return {"link-loop", "leads back to a folder that it lies in"};
+    case SkipReason::kLinkToFolder:
+      return {"link-to-folder", "a link to a folder that is read in its own place"};
+    case SkipReason::kDanglingLink:
+      return {"dangling-link", "a link that leads nowhere",
+              "connect the disk that it leads to, or remove the link"};
     case SkipReason::kTooDeep:
       return {"too-deep", "nested too deeply", "convert the folder by itself"};
     case SkipReason::kNotAFile:
@@ -41,6 +46,13 @@ Reason ReasonOf(SkipReason reason) {
       return {"single-messages",
               "holds messages in files of their own (maildir, .eml), which are not read",
               "let the program that keeps them export them as mbox"};
+    case SkipReason::kNotDownloaded:
+      return {"not-downloaded",
+              "its messages are on the server only: this folder was never downloaded",
+              "in Thunderbird, select it for offline use (folder properties, Synchronization), then "
+              "File, Offline, Download/Sync Now"};
+    case SkipReason::kCompressed:
+      return {"compressed", "a compressed file or an archive", "unpack it and convert what is in it"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};
@@ -64,6 +76,8 @@ Reason ReasonOf(FailureKind kind) {
       return {"not-parsed", "is no readable message"};
     case FailureKind::kTooLarge:
       return {"too-large", "is larger than 64 GiB"};
+    case FailureKind::kNoMemory:
+      return {"no-memory", "is too large for this machine's memory"};
     case FailureKind::kNotConverted:
       return {"not-converted", "could not be converted"};
     case FailureKind::kBrokeOff:

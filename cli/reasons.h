@@ -15,6 +15,7 @@ namespace parvane::cli {
 enum class FailureKind {
   kNotParsed,
   kTooLarge,
+  kNoMemory,
   kNotConverted,
   kBrokeOff,
   kNotSaved,

@@ -246,6 +246,11 @@ void Witness::MessageNotParsed(const engine::MessageLocation& message,
                                        : "its text could not be kept: " + dumpStatus.message();
 }
 
+void Witness::MessageTooLarge(const engine::MessageLocation&, const platform::Status& status) {
+  _itemProblem = FailureKind::kNoMemory;
+  _itemProblemDetail = status.message();
+}
+
 void Witness::MessageConverted(const engine::MessageLocation&, bool success,
                                const engine::ConversionNotes& notes) {
   if (!_itemOpen) return;

@@ -62,6 +62,8 @@ class Witness : public engine::SourceObserver,
                   const platform::Status& status) override;
   void MessageNotParsed(const engine::MessageLocation& message,
                         const platform::Status& dumpStatus) override;
+  void MessageTooLarge(const engine::MessageLocation& message,
+                       const platform::Status& status) override;
   void MessageConverted(const engine::MessageLocation& message, bool success,
                         const engine::ConversionNotes& notes) override;
 

@@ -1,6 +1,7 @@
 #include "engine/asset_bases.h"
 
 #include <algorithm>
+#include <new>
 
 #include "engine/destination_observer.h"
 #include "engine/source_observer.h"
@@ -11,6 +12,15 @@ namespace QuelmarMIMEEngineCommon {
 NullableString EmailAssetBase::_dumpFilePath;
 
 EmailAssetBase::~EmailAssetBase() = default;
+
+// Copying a header of a hundred megabytes may fail.
+NullableString EmailAssetBase::Details() const {
+  try {
+    return _details;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
+}
 
 void EmailAssetBase::Release() { _details.reset(); }
 

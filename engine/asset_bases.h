@@ -27,7 +27,7 @@ class EmailAssetBase : public IEmailAsset {
  public:
   ~EmailAssetBase() override;
 
-  NullableString Details() const override { return _details; }
+  NullableString Details() const override;
   bool IsRead() const override { return _isRead; }
   void Release() override;
 

@@ -43,10 +43,14 @@ enum class SkipReason {
   kOtherFile,              // neither named like a mailbox nor beginning like one
   kResourceForkCompanion,  // "._name"
   kOrphanSbd,              // a folder "name.sbd" without a mailbox "name"
-  kSymbolicLinkLoop,       // leads back to a folder that is being read
+  kSymbolicLinkLoop,       // leads back to a folder that it lies in
+  kLinkToFolder,           // a link to a folder of this source, which is read in its own place
+  kDanglingLink,           // a link that leads nowhere: to a disk that is not there, say
   kTooDeep,                // folders nested beyond any real profile
-  kNotAFile,               // a FIFO, socket or device, or a link that leads nowhere
+  kNotAFile,               // a FIFO, socket or device
   kSingleMessages,         // a folder with files of one message each (maildir, .eml)
+  kNotDownloaded,          // an index ("X.msf") lists messages, and there is no mailbox with them
+  kCompressed,             // a compressed file or an archive, by its extension
   kElsewhere,              // a folder that belongs to the source and lies outside of it
 };
 
@@ -96,7 +100,8 @@ class SourceObserver {
   virtual ~SourceObserver() = default;
 
   // A message has been read from its file; exactly one call for each item a folder yields. `bytes`
-  // are the message's, `message.size` of them, and hold during the call.
+  // are the message's, `message.size` of them, and hold during the call; empty for a message that
+  // memory did not suffice for, of which the size alone is known.
   virtual void MessageRead(const MessageLocation& /*message*/, std::string_view /*bytes*/) {}
   // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
@@ -113,6 +118,10 @@ class SourceObserver {
   // whether its bytes reached the dump file (kUnsupported: there is none).
   virtual void MessageNotParsed(const MessageLocation& /*message*/,
                                 const platform::Status& /*dumpStatus*/) {}
+  // Memory did not suffice to hold the message, to parse or to convert it; its item exists and
+  // fails to convert. More than one call for an item is possible.
+  virtual void MessageTooLarge(const MessageLocation& /*message*/,
+                               const platform::Status& /*status*/) {}
   // After each conversion of an item, with what the message's own result does not say.
   virtual void MessageConverted(const MessageLocation& /*message*/, bool /*success*/,
                                 const ConversionNotes& /*notes*/) {}

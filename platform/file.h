@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "platform/status.h"
+#include "platform/time.h"
 
 namespace parvane::platform {
 
@@ -79,6 +80,7 @@ struct DirectoryEntry {
   std::u16string name;              // without the folder
   FileKind kind = FileKind::kNone;  // of what a symbolic link points at
   std::uint64_t size = 0;           // files only
+  bool link = false;  // a symbolic link, or another kind of entry that leads elsewhere
 };
 
 struct FileInformation {
@@ -88,6 +90,7 @@ struct FileInformation {
   // symbolic-link loops.
   std::uint64_t device = 0;
   std::uint64_t identity = 0;
+  FileTime modified;
 };
 
 class FileSystem {
@@ -119,6 +122,9 @@ class FileSystem {
   // Appends in one write to a file only its owner can read (0600), creating it.
   virtual Status AppendPrivate(std::u16string_view path,
                                std::span<const std::span<const std::byte>> pieces) = 0;
+  // Whether another program has a lock on the file, by the means of its system: a record lock, or
+  // that nobody else may open it. False when that cannot be told.
+  virtual bool IsHeldByAnother(std::u16string_view) { return false; }
 
   bool FileExists(std::u16string_view path) { return Inspect(path).kind == FileKind::kFile; }
   bool FolderExists(std::u16string_view path) { return Inspect(path).kind == FileKind::kFolder; }

@@ -1,5 +1,6 @@
 #include "sources/mbox_asset_folder.h"
 
+#include <exception>
 #include <utility>
 
 #include "engine/source_observer.h"
@@ -53,7 +54,7 @@ bool MBOXAssetFolder::EnsureOpen() {
   if (!stream.ok()) {
     // A folder over a directory has no file, which is no failure.
     engine::SourceObserver* observer = Observer();
-    if (observer && _folderType == kAssetFolderTypeEmail)
+    if (observer && _mboxFilePath && !platform::FileSystem::Default().FolderExists(*_mboxFilePath))
       observer->ReadFailed(*this, 0, stream.status());
     return false;
   }
@@ -64,7 +65,18 @@ bool MBOXAssetFolder::EnsureOpen() {
 }
 
 std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
-  if (!EnsureOpen()) return nullptr;
+  try {
+    return NextAsset();
+  } catch (const std::exception& error) {
+    // Nothing that large is asked for here: the memory is all but used up.
+    if (_mboxFileStreamP && Observer()) ReportBreak({platform::StatusCode::kTooBig, error.what()});
+    Close();
+    return nullptr;
+  }
+}
+
+std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
+  if (!EnsureOpen() || !_mboxFileStreamP) return nullptr;
   engine::SourceObserver* observer = Observer();
   std::uint64_t offset = 0;
   if (!_message || _message.use_count() > 1)
@@ -75,19 +87,22 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   do {
     offset =
         parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message, observer ? this : nullptr);
-  } while (_message->empty() && !_mboxFileStreamP->Buffer().empty());
+  } while (_message->empty() && _message->lost() == 0 && !_mboxFileStreamP->Buffer().empty());
 
   if (observer && !_mboxFileStreamP->status().ok()) ReportBreak(_mboxFileStreamP->status());
-  if (_message->empty()) {
+  if (_message->empty() && _message->lost() == 0) {
     if (observer) ReportChangeOfSize();
-    _message.reset();
-    _header.reset();
+    Close();
     return nullptr;
   }
 
-  const engine::MessageLocation location{this, _messageIndex++, offset, _message->size()};
+  const engine::MessageLocation location{this, _messageIndex++, offset,
+                                         _message->size() + _message->lost()};
   if (observer) observer->MessageRead(location, _message->view());
-  const auto size = static_cast<std::int64_t>(_message->size());
+  const auto size = static_cast<std::int64_t>(location.size);
+  if (_message->lost() > 0)
+    return std::make_unique<AssetQueryResult>(std::make_unique<MBOXEmailAsset>(observer, location),
+                                              size);
   auto bytes = parvane::mime::ByteSlice::Share(_message, _message->view());
   return std::make_unique<AssetQueryResult>(
       std::make_unique<MBOXEmailAsset>(std::move(bytes), _header, observer, location), size);
@@ -122,11 +137,15 @@ void MBOXAssetFolder::SeparatorFound(std::uint64_t offset, std::string_view line
                                line.substr(0, kReportedLineLimit));
 }
 
-void MBOXAssetFolder::ResetQuery() {
+void MBOXAssetFolder::Close() {
   _mboxFileStreamP.reset();
-  _mboxFileOpened = false;
   _message.reset();
   _header.reset();
+}
+
+void MBOXAssetFolder::ResetQuery() {
+  Close();
+  _mboxFileOpened = false;
   _messageIndex = 0;
   _readErrorReported = false;
 }

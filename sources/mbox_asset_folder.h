@@ -21,7 +21,10 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   // The file's size in bytes; 0 when there is no such file. The items' sizes add up to a little
   // less or more: they are without separators and have CR LF line ends.
   std::int64_t QueryTotalAssetUnits() override;
-  // Null at the end of the file, and when it cannot be opened (the next call tries again).
+  // Null at the end of the file, and when it cannot be opened (the next call tries again). At the
+  // end the file is closed and the buffer given back, so that any number of folders may have been
+  // read without a ResetQuery. A message that memory does not suffice for is an item like any
+  // other, whose conversion fails.
   std::unique_ptr<IAssetQueryResult> QueryAsset() override;
   void ResetQuery() override;
   void Release() override;
@@ -33,13 +36,15 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
  private:
   parvane::engine::SourceObserver* Observer() const;
   bool EnsureOpen();
+  std::unique_ptr<IAssetQueryResult> NextAsset();
+  void Close();
   void ReportBreak(const parvane::platform::Status& why);
   void ReportChangeOfSize();
   void SeparatorFound(std::uint64_t offset, std::string_view line, bool afterEmptyLine) override;
 
   NullableString _mboxFilePath;
   std::unique_ptr<parvane::platform::InputStream> _mboxFileStreamP;  // null while closed
-  bool _mboxFileOpened = false;
+  bool _mboxFileOpened = false;  // also at the end, when the stream is gone again
   // One buffer for all messages: a new one is made only when an item keeps the last one's.
   std::shared_ptr<parvane::sources::MessageBuffer> _message;
   std::shared_ptr<std::string> _header;  // the same for repaired headers

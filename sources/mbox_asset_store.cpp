@@ -16,12 +16,14 @@ MBOXAssetStore::MBOXAssetStore(NullableString storeDiskPath, NullableString stor
 OperationResultCode MBOXAssetStore::OpenStore(IProgressPresenter* progressPresenter,
                                               ICancelable* cancelable, bool, ILogger*) {
   _storeRootAssetFolder = MakeFolder<MBOXAssetFolder>(std::nullopt, std::nullopt, this, nullptr);
-  const std::u16string path = _storeRootDiskPath.value_or(u"");
-  auto* folder = MakeFolder<MBOXAssetFolder>(path, platform::FileNameOfPath(path), this,
-                                             _storeRootAssetFolder);
-  folder->PrepareContent();
   SourceWalk walk(progressPresenter, cancelable, Observer());
-  PopulateMBOXFolders(path, folder, walk);
+  const std::u16string path = _storeRootDiskPath.value_or(u"");
+  walk.Guard(path, [&] {
+    auto* folder = MakeFolder<MBOXAssetFolder>(path, platform::FileNameOfPath(path), this,
+                                               _storeRootAssetFolder);
+    folder->PrepareContent();
+    PopulateMBOXFolders(path, folder, walk);
+  });
   return walk.Canceled() ? OperationResultCode::Canceled : OperationResultCode::Completed;
 }
 

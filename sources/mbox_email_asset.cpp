@@ -1,6 +1,7 @@
 #include "sources/mbox_email_asset.h"
 
 #include <array>
+#include <new>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -100,8 +101,33 @@ MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, std::shared_ptr<std::st
   Parse(message, true, std::move(headerBuffer));
 }
 
+MBOXEmailAsset::MBOXEmailAsset(parvane::engine::SourceObserver* observer,
+                               const parvane::engine::MessageLocation& location)
+    : _observer(observer), _location(location) {
+  ReportTooLarge("read");
+}
+
+void MBOXEmailAsset::ReportTooLarge(std::string_view step) const {
+  if (!_observer) return;
+  _observer->MessageTooLarge(
+      _location, {parvane::platform::StatusCode::kTooBig,
+                  "not enough memory to " + std::string(step) + " it: the message has " +
+                      std::to_string(_location.size) + " bytes"});
+}
+
 void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
                            std::shared_ptr<std::string> headerBuffer) {
+  try {
+    ParseUnguarded(message, isCrLf, std::move(headerBuffer));
+  } catch (const std::bad_alloc&) {
+    _emailP.reset();
+    _details.reset();
+    ReportTooLarge("parse");
+  }
+}
+
+void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
+                                    std::shared_ptr<std::string> headerBuffer) {
   const parvane::platform::StageMark mark(parvane::platform::Stage::kParse, message.size());
   _emailP = std::make_unique<TsEmail>();
   _emailP->put_Utf8(true);
@@ -152,13 +178,23 @@ void MBOXEmailAsset::FillMembers() {
 bool MBOXEmailAsset::ConvertToMAPIMessage(parvane::mapi::IMessage* message,
                                           parvane::mapi::IMAPISession* session) {
   if (!_emailP || !message || !session) return false;
+  try {
+    return Convert(*message, *session);
+  } catch (const std::bad_alloc&) {
+    ReportTooLarge("convert");
+    return false;
+  }
+}
+
+bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
+                             parvane::mapi::IMAPISession& session) {
   const parvane::platform::StageMark mark(parvane::platform::Stage::kConvert);
   parvane::convert::ConversionReport report;
   bool success = false;
   {
-    MIMEToMAPIMessageConverter converter(session);
+    MIMEToMAPIMessageConverter converter(&session);
     if (_observer) converter.SetReport(&report);
-    success = converter.WriteMail(_emailP.get(), message, true) == 0;
+    success = converter.WriteMail(_emailP.get(), &message, true) == 0;
   }
   if (_observer) {
     parvane::engine::ConversionNotes notes = _notes;

@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "engine/asset_bases.h"
 #include "engine/source_observer.h"
@@ -26,6 +27,9 @@ class MBOXEmailAsset : public EmailAssetBase {
   MBOXEmailAsset(const parvane::mime::ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
                  parvane::engine::SourceObserver* observer,
                  const parvane::engine::MessageLocation& location);
+  // For a message that memory did not suffice to read, which `observer` (may be null) is told.
+  MBOXEmailAsset(parvane::engine::SourceObserver* observer,
+                 const parvane::engine::MessageLocation& location);
   ~MBOXEmailAsset() override;
 
   bool ConvertToMAPIMessage(parvane::mapi::IMessage* message,
@@ -38,6 +42,11 @@ class MBOXEmailAsset : public EmailAssetBase {
  private:
   void Parse(const parvane::mime::ByteSlice& message, bool isCrLf,
              std::shared_ptr<std::string> headerBuffer);
+  void ParseUnguarded(const parvane::mime::ByteSlice& message, bool isCrLf,
+                      std::shared_ptr<std::string> headerBuffer);
+  bool Convert(parvane::mapi::IMessage& message, parvane::mapi::IMAPISession& session);
+  // Tells the observer that memory did not suffice for `step`.
+  void ReportTooLarge(std::string_view step) const;
   void FillMembers();
 
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed

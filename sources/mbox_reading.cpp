@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
+#include <optional>
 #include <span>
+#include <string>
 
 #include "platform/simd/lines.h"
 #include "platform/stage_times.h"
@@ -13,8 +16,11 @@ namespace parvane::sources {
 namespace {
 
 constexpr std::string_view kFrom = "From ";
+constexpr std::string_view kLineEnd = "\r\n";
 // How much of a stream's buffer is copied at a time; the room for it is twice that.
 constexpr std::size_t kPiece = 32u << 10;
+// What is kept of lines that are passed over.
+constexpr std::size_t kLineBeginning = 512;
 
 bool IsSeparator(std::string_view line) { return line.starts_with(kFrom); }
 
@@ -65,15 +71,18 @@ class LineCursor {
     return done.any;
   }
 
-  // Appends the next line, without its end, to `out`. False when there is none.
+  // Appends the next line, without its end, to `out`, where there is then room for an end as well.
+  // False when there is none.
   bool AppendLine(MessageBuffer& out) {
     if (!Ready()) return false;
     do {
       const char* begin = _buffer.data() + _used;
       const char* end = _buffer.data() + _buffer.size();
       const char* stop = FindLineEnd(begin, end);
-      out.Append({begin, stop});
-      _used += static_cast<std::size_t>(stop - begin);
+      const auto size = static_cast<std::size_t>(stop - begin);
+      std::memcpy(out.Room(size + kLineEnd.size()), begin, size);
+      out.Grow(size);
+      _used += size;
       if (stop != end) {
         TakeLineEnd(*stop);
         return true;
@@ -82,14 +91,26 @@ class LineCursor {
     return true;
   }
 
-  void SkipLine() {
-    while (Ready()) {
+  // Passes over the next line; its first bytes are put behind what `beginning` holds, up to
+  // kLineBeginning of them. The length of the line, without its end; none: there is no line.
+  std::optional<std::uint64_t> SkipLine(std::string& beginning) {
+    if (!Ready()) return std::nullopt;
+    std::uint64_t length = 0;
+    do {
       const char* begin = _buffer.data() + _used;
       const char* end = _buffer.data() + _buffer.size();
       const char* stop = FindLineEnd(begin, end);
-      _used += static_cast<std::size_t>(stop - begin);
-      if (stop != end) return TakeLineEnd(*stop);
-    }
+      const auto size = static_cast<std::size_t>(stop - begin);
+      beginning.append(begin,
+                       std::min(size, kLineBeginning - std::min(kLineBeginning, beginning.size())));
+      length += size;
+      _used += size;
+      if (stop != end) {
+        TakeLineEnd(*stop);
+        break;
+      }
+    } while (Ready());
+    return length;
   }
 
  private:
@@ -156,32 +177,73 @@ bool HasDayOrMonthName(std::string_view text) {
 
 }  // namespace
 
+namespace {
+
+// Where reading is, in the lines of one message.
+struct LinePlace {
+  std::size_t start = 0;     // of the line in the message
+  std::uint64_t offset = 0;  // and in the file
+  bool afterEmptyLine = true;
+};
+
+// Reads up to the separator, which it takes as well.
+void ReadMessage(LineCursor& cursor, MessageBuffer& message, SeparatorWatcher* watcher,
+                 LinePlace& line) {
+  while (true) {
+    do {
+      line.start = message.size();
+      line.offset = cursor.Position();
+    } while (cursor.CopyPlainLines(message, line.afterEmptyLine));
+    // The line goes straight to where it belongs and is taken back when it turns out to be a
+    // separator, so that no line, however long, is held twice.
+    if (!cursor.AppendLine(message)) return;
+    const std::string_view text = message.view().substr(line.start);
+    if (IsSeparator(text)) {
+      if (watcher) watcher->SeparatorFound(line.offset, text, line.afterEmptyLine);
+      message.Cut(line.start);
+      return;
+    }
+    line.afterEmptyLine = text.empty();
+    if (IsQuotedSeparator(text)) message.EraseByte(line.start);
+    message.Append(kLineEnd);
+  }
+}
+
+// Goes on where memory did not suffice: to the same end, with nothing kept but the size.
+void LoseMessage(LineCursor& cursor, MessageBuffer& message, SeparatorWatcher* watcher,
+                 LinePlace line) {
+  const std::string_view held = message.view().substr(line.start);
+  std::string text(held.substr(0, kLineBeginning));
+  std::uint64_t size = line.start + held.size();
+  message.Lose(size);
+  while (const auto length = cursor.SkipLine(text)) {
+    if (IsSeparator(text)) {
+      if (watcher) watcher->SeparatorFound(line.offset, text, line.afterEmptyLine);
+      break;
+    }
+    size += *length + kLineEnd.size() - (IsQuotedSeparator(text) ? 1 : 0);
+    line.afterEmptyLine = text.empty();
+    line.offset = cursor.Position();
+    text.clear();
+  }
+  message.Lose(size);
+}
+
+}  // namespace
+
 std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher) {
   const platform::StageMark mark(platform::Stage::kSplit);
   const bool atStart = stream.Position() == 0;
   LineCursor cursor(stream);
-  if (atStart) cursor.SkipLine();
+  std::string separator;
+  if (atStart) cursor.SkipLine(separator);
   const std::uint64_t messageOffset = cursor.Position();
-
-  bool lineBeforeEmpty = true;
-  while (true) {
-    while (cursor.CopyPlainLines(message, lineBeforeEmpty)) {
-    }
-    // The line goes straight to where it belongs and is taken back when it turns out to be a
-    // separator, so that no line, however long, is held twice.
-    const std::size_t lineStart = message.size();
-    const std::uint64_t lineOffset = cursor.Position();
-    if (!cursor.AppendLine(message)) break;
-    const std::string_view line = message.view().substr(lineStart);
-    if (IsSeparator(line)) {
-      if (watcher) watcher->SeparatorFound(lineOffset, line, lineBeforeEmpty);
-      message.Cut(lineStart);
-      break;
-    }
-    lineBeforeEmpty = line.empty();
-    if (IsQuotedSeparator(line)) message.EraseByte(lineStart);
-    message.Append("\r\n");
+  LinePlace line;
+  try {
+    ReadMessage(cursor, message, watcher, line);
+  } catch (const std::bad_alloc&) {
+    LoseMessage(cursor, message, watcher, line);
   }
   mark.CountBytes(message.size());
   return messageOffset;

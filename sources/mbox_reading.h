@@ -55,7 +55,8 @@ class SeparatorWatcher {
 };
 
 // ScanMBOXStream, with the separator shown to `watcher` (null: to nobody). Returns the offset in
-// the file at which the message begins.
+// the file at which the message begins. Of a message that memory does not suffice for `message`
+// keeps only how long it is (lost()); reading then goes on behind it all the same.
 std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher);
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -17,7 +18,16 @@ class MessageBuffer {
   std::string_view view() const { return {_bytes.get(), _size}; }
   std::size_t size() const { return _size; }
   bool empty() const { return _size == 0; }
-  void clear() { _size = 0; }
+  void clear() { _size = _lost = 0; }
+
+  // For a message that memory does not suffice for: gives all of it back, and keeps nothing of the
+  // message but how many bytes it has.
+  void Lose(std::uint64_t size) {
+    _bytes.reset();
+    _size = _capacity = 0;
+    _lost = size;
+  }
+  std::uint64_t lost() const { return _lost; }
 
   // Behind the last byte; at least `count` bytes may be written there before Grow says how many
   // have been.
@@ -56,6 +66,7 @@ class MessageBuffer {
   std::unique_ptr<char, Free> _bytes;
   std::size_t _size = 0;
   std::size_t _capacity = 0;
+  std::uint64_t _lost = 0;
 };
 
 }  // namespace parvane::sources

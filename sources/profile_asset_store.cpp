@@ -29,7 +29,8 @@ OperationResultCode TBAssetStore::OpenStore(IProgressPresenter* progressPresente
   auto* root = MakeFolder<TBAssetFolder>(std::nullopt, std::nullopt, this, nullptr);
   _storeRootAssetFolder = root;
   SourceWalk walk(progressPresenter, cancelable, Observer());
-  PopulateMailFolders(_storeRootDiskPath.value_or(u""), root, walk);
+  const std::u16string path = _storeRootDiskPath.value_or(u"");
+  walk.Guard(path, [&] { PopulateMailFolders(path, root, walk); });
   return walk.Canceled() ? OperationResultCode::Canceled : OperationResultCode::Completed;
 }
 

@@ -1,9 +1,13 @@
 #include "sources/source_walk.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <iterator>
 #include <string>
 
+#include "platform/process.h"
 #include "platform/text.h"
+#include "sources/mail_index.h"
 
 namespace parvane::sources {
 
@@ -45,38 +49,90 @@ bool IsOfMaildir(std::u16string_view directory) {
              platform::JoinPath(platform::ParentOfPath(directory), u"tmp"));
 }
 
+bool HasExtensionOf(std::u16string_view path,
+                    std::initializer_list<std::u16string_view> extensions) {
+  const std::u16string extension = platform::ExtensionOfPath(path);
+  return std::any_of(extensions.begin(), extensions.end(), [&](std::u16string_view one) {
+    return platform::EqualsIgnoreCase(extension, one);
+  });
+}
+
 bool IsSingleMessage(const DirectoryEntry& entry) {
-  const std::u16string extension = platform::ExtensionOfPath(entry.name);
-  return entry.kind == FileKind::kFile && (platform::EqualsIgnoreCase(extension, u".eml") ||
-                                           platform::EqualsIgnoreCase(extension, u".emlx"));
+  return entry.kind == FileKind::kFile && HasExtensionOf(entry.name, {u".eml", u".emlx"});
+}
+
+bool IsCompressed(std::u16string_view path) {
+  return HasExtensionOf(path, {u".gz", u".tgz", u".bz2", u".xz", u".lzma", u".zst", u".z", u".zip",
+                               u".7z", u".rar", u".tar"});
+}
+
+// Programs lock files and folders by links that lead nowhere on purpose: the mail program its
+// profile ("lock" -> "127.0.1.1:+4711"), editors the file in hand (".#name").
+bool IsLockLink(std::u16string_view name) {
+  return name == u"lock" || name.starts_with(u'.') || HasExtensionOf(name, {u".msf"});
+}
+
+// The index of a mailbox that is not there. An empty one counts as missing where the messages are
+// kept on a server: the program makes it before it fetches the first.
+bool IsIndexAlone(std::u16string_view index) {
+  const std::u16string folder = platform::ParentOfPath(index);
+  const platform::FileInformation mailbox =
+      FileSystem::Default().Inspect(platform::JoinPath(folder, platform::StemOfPath(index)));
+  if (mailbox.kind == FileKind::kNone) return true;
+  return mailbox.kind == FileKind::kFile && mailbox.size == 0 &&
+         folder.find(u"ImapMail") != folder.npos;
 }
 
 }  // namespace
 
+void SourceWalk::StepInto(std::u16string_view directory,
+                          const platform::FileInformation& information) {
+  Step step;
+  step.identity = {information.device, information.identity};
+  const std::u16string name = platform::FileNameOfPath(directory);
+  _linked = !_way.empty() && _way.back().HasLink(name);
+  step.realPath = _way.empty() || _linked ? platform::CanonicalPath(directory)
+                                          : platform::JoinPath(_way.back().realPath, name);
+  _way.push_back(std::move(step));
+}
+
+std::optional<SkipReason> SourceWalk::ReasonNotToRead() {
+  if (_way.size() > kMaximumDepth) return SkipReason::kTooDeep;
+  const Step& here = _way.back();
+  const auto leadsBack = [&](const Step& step) { return step.identity == here.identity; };
+  if (std::any_of(_way.begin(), std::prev(_way.end()), leadsBack))
+    return SkipReason::kSymbolicLinkLoop;
+  // What lies within the source is read, or told to be left behind, where it lies and under its own
+  // name, whichever of the two comes first.
+  const bool within = here.realPath.starts_with(platform::JoinPath(_way.front().realPath, u""));
+  if ((_linked && within) || !_read.insert(here.identity).second) return SkipReason::kLinkToFolder;
+  return std::nullopt;
+}
+
 std::vector<platform::DirectoryEntry> SourceWalk::Enter(std::u16string_view directory) {
-  ++_depth;
   if (_progress) _progress->CurrentProgressLabel(directory);
 
   FileSystem& files = FileSystem::Default();
   const platform::FileInformation information = files.Inspect(directory);
+  StepInto(directory, information);
   if (information.kind == FileKind::kFile) return {};
-  if (_depth > kMaximumDepth) {
-    Skipped(directory, SkipReason::kTooDeep);
-    return {};
-  }
-  if (information.kind == FileKind::kFolder &&
-      !_seen.emplace(information.device, information.identity).second) {
-    Skipped(directory, SkipReason::kSymbolicLinkLoop);
-    return {};
+  if (information.kind == FileKind::kFolder) {
+    if (const auto reason = ReasonNotToRead()) {
+      Skipped(directory, *reason);
+      return {};
+    }
   }
   auto entries = files.List(directory);
   if (!entries.ok()) {
     Skipped(directory, SkipReason::kUnreadable, entries.status());
     return {};
   }
+  for (const DirectoryEntry& entry : *entries) {
+    if (entry.link) _way.back().links.push_back(entry.name);
+  }
   std::erase_if(*entries, [&](const DirectoryEntry& entry) {
     if (entry.kind == FileKind::kFile || entry.kind == FileKind::kFolder) return false;
-    SkippedUnlisted(platform::JoinPath(directory, entry.name));
+    SkippedUnlisted(platform::JoinPath(directory, entry.name), entry.link);
     return true;
   });
   if (_observer) SkippedSingleMessages(directory, *entries);
@@ -107,12 +163,13 @@ void SourceWalk::Skipped(std::u16string_view path, SkipReason reason,
 }
 
 // Neither file nor folder; or not to be seen, when the directory may be listed and no more.
-void SourceWalk::SkippedUnlisted(std::u16string_view path) const {
+void SourceWalk::SkippedUnlisted(std::u16string_view path, bool link) const {
   if (!_observer) return;
   const auto file = FileSystem::Default().Open(path, FileSystem::OpenMode::kRead);
-  const bool hidden = file.status().code() == platform::StatusCode::kAccessDenied;
-  Skipped(path, hidden ? SkipReason::kUnreadable : SkipReason::kNotAFile,
-          hidden ? file.status() : platform::Status());
+  if (file.status().code() == platform::StatusCode::kAccessDenied)
+    return Skipped(path, SkipReason::kUnreadable, file.status());
+  const bool mayBeMail = link && !IsLockLink(platform::FileNameOfPath(path));
+  Skipped(path, mayBeMail ? SkipReason::kDanglingLink : SkipReason::kNotAFile);
 }
 
 void SourceWalk::SkippedSingleMessages(std::u16string_view directory,
@@ -136,8 +193,13 @@ void SourceWalk::SkippedByName(std::u16string_view path) const {
     case MboxProbe::kEmpty:
     case MboxProbe::kOther:
       // One stands beside every mailbox of a profile.
-      if (!platform::EqualsIgnoreCase(platform::ExtensionOfPath(path), u".msf"))
-        Skipped(path, SkipReason::kOtherFile);
+      if (HasExtensionOf(path, {u".msf"})) {
+        if (!_way.back().HasLink(platform::StemOfPath(path)) && IsIndexAlone(path) &&
+            IndexListsMessages(path))
+          Skipped(path, SkipReason::kNotDownloaded);
+      } else {
+        Skipped(path, IsCompressed(path) ? SkipReason::kCompressed : SkipReason::kOtherFile);
+      }
   }
 }
 

@@ -219,6 +219,13 @@ int RenameWithoutReplacing(const char* from, const char* to) {
   return ::rename(from, to);
 }
 
+FileTime ToFileTime(const timespec& time) {
+  const std::int64_t seconds = std::int64_t{time.tv_sec} + kUnixEpochInFileTimeSeconds;
+  if (seconds < 0) return {};
+  return FileTimeFromTicks(static_cast<std::uint64_t>(seconds) * kTicksPerSecond +
+                           static_cast<std::uint64_t>(time.tv_nsec) / 100);
+}
+
 class PosixFileSystem final : public FileSystem {
  public:
   PosixFileSystem() {
@@ -245,7 +252,8 @@ class PosixFileSystem final : public FileSystem {
     struct stat info;
     if (!ToNative(path, &native) || ::stat(native.c_str(), &info) != 0) return {};
     return {KindOf(info.st_mode), static_cast<std::uint64_t>(info.st_size),
-            static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
+            static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
+            ToFileTime(info.st_mtim)};
   }
 
   Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) override {
@@ -267,6 +275,11 @@ class PosixFileSystem final : public FileSystem {
       DirectoryEntry entry;
       entry.name = PathFromNative(name);
       struct stat info;
+      // Not every file system tells the kind of its entries along with their names.
+      entry.link = found->d_type == DT_LNK ||
+                   (found->d_type == DT_UNKNOWN &&
+                    ::fstatat(::dirfd(directory), found->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+                    S_ISLNK(info.st_mode));
       if (::fstatat(::dirfd(directory), found->d_name, &info, 0) == 0) {
         entry.kind = KindOf(info.st_mode);
         if (entry.kind == FileKind::kFile) entry.size = static_cast<std::uint64_t>(info.st_size);
@@ -314,6 +327,15 @@ class PosixFileSystem final : public FileSystem {
     // A file system that cannot flush folders keeps their order itself.
     if (errno == EINVAL || errno == EOPNOTSUPP) return {};
     return ErrnoStatus(errno, "flush", path);
+  }
+
+  bool IsHeldByAnother(std::u16string_view path) override {
+    const auto fd = OpenRegular(path, O_RDONLY, 0, "open");
+    if (!fd.ok()) return false;
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return ::fcntl(fd->get(), F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
   }
 
   Status AppendPrivate(std::u16string_view path,

@@ -144,14 +144,16 @@ class WindowsFileSystem final : public FileSystem {
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                       nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!handle.valid()) return {};
-    if (::GetFileType(handle.get()) != FILE_TYPE_DISK) return {FileKind::kOther, 0, 0, 0};
+    if (::GetFileType(handle.get()) != FILE_TYPE_DISK) return {FileKind::kOther, 0, 0, 0, {}};
     BY_HANDLE_FILE_INFORMATION info;
     if (!::GetFileInformationByHandle(handle.get(), &info)) return {};
     const bool folder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
     return {folder ? FileKind::kFolder : FileKind::kFile,
-            folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow), info.dwVolumeSerialNumber,
-            join(info.nFileIndexHigh, info.nFileIndexLow)};
+            folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow),
+            info.dwVolumeSerialNumber,
+            join(info.nFileIndexHigh, info.nFileIndexLow),
+            {info.ftLastWriteTime.dwLowDateTime, info.ftLastWriteTime.dwHighDateTime}};
   }
 
   Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) override {
@@ -174,6 +176,7 @@ class WindowsFileSystem final : public FileSystem {
         const FileInformation target = Inspect(JoinPath(folder, entry.name));
         entry.kind = target.kind;
         entry.size = target.size;
+        entry.link = true;
       } else if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         entry.kind = FileKind::kFolder;
       } else {
@@ -225,6 +228,10 @@ class WindowsFileSystem final : public FileSystem {
   Status FlushFolder(std::u16string_view path) override {
     if (FolderExists(path)) return {};
     return SystemErrorStatus(ERROR_PATH_NOT_FOUND, "flush", path);
+  }
+
+  bool IsHeldByAnother(std::u16string_view path) override {
+    return Open(path, OpenMode::kRead).status().code() == StatusCode::kLocked;
   }
 
   Status AppendPrivate(std::u16string_view path,
