@@ -47,12 +47,13 @@ Reason ReasonOf(SkipReason reason) {
               "holds messages in files of their own (maildir, .eml), which are not read",
               "let the program that keeps them export them as mbox"};
     case SkipReason::kNotDownloaded:
-      return {"not-downloaded",
-              "its messages are on the server only: this folder was never downloaded",
-              "in Thunderbird, select it for offline use (folder properties, Synchronization), then "
-              "File, Offline, Download/Sync Now"};
+      return {
+          "not-downloaded", "its messages are on the server only: this folder was never downloaded",
+          "in Thunderbird, select it for offline use (folder properties, Synchronization), then "
+          "File, Offline, Download/Sync Now"};
     case SkipReason::kCompressed:
-      return {"compressed", "a compressed file or an archive", "unpack it and convert what is in it"};
+      return {"compressed", "a compressed file or an archive",
+              "unpack it and convert what is in it"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};

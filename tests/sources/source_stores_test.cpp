@@ -5,6 +5,7 @@
 
 #include "engine/source_observer.h"
 #include "platform/text.h"
+#include "sources/mail_index.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/mbox_email_asset.h"
 #include "sources/profile_asset_store.h"
@@ -100,13 +101,20 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
   disk.Write("m/project/new/e.mbox", kOneMessage);
   disk.Write("m/notes.txt", "from me\n");
   disk.Write("m/index.msf", "");
-  const bool linked = disk.Link("m", "m/Deep.sbd/loop");
+  disk.Write("m/old.mbox.GZ", "\x1F\x8B");
+  // A link that comes before the folder it leads to hides nothing of it.
+  const bool linked = disk.Link("m", "m/Deep.sbd/loop") && disk.Link("m/project", "m/current") &&
+                      disk.Link("m/Deep.sbd", "m/project/deep") &&
+                      disk.Link("elsewhere", "m/far") && disk.Link("gone", "m/lost.mbox") &&
+                      disk.Link("gone", "m/.#lost");
+  disk.Write("elsewhere/f.mbox", kOneMessage);
 
   MBOXAssetStore store(disk.Path("m"), std::nullopt);
   Observer observer;
   engine::ObserveSource(store, &observer);
   ASSERT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
-  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "m(B a Deep(d) project(new(e)))");
+  EXPECT_EQ(Shape(*store.GetStoreRootFolder()),
+            linked ? "m(B a Deep(d) far(f) project(new(e)))" : "m(B a Deep(d) project(new(e)))");
   EXPECT_EQ(store.GetDefaultFolder(kAssetFolderTypeEmail), nullptr);
 
   const IAssetFolder* root = store.GetStoreRootFolder();
@@ -131,8 +139,14 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
       {"letters", SkipReason::kSingleMessages},
       {"marked.mbox", SkipReason::kDamagedBeginning},
       {"notes.txt", SkipReason::kOtherFile},
+      {"old.mbox.GZ", SkipReason::kCompressed},
       {"quoted.mbox", SkipReason::kNotAnMbox}};
-  if (linked) expected.emplace_back("loop", SkipReason::kSymbolicLinkLoop);
+  if (linked)
+    expected.insert(expected.end(), {{"loop", SkipReason::kSymbolicLinkLoop},
+                                     {"current", SkipReason::kLinkToFolder},
+                                     {"deep", SkipReason::kLinkToFolder},
+                                     {"lost.mbox", SkipReason::kDanglingLink},
+                                     {".#lost", SkipReason::kNotAFile}});
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 
@@ -157,6 +171,37 @@ TEST(MboxStores, WithoutAPathOrWithAMissingOneAreEmpty) {
   }
 }
 
+constexpr std::string_view kColumns = "<<(a=c)>(80=ns:msg:db:row:scope:msgs:all)(96=kind)>";
+
+TEST(MailIndex, ListsMessagesOrNot) {
+  const std::string columns(kColumns);
+  const std::pair<bool, std::string> cases[] = {
+      {false, ""},
+      {false, columns},
+      {true, columns + "{1:^80 {(k^96:c)(s=9)1:m } [11(^88=1)(^81=\\)}])]}"},
+      {true, columns + "{1:^80 {(k^96:c)} 11 }"},
+      {true, columns + "{1:ns:msg:db:row:scope:msgs:all 11 }"},
+      {true, columns + "@$${1{@{1:^80 [-11:^80(^88=1)]}@$$}1}@"},
+      {false, columns + "{2:^80 {(k^96:c)} 11 }{1:^81 [1(^88=1)]}"},
+      {false, columns + "{1:^80 {(k^96:c)} 11 ! 3 12 }@$${1{@{1:^80 -11 -12:^80 }@$$}1}@"},
+      {false, columns + "{1:^80 11 }@$${2{@{-1:^80 {(k^96:c)} }@$$}2}@"},
+      {true, columns + "{-1:^80 11 12 -11}"},
+      // What looks like it and is text, or an atom of values, or a comment.
+      {false, columns + "<(90={1:^80 11 })>// {1:^80 11 }\n[1:^9F(^88={1:^80 11})]"},
+      {false, "<(80=ns:msg:db:row:scope:msgs:all)>{1:^80 11 }"},
+  };
+  for (const auto& [lists, index] : cases) {
+    for (const std::size_t step : {std::size_t{0}, std::size_t{1}}) {
+      const auto stream = platform::MemoryInputStream(index, step);
+      EXPECT_EQ(parvane::sources::IndexListsMessages(*stream), lists) << index;
+    }
+    for (std::size_t size = 0; size < index.size(); ++size) {
+      const auto stream = platform::MemoryInputStream(std::string_view(index).substr(0, size));
+      (void)parvane::sources::IndexListsMessages(*stream);
+    }
+  }
+}
+
 TEST(ProfileStores, TakeSubfoldersFromSbdDirectories) {
   const TemporaryFolder disk;
   disk.Write("p/Inbox", kOneMessage);
@@ -169,19 +214,34 @@ TEST(ProfileStores, TakeSubfoldersFromSbdDirectories) {
   disk.Write("p/notmail", "hello");
   disk.Write("p/Archives/2002", kOneMessage);
   disk.MakeFolder("p/Void");
+  const std::string listing = std::string(kColumns) + "{1:^80 [1(^88=1)]}";
+  for (const char* name : {"p/All Mail.msf", "p/Trash.msf", "p/ImapMail/INBOX.msf"})
+    disk.Write(name, listing);
+  disk.Write("p/ImapMail/INBOX", "");  // as it is before the first message is fetched
+  disk.Write("p/[Gmail].msf", kColumns);
+  const bool linked = disk.Link("unmounted", "p/Sent") && disk.Link("p/Archives", "p/Trash.sbd");
+  disk.Write("p/Sent.msf", listing);
 
   TBAssetStore store(disk.Path("p"), std::nullopt);
   Observer observer;
   engine::ObserveSource(store, &observer);
   ASSERT_EQ(store.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
-  EXPECT_EQ(Shape(*store.GetStoreRootFolder()), "Inbox(Work(Deep)) Trash Archives(2002)");
+  EXPECT_EQ(Shape(*store.GetStoreRootFolder()),
+            "Inbox(Work(Deep)) Trash Archives(2002) ImapMail(INBOX)");
   EXPECT_EQ(store.GetStoreRootFolder()->GetSubFolders()[1]->QueryAsset(), nullptr);
 
   using engine::SkipReason;
-  const std::vector<std::pair<std::string, SkipReason>> expected = {
+  std::vector<std::pair<std::string, SkipReason>> expected = {
+      {"All Mail.msf", SkipReason::kNotDownloaded},
+      {"INBOX.msf", SkipReason::kNotDownloaded},
       {"named.mbox", SkipReason::kOtherExtension},
       {"notmail", SkipReason::kNotAnMbox},
       {"Foo.sbd", SkipReason::kOrphanSbd}};
+  if (linked)
+    expected.insert(expected.end(), {{"Sent", SkipReason::kDanglingLink},
+                                     {"Trash.sbd", SkipReason::kLinkToFolder}});
+  else
+    expected.emplace_back("Sent.msf", SkipReason::kNotDownloaded);
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 
@@ -221,14 +281,16 @@ class MboxFolder : public testing::Test {
 };
 
 TEST_F(MboxFolder, YieldsItsMessagesAgainAfterAReset) {
-  const std::u16string path =
-      disk.Write("f",
-                 "From a Tue Jan 1 00:00:00 2002\nSubject: 1\n\nFrom b Tue Jan 1 00:00:00 2002\n"
-                 "From c Tue Jan 1 00:00:00 2002\nSubject: 22\n\nFrom d Tue Jan 1 00:00:00 2002\n"
-                 "Subject: 333\n");
+  const std::string three =
+      "From a Tue Jan 1 00:00:00 2002\nSubject: 1\n\nFrom b Tue Jan 1 00:00:00 2002\n"
+      "From c Tue Jan 1 00:00:00 2002\nSubject: 22\n\nFrom d Tue Jan 1 00:00:00 2002\n"
+      "Subject: 333\n";
+  const std::u16string path = disk.Write("f", three);
   MBOXAssetFolder folder(path, u"f", &store, nullptr);
   EXPECT_EQ(Sizes(folder), (Sizes64{14, 15, 14})) << "nothing between separators is no message";
-  EXPECT_EQ(folder.QueryAsset(), nullptr);
+  disk.Write("f", kOneMessage);
+  EXPECT_EQ(folder.QueryAsset(), nullptr) << "the end stays the end";
+  disk.Write("f", three);
   folder.ResetQuery();
   const auto first = folder.QueryAsset();
   EXPECT_EQ(Utf8(first->Asset()->Details()), "From : \r\nDate : \r\nSubject : 1");
@@ -268,7 +330,9 @@ TEST_F(MboxFolder, CopiesSmallMessagesAndHandsOnLargeOnes) {
 // Breaks off with an error after the bytes it was given.
 class BrokenStream : public platform::InputStream {
  public:
-  explicit BrokenStream(std::string bytes) : _bytes(std::move(bytes)) {}
+  explicit BrokenStream(std::string bytes) : _bytes(std::move(bytes)) { ++open; }
+  ~BrokenStream() override { --open; }
+  static inline int open = 0;
   std::span<const char> Buffer() override {
     const auto rest = std::span<const char>(_bytes).subspan(_position);
     if (rest.empty()) _status = {platform::StatusCode::kIoError, "broken"};
@@ -297,6 +361,7 @@ class BrokenFolder : public MBOXAssetFolder {
 TEST_F(MboxFolder, TellsOfAReadErrorAndHandsOnWhatWasRead) {
   BrokenFolder folder(u"f", u"f", &store, nullptr);
   EXPECT_EQ(Sizes(folder), (Sizes64{19, 12}));
+  EXPECT_EQ(BrokenStream::open, 0) << "any number of folders may be read to their ends";
   ASSERT_EQ(observer.failures.size(), 1u);
   EXPECT_EQ(observer.failures[0], kOneMessage.size() + 19);
 }
