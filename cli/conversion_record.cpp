@@ -88,4 +88,10 @@ std::string ReasonText(const FailedMessage& failure) {
   return Joined(KindOf(failure), failure.detail);
 }
 
+std::string InUseText(const std::u16string& profile) {
+  return PathForDisplay(profile) +
+         ": Thunderbird has this profile open, and what it writes meanwhile may be missing: close "
+         "it and convert again";
+}
+
 }  // namespace parvane::cli

@@ -128,6 +128,7 @@ struct ConversionRecord {
   Listing<SkippedPath> passedOver;  // one would expect some, and there is none
   Listing<SkippedPath> otherFiles;  // nobody would expect any
   std::vector<ReadFailure> readFailures;
+  std::vector<std::u16string> profilesInUse;  // Thunderbird was at work on them
   std::vector<RenamedFolder> renamed;
   std::vector<UnreadFolder> notBegun;
   std::vector<ContinuedFolder> continued;
@@ -210,5 +211,6 @@ std::string Describe(const ConversionRecord& record, const Entry& entry) {
 }
 // A failure's kind and detail; the sentence about the message.
 std::string ReasonText(const FailedMessage& failure);
+std::string InUseText(const std::u16string& profile);
 
 }  // namespace parvane::cli

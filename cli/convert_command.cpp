@@ -8,13 +8,13 @@
 
 #include "cli/destination.h"
 #include "cli/folder_copy.h"
-#include "cli/folder_plan.h"
 #include "cli/logs.h"
 #include "cli/mapi_run.h"
 #include "cli/outputs.h"
 #include "cli/progress.h"
 #include "cli/pst_account.h"
 #include "cli/report.h"
+#include "cli/source_opening.h"
 #include "cli/source_plan.h"
 #include "cli/witness.h"
 #include "engine/factory/store_factory.h"
@@ -34,7 +34,6 @@ using platform::FileSystem;
 using platform::PathForDisplay;
 using platform::Status;
 using QuelmarMIMEEngineCommon::IAssetFolderMutable;
-using QuelmarMIMEEngineCommon::IAssetStore;
 using QuelmarMIMEEngineCommon::IAssetStoreMutable;
 using QuelmarMIMEEngineCommon::OperationResultCode;
 
@@ -44,7 +43,8 @@ class Conversion {
       : _options(options),
         _outputs(options, _logs),
         _witness(_record, _logs, _interrupt),
-        _progress(options.quiet ? ProgressStyle::kNone : StyleForWork(options.progress)) {}
+        _progress(options.quiet ? ProgressStyle::kNone : StyleForWork(options.progress)),
+        _sources(options, _record, _witness, _progress) {}
 
   ExitCode Run() {
     _record.started = platform::CurrentFileTime();
@@ -106,41 +106,7 @@ class Conversion {
     if (Status opened = _outputs.Open(_destination.path); !opened.ok()) return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
-    for (const std::u16string& folder : sources->elsewhere)
-      _witness.PathSkipped(folder, engine::SkipReason::kElsewhere, {});
-    return OpenSources(sources->stores);
-  }
-
-  bool OpenSources(const std::vector<SourceStore>& sources) {
-    if (_options.sources.size() > 1 && !_options.name.empty()) _plan.SetCommonTop(_options.name);
-    std::size_t mailFolders = 0;
-    for (const SourceStore& source : sources) {
-      std::unique_ptr<IAssetStore> store =
-          StoreFactory::CreateStore(source.type, source.path, std::nullopt);
-      if (!store)
-        return Fail(RunProblem::kSourceNotOpened,
-                    PathForDisplay(source.path) + ": no reader for this kind of mail");
-      engine::ObserveSource(*store, &_witness);
-      const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);
-      if (opened == OperationResultCode::Canceled) {
-        _record.interrupted = true;
-        return false;
-      }
-      if (opened != OperationResultCode::Completed)
-        return Fail(RunProblem::kSourceNotOpened,
-                    PathForDisplay(source.path) + ": could not be opened");
-      _plan.AddStore(*store, source.topName, source.type == CWLEngine::kMBOXAssetStore);
-      _stores.push_back(std::move(store));
-      // A source may be several stores, some of them empty.
-      const bool last = &source == &sources.back() || (&source)[1].source != source.source;
-      if (!last) continue;
-      if (_plan.MailFolders() == mailFolders)
-        return Fail(RunProblem::kNoMailFound,
-                    PathForDisplay(_options.sources[source.source]) + ": no mail found in it");
-      mailFolders = _plan.MailFolders();
-    }
-    _record.renamed = _plan.renamed();
-    return true;
+    return _sources.Open(*sources);
   }
 
   bool Convert() {
@@ -164,7 +130,7 @@ class Conversion {
     }
     if (!_oldPst.empty()) (void)FileSystem::Default().Remove(_oldPst);
     _witness.BeginCopying();
-    FolderCopy(_plan, _record, _witness, _logs, _progress, _interrupt).Run(*top);
+    FolderCopy(_sources.plan(), _record, _witness, _logs, _progress, _interrupt).Run(*top);
     pst->Release();
     _witness.Settle();
     if (_witness.DestinationFailed())
@@ -250,9 +216,8 @@ class Conversion {
   Outputs _outputs;
   Witness _witness;
   Progress _progress;
-  FolderPlan _plan;
-  // After the plan and the witness, which point into them and are told by them.
-  std::vector<std::unique_ptr<IAssetStore>> _stores;
+  // After the witness, which its stores tell.
+  SourceOpening _sources;
 };
 
 }  // namespace

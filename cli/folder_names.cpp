@@ -1,7 +1,5 @@
 #include "cli/folder_names.h"
 
-#include <algorithm>
-
 #include "platform/text.h"
 
 namespace parvane::cli {
@@ -43,18 +41,15 @@ std::u16string UsableFolderName(std::u16string_view name) {
 
 std::u16string SiblingNames::Take(std::u16string_view name) {
   const std::u16string usable = UsableFolderName(name);
-  std::u16string candidate = usable;
-  for (unsigned number = 2;; ++number) {
-    std::u16string folded = platform::FoldCase(candidate);
-    const auto place = std::lower_bound(_folded.begin(), _folded.end(), folded);
-    if (place == _folded.end() || *place != folded) {
-      _folded.insert(place, std::move(folded));
-      return candidate;
-    }
-    const std::u16string suffix = u" (" + Decimal(number) + u")";
-    candidate = usable;
+  const auto [known, isNew] = _next.try_emplace(platform::FoldCase(usable), 2);
+  if (isNew) return usable;
+  unsigned& number = known->second;  // stays where it is when the map grows
+  while (true) {
+    const std::u16string suffix = u" (" + Decimal(number++) + u")";
+    std::u16string candidate = usable;
     Shorten(candidate, kLongestName - suffix.size());
     candidate += suffix;
+    if (_next.try_emplace(platform::FoldCase(candidate), 2).second) return candidate;
   }
 }
 

@@ -3,7 +3,7 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
+#include <unordered_map>
 
 namespace parvane::cli {
 
@@ -20,7 +20,8 @@ class SiblingNames {
   std::u16string Take(std::u16string_view name);
 
  private:
-  std::vector<std::u16string> _folded;
+  // By the name taken, its case folded: the number that the next one of that name tries first.
+  std::unordered_map<std::u16string, unsigned> _next;
 };
 
 }  // namespace parvane::cli

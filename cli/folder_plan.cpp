@@ -3,12 +3,23 @@
 #include <algorithm>
 #include <map>
 
+#include "cli/modified_utf7.h"
+
 namespace parvane::cli {
 
 using QuelmarMIMEEngineCommon::IAssetFolder;
 using QuelmarMIMEEngineCommon::IAssetStore;
 
-std::size_t FolderPlan::AddFolder(std::u16string_view wanted, std::size_t parent) {
+namespace {
+
+std::u16string NameOf(const IAssetFolder& folder, FolderPlan::Naming naming) {
+  std::u16string name = folder.FolderName().value_or(u"");
+  return naming == FolderPlan::Naming::kOfServers ? DecodeModifiedUtf7(name) : name;
+}
+
+}  // namespace
+
+std::size_t FolderPlan::AddHolder(std::u16string_view wanted, std::size_t parent) {
   SiblingNames& siblings = _children[parent == kTopFolder ? 0 : parent + 1];
   PlannedFolder folder;
   folder.parent = parent;
@@ -23,7 +34,7 @@ std::size_t FolderPlan::AddFolder(std::u16string_view wanted, std::size_t parent
 
 std::size_t FolderPlan::AddFolder(IAssetFolder* source, std::u16string_view wanted,
                                   std::size_t parent) {
-  const std::size_t index = AddFolder(wanted, parent);
+  const std::size_t index = AddHolder(wanted, parent);
   PlannedFolder& folder = _folders[index];
   folder.source = source;
   folder.type = source->FolderType();
@@ -32,7 +43,12 @@ std::size_t FolderPlan::AddFolder(IAssetFolder* source, std::u16string_view want
   return index;
 }
 
-void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::size_t parent) {
+std::size_t FolderPlan::AddTop(std::u16string_view topName) {
+  return topName.empty() ? _commonTop : AddHolder(topName, _commonTop);
+}
+
+void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::size_t parent,
+                         Naming naming) {
   struct Pending {
     IAssetFolder* source;
     std::size_t parent;
@@ -47,19 +63,24 @@ void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::
   while (!pending.empty()) {
     const Pending next = pending.back();
     pending.pop_back();
-    const std::u16string name = next.source->FolderName().value_or(u"");
-    queueChildren(next.source, AddFolder(next.source, name, next.parent));
+    queueChildren(next.source, AddFolder(next.source, NameOf(*next.source, naming), next.parent));
   }
 }
 
 void FolderPlan::AddStore(const IAssetStore& store, std::u16string_view topName, bool holdsItself) {
   const IAssetFolder* root = store.GetStoreRootFolder();
   if (!root || root->GetSubFolders().empty()) return;
-  const bool ownTop = !holdsItself && !topName.empty();
-  const std::size_t parent = ownTop ? AddFolder(topName, _commonTop) : _commonTop;
-  for (IAssetFolder* folder : root->GetSubFolders())
-    AddTree(folder, holdsItself ? std::u16string(topName) : folder->FolderName().value_or(u""),
-            parent);
+  if (!holdsItself) return AddFoldersOf(store, AddTop(topName));
+  for (IAssetFolder* folder : root->GetSubFolders()) {
+    const bool holdsMail = folder->FolderType() == QuelmarMIMEEngineCommon::kAssetFolderTypeEmail ||
+                           !folder->GetSubFolders().empty();
+    if (holdsMail) AddTree(folder, topName, _commonTop, Naming::kAsTheyAre);
+  }
+}
+
+void FolderPlan::AddFoldersOf(const IAssetStore& store, std::size_t parent) {
+  for (IAssetFolder* folder : store.GetStoreRootFolder()->GetSubFolders())
+    AddTree(folder, NameOf(*folder, Naming::kOfServers), parent, Naming::kOfServers);
 }
 
 void FolderPlan::Avoid(const ForeignFolders& foreign) {

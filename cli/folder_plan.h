@@ -30,13 +30,22 @@ struct PlannedFolder {
 // Parents come before their children.
 class FolderPlan {
  public:
+  // The folders of a mail profile may be named as a server spells them (cli/modified_utf7.h).
+  enum class Naming { kAsTheyAre, kOfServers };
+
   // Every store's mail goes below this folder.
-  void SetCommonTop(std::u16string_view name) { _commonTop = AddFolder(name, kTopFolder); }
+  void SetCommonTop(std::u16string_view name) { _commonTop = AddHolder(name, kTopFolder); }
   // Adds the tree of an opened store, if it holds any folder. `topName` empty: its folders go
   // directly under the top. `holdsItself`: the store's root has one folder, which stands for the
   // source and takes topName.
   void AddStore(const QuelmarMIMEEngineCommon::IAssetStore& store, std::u16string_view topName,
                 bool holdsItself);
+  // The folders of a mail profile's store, as children of one that is there.
+  void AddFoldersOf(const QuelmarMIMEEngineCommon::IAssetStore& store, std::size_t parent);
+  // A folder that only holds others; its place.
+  std::size_t AddHolder(std::u16string_view wanted, std::size_t parent);
+  // The one for all mail of a store; without a name, what is above the store's folders.
+  std::size_t AddTop(std::u16string_view topName);
 
   // Gives other names to the folders that would become one with these.
   void Avoid(const ForeignFolders& foreign);
@@ -48,11 +57,10 @@ class FolderPlan {
   std::size_t MailFolders() const;
 
  private:
-  std::size_t AddFolder(std::u16string_view wanted, std::size_t parent);
   std::size_t AddFolder(QuelmarMIMEEngineCommon::IAssetFolder* source, std::u16string_view wanted,
                         std::size_t parent);
   void AddTree(QuelmarMIMEEngineCommon::IAssetFolder* source, std::u16string_view wanted,
-               std::size_t parent);
+               std::size_t parent, Naming naming);
 
   std::vector<PlannedFolder> _folders;
   std::vector<SiblingNames> _children = std::vector<SiblingNames>(1);  // [0] the top, then by index

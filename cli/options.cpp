@@ -226,6 +226,13 @@ std::optional<std::uint32_t> NodeNamed(std::string_view text) {
 
 // What CLI11 could not judge, judged, and turned into what it means.
 std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& convert) {
+  // Windows takes the quote for a part of the name, which none can have.
+  for (const std::string& path : raw.paths) {
+    if (platform::kPathSeparator == u'\\' && path.find('"') != path.npos)
+      return WrongUsage(path +
+                        ": \\ in front of a closing quote means the quote itself: leave it out "
+                        "there, or write \\\\");
+  }
   if (raw.paths.size() < 2) return WrongUsage("convert needs at least one SOURCE and the DEST.pst");
   if (MapiNamed(raw.mapi) == MapiChoice::kOutlook && raw.sizeLimit)
     return WrongUsage("--size-limit is for the built-in MAPI: Outlook has a limit of its own");

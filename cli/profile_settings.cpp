@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 #include <optional>
-#include <set>
 
 #include "platform/file.h"
 #include "platform/process.h"
@@ -54,31 +53,57 @@ bool IsWithin(const std::u16string& path, const std::u16string& folder) {
   return inner == outer || inner.starts_with(platform::JoinPath(outer, u""));
 }
 
+using Settings = std::map<std::string, std::string>;
+
+std::string ValueOf(const Settings& settings, const std::string& name) {
+  const auto found = settings.find(name);
+  return found == settings.end() ? "" : found->second;
+}
+
+// Where the profile has been moved or copied, only the path relative to it is right. Empty:
+// nowhere.
+std::u16string FolderOf(const Settings& settings, const std::string& server,
+                        const std::u16string& profile) {
+  const std::string relative = ValueOf(settings, server + ".directory-rel");
+  if (!relative.starts_with(kProfile))
+    return platform::Utf8ToUtf16(ValueOf(settings, server + ".directory"));
+  const std::string inside = relative.substr(kProfile.size());
+  return inside.empty() ? u"" : platform::JoinPath(profile, platform::Utf8ToUtf16(inside));
+}
+
+// The name its owner gave it, or else the address it was set up for.
+std::u16string NameOf(const Settings& settings, const std::string& server) {
+  std::string name = ValueOf(settings, server + ".name");
+  const std::string user = ValueOf(settings, server + ".userName");
+  const std::string host = ValueOf(settings, server + ".hostname");
+  if (name.empty() && user.find('@') != user.npos) name = user;
+  if (name.empty() && !user.empty() && !host.empty()) name = user + "@" + host;
+  return platform::Utf8ToUtf16(name);
+}
+
 }  // namespace
 
-std::vector<std::u16string> AccountsElsewhere(const std::u16string& profile) {
+std::vector<MailAccount> AccountsOf(const std::u16string& profile) {
   const auto file = platform::ReadWholeFile(
       platform::FileSystem::Default(), platform::JoinPath(profile, u"prefs.js"), kLargestSettings);
   if (!file.ok()) return {};
-  std::set<std::u16string> elsewhere;
-  const auto settings = ServerSettings(*file);
-  for (const auto& [name, absolute] : settings) {
+  std::map<std::u16string, MailAccount> accounts;
+  const Settings settings = ServerSettings(*file);
+  for (const auto& [key, absolute] : settings) {
     constexpr std::string_view kDirectory = ".directory";
-    if (!name.ends_with(kDirectory)) continue;
-    const std::string server = name.substr(0, name.size() - kDirectory.size());
-    const auto type = settings.find(server + ".type");
-    if (type != settings.end() && type->second == "nntp") continue;  // news is no mail
-    // Where the profile has been moved or copied, only the path relative to it is right.
-    const auto relative = settings.find(name + "-rel");
-    std::u16string path = platform::Utf8ToUtf16(absolute);
-    if (relative != settings.end() && relative->second.starts_with(kProfile))
-      path = platform::JoinPath(profile,
-                                platform::Utf8ToUtf16(relative->second.substr(kProfile.size())));
-    if (!IsWithin(path, platform::JoinPath(profile, u"Mail")) &&
-        !IsWithin(path, platform::JoinPath(profile, u"ImapMail")))
-      elsewhere.insert(platform::CanonicalPath(path));
+    if (!key.ends_with(kDirectory)) continue;
+    const std::string server = key.substr(0, key.size() - kDirectory.size());
+    if (ValueOf(settings, server + ".type") == "nntp") continue;  // news is no mail
+    const std::u16string folder = FolderOf(settings, server, profile);
+    if (folder.empty()) continue;  // an account without a folder, left over from another program
+    MailAccount account{platform::CanonicalPath(folder), NameOf(settings, server), false};
+    account.outside = !IsWithin(folder, platform::JoinPath(profile, u"Mail")) &&
+                      !IsWithin(folder, platform::JoinPath(profile, u"ImapMail"));
+    accounts.emplace(account.folder, std::move(account));
   }
-  return {elsewhere.begin(), elsewhere.end()};
+  std::vector<MailAccount> sorted;
+  for (auto& [folder, account] : accounts) sorted.push_back(std::move(account));
+  return sorted;
 }
 
 }  // namespace parvane::cli

@@ -1,4 +1,4 @@
-// What the settings of a Thunderbird profile tell about where its mail is.
+// What the settings of a Thunderbird profile ("prefs.js") tell about its accounts.
 #pragma once
 
 #include <string>
@@ -7,8 +7,13 @@
 
 namespace parvane::cli {
 
-// The folders of mail accounts that lie neither below the profile's Mail/ nor its ImapMail/, where
-// somebody has moved them. Sorted; they need not exist. Empty when there are no settings to read.
-std::vector<std::u16string> AccountsElsewhere(const std::u16string& profile);
+struct MailAccount {
+  std::u16string folder;  // canonical where it exists; it need not
+  std::u16string name;    // as Thunderbird shows it; empty: the settings give it none
+  bool outside = false;   // neither below the profile's Mail/ nor its ImapMail/: somebody moved it
+};
+
+// The mail accounts, sorted by their folders. Empty when there are no settings to read.
+std::vector<MailAccount> AccountsOf(const std::u16string& profile);
 
 }  // namespace parvane::cli

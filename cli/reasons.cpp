@@ -57,6 +57,8 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};
+    case SkipReason::kUnusableSource:
+      return {"unusable-source", "a source that could not be used", "convert it by itself"};
   }
   return {"other", "passed over"};
 }

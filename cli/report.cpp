@@ -51,6 +51,7 @@ class ReportWriter {
     Separators();
     Skipped();
     ReadFailures();
+    ProfilesInUse();
     Renamed();
     Continued();
     NotBegun();
@@ -233,6 +234,13 @@ class ReportWriter {
       Code(CodeOf(entry.code), entry.reason);
       _json.EndObject();
     }
+    _json.EndArray();
+  }
+
+  void ProfilesInUse() {
+    _json.Key("profilesInUse").BeginArray();
+    for (const std::u16string& profile : _record.profilesInUse)
+      _json.String(PathForDisplay(profile));
     _json.EndArray();
   }
 

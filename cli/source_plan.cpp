@@ -1,11 +1,11 @@
 #include "cli/source_plan.h"
 
-#include <array>
-#include <deque>
-#include <set>
+#include <algorithm>
 #include <utility>
 
+#include "cli/folder_evidence.h"
 #include "cli/profile_settings.h"
+#include "cli/thunderbird_profiles.h"
 #include "platform/file.h"
 #include "platform/process.h"
 #include "platform/text.h"
@@ -13,22 +13,16 @@
 namespace parvane::cli {
 namespace {
 
+using engine::SkipReason;
 using platform::DirectoryEntry;
 using platform::FileKind;
 using platform::FileSystem;
+using platform::PathForDisplay;
 using platform::Result;
 using platform::Status;
 using platform::StatusCode;
 
-// Searching a folder for mail stops after this many folders: whoever points at a whole disk by
-// mistake gets an answer.
-constexpr std::size_t kMostFoldersSearched = 20'000;
-
 FileSystem& Files() { return FileSystem::Default(); }
-
-bool SameName(std::u16string_view a, std::u16string_view b) {
-  return platform::EqualsIgnoreCase(a, b);
-}
 
 std::u16string WithoutTrailingSeparators(std::u16string_view path) {
   while (path.size() > 1 && (path.back() == u'/' || path.back() == platform::kPathSeparator))
@@ -36,98 +30,19 @@ std::u16string WithoutTrailingSeparators(std::u16string_view path) {
   return std::u16string(path);
 }
 
-// An mbox begins with a separator line; an empty file is an empty mbox.
-enum class Beginning { kMail, kEmpty, kOther };
-
-Result<Beginning> LookAtBeginning(std::u16string_view path) {
-  auto file = Files().Open(path, FileSystem::OpenMode::kRead);
-  if (!file.ok()) return file.status();
-  std::array<char, 5> start{};
-  auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
-  if (!count.ok()) return count.status();
-  if (*count == 0) return Beginning::kEmpty;
-  return std::string_view(start.data(), *count) == "From " ? Beginning::kMail : Beginning::kOther;
-}
-
-// What the entries of one folder say about who keeps mail in it.
-struct Evidence {
-  bool mboxFiles = false;    // "name.mbox"
-  bool mailFiles = false;    // no extension, begins with a separator line
-  bool indexFiles = false;   // "name.msf" of a mailbox
-  bool subfolders = false;   // "name" beside the folder "name.sbd"
-  bool profileRoot = false;  // "prefs.js" beside "Mail" or "ImapMail"
-
-  bool Thunderbird() const { return mailFiles || indexFiles || subfolders; }
-};
-
-Evidence LookInto(std::u16string_view folder, const std::vector<DirectoryEntry>& entries) {
-  Evidence evidence;
-  std::set<std::u16string_view> fileNames, folderNames;
-  for (const DirectoryEntry& entry : entries)
-    (entry.kind == FileKind::kFolder ? folderNames : fileNames).insert(entry.name);
-  bool preferences = false, mailFolder = false;
-  for (const DirectoryEntry& entry : entries) {
-    const std::u16string extension = platform::ExtensionOfPath(entry.name);
-    if (entry.kind == FileKind::kFolder) {
-      mailFolder |= entry.name == u"Mail" || entry.name == u"ImapMail";
-      evidence.subfolders |=
-          extension == u".sbd" && fileNames.contains(platform::StemOfPath(entry.name));
-    } else if (entry.kind == FileKind::kFile) {
-      preferences |= entry.name == u"prefs.js";
-      evidence.mboxFiles |= SameName(extension, u".mbox") && !entry.name.starts_with(u"._");
-      // That of an account stands beside the account's folder.
-      evidence.indexFiles |=
-          SameName(extension, u".msf") && !folderNames.contains(platform::StemOfPath(entry.name));
-      if (extension.empty() && entry.size > 0 && !evidence.mailFiles) {
-        auto beginning = LookAtBeginning(platform::JoinPath(folder, entry.name));
-        evidence.mailFiles = beginning.ok() && *beginning == Beginning::kMail;
-      }
-    }
-  }
-  evidence.profileRoot = preferences && mailFolder;
-  return evidence;
-}
-
-// The nearest folder that says something decides for all: breadth first, each folder once.
-Result<Evidence> SearchFolder(const std::u16string& top) {
-  std::deque<std::u16string> waiting = {top};
-  std::set<std::pair<std::uint64_t, std::uint64_t>> seen;
-  for (std::size_t searched = 0; !waiting.empty() && searched < kMostFoldersSearched; ++searched) {
-    const std::u16string folder = std::move(waiting.front());
-    waiting.pop_front();
-    const auto information = Files().Inspect(folder);
-    if (!seen.emplace(information.device, information.identity).second) continue;
-    auto entries = Files().List(folder);
-    if (!entries.ok()) {
-      if (folder == top) return entries.status();
-      continue;
-    }
-    Evidence evidence = LookInto(folder, *entries);
-    // Above the mail itself a profile's root is only that.
-    if (folder != top) evidence.profileRoot = false;
-    if (evidence.profileRoot || evidence.mboxFiles || evidence.Thunderbird()) return evidence;
-    for (const DirectoryEntry& entry : *entries) {
-      if (entry.kind == FileKind::kFolder)
-        waiting.push_back(platform::JoinPath(folder, entry.name));
-    }
-  }
-  return Evidence{};
-}
-
-// The accounts of a profile: one store for each folder below Mail/ and ImapMail/.
-void AddAccounts(const std::u16string& container, std::vector<SourceStore>& stores) {
-  auto entries = Files().List(container);
-  if (!entries.ok()) return;
-  for (const DirectoryEntry& entry : *entries) {
-    if (entry.kind != FileKind::kFolder) continue;
-    stores.push_back(
-        {CWLEngine::kThunderbirdStore, platform::JoinPath(container, entry.name), entry.name});
-  }
-}
-
 bool HoldsAccounts(std::u16string_view folder) {
   const std::u16string name = platform::FileNameOfPath(folder);
   return name == u"Mail" || name == u"ImapMail";
+}
+
+// Why a file that does not begin like a mailbox is none.
+Status NotAMailbox(const std::u16string& path) {
+  const char* why = IsCompressed(path) ? "a compressed file or an archive; unpack it first"
+                    : IsSingleMessage(path)
+                        ? "a message in a file of its own, which is not read; let the program that "
+                          "keeps it export it as mbox"
+                        : "not an mbox file (it does not begin with \"From \")";
+  return {StatusCode::kUnsupported, PathForDisplay(path) + ": " + why};
 }
 
 class Recogniser {
@@ -135,12 +50,21 @@ class Recogniser {
   explicit Recogniser(const ConvertOptions& options) : _options(options) {}
 
   Result<SourcePlan> Run() {
+    Status first;
     for (const std::u16string& source : _options.sources) {
       const std::size_t before = _plan.stores.size();
-      if (Status status = Add(WithoutTrailingSeparators(source)); !status.ok()) return status;
+      const std::u16string path = WithoutTrailingSeparators(source);
+      if (Status status = Add(path); !status.ok()) {
+        if (first.ok()) first = status;
+        _plan.leftBehind.push_back({path, SkipReason::kUnusableSource, std::move(status)});
+      } else if (auto running = RunningProfileOf(path)) {
+        if (std::find(_plan.inUse.begin(), _plan.inUse.end(), *running) == _plan.inUse.end())
+          _plan.inUse.push_back(*std::move(running));
+      }
       for (std::size_t i = before; i < _plan.stores.size(); ++i)
         _plan.stores[i].source = static_cast<std::size_t>(&source - _options.sources.data());
     }
+    if (_plan.stores.empty()) return first;
     return std::move(_plan);
   }
 
@@ -150,8 +74,7 @@ class Recogniser {
       case FileKind::kFolder:
         return AddFolder(path);
       case FileKind::kOther:
-        return {StatusCode::kUnsupported,
-                platform::PathForDisplay(path) + ": neither a file nor a folder"};
+        return {StatusCode::kUnsupported, PathForDisplay(path) + ": neither a file nor a folder"};
       default:
         return AddFile(path);
     }
@@ -159,17 +82,35 @@ class Recogniser {
 
   Status AddFile(const std::u16string& path) {
     const auto beginning = LookAtBeginning(path);
-    if (!beginning.ok()) return beginning.status();
-    if (*beginning == Beginning::kOther) {
-      return {
-          StatusCode::kUnsupported,
-          platform::PathForDisplay(path) + ": not an mbox file (it does not begin with \"From \")"};
+    if (!beginning.ok()) {
+      // Shells hand on a pattern that matches nothing as it is.
+      if (path.find_first_of(u"*?") != path.npos && Files().Inspect(path).kind == FileKind::kNone)
+        return {StatusCode::kNotFound, PathForDisplay(path) + ": no file matches this"};
+      return beginning.status();
     }
+    if (*beginning == Beginning::kOther) return NotAMailbox(path);
     _plan.stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
     return {};
   }
 
   Status AddFolder(const std::u16string& path) {
+    auto entries = Files().List(path);
+    if (!entries.ok()) return entries.status();
+    const FolderEvidence here = LookInto(path, *entries);
+    if (_options.from != SourceChoice::kMbox && !here.profileRoot && !here.mboxFiles &&
+        !here.Thunderbird()) {
+      const std::vector<std::u16string> profiles = ProfilesIn(path);
+      if (profiles.size() == 1) return AddProfile(profiles.front());
+      if (!profiles.empty())
+        return {StatusCode::kUnsupported, PathForDisplay(path) +
+                                              ": holds several Thunderbird profiles, give one of "
+                                              "them: " +
+                                              ListOfProfiles(profiles)};
+    }
+    return AddFolderOfMail(path, here);
+  }
+
+  Status AddFolderOfMail(const std::u16string& path, const FolderEvidence& here) {
     auto evidence = SearchFolder(path);
     if (!evidence.ok()) return evidence.status();
     const bool mbox = _options.from == SourceChoice::kMbox ||
@@ -179,28 +120,65 @@ class Recogniser {
       _plan.stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
       return {};
     }
-    if (_options.from == SourceChoice::kAuto && !evidence->profileRoot && !evidence->Thunderbird())
-      return {StatusCode::kNotFound, platform::PathForDisplay(path) + ": no mail found in it"};
-
+    if (evidence->profileRoot) return AddProfile(path);
+    if (_options.from == SourceChoice::kAuto && !evidence->Thunderbird())
+      return {StatusCode::kNotFound, PathForDisplay(path) + ": " + NoMailText(*evidence)};
     const std::size_t before = _plan.stores.size();
-    if (evidence->profileRoot) {
-      AddAccounts(platform::JoinPath(path, u"Mail"), _plan.stores);
-      AddAccounts(platform::JoinPath(path, u"ImapMail"), _plan.stores);
-      for (std::u16string& folder : AccountsElsewhere(path))
-        _plan.elsewhere.push_back(std::move(folder));
-    } else if (HoldsAccounts(path) && !DirectMail(path)) {
-      AddAccounts(path, _plan.stores);
-    }
-    if (_plan.stores.size() == before) {
-      const bool alone = _options.sources.size() == 1 && _options.name.empty();
-      _plan.stores.push_back({CWLEngine::kThunderbirdStore, path, alone ? u"" : TopName(path)});
-    }
+    if (HoldsAccounts(path) && !here.Thunderbird())
+      AddAccounts(path, AccountsOf(platform::ParentOfPath(path)));
+    if (_plan.stores.size() == before) AddMailFolder(path);
     return {};
   }
 
-  static bool DirectMail(const std::u16string& path) {
-    auto entries = Files().List(path);
-    return entries.ok() && LookInto(path, *entries).Thunderbird();
+  void AddMailFolder(const std::u16string& path) {
+    const bool alone = _options.sources.size() == 1 && _options.name.empty();
+    _plan.stores.push_back({CWLEngine::kThunderbirdStore, path, alone ? u"" : TopName(path)});
+  }
+
+  Status AddProfile(const std::u16string& profile) {
+    const std::size_t before = _plan.stores.size();
+    const std::vector<MailAccount> accounts = AccountsOf(profile);
+    auto entries = Files().List(profile);
+    if (!entries.ok()) return entries.status();
+    for (std::u16string_view name : {u"Mail", u"ImapMail"}) {
+      const auto entry = std::find_if(entries->begin(), entries->end(),
+                                      [&](const auto& one) { return one.name == name; });
+      if (entry == entries->end()) continue;
+      const std::u16string path = platform::JoinPath(profile, name);
+      if (entry->kind == FileKind::kFolder) AddAccounts(path, accounts);
+      NoteIfDangling(path, *entry);
+    }
+    for (const MailAccount& account : accounts) {
+      if (account.outside) _plan.leftBehind.push_back({account.folder, SkipReason::kElsewhere, {}});
+    }
+    if (_plan.stores.size() == before) AddMailFolder(profile);
+    return {};
+  }
+
+  // One store for each folder below Mail/ or ImapMail/.
+  void AddAccounts(const std::u16string& container, const std::vector<MailAccount>& accounts) {
+    auto entries = Files().List(container);
+    if (!entries.ok()) {
+      _plan.leftBehind.push_back({container, SkipReason::kUnreadable, entries.status()});
+      return;
+    }
+    for (const DirectoryEntry& entry : *entries) {
+      const std::u16string path = platform::JoinPath(container, entry.name);
+      NoteIfDangling(path, entry);
+      if (entry.kind != FileKind::kFolder) continue;
+      const std::u16string canonical = platform::CanonicalPath(path);
+      const auto account = std::find_if(accounts.begin(), accounts.end(), [&](const auto& one) {
+        return one.folder == canonical && !one.name.empty();
+      });
+      _plan.stores.push_back({CWLEngine::kThunderbirdStore, path,
+                              account == accounts.end() ? entry.name : account->name});
+    }
+  }
+
+  // To an account on a disk that is not there.
+  void NoteIfDangling(const std::u16string& path, const DirectoryEntry& entry) {
+    if (entry.link && entry.kind == FileKind::kNone)
+      _plan.leftBehind.push_back({path, SkipReason::kDanglingLink, {}});
   }
 
   // With one source --name is its folder's name; with several it is the folder above them all.
@@ -223,7 +201,7 @@ std::u16string NameForSource(std::u16string_view path) {
   const std::u16string extension = platform::ExtensionOfPath(name);
   for (std::u16string_view mailbox : {u".mbox", u".mbx", u".mail"}) {
     const std::u16string stem = platform::StemOfPath(name);
-    if (SameName(extension, mailbox) && !stem.empty()) return stem;
+    if (platform::EqualsIgnoreCase(extension, mailbox) && !stem.empty()) return stem;
   }
   return name;
 }

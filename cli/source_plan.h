@@ -6,6 +6,7 @@
 
 #include "cli/options.h"
 #include "engine/factory/store_factory.h"
+#include "engine/source_observer.h"
 #include "platform/status.h"
 
 namespace parvane::cli {
@@ -20,10 +21,19 @@ struct SourceStore {
 };
 
 struct SourcePlan {
+  struct LeftBehind {
+    std::u16string path;
+    engine::SkipReason reason{};
+    platform::Status status;
+  };
+
   std::vector<SourceStore> stores;
-  // Folders of a profile's accounts that lie outside of the profile; whether their mail is wanted
-  // (and not converted already, or somebody else's) only the user knows.
-  std::vector<std::u16string> elsewhere;
+  // Mail that belongs to the sources and is not in the stores: accounts that lie outside of their
+  // profile (whether their mail is wanted, and not converted already, or somebody else's, only the
+  // user knows) or cannot be reached; sources that cannot be used, beside others that can.
+  std::vector<LeftBehind> leftBehind;
+  // Profiles on which Thunderbird is at work.
+  std::vector<std::u16string> inUse;
 };
 
 // Looks at every source:
@@ -31,11 +41,13 @@ struct SourcePlan {
 //   a file                   must be an mbox (empty, or beginning with "From ")
 //   a folder of .mbox files  becomes a folder of its own name
 //   a Thunderbird profile    each account below its Mail/ and ImapMail/ becomes a folder
+//   a folder of profiles     stands for its profile when there is only one
 //   a folder of mail files   as Thunderbird keeps them ("Inbox" beside "Inbox.sbd"): the mail
 //                            folders go directly under the PST's top; with several sources under
 //                            the folder's name
 //
-// The status of the first source that cannot be used names it and says why.
+// A source that cannot be used does not stop the others. When none can be used, the status of the
+// first names it and says why.
 platform::Result<SourcePlan> RecogniseSources(const ConvertOptions& options);
 
 // Whether a file is there and begins with a separator line, as mailboxes do.

@@ -113,6 +113,7 @@ class SummaryWriter {
 
   // Mail left behind first, each with what to do about it.
   void PathLists() {
+    for (const std::u16string& profile : _record.profilesInUse) Line(InUseText(profile));
     List(_record.readFailures, "Files that were not read as they are");
     List(_record.leftBehind, "Mail left behind");
     List(_record.passedOver, "Passed over, no mail found in them");

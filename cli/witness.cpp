@@ -221,6 +221,7 @@ void Witness::SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
 
 void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
                           const platform::Status& status) {
+  if (reason == engine::SkipReason::kOrphanSbd) return _orphans.emplace_back(path), void();
   const bool leftBehind = MeansMailLeftBehind(reason);
   const SkippedPath skipped{std::u16string(path), reason, status.message()};
   if (reason == engine::SkipReason::kOtherFile) {
@@ -230,6 +231,11 @@ void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
   }
   _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(_record, skipped));
   (leftBehind ? _record.leftBehind : _record.passedOver).Add(skipped);
+}
+
+void Witness::ProfileInUse(const std::u16string& profile) {
+  _record.profilesInUse.push_back(profile);
+  _logs.Both("CHECK: " + InUseText(profile));
 }
 
 void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,

@@ -9,6 +9,7 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/conversion_record.h"
@@ -44,6 +45,11 @@ class Witness : public engine::SourceObserver,
   bool DestinationFailed() const { return _copying && _pst->Failed(); }
   // Why the PST takes nothing more, or did not open; `otherwise` when that is not known.
   std::string Reason(std::string otherwise) const;
+  // The folders of subfolders whose mailbox is missing that the walks met since the last call.
+  // Nothing is recorded of them: what is in them may yet be converted.
+  std::vector<std::u16string> TakeOrphans() { return std::exchange(_orphans, {}); }
+  // Thunderbird has the profile open.
+  void ProfileInUse(const std::u16string& profile);
   // What the engine has had to say for people since, while no item was in hand; one line, empty:
   // nothing.
   std::string EngineMessage() const;
@@ -96,6 +102,7 @@ class Witness : public engine::SourceObserver,
   PstAccount* _pst = nullptr;
   bool _copying = false;
   std::u16string _engineMessage;
+  std::vector<std::u16string> _orphans;
 
   std::size_t _folder = 0;
   Item _item;  // the one in hand

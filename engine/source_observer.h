@@ -52,6 +52,7 @@ enum class SkipReason {
   kNotDownloaded,          // an index ("X.msf") lists messages, and there is no mailbox with them
   kCompressed,             // a compressed file or an archive, by its extension
   kElsewhere,              // a folder that belongs to the source and lies outside of it
+  kUnusableSource,         // what was given as a source is none: see the status
 };
 
 // A leaf of a message that ended up in no property of its MAPI message.

@@ -22,7 +22,7 @@ enum StoreType : std::int32_t {
   kAppleMailArchiveStore = 1,  // none
   kMSEArchiveStore = 2,        // none
   kThunderbirdStore = 3,       // source: a mail profile's directory
-  kOrphanPSTMAPIStore = 4,     // a PST file, to read or to write
+  kOrphanPSTMAPIStore = 4,     // destination: a PST file; its folders yield no items
   kMBOXAssetStore = 5,         // source: an mbox file or a directory of them
   kEMLAssetStore = 6,          // none
 };

@@ -3,6 +3,7 @@
 
 #include "engine/callbacks.h"
 #include "engine/factory/store_factory.h"
+#include "engine/source_observer.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/diagnostics.h"
 #include "platform/file.h"
@@ -17,14 +18,42 @@ class Log : public ILogger {
   void WriteLog(std::u16string_view, bool, bool) override {}
 };
 
-void Convert(const std::u16string& source, const std::u16string& pst) {
+// Sources report little by themselves: what could not be opened or read is told here alone.
+class Observer : public parvane::engine::SourceObserver {
+ public:
+  void PathSkipped(std::u16string_view path, parvane::engine::SkipReason,
+                   const parvane::platform::Status& why) override {
+    Tell(path, why);
+  }
+  void ReadFailed(const IAssetFolder& folder, std::uint64_t,
+                  const parvane::platform::Status& why) override {
+    Tell(folder.FolderDiskPath().value_or(u""), why);
+  }
+  bool complete() const { return _complete; }
+
+ private:
+  void Tell(std::u16string_view path, const parvane::platform::Status& why) {
+    _complete = false;
+    std::fprintf(stderr, "%s: %s\n", parvane::platform::PathForDisplay(path).c_str(),
+                 why.ok() ? "not read" : why.message().c_str());
+  }
+
+  bool _complete = true;
+};
+
+// False when not all of the source has been read, or the PST could not be opened.
+bool Convert(const std::u16string& source, const std::u16string& pst) {
   auto from =
       CWLEngine::StoreFactory::CreateStore(CWLEngine::kMBOXAssetStore, source, std::nullopt);
   auto to = CWLEngine::StoreFactory::CreateStoreMutable(CWLEngine::kOrphanPSTMAPIStore, pst,
                                                         std::nullopt);
   Log log;
-  from->OpenStore(nullptr, nullptr, false, &log);
-  if (to->OpenStore(nullptr, nullptr, true, &log) == OperationResultCode::Completed) {
+  Observer observer;
+  parvane::engine::ObserveSource(*from, &observer);
+  bool opened = from->OpenStore(nullptr, nullptr, false, &log) == OperationResultCode::Completed &&
+                observer.complete();
+  opened = opened && to->OpenStore(nullptr, nullptr, true, &log) == OperationResultCode::Completed;
+  if (opened) {
     for (IAssetFolder* folder : from->GetStoreRootFolder()->GetSubFolders()) {
       IAssetFolderMutable* target =
           to->GetStoreRootFolderMutable()->CreateAssetFolder(u"Inbox", folder->FolderType());
@@ -33,6 +62,7 @@ void Convert(const std::u16string& source, const std::u16string& pst) {
   }
   to->Release();  // commits and closes the file
   from->Release();
+  return opened && observer.complete();
 }
 
 }  // namespace
@@ -42,12 +72,12 @@ int main(int argc, char** argv) {
   const std::u16string pst = parvane::platform::PathFromNative(argv[2]);
   parvane::mapi::SelectEntryPoints(parvane::mapi::BuiltinEntryPoints());
   MAPISystemUtilities::MAPIInitialize();
-  Convert(parvane::platform::PathFromNative(argv[1]), pst);
+  const bool complete = Convert(parvane::platform::PathFromNative(argv[1]), pst);
   // What really is in the file.
   const parvane::mapi::StoreDiagnostics* result = parvane::mapi::FindStoreDiagnostics(pst);
   if (result)
     std::printf("%llu messages written\n",
                 static_cast<unsigned long long>(result->messagesCommitted));
   MAPISystemUtilities::MAPIUninitialize();
-  return result && result->firstFailure.result == 0 ? 0 : 1;
+  return complete && result && result->firstFailure.result == 0 ? 0 : 1;
 }

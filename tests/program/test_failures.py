@@ -38,11 +38,18 @@ class Refusals(PstTest):
         text = self.write('notes.txt', b'from here to there\n')
         (self.folder / 'empty').mkdir()
         pst = self.folder / 'out.pst'
+        maildir = self.write('maildir/cur/1.host', b'Subject: s\n').parents[1]
+        (maildir / 'new').mkdir()
+        (maildir / 'tmp').mkdir()
+        archive = self.write('old.mbox.gz', b'\x1f\x8b')
         missing = self.folder / 'missing'
         cases = (
             ('no source', (missing, pst), (missing, NO_SUCH_FILE)),
             ('no mbox', (text, pst), (text, 'not an mbox')),
             ('no mail', (self.folder / 'empty', pst), ('empty', 'no mail')),
+            ('no mail that is read', (maildir, pst), (maildir, 'files of their own')),
+            ('archive', (archive, pst), (archive, 'unpack')),
+            ('pattern', (self.folder / 'x*.mbox', pst), ('x*.mbox', 'no file matches')),
             ('no folder for the PST', (source, missing / 'out.pst'), (missing, 'does not exist')),
             ('no PST', (source, text), (text, 'no PST')),
             ('no PST to append to', ('--append', source, text), (text, 'no PST')),
@@ -154,6 +161,26 @@ class Stops(PstTest):
             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (20_000, 20_000)))
         self.assertEqual(pst.read_bytes(), before)
         self.assertEqual(sorted(self.folder.iterdir()), files)
+
+    @linux
+    def test_a_message_larger_than_memory(self):
+        limit = {'preexec_fn': lambda: resource.setrlimit(resource.RLIMIT_AS, (400 << 20, 400 << 20))}
+        if self.parvane('--version', **limit).code != 0:
+            self.skipTest('this build needs more memory than that to start')
+        source = self.write('a.mbox', mailboxes.many(1) + b'From b Fri Mar  1 08:00:00 2019\nA: b\n\n')
+        offset = source.stat().st_size - 6
+        with open(source, 'r+b') as file:
+            file.seek(600_000_000, os.SEEK_END)
+            file.write(b'\n\n' + mailboxes.many(1))
+        more = self.write('b.mbox', mailboxes.many(2))
+        pst = self.folder / 'out.pst'
+        account = self.convert(source, more, pst, code=1, **limit)
+        self.assertEqual([f['written'] for f in account['folders']], [2, 2])
+        failure, = account['failures']
+        self.assertEqual((failure['code'], failure['offset'], failure['source']),
+                         ('no-memory', offset, str(source)))
+        self.assertIn('600000012 bytes', failure['reason'])
+        self.assert_readers_agree(pst, 4)
 
     def test_size_limit(self):
         source = self.write('a.mbox', mailboxes.attachments(100, 100_000))

@@ -1,5 +1,6 @@
 """The command line: options, names, logs, listings, and what wrong usage gets."""
 import base64
+import fcntl
 import json
 import os
 import pathlib
@@ -11,7 +12,7 @@ import time
 import unittest
 
 import mailboxes
-from harness import PARVANE, WINDOWS, PstTest, file_name, linux, shown
+from harness import NO_SUCH_FILE, PARVANE, WINDOWS, PstTest, file_name, linux, shown
 
 
 class Usage(PstTest):
@@ -175,6 +176,12 @@ class Recognition(PstTest):
         'p.default/Mail/smart mailboxes/Inbox.msf': 0,
         'p.default/ImapMail/imap.example.org.msf': 0,
         'p.default/ImapMail/imap.example.org/INBOX': 3,
+        # Folders that hold no mail themselves have no mailbox; names are as the server spells them.
+        'p.default/ImapMail/imap.example.org/[Gmail].msf': 0,
+        'p.default/ImapMail/imap.example.org/[Gmail].sbd/Entw&APw-rfe': 1,
+        'p.default/ImapMail/imap.example.org/[Gmail].sbd/R&-D &AGE-.sbd/&ZeVnLIqe-': 2,
+        'home/.thunderbird/profiles.ini': 0, 'home/.thunderbird/x.default/prefs.js': 0,
+        'home/.thunderbird/x.default/Mail/Local Folders/Inbox': 2,
         'boxes/lists.mbox': 2, 'boxes/old/2002.MBOX': 1,
         'both/Inbox': 1, 'both/Inbox.msf': 0, 'both/saved.mbox': 2,
         'bare': 4, 'empty': 0, 'saved.mail': 1,
@@ -183,7 +190,10 @@ class Recognition(PstTest):
     LOCAL_TREE = {('Inbox',): 2, ('Inbox', 'Work'): 1}
     ACCOUNTS = {('Local Folders',): 0, ('Local Folders', 'Inbox'): 2,
                 ('Local Folders', 'Inbox', 'Work'): 1}
-    IMAP = {('imap.example.org',): 0, ('imap.example.org', 'INBOX'): 3}
+    IMAP_TREE = {('INBOX',): 3, ('[Gmail]',): 0, ('[Gmail]', 'Entwürfe'): 1,
+                 ('[Gmail]', 'R&-D &AGE-'): 0, ('[Gmail]', 'R&-D &AGE-', '日本語'): 2}
+    IMAP = {('imap.example.org',): 0,
+            **{('imap.example.org', *path): count for path, count in IMAP_TREE.items()}}
     BOXES = {('boxes',): 0, ('boxes', 'lists'): 2, ('boxes', 'old'): 0, ('boxes', 'old', '2002'): 1}
 
     def setUp(self):
@@ -200,6 +210,8 @@ class Recognition(PstTest):
             ('p.default/', ('--from', 'thunderbird'), {**self.ACCOUNTS, **self.IMAP}, 0),
             ('p.default/Mail', (), self.ACCOUNTS, 0),
             ('p.default/ImapMail/', (), self.IMAP, 0),
+            ('p.default/ImapMail/imap.example.org', (), self.IMAP_TREE, 0),
+            ('home/.thunderbird', (), {('Local Folders',): 0, ('Local Folders', 'Inbox'): 2}, 0),
             (self.LOCAL, (), self.LOCAL_TREE, 0),
             (self.LOCAL, ('--name', 'Local'), under('Local', self.LOCAL_TREE), 0),
             (f'{self.LOCAL}/Inbox', (), {('Inbox',): 2}, 0),
@@ -228,7 +240,9 @@ class Recognition(PstTest):
             4: ('/var/"mail"', None, 'pop3'),
             5: ('/news', '[ProfD]../../News', 'nntp'),
         }
-        lines = ['// Mozilla User Preferences', 'user_pref("mail.server.server6.directory", "/cut']
+        lines = ['// Mozilla User Preferences', 'user_pref("mail.server.server6.directory", "/cut',
+                 'user_pref("mail.server.server7.directory", "");',
+                 'user_pref("mail.server.server2.name", "Ärger & Co");']
         for number, (absolute, relative, kind) in settings.items():
             escaped = absolute.replace('\\', '\\\\').replace('"', '\\"')
             name = f'user_pref("mail.server.server{number}'
@@ -236,7 +250,8 @@ class Recognition(PstTest):
             lines += [f'{name}.directory-rel", "{relative}");'] * (relative is not None)
         self.write('m/p.default/prefs.js', '\n'.join(lines).encode())
         account = self.convert(profile, self.pst, code=1)
-        self.assertEqual(self.listed_folders(self.pst), {**self.ACCOUNTS, **self.IMAP})
+        named = {('Ärger & Co', *path[1:]): count for path, count in self.IMAP.items()}
+        self.assertEqual(self.listed_folders(self.pst), {**self.ACCOUNTS, **named})
         self.assertEqual([p['path'] for p in account['passedOver']],
                          sorted([shown(away), '/var/"mail"']))
 
@@ -247,17 +262,39 @@ class Recognition(PstTest):
         self.assertEqual(self.listed_folders(self.pst),
                          {**self.ACCOUNTS, **self.IMAP, **self.BOXES, ('bare',): 4, **again})
 
+    @linux
+    def test_several_profiles_and_one_in_use(self):
+        profile = self.folder / 'm/home/.thunderbird/x.default'
+        with open(profile / '.parentlock', 'w') as lock:
+            fcntl.lockf(lock, fcntl.LOCK_EX)
+            account = self.convert(profile / 'Mail/Local Folders', self.pst)
+            self.assertEqual(account['profilesInUse'], [str(profile)])
+        self.write('m/home/.thunderbird/y.default/prefs.js', b'')
+        self.write('m/home/.thunderbird/y.default/ImapMail/h/INBOX', bytes(1500))
+        run = self.parvane('convert', profile.parent, self.folder / 'other.pst')
+        self.assertEqual((run.code, run.out), (3, ''), run)
+        self.assertRegex(run.err, r'x\.default \(last used 20..-..-.., .*; '
+                                  r'/.*/y\.default \(last used 20..-..-.., 1\.5 kB of mail\)')
+
     def test_sources_without_mail(self):
-        for source, options in (('boxes', ('--from', 'thunderbird')),
-                                (self.LOCAL, ('--from', 'mbox')),
-                                ('p.default/Mail/smart mailboxes', ())):
+        bad = self.write('text', b'just a note\n')
+        for source, options, why in (
+                (self.folder / 'm/boxes', ('--from', 'thunderbird'), 'no mail found in it'),
+                (self.folder / 'm' / self.LOCAL, ('--from', 'mbox'), 'no mail found in it'),
+                (self.folder / 'm/p.default/Mail/smart mailboxes', (), 'no mail found in it'),
+                (bad, (), 'not an mbox file'), (self.folder / 'missing', (), NO_SUCH_FILE)):
             with self.subTest(source=source, options=options):
-                # Beside one that has some, too: nobody asked for half of the sources.
-                run = self.parvane('convert', *options, self.folder / 'm/bare',
-                                   self.folder / 'm' / source, self.pst)
+                run = self.parvane('convert', *options, source, self.pst)
                 self.assertEqual(run.code, 3, run)
-                self.assertIn(f"{shown(self.folder / 'm' / source)}: no mail found in it", run.err)
+                self.assertRegex(run.err, re.escape(shown(source)) + '.*' + why)
                 self.assertFalse(self.pst.exists())
+                # Beside others it is left behind.
+                account = self.convert(*options, source, self.folder / 'm/bare', self.pst, code=1)
+                self.assertEqual(self.listed_folders(self.pst), {('bare',): 4})
+                left = [p for p in account['passedOver'] if p['code'] == 'unusable-source']
+                self.assertEqual([p['path'] for p in left], [shown(source)])
+                self.assertIn(why, left[0]['detail'])
+                self.pst.unlink()
 
 
 class Output(PstTest):

@@ -1,0 +1,126 @@
+#include "cli/folder_evidence.h"
+
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <initializer_list>
+#include <set>
+#include <utility>
+
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::DirectoryEntry;
+using platform::FileKind;
+using platform::FileSystem;
+using platform::Result;
+
+// Searching a folder for mail stops after this many folders: whoever points at a whole disk by
+// mistake gets an answer.
+constexpr std::size_t kMostFoldersSearched = 20'000;
+
+FileSystem& Files() { return FileSystem::Default(); }
+
+bool HasExtensionOf(std::u16string_view path,
+                    std::initializer_list<std::u16string_view> extensions) {
+  const std::u16string extension = platform::ExtensionOfPath(path);
+  return std::any_of(extensions.begin(), extensions.end(), [&](std::u16string_view one) {
+    return platform::EqualsIgnoreCase(extension, one);
+  });
+}
+
+void LookAtFile(std::u16string_view folder, const DirectoryEntry& entry,
+                const std::set<std::u16string_view>& folderNames, FolderEvidence& evidence) {
+  const std::u16string extension = platform::ExtensionOfPath(entry.name);
+  evidence.mboxFiles |= HasExtensionOf(entry.name, {u".mbox"}) && !entry.name.starts_with(u"._");
+  // That of an account stands beside the account's folder.
+  evidence.indexFiles |= HasExtensionOf(entry.name, {u".msf"}) &&
+                         !folderNames.contains(platform::StemOfPath(entry.name));
+  evidence.singleMessages |= IsSingleMessage(entry.name);
+  evidence.compressed |= IsCompressed(entry.name);
+  if (extension.empty() && entry.size > 0 && !evidence.mailFiles) {
+    const auto beginning = LookAtBeginning(platform::JoinPath(folder, entry.name));
+    evidence.mailFiles = beginning.ok() && *beginning == Beginning::kMail;
+  }
+}
+
+}  // namespace
+
+Result<Beginning> LookAtBeginning(std::u16string_view path) {
+  auto file = Files().Open(path, FileSystem::OpenMode::kRead);
+  if (!file.ok()) return file.status();
+  std::array<char, 5> start{};
+  auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
+  if (!count.ok()) return count.status();
+  if (*count == 0) return Beginning::kEmpty;
+  return std::string_view(start.data(), *count) == "From " ? Beginning::kMail : Beginning::kOther;
+}
+
+FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryEntry>& entries) {
+  FolderEvidence evidence;
+  std::set<std::u16string_view> fileNames, folderNames;
+  for (const DirectoryEntry& entry : entries)
+    (entry.kind == FileKind::kFolder ? folderNames : fileNames).insert(entry.name);
+  for (const DirectoryEntry& entry : entries) {
+    if (entry.kind == FileKind::kFolder) {
+      evidence.subfolders |= platform::ExtensionOfPath(entry.name) == u".sbd" &&
+                             fileNames.contains(platform::StemOfPath(entry.name));
+    } else if (entry.kind == FileKind::kFile) {
+      LookAtFile(folder, entry, folderNames, evidence);
+    }
+  }
+  evidence.profileRoot = fileNames.contains(u"prefs.js") &&
+                         (folderNames.contains(u"Mail") || folderNames.contains(u"ImapMail"));
+  evidence.singleMessages |=
+      folderNames.contains(u"cur") && folderNames.contains(u"new") && folderNames.contains(u"tmp");
+  return evidence;
+}
+
+Result<FolderEvidence> SearchFolder(const std::u16string& top) {
+  FolderEvidence unread;
+  std::deque<std::u16string> waiting = {top};
+  std::set<std::pair<std::uint64_t, std::uint64_t>> seen;
+  for (std::size_t searched = 0; !waiting.empty() && searched < kMostFoldersSearched; ++searched) {
+    const std::u16string folder = std::move(waiting.front());
+    waiting.pop_front();
+    const auto information = Files().Inspect(folder);
+    if (!seen.emplace(information.device, information.identity).second) continue;
+    auto entries = Files().List(folder);
+    if (!entries.ok()) {
+      if (folder == top) return entries.status();
+      continue;
+    }
+    FolderEvidence evidence = LookInto(folder, *entries);
+    // Above the mail itself a profile's root is only that.
+    if (folder != top) evidence.profileRoot = false;
+    if (evidence.profileRoot || evidence.mboxFiles || evidence.Thunderbird()) return evidence;
+    unread.singleMessages |= evidence.singleMessages;
+    unread.compressed |= evidence.compressed;
+    for (const DirectoryEntry& entry : *entries) {
+      if (entry.kind == FileKind::kFolder)
+        waiting.push_back(platform::JoinPath(folder, entry.name));
+    }
+  }
+  return unread;
+}
+
+bool IsCompressed(std::u16string_view path) {
+  return HasExtensionOf(path, {u".gz", u".tgz", u".bz2", u".xz", u".lzma", u".zst", u".z", u".zip",
+                               u".7z", u".rar", u".tar"});
+}
+
+bool IsSingleMessage(std::u16string_view path) { return HasExtensionOf(path, {u".eml", u".emlx"}); }
+
+std::string NoMailText(const FolderEvidence& found) {
+  std::string text = "no mail found in it that is read here";
+  if (found.singleMessages)
+    return text +
+           ", but messages in files of their own (maildir, .eml, Apple Mail): let the program that "
+           "keeps them export them as mbox";
+  if (found.compressed) return text + ", but compressed files or archives: unpack them first";
+  return "no mail found in it";
+}
+
+}  // namespace parvane::cli

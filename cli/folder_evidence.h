@@ -1,0 +1,43 @@
+// What the files and folders in a folder say about who keeps mail in it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/file.h"
+#include "platform/status.h"
+
+namespace parvane::cli {
+
+struct FolderEvidence {
+  bool mboxFiles = false;    // "name.mbox"
+  bool mailFiles = false;    // no extension, begins with a separator line
+  bool indexFiles = false;   // "name.msf" of a mailbox
+  bool subfolders = false;   // "name" beside the folder "name.sbd"
+  bool profileRoot = false;  // "prefs.js" beside "Mail" or "ImapMail"
+  // What is not read: messages in files of their own, and what would have to be unpacked.
+  bool singleMessages = false;
+  bool compressed = false;
+
+  bool Thunderbird() const { return mailFiles || indexFiles || subfolders; }
+};
+
+// An mbox begins with a separator line; an empty file is an empty mbox.
+enum class Beginning { kMail, kEmpty, kOther };
+platform::Result<Beginning> LookAtBeginning(std::u16string_view path);
+
+FolderEvidence LookInto(std::u16string_view folder,
+                        const std::vector<platform::DirectoryEntry>& entries);
+
+// The nearest folder that says something decides for all: breadth first, each folder once.
+platform::Result<FolderEvidence> SearchFolder(const std::u16string& top);
+
+// By its extension.
+bool IsCompressed(std::u16string_view path);
+bool IsSingleMessage(std::u16string_view path);
+
+// Why there is nothing to convert, in words: what was found instead.
+std::string NoMailText(const FolderEvidence& found);
+
+}  // namespace parvane::cli

@@ -1,0 +1,155 @@
+#include "cli/source_opening.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "cli/modified_utf7.h"
+#include "engine/source_observer.h"
+#include "platform/file.h"
+
+namespace parvane::cli {
+namespace {
+
+using engine::SkipReason;
+using platform::PathForDisplay;
+using platform::StatusCode;
+using QuelmarMIMEEngineCommon::IAssetStore;
+using QuelmarMIMEEngineCommon::OperationResultCode;
+
+constexpr std::u16string_view kSubfolders = u".sbd";
+// As deep as the walk of one store goes.
+constexpr std::ptrdiff_t kMostLevels = 100;
+
+std::ptrdiff_t LevelsOf(const std::u16string& path) {
+  return std::count(path.begin(), path.end(), platform::kPathSeparator);
+}
+
+// Which folders of the plan stand for the directories of one source. Those without mail of their
+// own are not in the plan before something is found below them.
+class DirectoryPlaces {
+ public:
+  DirectoryPlaces(FolderPlan& plan, const SourceStore& source, std::size_t firstFolder)
+      : _plan(plan), _source(source) {
+    // One without a source is the folder for all of it.
+    if (firstFolder < plan.folders().size() && !plan.folders()[firstFolder].source)
+      _places.emplace(source.path, firstFolder++);
+    Add(firstFolder);
+  }
+
+  // Those of the plan from this one on.
+  void Add(std::size_t firstFolder) {
+    for (std::size_t i = firstFolder; i < _plan.folders().size(); ++i) {
+      const PlannedFolder& folder = _plan.folders()[i];
+      if (!folder.source) continue;
+      std::u16string path = folder.source->FolderDiskPath().value_or(u"");
+      if (folder.TakesMail()) path += kSubfolders;
+      _places.emplace(std::move(path), i);
+    }
+  }
+
+  std::size_t Of(const std::u16string& directory) {
+    if (const auto known = _places.find(directory); known != _places.end()) return known->second;
+    std::size_t place = kTopFolder;
+    if (directory.size() <= _source.path.size()) {
+      place = _plan.AddTop(_source.topName);
+    } else {
+      const std::size_t parent = Of(platform::ParentOfPath(directory));
+      place = _plan.AddHolder(DecodeModifiedUtf7(platform::StemOfPath(directory)), parent);
+    }
+    _places.emplace(directory, place);
+    return place;
+  }
+
+ private:
+  FolderPlan& _plan;
+  const SourceStore& _source;
+  std::map<std::u16string, std::size_t> _places;
+};
+
+}  // namespace
+
+bool SourceOpening::Open(const SourcePlan& sources) {
+  TellOf(sources);
+  if (_options.sources.size() > 1 && !_options.name.empty()) _plan.SetCommonTop(_options.name);
+  std::size_t mailFolders = 0;
+  std::string nothing;
+  for (const SourceStore& source : sources.stores) {
+    if (!OpenStore(source)) return false;
+    // A source may be several stores, some of them empty.
+    const bool last = &source == &sources.stores.back() || (&source)[1].source != source.source;
+    if (!last) continue;
+    if (_plan.MailFolders() == mailFolders) {
+      const std::u16string& path = _options.sources[source.source];
+      if (nothing.empty()) nothing = PathForDisplay(path) + ": no mail found in it";
+      if (_options.sources.size() > 1)
+        _witness.PathSkipped(path, SkipReason::kUnusableSource,
+                             {StatusCode::kNotFound, "no mail found in it"});
+    }
+    mailFolders = _plan.MailFolders();
+  }
+  _record.renamed = _plan.renamed();
+  if (mailFolders > 0) return true;
+  _record.Fail(RunProblem::kNoMailFound, nothing);
+  return false;
+}
+
+void SourceOpening::TellOf(const SourcePlan& sources) {
+  for (const SourcePlan::LeftBehind& entry : sources.leftBehind)
+    _witness.PathSkipped(entry.path, entry.reason, entry.status);
+  for (const std::u16string& profile : sources.inUse) _witness.ProfileInUse(profile);
+}
+
+bool SourceOpening::OpenStore(const SourceStore& source) {
+  const std::size_t firstFolder = _plan.folders().size();
+  Remember(source.path);
+  const IAssetStore* store = OpenOne(source.type, source.path);
+  if (!store) return false;
+  _plan.AddStore(*store, source.topName, source.type == CWLEngine::kMBOXAssetStore);
+  return OpenOrphans(source, firstFolder);
+}
+
+// Folders that hold no mail themselves have no mailbox beside their ".sbd": "[Gmail].sbd" with all
+// mail but the inbox. The walk of a profile passes over them, so each is opened as a source.
+bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFolder) {
+  std::vector<std::u16string> orphans = _witness.TakeOrphans();
+  if (orphans.empty()) return true;
+  DirectoryPlaces places(_plan, source, firstFolder);
+  for (std::size_t i = 0; i < orphans.size(); ++i) {
+    const bool tooDeep = LevelsOf(orphans[i]) > LevelsOf(source.path) + kMostLevels;
+    if (tooDeep || !Remember(orphans[i])) {
+      _witness.PathSkipped(orphans[i],
+                           tooDeep ? SkipReason::kTooDeep : SkipReason::kSymbolicLinkLoop, {});
+      continue;
+    }
+    const std::size_t before = _plan.folders().size();
+    const IAssetStore* store = OpenOne(CWLEngine::kThunderbirdStore, orphans[i]);
+    if (!store) return false;
+    if (!store->GetStoreRootFolder()->GetSubFolders().empty())
+      _plan.AddFoldersOf(*store, places.Of(orphans[i]));
+    places.Add(before);
+    for (std::u16string& orphan : _witness.TakeOrphans()) orphans.push_back(std::move(orphan));
+  }
+  return true;
+}
+
+IAssetStore* SourceOpening::OpenOne(CWLEngine::StoreType type, const std::u16string& path) {
+  std::unique_ptr<IAssetStore> store =
+      CWLEngine::StoreFactory::CreateStore(type, path, std::nullopt);
+  engine::ObserveSource(*store, &_witness);
+  const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);
+  if (opened == OperationResultCode::Completed) return _stores.emplace_back(std::move(store)).get();
+  if (opened == OperationResultCode::Canceled) {
+    _record.interrupted = true;
+  } else {
+    _record.Fail(RunProblem::kSourceNotOpened, PathForDisplay(path) + ": could not be opened");
+  }
+  return nullptr;
+}
+
+bool SourceOpening::Remember(const std::u16string& folder) {
+  const auto information = platform::FileSystem::Default().Inspect(folder);
+  return _opened.emplace(information.device, information.identity).second;
+}
+
+}  // namespace parvane::cli

@@ -1,0 +1,49 @@
+// Opens the stores of the sources and plans the folders that their mail goes to.
+#pragma once
+
+#include <memory>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "cli/folder_plan.h"
+#include "cli/options.h"
+#include "cli/progress.h"
+#include "cli/source_plan.h"
+#include "cli/witness.h"
+
+namespace parvane::cli {
+
+class SourceOpening {
+ public:
+  // All must outlive it.
+  SourceOpening(const ConvertOptions& options, ConversionRecord& record, Witness& witness,
+                Progress& progress)
+      : _options(options), _record(record), _witness(witness), _progress(progress) {}
+
+  // False when there is nothing to convert, or when the user has had enough; the record then says
+  // which. What a source leaves behind, and one that holds no mail among others, is told.
+  bool Open(const SourcePlan& sources);
+  const FolderPlan& plan() const { return _plan; }
+
+ private:
+  using Store = QuelmarMIMEEngineCommon::IAssetStore;
+
+  void TellOf(const SourcePlan& sources);
+  bool OpenStore(const SourceStore& source);
+  // Null when it could not be opened, which has been told.
+  Store* OpenOne(CWLEngine::StoreType type, const std::u16string& path);
+  bool OpenOrphans(const SourceStore& source, std::size_t firstFolder);
+  // True the first time.
+  bool Remember(const std::u16string& folder);
+
+  const ConvertOptions& _options;
+  ConversionRecord& _record;
+  Witness& _witness;
+  Progress& _progress;
+  FolderPlan _plan;
+  std::set<std::pair<std::uint64_t, std::uint64_t>> _opened;  // folders: device and identity
+  std::vector<std::unique_ptr<Store>> _stores;                // the plan points into them
+};
+
+}  // namespace parvane::cli
