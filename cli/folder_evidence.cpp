@@ -111,7 +111,9 @@ bool IsCompressed(std::u16string_view path) {
                                u".7z", u".rar", u".tar"});
 }
 
-bool IsSingleMessage(std::u16string_view path) { return HasExtensionOf(path, {u".eml", u".emlx"}); }
+bool IsSingleMessage(std::u16string_view path) {
+  return HasExtensionOf(path, {u".eml", u".emlx", u".mh_sequences"});
+}
 
 std::string NoMailText(const FolderEvidence& found) {
   std::string text = "no mail found in it that is read here";

@@ -57,8 +57,10 @@ bool HasExtensionOf(std::u16string_view path,
   });
 }
 
+// Or, where messages are files named by numbers, what stands beside them.
 bool IsSingleMessage(const DirectoryEntry& entry) {
-  return entry.kind == FileKind::kFile && HasExtensionOf(entry.name, {u".eml", u".emlx"});
+  return entry.kind == FileKind::kFile &&
+         HasExtensionOf(entry.name, {u".eml", u".emlx", u".mh_sequences"});
 }
 
 bool IsCompressed(std::u16string_view path) {
