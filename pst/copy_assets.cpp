@@ -1,6 +1,7 @@
 // The copying itself: every item of a source folder becomes a message.
 
 #include <algorithm>
+#include <new>
 
 #include "engine/auto_release_iunknown.h"
 #include "engine/destination_observer.h"
@@ -57,7 +58,13 @@ CopyResult PSTMAPIAssetFolderMutable::CopyAssets(IAssetFolder* sourceFolder,
   while (item) {
     IMessage* message = CreateMessage(target, logReport);
     const AutoReleaseIUnknown messageGuard(message);
-    if (CopyAsset(*item, message, progressPresenter, logReport)) {
+    bool copied = false;
+    try {
+      copied = CopyAsset(*item, message, progressPresenter, logReport);
+    } catch (const std::bad_alloc&) {
+      // Memory did not suffice for this item; for the next one it may.
+    }
+    if (copied) {
       ++result.SuccessAssetCount;
     } else {
       ++result.FailAssetCount;
