@@ -142,8 +142,8 @@ class Conversion {
   bool AvoidForeignFolders() {
     auto foreign = ForeignFolders::In(_destination.path);
     if (!foreign.ok()) return Fail(RunProblem::kPstNotOpened, foreign.status().message());
-    _plan.Avoid(*foreign);
-    _record.renamed = _plan.renamed();
+    _sources.plan().Avoid(*foreign);
+    _record.renamed = _sources.plan().renamed();
     return true;
   }
 

@@ -24,7 +24,7 @@ class SourceOpening {
   // False when there is nothing to convert, or when the user has had enough; the record then says
   // which. What a source leaves behind, and one that holds no mail among others, is told.
   bool Open(const SourcePlan& sources);
-  const FolderPlan& plan() const { return _plan; }
+  FolderPlan& plan() { return _plan; }
 
  private:
   using Store = QuelmarMIMEEngineCommon::IAssetStore;
