@@ -256,11 +256,12 @@ bool ClsEmail::Fields::View(std::string_view name, std::string& scratch, std::st
   return true;
 }
 
-bool ClsEmail::Fields::Append(std::string_view name, std::u16string& out) {
+bool ClsEmail::Fields::Append(std::string_view name, std::u16string& out, std::size_t mostBytes) {
   std::string scratch;
   std::string_view text;
   if (!View(name, scratch, text)) return false;
   constexpr std::size_t kLong = 64 << 10;
+  text = text.substr(0, mostBytes);
   if (text.size() > kLong) out.reserve(out.size() + text.size() + 1);
   parvane::platform::AppendUtf8AsUtf16(text, out);
   return true;

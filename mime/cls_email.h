@@ -56,8 +56,9 @@ class ClsEmail {
 
     // HeaderField as UTF-8: a view of the message where that reads as it stands, else of `scratch`.
     bool View(std::string_view name, std::string& scratch, std::string_view& out);
-    // HeaderField and From, appended to text; nothing is appended when they fail.
-    bool Append(std::string_view name, std::u16string& out);
+    // HeaderField (cut where asked for) and From, appended to text; nothing is appended when they
+    // fail.
+    bool Append(std::string_view name, std::u16string& out, std::size_t mostBytes = SIZE_MAX);
     void AppendFrom(std::u16string& out);
 
    private:

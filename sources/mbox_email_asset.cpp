@@ -164,15 +164,17 @@ MBOXEmailAsset::~MBOXEmailAsset() = default;
 
 void MBOXEmailAsset::FillMembers() {
   constexpr std::size_t kUsualSize = 250;
+  // A subject may fill the message; who reads the details has a line or two for it.
+  constexpr std::size_t kMostBytes = 64 << 10;
   Tessary::ClsEmail::Fields fields(_emailP->impl());
   std::u16string& details = _details.emplace();
   details.reserve(kUsualSize);
   details += u"From : ";
   fields.AppendFrom(details);
   details += u"\r\nDate : ";
-  fields.Append("Date", details);
+  fields.Append("Date", details, kMostBytes);
   details += u"\r\nSubject : ";
-  fields.Append("Subject", details);
+  fields.Append("Subject", details, kMostBytes);
 }
 
 bool MBOXEmailAsset::ConvertToMAPIMessage(parvane::mapi::IMessage* message,
