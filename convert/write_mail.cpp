@@ -52,6 +52,13 @@ constexpr std::size_t kUsualText = 250;
 
 bool HasNul(std::string_view bytes) { return bytes.find('\0') != bytes.npos; }
 
+bool HasNul(std::u16string_view text) {
+  // Without a way out of the loop, which then takes many characters at a time.
+  char16_t found = 0;
+  for (const char16_t c : text) found = static_cast<char16_t>(found | (c == 0 ? 1 : 0));
+  return found != 0;
+}
+
 // Readers take a NUL for the end of a text, and crashed mail programs left runs of them in their
 // files: what stands behind one must not be lost.
 std::string_view WithoutNuls(std::string_view text, std::string& scratch) {
@@ -207,7 +214,7 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
       parvane::convert::WriteAsciiAsUtf16Stream(*message, PR_BODY_W, bytes);
     } else {
       std::u16string text = Tessary::DecodeText(bytes, body.declaredCharset, body.fallbackCharset);
-      std::erase(text, u'\0');
+      if (HasNul(text)) std::erase(text, u'\0');
       parvane::convert::WritePropertyStream(
           *message, PR_BODY_W,
           {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});

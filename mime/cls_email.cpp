@@ -293,10 +293,11 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::AllMailboxes(List list) {
 void ClsEmail::ForEachMailbox(List list, const std::function<void(const MailBox&)>& take) {
   constexpr std::size_t kLong = 256 << 10;
   Run("get_Recipients", [&] {
-    std::string joined;
-    std::string scratch;
-    const std::string_view text = ListText(list, joined, scratch);
-    if (text.size() > kLong && parvane::mime::ForEachRewritten(text, take)) return true;
+    if (_message->root.entity().headerText().size() > kLong) {
+      std::string joined;
+      std::string scratch;
+      if (parvane::mime::ForEachRewritten(ListText(list, joined, scratch), take)) return true;
+    }
     for (const MailBox& mailbox : Mailboxes(list)) take(mailbox);
     return true;
   });

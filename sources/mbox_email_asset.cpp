@@ -84,7 +84,6 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
   notes.dateUnreadable = report.dateUnreadable;
   notes.repairedDate = report.date;
   notes.dateChangedByRepair = !report.dateMissing && notes.rawDate != report.date;
-  if (!notes.dateChangedByRepair) notes.rawDateText.clear();
   if (report.markedDeleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
 }
 
@@ -199,8 +198,11 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
     success = converter.WriteMail(_emailP.get(), &message, true) == 0;
   }
   if (_observer) {
-    parvane::engine::ConversionNotes notes = _notes;
+    parvane::engine::ConversionNotes notes;
+    notes.remarks = _notes.remarks;
+    notes.rawDate = _notes.rawDate;
     AddTo(notes, std::move(report));
+    if (notes.dateChangedByRepair) notes.rawDateText = _notes.rawDateText;
     _observer->MessageConverted(_location, success, notes);
   }
   return success;
