@@ -10,17 +10,22 @@ constexpr std::size_t kColumns = 80;
 
 }  // namespace
 
-// CLI11 marks the positional arguments, whose name already says that there may be several, once
-// more.
+// Arguments that people see as several, and CLI11 as one under a name without spaces, go by their
+// text.
 std::string HelpFormat::make_usage(const CLI::App* app, std::string name) const {
   std::string usage = CLI::Formatter::make_usage(app, std::move(name));
-  const std::size_t dots = usage.find(".pst...");
-  if (dots != usage.npos) usage.erase(dots + 4, 3);
+  for (const CLI::Option* option : app->get_options()) {
+    if (!option->get_positional() || option->get_option_text().empty()) continue;
+    const std::string shown = "[" + option->get_name(true) + "...]";
+    const std::size_t at = usage.find(shown);
+    if (at != usage.npos) usage.replace(at, shown.size(), option->get_option_text());
+  }
   return usage;
 }
 
 std::string HelpFormat::make_option(const CLI::Option* option, bool positional) const {
-  std::string line = "  " + option->get_name(positional, !positional);
+  const std::string& own = option->get_option_text();
+  std::string line = "  " + (own.empty() ? option->get_name(positional, !positional) : own);
   if (!positional && option->get_type_size() != 0) line += " " + option->get_type_name();
   std::string text;
   const auto endLine = [&] {

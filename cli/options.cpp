@@ -102,10 +102,10 @@ ProgressChoice ProgressNamed(const std::string& name) {
 
 void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options) {
   command
-      .add_option("SOURCE... DEST.pst", raw.paths,
+      .add_option("PATHS", raw.paths,
                   "mbox files, folders of .mbox files or Thunderbird profiles, then the PST "
                   "(or a folder for it)")
-      ->required()
+      ->option_text("SOURCE... DEST.pst")
       ->type_name("");
   command.add_option("--from", raw.from, "what the sources are; auto looks at each")
       ->check(CLI::IsMember({"auto", "mbox", "thunderbird"}).description(""))
