@@ -163,6 +163,7 @@ TEST(TransferEncoding, IsNamedInManyWays) {
                                                              {"base64 (comment)", kBase64},
                                                              {"Quoted-Printable", kQuotedPrintable},
                                                              {"x-uuencode", kUuencode},
+                                                             {"QuotedPrintable", kQuotedPrintable},
                                                              {"7bit", kIdentity},
                                                              {"8BIT", kIdentity},
                                                              {"binary", kIdentity},

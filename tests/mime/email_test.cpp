@@ -335,6 +335,11 @@ TEST(Bodies, AreReadInTheRightCharset) {
       {"meta tag, none declared", "text/html",
        "<META http-equiv=x content=\"text/html; charset=iso-8859-2\">\xB1",
        "<META http-equiv=x content=\"text/html; charset=iso-8859-2\">\xC4\x85"},
+      {"meta tag behind another", "text/html",
+       "<meta name=generator content='some program that makes pages out of letters'>"
+       "<meta charset=iso-8859-2>\xB1",
+       "<meta name=generator content='some program that makes pages out of letters'>"
+       "<meta charset=iso-8859-2>\xC4\x85"},
       {"meta tag that is wrong", "text/html", "<meta charset='iso-8859-2'>\xC4\x85",
        "<meta charset='iso-8859-2'>\xC4\x85"},
       {"ISO-2022-JP, none declared", "text/plain", "\x1B$B$\"\x1B(B", "\xE3\x81\x82"},

@@ -258,6 +258,8 @@ TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
       {"Reply-To: =?utf-8?Q?J=C3=BCrgen?= <a@x.org>\r\n", "Reply-To",
        "\"=?utf-8?Q?J=C3=BCrgen?=\" < a@x.org >"},
       {"Bcc: J\xC3\xBCrgen <a@x.org>\r\n", "Bcc", "\"J\xC3\xBCrgen\" < a@x.org >"},
+      {"To: J\xC3\xB6rg <j@x.org>\r\nTo: b@x.org\r\n", "To",
+       "\"J\xC3\xB6rg\" < j@x.org >,\"\" < b@x.org >"},
       {"Sender: a@x.org (Comment)\r\n", "Sender", "\"\" < a@x.org >"},
       // A comma and a double quote are halves of its characters.
       {"From: \x1B$B$,$\"\x1B(B <a@x.org>\r\n", "From", "\"\u304C\u3042\" < a@x.org >"},

@@ -245,6 +245,20 @@ TEST(ProfileStores, TakeSubfoldersFromSbdDirectories) {
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 
+TEST(SourceStores, HaveAnyNumberOfFoldersSideBySide) {
+  const TemporaryFolder disk;
+  for (int i = 0; i < 120; ++i) {
+    disk.Write("m/" + std::to_string(i) + "/a.mbox", kOneMessage);
+    disk.Write("m/" + std::to_string(i) + "/b", kOneMessage);
+  }
+  MBOXAssetStore boxes(disk.Path("m"), std::nullopt);
+  ASSERT_EQ(boxes.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  EXPECT_EQ(boxes.GetStoreRootFolder()->GetSubFolders().at(0)->GetSubFolders().size(), 120u);
+  TBAssetStore profile(disk.Path("m"), std::nullopt);
+  ASSERT_EQ(profile.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  EXPECT_EQ(profile.GetStoreRootFolder()->GetSubFolders().size(), 120u);
+}
+
 TEST(SourceStores, StopTheirWalkAtOnceWhenCancelled) {
   const TemporaryFolder disk;
   for (const char* name : {"m/a.mbox", "m/b.mbox", "m/s/c.mbox"}) disk.Write(name, kOneMessage);
