@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 #include "mapi/builtin/attachment.h"
 #include "mapi/builtin/message_properties.h"
@@ -287,10 +288,22 @@ HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>&
   return S_OK;
 }
 
+HRESULT Message::CheckRoomForAttachment() const {
+  if (_attachments.size() < pstfile::kMaxAttachments) return S_OK;
+  return _place.core->Note({platform::StatusCode::kTooBig,
+                            "a message holds no more than " +
+                                std::to_string(pstfile::kMaxAttachments) + " attachments"});
+}
+
 HRESULT Message::PutAttachment(ULONG number, pstfile::StoredAttachment attachment) {
   Slot* slot = SlotOf(number);
-  if (slot == nullptr)
+  if (slot == nullptr) {
+    if (const HRESULT result = CheckRoomForAttachment(); Failed(result)) {
+      _place.core->store()->Abandon(attachment);
+      return result;
+    }
     slot = &*_attachments.insert(PlaceOf(number), Slot{number, {}, std::nullopt});
+  }
   if (slot->pending) _place.core->store()->Abandon(*slot->pending);
   slot->pending = std::move(attachment);
   _attachmentsModified = true;
@@ -305,6 +318,8 @@ HRESULT Message::CreateAttach(const IID* lpInterface, ULONG, ULONG* lpulAttachme
     if (const HRESULT result = Prepare(); Failed(result)) return result;
     if (!_place.writable) return MAPI_E_NO_ACCESS;
     if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
+    // Said before anything is written for it.
+    if (const HRESULT result = CheckRoomForAttachment(); Failed(result)) return result;
     const ULONG number = _nextAttachment;
     auto* attachment = Attachment::Create(_place.core, *this, number);
     const HRESULT result = HandOut(attachment, lpInterface, lppAttach);

@@ -107,6 +107,7 @@ class Message final : public PropertyObject<IMessage>, public StreamHost {
   // Before a new version is written: the one it builds on must still be the message's.
   HRESULT CheckUnchanged(bool force);
   HRESULT WriteOut();
+  HRESULT CheckRoomForAttachment() const;
   void AbandonPending();
 
   MessagePlace _place;
