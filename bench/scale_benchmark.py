@@ -7,8 +7,17 @@
   folders     2,000 folders of 20 messages side by side
   attachment  one message with an attachment of 1 GB
   large       a PST of 12 GB; its mailboxes are hard links to one file, so that the disk is spared
+  mailboxes   100,000 folders of one folder with a message each
 
-Each is converted at a tenth of its size too, and growth is what the larger run costs in terms of
+and single messages that nobody writes, whose peak memory must stay below 64 MiB and four times the
+message:
+
+  attachments  100,000 attachments in 5 MB       addresses   1,000,000 addresses in 15 MB
+  recipients   200,000 recipients                parts       200,000 parts of a few bytes
+  embedded     20,000 embedded messages          subject     a subject of 100 MB
+  nul          600 MB of NULs
+
+Each of the former is converted at a tenth of its size too, and growth is what the larger run costs in terms of
 the smaller one: time and file should grow tenfold, memory (but for a larger largest message) not at
 all. `overhead` is what the PST has beyond the sizes of its messages, `free` its unused space. Then
 `parvane check` and, where it is installed, `lspst` read the PST and must agree on its messages.
@@ -111,6 +120,14 @@ class Cases:
         source = folder / 'Inbox.mbox'
         return source, one_attachment(source, self.scaled(1_000_000_000, share))
 
+    def mailboxes(self, folder, share):
+        source = folder / 'mail'
+        count = self.scaled(100_000, share)
+        for i in range(count):
+            (source / f'Folder {i}').mkdir(parents=True)
+            small_messages(source / f'Folder {i}' / 'Mail.mbox', 1, i)
+        return source, count
+
     def large(self, folder, share):
         source = folder / 'mail'
         source.mkdir()
@@ -121,6 +138,43 @@ class Cases:
         for i in range(1, copies):
             os.link(first, source / f'Part {i}.mbox')
         return source, messages * copies
+
+
+def single(path, pieces, header_fields='', end='\n'):
+    """A mailbox of one message."""
+    with open(path, 'w', encoding='ascii', newline='\n') as file:
+        file.write(f'{SEPARATOR}From: Ingrid Dahl <ingrid@example.org>\n'
+                   f'Date: Fri, 1 Mar 2019 08:00:00 +0000\n{header_fields}')
+        file.writelines(pieces)
+        file.write(end)
+
+
+MULTIPART = 'MIME-Version: 1.0\nContent-Type: multipart/mixed; boundary="c"\n\n'
+
+
+def parts(part):
+    return lambda path, count: single(path, (f'--c\n{part(i)}' for i in range(count)), MULTIPART,
+                                      '--c--\n\n')
+
+
+def address_list(address):
+    return lambda path, count: single(path, (f'{address(i)},\n ' for i in range(count)), 'To: ',
+                                      'last@example.org\n\nbody\n\n')
+
+
+# Of which there are how many, and how they are written.
+PERVERSE = {
+    'attachments': (100_000, parts(lambda i: 'Content-Disposition: attachment\n\na\n')),
+    'addresses': (1_000_000, address_list(lambda i: f'a{i}@b.cc')),
+    'recipients': (200_000, address_list(lambda i: f'person{i}@example.org')),
+    'parts': (200_000, parts(lambda i: '\na\n')),
+    'embedded': (20_000, parts(lambda i: 'Content-Type: message/rfc822\n\n'
+                                         f'Subject: {i}\nFrom: a@x.org\n\nhello\n')),
+    'subject': (100_000_000 // 72, lambda path, count: single(
+        path, ('word ' * 14 + '\n ' for _ in range(count)), 'Subject: ', 'end\n\nbody\n\n')),
+    'nul': (600, lambda path, count: single(path, ('\0' * 1_000_000 for _ in range(count)), '\n',
+                                            '\n\n')),
+}
 
 
 def run(*arguments, expect=(0,)):
@@ -177,11 +231,34 @@ def measure(arguments, case, share):
         return result
 
 
+def measure_perverse(arguments, case):
+    with tempfile.TemporaryDirectory(dir=arguments.folder) as name:
+        source, pst = pathlib.Path(name) / 'Inbox.mbox', pathlib.Path(name) / 'out.pst'
+        count, write = PERVERSE[case]
+        write(source, max(1, count // arguments.divide))
+        # 1: some of what it holds may be refused, and said to be.
+        seconds, memory, _ = run(arguments.parvane, 'convert', '--quiet', source, pst, expect=(0, 1))
+        size = source.stat().st_size
+        run(arguments.parvane, 'check', pst)
+        return {'case': case, 'sourceBytes': size, 'pstBytes': pst.stat().st_size,
+                'seconds': seconds, 'peakMemoryBytes': memory,
+                'limitBytes': (64 << 20) + 4 * size}
+
+
+def print_perverse(results):
+    print(f'{"message":14}{"MB":>8}{"PST MB":>9}{"seconds":>9}{"peak MB":>9}{"limit MB":>10}')
+    for r in results:
+        over = '  OVER' if r['peakMemoryBytes'] > r['limitBytes'] else ''
+        print(f'{r["case"]:14}{r["sourceBytes"] / 1e6:8.1f}{r["pstBytes"] / 1e6:9.1f}'
+              f'{r["seconds"]:9.1f}{r["peakMemoryBytes"] / 1e6:9.0f}{r["limitBytes"] / 1e6:10.0f}'
+              f'{over}')
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument('--parvane', required=True)
-    cases = ('messages', 'folders', 'attachment', 'large')
-    parser.add_argument('--only', nargs='+', choices=cases, default=cases)
+    cases = ('messages', 'folders', 'attachment', 'large', 'mailboxes')
+    parser.add_argument('--only', nargs='+', choices=(*cases, *PERVERSE), default=(*cases, *PERVERSE))
     parser.add_argument('--divide', type=int, default=1)
     parser.add_argument('--folder', help='where the files go (16 GB); default: a temporary folder')
     parser.add_argument('--json', action='store_true')
@@ -193,7 +270,7 @@ def main():
         print(f'{"case":12}{"messages":>10}{"PST MB":>9}{"seconds":>9}{"MB/s":>7}{"peak MB":>9}'
               f'{"overhead":>10}{"free":>7}{"check s":>9}{"MB":>6}{"lspst s":>9}'
               f'{"x time":>8}{"x memory":>10}{"x file":>8}')
-    for case in arguments.only:
+    for case in (case for case in arguments.only if case in cases):
         small, large = (measure(arguments, case, share) for share in (0.1, 1))
         for key in ('seconds', 'peakMemoryBytes', 'pstBytes'):
             large[f'{key}Growth'] = large[key] / small[key]
@@ -208,6 +285,10 @@ def main():
                   f'{r["overhead"]:10.1%}{r["free"]:7.1%}{r["checkSeconds"]:9.1f}'
                   f'{r["checkMemoryBytes"] / 1e6:6.0f}{r.get("lspstSeconds", 0):9.1f}{growth}',
                   flush=True)
+    perverse = [measure_perverse(arguments, case) for case in arguments.only if case in PERVERSE]
+    if perverse and not arguments.json:
+        print_perverse(perverse)
+    results += perverse
     if arguments.json:
         print(json.dumps({'machine': platform.platform(), 'processors': os.cpu_count(),
                           'results': results}, indent=1))

@@ -204,5 +204,63 @@ TEST_F(RoundTrip, AMessageWithNothingSetIsStillAMessage) {
   EXPECT_EQ(Diagnostics().messagesSaved, 0u);  // of this opening of the file
 }
 
+TEST_F(RoundTrip, WhatIsTooMuchForMemoryIsReadBackAsItWas) {
+  constexpr ULONG kRecipients = 3000;
+  constexpr ULONG kFiles = 2500;
+  const std::u16string filling(300, u'x');
+  const auto name = [&](ULONG i) {
+    const std::string number = std::to_string(i);
+    return std::u16string(number.begin(), number.end()) + filling;
+  };
+  const std::u16string subject = u"Re: " + std::u16string(600'000, u'S') + u"\xD83D\xDE00";
+  const std::string headers(1'500'000, 'h');
+  std::u16string to;
+  LogOn();
+  {
+    const auto message = NewMessage(*top);
+    const auto book = AddressBook();
+    EXPECT_EQ(Set(*message, TextValue(PR_SUBJECT_W, u"replaced")), S_OK);
+    EXPECT_EQ(Set(*message, TextValue(PR_SUBJECT_W, subject.c_str())), S_OK);
+    EXPECT_EQ(Set(*message, AnsiValue(PR_TRANSPORT_MESSAGE_HEADERS_A, headers.c_str())), S_OK);
+    for (ULONG i = 0; i < kRecipients; ++i) {
+      ASSERT_EQ(AddRecipient(*book, *message, name(i).c_str(), u"a@x.org", MAPI_TO), S_OK);
+      if (i % 2 != 0) to += (to.empty() ? u"" : u"; ") + name(i);
+    }
+    // Rows that were put away are found again.
+    for (ULONG i = 0; i < kRecipients; i += 2) {
+      SPropValue id = LongValue(PR_ROWID, i);
+      ADRLIST list{1, {{0, 1, &id}}};
+      ASSERT_EQ(message->ModifyRecipients(MODRECIP_REMOVE, &list), S_OK);
+    }
+    SPropValue changed[] = {LongValue(PR_ROWID, 2001), TextValue(PR_DISPLAY_NAME_W, u"Zoe"),
+                            LongValue(PR_RECIPIENT_TYPE, MAPI_CC)};
+    ADRLIST list{1, {{0, 3, changed}}};
+    ASSERT_EQ(message->ModifyRecipients(MODRECIP_MODIFY, &list), S_OK);
+    to.erase(to.find(name(2001)), name(2001).size() + 2);
+    for (ULONG i = 0; i < kFiles; ++i) AddFile(*message, name(i).c_str(), "x");
+    ASSERT_EQ(message->SaveChanges(0), S_OK);
+  }
+  Reopen();
+  const auto message = MessagesOf(*top).at(0);
+  EXPECT_EQ(ReadStream(*message, PR_SUBJECT_W), BytesOf(subject));
+  EXPECT_EQ(ReadStream(*message, PR_DISPLAY_TO_W), BytesOf(to));
+  EXPECT_EQ(ReadStream(*message, PR_TRANSPORT_MESSAGE_HEADERS_W).size(), 2 * headers.size());
+  EXPECT_EQ(mapi::Get(*message, PR_DISPLAY_CC_W).text(), u"Zoe");
+  ComPointer<IMAPITable> table;
+  ASSERT_EQ(message->GetRecipientTable(MAPI_UNICODE, table.Put()), S_OK);
+  const RowSet rows = ReadAllRows(*table);
+  ASSERT_EQ(rows.size(), kRecipients / 2);
+  for (ULONG i = 0; i < rows.size(); ++i) {
+    const ULONG was = 2 * i + 1;
+    EXPECT_EQ(ColumnText(rows[i], PR_DISPLAY_NAME_W), was == 2001 ? u"Zoe" : name(was)) << i;
+  }
+  ASSERT_EQ(message->GetAttachmentTable(MAPI_UNICODE, table.Put()), S_OK);
+  const RowSet attached = ReadAllRows(*table);
+  ASSERT_EQ(attached.size(), kFiles);
+  for (ULONG i = 0; i < kFiles; i += 99) {
+    EXPECT_EQ(ColumnText(attached[i], PR_ATTACH_LONG_FILENAME_W), name(i)) << i;
+  }
+}
+
 }  // namespace
 }  // namespace parvane::mapi
