@@ -132,33 +132,21 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
   IAsset* asset = item.Asset();
   // Used again for each item, as what the log wants is longer.
   std::u16string& details = _details;
-  const auto take = [&] {
-    details.clear();
-    if (!asset) return;
-    if (const NullableString given = asset->Details()) {
-      // The line feeds below must not double what is long already.
-      details.reserve(given->size() + 4);
-      details = *given;
-    }
-  };
-  take();
+  details.clear();
+  if (asset) {
+    if (const NullableString given = asset->Details()) details = *given;
+  }
   if (progressPresenter) {
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
     progressPresenter->ProgressMessage(details);
   }
-  constexpr std::size_t kLong = 64 * 1024;
-  const bool isLong = details.size() > kLong;
-  // Not kept beside the message that is being made.
-  if (isLong) std::u16string().swap(details);
   // Nothing has been kept of an item that had no message to go to, whatever it says.
   const bool converted = ConvertAsset(asset, message) && message != nullptr;
   if (!converted && logReport)
     logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
   // Whatever a failed conversion managed to write stays.
   if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
-  if (isLong) take();
   if (logReport) logReport->WriteLog(details.append(u"\r\n\r\n"), false, true);
-  if (isLong) std::u16string().swap(details);
   return converted;
 }
 

@@ -25,8 +25,8 @@ struct StoredMessage {
   PropertyList properties;
 };
 
-// A message has no room for more: attachments, its tables and its long values are subnodes of it, of
-// which there are 340 x 510 at most.
+// A message has no room for more: attachments, its tables and its long values are subnodes of it,
+// of which there are 340 x 510 at most.
 inline constexpr std::size_t kMaxAttachments = 172'000;
 
 // An attachment (PstStore::WriteAttachment).
