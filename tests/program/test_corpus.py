@@ -15,6 +15,9 @@ class Trees(PstTest):
         pst = self.folder / 'out.pst'
         account = self.convert(*arguments, CORPUS / tree, pst, code=code)
         wanted = {(*prefix, *entry['folder']): entry['messages'] for entry in expected}
+        if tree == 'profile':
+            # The engine's walk, which that list is about, passes over subfolders without a mailbox.
+            wanted[(*prefix, 'Orphan', 'Lost')] = 3
         self.assertEqual({tuple(f['path']): f['written'] for f in account['folders']}, wanted)
         listed = self.listed_folders(pst)
         # Folders without mail of their own appear only as somebody's parent.
@@ -37,7 +40,7 @@ class Trees(PstTest):
 
     def test_profile_leaves_some_mail_behind_and_says_so(self):
         account = self.check('profile', [], 1)
-        self.assertEqual(self.left_behind(account), {'Old.mail', 'Orphan.sbd'})
+        self.assertEqual(self.left_behind(account), {'Old.mail'})
 
     def test_profile_under_a_name(self):
         self.check('profile', ['My profile'], 1, ['--name', 'My profile', '--from', 'thunderbird'])
