@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "pstfile/ndb/block_format.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
@@ -10,12 +12,11 @@ namespace {
 
 // The entries of an internal block of this type and level.
 std::optional<std::span<const std::byte>> EntriesOf(std::span<const std::byte> data, unsigned type,
-                                                    unsigned level, std::size_t entrySize) {
-  if (data.size() < kInternalBlockHeaderSize || LoadU8(data, 0) != type ||
-      LoadU8(data, 1) != level) {
-    return std::nullopt;
-  }
-  const std::size_t size = LoadU16(data, 2) * entrySize;
+                                                    unsigned level) {
+  if (data.size() < kInternalBlockHeaderSize) return std::nullopt;
+  const InternalBlock block = InternalBlock::DecodeHeader(data);
+  if (block.type != type || block.level != level) return std::nullopt;
+  const std::size_t size = block.count * block.EntrySize();
   if (size > data.size() - kInternalBlockHeaderSize) return std::nullopt;
   return data.subspan(kInternalBlockHeaderSize, size);
 }
@@ -24,9 +25,9 @@ bool LoadIds(Image& image, BlockId block, unsigned level, std::vector<BlockId>& 
   ids.clear();
   const auto slice = image.ReadBlock(block);
   if (!slice || !block.IsInternal()) return false;
-  const auto entries = EntriesOf(slice->bytes(), 1, level, 8);
+  const auto entries = EntriesOf(slice->bytes(), kDataTreeBlock, level);
   if (!entries) return false;
-  for (std::size_t at = 0; at < entries->size(); at += 8) {
+  for (std::size_t at = 0; at < entries->size(); at += kXBlockEntrySize) {
     ids.push_back(BlockId(LoadU64(*entries, at)));
   }
   return true;
@@ -42,14 +43,14 @@ std::optional<DataView> DataView::Open(Image& image, BlockId root) {
   if (!root.IsInternal()) {
     const auto entry = image.FindBlock(root);
     if (!entry) return std::nullopt;
-    view._size = entry->dataSize;
+    view._size = entry->place.dataSize;
     view._blockCount = 1;
     view._leaves = {root};
     return view;
   }
   const auto slice = image.ReadBlock(root);
   if (!slice || slice->size() < kInternalBlockHeaderSize) return std::nullopt;
-  view._size = LoadU32(slice->bytes(), 4);
+  view._size = InternalBlock::DecodeHeader(slice->bytes()).total;
   if (LoadIds(image, root, 1, view._leaves)) {
     view._blockCount = view._leaves.size();
     return view;
@@ -94,12 +95,11 @@ std::size_t DataView::ReadAt(std::uint64_t offset, std::span<std::byte> out) {
 bool SubnodeList::AppendLeaf(Image& image, BlockId block) {
   const auto slice = image.ReadBlock(block);
   if (!slice || !block.IsInternal()) return false;
-  const auto entries = EntriesOf(slice->bytes(), 2, 0, 24);
+  const auto entries = EntriesOf(slice->bytes(), kSubnodeTreeBlock, 0);
   if (!entries) return false;
-  for (std::size_t at = 0; at < entries->size(); at += 24) {
-    const NodeId nid(LoadU32(*entries, at));
-    if (!_all.empty() && nid <= _all.back().nid) continue;
-    _all.push_back({nid, BlockId(LoadU64(*entries, at + 8)), BlockId(LoadU64(*entries, at + 16))});
+  for (std::size_t at = 0; at < entries->size(); at += kSlBlockEntrySize) {
+    const SubnodeEntry entry = SubnodeEntry::Decode(entries->subspan(at, kSlBlockEntrySize));
+    if (_all.empty() || entry.nid > _all.back().nid) _all.push_back(entry);
   }
   return true;
 }
@@ -109,18 +109,19 @@ std::optional<SubnodeList> SubnodeList::Open(Image& image, BlockId root) {
   if (!root || list.AppendLeaf(image, root)) return list;
   const auto slice = image.ReadBlock(root);
   if (!slice || !root.IsInternal()) return std::nullopt;
-  const auto entries = EntriesOf(slice->bytes(), 2, 1, 16);
+  const auto entries = EntriesOf(slice->bytes(), kSubnodeTreeBlock, 1);
   if (!entries) return std::nullopt;
-  for (std::size_t at = 0; at < entries->size(); at += 16) {
-    if (!list.AppendLeaf(image, BlockId(LoadU64(*entries, at + 8)))) return std::nullopt;
+  for (std::size_t at = 0; at < entries->size(); at += kSiBlockEntrySize) {
+    const BlockId leaf(LoadField(*entries, fields::SubnodeIndexEntry::kBlock, at));
+    if (!list.AppendLeaf(image, leaf)) return std::nullopt;
   }
   return list;
 }
 
-const Subnode* SubnodeList::Find(NodeId nid) const {
+const SubnodeEntry* SubnodeList::Find(NodeId nid) const {
   const auto found =
       std::lower_bound(_all.begin(), _all.end(), nid,
-                       [](const Subnode& entry, NodeId sought) { return entry.nid < sought; });
+                       [](const SubnodeEntry& entry, NodeId sought) { return entry.nid < sought; });
   return found != _all.end() && found->nid == nid ? &*found : nullptr;
 }
 

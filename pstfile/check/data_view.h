@@ -10,6 +10,7 @@
 #include "pstfile/check/image.h"
 #include "pstfile/ndb/block_slice.h"
 #include "pstfile/ndb/ids.h"
+#include "pstfile/ndb/subnode_tree.h"
 
 namespace parvane::pstfile::check {
 
@@ -36,12 +37,6 @@ class DataView {
   std::size_t _loaded = 0;
 };
 
-struct Subnode {
-  NodeId nid;
-  BlockId data;
-  BlockId sub;
-};
-
 // A node's subnodes in ascending order; entries out of order are left out. At most 173,400.
 class SubnodeList {
  public:
@@ -49,13 +44,13 @@ class SubnodeList {
   // None when a block of the tree cannot be read or is of another kind.
   static std::optional<SubnodeList> Open(Image& image, BlockId root);
 
-  const std::vector<Subnode>& all() const { return _all; }
-  const Subnode* Find(NodeId nid) const;
+  const std::vector<SubnodeEntry>& all() const { return _all; }
+  const SubnodeEntry* Find(NodeId nid) const;
 
  private:
   bool AppendLeaf(Image& image, BlockId block);
 
-  std::vector<Subnode> _all;
+  std::vector<SubnodeEntry> _all;
 };
 
 }  // namespace parvane::pstfile::check

@@ -30,7 +30,7 @@ class UnlistedFinder : public TreeVisitor {
   UnlistedFinder(NodeId folder, bool folders, NodeKind kind, Table& table, Reporter& reporter)
       : _folder(folder), _folders(folders), _kind(kind), _table(table), _reporter(reporter) {}
 
-  void OnNode(const NodeEntry& node) override {
+  void OnNode(const NodeRecord& node) override {
     if (node.parent != _folder || node.nid == _folder) return;
     const NodeKind kind = node.nid.Kind();
     if (_folders ? kind != NodeKind::kFolder && kind != NodeKind::kSearchFolder : kind != _kind) {
@@ -54,7 +54,7 @@ class UnlistedFinder : public TreeVisitor {
 
 class FolderChecker::FolderCheck {
  public:
-  FolderCheck(Context& context, const NodeEntry& node, int& searches)
+  FolderCheck(Context& context, const NodeRecord& node, int& searches)
       : _context(context),
         _reporter(context.reporter),
         _node(node),
@@ -111,7 +111,7 @@ class FolderChecker::FolderCheck {
   }
 
   // One of the folder's companion nodes.
-  std::optional<NodeEntry> Companion(NodeKind kind) {
+  std::optional<NodeRecord> Companion(NodeKind kind) {
     const NodeId nid = _node.nid.Sibling(kind);
     auto entry = _context.image.FindNode(nid);
     if (!entry) Error(codes::kFolderTable, Say("node ", nid, " is missing"));
@@ -143,7 +143,7 @@ class FolderChecker::FolderCheck {
   }
 
   void CheckHierarchy();
-  void CompareSubfolder(Table& table, std::span<const std::byte> row, const NodeEntry& child);
+  void CompareSubfolder(Table& table, std::span<const std::byte> row, const NodeRecord& child);
   void CheckContents();
   void CheckAssociated();
   // Returns the number of rows that stand for a message of this folder.
@@ -152,7 +152,7 @@ class FolderChecker::FolderCheck {
 
   Context& _context;
   Reporter& _reporter;
-  const NodeEntry& _node;
+  const NodeRecord& _node;
   std::string _where;
   int& _searches;
   PropertyContext* _pc = nullptr;
@@ -186,7 +186,7 @@ void FolderChecker::FolderCheck::CheckHierarchy() {
 
 // The subfolder's own check judges it; here it is only read.
 void FolderChecker::FolderCheck::CompareSubfolder(Table& table, std::span<const std::byte> row,
-                                                  const NodeEntry& child) {
+                                                  const NodeRecord& child) {
   const CheckOptions options;
   SilentSink sink;
   CheckSummary summary;
@@ -275,6 +275,6 @@ void FolderChecker::FolderCheck::CheckSearch() {
   table->Finish();
 }
 
-void FolderChecker::Check(const NodeEntry& node) { FolderCheck(_context, node, _searches).Run(); }
+void FolderChecker::Check(const NodeRecord& node) { FolderCheck(_context, node, _searches).Run(); }
 
 }  // namespace parvane::pstfile::check

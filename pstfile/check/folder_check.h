@@ -10,7 +10,7 @@ class FolderChecker {
  public:
   explicit FolderChecker(Context& context) : _context(context) {}
   // `node` is of kind folder or search folder.
-  void Check(const NodeEntry& node);
+  void Check(const NodeRecord& node);
 
  private:
   class FolderCheck;

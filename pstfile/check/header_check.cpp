@@ -3,78 +3,98 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <span>
+#include <string_view>
 
 #include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/fields.h"
+#include "pstfile/ndb/header.h"
 
 namespace parvane::pstfile::check {
 namespace {
 
-constexpr std::uint8_t kMapsInvalid = 0;
-constexpr std::uint8_t kMapsValidOld = 1;
-constexpr std::uint8_t kMapsValid = 2;
+using fields::Header;
 
-std::uint32_t PartialCrc(std::span<const std::byte> header) { return Crc(header.subspan(8, 471)); }
-std::uint32_t FullCrc(std::span<const std::byte> header) { return Crc(header.subspan(8, 516)); }
+constexpr std::uint8_t kMapsValidOld = 1;
+
+// A check sum of the header: as it is stored and as it is computed.
+struct Sum {
+  std::uint32_t found;
+  std::uint32_t computed;
+  bool Fits() const { return found == computed; }
+};
+Sum SumOf(const FileHeader& h, const Field& field, const Field& range) {
+  return {LoadField<std::uint32_t>(h.raw, field),
+          Crc(std::span(h.raw).subspan(range.offset, range.size))};
+}
+Sum PartialSum(const FileHeader& h) {
+  return SumOf(h, Header::kPartialCrc, fields::kPartialCrcRange);
+}
+Sum FullSum(const FileHeader& h) { return SumOf(h, Header::kFullCrc, fields::kFullCrcRange); }
 
 // The copy of the coming header that stands in the file while it is changed, if it is whole.
-std::optional<HeaderFields> WholeCopy(Image& image) {
+std::optional<FileHeader> WholeCopy(Image& image) {
   std::array<std::byte, kHeaderSize> bytes{};
   if (!image.Read(kHeaderCopyOffset, bytes)) return {};
-  const HeaderFields copy = HeaderFields::Decode(bytes);
-  const bool whole = copy.magic == image.header().magic && copy.version == image.header().version &&
-                     copy.partialCrc == PartialCrc(bytes) && copy.fullCrc == FullCrc(bytes);
+  const FileHeader copy = FileHeader::Decode(bytes);
+  const auto same = [&](const Field& field) {
+    return LoadField(copy.raw, field) == LoadField(image.header().raw, field);
+  };
+  const bool whole = same(Header::kMagic) && same(Header::kVersion) && PartialSum(copy).Fits() &&
+                     FullSum(copy).Fits();
   return whole ? std::optional(copy) : std::nullopt;
 }
 
 void CheckSums(Image& image, Reporter& reporter) {
-  const HeaderFields& h = image.header();
-  const std::uint32_t partial = PartialCrc(image.headerBytes());
-  const std::uint32_t full = FullCrc(image.headerBytes());
-  if (h.partialCrc == partial && h.fullCrc == full) return;
-  const std::optional<HeaderFields> copy = WholeCopy(image);
+  const FileHeader& h = image.header();
+  const Sum partial = PartialSum(h);
+  const Sum full = FullSum(h);
+  if (partial.Fits() && full.Fits()) return;
+  const std::optional<FileHeader> copy = WholeCopy(image);
   // With its copy whole, the header was being written when power failed: nothing is lost.
-  const auto report = [&](const char* field, std::uint32_t found, std::uint32_t computed) {
-    if (found == computed) return;
-    const std::string what = Say("header: ", field, " ", Hex{found}, ", computed ", Hex{computed},
-                                 copy ? "; the copy at 0x2000 is whole" : "");
+  const auto report = [&](const Field& field, Sum sum) {
+    if (sum.Fits()) return;
+    const std::string what = Say("header: ", field.name, " ", Hex{sum.found}, ", computed ",
+                                 Hex{sum.computed}, copy ? "; the copy at 0x2000 is whole" : "");
     if (copy) {
       reporter.Unclosed(codes::kHeaderCrc, what, Severity::kError);
     } else {
       reporter.Error(codes::kHeaderCrc, what);
     }
   };
-  report("dwCRCPartial", h.partialCrc, partial);
-  report("dwCRCFull", h.fullCrc, full);
+  report(Header::kPartialCrc, partial);
+  report(Header::kFullCrc, full);
   if (copy) image.UseHeader(*copy);
 }
 
-void CheckFields(const HeaderFields& h, Reporter& reporter) {
-  struct Field {
-    const char* name;
+void CheckFields(const FileHeader& h, Reporter& reporter) {
+  const auto value = [&](const Field& field) { return LoadField(h.raw, field); };
+  struct Rule {
+    std::string_view name;
     std::uint64_t found;
     std::uint64_t expected;
     Severity severity;
   };
-  const Field fields[] = {
-      {"wMagicClient", h.clientMagic, 0x4D53, Severity::kError},
-      {"wVerClient", h.clientVersion, 19, Severity::kError},
-      {"bPlatformCreate", h.platformCreate, 1, Severity::kWarning},
-      {"bPlatformAccess", h.platformAccess, 1, Severity::kWarning},
-      {"ROOT dwReserved", h.rootReserved, 0, Severity::kWarning},
-      {"ROOT bReserved and wReserved", h.rootTail, 0, Severity::kWarning},
-      {"dwAlign", h.align, 0, Severity::kError},
-      {"bSentinel", h.sentinel, 0x80, Severity::kError},
-      {"rgbReserved", h.reserved, 0, Severity::kError},
+  const Rule rules[] = {
+      {"wMagicClient", value(Header::kMagicClient), kMagicPst, Severity::kError},
+      {"wVerClient", value(Header::kClientVersion), 19, Severity::kError},
+      {"bPlatformCreate", value(Header::kPlatformCreate), 1, Severity::kWarning},
+      {"bPlatformAccess", value(Header::kPlatformAccess), 1, Severity::kWarning},
+      {"ROOT dwReserved", value(Header::kRootReserved), 0, Severity::kWarning},
+      {"ROOT bReserved and wReserved", value(Header::kRootTail), 0, Severity::kWarning},
+      {"dwAlign", value(Header::kAlign), 0, Severity::kError},
+      {"bSentinel", value(Header::kSentinel), 0x80, Severity::kError},
+      {"rgbReserved", value(Header::kReserved), 0, Severity::kError},
       {"bidNextB, low two bits", h.nextBlockId & 3, 0, Severity::kError},
   };
-  for (const Field& field : fields) {
-    if (field.found == field.expected) continue;
+  for (const Rule& rule : rules) {
+    if (rule.found == rule.expected) continue;
     reporter.Report(
-        field.severity, codes::kHeaderField,
-        Say("header: ", field.name, " is ", Hex{field.found}, ", expected ", Hex{field.expected}));
+        rule.severity, codes::kHeaderField,
+        Say("header: ", rule.name, " is ", Hex{rule.found}, ", expected ", Hex{rule.expected}));
   }
-  if (h.cryptMethod > 2) {
-    reporter.Error(codes::kHeaderField, Say("header: bCryptMethod is ", h.cryptMethod,
+  if (h.crypt > CryptMethod::kCyclic) {
+    reporter.Error(codes::kHeaderField, Say("header: bCryptMethod is ", value(Header::kCryptMethod),
                                             ", expected 0 (none), 1 (permute) or 2 (cyclic)"));
   }
   if (h.mapState == kMapsInvalid) {
@@ -87,7 +107,11 @@ void CheckFields(const HeaderFields& h, Reporter& reporter) {
   } else if (h.mapState == kMapsValidOld) {
     reporter.Habit(codes::kHeaderField, "header: fAMapValid is 1, which is no longer written");
   }
-  if (!h.freePageMapsFull) {
+  const auto inUse = [&](const Field& map) {
+    return std::ranges::any_of(std::span(h.raw).subspan(map.offset, map.size),
+                               [](std::byte b) { return b != std::byte{0xFF}; });
+  };
+  if (inUse(Header::kFreeMap) || inUse(Header::kFreePageMap)) {
     reporter.Habit(codes::kMapContent, "header: rgbFM and rgbFP are not all FF");
   }
 }
@@ -123,7 +147,7 @@ void CheckGap(Image& image, Reporter& reporter) {
 }
 
 void CheckSize(const Image& image, Reporter& reporter) {
-  const HeaderFields& h = image.header();
+  const FileHeader& h = image.header();
   if (h.endOfFile < image.size()) {
     // Space is taken before the header tells of it, and given back after: nothing is missing.
     reporter.Unclosed(codes::kFileSize, Say("header: ibFileEof is ", h.endOfFile, ", the file has ",
@@ -143,8 +167,11 @@ void CheckSize(const Image& image, Reporter& reporter) {
 
 void CheckHeader(Image& image, Reporter& reporter) {
   CheckSums(image, reporter);
-  const HeaderFields& h = image.header();
-  reporter.SetForeign(h.openerData1 != 0 || h.openerData2 != 0 || h.unusedBlockId != 0);
+  const FileHeader& h = image.header();
+  // Outlook leaves its mark in these; they are zero in a new file.
+  reporter.SetForeign(std::ranges::any_of(
+      std::array{Header::kReserved1, Header::kReserved2, Header::kUnusedBlockId},
+      [&](const Field& field) { return LoadField(h.raw, field) != 0; }));
   CheckFields(h, reporter);
   CheckGap(image, reporter);
   CheckSize(image, reporter);

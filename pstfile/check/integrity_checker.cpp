@@ -24,7 +24,7 @@ class ContentCheck : public TreeVisitor {
  public:
   explicit ContentCheck(Context& context) : _context(context), _folders(context) {}
 
-  void OnNode(const NodeEntry& node) override {
+  void OnNode(const NodeRecord& node) override {
     if (node.nid.Kind() == NodeKind::kFolder || node.nid.Kind() == NodeKind::kSearchFolder) {
       _folders.Check(node);
     } else {

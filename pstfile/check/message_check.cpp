@@ -34,7 +34,7 @@ std::optional<std::uint64_t> DataBelow(Context& context, Location location,
   if (!context.Spend(1 + subnodes->all().size() / 16, where)) {
     return std::nullopt;
   }
-  for (const Subnode& subnode : subnodes->all()) {
+  for (const SubnodeEntry& subnode : subnodes->all()) {
     const auto below = DataBelow(context, {subnode.data, subnode.sub}, where, depth + 1);
     if (!below) return std::nullopt;
     size += *below;
@@ -75,7 +75,7 @@ class MessageCheck {
   void CheckRecipients();
   void JudgeNames(PropTag tag, const char* name, const std::u16string& expected);
   void CheckAttachments();
-  void CheckAttachment(NodeId nid, const Subnode& subnode, Table& table,
+  void CheckAttachment(NodeId nid, const SubnodeEntry& subnode, Table& table,
                        std::span<const std::byte> row);
   void JudgeAttachment(PropertyContext& attachment);
   void CheckEmbedded(PropertyContext& attachment, const ObjectFacts& object);
@@ -143,7 +143,7 @@ void MessageCheck::JudgeSize() {
 }
 
 void MessageCheck::CheckRecipients() {
-  const Subnode* subnode = _pc->heap().UseSubnode(kNidRecipientTable);
+  const SubnodeEntry* subnode = _pc->heap().UseSubnode(kNidRecipientTable);
   if (subnode == nullptr) {
     if (_kind != MessageKind::kAssociated) Habit(codes::kRecipients, "it has no recipient table");
     return;
@@ -207,7 +207,7 @@ void MessageCheck::JudgeNames(PropTag tag, const char* name, const std::u16strin
 void MessageCheck::CheckAttachments() {
   // A copy: the walk below marks what it meets.
   const auto subnodes = _pc->heap().subnodes().all();
-  const Subnode* tableNode = _pc->heap().UseSubnode(kNidAttachmentTable);
+  const SubnodeEntry* tableNode = _pc->heap().UseSubnode(kNidAttachmentTable);
   std::unique_ptr<Table> table;
   if (tableNode != nullptr) {
     table = Table::Open(_context, {tableNode->data, tableNode->sub}, _where + " attachment table");
@@ -219,7 +219,7 @@ void MessageCheck::CheckAttachments() {
         Error(codes::kAttachment,
               Say("attachment row ", nid, " is not named by an attachment's id"));
       }
-      const Subnode* subnode = _pc->heap().UseSubnode(nid);
+      const SubnodeEntry* subnode = _pc->heap().UseSubnode(nid);
       if (subnode == nullptr) {
         Error(codes::kAttachment, Say("attachment ", nid, " is in the table and does not exist"));
         return;
@@ -227,7 +227,7 @@ void MessageCheck::CheckAttachments() {
       CheckAttachment(nid, *subnode, *table, row);
     });
   }
-  for (const Subnode& subnode : subnodes) {
+  for (const SubnodeEntry& subnode : subnodes) {
     if (subnode.nid.Kind() != NodeKind::kAttachment) continue;
     _pc->heap().UseSubnode(subnode.nid);
     if (table && table->HasRow(subnode.nid.value)) continue;
@@ -238,7 +238,7 @@ void MessageCheck::CheckAttachments() {
   if (table) table->Finish();
 }
 
-void MessageCheck::CheckAttachment(NodeId nid, const Subnode& subnode, Table& table,
+void MessageCheck::CheckAttachment(NodeId nid, const SubnodeEntry& subnode, Table& table,
                                    std::span<const std::byte> row) {
   ++_context.reporter.summary().attachments;
   auto attachment = PropertyContext::Open(_context, {subnode.data, subnode.sub},
@@ -280,7 +280,7 @@ void MessageCheck::JudgeAttachment(PropertyContext& attachment) {
 }
 
 void MessageCheck::CheckEmbedded(PropertyContext& attachment, const ObjectFacts& object) {
-  const Subnode* subnode = attachment.heap().UseSubnode(object.node);
+  const SubnodeEntry* subnode = attachment.heap().UseSubnode(object.node);
   if (subnode == nullptr) return;  // told by the check of the property
   ++_context.reporter.summary().embeddedMessages;
   if (object.node.Kind() != NodeKind::kMessage) {

@@ -18,7 +18,7 @@ bool IsMessageKind(NodeKind kind) {
 class FolderCollector : public TreeVisitor {
  public:
   explicit FolderCollector(FolderDirectory& folders) : _folders(folders) {}
-  void OnNode(const NodeEntry& node) override {
+  void OnNode(const NodeRecord& node) override {
     if (IsFolderKind(node.nid.Kind())) _folders.Add({node.nid, node.parent});
   }
 
@@ -31,7 +31,7 @@ class NodeCheck : public TreeVisitor {
   NodeCheck(Image& image, Reporter& reporter, FolderDirectory& folders)
       : _image(image), _reporter(reporter), _folders(folders) {}
 
-  void OnNode(const NodeEntry& node) override {
+  void OnNode(const NodeRecord& node) override {
     ++_reporter.summary().nodes;
     const NodeKind kind = node.nid.Kind();
     if (node.sub && !node.sub.IsInternal()) {
@@ -42,7 +42,7 @@ class NodeCheck : public TreeVisitor {
       Fault(codes::kNodeEntry, node, "its kind is that of a heap item");
     }
     CheckParent(node);
-    const std::uint32_t counter = _image.header().nodeCounters[node.nid.value & 31];
+    const std::uint32_t counter = _image.header().counters[node.nid.value & 31];
     // Ids below these were never drawn from the counters.
     const std::uint32_t fixed = kind == NodeKind::kSearchFolder        ? 0x4000
                                 : kind == NodeKind::kMessage           ? 0x10000
@@ -64,11 +64,11 @@ class NodeCheck : public TreeVisitor {
   }
 
  private:
-  void Fault(codes::Code code, const NodeEntry& node, const std::string& what) {
+  void Fault(codes::Code code, const NodeRecord& node, const std::string& what) {
     _reporter.Error(code, Say("node ", node.nid, ": ", what));
   }
 
-  void CheckParent(const NodeEntry& node) {
+  void CheckParent(const NodeRecord& node) {
     const NodeKind kind = node.nid.Kind();
     const bool isFolder = IsFolderKind(kind);
     if (!isFolder && !IsMessageKind(kind)) {

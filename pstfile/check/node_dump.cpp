@@ -158,7 +158,7 @@ class Dump {
     if (!at.sub) return;
     const auto list = SubnodeList::Open(_context.image, at.sub);
     if (!list) return Line(depth, "its subnodes cannot be read");
-    for (const Subnode& subnode : list->all()) {
+    for (const SubnodeEntry& subnode : list->all()) {
       if (depth >= kMaximumNesting) return Line(depth, "and deeper ones");
       Node(subnode.nid, {subnode.data, subnode.sub}, "subnode", depth);
     }

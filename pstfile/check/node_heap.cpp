@@ -174,8 +174,8 @@ std::optional<HeapBytes> NodeHeap::Item(HeapId id) {
   return HeapBytes{*page, bytes.subspan(start, end - start)};
 }
 
-const Subnode* NodeHeap::UseSubnode(NodeId nid) {
-  const Subnode* found = _subnodes.Find(nid);
+const SubnodeEntry* NodeHeap::UseSubnode(NodeId nid) {
+  const SubnodeEntry* found = _subnodes.Find(nid);
   if (found != nullptr) {
     _usedSubnodes[static_cast<std::size_t>(found - _subnodes.all().data())] = true;
   }

@@ -39,7 +39,7 @@ class NodeHeap {
   // Whether the item was asked for before.
   bool IsUsed(HeapId id) const;
   // The subnode; counts as a use of it.
-  const Subnode* UseSubnode(NodeId nid);
+  const SubnodeEntry* UseSubnode(NodeId nid);
 
   void Fault(codes::Code code, const std::string& what) const {
     _context->reporter.Error(code, _where + ": " + what);

@@ -68,7 +68,7 @@ void PropertyContext::Judge(PropertyEntry& entry) {
 }
 
 void PropertyContext::Finish() {
-  if (const Subnode* history = _heap.UseSubnode(kNidChangeHistoryTableTemplate)) {
+  if (const SubnodeEntry* history = _heap.UseSubnode(kNidChangeHistoryTableTemplate)) {
     CheckTable(_heap.context(), {history->data, history->sub}, where() + " change history");
   }
   _heap.ReportUnused();

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "pstfile/check/tree_walk.h"
-#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/block_format.h"
 
 namespace parvane::pstfile::check {
 namespace {
@@ -23,7 +23,7 @@ class Window : public TreeVisitor {
     _stored.clear();
     _full = false;
   }
-  void OnBlock(const BlockEntry& block) override {
+  void OnBlock(const BlockRecord& block) override {
     if (block.bid.value <= _from || _full) return;
     if (_bids.size() == kBlocksAtOnce) {
       _full = true;
@@ -75,32 +75,28 @@ class Counter : public TreeVisitor {
   Counter(Image& image, Reporter& reporter, Window& window)
       : _image(image), _reporter(reporter), _window(window) {}
 
-  void OnNode(const NodeEntry& node) override {
+  void OnNode(const NodeRecord& node) override {
     const auto where = [&] { return Say("node ", node.nid); };
     Refer(node.data, where);
     Refer(node.sub, where);
   }
 
-  void OnBlock(const BlockEntry& block) override {
-    if (!block.bid.IsInternal()) return;
-    const auto slice = _image.ReadBlock(block);
+  void OnBlock(const BlockRecord& record) override {
+    if (!record.bid.IsInternal()) return;
+    const auto slice = _image.ReadBlock(record);
     if (!slice || slice->size() < kInternalBlockHeaderSize) return;
     const auto data = slice->bytes();
-    const unsigned type = LoadU8(data, 0);
-    const unsigned level = LoadU8(data, 1);
-    // Where the ids are in an entry: one or two of the three forms below.
-    //   XBLOCK, XXBLOCK   bid            SIBLOCK   nid bid            SLBLOCK   nid bid bid
-    const bool leaf = type == 2 && level == 0;
-    const std::size_t size = type == 1 ? 8 : leaf ? 24 : 16;
-    if (type != 1 && type != 2) return;
+    InternalBlock block = InternalBlock::DecodeHeader(data);
+    if (block.type != kDataTreeBlock && block.type != kSubnodeTreeBlock) return;
+    // What a wrong count leaves out is told by the block's own check.
+    const std::size_t size = block.EntrySize();
     const std::size_t count =
-        std::min<std::size_t>(LoadU16(data, 2), (data.size() - kInternalBlockHeaderSize) / size);
-    const auto where = [&] { return Say("block ", block.bid); };
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::size_t at = kInternalBlockHeaderSize + i * size;
-      Refer(BlockId(LoadU64(data, type == 1 ? at : at + 8)), where);
-      if (leaf) Refer(BlockId(LoadU64(data, at + 16)), where);
-    }
+        std::min<std::size_t>(block.count, (data.size() - kInternalBlockHeaderSize) / size);
+    block.entries = data.subspan(kInternalBlockHeaderSize, count * size);
+    _referred.clear();
+    block.AppendReferences(_referred);
+    const auto where = [&] { return Say("block ", record.bid); };
+    for (const BlockId bid : _referred) Refer(bid, where);
   }
 
  private:
@@ -114,6 +110,7 @@ class Counter : public TreeVisitor {
   Image& _image;
   Reporter& _reporter;
   Window& _window;
+  std::vector<BlockId> _referred;  // by the block at hand
 };
 
 }  // namespace

@@ -1,40 +1,36 @@
 #include "pstfile/check/space_check.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <string>
 #include <vector>
 
 #include "pstfile/check/tree_walk.h"
 #include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/fields.h"
+#include "pstfile/ndb/header.h"
 #include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/map_bits.h"
+#include "pstfile/ndb/page.h"
 
 namespace parvane::pstfile::check {
 namespace {
 
 constexpr std::uint64_t kIntervalsAtOnce = (std::uint64_t{16} << 20) / kPageBodySize;
-constexpr unsigned kSlotsPerMap = kPageBodySize * 8;
 
 struct MapPage {
-  const char* name;
-  std::uint8_t type;
+  PageType type;
   bool due;
 };
 
 // The pages at the start of AMap interval `n`, one behind the other.
-struct FixedPages {
-  explicit FixedPages(std::uint64_t n)
-      : pages{{"AMap", 0x84, true},
-              {"PMap", 0x83, n % 8 == 0},
-              {"FMap", 0x82, n >= 128 && (n - 128) % 496 == 0},
-              {"FPMap", 0x85, n >= 8192 && (n - 8192) % 31744 == 0}} {
-    for (const MapPage& page : pages) size += page.due ? kPageSize : 0;
-  }
-  MapPage pages[4];
-  std::uint64_t size = 0;
-};
-
-constexpr std::uint64_t MapOffset(std::uint64_t n) { return kFirstAMapOffset + n * kAMapInterval; }
+std::array<MapPage, 4> MapPagesOf(std::uint64_t n) {
+  return {{{PageType::kAMap, true},
+           {PageType::kPMap, HasPMap(n)},
+           {PageType::kFMap, HasFMap(n)},
+           {PageType::kFPMap, HasFPMap(n)}}};
+}
 
 // Marks what lies in a window of the file, bit for bit as the AMaps do.
 class SpaceVisitor : public TreeVisitor {
@@ -43,10 +39,10 @@ class SpaceVisitor : public TreeVisitor {
 
   void Begin(std::uint64_t firstInterval, std::uint64_t intervals) {
     _first = firstInterval;
-    _start = MapOffset(firstInterval);
+    _start = IntervalOffset(firstInterval);
     _bits.assign(static_cast<std::size_t>(intervals * kPageBodySize), 0);
     for (std::uint64_t n = 0; n < intervals; ++n) {
-      Set(n * kSlotsPerMap, FixedPages(firstInterval + n).size / kBlockAlignment);
+      Set(n * kSlotsPerMap, MapPageCount(firstInterval + n) * kPageSize / kBlockAlignment);
     }
   }
 
@@ -58,9 +54,10 @@ class SpaceVisitor : public TreeVisitor {
   void OnPage(TreeKind kind, std::uint64_t offset) override {
     Take(offset, kPageSize, kind == TreeKind::kBlocks ? "BBT page" : "NBT page", 0);
   }
-  void OnBlock(const BlockEntry& block) override {
-    if (block.dataSize == 0 || block.dataSize > kMaximumBlockData) return;
-    Take(block.offset, BlockSizeOnDisk(block.dataSize), "block ", block.bid.value);
+  void OnBlock(const BlockRecord& block) override {
+    if (block.place.dataSize == 0 || block.place.dataSize > kMaximumBlockData) return;
+    Take(block.place.offset.value, BlockSizeOnDisk(block.place.dataSize), "block ",
+         block.bid.value);
   }
 
  private:
@@ -85,9 +82,8 @@ class SpaceVisitor : public TreeVisitor {
       return Say(what, id != 0 ? ToHex(id) : std::string(), " at ", Hex{offset}, " (", size,
                  " bytes)");
     };
-    const std::uint64_t interval = (offset - kFirstAMapOffset) / kAMapInterval;
-    if (offset < MapOffset(interval) + FixedPages(interval).size ||
-        offset + size > MapOffset(interval + 1)) {
+    const std::uint64_t interval = IntervalOf(offset);
+    if (offset < IntervalDataOffset(interval) || offset + size > IntervalOffset(interval + 1)) {
       if (offset >= _start) _reporter.Error(codes::kSpaceOnMap, describe() + " lies on a map page");
       return;
     }
@@ -109,17 +105,17 @@ class SpaceCheck {
   SpaceCheck(Image& image, Reporter& reporter) : _image(image), _reporter(reporter) {}
 
   void Run() {
-    const HeaderFields& h = _image.header();
+    const FileHeader& h = _image.header();
     // What an interrupted writer took beyond the end it told of is nobody's yet.
     const std::uint64_t size =
         h.endOfFile > kFirstAMapOffset ? std::min(h.endOfFile, _image.size()) : _image.size();
     if (size <= kFirstAMapOffset) return;
     const std::uint64_t intervals = (size - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval;
     _mapsCount = h.mapState == 1 || h.mapState == 2;
-    if (h.lastAMap != MapOffset(intervals - 1)) {
+    if (h.lastAMap != IntervalOffset(intervals - 1)) {
       _reporter.Error(codes::kLastMap,
                       Say("header: ibAMapLast is ", Hex{h.lastAMap}, ", the last AMap is at ",
-                          Hex{MapOffset(intervals - 1)}));
+                          Hex{IntervalOffset(intervals - 1)}));
     }
     SpaceVisitor visitor(_image, _reporter);
     for (std::uint64_t first = 0; first < intervals; first += kIntervalsAtOnce) {
@@ -147,7 +143,7 @@ class SpaceCheck {
       _reporter.Unclosed(code, std::move(message));
     }
   }
-  bool ReadMapPage(const MapPage& kind, std::uint64_t offset, std::span<std::byte> bytes);
+  bool ReadMapPage(const MapPage& kind, std::uint64_t offset, PageBytes& page);
   bool ReservedForPages(std::uint64_t offset);
   void CheckFreeCounts();
   void CheckDensityList();
@@ -157,53 +153,53 @@ class SpaceCheck {
   bool _mapsCount = false;
   std::uint64_t _freeBytes = 0;
   bool _allMapsRead = true;
-  std::array<std::byte, kPageSize> _pageMap{};  // the PMap of the current eight intervals
+  PageBytes _pageMap{};  // the PMap of the current eight intervals
 };
 
-bool SpaceCheck::ReadMapPage(const MapPage& kind, std::uint64_t offset,
-                             std::span<std::byte> bytes) {
-  const std::string at = Say(kind.name, " at ", Hex{offset}, ": ");
-  if (!_image.Read(offset, bytes)) {
+bool SpaceCheck::ReadMapPage(const MapPage& kind, std::uint64_t offset, PageBytes& page) {
+  const std::string at = Say(PageTypeName(kind.type), " at ", Hex{offset}, ": ");
+  if (!_image.Read(offset, page)) {
     Fault(codes::kPagePlace, at + "the file ends before it, or it cannot be read");
     return false;
   }
-  if (LoadU8(bytes, 496) != kind.type || LoadU8(bytes, 497) != kind.type) {
-    Fault(codes::kPageType, at + Say("page type ", Hex{LoadU8(bytes, 496)}, "/",
-                                     Hex{LoadU8(bytes, 497)}, ", expected ", Hex{kind.type}));
+  const PageTrailer trailer = PageTrailer::Decode(page);
+  const auto type = static_cast<std::uint8_t>(kind.type);
+  if (trailer.type != type || trailer.typeRepeat != type) {
+    Fault(codes::kPageType, at + Say("page type ", Hex{trailer.type}, "/", Hex{trailer.typeRepeat},
+                                     ", expected ", Hex{type}));
     return false;
   }
-  const std::uint32_t crc = Crc(bytes.first(kPageBodySize));
-  if (LoadU32(bytes, 500) != crc) {
-    Fault(codes::kPageCrc, at + Say("dwCRC ", Hex{LoadU32(bytes, 500)}, ", computed ", Hex{crc}));
+  const std::uint32_t crc = Crc(std::span(page).first(kPageBodySize));
+  if (trailer.crc != crc) {
+    Fault(codes::kPageCrc, at + Say("dwCRC ", Hex{trailer.crc}, ", computed ", Hex{crc}));
   }
-  if (LoadU16(bytes, 498) != 0) {
-    Fault(codes::kPageSignature, at + Say("wSig ", Hex{LoadU16(bytes, 498)}, ", expected 0"));
+  if (trailer.signature != 0) {
+    Fault(codes::kPageSignature, at + Say("wSig ", Hex{trailer.signature}, ", expected 0"));
   }
-  if (LoadU64(bytes, 504) != offset) {
-    Fault(codes::kPageId,
-          at + Say("page id ", Hex{LoadU64(bytes, 504)}, ", expected its own offset"));
+  if (trailer.id != offset) {
+    Fault(codes::kPageId, at + Say("page id ", Hex{trailer.id}, ", expected its own offset"));
   }
   return true;
 }
 
 void SpaceCheck::CheckInterval(std::uint64_t n, std::span<const std::uint8_t> used) {
-  std::uint64_t offset = MapOffset(n);
-  std::array<std::byte, kPageSize> map{};
+  std::uint64_t offset = IntervalOffset(n);
+  PageBytes map{};
   bool haveMap = false;
-  for (const MapPage& kind : FixedPages(n).pages) {
+  for (const MapPage& kind : MapPagesOf(n)) {
     if (!kind.due) continue;
-    std::array<std::byte, kPageSize> page{};
+    PageBytes page{};
     const bool read = ReadMapPage(kind, offset, page);
-    if (kind.type == 0x84) {
+    if (kind.type == PageType::kAMap) {
       map = page;
       haveMap = read;
     } else {
-      if (kind.type == 0x83) _pageMap = page;
+      if (kind.type == PageType::kPMap) _pageMap = page;
       const auto body = std::span(page).first(kPageBodySize);
       if (read &&
           std::any_of(body.begin(), body.end(), [](std::byte b) { return b != std::byte{0xFF}; })) {
         _reporter.Habit(codes::kMapContent,
-                        Say(kind.name, " at ", Hex{offset},
+                        Say(PageTypeName(kind.type), " at ", Hex{offset},
                             " is not all FF: it describes free pages, which is no longer done"));
       }
     }
@@ -229,7 +225,7 @@ void SpaceCheck::CompareMap(std::uint64_t n, std::span<const std::byte> map,
   Kind open = Kind::kNone;
   std::uint64_t from = 0;
   const auto close = [&](std::uint64_t slot) {
-    const std::uint64_t at = MapOffset(n) + from * kBlockAlignment;
+    const std::uint64_t at = IntervalOffset(n) + from * kBlockAlignment;
     const std::uint64_t size = (slot - from) * kBlockAlignment;
     if (open == Kind::kLeak) {
       _reporter.Warning(codes::kSpaceLeak, Say(size, " bytes at ", Hex{at},
@@ -254,8 +250,8 @@ void SpaceCheck::CompareMap(std::uint64_t n, std::span<const std::byte> map,
       Kind kind = Kind::kNone;
       if (isUsed && !isMarked) kind = Kind::kUnmarked;
       if (isMarked && !isUsed) {
-        kind =
-            ReservedForPages(MapOffset(n) + slot * kBlockAlignment) ? Kind::kReserved : Kind::kLeak;
+        kind = ReservedForPages(IntervalOffset(n) + slot * kBlockAlignment) ? Kind::kReserved
+                                                                            : Kind::kLeak;
       }
       if (kind == open) continue;
       close(slot);
@@ -266,19 +262,20 @@ void SpaceCheck::CompareMap(std::uint64_t n, std::span<const std::byte> map,
 }
 
 void SpaceCheck::CheckFreeCounts() {
-  const HeaderFields& h = _image.header();
+  const FileHeader& h = _image.header();
   if (_mapsCount && _allMapsRead && h.freeBytes != _freeBytes) {
     _reporter.Warning(codes::kFreeCount, Say("header: cbAMapFree is ", h.freeBytes,
                                              ", the AMaps show ", _freeBytes, " free bytes"));
   }
-  if (h.freePageBytes != 0) {
+  const std::uint64_t freePageBytes = LoadField(h.raw, fields::Header::kFreePageBytes);
+  if (freePageBytes != 0) {
     _reporter.Habit(codes::kFreeCount,
-                    Say("header: cbPMapFree is ", h.freePageBytes, ", expected 0"));
+                    Say("header: cbPMapFree is ", freePageBytes, ", expected 0"));
   }
 }
 
 void SpaceCheck::CheckDensityList() {
-  std::array<std::byte, kPageSize> page{};
+  PageBytes page{};
   if (!_image.Read(kDListOffset, page)) return;
   if (std::all_of(page.begin(), page.end(), [](std::byte b) { return b == std::byte{0}; })) return;
   const auto fault = [&](Severity severity, const std::string& what) {
@@ -289,33 +286,37 @@ void SpaceCheck::CheckDensityList() {
       _reporter.Report(severity, codes::kDensityList, message);
     }
   };
-  if (LoadU8(page, 496) != 0x86 || LoadU8(page, 497) != 0x86) {
-    fault(Severity::kError, Say("page type ", Hex{LoadU8(page, 496)}, "/", Hex{LoadU8(page, 497)},
-                                ", expected 0x86"));
+  const PageTrailer trailer = PageTrailer::Decode(page);
+  constexpr auto kType = static_cast<std::uint8_t>(PageType::kDList);
+  if (trailer.type != kType || trailer.typeRepeat != kType) {
+    fault(Severity::kError, Say("page type ", Hex{trailer.type}, "/", Hex{trailer.typeRepeat},
+                                ", expected ", Hex{kType}));
     return;
   }
   const std::uint32_t crc = Crc(std::span(page).first(kPageBodySize));
-  const std::uint64_t id = LoadU64(page, 504);
-  if (LoadU32(page, 500) != crc) {
-    fault(Severity::kError, Say("dwCRC ", Hex{LoadU32(page, 500)}, ", computed ", Hex{crc}));
+  if (trailer.crc != crc) {
+    fault(Severity::kError, Say("dwCRC ", Hex{trailer.crc}, ", computed ", Hex{crc}));
   }
-  if (LoadU16(page, 498) != Signature(kDListOffset, id)) {
-    fault(Severity::kError,
-          Say("wSig ", Hex{LoadU16(page, 498)}, ", computed ", Hex{Signature(kDListOffset, id)}));
+  const std::uint16_t signature = Signature(kDListOffset, trailer.id);
+  if (trailer.signature != signature) {
+    fault(Severity::kError, Say("wSig ", Hex{trailer.signature}, ", computed ", Hex{signature}));
   }
-  if (id != _image.header().nextPageId && _mapsCount) {
+  if (trailer.id != _image.header().nextPageId && _mapsCount) {
     fault(_reporter.foreign() ? Severity::kNote : Severity::kWarning,
-          Say("page id ", Hex{id}, " is not bidNextP, ", Hex{_image.header().nextPageId},
+          Say("page id ", Hex{trailer.id}, " is not bidNextP, ", Hex{_image.header().nextPageId},
               ": the list is stale"));
   }
-  const unsigned entries = LoadU8(page, 1);
-  if (entries > 119) {
-    fault(Severity::kError, Say(entries, " entries, at most 119 fit"));
+  using fields::DensityList;
+  constexpr std::size_t kFit = DensityList::kEntries.size / sizeof(std::uint32_t);
+  const auto entries = LoadField<unsigned>(page, DensityList::kCount);
+  if (entries > kFit) {
+    fault(Severity::kError, Say(entries, " entries, at most ", kFit, " fit"));
     return;
   }
   const std::uint64_t maps = (_image.size() - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval;
   for (unsigned i = 0; i < entries; ++i) {
-    const std::uint32_t map = LoadU32(page, 8 + 4 * i) & 0xFFFFF;
+    // The low 20 bits name an AMap, the others tell its free slots.
+    const std::uint32_t map = LoadU32(page, DensityList::kEntries.offset + 4 * i) & 0xFFFFF;
     if (map >= maps) fault(Severity::kError, Say("entry ", i, " names AMap ", map, " of ", maps));
   }
 }

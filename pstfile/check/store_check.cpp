@@ -36,7 +36,7 @@ void CheckEntryId(Context& context, PropertyContext& store, PropTag tag) {
   }
 }
 
-void CheckReceiveFolders(Context& context, const NodeEntry& node) {
+void CheckReceiveFolders(Context& context, const NodeRecord& node) {
   auto table = Table::Open(context, {node.data, node.sub}, "receive folder table");
   if (!table) return;
   table->ForEachRow([&](std::span<const std::byte> row) {
@@ -51,7 +51,7 @@ void CheckReceiveFolders(Context& context, const NodeEntry& node) {
 }
 
 // Arrays of folder numbers, and of records whose content is not examined.
-void CheckSearchList(Context& context, const NodeEntry& node) {
+void CheckSearchList(Context& context, const NodeRecord& node) {
   auto data = DataView::Open(context.image, node.data);
   if (!data) return;  // told by the count of references
   const std::size_t unit = node.nid == kNidSearchManagementQueue ? 20 : 4;
@@ -141,7 +141,7 @@ void CheckStoreObject(Context& context) {
   store->Finish();
 }
 
-void CheckOtherNode(Context& context, const NodeEntry& node) {
+void CheckOtherNode(Context& context, const NodeRecord& node) {
   if (!node.data) return;
   const std::string where = Say("node ", node.nid);
   if (IsTemplate(node.nid)) {

@@ -10,6 +10,6 @@ void CheckStoreObject(Context& context);
 
 // A node that no folder takes care of: templates, receive folders, search bookkeeping, and those
 // whose meaning is unknown, of which only the heap is looked at.
-void CheckOtherNode(Context& context, const NodeEntry& node);
+void CheckOtherNode(Context& context, const NodeRecord& node);
 
 }  // namespace parvane::pstfile::check

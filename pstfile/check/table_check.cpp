@@ -116,7 +116,7 @@ bool Table::OpenMatrix() {
     if (item->bytes.size() % _ends[3] != 0) JudgeMatrix(item->bytes.size());
     return true;
   }
-  const Subnode* subnode = _heap.UseSubnode(NodeId(_matrixId));
+  const SubnodeEntry* subnode = _heap.UseSubnode(NodeId(_matrixId));
   auto matrix =
       subnode != nullptr ? DataView::Open(_heap.context().image, subnode->data) : std::nullopt;
   if (!matrix) {

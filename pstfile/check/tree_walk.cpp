@@ -5,7 +5,7 @@
 #include <string>
 
 #include "pstfile/ndb/crc.h"
-#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/tree_page.h"
 
 namespace parvane::pstfile::check {
 namespace {
@@ -18,12 +18,8 @@ class Walker {
       : _image(image), _kind(kind), _visitor(visitor), _judge(judge) {}
 
   void Run() {
-    const HeaderFields& h = _image.header();
-    if (_kind == TreeKind::kBlocks) {
-      Page(h.blockRootOffset, h.blockRootId, std::nullopt, 0, kNoLimit);
-    } else {
-      Page(h.nodeRootOffset, h.nodeRootId, std::nullopt, 0, kNoLimit);
-    }
+    const FileHeader& h = _image.header();
+    Page(_kind == TreeKind::kBlocks ? h.blockRoot : h.nodeRoot, std::nullopt, 0, kNoLimit);
   }
 
  private:
@@ -33,18 +29,28 @@ class Walker {
   void Fault(codes::Code code, std::uint64_t offset, const std::string& what) {
     if (_judge != nullptr) _judge->Error(code, At(offset) + what);
   }
-  std::uint64_t Key(const TreePage& page, unsigned index, unsigned size) const {
-    const std::uint64_t key = LoadU64(page.bytes, index * size);
-    return _kind == TreeKind::kBlocks ? key & ~std::uint64_t{1} : key;
+  // A page while it is walked. A copy: the visitor may look things up and so push the page out of
+  // the cache.
+  struct Visited {
+    PageBytes bytes;
+    std::uint64_t offset;
+    TreePageInfo info;
+  };
+  PageType Type() const { return PageTypeOf(_kind); }
+  std::span<const std::byte> Entry(const Visited& page, unsigned index) const {
+    const std::size_t size = TreeEntrySize(Type(), page.info.level);
+    return std::span(page.bytes).subspan(index * size, size);
+  }
+  std::uint64_t Key(const Visited& page, unsigned index) const {
+    return LoadTreeKey(Entry(page, index), Type());
   }
 
-  void JudgeTrailer(const TreePage& page, std::uint64_t offset, std::uint64_t id);
-  bool JudgeFormat(const TreePage& page, std::uint64_t offset, std::optional<unsigned> level);
+  void JudgeTrailer(const Visited& page, std::uint64_t id);
+  bool JudgeFormat(const Visited& page, std::optional<unsigned> level);
   // `level` none: the root. Keys of the page are expected in [low, high).
-  void Page(std::uint64_t offset, std::uint64_t id, std::optional<unsigned> level,
-            std::uint64_t low, std::uint64_t high);
-  void Children(const TreePage& page, std::uint64_t offset, std::uint64_t high);
-  void Entries(const TreePage& page, std::uint64_t offset, std::uint64_t high);
+  void Page(PageRef ref, std::optional<unsigned> level, std::uint64_t low, std::uint64_t high);
+  void Children(const Visited& page, std::uint64_t high);
+  void Entries(const Visited& page, std::uint64_t high);
 
   Image& _image;
   TreeKind _kind;
@@ -53,142 +59,141 @@ class Walker {
   std::optional<std::uint64_t> _last;  // key of the last entry visited
 };
 
-void Walker::JudgeTrailer(const TreePage& page, std::uint64_t offset, std::uint64_t id) {
+void Walker::JudgeTrailer(const Visited& page, std::uint64_t id) {
   if (_judge == nullptr) return;
-  const unsigned type = _kind == TreeKind::kBlocks ? 0x80 : 0x81;
-  if (LoadU8(page.bytes, 496) != type || LoadU8(page.bytes, 497) != type) {
-    Fault(codes::kPageType, offset,
-          Say("page type ", Hex{LoadU8(page.bytes, 496)}, "/", Hex{LoadU8(page.bytes, 497)},
-              ", expected ", Hex{type}));
+  const PageTrailer trailer = PageTrailer::Decode(page.bytes);
+  const auto type = static_cast<unsigned>(Type());
+  if (trailer.type != type || trailer.typeRepeat != type) {
+    Fault(codes::kPageType, page.offset,
+          Say("page type ", Hex{trailer.type}, "/", Hex{trailer.typeRepeat}, ", expected ",
+              Hex{type}));
   }
-  const std::uint32_t crc = Crc(page.body());
-  if (LoadU32(page.bytes, 500) != crc) {
-    Fault(codes::kPageCrc, offset,
-          Say("dwCRC ", Hex{LoadU32(page.bytes, 500)}, ", computed ", Hex{crc}));
+  const std::uint32_t crc = Crc(std::span(page.bytes).first(kPageBodySize));
+  if (trailer.crc != crc) {
+    Fault(codes::kPageCrc, page.offset, Say("dwCRC ", Hex{trailer.crc}, ", computed ", Hex{crc}));
   }
-  const std::uint64_t own = LoadU64(page.bytes, 504);
-  if (own != id) {
-    Fault(codes::kPageId, offset, Say("page id ", Hex{own}, ", its parent says ", Hex{id}));
+  if (trailer.id != id) {
+    Fault(codes::kPageId, page.offset,
+          Say("page id ", Hex{trailer.id}, ", its parent says ", Hex{id}));
   }
-  if (own >= _image.header().nextPageId) {
-    Fault(codes::kPageId, offset,
-          Say("page id ", Hex{own}, " is not below the next to be given, ",
+  if (trailer.id >= _image.header().nextPageId) {
+    Fault(codes::kPageId, page.offset,
+          Say("page id ", Hex{trailer.id}, " is not below the next to be given, ",
               Hex{_image.header().nextPageId}));
   }
-  if (LoadU16(page.bytes, 498) != Signature(offset, own)) {
-    Fault(codes::kPageSignature, offset,
-          Say("wSig ", Hex{LoadU16(page.bytes, 498)}, ", computed ", Hex{Signature(offset, own)}));
+  const std::uint16_t signature = Signature(page.offset, trailer.id);
+  if (trailer.signature != signature) {
+    Fault(codes::kPageSignature, page.offset,
+          Say("wSig ", Hex{trailer.signature}, ", computed ", Hex{signature}));
   }
 }
 
-bool Walker::JudgeFormat(const TreePage& page, std::uint64_t offset,
-                         std::optional<unsigned> level) {
-  if (level ? page.level() != *level : page.level() > kMaximumTreeLevel) {
-    Fault(codes::kTreeLevel, offset,
-          Say("level ", page.level(), level ? ", expected " : ", expected at most ",
+bool Walker::JudgeFormat(const Visited& page, std::optional<unsigned> level) {
+  const TreePageInfo& info = page.info;
+  if (level ? info.level != *level : info.level > kMaximumTreeLevel) {
+    Fault(codes::kTreeLevel, page.offset,
+          Say("level ", info.level, level ? ", expected " : ", expected at most ",
               level.value_or(kMaximumTreeLevel)));
     return false;
   }
-  const unsigned size = TreeEntrySize(_kind, page.level());
-  if (page.entrySize() != size) {
-    Fault(codes::kTreeFormat, offset,
-          Say("entries of ", page.entrySize(), " bytes, expected ", size));
+  const std::size_t size = TreeEntrySize(Type(), info.level);
+  const std::size_t fit = kTreeBodySize / size;
+  if (info.entrySize != size) {
+    Fault(codes::kTreeFormat, page.offset,
+          Say("entries of ", info.entrySize, " bytes, expected ", size));
     return false;
   }
-  if (page.maximum() != 488 / size) {
-    Fault(codes::kTreeFormat, offset, Say("cEntMax ", page.maximum(), ", expected ", 488 / size));
+  if (info.maximum != fit) {
+    Fault(codes::kTreeFormat, page.offset, Say("cEntMax ", info.maximum, ", expected ", fit));
   }
-  if (page.count() > 488 / size) {
-    Fault(codes::kTreeFormat, offset, Say(page.count(), " entries, which do not fit"));
+  if (info.count > fit) {
+    Fault(codes::kTreeFormat, page.offset, Say(info.count, " entries, which do not fit"));
     return false;
   }
-  if (LoadU32(page.bytes, 492) != 0) {
-    Fault(codes::kTreeFormat, offset, "the padding before the trailer is not zero");
+  if (info.padding != 0) {
+    Fault(codes::kTreeFormat, page.offset, "the padding before the trailer is not zero");
   }
-  if (page.count() == 0 && (level || page.level() > 0)) {
-    Fault(codes::kTreeFormat, offset, "empty, which only a root that is a leaf may be");
+  if (info.count == 0 && (level || info.level > 0)) {
+    Fault(codes::kTreeFormat, page.offset, "empty, which only a root that is a leaf may be");
     return false;
   }
-  return page.count() > 0;
+  return info.count > 0;
 }
 
-void Walker::Page(std::uint64_t offset, std::uint64_t id, std::optional<unsigned> level,
-                  std::uint64_t low, std::uint64_t high) {
-  const TreePage* cached = _image.Page(offset);
+void Walker::Page(PageRef ref, std::optional<unsigned> level, std::uint64_t low,
+                  std::uint64_t high) {
+  const std::uint64_t offset = ref.offset.value;
+  const PageBytes* cached = _image.Page(offset);
   if (cached == nullptr) {
     Fault(codes::kPagePlace, offset,
           Say("not a page's place in a file of ", _image.size(), " bytes, or unreadable"));
     return;
   }
-  // The visitor may look things up and so push the page out of the cache.
-  const TreePage page = *cached;
-  if (level) {
-    const unsigned size = TreeEntrySize(_kind, page.level());
-    const std::uint64_t first = Key(page, 0, size);
-    if (page.count() > 0 && (first < low || first >= high || (_last && first <= *_last))) {
+  const Visited page{*cached, offset, TreePageInfo::Decode(*cached)};
+  if (level && page.info.count > 0) {
+    const std::uint64_t first = Key(page, 0);
+    if (first < low || first >= high || (_last && first <= *_last)) {
       Fault(codes::kTreeKey, offset,
             Say("begins with key ", Hex{first}, ", its parent says ", Hex{low},
                 "; the page is left out"));
       return;
     }
-    if (page.count() > 0 && first != low) {
+    if (first != low) {
       Fault(codes::kTreeKey, offset,
             Say("begins with key ", Hex{first}, ", its parent says ", Hex{low}));
     }
   }
   _visitor.OnPage(_kind, offset);
   if (_judge != nullptr) ++_judge->summary().pages;
-  JudgeTrailer(page, offset, id);
-  if (!JudgeFormat(page, offset, level)) return;
-  if (page.level() > 0) {
-    Children(page, offset, high);
+  JudgeTrailer(page, ref.id.value);
+  if (!JudgeFormat(page, level)) return;
+  if (page.info.level > 0) {
+    Children(page, high);
   } else {
-    Entries(page, offset, high);
+    Entries(page, high);
   }
 }
 
-void Walker::Children(const TreePage& page, std::uint64_t offset, std::uint64_t high) {
+void Walker::Children(const Visited& page, std::uint64_t high) {
   std::optional<std::uint64_t> before;
-  for (unsigned i = 0; i < page.count(); ++i) {
-    const std::uint64_t key = Key(page, i, 24);
-    const std::uint64_t next = i + 1 < page.count() ? Key(page, i + 1, 24) : high;
+  for (unsigned i = 0; i < page.info.count; ++i) {
+    const std::uint64_t key = Key(page, i);
+    const std::uint64_t next = i + 1 < page.info.count ? Key(page, i + 1) : high;
     if (before && key <= *before) {
-      Fault(codes::kTreeOrder, offset,
+      Fault(codes::kTreeOrder, page.offset,
             Say("key ", Hex{key}, " follows ", Hex{*before}, "; its child is left out"));
       continue;
     }
     if (key >= high) {
-      Fault(codes::kTreeKey, offset,
+      Fault(codes::kTreeKey, page.offset,
             Say("key ", Hex{key}, " reaches into the next page's range, ", Hex{high}));
       continue;
     }
     before = key;
-    Page(LoadU64(page.bytes, i * 24 + 16), LoadU64(page.bytes, i * 24 + 8), page.level() - 1, key,
-         next > key ? next : high);
+    Page(LoadTreeChild(Entry(page, i)), page.info.level - 1, key, next > key ? next : high);
   }
 }
 
-void Walker::Entries(const TreePage& page, std::uint64_t offset, std::uint64_t high) {
-  const unsigned size = TreeEntrySize(_kind, 0);
-  for (unsigned i = 0; i < page.count(); ++i) {
-    const std::uint64_t key = Key(page, i, size);
+void Walker::Entries(const Visited& page, std::uint64_t high) {
+  for (unsigned i = 0; i < page.info.count; ++i) {
+    const std::uint64_t key = Key(page, i);
     if (_last && key <= *_last) {
-      Fault(codes::kTreeOrder, offset, Say("key ", Hex{key}, " follows ", Hex{*_last}));
+      Fault(codes::kTreeOrder, page.offset, Say("key ", Hex{key}, " follows ", Hex{*_last}));
       continue;
     }
     if (key >= high) {
-      Fault(codes::kTreeKey, offset,
+      Fault(codes::kTreeKey, page.offset,
             Say("key ", Hex{key}, " reaches into the next page's range, ", Hex{high}));
       continue;
     }
     _last = key;
-    const auto entry = page.body().subspan(std::size_t{i} * size, size);
+    const auto entry = Entry(page, i);
     if (_kind == TreeKind::kBlocks) {
-      _visitor.OnBlock(DecodeBlockEntry(entry));
+      _visitor.OnBlock(BlockRecord::Decode(entry));
     } else if (key >> 32 != 0) {
-      Fault(codes::kNodeEntry, offset, Say("node id ", Hex{key}, " has its high half set"));
+      Fault(codes::kNodeEntry, page.offset, Say("node id ", Hex{key}, " has its high half set"));
     } else {
-      _visitor.OnNode(DecodeNodeEntry(entry));
+      _visitor.OnNode(DecodeNode(entry));
     }
   }
 }

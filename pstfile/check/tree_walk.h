@@ -13,8 +13,8 @@ class TreeVisitor {
   virtual ~TreeVisitor() = default;
   // Every page reached, whether its content is right or not.
   virtual void OnPage(TreeKind, std::uint64_t /*offset*/) {}
-  virtual void OnBlock(const BlockEntry&) {}
-  virtual void OnNode(const NodeEntry&) {}
+  virtual void OnBlock(const BlockRecord&) {}
+  virtual void OnNode(const NodeRecord&) {}
 };
 
 // With a judge, reports what is wrong with the pages and their order; without one (later passes

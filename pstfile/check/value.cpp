@@ -68,7 +68,7 @@ std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
     value._size = item->bytes.size();
     value._item = std::move(*item);
   } else {
-    const Subnode* subnode = heap.UseSubnode(NodeId(raw));
+    const SubnodeEntry* subnode = heap.UseSubnode(NodeId(raw));
     if (subnode == nullptr) {
       reason = Say("subnode ", Hex{raw}, " does not exist");
       return std::nullopt;

@@ -27,30 +27,41 @@ void BuildBlock(std::span<const std::byte> data, BlockId bid, FileOffset offset,
   StoreField(trailer, Trailer::kId, bid.value);
 }
 
+BlockTrailer BlockTrailer::Decode(std::span<const std::byte> block) {
+  const auto trailer = block.last(kBlockTrailerSize);
+  return {LoadField<std::uint16_t>(trailer, Trailer::kDataSize),
+          LoadField<std::uint16_t>(trailer, Trailer::kSignature),
+          LoadField<std::uint32_t>(trailer, Trailer::kCrc), LoadField(trailer, Trailer::kId)};
+}
+
 Status CheckBlock(std::span<const std::byte> block, BlockId bid, BlockPlace place) {
   const auto bad = [&](const char* field, std::uint64_t found, std::uint64_t expected) {
     return Status(StatusCode::kCorrupt, "block " + ToString(bid) + " at " + ToString(place.offset) +
                                             ": " + field + " " + ToHex(found) + ", expected " +
                                             ToHex(expected));
   };
-  const auto trailer = block.last(kBlockTrailerSize);
-  if (LoadField(trailer, Trailer::kDataSize) != place.dataSize)
-    return bad("cb", LoadField(trailer, Trailer::kDataSize), place.dataSize);
+  const BlockTrailer trailer = BlockTrailer::Decode(block);
+  if (trailer.dataSize != place.dataSize) return bad("cb", trailer.dataSize, place.dataSize);
   // Bit 0 of the id is anybody's; the signature is computed over the id as stored.
-  const std::uint64_t stored = LoadField(trailer, Trailer::kId);
-  if (BlockId(stored) != bid) return bad("bid", stored, bid.value);
-  const std::uint16_t signature = Signature(place.offset.value, stored);
-  if (LoadField(trailer, Trailer::kSignature) != signature)
-    return bad("wSig", LoadField(trailer, Trailer::kSignature), signature);
+  if (BlockId(trailer.id) != bid) return bad("bid", trailer.id, bid.value);
+  const std::uint16_t signature = Signature(place.offset.value, trailer.id);
+  if (trailer.signature != signature) return bad("wSig", trailer.signature, signature);
   const std::uint32_t crc = Crc(block.first(place.dataSize));
-  if (LoadField(trailer, Trailer::kCrc) != crc)
-    return bad("dwCRC", LoadField(trailer, Trailer::kCrc), crc);
+  if (trailer.crc != crc) return bad("dwCRC", trailer.crc, crc);
   return {};
 }
 
 std::size_t InternalBlock::EntrySize() const {
-  if (type == kDataTreeBlock) return 8;
-  return level == 0 ? 24 : 16;
+  if (type == kDataTreeBlock) return kXBlockEntrySize;
+  return level == 0 ? kSlBlockEntrySize : kSiBlockEntrySize;
+}
+
+InternalBlock InternalBlock::DecodeHeader(std::span<const std::byte> bytes) {
+  return {LoadField<std::uint8_t>(bytes, Internal::kType),
+          LoadField<std::uint8_t>(bytes, Internal::kLevel),
+          LoadField<std::uint16_t>(bytes, Internal::kCount),
+          LoadField<std::uint32_t>(bytes, Internal::kTotal),
+          {}};
 }
 
 Result<InternalBlock> InternalBlock::Parse(std::span<const std::byte> bytes, BlockId bid) {
@@ -58,11 +69,7 @@ Result<InternalBlock> InternalBlock::Parse(std::span<const std::byte> bytes, Blo
     return Status(StatusCode::kCorrupt, "block " + ToString(bid) + ": " + text);
   };
   if (bytes.size() < kInternalBlockHeaderSize) return bad("too short for an internal block");
-  InternalBlock block;
-  block.type = LoadField<std::uint8_t>(bytes, Internal::kType);
-  block.level = LoadField<std::uint8_t>(bytes, Internal::kLevel);
-  block.count = LoadField<std::uint16_t>(bytes, Internal::kCount);
-  block.total = LoadField<std::uint32_t>(bytes, Internal::kTotal);
+  InternalBlock block = DecodeHeader(bytes);
   const bool data = block.type == kDataTreeBlock && (block.level == 1 || block.level == 2);
   const bool subnodes = block.type == kSubnodeTreeBlock && block.level <= 1;
   if (!data && !subnodes) {

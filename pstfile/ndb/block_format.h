@@ -30,6 +30,17 @@ struct BlockPlace {
   std::uint16_t dataSize = 0;
 };
 
+// What a block says of itself, as it is stored.
+struct BlockTrailer {
+  std::uint16_t dataSize = 0;
+  std::uint16_t signature = 0;
+  std::uint32_t crc = 0;
+  std::uint64_t id = 0;  // with bit 0
+
+  // `block` is the whole block as stored.
+  static BlockTrailer Decode(std::span<const std::byte> block);
+};
+
 // Builds the whole block in `block`, whose size is BlockSizeOnDisk(data.size()).
 void BuildBlock(std::span<const std::byte> data, BlockId bid, FileOffset offset, CryptMethod crypt,
                 std::span<std::byte> block);
@@ -50,6 +61,8 @@ struct InternalBlock {
   std::span<const std::byte> entries;  // exactly those in use
 
   std::size_t EntrySize() const;
+  // The first 8 bytes as they are stored; `entries` stays empty.
+  static InternalBlock DecodeHeader(std::span<const std::byte> bytes);
   // kCorrupt when `bytes` is none of the four kinds or has more entries than fit.
   static platform::Result<InternalBlock> Parse(std::span<const std::byte> bytes, BlockId bid);
   // Appends the ids of the blocks this one refers to, 0s left out.

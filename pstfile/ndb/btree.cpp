@@ -17,10 +17,8 @@ namespace {
 
 std::array<std::byte, kBranchEntrySize> BranchEntry(std::uint64_t key, PageRef child) {
   std::array<std::byte, kBranchEntrySize> entry;
-  constexpr std::size_t kAt = fields::BranchEntry::kChild.offset;
   StoreField(entry, fields::BranchEntry::kKey, key);
-  StoreField(entry, fields::PageReference::kId, child.id.value, kAt);
-  StoreField(entry, fields::PageReference::kOffset, child.offset.value, kAt);
+  StorePageRef(entry, fields::BranchEntry::kChild.offset, child);
   return entry;
 }
 

@@ -134,6 +134,18 @@ struct NodeEntry {
   static constexpr std::array kAll{kId, kData, kSub, kParent, kPadding};
 };
 
+// The density list, up to its trailer: where an allocation map has how much free. It is a hint
+// only.
+struct DensityList {
+  static constexpr Field kFlags{"bFlags", 0, 1};
+  static constexpr Field kCount{"cEntDList", 1, 1};
+  static constexpr Field kPadding{"wPadding", 2, 2};
+  static constexpr Field kCurrent{"ulCurrentPage", 4, 4};
+  static constexpr Field kEntries{"rgDListPageEnt", 8, 476};
+  static constexpr Field kTail{"rgPadding", 484, 12};
+  static constexpr std::array kAll{kFlags, kCount, kPadding, kCurrent, kEntries, kTail};
+};
+
 // The end of a block's space.
 struct BlockTrailer {
   static constexpr Field kDataSize{"cb", 0, 2};

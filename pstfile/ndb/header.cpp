@@ -27,16 +27,6 @@ std::span<const std::byte> RangeOf(std::span<const std::byte> bytes, const Field
   return bytes.subspan(range.offset, range.size);
 }
 
-PageRef LoadRef(std::span<const std::byte> bytes, const Field& at) {
-  return {PageId(LoadField(bytes, fields::PageReference::kId, at.offset)),
-          FileOffset(LoadField(bytes, fields::PageReference::kOffset, at.offset))};
-}
-
-void StoreRef(std::span<std::byte> bytes, const Field& at, PageRef ref) {
-  StoreField(bytes, fields::PageReference::kId, ref.id.value, at.offset);
-  StoreField(bytes, fields::PageReference::kOffset, ref.offset.value, at.offset);
-}
-
 }  // namespace
 
 FileHeader FileHeader::New(CryptMethod crypt) {
@@ -78,8 +68,8 @@ FileHeader FileHeader::Decode(std::span<const std::byte, kHeaderSize> bytes) {
   header.endOfFile = LoadField(bytes, Header::kEndOfFile);
   header.lastAMap = LoadField(bytes, Header::kLastAMap);
   header.freeBytes = LoadField(bytes, Header::kFreeBytes);
-  header.nodeRoot = LoadRef(bytes, Header::kNodeRoot);
-  header.blockRoot = LoadRef(bytes, Header::kBlockRoot);
+  header.nodeRoot = LoadPageRef(bytes, Header::kNodeRoot.offset);
+  header.blockRoot = LoadPageRef(bytes, Header::kBlockRoot.offset);
   header.mapState = LoadField<std::uint8_t>(bytes, Header::kMapState);
   header.crypt = LoadField<CryptMethod>(bytes, Header::kCryptMethod);
   header.nextBlockId = LoadField(bytes, Header::kNextBlockId);
@@ -101,8 +91,8 @@ const std::array<std::byte, kHeaderSize>& FileHeader::Encode() {
   StoreField(bytes, Header::kEndOfFile, endOfFile);
   StoreField(bytes, Header::kLastAMap, lastAMap);
   StoreField(bytes, Header::kFreeBytes, freeBytes);
-  StoreRef(bytes, Header::kNodeRoot, nodeRoot);
-  StoreRef(bytes, Header::kBlockRoot, blockRoot);
+  StorePageRef(bytes, Header::kNodeRoot.offset, nodeRoot);
+  StorePageRef(bytes, Header::kBlockRoot.offset, blockRoot);
   StoreField(bytes, Header::kMapState, mapState);
   StoreField(bytes, Header::kCryptMethod, static_cast<std::uint8_t>(crypt));
   StoreField(bytes, Header::kNextBlockId, nextBlockId);

@@ -21,9 +21,12 @@ constexpr std::size_t BlockSizeOnDisk(std::size_t dataSize) {
 }
 static_assert(BlockSizeOnDisk(kMaximumBlockData) == kMaximumBlockSize);
 
-inline constexpr std::size_t kMaximumXBlockEntries = 1021;  // XBLOCK, XXBLOCK: 8 bytes each
-inline constexpr std::size_t kMaximumSlBlockEntries = 340;  // SLBLOCK: 24 bytes each
-inline constexpr std::size_t kMaximumSiBlockEntries = 510;  // SIBLOCK: 16 bytes each
+inline constexpr std::size_t kMaximumXBlockEntries = 1021;  // XBLOCK, XXBLOCK
+inline constexpr std::size_t kMaximumSlBlockEntries = 340;  // SLBLOCK
+inline constexpr std::size_t kMaximumSiBlockEntries = 510;  // SIBLOCK
+inline constexpr std::size_t kXBlockEntrySize = 8;          // a block id
+inline constexpr std::size_t kSlBlockEntrySize = 24;
+inline constexpr std::size_t kSiBlockEntrySize = 16;
 inline constexpr std::size_t kInternalBlockHeaderSize = 8;  // of all four
 // lcbTotal has 32 bits.
 inline constexpr std::uint64_t kMaximumDataTreeSize = 0xFFFFFFFF;

@@ -29,16 +29,16 @@ inline void StoreInteger(std::span<std::byte> bytes, std::size_t offset, T value
 
 }  // namespace detail
 
-inline std::uint8_t LoadU8(std::span<const std::byte> bytes, std::size_t offset) {
+inline std::uint8_t LoadU8(std::span<const std::byte> bytes, std::size_t offset = 0) {
   return static_cast<std::uint8_t>(bytes[offset]);
 }
-inline std::uint16_t LoadU16(std::span<const std::byte> bytes, std::size_t offset) {
+inline std::uint16_t LoadU16(std::span<const std::byte> bytes, std::size_t offset = 0) {
   return detail::LoadInteger<std::uint16_t>(bytes, offset);
 }
-inline std::uint32_t LoadU32(std::span<const std::byte> bytes, std::size_t offset) {
+inline std::uint32_t LoadU32(std::span<const std::byte> bytes, std::size_t offset = 0) {
   return detail::LoadInteger<std::uint32_t>(bytes, offset);
 }
-inline std::uint64_t LoadU64(std::span<const std::byte> bytes, std::size_t offset) {
+inline std::uint64_t LoadU64(std::span<const std::byte> bytes, std::size_t offset = 0) {
   return detail::LoadInteger<std::uint64_t>(bytes, offset);
 }
 

@@ -13,22 +13,6 @@ using platform::Result;
 using platform::Status;
 using platform::StatusCode;
 
-NodeRecord DecodeNode(std::span<const std::byte> entry) {
-  using fields::NodeEntry;
-  return {NodeId(LoadField<std::uint32_t>(entry, NodeEntry::kId)),
-          BlockId(LoadField(entry, NodeEntry::kData)), BlockId(LoadField(entry, NodeEntry::kSub)),
-          NodeId(LoadField<std::uint32_t>(entry, NodeEntry::kParent))};
-}
-
-void EncodeNode(const NodeRecord& record, std::span<std::byte, kNodeEntrySize> entry) {
-  using fields::NodeEntry;
-  StoreField(entry, NodeEntry::kId, record.nid.value);
-  StoreField(entry, NodeEntry::kData, record.data.value);
-  StoreField(entry, NodeEntry::kSub, record.sub.value);
-  StoreField(entry, NodeEntry::kParent, record.parent.value);
-  StoreField(entry, NodeEntry::kPadding, 0);
-}
-
 // ---- Blocks -------------------------------------------------------------------------------------
 
 Result<BlockId> NodeDatabase::Impl::WriteBlock(std::span<const std::byte> bytes, bool internal) {

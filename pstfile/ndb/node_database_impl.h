@@ -29,23 +29,11 @@
 #include "pstfile/ndb/header.h"
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/ndb/space.h"
+#include "pstfile/ndb/tree_entries.h"
 #include "pstfile/ndb/tree_page.h"
 #include "pstfile/ndb/write_buffer.h"
 
 namespace parvane::pstfile {
-
-// An entry of the block B-tree.
-struct BlockRecord {
-  BlockId bid;
-  BlockPlace place;
-  std::uint16_t references = 0;  // 1 + those counted
-
-  static BlockRecord Decode(std::span<const std::byte> entry);
-  void Encode(std::span<std::byte, kBlockEntrySize> entry) const;
-};
-
-NodeRecord DecodeNode(std::span<const std::byte> entry);
-void EncodeNode(const NodeRecord& record, std::span<std::byte, kNodeEntrySize> entry);
 
 class NodeDatabase::Impl : private PageSink {
  public:

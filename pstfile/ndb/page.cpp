@@ -39,6 +39,13 @@ const char* PageTypeName(PageType type) {
   return "unknown";
 }
 
+PageTrailer PageTrailer::Decode(std::span<const std::byte, kPageSize> page) {
+  return {LoadField<std::uint8_t>(page, Trailer::kType),
+          LoadField<std::uint8_t>(page, Trailer::kTypeRepeat),
+          LoadField<std::uint16_t>(page, Trailer::kSignature),
+          LoadField<std::uint32_t>(page, Trailer::kCrc), LoadField(page, Trailer::kId)};
+}
+
 void SealPage(std::span<std::byte, kPageSize> page, PageType type, FileOffset offset,
               std::uint64_t id) {
   StoreField(page, Trailer::kType, static_cast<std::uint8_t>(type));
@@ -57,18 +64,15 @@ Status CheckPage(std::span<const std::byte, kPageSize> page, PageType type, File
                                             ", expected " + ToHex(expected));
   };
   const auto wanted = static_cast<std::uint8_t>(type);
-  if (LoadField(page, Trailer::kType) != wanted)
-    return bad("ptype", LoadField(page, Trailer::kType), wanted);
-  if (LoadField(page, Trailer::kTypeRepeat) != wanted)
-    return bad("ptypeRepeat", LoadField(page, Trailer::kTypeRepeat), wanted);
+  const PageTrailer found = PageTrailer::Decode(page);
+  if (found.type != wanted) return bad("ptype", found.type, wanted);
+  if (found.typeRepeat != wanted) return bad("ptypeRepeat", found.typeRepeat, wanted);
   const std::uint32_t crc = Crc(page.first(kPageBodySize));
-  if (LoadField(page, Trailer::kCrc) != crc)
-    return bad("dwCRC", LoadField(page, Trailer::kCrc), crc);
-  if (LoadField(page, Trailer::kId) != id) return bad("bid", LoadField(page, Trailer::kId), id);
+  if (found.crc != crc) return bad("dwCRC", found.crc, crc);
+  if (found.id != id) return bad("bid", found.id, id);
   if (HasSignature(type)) {
     const std::uint16_t signature = Signature(offset.value, id);
-    if (LoadField(page, Trailer::kSignature) != signature)
-      return bad("wSig", LoadField(page, Trailer::kSignature), signature);
+    if (found.signature != signature) return bad("wSig", found.signature, signature);
   }
   return {};
 }

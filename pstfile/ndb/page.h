@@ -14,6 +14,7 @@
 #include <span>
 
 #include "platform/status.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/ids.h"
 #include "pstfile/ndb/layout.h"
 
@@ -39,6 +40,26 @@ struct PageRef {
   PageId id;
   FileOffset offset;
   friend bool operator==(const PageRef&, const PageRef&) = default;
+};
+// The reference that begins at `at`.
+inline PageRef LoadPageRef(std::span<const std::byte> bytes, std::size_t at) {
+  return {PageId(LoadField(bytes, fields::PageReference::kId, at)),
+          FileOffset(LoadField(bytes, fields::PageReference::kOffset, at))};
+}
+inline void StorePageRef(std::span<std::byte> bytes, std::size_t at, PageRef ref) {
+  StoreField(bytes, fields::PageReference::kId, ref.id.value, at);
+  StoreField(bytes, fields::PageReference::kOffset, ref.offset.value, at);
+}
+
+// What a page says of itself, as it is stored.
+struct PageTrailer {
+  std::uint8_t type = 0;
+  std::uint8_t typeRepeat = 0;
+  std::uint16_t signature = 0;
+  std::uint32_t crc = 0;
+  std::uint64_t id = 0;
+
+  static PageTrailer Decode(std::span<const std::byte, kPageSize> page);
 };
 
 // Writes the trailer of a page whose body is complete. `id` is what the trailer's bid holds; the

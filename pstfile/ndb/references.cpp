@@ -19,23 +19,6 @@ using platform::Result;
 using platform::Status;
 using platform::StatusCode;
 
-BlockRecord BlockRecord::Decode(std::span<const std::byte> entry) {
-  using fields::BlockEntry;
-  return {BlockId(LoadField(entry, BlockEntry::kId)),
-          {FileOffset(LoadField(entry, BlockEntry::kOffset)),
-           LoadField<std::uint16_t>(entry, BlockEntry::kDataSize)},
-          LoadField<std::uint16_t>(entry, BlockEntry::kReferences)};
-}
-
-void BlockRecord::Encode(std::span<std::byte, kBlockEntrySize> entry) const {
-  using fields::BlockEntry;
-  StoreField(entry, BlockEntry::kId, bid.value);
-  StoreField(entry, BlockEntry::kOffset, place.offset.value);
-  StoreField(entry, BlockEntry::kDataSize, place.dataSize);
-  StoreField(entry, BlockEntry::kReferences, references);
-  StoreField(entry, BlockEntry::kPadding, 0);
-}
-
 NodeDatabase::Impl::NewBlock* NodeDatabase::Impl::LooseOrNew(BlockId bid) {
   const std::uint64_t number = bid.value >> 2;
   if (number >= _newBase && number - _newBase < _new.size()) {

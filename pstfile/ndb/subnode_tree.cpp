@@ -55,10 +55,8 @@ Status CheckOrder(BlockId bid, const std::vector<Item>& items, Key Item::*key) {
 Result<std::vector<SubnodeEntry>> DecodeLeaf(BlockId bid, const InternalBlock& block) {
   std::vector<SubnodeEntry> entries;
   entries.reserve(block.count);
-  for (std::size_t at = 0; at < block.entries.size(); at += 24) {
-    entries.push_back({NodeId(LoadField<std::uint32_t>(block.entries, Entry::kId, at)),
-                       BlockId(LoadField(block.entries, Entry::kData, at)),
-                       BlockId(LoadField(block.entries, Entry::kSub, at))});
+  for (std::size_t at = 0; at < block.entries.size(); at += kSlBlockEntrySize) {
+    entries.push_back(SubnodeEntry::Decode(block.entries.subspan(at, kSlBlockEntrySize)));
   }
   if (Status s = CheckOrder(bid, entries, &SubnodeEntry::nid); !s.ok()) return s;
   return entries;
@@ -94,6 +92,11 @@ Result<BlockId> WriteIndex(NodeDatabase& database, std::span<const Leaf> leaves)
 }
 
 }  // namespace
+
+SubnodeEntry SubnodeEntry::Decode(std::span<const std::byte> entry) {
+  return {NodeId(LoadField<std::uint32_t>(entry, Entry::kId)),
+          BlockId(LoadField(entry, Entry::kData)), BlockId(LoadField(entry, Entry::kSub))};
+}
 
 // ---- SubnodeTree --------------------------------------------------------------------------------
 

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "platform/recycled_vector.h"
@@ -25,6 +26,9 @@ struct SubnodeEntry {
   BlockId data;
   BlockId sub;
   friend bool operator==(const SubnodeEntry&, const SubnodeEntry&) = default;
+
+  // An entry of an SLBLOCK.
+  static SubnodeEntry Decode(std::span<const std::byte> entry);
 };
 
 // Reads a tree. Holds at most one SIBLOCK and one SLBLOCK in memory.

@@ -16,16 +16,18 @@ Status Corrupt(PageType tree, FileOffset offset, const std::string& text) {
           std::string(PageTypeName(tree)) + " page at " + ToString(offset) + ": " + text};
 }
 
-std::uint64_t KeyMask(PageType tree) {
-  return tree == PageType::kBlockTree ? ~std::uint64_t{1} : ~std::uint64_t{0};
-}
-
 }  // namespace
 
+TreePageInfo TreePageInfo::Decode(std::span<const std::byte, kPageSize> page) {
+  using fields::TreePage;
+  return {
+      LoadField<unsigned>(page, TreePage::kCount), LoadField<unsigned>(page, TreePage::kMaximum),
+      LoadField<unsigned>(page, TreePage::kEntrySize), LoadField<unsigned>(page, TreePage::kLevel),
+      LoadField<std::uint32_t>(page, TreePage::kPadding)};
+}
+
 TreePage::TreePage(PageType tree, unsigned level)
-    : _entrySize(level == 0 ? LeafEntrySize(tree) : kBranchEntrySize),
-      _keyMask(KeyMask(tree)),
-      _tree(tree) {
+    : _entrySize(TreeEntrySize(tree, level)), _keyMask(TreeKeyMask(tree)), _tree(tree) {
   StoreField(_bytes, fields::TreePage::kMaximum, capacity());
   StoreField(_bytes, fields::TreePage::kEntrySize, _entrySize);
   StoreField(_bytes, fields::TreePage::kLevel, level);
@@ -36,13 +38,14 @@ Result<std::shared_ptr<const TreePage>> TreePage::FromBytes(const PageBytes& byt
   std::shared_ptr<TreePage> page(new TreePage());
   page->_bytes = bytes;
   page->_tree = tree;
-  page->_keyMask = KeyMask(tree);
-  page->_count = LoadField(bytes, fields::TreePage::kCount);
-  page->_entrySize = LoadField(bytes, fields::TreePage::kEntrySize);
+  page->_keyMask = TreeKeyMask(tree);
+  const TreePageInfo info = TreePageInfo::Decode(bytes);
+  page->_count = info.count;
+  page->_entrySize = info.entrySize;
   if (page->level() > kMaximumTreeLevel) {
     return Corrupt(tree, offset, "cLevel " + std::to_string(page->level()));
   }
-  const std::size_t size = page->level() == 0 ? LeafEntrySize(tree) : kBranchEntrySize;
+  const std::size_t size = TreeEntrySize(tree, page->level());
   if (page->_entrySize != size) {
     return Corrupt(
         tree, offset,
@@ -91,18 +94,10 @@ std::size_t TreePage::ChildFor(std::uint64_t key) const {
   return i == 0 ? 0 : i - 1;
 }
 
-PageRef TreePage::Child(std::size_t i) const {
-  const auto entry = Entry(i);
-  constexpr std::size_t kAt = fields::BranchEntry::kChild.offset;
-  return {PageId(LoadField(entry, fields::PageReference::kId, kAt)),
-          FileOffset(LoadField(entry, fields::PageReference::kOffset, kAt))};
-}
+PageRef TreePage::Child(std::size_t i) const { return LoadTreeChild(Entry(i)); }
 
 void TreePage::SetChild(std::size_t i, PageRef ref) {
-  const auto entry = Entry(i);
-  constexpr std::size_t kAt = fields::BranchEntry::kChild.offset;
-  StoreField(entry, fields::PageReference::kId, ref.id.value, kAt);
-  StoreField(entry, fields::PageReference::kOffset, ref.offset.value, kAt);
+  StorePageRef(Entry(i), fields::BranchEntry::kChild.offset, ref);
 }
 
 void TreePage::SetCount(std::size_t count) {

@@ -40,6 +40,32 @@ inline constexpr unsigned kMaximumTreeLevel = 8;  // 10^10 entries and more
 constexpr std::size_t LeafEntrySize(PageType tree) {
   return tree == PageType::kBlockTree ? kBlockEntrySize : kNodeEntrySize;
 }
+constexpr std::size_t TreeEntrySize(PageType tree, unsigned level) {
+  return level == 0 ? LeafEntrySize(tree) : kBranchEntrySize;
+}
+// What of a key counts: bit 0 of block ids does not.
+constexpr std::uint64_t TreeKeyMask(PageType tree) {
+  return tree == PageType::kBlockTree ? ~std::uint64_t{1} : ~std::uint64_t{0};
+}
+
+// What a page says of its entries, as it is stored.
+struct TreePageInfo {
+  unsigned count = 0;
+  unsigned maximum = 0;
+  unsigned entrySize = 0;
+  unsigned level = 0;
+  std::uint32_t padding = 0;
+
+  static TreePageInfo Decode(std::span<const std::byte, kPageSize> page);
+};
+// Every entry begins with its key.
+inline std::uint64_t LoadTreeKey(std::span<const std::byte> entry, PageType tree) {
+  return LoadField(entry, fields::BranchEntry::kKey) & TreeKeyMask(tree);
+}
+// The child of an entry above the leaves.
+inline PageRef LoadTreeChild(std::span<const std::byte> entry) {
+  return LoadPageRef(entry, fields::BranchEntry::kChild.offset);
+}
 
 class TreePage {
  public:

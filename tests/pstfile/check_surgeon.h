@@ -55,15 +55,15 @@ class Surgeon : check::TreeVisitor {
   std::size_t NodeLeaf() { return pages(check::TreeKind::kNodes).back(); }
   std::size_t BlockEntry(BlockId bid) { return Entry(check::TreeKind::kBlocks, bid.value, 24); }
   std::size_t NodeEntry(NodeId nid) { return Entry(check::TreeKind::kNodes, nid.value, 32); }
-  check::BlockEntry Block(BlockId bid) {
+  BlockRecord Block(BlockId bid) {
     const auto found = _image->FindBlock(bid);
     EXPECT_TRUE(found) << ToString(bid);
-    return found.value_or(check::BlockEntry());
+    return found.value_or(BlockRecord());
   }
-  std::size_t Data(BlockId bid) { return Block(bid).offset; }
+  std::size_t Data(BlockId bid) { return Block(bid).place.offset.value; }
   std::size_t Trailer(BlockId bid) {
-    const check::BlockEntry entry = Block(bid);
-    return entry.offset + BlockSizeOnDisk(entry.dataSize) - 16;
+    const BlockPlace place = Block(bid).place;
+    return place.offset.value + BlockSizeOnDisk(place.dataSize) - kBlockTrailerSize;
   }
 
   struct Place {
@@ -77,7 +77,7 @@ class Surgeon : check::TreeVisitor {
   }
   Place Sub(Place place, NodeId nid) {
     const auto list = check::SubnodeList::Open(*_image, place.sub);
-    const check::Subnode* found = list ? list->Find(nid) : nullptr;
+    const SubnodeEntry* found = list ? list->Find(nid) : nullptr;
     EXPECT_NE(found, nullptr) << ToString(nid);
     return found != nullptr ? Place{found->data, found->sub} : Place{};
   }
@@ -142,8 +142,9 @@ class Surgeon : check::TreeVisitor {
     SealPage(0x4400);
     SealPage(0x4600);
     for (const auto& block : _blocks) {
-      const std::size_t trailer = block.offset + BlockSizeOnDisk(block.dataSize) - 16;
-      U32(trailer + 4, Crc(std::span(file()).subspan(block.offset, block.dataSize)));
+      const auto [offset, size] = block.place;
+      U32(offset.value + BlockSizeOnDisk(size) - kBlockTrailerSize + 4,
+          Crc(std::span(file()).subspan(offset.value, size)));
     }
     U32(4, Crc(std::span(file()).subspan(8, 471)));
     U32(524, Crc(std::span(file()).subspan(8, 516)));
@@ -160,7 +161,7 @@ class Surgeon : check::TreeVisitor {
   void OnPage(check::TreeKind kind, std::uint64_t offset) override {
     (kind == check::TreeKind::kBlocks ? _blockPages : _nodePages).push_back(offset);
   }
-  void OnBlock(const check::BlockEntry& block) override { _blocks.push_back(block); }
+  void OnBlock(const BlockRecord& block) override { _blocks.push_back(block); }
 
   std::size_t Entry(check::TreeKind kind, std::uint64_t key, std::size_t size) {
     for (const std::size_t page : pages(kind)) {
@@ -179,7 +180,7 @@ class Surgeon : check::TreeVisitor {
   std::unique_ptr<check::Image> _image;
   std::vector<std::size_t> _blockPages;
   std::vector<std::size_t> _nodePages;
-  std::vector<check::BlockEntry> _blocks;
+  std::vector<BlockRecord> _blocks;
 };
 
 }  // namespace parvane::pstfile

@@ -102,6 +102,7 @@ TEST_F(FormatDocument, FieldsAreWhereTheCodeHasThem) {
                                                  {"BTENTRY", fields::BranchEntry::kAll},
                                                  {"BBTENTRY", fields::BlockEntry::kAll},
                                                  {"NBTENTRY", fields::NodeEntry::kAll},
+                                                 {"DLIST", fields::DensityList::kAll},
                                                  {"BLOCKTRAILER", fields::BlockTrailer::kAll},
                                                  {"XBLOCK", fields::InternalBlock::kAll},
                                                  {"SLENTRY", fields::SubnodeEntry::kAll},
