@@ -55,6 +55,7 @@ ExitCode Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  parvane::platform::OpenMissingStandardStreams();
   try {
     return static_cast<int>(Run(argc, argv));
   } catch (const std::exception& error) {

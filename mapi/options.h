@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/file.h"
+
 namespace parvane::mapi {
 
 // How the blocks of a new personal folder file are encoded. This hides text from a casual look; it
@@ -19,6 +21,13 @@ struct BuiltinOptions {
   std::u16string newStoreName;
   // Opens every store for reading only, whatever access is asked for.
   bool readOnly = false;
+  // A new store is marked as unfinished until somebody takes the mark off
+  // (pstfile/store/unfinished.h), and an empty file at its path is filled where it stands: the
+  // caller has made that file and holds it.
+  bool newStoreUnfinished = false;
+  // Where files are opened, for a caller who lends one that is open already; null: the machine's
+  // own. Must outlive every store that is opened.
+  platform::FileSystem* files = nullptr;
 };
 
 void SetBuiltinOptions(const BuiltinOptions& options);

@@ -4,6 +4,9 @@
 // other byte b becomes the lone surrogate U+DC00 + b, so that any file name survives the round
 // trip. "/" separates (and "\" too on Windows).
 //
+// No file opened here ever gets one of the three standard descriptors, so that what a program says
+// to a stream that was closed when it started cannot land in a file.
+//
 // Everything that touches the disk goes through FileSystem, so that a test can stand in its place,
 // fail the nth write or replay a crash.
 #pragma once
@@ -49,6 +52,24 @@ std::u16string ParentOfPath(std::u16string_view path);
 
 // ---- Files -------------------------------------------------------------------------------------
 
+enum class FileKind { kNone, kFile, kFolder, kOther };
+
+struct DirectoryEntry {
+  std::u16string name;              // without the folder
+  FileKind kind = FileKind::kNone;  // of what a symbolic link points at
+  std::uint64_t size = 0;           // files only
+  bool link = false;  // a symbolic link, or another kind of entry that leads elsewhere
+};
+
+struct FileInformation {
+  FileKind kind = FileKind::kNone;
+  std::uint64_t size = 0;
+  // Equal for two paths exactly when they lead to the same file or folder.
+  std::uint64_t device = 0;
+  std::uint64_t identity = 0;
+  FileTime modified;
+};
+
 // A file open for access at any place. Not thread-safe. Closing is the destructor's work and
 // reports nothing: Flush first when the bytes matter.
 class RandomAccessFile {
@@ -72,25 +93,8 @@ class RandomAccessFile {
   // closed. Advisory off Windows; on Windows every file open for writing is locked, and opening it
   // a second time for writing already fails with kLocked.
   virtual Status LockExclusive() = 0;
-};
-
-enum class FileKind { kNone, kFile, kFolder, kOther };
-
-struct DirectoryEntry {
-  std::u16string name;              // without the folder
-  FileKind kind = FileKind::kNone;  // of what a symbolic link points at
-  std::uint64_t size = 0;           // files only
-  bool link = false;  // a symbolic link, or another kind of entry that leads elsewhere
-};
-
-struct FileInformation {
-  FileKind kind = FileKind::kNone;
-  std::uint64_t size = 0;
-  // Equal for two paths exactly when they lead to the same file or folder: the guard against
-  // symbolic-link loops.
-  std::uint64_t device = 0;
-  std::uint64_t identity = 0;
-  FileTime modified;
+  // Of the file itself, whatever its path leads to by now.
+  virtual Result<FileInformation> Inspect() = 0;
 };
 
 class FileSystem {
@@ -108,7 +112,7 @@ class FileSystem {
   // Opening a folder, a FIFO or a device fails (kUnsupported) without blocking.
   virtual Result<std::unique_ptr<RandomAccessFile>> Open(std::u16string_view path,
                                                          OpenMode mode) = 0;
-  // kind is kNone when nothing is there or it cannot be reached.
+  // kind is kNone when nothing is there or it cannot be reached, and for a link that leads nowhere.
   virtual FileInformation Inspect(std::u16string_view path) = 0;
   // Sorted by name (by UTF-16 unit). Without "." and "..".
   virtual Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) = 0;
@@ -129,6 +133,13 @@ class FileSystem {
   bool FileExists(std::u16string_view path) { return Inspect(path).kind == FileKind::kFile; }
   bool FolderExists(std::u16string_view path) { return Inspect(path).kind == FileKind::kFolder; }
 };
+
+// Gives the file at `to` the mode and, as far as this user may, the owner and group of the one at
+// `from` (on Windows: its access list).
+Status CopyAccessRights(std::u16string_view from, std::u16string_view to);
+
+// Bytes that this user may still write to the file system of a folder; none when it does not tell.
+std::optional<std::uint64_t> FreeSpace(std::u16string_view folder);
 
 // Reads a whole file that is at most `limit` bytes (kTooBig otherwise).
 Result<std::string> ReadWholeFile(FileSystem& files, std::u16string_view path,

@@ -27,6 +27,11 @@ class InterruptWatch {
 
 inline constexpr int kInterruptedExitCode = 130;
 
+// First thing in a program: a standard stream that was closed when it started leads to the null
+// device from here on. Otherwise the next file to be opened would take its place, and get whatever
+// is said to that stream.
+void OpenMissingStandardStreams();
+
 // The program's arguments without its name, each as PathFromNative takes it. On Windows, where no
 // shell does it, an argument whose last component holds "*" or "?" becomes the files and folders
 // that it matches, sorted; it stays as it is when there are none.

@@ -82,13 +82,18 @@ pstfile::StoreEncoding EncodingFor(const Settings& settings) {
 }
 
 platform::Result<std::unique_ptr<PstStore>> CreateFile(const std::u16string& path,
-                                                       const Settings& settings) {
+                                                       const Settings& settings, bool empty) {
   pstfile::StoreCreateOptions options;
   options.displayName = settings.displayName.value_or(CurrentBuiltinOptions().newStoreName);
   if (options.displayName.empty()) options.displayName = platform::StemOfPath(path);
   options.encoding = EncodingFor(settings);
   options.store = TheEnvironment().storeOptions;
   options.store.sizeLimit = CurrentBuiltinOptions().sizeLimit;
+  options.unfinished = CurrentBuiltinOptions().newStoreUnfinished;
+  if (empty) {
+    using EmptyFile = pstfile::StoreCreateOptions::EmptyFile;
+    options.emptyFile = options.unfinished ? EmptyFile::kFilled : EmptyFile::kReplaced;
+  }
   return PstStore::Create(Files(), path, options);
 }
 
@@ -108,11 +113,7 @@ platform::Result<std::unique_ptr<PstStore>> OpenOrCreateFile(const std::u16strin
     return Status(StatusCode::kNotFound,
                   platform::PathForDisplay(path) + ": " + (absent ? "no such file" : "empty file"));
   }
-  if (empty) {
-    const Status removed = Files().Remove(path);
-    if (!removed.ok()) return removed;
-  }
-  return CreateFile(path, settings);
+  return CreateFile(path, settings, empty);
 }
 
 // Name and comment of a file that exists already; those of a new one are in it from the start.

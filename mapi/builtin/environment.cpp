@@ -1,5 +1,7 @@
 #include "mapi/builtin/environment.h"
 
+#include "mapi/options.h"
+
 namespace parvane::mapi::builtin {
 
 Environment& TheEnvironment() {
@@ -8,7 +10,8 @@ Environment& TheEnvironment() {
 }
 
 platform::FileSystem& Files() {
-  platform::FileSystem* files = TheEnvironment().files;
+  platform::FileSystem* files = CurrentBuiltinOptions().files;
+  if (files == nullptr) files = TheEnvironment().files;
   return files != nullptr ? *files : platform::FileSystem::Default();
 }
 

@@ -26,9 +26,20 @@ auto Retry(Call call) {
   return result;
 }
 
+// The standard descriptors stay free for those who think they own them: where they were closed, the
+// next file opened would get one, and whatever is printed would be written into it.
+int AboveStandardStreams(int fd) {
+  if (fd < 0 || fd > STDERR_FILENO) return fd;
+  const int above = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  ::close(fd);
+  errno = error;
+  return above;
+}
+
 class Descriptor {
  public:
-  explicit Descriptor(int fd) : _fd(fd) {}
+  explicit Descriptor(int fd) : _fd(AboveStandardStreams(fd)) {}
   ~Descriptor() {
     if (_fd != -1) ::close(_fd);
   }
@@ -55,6 +66,12 @@ FileKind KindOf(mode_t mode) {
   if (S_ISREG(mode)) return FileKind::kFile;
   if (S_ISDIR(mode)) return FileKind::kFolder;
   return FileKind::kOther;
+}
+
+FileInformation InformationOf(const struct stat& info) {
+  return {KindOf(info.st_mode), static_cast<std::uint64_t>(info.st_size),
+          static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
+          ToFileTime(info.st_mtim)};
 }
 
 constexpr std::uint64_t kMaxOffset = static_cast<std::uint64_t>(INT64_MAX);
@@ -145,6 +162,12 @@ class PosixFile final : public RandomAccessFile {
     }
     if (errno == ENOLCK) return ErrnoStatus(EOPNOTSUPP, "lock", _path);
     return Fail("lock");
+  }
+
+  Result<FileInformation> Inspect() override {
+    struct stat info;
+    if (::fstat(_fd.get(), &info) != 0) return Fail("inspect");
+    return InformationOf(info);
   }
 
  private:
@@ -251,9 +274,7 @@ class PosixFileSystem final : public FileSystem {
     std::string native;
     struct stat info;
     if (!ToNative(path, &native) || ::stat(native.c_str(), &info) != 0) return {};
-    return {KindOf(info.st_mode), static_cast<std::uint64_t>(info.st_size),
-            static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
-            ToFileTime(info.st_mtim)};
+    return InformationOf(info);
   }
 
   Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) override {

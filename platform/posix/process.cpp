@@ -6,6 +6,7 @@
 #include <iterator>
 #include <memory>
 
+#include <fcntl.h>
 #include <limits.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -63,6 +64,14 @@ InterruptWatch::~InterruptWatch() {
 }
 
 bool InterruptWatch::Requested() const { return interruptions.load() != 0; }
+
+void OpenMissingStandardStreams() {
+  // open takes the lowest number that is free.
+  int fd = -1;
+  do fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO);
+  if (fd >= 0) close(fd);
+}
 
 std::vector<std::string> ProgramArguments(int argc, const char* const* argv) {
   std::vector<std::string> arguments;

@@ -31,6 +31,18 @@ OVERLAPPED At(std::uint64_t offset) {
   return place;
 }
 
+// kNone when the system does not tell.
+FileInformation InformationOf(HANDLE handle) {
+  BY_HANDLE_FILE_INFORMATION info;
+  if (!::GetFileInformationByHandle(handle, &info)) return {};
+  const bool folder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
+  return {folder ? FileKind::kFolder : FileKind::kFile,
+          folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow), info.dwVolumeSerialNumber,
+          join(info.nFileIndexHigh, info.nFileIndexLow),
+          {info.ftLastWriteTime.dwLowDateTime, info.ftLastWriteTime.dwHighDateTime}};
+}
+
 class WindowsFile final : public RandomAccessFile {
  public:
   WindowsFile(Handle handle, std::u16string_view path) : _handle(std::move(handle)), _path(path) {}
@@ -83,6 +95,12 @@ class WindowsFile final : public RandomAccessFile {
 
   // A handle that may write shares the file with readers only, from its opening on.
   Status LockExclusive() override { return {}; }
+
+  Result<FileInformation> Inspect() override {
+    FileInformation found = InformationOf(_handle.get());
+    if (found.kind == FileKind::kNone) return Fail("inspect");
+    return found;
+  }
 
  private:
   Status Fail(std::string_view action) const {
@@ -145,15 +163,7 @@ class WindowsFileSystem final : public FileSystem {
                                       nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!handle.valid()) return {};
     if (::GetFileType(handle.get()) != FILE_TYPE_DISK) return {FileKind::kOther, 0, 0, 0, {}};
-    BY_HANDLE_FILE_INFORMATION info;
-    if (!::GetFileInformationByHandle(handle.get(), &info)) return {};
-    const bool folder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
-    return {folder ? FileKind::kFolder : FileKind::kFile,
-            folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow),
-            info.dwVolumeSerialNumber,
-            join(info.nFileIndexHigh, info.nFileIndexLow),
-            {info.ftLastWriteTime.dwLowDateTime, info.ftLastWriteTime.dwHighDateTime}};
+    return InformationOf(handle.get());
   }
 
   Result<std::vector<DirectoryEntry>> List(std::u16string_view folder) override {

@@ -120,6 +120,21 @@ void AddArgument(std::u16string_view argument, std::vector<std::string>& argumen
 
 }  // namespace
 
+// A handle that means nothing here may come to mean the next file that is opened.
+void OpenMissingStandardStreams() {
+  for (const DWORD stream : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    const HANDLE handle = ::GetStdHandle(stream);
+    ::SetLastError(NO_ERROR);
+    if (handle != nullptr && handle != INVALID_HANDLE_VALUE &&
+        (::GetFileType(handle) != FILE_TYPE_UNKNOWN || ::GetLastError() == NO_ERROR)) {
+      continue;
+    }
+    ::SetStdHandle(stream, ::CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                         0, nullptr));
+  }
+}
+
 InterruptWatch::InterruptWatch() {
   interruptions = 0;
   ::SetConsoleCtrlHandler(OnConsoleEvent, TRUE);

@@ -86,6 +86,9 @@ struct CreateOptions {
   CryptMethod crypt = CryptMethod::kPermute;
   // Publish replaces a file already at the path; otherwise that is kExists.
   bool replace = false;
+  // The file is there, empty, and is filled where it stands: for callers who have made it and hold
+  // it. Until Publish is done it is no PST; it is empty again when creation fails.
+  bool inPlace = false;
   OpenOptions open;
 };
 
@@ -108,8 +111,8 @@ class NodeDatabase {
                                                               OpenMode mode,
                                                               const OpenOptions& options = {});
 
-  // Starts a file without any node, under a temporary name beside `path`. Put the first nodes,
-  // then Publish. Destroying the database unpublished removes the temporary file.
+  // Starts a file without any node, under a temporary name beside `path` that is nobody else's. Put
+  // the first nodes, then Publish. Destroying the database unpublished removes the temporary file.
   static platform::Result<std::unique_ptr<NodeDatabase>> Create(platform::FileSystem& files,
                                                                 std::u16string_view path,
                                                                 const CreateOptions& options = {});

@@ -113,6 +113,7 @@ class NodeDatabase::Impl : private PageSink {
   platform::Status CompletePartialHeader();
   platform::Result<CryptMethod> GuessCrypt();
   void StartFromHeader();
+  platform::Status OpenNewFile(const CreateOptions& options);
   platform::Status MarkAsChanging();
 
   // ---- examine.cpp ----
@@ -173,6 +174,7 @@ class NodeDatabase::Impl : private PageSink {
   OpenMode _mode = OpenMode::kRead;
   bool _creating = false;
   bool _replace = false;
+  bool _inPlace = false;
   bool _modifying = false;  // locked and marked as being changed
   bool _closed = false;
   bool _locked = false;

@@ -1,7 +1,9 @@
 // Opening, creating, and the step from reading to writing.
 #include <algorithm>
+#include <array>
 #include <utility>
 
+#include "platform/system.h"
 #include "pstfile/ndb/file_kind.h"
 #include "pstfile/ndb/node_database_impl.h"
 
@@ -13,8 +15,19 @@ using platform::StatusCode;
 
 namespace {
 
-// Beside the file itself, so that renaming never crosses file systems.
-std::u16string TemporaryName(std::u16string_view path) { return std::u16string(path) + u".new"; }
+// Beside the file itself, so that renaming never crosses file systems, and a name that nobody can
+// have given to anything else.
+std::u16string TemporaryName(std::u16string_view path) {
+  static constexpr char16_t kDigits[] = u"0123456789abcdef";
+  std::array<std::byte, 8> random;
+  platform::FillRandom(random);
+  std::u16string name = u"parvane-";
+  for (const std::byte byte : random) {
+    name += kDigits[std::to_integer<unsigned>(byte >> 4)];
+    name += kDigits[std::to_integer<unsigned>(byte & std::byte{15})];
+  }
+  return platform::JoinPath(platform::ParentOfPath(path), name + u".new");
+}
 
 }  // namespace
 
@@ -32,9 +45,10 @@ NodeDatabase::Impl::Impl(platform::FileSystem& fileSystem, std::u16string_view f
 
 NodeDatabase::Impl::~Impl() {
   if (!_creating) return;
+  if (_inPlace && _file) (void)_file->Resize(0).ok();
   _file.reset();
-  // Nobody is left to hear of a failure; the next creation replaces the leftover.
-  (void)files.Remove(_actualPath).ok();
+  // Nobody is left to hear of a failure.
+  if (!_inPlace) (void)files.Remove(_actualPath).ok();
 }
 
 // ---- Opening ------------------------------------------------------------------------------------
@@ -202,27 +216,8 @@ Status NodeDatabase::Impl::MarkAsChanging() {
 // ---- Creating -----------------------------------------------------------------------------------
 
 Status NodeDatabase::Impl::CreateFile(const CreateOptions& create) {
-  if (!create.replace && files.Inspect(path).kind != platform::FileKind::kNone) {
-    return {StatusCode::kExists, "the file exists already"};
-  }
-  _replace = create.replace;
-  _mode = OpenMode::kReadWrite;
-  _actualPath = TemporaryName(path);
-  using FileMode = platform::FileSystem::OpenMode;
-  auto file = files.Open(_actualPath, FileMode::kCreateNew);
-  if (!file.ok() && file.status().code() == StatusCode::kExists) {
-    // Left behind by a creation that was cut off, unless somebody holds it.
-    auto leftover = files.Open(_actualPath, FileMode::kReadWrite);
-    if (!leftover.ok()) return leftover.status();
-    if (Status s = (*leftover)->LockExclusive(); !s.ok()) return s;
-    leftover->reset();
-    if (Status s = files.Remove(_actualPath); !s.ok()) return s;
-    file = files.Open(_actualPath, FileMode::kCreateNew);
-  }
-  if (!file.ok()) return file.status();
-  _file = std::move(*file);
+  if (Status s = OpenNewFile(create); !s.ok()) return s;
   _creating = true;
-  if (Status s = _file->LockExclusive(); !s.ok()) return s;
   _locked = true;
   committed = current = FileHeader::New(create.crypt);
   _newBase = current.nextBlockId >> 2;
@@ -239,11 +234,33 @@ Status NodeDatabase::Impl::CreateFile(const CreateOptions& create) {
   return {};
 }
 
+Status NodeDatabase::Impl::OpenNewFile(const CreateOptions& create) {
+  using FileMode = platform::FileSystem::OpenMode;
+  _inPlace = create.inPlace;
+  _replace = create.replace;
+  _mode = OpenMode::kReadWrite;
+  if (!_inPlace && !_replace && files.Inspect(path).kind != platform::FileKind::kNone) {
+    return {StatusCode::kExists, "the file exists already"};
+  }
+  if (!_inPlace) _actualPath = TemporaryName(path);
+  auto file = files.Open(_actualPath, _inPlace ? FileMode::kReadWrite : FileMode::kCreateNew);
+  if (!file.ok()) return file.status();
+  _file = std::move(*file);
+  _creating = !_inPlace;  // from here on there is something to remove
+  Status locked = _file->LockExclusive();
+  if (!_inPlace || !locked.ok()) return locked;
+  Result<std::uint64_t> size = _file->Size();
+  if (!size.ok()) return size.status();
+  return *size == 0 ? Status() : Status(StatusCode::kExists, "the file is not empty");
+}
+
 Status NodeDatabase::Impl::PublishFile() {
   if (!_creating) return {StatusCode::kInvalidArgument, "the file has its name already"};
   _publishing = true;
   if (Status s = Close(); !s.ok()) return s;
-  if (Status s = files.Rename(_actualPath, path, _replace); !s.ok()) return s;
+  if (!_inPlace) {
+    if (Status s = files.Rename(_actualPath, path, _replace); !s.ok()) return s;
+  }
   _creating = false;
   return files.FlushFolder(platform::ParentOfPath(path));
 }

@@ -32,12 +32,14 @@ Result<std::unique_ptr<PstStore>> PstStore::Create(platform::FileSystem& files,
   CreateOptions create;
   create.crypt = static_cast<CryptMethod>(options.encoding);
   if (options.store.sizeLimit != 0) create.open.sizeLimit = options.store.sizeLimit;
+  create.inPlace = options.emptyFile == StoreCreateOptions::EmptyFile::kFilled;
+  create.replace = options.emptyFile == StoreCreateOptions::EmptyFile::kReplaced;
   auto state = std::make_unique<State>();
   state->options = options.store;
   platform::FillRandom(state->recordKey);
   auto database = NodeDatabase::Create(files, path, create);
   if (!database.ok()) return database.status();
-  Status status = PopulateStore(**database, options.displayName, state->recordKey);
+  Status status = PopulateStore(**database, options, state->recordKey);
   if (status.ok()) status = (*database)->Publish();
   if (!status.ok()) return status;
   state->database = std::move(*database);

@@ -78,6 +78,10 @@ struct StoreCreateOptions {
   std::u16string displayName = {};
   StoreEncoding encoding = StoreEncoding::kPermute;
   StoreOptions store = {};
+  // An empty file that is at the path: filled where it stands, or replaced. Without either it is in
+  // the way.
+  enum class EmptyFile { kInTheWay, kFilled, kReplaced } emptyFile = EmptyFile::kInTheWay;
+  bool unfinished = false;  // carries the mark of unfinished.h
 };
 
 enum class StoreOpenMode { kRead, kReadWrite };

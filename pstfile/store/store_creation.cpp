@@ -10,6 +10,7 @@
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/store/name_map.h"
 #include "pstfile/store/store_layout.h"
+#include "pstfile/store/unfinished.h"
 
 namespace parvane::pstfile {
 
@@ -148,7 +149,7 @@ class Populator {
   Status _status;
 };
 
-PropertyList StoreProperties(std::u16string_view displayName,
+PropertyList StoreProperties(const StoreCreateOptions& options,
                              const std::array<std::byte, 16>& recordKey) {
   PropertyList properties;
   std::vector<std::byte> history(24);
@@ -158,7 +159,7 @@ PropertyList StoreProperties(std::u16string_view displayName,
   properties.SetBytes(tags::kReplVersionHistory, history);
   properties.SetInt32(tags::kReplFlags, 0);
   properties.SetBytes(tags::kRecordKey, recordKey);
-  properties.SetText(tags::kDisplayName, displayName);
+  properties.SetText(tags::kDisplayName, options.displayName);
   properties.SetInt32(tags::kValidFolderMask, kValidFolders);
   properties.SetBytes(tags::kIpmSubtreeEntryId, MakeEntryId(recordKey, kNidIpmSubtree));
   properties.SetBytes(tags::kIpmWastebasketEntryId, MakeEntryId(recordKey, kNidDeletedItems));
@@ -166,6 +167,7 @@ PropertyList StoreProperties(std::u16string_view displayName,
   properties.SetBool(kPstLrNoRestrictions, true);
   properties.SetInt32(kStoreVersion, kStoreVersionValue);
   properties.SetInt32(tags::kPstPassword, 0);
+  if (options.unfinished) properties.SetText(kUnfinishedMark, kUnfinishedText);
   return properties;
 }
 
@@ -178,10 +180,10 @@ std::array<std::byte, 24> MakeEntryId(const std::array<std::byte, 16>& recordKey
   return id;
 }
 
-Status PopulateStore(NodeDatabase& database, std::u16string_view displayName,
+Status PopulateStore(NodeDatabase& database, const StoreCreateOptions& options,
                      const std::array<std::byte, 16>& recordKey) {
   Populator populate(database);
-  populate.PutProperties(kNidMessageStore, NodeId(), StoreProperties(displayName, recordKey));
+  populate.PutProperties(kNidMessageStore, NodeId(), StoreProperties(options, recordKey));
   if (!populate.status().ok()) return populate.status();
   if (Status status = NameMap::Initial().Write(database); !status.ok()) return status;
   for (const TemplateTable& table : TemplateTables()) {

@@ -140,6 +140,7 @@ class MemoryFile : public platform::RandomAccessFile {
     _locked = true;
     return {};
   }
+  platform::Result<platform::FileInformation> Inspect() override { return _files.Inspect(_path); }
 
  private:
   platform::Status Do(MemoryFiles::Step step) {

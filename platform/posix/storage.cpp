@@ -1,0 +1,36 @@
+// What files share with others: who may read them, and the space they stand in.
+#include <cerrno>
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include "platform/file.h"
+#include "platform/posix/errors.h"
+
+namespace parvane::platform {
+
+Status CopyAccessRights(std::u16string_view from, std::u16string_view to) {
+  struct stat model, now;
+  const std::string target = PathToNative(to);
+  if (::stat(PathToNative(from).c_str(), &model) != 0) return ErrnoStatus(errno, "inspect", from);
+  if (::stat(target.c_str(), &now) != 0) return ErrnoStatus(errno, "inspect", to);
+  mode_t mode = model.st_mode & 07777;
+  if (now.st_uid != model.st_uid || now.st_gid != model.st_gid) {
+    // A plain user gives no file away, and no group gets what was for another.
+    if (::chown(target.c_str(), model.st_uid, model.st_gid) != 0 &&
+        ::chown(target.c_str(), static_cast<uid_t>(-1), model.st_gid) != 0) {
+      mode &= ~static_cast<mode_t>(070 | S_ISUID | S_ISGID);
+    }
+  }
+  if (::chmod(target.c_str(), mode) != 0) return ErrnoStatus(errno, "change the mode of", to);
+  return {};
+}
+
+std::optional<std::uint64_t> FreeSpace(std::u16string_view folder) {
+  struct statvfs space;
+  if (::statvfs(PathToNative(folder).c_str(), &space) != 0 || space.f_frsize == 0) return {};
+  return std::uint64_t{space.f_bavail} * space.f_frsize;
+}
+
+}  // namespace parvane::platform
