@@ -114,6 +114,9 @@ struct StageTiming {
 struct ConversionRecord {
   std::vector<std::u16string> sources;
   std::u16string destination;
+  // The run ended before its time, and what it has written is here; empty: nothing is, or the
+  // destination itself was added to.
+  std::u16string partial;
   bool appended = false;
   MapiChoice mapi = MapiChoice::kBuiltin;
   platform::FileTime started;

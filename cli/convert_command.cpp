@@ -6,8 +6,11 @@
 
 #include <fmt/format.h>
 
+#include "cli/console.h"
 #include "cli/destination.h"
+#include "cli/destination_claim.h"
 #include "cli/folder_copy.h"
+#include "cli/format.h"
 #include "cli/logs.h"
 #include "cli/mapi_run.h"
 #include "cli/outputs.h"
@@ -16,6 +19,7 @@
 #include "cli/report.h"
 #include "cli/source_opening.h"
 #include "cli/source_plan.h"
+#include "cli/space_check.h"
 #include "cli/witness.h"
 #include "engine/factory/store_factory.h"
 #include "mapi/options.h"
@@ -24,7 +28,6 @@
 #include "platform/process.h"
 #include "platform/stage_times.h"
 #include "platform/system.h"
-#include "platform/text.h"
 
 namespace parvane::cli {
 namespace {
@@ -53,6 +56,7 @@ class Conversion {
     _record.sources = _options.sources;
     _record.mapi = _options.mapi;
     const bool began = PrepareAndConvert();
+    TakeName();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
     _record.peakMemory = platform::PeakResidentBytes();
@@ -98,37 +102,56 @@ class Conversion {
       auto turn = OutlookTurn::Take();
       if (!turn.ok()) return Fail(turn.status());
       _turn.emplace(std::move(turn).value());
-      // Another program's library need not see this one's current folder.
-      _destination.path = platform::CanonicalPath(_destination.path);
     }
     _record.destination = _destination.path;
     _record.appended = _destination.existed && !_destination.replaced;
-    if (Status opened = _outputs.Open(_destination.path); !opened.ok()) return Fail(opened);
+    if (Status claimed = _claim.Take(_destination, _options); !claimed.ok()) return Fail(claimed);
+    if (Status opened = _outputs.Open(_destination.path, _claim.path()); !opened.ok())
+      return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
-    return _sources.Open(*sources);
+    return _sources.Open(*sources) && CheckSpace();
+  }
+
+  bool CheckSpace() {
+    SpaceNeeded needed{_sources.plan().TotalBytes(), 0, _options.sizeLimit,
+                       platform::FreeSpace(platform::ParentOfPath(_claim.path()))};
+    if (_record.appended)
+      needed.thereAlready = FileSystem::Default().Inspect(_destination.file).size;
+    // What is replaced at once makes room.
+    if (needed.freeBytes) *needed.freeBytes += _claim.leftover().value_or(0);
+    std::string warning;
+    if (Status fits = cli::CheckSpace(needed, &warning); !fits.ok())
+      return Fail(Status(fits.code(), PathForDisplay(_destination.path) + ": " + fits.message()));
+    if (!warning.empty()) Notice(warning);
+    return true;
+  }
+
+  // Something to know before the work, which goes on.
+  void Notice(const std::string& text) {
+    _logs.Both(text);
+    if (!_options.quiet) WriteError(text);
   }
 
   bool Convert() {
-    mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
-    builtin.sizeLimit = _options.sizeLimit;
-    mapi::SetBuiltinOptions(builtin);
+    if (_claim.leftover())
+      Notice(fmt::format("{}, {} that an earlier run which did not finish has left, is replaced",
+                         PathForDisplay(_claim.path()), Size(*_claim.leftover())));
+    if (Status begun = _claim.Begin(); !begun.ok()) return Fail(begun);
+    SetOptions();
     // A MAPI that does not start is told by the engine, when it finds no session.
     const MapiRun mapiRun(_options.mapi);
     if (_record.appended && mapiRun.status().ok() && !AvoidForeignFolders()) return false;
-    if (_destination.replaced && mapiRun.status().ok() && !PutOldAside()) return false;
     std::unique_ptr<IAssetStoreMutable> pst = StoreFactory::CreateStoreMutable(
-        CWLEngine::kOrphanPSTMAPIStore, _destination.path, std::nullopt);
+        CWLEngine::kOrphanPSTMAPIStore, _claim.path(), std::nullopt);
     MakeAccount(*pst);
     const OperationResultCode opened = pst->OpenStore(&_progress, &_witness, true, &_witness);
     IAssetFolderMutable* top = pst->GetStoreRootFolderMutable();
     if (opened != OperationResultCode::Completed || !top || !_pst->IsOpen()) {
       pst->Release();
       FailToOpen(mapiRun.status());
-      if (mapiRun.status().ok()) RemoveStillborn();
       return false;
     }
-    if (!_oldPst.empty()) (void)FileSystem::Default().Remove(_oldPst);
     _witness.BeginCopying();
     FolderCopy(_sources.plan(), _record, _witness, _logs, _progress, _interrupt).Run(*top);
     pst->Release();
@@ -140,16 +163,37 @@ class Conversion {
 
   // Mail put into a calendar would make it a mail folder.
   bool AvoidForeignFolders() {
-    auto foreign = ForeignFolders::In(_destination.path);
+    auto foreign = ForeignFolders::In(_claim.path());
     if (!foreign.ok()) return Fail(RunProblem::kPstNotOpened, foreign.status().message());
     _sources.plan().Avoid(*foreign);
     _record.renamed = _sources.plan().renamed();
     return true;
   }
 
+  void SetOptions() {
+    mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
+    builtin.sizeLimit = _options.sizeLimit;
+    builtin.files = _claim.files();
+    builtin.newStoreUnfinished = true;
+    builtin.newStoreName = platform::StemOfPath(_destination.path);
+    mapi::SetBuiltinOptions(builtin);
+  }
+
+  // The last step, when no MAPI has the PST open any more: finished, it takes its own name.
+  void TakeName() {
+    mapi::SetBuiltinOptions({});
+    const ExitCode outcome = Outcome(_record);
+    if (outcome == ExitCode::kDone || outcome == ExitCode::kMailLeftBehind) {
+      Status finished = _claim.Finish();
+      if (finished.ok()) return;
+      _record.Fail(RunProblem::kNameNotTaken, finished.message());
+    }
+    if (_claim.Abandon(_record.Written() == 0)) _record.partial = _claim.path();
+  }
+
   void MakeAccount(IAssetStoreMutable& pst) {
     const bool builtin = _options.mapi == MapiChoice::kBuiltin;
-    _pst = builtin ? BuiltinAccount(_destination.path) : SystemAccount(_destination.path);
+    _pst = builtin ? BuiltinAccount(_claim.path()) : SystemAccount(_claim.path());
     _witness.Watch(*_pst);
     engine::ObserveDestination(pst, &_witness);
   }
@@ -167,25 +211,6 @@ class Conversion {
   void FailWithReason(RunProblem problem, std::string_view otherwise) {
     Fail(problem,
          _witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise)));
-  }
-
-  // An empty shell that was made a moment ago and could not be opened is not left to puzzle people.
-  void RemoveStillborn() {
-    if (_destination.existed && !_destination.replaced) return;
-    (void)FileSystem::Default().Remove(_destination.path);
-    if (!_oldPst.empty())
-      (void)FileSystem::Default().Rename(_oldPst, _destination.path, /*replace=*/false);
-  }
-
-  // The PST that is to be replaced goes once there is another.
-  bool PutOldAside() {
-    const std::u16string aside =
-        _destination.path +
-        platform::Utf8ToUtf16(fmt::format(".{}.replaced", platform::ProcessIdentifier()));
-    Status moved = FileSystem::Default().Rename(_destination.path, aside, /*replace=*/false);
-    if (!moved.ok()) return Fail(moved);
-    _oldPst = aside;
-    return true;
   }
 
   bool Fail(const Status& status) {
@@ -209,7 +234,7 @@ class Conversion {
   Destination _destination;
   ConversionRecord _record;
   platform::StageTimes _times;
-  std::u16string _oldPst;  // where it waits; empty: nowhere
+  DestinationClaim _claim;
   std::optional<OutlookTurn> _turn;
   std::unique_ptr<PstAccount> _pst;
   Logs _logs;

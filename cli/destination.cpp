@@ -2,6 +2,7 @@
 
 #include "cli/folder_names.h"
 #include "platform/file.h"
+#include "platform/process.h"
 #include "pst/disk_utilities.h"
 #include "pstfile/ndb/file_kind.h"
 
@@ -33,22 +34,19 @@ std::u16string FreePath(std::u16string_view folder, std::u16string_view name) {
 
 // MAPI takes a PST's path in a buffer of this many characters, terminator included.
 constexpr std::size_t kPathLimit = 2012;
+constexpr std::size_t kPartialSuffix = std::u16string_view(u".partial").size();
 
-// Whether a file can be made is best learned by making it.
-Status TryToCreate(std::u16string_view path) {
-  auto file = Files().Open(path, FileSystem::OpenMode::kCreateNew);
-  if (!file.ok()) return file.status();
-  std::move(file).value().reset();
-  return Files().Remove(path);
+// Where a link leads to; the path itself when it is none.
+std::u16string LinkFollowed(const std::u16string& path) {
+  const std::u16string whole = platform::CanonicalPath(path);
+  const std::u16string folder = platform::CanonicalPath(platform::ParentOfPath(path));
+  return whole == platform::JoinPath(folder, platform::FileNameOfPath(path)) ? path : whole;
 }
 
-Status TryToLock(std::u16string_view path) {
-  auto file = Files().Open(path, FileSystem::OpenMode::kReadWrite);
-  if (!file.ok()) return file.status();
-  Status locked = file.value()->LockExclusive();
-  if (locked.code() == StatusCode::kLocked)
-    return Refuse(StatusCode::kLocked, path, "another program has this PST open");
-  return locked;
+bool NamesAPst(std::u16string_view path) {
+  std::u16string extension = platform::ExtensionOfPath(path);
+  for (char16_t& c : extension) c = static_cast<char16_t>(c | 0x20);
+  return extension == u".pst" && !platform::StemOfPath(path).empty();
 }
 
 }  // namespace
@@ -69,24 +67,37 @@ Status CheckIsHandled(std::u16string_view path, MapiChoice mapi) {
 
 Result<Destination> CheckDestination(const ConvertOptions& options,
                                      std::u16string_view nameInFolder) {
-  Destination destination{options.destination};
+  Destination destination;
+  destination.path = options.destination;
   FileKind kind = Files().Inspect(destination.path).kind;
   if (kind == FileKind::kFolder) {
     destination.path = FreePath(destination.path, nameInFolder);
     kind = Files().Inspect(destination.path).kind;
   }
 
-  if (destination.path.size() >= kPathLimit)
+  if (destination.path.size() + kPartialSuffix >= kPathLimit)
     return Refuse(StatusCode::kTooBig, destination.path,
-                  "the path is too long (at most 2011 characters)");
+                  "the path is too long (at most 2003 characters)");
   if (kind != FileKind::kNone && kind != FileKind::kFile)
     return Refuse(StatusCode::kUnsupported, destination.path, "not a regular file");
+  if (options.destination == u"-")
+    return Refuse(StatusCode::kInvalidArgument, options.destination,
+                  "a PST cannot be written to standard output; it needs the name of a file");
   if (kind == FileKind::kNone) {
     const std::u16string folder = platform::ParentOfPath(destination.path);
     if (!Files().FolderExists(folder))
       return Refuse(StatusCode::kNotFound, destination.path,
                     "the folder " + platform::PathForDisplay(folder) + " does not exist");
-    if (Status created = TryToCreate(destination.path); !created.ok()) return created;
+    if (platform::IsDanglingLink(destination.path))
+      return Refuse(StatusCode::kNotFound, destination.path, "is a link to where nothing is");
+    if (!NamesAPst(destination.path))
+      return Refuse(StatusCode::kInvalidArgument, destination.path,
+                    "a PST's name ends in .pst, and there is no folder of this name");
+    destination.file = destination.path;
+    // Another program's library need not see this one's current folder.
+    if (options.mapi == MapiChoice::kOutlook)
+      destination.file = platform::JoinPath(platform::CanonicalPath(folder),
+                                            platform::FileNameOfPath(destination.path));
     return destination;
   }
 
@@ -101,7 +112,11 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
     if (Status handled = CheckIsHandled(destination.path, options.mapi); !handled.ok())
       return handled;
   }
-  if (Status locked = TryToLock(destination.path); !locked.ok()) return locked;
+  if (!NamesAPst(destination.path))
+    return Refuse(StatusCode::kInvalidArgument, destination.path, "a PST's name ends in .pst");
+  destination.file = options.mapi == MapiChoice::kOutlook
+                         ? platform::CanonicalPath(destination.path)
+                         : LinkFollowed(destination.path);
   destination.existed = true;
   destination.replaced = options.overwrite;
   return destination;

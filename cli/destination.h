@@ -10,7 +10,8 @@
 namespace parvane::cli {
 
 struct Destination {
-  std::u16string path;
+  std::u16string path;    // as it is asked for
+  std::u16string file;    // the same, links followed
   bool existed = false;   // a PST is there
   bool replaced = false;  // ... and is to be replaced
 };
@@ -23,8 +24,8 @@ platform::Status CheckIsHandled(std::u16string_view path, MapiChoice mapi);
 
 // Settles the path (in a folder the PST takes `nameInFolder`, or the next free "name (2).pst") and
 // refuses, with the reason, what must not or cannot be written: a file that is no PST, a PST
-// without --append or --overwrite, one that somebody holds open, a folder that is missing or does
-// not let files be made in it. Changes nothing.
+// without --append or --overwrite, a folder that is missing, a name that does not end in ".pst".
+// Changes nothing.
 platform::Result<Destination> CheckDestination(const ConvertOptions& options,
                                                std::u16string_view nameInFolder);
 

@@ -26,11 +26,20 @@ bool SameFile(const std::u16string& a, const std::u16string& b) {
          one.device == other.device && one.identity == other.identity;
 }
 
+// Where the mail is that a run has written which did not finish.
+std::string HowToGoOn(const ConversionRecord& record) {
+  return "what the summary counts as written is in " + PathForDisplay(record.partial) +
+         ", a PST like any other; run again with --overwrite to start afresh and replace it, or "
+         "give "
+         "it another name to keep it";
+}
+
 }  // namespace
 
-Status Outputs::CheckApart(std::u16string_view destination) const {
+Status Outputs::CheckApart(std::u16string_view destination, std::u16string_view partial) const {
   std::vector<std::u16string> taken = _options.sources;
   taken.emplace_back(destination);
+  taken.emplace_back(partial);
   const auto mail = std::ssize(taken);
   for (const std::u16string* output : {&_options.log, &_options.detailedLog, &_options.report}) {
     if (output->empty() || (output == &_options.report && ReportsToOutput())) continue;
@@ -50,7 +59,8 @@ Status Outputs::CheckApart(std::u16string_view destination) const {
 }
 
 Status Outputs::Begin() {
-  if (Status apart = CheckApart(_options.destination); !apart.ok()) return apart;
+  if (Status apart = CheckApart(_options.destination, _options.destination); !apart.ok())
+    return apart;
   if (_options.report.empty() || ReportsToOutput()) return {};
   auto report = ReportFile::Begin(_options.report);
   if (!report.ok()) return report.status();
@@ -58,10 +68,10 @@ Status Outputs::Begin() {
   return {};
 }
 
-Status Outputs::Open(std::u16string_view destination) {
-  if (Status apart = CheckApart(destination); !apart.ok()) {
+Status Outputs::Open(std::u16string_view destination, std::u16string_view partial) {
+  if (Status apart = CheckApart(destination, partial); !apart.ok()) {
     // Not even to say so is the report put in the PST's place.
-    if (_options.report == destination) _report.reset();
+    if (_options.report == destination || _options.report == partial) _report.reset();
     return apart;
   }
   return _logs.Open(_options.log, _options.detailedLog);
@@ -86,9 +96,12 @@ void Outputs::Tell(ConversionRecord& record, bool began) {
   if (_options.quiet && Outcome(record) == ExitCode::kMailLeftBehind)
     WriteError(SummaryInOneLine(record));
   if (!record.error.empty()) WriteError(record.error);
-  if (record.interrupted)
-    WriteError(began ? "interrupted; what the summary counts as written is in the PST"
-                     : "interrupted");
+  if (record.interrupted) {
+    WriteError(began && record.appended
+                   ? "interrupted; what the summary counts as written is in the PST"
+                   : "interrupted");
+  }
+  if (!record.partial.empty()) WriteError(HowToGoOn(record));
 }
 
 }  // namespace parvane::cli

@@ -23,14 +23,14 @@ class Outputs {
   // another of them; begins the report.
   platform::Status Begin();
   // The same with the path of the PST as it is settled now; opens the logs.
-  platform::Status Open(std::u16string_view destination);
+  platform::Status Open(std::u16string_view destination, std::u16string_view partial);
   // Tells the account in all the ways asked for; what could not be told becomes the record's error.
   // `began`: messages may have been copied.
   void Tell(ConversionRecord& record, bool began);
 
  private:
   bool ReportsToOutput() const { return _options.report == u"-"; }
-  platform::Status CheckApart(std::u16string_view destination) const;
+  platform::Status CheckApart(std::u16string_view destination, std::u16string_view partial) const;
 
   const ConvertOptions& _options;
   Logs& _logs;

@@ -133,6 +133,8 @@ std::string_view CodeOf(RunProblem problem) {
       return "pst-not-opened";
     case RunProblem::kPstNotWritten:
       return "pst-not-written";
+    case RunProblem::kNameNotTaken:
+      return "name-not-taken";
     case RunProblem::kFolderNotMade:
       return "folder-not-made";
     case RunProblem::kBrokeOff:

@@ -28,6 +28,7 @@ enum class RunProblem {
   kNoMailFound,
   kPstNotOpened,
   kPstNotWritten,
+  kNameNotTaken,
   kFolderNotMade,
   kBrokeOff,
   kCountsDisagree,

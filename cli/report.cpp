@@ -76,6 +76,7 @@ class ReportWriter {
     for (const std::u16string& source : _record.sources) _json.String(PathForDisplay(source));
     _json.EndArray();
     _json.Key("destination").String(PathForDisplay(_record.destination));
+    Optional("partialFile", PathForDisplay(_record.partial));
     _json.Key("appended").Bool(_record.appended);
     _json.Key("started").String(IsoTime(_record.started));
     _json.Key("seconds").Seconds(_record.milliseconds);

@@ -138,6 +138,9 @@ class FileSystem {
 // `from` (on Windows: its access list).
 Status CopyAccessRights(std::u16string_view from, std::u16string_view to);
 
+// A symbolic link to where nothing is.
+bool IsDanglingLink(std::u16string_view path);
+
 // Bytes that this user may still write to the file system of a folder; none when it does not tell.
 std::optional<std::uint64_t> FreeSpace(std::u16string_view folder);
 

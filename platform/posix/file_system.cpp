@@ -68,6 +68,13 @@ FileKind KindOf(mode_t mode) {
   return FileKind::kOther;
 }
 
+FileTime ToFileTime(const timespec& time) {
+  const std::int64_t seconds = std::int64_t{time.tv_sec} + kUnixEpochInFileTimeSeconds;
+  if (seconds < 0) return {};
+  return FileTimeFromTicks(static_cast<std::uint64_t>(seconds) * kTicksPerSecond +
+                           static_cast<std::uint64_t>(time.tv_nsec) / 100);
+}
+
 FileInformation InformationOf(const struct stat& info) {
   return {KindOf(info.st_mode), static_cast<std::uint64_t>(info.st_size),
           static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
@@ -240,13 +247,6 @@ int RenameWithoutReplacing(const char* from, const char* to) {
     return -1;
   }
   return ::rename(from, to);
-}
-
-FileTime ToFileTime(const timespec& time) {
-  const std::int64_t seconds = std::int64_t{time.tv_sec} + kUnixEpochInFileTimeSeconds;
-  if (seconds < 0) return {};
-  return FileTimeFromTicks(static_cast<std::uint64_t>(seconds) * kTicksPerSecond +
-                           static_cast<std::uint64_t>(time.tv_nsec) / 100);
 }
 
 class PosixFileSystem final : public FileSystem {

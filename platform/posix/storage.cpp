@@ -27,6 +27,12 @@ Status CopyAccessRights(std::u16string_view from, std::u16string_view to) {
   return {};
 }
 
+bool IsDanglingLink(std::u16string_view path) {
+  struct stat info;
+  const std::string name = PathToNative(path);
+  return ::stat(name.c_str(), &info) != 0 && ::lstat(name.c_str(), &info) == 0;
+}
+
 std::optional<std::uint64_t> FreeSpace(std::u16string_view folder) {
   struct statvfs space;
   if (::statvfs(PathToNative(folder).c_str(), &space) != 0 || space.f_frsize == 0) return {};

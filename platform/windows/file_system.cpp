@@ -38,7 +38,8 @@ FileInformation InformationOf(HANDLE handle) {
   const bool folder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
   return {folder ? FileKind::kFolder : FileKind::kFile,
-          folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow), info.dwVolumeSerialNumber,
+          folder ? 0 : join(info.nFileSizeHigh, info.nFileSizeLow),
+          info.dwVolumeSerialNumber,
           join(info.nFileIndexHigh, info.nFileIndexLow),
           {info.ftLastWriteTime.dwLowDateTime, info.ftLastWriteTime.dwHighDateTime}};
 }

@@ -21,6 +21,13 @@ Status CopyAccessRights(std::u16string_view from, std::u16string_view to) {
   return SystemErrorStatus(::GetLastError(), "change the access rights of", to);
 }
 
+bool IsDanglingLink(std::u16string_view path) {
+  const DWORD attributes = ::GetFileAttributesW(ToSystemPath(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES &&
+         (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+         FileSystem::Default().Inspect(path).kind == FileKind::kNone;
+}
+
 std::optional<std::uint64_t> FreeSpace(std::u16string_view folder) {
   ULARGE_INTEGER free;
   if (!::GetDiskFreeSpaceExW(ToSystemPath(folder).c_str(), &free, nullptr, nullptr)) return {};

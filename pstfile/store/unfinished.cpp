@@ -21,11 +21,18 @@ Result<bool> IsUnfinished(FileSystem& files, std::u16string_view path) {
   return *text == kUnfinishedText;
 }
 
-Status MarkFinished(FileSystem& files, std::u16string_view path) {
+Status MarkFinished(FileSystem& files, std::u16string_view path, std::u16string_view wasNamed,
+                    std::u16string_view name) {
   auto store = PstStore::Open(files, path, StoreOpenMode::kReadWrite);
   if (!store.ok()) return store.status();
+  auto properties = (*store)->OpenStoreProperties();
+  if (!properties.ok()) return properties.status();
+  PropertyList changes;
+  if (auto now = properties->Text(tags::kDisplayName); now.ok() && *now == wasNamed)
+    changes.SetText(tags::kDisplayName, name);
+  if (changes.empty() && !properties->Has(kUnfinishedMark)) return {};
   const std::array<std::uint16_t, 1> mark{kUnfinishedMark.Id()};
-  Status removed = (*store)->ChangeStoreProperties({}, mark);
+  Status removed = (*store)->ChangeStoreProperties(changes, mark);
   const Status closed = (*store)->Close();
   return removed.ok() ? closed : removed;
 }

@@ -17,7 +17,9 @@ inline constexpr std::u16string_view kUnfinishedText = u"Parvane has not finishe
 
 // Whether the PST carries the mark. Fails for what does not open as a PST.
 platform::Result<bool> IsUnfinished(platform::FileSystem& files, std::u16string_view path);
-// Takes the mark off. Nobody else may have the file open for writing.
-platform::Status MarkFinished(platform::FileSystem& files, std::u16string_view path);
+// Takes the mark off, and where the store was given the name `wasNamed`, which it took from its
+// file while it was being made, calls it `name`. Nobody else may have the file open for writing.
+platform::Status MarkFinished(platform::FileSystem& files, std::u16string_view path,
+                              std::u16string_view wasNamed, std::u16string_view name);
 
 }  // namespace parvane::pstfile
