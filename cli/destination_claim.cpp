@@ -163,10 +163,12 @@ Status DestinationClaim::CheckUnchanged() const {
 
 Status DestinationClaim::Finish() {
   if (Status unchanged = CheckUnchanged(); !unchanged.ok()) return unchanged;
-  if (!GrowsApart()) return {};
-  if (Status named = TakeName(); !named.ok()) return named;
+  if (GrowsApart()) {
+    if (Status named = TakeName(); !named.ok()) return named;
+  }
   _ours = false;
-  // The file is whole, whether this succeeds or not: under its own name the mark means nothing.
+  // Who adds to an unfinished PST has made it their own. The file is whole, whether this succeeds
+  // or not: under its own name the mark means nothing.
   if (_lent) _lent->SetPath(_destination.file);
   (void)pstfile::MarkFinished(_lent ? *_lent : Machine(), _destination.file,
                               platform::StemOfPath(_path), platform::StemOfPath(_destination.file))

@@ -34,6 +34,11 @@ def linux(test):
     return None if WINDOWS else test
 
 
+def partial(pst):
+    """Where a new PST grows until it is finished."""
+    return pst.with_name(f'{pst.stem}.partial{pst.suffix}')
+
+
 def shown(argument):
     """A path as the program under test is given it and names it; anything else as it is."""
     if WINDOWS and isinstance(argument, pathlib.PurePath) and argument.is_absolute():

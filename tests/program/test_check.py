@@ -39,7 +39,7 @@ class Check(PstTest):
             self.assertRegex(run.out, says)
 
     def test_a_damaged_file(self):
-        self.damage(0x4410)  # in the first allocation map
+        self.damage(0x45E0)  # in the first allocation map, where it tells of free space
         run = self.parvane('check', self.pst)
         self.assertEqual((run.code, run.err), (1, ''), run)
         self.assertRegex(run.out, r'(?m)^error: AMap at 0x4400: dwCRC .* \[page-crc\]$')

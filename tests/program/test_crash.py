@@ -1,15 +1,17 @@
-"""The program killed at any moment: what it had said to be committed is in the PST, the PST is
-sound, and the next run goes on with it."""
+"""The program killed at any moment while it adds to a PST: what it had said to be committed is in
+the PST, the PST is sound, and the next run goes on with it. Killed while it makes one, it leaves
+the old one as it was, and the next run is not in its way."""
 import json
 import os
 import random
 import re
+import shutil
 import subprocess
 import time
 import unittest
 
 import mailboxes
-from harness import PARVANE, PstTest, Run
+from harness import PARVANE, PstTest, Run, partial
 
 SECONDS = 20  # for all the kills of a test
 PATIENCE = 300  # where everything is slow, until there have been a few of each kind
@@ -28,11 +30,17 @@ class Killed(PstTest):
         self.write('Mail/Large.mbox', mailboxes.attachments(50, 150_000))
         self.write('Mail/Small/More.mbox', mailboxes.many(5_000, seed=3))
         self.extra = self.write('Extra.mbox', mailboxes.many(3))
+        self.base = self.folder / 'base.pst'
+        self.convert(self.extra, self.base)
+        self.begin_anew()
 
-    def start(self):
+    def begin_anew(self):
+        shutil.copy(self.base, self.pst)
+
+    def start(self, option='--append'):
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
         return subprocess.Popen(
-            [PARVANE, 'convert', '--append', '--quiet', '--detailed-log', str(self.log),
+            [PARVANE, 'convert', option, '--quiet', '--detailed-log', str(self.log),
              str(self.source), str(self.pst)],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
             env=environment)
@@ -65,7 +73,7 @@ class Killed(PstTest):
         run = self.parvane('check', '--notes', self.pst)
         self.assertEqual((run.code, run.out.count('\n'), run.err), (0, 1, ''), run)
         self.assertEqual(self.count_by_lspst(), there + 3)
-        self.pst.unlink()
+        self.begin_anew()
         return said
 
     def test_at_random_moments(self):
@@ -76,9 +84,10 @@ class Killed(PstTest):
         process.stderr.close()
         whole = time.monotonic() - begun
         total = self.count_by_lspst()
-        self.pst.unlink()
+        self.begin_anew()
 
-        there = kills = with_commits = taken_over = unclosed = 0
+        there = 3
+        kills = with_commits = taken_over = unclosed = 0
 
         def elapsed():
             return time.monotonic() - begun
@@ -93,20 +102,17 @@ class Killed(PstTest):
                 process.kill()
             error = process.communicate()[1]
             if process.returncode == 0:
-                self.pst.unlink()  # too late for this one
-                there = 0
+                self.begin_anew()  # too late for this one
+                there = 3
                 continue
             self.assertEqual((process.returncode, error), (-9, b''))
             kills += 1
             committed = self.committed()
             with_commits += committed > 0
             with self.subTest(kill=kills, moment=moment, before=there, committed=committed):
-                if not self.pst.exists():
-                    self.assertEqual((there, committed), (0, 0))
-                    continue
                 now = self.count_by_lspst()
                 self.assertGreaterEqual(now, there + committed)
-                self.assertLessEqual(now, there + total)
+                self.assertLessEqual(now, total if there == 3 else there + total)
                 found = self.assert_unclosed_at_worst()
                 unclosed += not found['clean']
                 self.assertEqual(found['examined']['messages'], now)
@@ -114,14 +120,44 @@ class Killed(PstTest):
                 if kills % 2 == 0:
                     continue  # the next one takes an unclosed file over, and is killed itself
                 taken_over += self.take_over(there, 'not-closed' in found['counts'])
-                there = 0
-        if self.pst.exists():  # left by a kill when time was up
+                there = 3
+        if there != 3:  # left by a kill when time was up
             self.take_over(there, 'not-closed' in self.assert_unclosed_at_worst()['counts'])
         self.assertGreater(kills, 5)
         self.assertGreater(with_commits, 0)
         self.assertGreater(taken_over, 0)
         self.assertGreater(unclosed, 0)
         print(f'{kills} kills, {with_commits} after a commit, {unclosed} files left unclosed')
+
+    def test_while_one_is_made(self):
+        chance = random.Random(8)
+        before = self.pst.read_bytes()
+        growing = partial(self.pst)
+        kills = opened = 0
+        end = time.monotonic() + SECONDS / 2
+        while time.monotonic() < end or opened < 3:
+            process = self.start('--overwrite')
+            try:
+                process.wait(chance.choice((0.02, 0.1, 1)) * chance.random())
+            except subprocess.TimeoutExpired:
+                process.kill()
+            error = process.communicate()[1].decode()
+            if process.returncode == 0:
+                shutil.copy(self.base, self.pst)
+                continue
+            self.assertEqual(process.returncode, -9, error)
+            kills += 1
+            self.assertEqual(self.pst.read_bytes(), before)
+            self.assertLessEqual(set(self.folder.glob('*.pst')), {self.base, self.pst, growing})
+            if growing.exists() and growing.read_bytes()[:4] == b'!BDN':
+                opened += 1
+                run = self.parvane('check', '--json', growing)
+                self.assertEqual(json.loads(run.out)['errors'], 0, run)
+        run = self.parvane('convert', '--overwrite', self.extra, self.pst)
+        self.assertEqual(run.code, 0, run)
+        self.assertFalse(growing.exists())
+        self.assertEqual(self.count_by_lspst(), 3)
+        print(f'{kills} kills, {opened} partial PSTs')
 
 
 if __name__ == '__main__':

@@ -16,7 +16,7 @@ spec.loader.exec_module(pstcheck)
 
 HEADER_VERSION, HEADER_MAPS_VALID, HEADER_CRYPT = 10, 248, 513
 FOLDER, SEARCH_FOLDER, HIERARCHY, CONTENTS = 0x02, 0x03, 0x0D, 0x0E
-NAME_MAP, MESSAGE_STORE, PASSWORD = 0x61, 0x21, 0x67FF
+NAME_MAP, MESSAGE_STORE, PASSWORD, UNFINISHED = 0x61, 0x21, 0x67FF, 0x67F8
 # What adding mail to a folder changes of it: counts, whether it has subfolders, its class.
 CLASS, ROW_VERSION = 0x3613, 0x67F3
 CHANGING = {0x3602, 0x3603, 0x360A, CLASS}
@@ -210,6 +210,14 @@ class OutlookFiles(PstTest):
             self.convert('--append', '--detailed-log', log, source, pst)
             self.assertEqual('had not closed it' in log.read_text('utf-8'), told)
             self.check_structure(pst)
+
+    def test_a_new_store_is_named_after_its_file_and_bears_no_mark(self):
+        source = self.write('Inbox.mbox', mailboxes.many(1))
+        pst = self.folder / 'Old mail.pst'
+        self.convert(source, pst)
+        store = snapshot(pst)[0][MESSAGE_STORE][1][1]
+        self.assertEqual(store[0x3001][1], 'Old mail')
+        self.assertNotIn(UNFINISHED, store)
 
     def test_a_password_protects_nothing(self):
         pst = self.sample('sample1.pst')

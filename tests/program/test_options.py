@@ -12,7 +12,7 @@ import time
 import unittest
 
 import mailboxes
-from harness import NO_SUCH_FILE, PARVANE, WINDOWS, PstTest, file_name, linux, shown
+from harness import NO_SUCH_FILE, PARVANE, WINDOWS, PstTest, file_name, linux, partial, shown
 
 
 class Usage(PstTest):
@@ -472,7 +472,7 @@ class Output(PstTest):
         source = self.write('many.mbox', mailboxes.many(20_000))
         process = subprocess.Popen([PARVANE, 'convert', shown(source), shown(self.pst)],
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        while process.poll() is None and not self.has_grown(self.pst, 300_000):
+        while process.poll() is None and not self.has_grown(partial(self.pst), 300_000):
             time.sleep(0.001)
         process.send_signal(signal.SIGSTOP)
         time.sleep(5.1)
