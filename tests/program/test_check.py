@@ -74,7 +74,7 @@ class Check(PstTest):
         """Whatever 64 bytes are damaged, what is listed is right, and what is missing is named."""
         sound, data = self.listing(self.pst, '--messages'), self.pst.read_bytes()
         bad, went_on = self.folder / 'bad.pst', 0
-        for at in range(0x4600, len(data), 192):
+        for at in range(0x4600, len(data), 128):
             if not any(data[at:at + 64]):
                 continue
             bad.write_bytes(data[:at] + bytes(64) + data[at + 64:])
