@@ -28,7 +28,8 @@ Status MarkFinished(FileSystem& files, std::u16string_view path, std::u16string_
   auto properties = (*store)->OpenStoreProperties();
   if (!properties.ok()) return properties.status();
   PropertyList changes;
-  if (auto now = properties->Text(tags::kDisplayName); wasNamed != name && now.ok() && *now == wasNamed)
+  if (auto now = properties->Text(tags::kDisplayName);
+      wasNamed != name && now.ok() && *now == wasNamed)
     changes.SetText(tags::kDisplayName, name);
   if (changes.empty() && !properties->Has(kUnfinishedMark)) return {};
   const std::array<std::uint16_t, 1> mark{kUnfinishedMark.Id()};
