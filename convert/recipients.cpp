@@ -1,6 +1,7 @@
 // To, Cc and Bcc.
 
 #include <array>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -25,9 +26,10 @@ using Tessary::TsString;
 void MIMEToMAPIMessageConverter::WriteRecipients(TsEmail* email, IMessage* message) {
   if (!email || !message) return;
   const auto writeList = [&](ClsEmail::List list, ULONG type) {
-    email->impl().ForEachMailbox(list, [&](const MailBox& mailBox) {
+    const auto add = [&](const MailBox& mailBox) {
       AddRecipient(mailBox.name, mailBox.address, *message, type);
-    });
+    };
+    email->impl().ForEachMailbox(list, std::ref(add));  // by reference, which takes no memory
   };
   writeList(ClsEmail::List::kTo, MAPI_TO);
   writeList(ClsEmail::List::kCc, MAPI_CC);

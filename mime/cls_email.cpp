@@ -162,7 +162,8 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
     if (text.empty() || parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
     joined = std::string(text);
     std::erase(joined, '\0');
-    mailboxes = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
+    auto read = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
+    mailboxes->swap(read);
   }
   return *mailboxes;
 }

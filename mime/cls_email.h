@@ -14,13 +14,15 @@
 #include "mime/email_structure.h"
 #include "mime/operation_log.h"
 #include "mime/removed_attachments.h"
+#include "platform/pooled_object.h"
+#include "platform/recycled_vector.h"
 
 namespace Tessary {
 
 class ClsByteData;
 class ClsString;
 
-class ClsEmail {
+class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
  public:
   using ByteSlice = parvane::mime::ByteSlice;
   using MailBox = parvane::mime::MailBox;
@@ -122,7 +124,7 @@ class ClsEmail {
     Email2 root;
     EmailStructure structure;
     std::string charset;  // the message's own, for text that names none; may be empty
-    std::optional<std::vector<MailBox>> lists[4];
+    std::optional<parvane::platform::RecycledVector<MailBox>> lists[4];
     // The last field that had to be decoded: the subject is asked for again.
     const MimeField* decodedField = nullptr;
     std::string decodedText;

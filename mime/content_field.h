@@ -13,6 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/pooled_object.h"
+#include "platform/recycled_vector.h"
+
 namespace parvane::mime {
 
 struct Parameter {
@@ -21,7 +24,7 @@ struct Parameter {
   bool extended = false;  // it was written the RFC 2231 way, with a charset
 };
 
-class ContentField {
+class ContentField : public platform::PooledObject<ContentField> {
  public:
   ContentField() = default;
   // `text` is unfolded. `charset` is tried for extended values that name none.
@@ -38,7 +41,7 @@ class ContentField {
 
  private:
   std::string _value;
-  std::vector<Parameter> _parameters;
+  platform::RecycledVector<Parameter> _parameters;
 };
 
 }  // namespace parvane::mime

@@ -80,7 +80,7 @@ inline void MimeHeader::AddLine(std::string_view raw, std::size_t nameLength,
   const std::uint32_t slot = NameSlot(line._key);
   if ((_names >> slot & 1) != 0) return;
   _names |= std::uint64_t{1} << slot;
-  firstPlaces[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
+  firstPlaces.of[slot] = static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
 std::size_t MimeHeader::Load(std::string_view text, std::size_t usualLines) {

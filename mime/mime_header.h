@@ -19,6 +19,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/pooled_object.h"
+#include "platform/recycled_vector.h"
 #include "platform/text.h"
 
 namespace Tessary {
@@ -150,10 +152,12 @@ class MimeHeader {
     return std::uint64_t{1} << NameSlot(key);
   }
   // No field of a slot whose bit is set stands before this place in _lines; others mean nothing.
-  using FirstPlaces = std::array<std::uint32_t, 64>;
+  struct FirstPlaces : parvane::platform::PooledObject<FirstPlaces> {
+    std::array<std::uint32_t, 64> of;
+  };
 
   std::size_t FirstPlace(std::uint32_t slot) const {
-    return _firstPlaces ? (*_firstPlaces)[slot] : 0;
+    return _firstPlaces ? _firstPlaces->of[slot] : 0;
   }
   void AddLine(std::string_view raw, std::size_t nameLength, std::size_t valueStart,
                FirstPlaces& firstPlaces);
@@ -170,7 +174,8 @@ class MimeHeader {
   // for the others only.
   std::uint64_t _names = 0;  // bits of the names of all fields, and perhaps of removed ones
   std::unique_ptr<const FirstPlaces> _firstPlaces;  // null: all begin at the first line
-  std::vector<MimeField> _lines;                    // a name length of 0: a line that is no field
+  // A name length of 0 marks a line that is no field.
+  parvane::platform::RecycledVector<MimeField> _lines;
   std::forward_list<std::string> _rewritten;  // changed fields; grows only, so views stay good
   mutable std::unique_ptr<const std::vector<std::uint32_t>> _order;  // null: not known
   bool _modified = false;

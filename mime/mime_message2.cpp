@@ -171,8 +171,12 @@ void MimeMessage2::ReadContentFields() {
   if (ContentTypeIs("text") || ContentTypeIs("text/")) _contentType->SetValue("text/plain");
   const std::string_view charset = contentType().Get("charset");
   _disposition = ReadContentField(_header, "Content-Disposition", charset);
-  const auto encoding = ReadContentField(_header, "Content-Transfer-Encoding", {});
-  _transferEncoding = encoding ? std::make_unique<std::string>(encoding->value()) : nullptr;
+  _transferEncoding.reset();
+  if (const MimeField* encoding = _header.Find("Content-Transfer-Encoding")) {
+    std::string scratch;
+    _transferEncoding =
+        std::make_unique<std::string>(ContentField(encoding->Value(scratch)).value());
+  }
   const std::string_view boundary = contentType().Get("boundary");
   _boundary = boundary.empty() ? nullptr : std::make_unique<std::string>(boundary);
 }

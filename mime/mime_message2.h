@@ -20,6 +20,7 @@
 #include "mime/mime_header.h"
 #include "mime/operation_log.h"
 #include "mime/transfer_encoding.h"
+#include "platform/pooled_object.h"
 
 namespace Tessary {
 
@@ -115,7 +116,7 @@ class MimeMessage2 {
  private:
   struct Context;
   // What few entities have: a message may have 200,000, and each byte counts.
-  struct Rare {
+  struct Rare : parvane::platform::PooledObject<Rare> {
     ByteSlice loaded;  // as given, where _text is not that
     bool rewritten = false;
     ByteSlice headerBytes;  // of a settled header, which has bytes of its own; else empty

@@ -72,11 +72,30 @@ class MailBoxCutter {
 };
 
 // What counts in comparing: letter case, white space and quoting do not.
+bool Counts(char16_t c) {
+  switch (c) {
+    case u'"':
+    case u'\\':
+    case u',':
+    case u';':
+    case u'(':
+    case u')':
+      return false;
+    default:
+      return !platform::IsWhiteSpace(c);
+  }
+}
+
 void AppendEssence(std::u16string_view text, std::u16string& out) {
+  out.reserve(out.size() + text.size());
   for (const char16_t c : text) {
-    if (platform::IsWhiteSpace(c) || std::u16string_view(u"\"\\,;()").find(c) != text.npos)
-      continue;
-    out += c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c;
+    if (c >= u'a' && c <= u'z') {
+      out += c;
+    } else if (c >= u'A' && c <= u'Z') {
+      out += static_cast<char16_t>(c + 32);
+    } else if (Counts(c)) {
+      out += c;
+    }
   }
 }
 

@@ -37,25 +37,6 @@ Status AppendToDump(const NullableString& path, std::string_view message) {
   return parvane::platform::FileSystem::Default().AppendPrivate(*path, pieces);
 }
 
-constexpr std::size_t kLongestDateShown = 100;
-
-// The Date field as it stands, for comparison with the repaired one.
-void NoteDate(const MimeMessage2& message, parvane::engine::ConversionNotes& notes) {
-  const Tessary::MimeField* field = message.header().Find("Date");
-  if (field == nullptr) return;
-  std::string scratch;
-  std::string_view text = field->Value(scratch);
-  std::string decoded;
-  if (!parvane::platform::IsAscii(text)) {
-    decoded = Tessary::DecodeTextToUtf8(text, {}, message.contentType().Get("charset"));
-    text = decoded;
-  }
-  Tessary::DateValue date;
-  if (date.SetFromRfc822(text.substr(0, text.find('\0'))))
-    date.GetAsFileTime(false, &notes.rawDate);
-  notes.rawDateText = text.substr(0, kLongestDateShown);
-}
-
 std::string InWords(const parvane::sources::AddressLoss& loss) {
   const std::string text = parvane::platform::Utf16ToUtf8(loss.text);
   if (loss.address.empty()) return text;
@@ -140,14 +121,14 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
       entity->Load(message, unread);
     }
     parvane::sources::RepairLosses losses;
-    if (_observer) NoteDate(*entity, _notes);
+    if (_observer) NoteDate(*entity);
     parvane::sources::RepairMessage(*entity, std::move(headerBuffer),
                                     _observer ? &losses : nullptr);
     for (const auto& [header, loss] : losses.named)
-      _notes.remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
+      _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
     if (losses.more > 0)
-      _notes.remarks.push_back({RemarkKind::kHeaderTextLost,
-                                std::string(losses.named.back().header), AndMore(losses.more)});
+      _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(losses.named.back().header),
+                          AndMore(losses.more)});
   }
   if (_emailP->impl().SetFromEntity(std::move(entity))) {
     FillMembers();
@@ -160,6 +141,22 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
 }
 
 MBOXEmailAsset::~MBOXEmailAsset() = default;
+
+// For comparison with the repaired one.
+void MBOXEmailAsset::NoteDate(const MimeMessage2& message) {
+  const Tessary::MimeField* field = message.header().Find("Date");
+  if (field == nullptr) return;
+  std::string scratch;
+  std::string_view text = field->Value(scratch);
+  std::string decoded;
+  if (!parvane::platform::IsAscii(text)) {
+    decoded = Tessary::DecodeTextToUtf8(text, {}, message.contentType().Get("charset"));
+    text = decoded;
+  }
+  Tessary::DateValue date;
+  if (date.SetFromRfc822(text.substr(0, text.find('\0')))) date.GetAsFileTime(false, &_rawDate);
+  _rawDateSize = text.copy(_rawDateText.data(), _rawDateText.size());
+}
 
 void MBOXEmailAsset::FillMembers() {
   constexpr std::size_t kUsualSize = 250;
@@ -199,10 +196,10 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
   }
   if (_observer) {
     parvane::engine::ConversionNotes notes;
-    notes.remarks = _notes.remarks;
-    notes.rawDate = _notes.rawDate;
+    notes.remarks = _remarks;
+    notes.rawDate = _rawDate;
     AddTo(notes, std::move(report));
-    if (notes.dateChangedByRepair) notes.rawDateText = _notes.rawDateText;
+    if (notes.dateChangedByRepair) notes.rawDateText.assign(_rawDateText.data(), _rawDateSize);
     _observer->MessageConverted(_location, success, notes);
   }
   return success;

@@ -1,19 +1,24 @@
 // One message of an mbox file, repaired and parsed, ready to be written into a MAPI message.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <iosfwd>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/asset_bases.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
+#include "platform/time.h"
 #include "sources/mbox_reading.h"
 
 namespace Tessary {
+class MimeMessage2;
 class TsEmail;
-}
+}  // namespace Tessary
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -47,12 +52,17 @@ class MBOXEmailAsset : public EmailAssetBase {
   bool Convert(parvane::mapi::IMessage& message, parvane::mapi::IMAPISession& session);
   // Tells the observer that memory did not suffice for `step`.
   void ReportTooLarge(std::string_view step) const;
+  void NoteDate(const Tessary::MimeMessage2& message);
   void FillMembers();
 
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::MessageLocation _location;
-  parvane::engine::ConversionNotes _notes;  // of what the parse saw
+  std::vector<parvane::engine::Remark> _remarks;  // of what the parse saw
+  // The Date field before repair; here and not in a string, which would go to the heap.
+  parvane::platform::FileTime _rawDate;  // 0: unreadable
+  std::array<char, 100> _rawDateText{};  // as it stands, cut
+  std::size_t _rawDateSize = 0;
 };
 
 }  // namespace QuelmarMIMEEngineCommon

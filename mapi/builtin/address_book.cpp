@@ -5,11 +5,14 @@
 #include "mapi/builtin/property_object.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
+#include "platform/pooled_object.h"
 
 namespace parvane::mapi::builtin {
 namespace {
 
-class AddressBook final : public PropertyObject<IAddrBook> {
+// Made for every message that is converted.
+class AddressBook final : public PropertyObject<IAddrBook>,
+                          public platform::PooledObject<AddressBook> {
  public:
   explicit AddressBook(IUnknown* session) : _session(ComPointer<IUnknown>::Share(session)) {}
 

@@ -12,6 +12,7 @@
 #include "mapi/builtin/transacted.h"
 #include "mapi/com_pointer.h"
 #include "mapi/message.h"
+#include "platform/pooled_object.h"
 
 namespace parvane::mapi::builtin {
 
@@ -30,7 +31,9 @@ struct MessagePlace {
   bool writable = false;
 };
 
-class Message final : public PropertyObject<IMessage>, public StreamHost {
+class Message final : public PropertyObject<IMessage>,
+                      public StreamHost,
+                      public platform::PooledObject<Message> {
  public:
   // A message that is not in the file yet.
   static Message* Create(MessagePlace place);

@@ -118,10 +118,10 @@ platform::Result<const PropertyList*> RecipientList::Row(std::size_t index) cons
   if (index < _rows.size()) return &_rows[index].properties;
   pstfile::PstStore* store = _core->store();
   if (store == nullptr) return Status(StatusCode::kClosed, "the file is closed");
-  Status status =
-      _packedRows.Read(store->database(), _packed[index - _rows.size()].position, _unpacked);
+  Status status = _packed->rows.Read(
+      store->database(), _packed->entries[index - _rows.size()].position, _packed->unpacked);
   if (!status.ok()) return status;
-  return &_unpacked;
+  return &_packed->unpacked;
 }
 
 std::size_t RecipientList::IndexOfId(ULONG id) const {
@@ -141,16 +141,17 @@ std::size_t RecipientList::IndexOfId(ULONG id) const {
 // A message of a few megabytes may have a million of them.
 Status RecipientList::Append(PropertyList properties, bool spill) {
   constexpr std::size_t kFew = 100;
-  if (_packed.empty() && _rows.size() < kFew) {
+  if (!_packed && _rows.size() < kFew) {
     _rows.push_back({_nextId++, std::move(properties)});
     return {};
   }
+  if (!_packed) _packed = std::make_unique<Packed>();
   PackedEntry entry;
-  Status status = spill ? _core->store()->KeepRow(_packedRows, properties, entry.position)
-                        : _packedRows.Add(nullptr, properties, entry.position);
+  Status status = spill ? _core->store()->KeepRow(_packed->rows, properties, entry.position)
+                        : _packed->rows.Add(nullptr, properties, entry.position);
   if (!status.ok()) return status;
   entry.id = _nextId++;
-  _packed.push_back(entry);
+  _packed->entries.push_back(entry);
   return {};
 }
 
@@ -159,10 +160,10 @@ Status RecipientList::Replace(std::size_t index, PropertyList properties) {
     _rows[index].properties = std::move(properties);
     return {};
   }
-  PackedEntry& entry = _packed[index - _rows.size()];
+  PackedEntry& entry = _packed->entries[index - _rows.size()];
   const std::uint64_t old = entry.position;
-  Status status = _core->store()->KeepRow(_packedRows, properties, entry.position);
-  if (status.ok()) _packedRows.Release(_core->store()->database(), old);
+  Status status = _core->store()->KeepRow(_packed->rows, properties, entry.position);
+  if (status.ok()) _packed->rows.Release(_core->store()->database(), old);
   return status;
 }
 
@@ -171,16 +172,16 @@ void RecipientList::Erase(std::size_t index) {
     _rows.erase(_rows.begin() + static_cast<std::ptrdiff_t>(index));
     return;
   }
-  const auto entry = _packed.begin() + static_cast<std::ptrdiff_t>(index - _rows.size());
-  _packedRows.Release(_core->store()->database(), entry->position);
-  _packed.erase(entry);
+  const auto entry = _packed->entries.begin() + static_cast<std::ptrdiff_t>(index - _rows.size());
+  _packed->rows.Release(_core->store()->database(), entry->position);
+  _packed->entries.erase(entry);
 }
 
 void RecipientList::Clear() {
   _rows.clear();
-  if (_packed.empty()) return;
-  _packed.clear();
-  if (_core->store() != nullptr) _packedRows.Clear(_core->store()->database());
+  if (!_packed) return;
+  if (_core->store() != nullptr) _packed->rows.Clear(_core->store()->database());
+  _packed.reset();
 }
 
 HRESULT RecipientList::Modify(ULONG flags, const ADRLIST& mods) {

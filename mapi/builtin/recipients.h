@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <vector>
 
 #include "mapi/builtin/store_core.h"
@@ -29,10 +30,12 @@ class RecipientList final : public pstfile::RowSource {
   platform::Status Load(pstfile::TableReader& table);
 
   // Rows as they are stored, with the columns a provider adds.
-  std::size_t RowCount() const override { return _rows.size() + _packed.size(); }
+  std::size_t RowCount() const override {
+    return _rows.size() + (_packed ? _packed->entries.size() : 0);
+  }
   platform::Result<const pstfile::PropertyList*> Row(std::size_t index) const override;
   ULONG RowId(std::size_t index) const {
-    return index < _rows.size() ? _rows[index].id : _packed[index - _rows.size()].id;
+    return index < _rows.size() ? _rows[index].id : _packed->entries[index - _rows.size()].id;
   }
 
  private:
@@ -44,6 +47,11 @@ class RecipientList final : public pstfile::RowSource {
     ULONG id = 0;
     std::uint64_t position = 0;
   };
+  struct Packed {
+    std::deque<PackedEntry> entries;
+    pstfile::PackedRows rows;
+    pstfile::PropertyList unpacked;  // the row read last
+  };
   static constexpr std::size_t kNone = ~std::size_t{0};
   std::size_t IndexOfId(ULONG id) const;
   platform::Status Append(pstfile::PropertyList properties, bool spill);
@@ -52,10 +60,8 @@ class RecipientList final : public pstfile::RowSource {
   void Clear();
 
   StoreCore* _core;
-  std::vector<Entry> _rows;
-  std::deque<PackedEntry> _packed;  // behind them
-  mutable pstfile::PackedRows _packedRows;
-  mutable pstfile::PropertyList _unpacked;
+  platform::RecycledVector<Entry> _rows;
+  std::unique_ptr<Packed> _packed;  // those behind them; null: none
   ULONG _nextId = 0;
 };
 

@@ -8,6 +8,7 @@
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
 #include "platform/code_page.h"
+#include "platform/pooled_object.h"
 #include "platform/text.h"
 
 namespace parvane::mapi::builtin {
@@ -52,7 +53,7 @@ std::vector<std::byte> ToBytes(std::string_view chars) {
   return {data, data + chars.size()};
 }
 
-class PropertyStream final : public Object<IStream> {
+class PropertyStream final : public Object<IStream>, public platform::PooledObject<PropertyStream> {
  public:
   PropertyStream(StreamHost& host, ULONG tag, Form form, bool writable)
       : _anchor(ComPointer<IUnknown>::Share(host.Anchor())),

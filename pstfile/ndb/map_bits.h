@@ -24,6 +24,24 @@ inline void ClearBit(std::span<std::byte> bits, std::uint64_t i) {
   bits[i / 8] &= ~(std::byte{0x80} >> (i % 8));
 }
 
+// Clears `count` bits from `first` on; how many of them were set.
+inline std::uint64_t ClearBits(std::span<std::byte> bits, std::uint64_t first,
+                               std::uint64_t count) {
+  std::uint64_t cleared = 0;
+  for (const std::uint64_t end = first + count; first < end;) {
+    std::byte& slots = bits[first / 8];
+    if (first % 8 == 0 && end - first >= 8) {
+      cleared += static_cast<unsigned>(std::popcount(static_cast<unsigned char>(slots)));
+      slots = {};
+      first += 8;
+    } else {
+      cleared += TestBit(bits, first) ? 1 : 0;
+      ClearBit(bits, first++);
+    }
+  }
+  return cleared;
+}
+
 inline std::uint64_t CountClear(std::span<const std::byte> bits) {
   std::uint64_t set = 0;
   for (const std::byte b : bits) {

@@ -44,11 +44,9 @@ std::uint64_t NodeDatabase::Impl::ClearFreeBits(std::uint64_t interval, PageByte
   const std::uint64_t end = start + kAMapInterval;
   std::uint64_t cleared = 0;
   const auto clear = [&](std::uint64_t from, std::uint64_t to) {
-    for (std::uint64_t at = from; at < to; at += kBlockAlignment) {
-      const std::uint64_t i = (at - start) / kBlockAlignment;
-      if (TestBit(map, i)) cleared += kBlockAlignment;
-      ClearBit(map, i);
-    }
+    if (from >= to) return;
+    const std::uint64_t slots = (to - from + kBlockAlignment - 1) / kBlockAlignment;
+    cleared += ClearBits(map, (from - start) / kBlockAlignment, slots) * kBlockAlignment;
   };
   for (auto extent = _space.extents().lower_bound(start);
        extent != _space.extents().end() && extent->first < end; ++extent) {
