@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "pstfile/check/integrity_checker.h"
 #include "pstfile/store/unfinished.h"
 
 namespace parvane::cli {
@@ -57,6 +58,7 @@ Status DestinationClaim::Take(const Destination& destination, const ConvertOptio
   _path = GrowsApart() ? PartialPath(destination.file) : destination.file;
   if (destination.existed) {
     if (Status taken = TakeOld(); !taken.ok()) return taken;
+    if (Status sound = CheckSound(); !sound.ok()) return sound;
   }
   if (GrowsApart()) {
     if (Status taken = TakePartial(); !taken.ok()) return taken;
@@ -81,6 +83,17 @@ Status DestinationClaim::TakeOld() {
     _written = *held;
   }
   return {};
+}
+
+// Damage on the way to where mail is added would make it unreadable, or the damage worse.
+Status DestinationClaim::CheckSound() const {
+  if (GrowsApart() || !_lends) return {};
+  const Status sound = pstfile::CheckBeforeAppend(Machine(), _destination.file);
+  if (sound.code() != StatusCode::kCorrupt) return sound;
+  return Refuse(sound.code(), _destination.path,
+                "is damaged (" + sound.message() +
+                    "); nothing is added to it. Have it repaired first, with Outlook's repair "
+                    "tool, or convert into a new PST");
 }
 
 Status DestinationClaim::TakePartial() {

@@ -2,9 +2,8 @@
 // before anything is decided, and still the same file when the result is told.
 //
 //   a new PST, or one that is replaced   grows as "mail.partial.pst" beside "mail.pst" and takes
-//   that
-//                                        name when it is finished; until then a PST of that name
-//                                        stays as it is
+//                                        that name when it is finished; until then a PST of that
+//                                        name stays as it is
 //   a PST that is added to               is written in place
 //
 // Both the file that is written and the one that is to be replaced are held (locked) all the time,
@@ -53,6 +52,7 @@ class DestinationClaim {
 
  private:
   platform::Status TakeOld();
+  platform::Status CheckSound() const;
   platform::Status TakePartial();
   platform::Status JudgeLeftover(bool mayReplace);
   platform::Status CheckUnchanged() const;

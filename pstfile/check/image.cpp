@@ -74,6 +74,7 @@ const PageBytes* Image::Page(std::uint64_t offset) {
   slot.offset = 0;
   if (!Read(offset, slot.page)) return nullptr;
   slot.offset = offset;
+  if (_judge != nullptr) _judge->OnPageRead(offset, slot.page);
   return &slot.page;
 }
 
@@ -117,6 +118,7 @@ std::optional<std::span<const std::byte>> Image::FindEntry(TreeKind kind, std::u
 std::optional<BlockRecord> Image::FindBlock(BlockId bid) {
   if (!bid) return std::nullopt;
   const auto entry = FindEntry(TreeKind::kBlocks, bid.value);
+  if (!entry && _judge != nullptr) _judge->OnMissing(bid);
   if (!entry) return std::nullopt;
   return BlockRecord::Decode(*entry);
 }
@@ -140,6 +142,7 @@ std::optional<BlockSlice> Image::ReadBlock(const BlockRecord& entry) {
   if (slot.bid == entry.bid) return slot.slice;
   const std::size_t size = entry.place.dataSize;
   if (size == 0 || size > kMaximumBlockData) return std::nullopt;
+  if (_judge != nullptr) _judge->OnBlockRead(entry);
   const std::shared_ptr<std::byte[]> bytes(new std::byte[size]);
   const std::span<std::byte> span(bytes.get(), size);
   if (!Read(entry.place.offset.value, span)) return std::nullopt;

@@ -27,6 +27,15 @@ constexpr PageType PageTypeOf(TreeKind kind) {
   return kind == TreeKind::kBlocks ? PageType::kBlockTree : PageType::kNodeTree;
 }
 
+// Is told of everything an Image reads for the first time, or again after forgetting it.
+class ReadJudge {
+ public:
+  virtual ~ReadJudge() = default;
+  virtual void OnPageRead(std::uint64_t offset, const PageBytes& page) = 0;
+  virtual void OnBlockRead(const BlockRecord& entry) = 0;
+  virtual void OnMissing(BlockId bid) = 0;  // asked for and not in the tree
+};
+
 class Image {
  public:
   // kUnsupported and kCorrupt as CheckFile says.
@@ -37,6 +46,8 @@ class Image {
   const FileHeader& header() const { return _header; }
   // Goes on with another header than the one at offset 0.
   void UseHeader(const FileHeader& header) { _header = header; }
+  // For checks that read a part of the file only; null for none.
+  void SetJudge(ReadJudge* judge) { _judge = judge; }
   // The first read error, if any: the file could not be examined to its end.
   const platform::Status& readStatus() const { return _readStatus; }
 
@@ -73,6 +84,7 @@ class Image {
   std::uint64_t _size = 0;
   FileHeader _header;
   platform::Status _readStatus;
+  ReadJudge* _judge = nullptr;
   std::vector<CachedPage> _pages;
   std::vector<CachedBlock> _blocks;
   std::vector<std::byte> _ahead;

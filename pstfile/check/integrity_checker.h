@@ -115,4 +115,12 @@ struct CheckSummary {
 platform::Result<CheckSummary> CheckFile(platform::FileSystem& files, std::u16string_view path,
                                          const CheckOptions& options, FindingSink& sink);
 
+// Whether mail can be added to the file at `path`: looks at what leads there, the store object, the
+// name map, the visible folders with their tables, and in files up to 256 MiB at all B-tree pages
+// and the allocation maps. kCorrupt with the first error found, in the words of a Finding. What an
+// interrupted writer left is accepted, and what the next one sets right by itself: warnings, low
+// counters. Never writes; time is in proportion to the number of messages and folders, not to the
+// bytes of mail, some 400 bytes to be read for each message.
+platform::Status CheckBeforeAppend(platform::FileSystem& files, std::u16string_view path);
+
 }  // namespace parvane::pstfile

@@ -31,6 +31,9 @@
 // held. The first modification locks the file (kLocked when another holds it), marks it as being
 // changed and flushes. Opening costs the header and a few pages.
 //
+// What the header of an opened file tells is checked against what the file holds before anything is
+// added: ids begin above all that are in use, and a file that lost its end is refused (kCorrupt).
+//
 // Failure. After the first failed write or flush every modification fails with that status
 // (status()), and the file keeps what was committed. When the disk has no room for the file to
 // grow, WriteBlock fails with kDiskFull, but what is complete can still be committed: space for
@@ -75,8 +78,8 @@ struct OpenOptions {
   // this does not latch: smaller things may still fit.
   std::uint64_t sizeLimit = std::uint64_t{50} << 30;
   // The first modification of a file up to this size walks its B-trees (a few MB at most), and so
-  // finds all space that is free. Larger files are added to at their end; only space freed by the
-  // session itself is used again.
+  // finds all space that is free and all ids that are. Larger files are added to at their end; only
+  // space freed by the session itself is used again.
   std::uint64_t examinedSize = std::uint64_t{256} << 20;
   std::size_t cachedPages = 4096;  // 512 bytes each, per database
   std::size_t cachedBlocks = 64;   // up to 8 KiB each

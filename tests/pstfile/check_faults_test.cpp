@@ -518,6 +518,35 @@ TEST(CheckFaults, EachIsFoundUnderItsOwnCode) {
   }
 }
 
+// Mail is added to a store whose damage lies elsewhere or is mended by the next writer, and to no
+// other. Codes in neither list depend on where the fault is.
+TEST(CheckFaults, BeforeAnAppendTheWayThereCounts) {
+  static const std::set<std::string_view> kRefused = {
+      "page-crc",     "page-type",    "page-signature",  "page-id",           "page-place",
+      "btree-level",  "btree-format", "btree-order",     "btree-key",         "space-unmarked",
+      "space-on-map", "table-rows",   "table-index",     "space-overlap",     "entry-id",
+      "folder-table", "folder-row",   "folder-unlisted", "folder-unreachable"};
+  static const std::set<std::string_view> kAccepted = {
+      "not-closed",   "amap-last",  "free-count",      "map-content",      "space-leak",
+      "dlist",        "block-crc",  "block-signature", "node-counter",     "row-differs",
+      "message-size", "recipients", "attachment",      "embedded-message", "search-row",
+      "message-row",  "message",    "orphan-block",    "reference-count",  "folder-count"};
+  EXPECT_TRUE(Surgeon(ThePatient().file).CheckBeforeAppend().ok());
+  for (const Fault& fault : kFaults) {
+    SCOPED_TRACE(std::string(fault.code) + ": " + fault.what);
+    Surgeon surgeon(ThePatient().file);
+    fault.inflict(surgeon, ThePatient());
+    if (fault.seal) surgeon.Seal();
+    const platform::Status way = surgeon.CheckBeforeAppend();
+    EXPECT_FALSE(way.ok() && kRefused.contains(fault.code));
+    EXPECT_TRUE(way.ok() || !kAccepted.contains(fault.code)) << way.message();
+  }
+  // A check sum counts where new mail would be listed.
+  Surgeon surgeon(ThePatient().file);
+  surgeon.U8(Data(surgeon, Contents(ThePatient().inner)) + 40) ^= 1;
+  EXPECT_NE(surgeon.CheckBeforeAppend().message().find("dwCRC"), std::string::npos);
+}
+
 // The list of codes is the list of rules: none of them without a fault that it finds.
 TEST(CheckFaults, EveryCodeHasItsFault) {
   std::set<std::string_view> inflicted;

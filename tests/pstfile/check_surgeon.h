@@ -150,6 +150,7 @@ class Surgeon : check::TreeVisitor {
     U32(524, Crc(std::span(file()).subspan(8, 516)));
   }
 
+  platform::Status CheckBeforeAppend() { return pstfile::CheckBeforeAppend(_files, kPath); }
   Findings Check(const CheckOptions& options = {}) {
     Findings outcome;
     const auto result = CheckFile(_files, kPath, options, outcome);
