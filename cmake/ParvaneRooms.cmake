@@ -4,15 +4,17 @@
 # that holds nothing but a link to that room. A target inherits the views of the rooms it links,
 # so including a header from any other room fails to compile.
 
+# Errors only where CMAKE_COMPILE_WARNING_AS_ERROR says so: in the developers' presets and .ci/run. A
+# compiler that is newer than these sources may warn of what nobody has seen yet, and still builds them.
 set(PARVANE_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wcast-align -Wformat=2
-    -Wimplicit-fallthrough -Wmissing-declarations -Werror)
+    -Wimplicit-fallthrough -Wmissing-declarations)
 
 function(parvane_common TARGET)
   target_compile_options(${TARGET} PRIVATE
     $<$<CXX_COMPILER_ID:GNU,Clang>:${PARVANE_WARNINGS}>
     # GCC 12 sees overlapping copies in its own std::string once it optimises (its bug 105651).
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
-    $<$<CXX_COMPILER_ID:MSVC>:/W4 /WX /utf-8>)
+    $<$<CXX_COMPILER_ID:MSVC>:/W4 /utf-8>)
   if(PARVANE_FUZZERS)
     # The fuzzer steers by which branches of the rooms its inputs reach.
     target_compile_options(${TARGET} PRIVATE -fsanitize=fuzzer-no-link)
