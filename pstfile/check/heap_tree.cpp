@@ -1,28 +1,30 @@
 #include "pstfile/check/heap_tree.h"
 
+#include <algorithm>
+
+#include "pstfile/ndb/fields.h"
+
 namespace parvane::pstfile::check {
 
-std::optional<HeapTree> HeapTree::Open(NodeHeap& heap, HeapId header, unsigned keySize,
+std::optional<HeapTree> HeapTree::Open(NodeHeap& heap, HeapId headerId, unsigned keySize,
                                        unsigned valueSize, std::string_view what) {
-  const auto item = heap.Item(header);
-  if (!item || item->bytes.size() != 8 || LoadU8(item->bytes, 0) != 0xB5) {
+  const auto item = heap.Item(headerId);
+  if (!item || item->bytes.size() != kBthHeaderSize ||
+      item->bytes[fields::BthHeader::kType.offset] != kBthType) {
     heap.Fault(codes::kBth,
-               Say("heap item ", Hex{header.value}, " is not the header of its ", what));
+               Say("heap item ", Hex{headerId.value}, " is not the header of its ", what));
     return std::nullopt;
   }
   HeapTree tree(heap);
   tree._what = what;
-  tree._keySize = LoadU8(item->bytes, 1);
-  tree._valueSize = LoadU8(item->bytes, 2);
-  tree._levels = LoadU8(item->bytes, 3);
-  tree._root = HeapId(LoadU32(item->bytes, 4));
-  if (tree._keySize != keySize || tree._valueSize != valueSize) {
-    heap.Fault(codes::kBth, Say(what, " has keys of ", tree._keySize, " and values of ",
-                                tree._valueSize, " bytes, expected ", keySize, " and ", valueSize));
+  const BthHeader& header = tree._header = BthHeader::Load(item->bytes);
+  if (header.keySize != keySize || header.dataSize != valueSize) {
+    heap.Fault(codes::kBth, Say(what, " has keys of ", header.keySize, " and values of ",
+                                header.dataSize, " bytes, expected ", keySize, " and ", valueSize));
     return std::nullopt;
   }
-  if (tree._levels > kMaximumLevels || (tree._root.IsNull() && tree._levels > 0)) {
-    heap.Fault(codes::kBth, Say(what, " cannot have ", tree._levels, " levels"));
+  if (header.levels > kBthMaxLevels || (header.root.IsNull() && header.levels > 0)) {
+    heap.Fault(codes::kBth, Say(what, " cannot have ", header.levels, " levels"));
     return std::nullopt;
   }
   return tree;
@@ -39,7 +41,7 @@ std::optional<HeapBytes> HeapTree::Enter(HeapId id, unsigned level) {
                  Say(_what, " leads to heap item ", Hex{id.value}, ", which does not exist"));
     return std::nullopt;
   }
-  const std::size_t size = _keySize + (level > 0 ? 4 : _valueSize);
+  const std::size_t size = RecordSize(level);
   if (item->bytes.empty() || item->bytes.size() % size != 0) {
     _heap->Fault(codes::kBth, Say(_what, " item ", Hex{id.value}, " of ", item->bytes.size(),
                                   " bytes does not hold whole records of ", size));
@@ -66,11 +68,11 @@ bool HeapTree::JudgeKey(HeapId id, std::uint64_t key, bool isFirst,
 }
 
 std::optional<std::uint64_t> HeapTree::Find(std::uint64_t key) {
-  HeapId id = _root;
-  for (unsigned level = _levels;; --level) {
+  HeapId id = _header.root;
+  for (unsigned level = _header.levels;; --level) {
     const auto item = _heap->Item(id);
     if (!item) return std::nullopt;
-    const std::size_t size = _keySize + (level > 0 ? 4 : _valueSize);
+    const std::size_t size = RecordSize(level);
     std::size_t low = 0;
     std::size_t high = item->bytes.size() / size;
     while (low < high) {  // the last record whose key is not above the one sought
@@ -84,15 +86,12 @@ std::optional<std::uint64_t> HeapTree::Find(std::uint64_t key) {
     if (low == 0) return std::nullopt;
     const std::size_t at = (low - 1) * size;
     if (level > 0) {
-      id = HeapId(LoadU32(item->bytes, at + _keySize));
+      id = HeapId(LoadU32(item->bytes, at + _header.keySize));
       continue;
     }
     if (Key(item->bytes, at) != key) return std::nullopt;
-    std::uint64_t value = 0;
-    for (unsigned i = 0; i < _valueSize && i < 8; ++i) {
-      value |= std::uint64_t{LoadU8(item->bytes, at + _keySize + i)} << (8 * i);
-    }
-    return value;
+    return LoadSized(item->bytes, at + _header.keySize,
+                     std::min<std::size_t>(_header.dataSize, sizeof(std::uint64_t)));
   }
 }
 

@@ -166,7 +166,7 @@ void MessageCheck::CheckRecipients() {
       Error(codes::kRecipients, Say("recipient ", id, " is of type ", *type));
       return;
     }
-    const Column* column = table->ColumnOf(tags::kDisplayName.Id());
+    const TableColumn* column = table->ColumnOf(tags::kDisplayName.Id());
     auto name = column != nullptr ? table->Cell(row, *column) : std::nullopt;
     if (!name) Habit(codes::kRecipients, Say("recipient ", id, " has no display name"));
     std::u16string& list = names[static_cast<std::size_t>(kind)];

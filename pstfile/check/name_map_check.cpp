@@ -7,11 +7,15 @@
 
 #include "pstfile/check/property_check.h"
 #include "pstfile/ndb/crc.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
 namespace {
 
+using fields::NameEntry;
+
+constexpr std::size_t kEntrySize = fields::kSizeOf<NameEntry>;
 constexpr std::uint32_t kUsualBuckets = 251;
 constexpr std::uint16_t kFirstBucket = 0x1000;
 constexpr std::size_t kMaximumEntries = 0x7FFE;
@@ -67,11 +71,11 @@ class NameMapCheck {
     const auto guids = Stream(2, 16 * (kMaximumEntries + 1));
     _guids = guids.size() / 16;
     if (guids.size() % 16 != 0) Fault("its stream of GUIDs ends within one");
-    const auto entries = Stream(3, 8 * kMaximumEntries);
-    if (entries.size() % 8 != 0) Fault("its stream of entries ends within one");
+    const auto entries = Stream(3, kEntrySize * kMaximumEntries);
+    if (entries.size() % kEntrySize != 0) Fault("its stream of entries ends within one");
     _strings = Stream(4, kMaximumStrings);
     _raw.assign(entries.begin(), entries.end());
-    _context.names = static_cast<std::uint32_t>(entries.size() / 8);
+    _context.names = static_cast<std::uint32_t>(entries.size() / kEntrySize);
     return true;
   }
 
@@ -84,14 +88,14 @@ class NameMapCheck {
   }
 
   void CheckEntries() {
-    for (std::size_t i = 0; i + 8 <= _raw.size(); i += 8) {
+    for (std::size_t at = 0; at + kEntrySize <= _raw.size(); at += kEntrySize) {
       Entry entry;
-      entry.index = static_cast<std::uint32_t>(i / 8);
-      entry.hash = LoadU32(_raw, i);
-      entry.guid = LoadU16(_raw, i + 4);
+      entry.index = static_cast<std::uint32_t>(at / kEntrySize);
+      entry.hash = LoadField<std::uint32_t>(_raw, NameEntry::kName, at);
+      entry.guid = LoadField<std::uint16_t>(_raw, NameEntry::kGuid, at);
       entry.sound = true;
-      if (LoadU16(_raw, i + 6) != entry.index) {
-        Fault(Say("entry ", entry.index, " is numbered ", LoadU16(_raw, i + 6)));
+      if (const auto number = LoadField(_raw, NameEntry::kIndex, at); number != entry.index) {
+        Fault(Say("entry ", entry.index, " is numbered ", number));
       }
       const unsigned guid = entry.guid >> 1;
       if (guid >= kFirstStreamGuid && guid - kFirstStreamGuid >= _guids) {
@@ -117,13 +121,13 @@ class NameMapCheck {
     for (const PropertyEntry& property : _pc.entries()) {
       const unsigned bucket = property.tag.Id() - unsigned{kFirstBucket};
       if (property.tag.Id() < kFirstBucket || bucket >= _buckets) continue;
-      const auto records = _pc.Bytes(property.tag, 8 * kMaximumEntries);
+      const auto records = _pc.Bytes(property.tag, kEntrySize * kMaximumEntries);
       if (!records) continue;
-      if (records->size() % 8 != 0) Fault(Say("bucket ", bucket, " ends within a record"));
-      for (std::size_t at = 0; at + 8 <= records->size(); at += 8) {
-        const std::uint32_t hash = LoadU32(*records, at);
-        const std::uint16_t guid = LoadU16(*records, at + 4);
-        const std::uint16_t index = LoadU16(*records, at + 6);
+      if (records->size() % kEntrySize != 0) Fault(Say("bucket ", bucket, " ends within a record"));
+      for (std::size_t at = 0; at + kEntrySize <= records->size(); at += kEntrySize) {
+        const auto hash = LoadField<std::uint32_t>(*records, NameEntry::kName, at);
+        const auto guid = LoadField<std::uint16_t>(*records, NameEntry::kGuid, at);
+        const auto index = LoadField<std::uint16_t>(*records, NameEntry::kIndex, at);
         const bool fits = index < _entries.size() && _entries[index].hash == hash &&
                           _entries[index].guid == guid && (hash ^ guid) % _buckets == bucket &&
                           !seen[index];

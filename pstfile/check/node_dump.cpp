@@ -7,6 +7,7 @@
 #include "pstfile/check/context.h"
 #include "pstfile/check/property_check.h"
 #include "pstfile/check/table_check.h"
+#include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile {
 namespace {
@@ -98,9 +99,9 @@ class Dump {
     auto data = DataView::Open(_context.image, at.data);
     const auto first = data ? data->ReadBlock(0) : std::nullopt;
     if (at.data && !first) Line(depth + 1, "its data cannot be read");
-    const bool heap =
-        first && first->size() >= HeapHeaderSize(0) && first->bytes()[2] == kHeapSignature;
-    const auto client = static_cast<HeapClient>(heap ? first->bytes()[3] : std::byte{0});
+    const auto client = first && BeginsHeap(first->bytes())
+                            ? LoadField<HeapClient>(first->bytes(), fields::HeapHeader::kClient)
+                            : HeapClient{};
     if (client == HeapClient::kPropertyContext) {
       Properties(at, where, depth + 1);
     } else if (client == HeapClient::kTableContext) {
@@ -146,7 +147,7 @@ class Dump {
     Line(depth, Say(table->columns().size(), " columns, ", table->rows(), " rows"));
     table->ForEachRow([&](std::span<const std::byte> row) {
       Line(depth, Say("row ", Hex{Table::RowId(row)}));
-      for (const Column& column : table->columns()) {
+      for (const TableColumn& column : table->columns()) {
         if (!table->Has(row, column)) continue;
         auto cell = table->Cell(row, column);
         Property(column.tag, cell ? Shown(column.tag.Type(), *cell) : "cannot be read", depth + 1);

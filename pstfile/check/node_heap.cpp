@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
@@ -33,17 +34,17 @@ std::optional<NodeHeap> NodeHeap::Open(Context& context, Location location, std:
   heap._usedSubnodes.resize(heap._subnodes.all().size());
 
   const auto first = heap._data.ReadBlock(0);
-  if (!first || first->size() < HeapHeaderSize(0) || first->bytes()[2] != kHeapSignature) {
+  if (!first || !BeginsHeap(first->bytes())) {
     heap.Fault(codes::kHeap, "its data is no heap");
     return std::nullopt;
   }
-  const auto kind = static_cast<HeapClient>(LoadU8(first->bytes(), 3));
+  const auto kind = LoadField<HeapClient>(first->bytes(), fields::HeapHeader::kClient);
   if (client && kind != *client) {
     heap.Fault(codes::kHeap, Say("its heap is of kind ", Hex{static_cast<std::uint8_t>(kind)},
                                  ", expected ", Hex{static_cast<std::uint8_t>(*client)}));
     return std::nullopt;
   }
-  heap._root = HeapId(LoadU32(first->bytes(), 4));
+  heap._root = HeapId(LoadField<std::uint32_t>(first->bytes(), fields::HeapHeader::kUserRoot));
   heap.JudgePages();
   return heap;
 }
@@ -72,14 +73,15 @@ void NodeHeap::JudgePages() {
 
 std::uint32_t NodeHeap::JudgePage(std::uint32_t number, std::span<const std::byte> page) {
   const std::size_t header = HeapHeaderSize(number);
-  const std::size_t map = page.size() >= 2 ? LoadU16(page, 0) : 0;
-  if (map < header || map + 6 > page.size()) {
+  const Field& mapField = fields::HeapHeader::kMap;
+  const std::size_t map = page.size() >= mapField.size ? LoadField(page, mapField) : 0;
+  if (map < header || map + HeapMapSize(0) > page.size()) {
     Fault(codes::kHeapMap,
           Say("heap page ", number, " of ", page.size(), " bytes: its map cannot be at ", map));
     return 0;
   }
-  const std::uint32_t items = LoadU16(page, map);
-  const std::size_t end = map + 4 + 2 * (std::size_t{items} + 1);
+  const auto items = LoadField<std::uint32_t>(page, fields::HeapPageMap::kCount, map);
+  const std::size_t end = map + HeapMapSize(items);
   if (items > kMaxHeapItemsPerPage || end > page.size()) {
     Fault(codes::kHeapMap, Say("heap page ", number, ": a map of ", items, " items does not fit"));
     return 0;
@@ -98,14 +100,14 @@ std::uint32_t NodeHeap::JudgePage(std::uint32_t number, std::span<const std::byt
 
 void NodeHeap::JudgeItems(std::uint32_t number, std::span<const std::byte> page, std::size_t map,
                           std::uint32_t items) {
-  std::size_t last = LoadU16(page, map + 4);
+  std::size_t last = HeapItemStart(page, map, 0);
   if (last != HeapHeaderSize(number)) {
     Fault(codes::kHeapMap, Say("heap page ", number, ": its first item is at ", last,
                                ", its header ends at ", HeapHeaderSize(number)));
   }
   std::uint32_t empty = 0;
   for (std::uint32_t i = 1; i <= items; ++i) {
-    const std::size_t next = LoadU16(page, map + 4 + 2 * std::size_t{i});
+    const std::size_t next = HeapItemStart(page, map, i);
     if (next < last || next > map) {
       Fault(codes::kHeapMap,
             Say("heap page ", number, ": item ", i, " runs from ", last, " to ", next));
@@ -120,18 +122,17 @@ void NodeHeap::JudgeItems(std::uint32_t number, std::span<const std::byte> page,
     Habit(codes::kHeapMap,
           Say("heap page ", number, ": ", map - last, " bytes between the items and their map"));
   }
-  if (LoadU16(page, map + 2) != empty) {
-    Habit(codes::kHeapFreeCount, Say("heap page ", number, ": cFree is ", LoadU16(page, map + 2),
-                                     ", ", empty, " items are empty"));
+  if (const auto told = LoadField(page, fields::HeapPageMap::kFree, map); told != empty) {
+    Habit(codes::kHeapFreeCount,
+          Say("heap page ", number, ": cFree is ", told, ", ", empty, " items are empty"));
   }
 }
 
 void NodeHeap::JudgeFillLevel(std::uint32_t number, std::span<const std::byte> page,
                               std::size_t end) {
   if (HoldsFillLevels(number)) {
-    const std::size_t at = number == 0 ? 8 : 2;
     _fillLevels.clear();
-    for (std::size_t i = at; i < HeapHeaderSize(number); ++i) {
+    for (std::size_t i = FillLevelOffset(number); i < HeapHeaderSize(number); ++i) {
       _fillLevels.push_back(LoadU8(page, i) & 15);
       _fillLevels.push_back(LoadU8(page, i) >> 4);
     }
@@ -165,10 +166,9 @@ std::optional<HeapBytes> NodeHeap::Item(HeapId id) {
   if (!page) return std::nullopt;
   const auto bytes = page->bytes();
   // The map was found to fit when the heap was opened.
-  const std::size_t map = LoadU16(bytes, 0);
-  const std::size_t entry = map + 4 + 2 * (std::size_t{id.Item()} - 1);
-  const std::size_t start = LoadU16(bytes, entry);
-  const std::size_t end = LoadU16(bytes, entry + 2);
+  const std::size_t map = LoadField(bytes, fields::HeapHeader::kMap);
+  const std::size_t start = HeapItemStart(bytes, map, id.Item() - 1);
+  const std::size_t end = HeapItemStart(bytes, map, id.Item());
   if (start > end || end > map) return std::nullopt;
   _usedItems[*slot] = true;
   return HeapBytes{*page, bytes.subspan(start, end - start)};

@@ -5,11 +5,14 @@
 
 #include "pstfile/check/heap_tree.h"
 #include "pstfile/check/table_check.h"
-#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile::check {
 namespace {
 
+using Record = fields::PropertyRecord;
+
+constexpr std::size_t kValueSize = fields::kSizeOf<Record> - Record::kId.size;
 constexpr std::uint16_t kFirstNamedId = 0x8000;
 
 }  // namespace
@@ -19,12 +22,13 @@ std::optional<PropertyContext> PropertyContext::Open(Context& context, Location 
   auto heap = NodeHeap::Open(context, location, std::move(where), HeapClient::kPropertyContext);
   if (!heap) return std::nullopt;
   PropertyContext pc(std::move(*heap));
-  auto tree = HeapTree::Open(pc._heap, pc._heap.root(), 2, 6, "list of properties");
+  auto tree =
+      HeapTree::Open(pc._heap, pc._heap.root(), Record::kId.size, kValueSize, "list of properties");
   if (!tree) return std::nullopt;
-  tree->Walk([&](std::uint64_t key, std::span<const std::byte> value) {
+  tree->Walk([&](std::uint64_t key, std::span<const std::byte> record) {
     pc._entries.push_back(
-        {PropTag(static_cast<std::uint16_t>(key), static_cast<PropType>(LoadU16(value, 0))),
-         LoadU32(value, 2)});
+        {PropTag(static_cast<std::uint16_t>(key), LoadField<PropType>(record, Record::kType)),
+         LoadField<std::uint32_t>(record, Record::kValue)});
   });
   for (PropertyEntry& entry : pc._entries) pc.Judge(entry);
   return pc;

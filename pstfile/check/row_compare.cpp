@@ -1,6 +1,10 @@
 #include "pstfile/check/row_compare.h"
 
+#include <algorithm>
 #include <optional>
+#include <span>
+
+#include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile::check {
 namespace {
@@ -12,14 +16,19 @@ std::string Shown(Value& value, PropType type) {
   return Say(value.size(), " bytes");
 }
 
-// A conversation id is part of the conversation index: bytes 6 to 21.
+// The part of a conversation index that is the conversation's id, behind its mark and its time.
+constexpr Field kConversation{"guid", 6, 16};
+
 bool IsConversationId(Value& cell, PropertyContext& object) {
   const auto index = object.Bytes(tags::kConversationIndex);
-  if (!index || index->size() < 22) return true;  // made up by whoever wrote the row
-  return cell.Bytes(16) == std::vector<std::byte>(index->begin() + 6, index->begin() + 22);
+  if (!index || index->size() < kConversation.offset + kConversation.size) {
+    return true;  // made up by whoever wrote the row
+  }
+  const auto id = std::span(*index).subspan(kConversation.offset, kConversation.size);
+  return std::ranges::equal(cell.Bytes(kConversation.size), id);
 }
 
-void JudgeExtraCell(Table& table, const Column& column, Value& cell, PropertyContext& object,
+void JudgeExtraCell(Table& table, const TableColumn& column, Value& cell, PropertyContext& object,
                     const std::string& what) {
   Reporter& reporter = table.heap().context().reporter;
   if (column.tag == tags::kMessageStatus) return;
@@ -40,7 +49,7 @@ void JudgeExtraCell(Table& table, const Column& column, Value& cell, PropertyCon
 void CompareRow(Table& table, std::span<const std::byte> row, PropertyContext& object,
                 const std::string& what) {
   Reporter& reporter = table.heap().context().reporter;
-  for (const Column& column : table.columns()) {
+  for (const TableColumn& column : table.columns()) {
     if (column.tag == tags::kLtpRowId || column.tag == tags::kLtpRowVersion) continue;
     const PropertyEntry* entry = object.Find(column.tag.Id());
     if (entry != nullptr && entry->tag != column.tag) continue;  // of another type

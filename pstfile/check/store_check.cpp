@@ -6,13 +6,14 @@
 
 #include "pstfile/check/property_check.h"
 #include "pstfile/check/table_check.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
 namespace {
 
 constexpr PropTag kReceiveFolderNode{0x66050003};
-constexpr std::size_t kEntryIdSize = 24;
+constexpr std::size_t kEntryIdSize = fields::kSizeOf<fields::EntryId>;
 
 void CheckEntryId(Context& context, PropertyContext& store, PropTag tag) {
   const auto id = store.Bytes(tag, 256);
@@ -24,12 +25,14 @@ void CheckEntryId(Context& context, PropertyContext& store, PropTag tag) {
     fault(Say("an entry id of ", id->size(), " bytes, expected ", kEntryIdSize));
     return;
   }
-  if (LoadU32(*id, 0) != 0) fault(Say("its flags are ", Hex{LoadU32(*id, 0)}, ", expected 0"));
-  if (context.recordKey &&
-      !std::equal(context.recordKey->begin(), context.recordKey->end(), id->begin() + 4)) {
+  if (const auto flags = LoadField(*id, fields::EntryId::kFlags); flags != 0) {
+    fault(Say("its flags are ", Hex{flags}, ", expected 0"));
+  }
+  if (context.recordKey && !std::equal(context.recordKey->begin(), context.recordKey->end(),
+                                       id->begin() + fields::EntryId::kStore.offset)) {
     fault("it names another store: its key is not the record key");
   }
-  const NodeId nid(LoadU32(*id, 20));
+  const NodeId nid(LoadField<std::uint32_t>(*id, fields::EntryId::kNode));
   if ((nid.Kind() != NodeKind::kFolder && nid.Kind() != NodeKind::kSearchFolder) ||
       !context.image.FindNode(nid)) {
     fault(Say("it names node ", nid, ", which is no folder of this store"));
@@ -65,7 +68,7 @@ void CheckSearchList(Context& context, const NodeRecord& node) {
   if (unit != 4) return;
   std::array<std::byte, 4> record{};
   for (std::uint64_t at = 0; at < data->size() && data->ReadAt(at, record) == 4; at += 4) {
-    const NodeId nid(LoadU32(record, 0));
+    const NodeId nid(LoadU32(record));
     if (!context.image.FindNode(nid) && !context.image.FindNode(nid.Sibling(NodeKind::kFolder)) &&
         !context.image.FindNode(nid.Sibling(NodeKind::kSearchFolder))) {
       fault(Say("lists ", nid, ", which is no folder"));
@@ -154,7 +157,7 @@ void CheckOtherNode(Context& context, const NodeRecord& node) {
   } else if (!BelongsToAnother(node.nid) && node.nid.Kind() != NodeKind::kValue) {
     auto data = DataView::Open(context.image, node.data);
     const auto first = data ? data->ReadBlock(0) : std::nullopt;
-    if (first && first->size() >= HeapHeaderSize(0) && first->bytes()[2] == kHeapSignature) {
+    if (first && BeginsHeap(first->bytes())) {
       NodeHeap::Open(context, {node.data, node.sub}, where, std::nullopt);
     }
   }

@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "pstfile/ltp/table_layout.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
-namespace {
-
-constexpr std::size_t kDescriptionSize = 22;  // TCINFO before its columns
-constexpr std::size_t kColumnSize = 8;        // TCOLDESC
-
-std::size_t CellWidth(PropType type) { return IsScalar(type) ? FixedSize(type) : 4; }
-
-}  // namespace
+using Info = fields::TableInfo;
 
 std::unique_ptr<Table> Table::Open(Context& context, Location location, std::string where) {
   auto heap = NodeHeap::Open(context, location, std::move(where), HeapClient::kTableContext);
@@ -28,30 +22,26 @@ std::unique_ptr<Table> Table::Open(Context& context, Location location, std::str
 
 bool Table::ReadDescription() {
   const auto item = _heap.Item(_heap.root());
-  if (!item || item->bytes.size() < kDescriptionSize || LoadU8(item->bytes, 0) != 0x7C) {
+  if (!item || item->bytes.size() < kTcInfoSize || item->bytes[Info::kType.offset] != kTcType) {
     Fault(codes::kTable, Say("heap item ", Hex{_heap.root().value}, " does not describe a table"));
     return false;
   }
   const auto bytes = item->bytes;
-  const std::size_t count = LoadU8(bytes, 1);
-  if (bytes.size() != kDescriptionSize + count * kColumnSize) {
+  const std::size_t count = LoadField(bytes, Info::kColumns);
+  if (bytes.size() != kTcInfoSize + count * kTcColumnSize) {
     Fault(codes::kTable, Say("a description of ", bytes.size(), " bytes for ", count, " columns"));
     return false;
   }
-  for (std::size_t i = 0; i < 4; ++i) _ends[i] = LoadU16(bytes, 2 + 2 * i);
-  _indexHeader = HeapId(LoadU32(bytes, 10));
-  _matrixId = LoadU32(bytes, 14);
-  if (LoadU32(bytes, 18) != 0) {
-    Fault(codes::kTable, Say("hidIndex is ", Hex{LoadU32(bytes, 18)}, ", expected 0"));
+  for (std::size_t i = 0; i < 4; ++i) _ends[i] = LoadU16(bytes, Info::kEnds.offset + 2 * i);
+  _indexHeader = TableLayout::RowIndexOf(bytes);
+  _matrixId = TableLayout::RowsOf(bytes).value;
+  if (const std::uint64_t index = LoadField(bytes, Info::kIndex); index != 0) {
+    Fault(codes::kTable, Say("hidIndex is ", Hex{index}, ", expected 0"));
   }
-  for (std::size_t i = 0; i < count; ++i) {
-    const std::size_t at = kDescriptionSize + i * kColumnSize;
-    _columns.push_back({PropTag(LoadU16(bytes, at + 2), static_cast<PropType>(LoadU16(bytes, at))),
-                        LoadU16(bytes, at + 4), LoadU8(bytes, at + 6), LoadU8(bytes, at + 7)});
-  }
+  for (std::size_t i = 0; i < count; ++i) _columns.push_back(LoadColumn(bytes, i));
   const std::size_t bitmap = (count + 7) / 8;
   if (!(_ends[0] <= _ends[1] && _ends[1] <= _ends[2]) || _ends[3] != _ends[2] + bitmap ||
-      _ends[2] < 8) {
+      _ends[2] < fields::kSizeOf<fields::TableRow>) {
     Fault(codes::kTable,
           Say("the cell groups of its rows end at ", _ends[0], ", ", _ends[1], ", ", _ends[2],
               " and ", _ends[3], ", which does not fit ", count, " columns"));
@@ -66,12 +56,14 @@ void Table::JudgeColumns() {
   bool hasId = false;
   bool hasVersion = false;
   for (std::size_t i = 0; i < _columns.size(); ++i) {
-    const Column& c = _columns[i];
+    const TableColumn& c = _columns[i];
     const auto fault = [&](const std::string& what) {
       Fault(codes::kTable, Say("column ", ToString(c.tag), ": ", what));
     };
-    hasId = hasId || (c.tag == tags::kLtpRowId && c.offset == 0 && c.bit == 0);
-    hasVersion = hasVersion || (c.tag == tags::kLtpRowVersion && c.offset == 4 && c.bit == 1);
+    hasId = hasId ||
+            (c.tag == tags::kLtpRowId && c.offset == fields::TableRow::kId.offset && c.bit == 0);
+    hasVersion = hasVersion || (c.tag == tags::kLtpRowVersion &&
+                                c.offset == fields::TableRow::kVersion.offset && c.bit == 1);
     if (!IsKnownType(c.tag.Type())) fault("its type is unknown");
     if (i > 0 && c.tag <= _columns[i - 1].tag) fault("not in the order of tags");
     if (c.width != CellWidth(c.tag.Type())) {
@@ -165,13 +157,13 @@ std::optional<RowBytes> Table::Row(std::uint32_t number) {
 }
 
 void Table::JudgeIndex() {
-  _index = HeapTree::Open(_heap, _indexHeader, 4, 4, "row index");
+  _index = HeapTree::Open(_heap, _indexHeader, kRowIndexKeySize, kRowIndexDataSize, "row index");
   if (!_index) return;
   std::vector<bool> seen(_rows);
   std::uint64_t entries = 0;
-  _index->Walk([&](std::uint64_t key, std::span<const std::byte> value) {
+  _index->Walk([&](std::uint64_t key, std::span<const std::byte> record) {
     ++entries;
-    const std::uint32_t number = LoadU32(value, 0);
+    const auto number = LoadField<std::uint32_t>(record, fields::RowIndexRecord::kNumber);
     if (number >= _rows) {
       Fault(codes::kTableIndex, Say("row id ", Hex{key}, " leads to row ", number, " of ", _rows));
       return;
@@ -191,19 +183,19 @@ void Table::JudgeIndex() {
 
 bool Table::HasRow(std::uint32_t rowId) { return _index && _index->Find(rowId).has_value(); }
 
-bool Table::Has(std::span<const std::byte> row, const Column& column) const {
+bool Table::Has(std::span<const std::byte> row, const TableColumn& column) const {
   const std::size_t at = _ends[2] + column.bit / 8U;
   return at < row.size() && (LoadU8(row, at) & (0x80U >> (column.bit % 8))) != 0;
 }
 
-const Column* Table::ColumnOf(std::uint16_t id) const {
-  for (const Column& column : _columns) {
+const TableColumn* Table::ColumnOf(std::uint16_t id) const {
+  for (const TableColumn& column : _columns) {
     if (column.tag.Id() == id) return &column;
   }
   return nullptr;
 }
 
-std::optional<Value> Table::CellAt(std::span<const std::byte> row, const Column& column,
+std::optional<Value> Table::CellAt(std::span<const std::byte> row, const TableColumn& column,
                                    std::string& reason) {
   const PropType type = column.tag.Type();
   if (std::size_t{column.offset} + column.width > row.size() || column.width != CellWidth(type)) {
@@ -214,13 +206,13 @@ std::optional<Value> Table::CellAt(std::span<const std::byte> row, const Column&
   return Value::Of(_heap, type, LoadU32(row, column.offset), reason);
 }
 
-std::optional<Value> Table::Cell(std::span<const std::byte> row, const Column& column) {
+std::optional<Value> Table::Cell(std::span<const std::byte> row, const TableColumn& column) {
   std::string reason;
   return Has(row, column) ? CellAt(row, column, reason) : std::nullopt;
 }
 
 std::optional<std::uint64_t> Table::Number(std::span<const std::byte> row, PropTag tag) {
-  const Column* column = ColumnOf(tag.Id());
+  const TableColumn* column = ColumnOf(tag.Id());
   if (column == nullptr || column->tag != tag) return std::nullopt;
   auto value = Cell(row, *column);
   if (!value) return std::nullopt;
@@ -228,11 +220,11 @@ std::optional<std::uint64_t> Table::Number(std::span<const std::byte> row, PropT
 }
 
 void Table::JudgeRow(std::uint32_t number, std::span<const std::byte> row) {
-  const auto fault = [&](const Column& c, const std::string& what) {
+  const auto fault = [&](const TableColumn& c, const std::string& what) {
     Fault(codes::kTableCell,
           Say("row ", number, " (", Hex{RowId(row)}, "), column ", ToString(c.tag), ": ", what));
   };
-  for (const Column& column : _columns) {
+  for (const TableColumn& column : _columns) {
     if (!Has(row, column)) {
       if (column.tag == tags::kLtpRowId || column.tag == tags::kLtpRowVersion) {
         fault(column, "absent, which this cell must not be");

@@ -13,15 +13,10 @@
 #include "pstfile/check/node_heap.h"
 #include "pstfile/check/value.h"
 #include "pstfile/ltp/property_tag.h"
+#include "pstfile/ltp/table_reader.h"
+#include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile::check {
-
-struct Column {
-  PropTag tag;
-  std::uint16_t offset = 0;
-  std::uint8_t width = 0;
-  std::uint8_t bit = 0;
-};
 
 // A row's bytes, alive as long as this is.
 struct RowBytes {
@@ -37,7 +32,7 @@ class Table {
 
   NodeHeap& heap() { return _heap; }
   const std::string& where() const { return _heap.where(); }
-  std::span<const Column> columns() const { return _columns; }
+  std::span<const TableColumn> columns() const { return _columns; }
   std::uint32_t rows() const { return _rows; }
   // Whether the row index knows this row.
   bool HasRow(std::uint32_t rowId);
@@ -53,11 +48,13 @@ class Table {
     }
   }
 
-  static std::uint32_t RowId(std::span<const std::byte> row) { return LoadU32(row, 0); }
-  bool Has(std::span<const std::byte> row, const Column& column) const;
-  const Column* ColumnOf(std::uint16_t id) const;
+  static std::uint32_t RowId(std::span<const std::byte> row) {
+    return LoadField<std::uint32_t>(row, fields::TableRow::kId);
+  }
+  bool Has(std::span<const std::byte> row, const TableColumn& column) const;
+  const TableColumn* ColumnOf(std::uint16_t id) const;
   // The cell's value; none when it is absent, or not where the row says.
-  std::optional<Value> Cell(std::span<const std::byte> row, const Column& column);
+  std::optional<Value> Cell(std::span<const std::byte> row, const TableColumn& column);
   // A number; none when the table has no such column or the row no such cell.
   std::optional<std::uint64_t> Number(std::span<const std::byte> row, PropTag tag);
 
@@ -75,12 +72,12 @@ class Table {
   void JudgeIndex();
   void JudgeRow(std::uint32_t number, std::span<const std::byte> row);
   std::optional<RowBytes> Row(std::uint32_t number);
-  std::optional<Value> CellAt(std::span<const std::byte> row, const Column& column,
+  std::optional<Value> CellAt(std::span<const std::byte> row, const TableColumn& column,
                               std::string& reason);
   void Fault(codes::Code code, const std::string& what) const { _heap.Fault(code, what); }
 
   NodeHeap _heap;
-  std::vector<Column> _columns;
+  std::vector<TableColumn> _columns;
   std::uint16_t _ends[4] = {};  // rgib: of the 8- and 4-byte cells, 2-byte, 1-byte cells, the row
   HeapId _indexHeader;
   std::uint32_t _matrixId = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "pstfile/ltp/bth.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile::check {
@@ -42,12 +43,12 @@ bool IsInPlace(PropType type) {
 
 std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
                                std::string& reason) {
-  if (IsInPlace(type)) {
-    std::array<std::byte, 4> bytes;
-    StoreU32(bytes, 0, raw);
-    return OfScalar(std::span(bytes).first(FixedSize(type)));
-  }
   Value value;
+  if (IsInPlace(type)) {
+    value._size = FixedSize(type);
+    StoreSized(value._scalar, 0, FixedSize(type), raw);
+    return value;
+  }
   if (type == PropType::kNull) return value;
   const std::size_t exact = type == PropType::kObject ? 8 : FixedSize(type);
   if (raw == 0) {
@@ -116,7 +117,7 @@ std::size_t Value::ReadAt(std::uint64_t offset, std::span<std::byte> out) {
 std::uint64_t Value::Number() {
   std::array<std::byte, 8> bytes{};
   ReadAt(0, std::span(bytes).first(static_cast<std::size_t>(std::min<std::uint64_t>(_size, 8))));
-  return LoadU64(bytes, 0);
+  return LoadU64(bytes);
 }
 
 std::vector<std::byte> Value::Bytes(std::size_t limit) {
@@ -159,7 +160,7 @@ std::string Value::FaultAsMultiValue(PropType type) {
   if (_size == 0) return {};
   std::array<std::byte, 4> word{};
   if (ReadAt(0, word) != 4) return Say("a multi-value of ", _size, " bytes");
-  const std::uint64_t count = LoadU32(word, 0);
+  const std::uint64_t count = LoadU32(word);
   const std::uint64_t table = 4 + 4 * count;
   if (table > _size) return Say(count, " values do not fit in ", _size, " bytes");
   std::uint64_t last = table;

@@ -32,24 +32,19 @@ std::optional<std::size_t> LastNotAbove(std::span<const std::byte> records, std:
 
 }  // namespace
 
-std::uint64_t LoadSized(std::span<const std::byte> bytes, std::size_t offset, std::size_t size) {
-  std::uint64_t value = 0;
-  for (std::size_t i = 0; i < size; ++i) {
-    value |= std::to_integer<std::uint64_t>(bytes[offset + i]) << (8 * i);
-  }
-  return value;
+BthHeader BthHeader::Load(std::span<const std::byte> item) {
+  return {LoadField<std::uint8_t>(item, Fields::kKeySize),
+          LoadField<std::uint8_t>(item, Fields::kDataSize),
+          LoadField<std::uint8_t>(item, Fields::kLevels),
+          HeapId(LoadField<std::uint32_t>(item, Fields::kRoot))};
 }
 
 Result<BthHeader> BthHeader::Decode(std::span<const std::byte> item) {
   if (item.size() < kBthHeaderSize) {
     return Corrupt("header of " + std::to_string(item.size()) + " bytes");
   }
-  if (item[0] != kBthType) return Corrupt("bType is not B5");
-  BthHeader header;
-  header.keySize = static_cast<std::uint8_t>(LoadField(item, Fields::kKeySize));
-  header.dataSize = static_cast<std::uint8_t>(LoadField(item, Fields::kDataSize));
-  header.levels = static_cast<std::uint8_t>(LoadField(item, Fields::kLevels));
-  header.root = HeapId(static_cast<std::uint32_t>(LoadField(item, Fields::kRoot)));
+  if (item[Fields::kType.offset] != kBthType) return Corrupt("bType is not B5");
+  const BthHeader header = Load(item);
   if (header.levels > kBthMaxLevels) {
     return Corrupt("bIdxLevels is " + std::to_string(header.levels));
   }
@@ -57,7 +52,7 @@ Result<BthHeader> BthHeader::Decode(std::span<const std::byte> item) {
 }
 
 void BthHeader::Encode(std::span<std::byte> item) const {
-  item[0] = kBthType;
+  item[Fields::kType.offset] = kBthType;
   StoreField(item, Fields::kKeySize, keySize);
   StoreField(item, Fields::kDataSize, dataSize);
   StoreField(item, Fields::kLevels, levels);

@@ -30,6 +30,8 @@ struct BthHeader {
   HeapId root;
 
   static platform::Result<BthHeader> Decode(std::span<const std::byte> item);
+  // The 8 bytes as they are stored, whatever they say.
+  static BthHeader Load(std::span<const std::byte> item);
   void Encode(std::span<std::byte> item) const;  // 8 bytes
   std::size_t LeafRecord() const { return std::size_t{keySize} + dataSize; }
   std::size_t IndexRecord() const { return std::size_t{keySize} + 4; }
@@ -57,7 +59,14 @@ class BthReader {
 };
 
 // Up to 8 bytes as a number.
-std::uint64_t LoadSized(std::span<const std::byte> bytes, std::size_t offset, std::size_t size);
+inline std::uint64_t LoadSized(std::span<const std::byte> bytes, std::size_t offset,
+                               std::size_t size) {
+  std::uint64_t value = 0;
+  for (std::size_t i = 0; i < size; ++i) {
+    value |= std::to_integer<std::uint64_t>(bytes[offset + i]) << (8 * i);
+  }
+  return value;
+}
 inline void StoreSized(std::span<std::byte> bytes, std::size_t offset, std::size_t size,
                        std::uint64_t value) {
   for (std::size_t i = 0; i < size; ++i) {

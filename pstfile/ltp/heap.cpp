@@ -1,12 +1,13 @@
 #include "pstfile/ltp/heap.h"
 
-#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile {
 
 using platform::Result;
 using platform::Status;
 using platform::StatusCode;
+using Header = fields::HeapHeader;
 
 namespace {
 
@@ -32,12 +33,13 @@ Result<Heap> Heap::Open(const NodeDatabase& database, BlockId data, BlockId subn
     return Status(StatusCode::kCorrupt,
                   "HNHDR in a block of " + std::to_string(bytes.size()) + " bytes");
   }
-  if (bytes[2] != kHeapSignature || LoadU8(bytes, 3) != static_cast<std::uint8_t>(client)) {
-    return Status(StatusCode::kCorrupt, "HNHDR: bSig " + ToHex(LoadU8(bytes, 2)) + ", bClientSig " +
-                                            ToHex(LoadU8(bytes, 3)) + ", expected 0xEC, " +
-                                            ToHex(static_cast<std::uint8_t>(client)));
+  if (!BeginsHeap(bytes) || LoadField<HeapClient>(bytes, Header::kClient) != client) {
+    return Status(StatusCode::kCorrupt,
+                  "HNHDR: bSig " + ToHex(LoadField(bytes, Header::kSignature)) + ", bClientSig " +
+                      ToHex(LoadField(bytes, Header::kClient)) + ", expected 0xEC, " +
+                      ToHex(static_cast<std::uint8_t>(client)));
   }
-  heap._userRoot = HeapId(LoadU32(bytes, 4));
+  heap._userRoot = HeapId(LoadField<std::uint32_t>(bytes, Header::kUserRoot));
   return heap;
 }
 
@@ -61,16 +63,17 @@ Result<HeapItem> Heap::Item(HeapId id) const {
   auto page = Page(id.Page());
   if (!page.ok()) return page.status();
   const auto bytes = page->bytes();
-  if (bytes.size() < 2) return Corrupt(id, "page too short");
-  const std::size_t map = LoadU16(bytes, 0);
-  if (map + 4 > bytes.size()) return Corrupt(id, "ibHnpm outside the page");
-  const std::size_t count = LoadU16(bytes, map);
+  if (bytes.size() < Header::kMap.size) return Corrupt(id, "page too short");
+  const std::size_t map = LoadField(bytes, Header::kMap);
+  if (map + fields::kSizeOf < fields::HeapPageMap >> bytes.size())
+    return Corrupt(id, "ibHnpm outside the page");
+  const std::size_t count = LoadField(bytes, fields::HeapPageMap::kCount, map);
   const std::size_t item = id.Item();
-  if (item > count || map + 4 + 2 * (count + 1) > bytes.size()) {
+  if (item > count || map + HeapMapSize(count) > bytes.size()) {
     return Corrupt(id, "cAlloc is " + std::to_string(count));
   }
-  const std::size_t start = LoadU16(bytes, map + 4 + 2 * (item - 1));
-  const std::size_t end = LoadU16(bytes, map + 4 + 2 * item);
+  const std::size_t start = HeapItemStart(bytes, map, item - 1);
+  const std::size_t end = HeapItemStart(bytes, map, item);
   if (start > end || end > map) return Corrupt(id, "outside its page");
   return HeapItem{std::move(*page), bytes.subspan(start, end - start)};
 }

@@ -23,11 +23,6 @@ Status BadPage(std::uint32_t number, const std::string& what) {
   return {StatusCode::kCorrupt, "heap page " + std::to_string(number) + ": " + what};
 }
 
-std::size_t FillLevelOffset(std::uint32_t page) {
-  return (page == 0 ? fields::HeapHeader::kFillLevels : fields::HeapBitmapHeader::kFillLevels)
-      .offset;
-}
-
 }  // namespace
 
 std::uint8_t FillLevelOf(std::size_t freeBytes) {
@@ -46,28 +41,28 @@ HeapPage::HeapPage(std::uint32_t number)
   const std::size_t header = HeapHeaderSize(number);
   std::memset(_bytes.get(), 0, header);
   _starts.push_back(static_cast<std::uint16_t>(header));
-  if (number == 0) _bytes[2] = kHeapSignature;
+  if (number == 0) _bytes[fields::HeapHeader::kSignature.offset] = kHeapSignature;
 }
 
 Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byte> block) {
   const std::size_t header = HeapHeaderSize(number);
-  if (block.size() < header + 6 || block.size() > kHeapPageSize) {
+  if (block.size() < header + HeapMapSize(0) || block.size() > kHeapPageSize) {
     return BadPage(number, "block of " + std::to_string(block.size()) + " bytes");
   }
-  if (number == 0 && block[2] != kHeapSignature) return BadPage(number, "bSig is not EC");
+  if (number == 0 && !BeginsHeap(block)) return BadPage(number, "bSig is not EC");
   const std::size_t map = LoadField(block, fields::HeapHeader::kMap);
-  if (map < header || map + 6 > block.size()) {
+  if (map < header || map + HeapMapSize(0) > block.size()) {
     return BadPage(number, "ibHnpm " + std::to_string(map) + " outside the page");
   }
   const std::size_t count = LoadField(block, fields::HeapPageMap::kCount, map);
-  if (count > kMaxHeapItemsPerPage || map + 4 + 2 * (count + 1) > block.size()) {
+  if (count > kMaxHeapItemsPerPage || map + HeapMapSize(count) > block.size()) {
     return BadPage(number, "cAlloc " + std::to_string(count) + " does not fit");
   }
   HeapPage page(number);
   page._starts.resize(count + 1);
   std::size_t last = header;
   for (std::size_t i = 0; i <= count; ++i) {
-    const std::size_t start = LoadU16(block, map + 4 + 2 * i);
+    const std::size_t start = HeapItemStart(block, map, i);
     if (start < last || start > map) {
       return BadPage(number, "item " + std::to_string(i + 1) + " at " + std::to_string(start));
     }
@@ -111,11 +106,15 @@ void HeapPage::SetStoredFillLevel(std::uint32_t index, std::uint8_t level) {
                         : (both & std::byte{0x0F}) | (std::byte{level} << 4);
 }
 
-std::uint8_t HeapPage::client() const { return std::to_integer<std::uint8_t>(_bytes[3]); }
+std::uint8_t HeapPage::client() const {
+  return LoadField<std::uint8_t>(Bytes(), fields::HeapHeader::kClient);
+}
 HeapId HeapPage::userRoot() const {
   return HeapId(LoadField<std::uint32_t>(Bytes(), fields::HeapHeader::kUserRoot));
 }
-void HeapPage::SetClient(HeapClient client) { _bytes[3] = static_cast<std::byte>(client); }
+void HeapPage::SetClient(HeapClient client) {
+  StoreField(Bytes(), fields::HeapHeader::kClient, static_cast<std::uint8_t>(client));
+}
 void HeapPage::SetUserRoot(HeapId root) {
   StoreField(Bytes(), fields::HeapHeader::kUserRoot, root.value);
 }
@@ -128,7 +127,7 @@ std::span<const std::byte> HeapPage::Encode(bool isLast) {
   std::size_t empty = 0;
   for (std::size_t i = 0; i < _starts.size(); ++i) {
     if (i > 0 && _starts[i] == _starts[i - 1]) ++empty;
-    StoreU16(bytes, map + 4 + 2 * i, _starts[i]);
+    StoreU16(bytes, map + fields::kSizeOf<fields::HeapPageMap> + 2 * i, _starts[i]);
   }
   StoreField(bytes, fields::HeapPageMap::kCount, items(), map);
   StoreField(bytes, fields::HeapPageMap::kFree, empty, map);

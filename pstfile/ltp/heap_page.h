@@ -25,6 +25,8 @@
 #include "platform/buffer_pool.h"
 #include "platform/recycled_vector.h"
 #include "platform/status.h"
+#include "pstfile/ndb/fields.h"
+#include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
 
@@ -68,6 +70,25 @@ constexpr std::uint32_t FillLevelHolder(std::uint32_t page) {
 }
 constexpr std::uint32_t FillLevelIndex(std::uint32_t page) {
   return page < 8 ? page : (page - 8) % 128;
+}
+// Where in the header of such a page they begin.
+constexpr std::size_t FillLevelOffset(std::uint32_t holder) {
+  return (holder == 0 ? fields::HeapHeader::kFillLevels : fields::HeapBitmapHeader::kFillLevels)
+      .offset;
+}
+// Whether a node's first block is the start of a heap.
+inline bool BeginsHeap(std::span<const std::byte> block) {
+  return block.size() >= HeapHeaderSize(0) &&
+         block[fields::HeapHeader::kSignature.offset] == kHeapSignature;
+}
+// The map of a page and, by number from 0, where in the page an item starts; the last item's end
+// is the start of the one behind it.
+constexpr std::size_t HeapMapSize(std::size_t items) {
+  return fields::kSizeOf<fields::HeapPageMap> + 2 * (items + 1);
+}
+inline std::size_t HeapItemStart(std::span<const std::byte> page, std::size_t map,
+                                 std::size_t item) {
+  return LoadU16(page, map + fields::kSizeOf<fields::HeapPageMap> + 2 * item);
 }
 // The class of a page by its free bytes; 0 is emptiest, 15 full.
 std::uint8_t FillLevelOf(std::size_t freeBytes);
@@ -132,7 +153,7 @@ class HeapPage {
  private:
   std::size_t ItemsEnd() const { return _starts.back(); }
   static std::size_t EncodedSize(std::size_t itemsEnd, std::size_t items) {
-    return ((itemsEnd + 1) & ~std::size_t{1}) + 4 + 2 * (items + 1);
+    return ((itemsEnd + 1) & ~std::size_t{1}) + HeapMapSize(items);
   }
   std::size_t EndItem(std::size_t size) {
     _starts.push_back(static_cast<std::uint16_t>(ItemsEnd() + size));

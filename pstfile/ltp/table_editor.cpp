@@ -7,6 +7,7 @@
 #include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/stored_values.h"
 #include "pstfile/ndb/data_tree.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -309,7 +310,8 @@ Status TableEditor::RemoveRow(std::uint32_t rowId) {
     auto hole = _matrix->Edit(*number);
     if (!hole.ok()) return hole.status();
     std::copy(copy.begin(), copy.end(), hole->begin());
-    if (Status status = _index->Move(LoadU32(copy, 0), static_cast<std::uint32_t>(*number));
+    if (Status status = _index->Move(LoadField<std::uint32_t>(copy, fields::TableRow::kId),
+                                     static_cast<std::uint32_t>(*number));
         !status.ok()) {
       return status;
     }

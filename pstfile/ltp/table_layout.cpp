@@ -16,8 +16,6 @@ using Column = fields::TableColumn;
 
 namespace {
 
-constexpr std::byte kTcType{0x7C};
-
 Status Corrupt(const std::string& what) { return {StatusCode::kCorrupt, "TCINFO: " + what}; }
 
 }  // namespace
@@ -25,6 +23,15 @@ Status Corrupt(const std::string& what) { return {StatusCode::kCorrupt, "TCINFO:
 std::size_t CellWidth(PropType type) {
   const std::size_t size = FixedSize(type);
   return size == 0 || size > 8 ? 4 : size;
+}
+
+TableColumn LoadColumn(std::span<const std::byte> tcInfo, std::size_t i) {
+  const std::size_t at = kTcInfoSize + kTcColumnSize * i;
+  return {PropTag(LoadField<std::uint16_t>(tcInfo, Column::kId, at),
+                  LoadField<PropType>(tcInfo, Column::kType, at)),
+          LoadField<std::uint16_t>(tcInfo, Column::kOffset, at),
+          LoadField<std::uint8_t>(tcInfo, Column::kWidth, at),
+          LoadField<std::uint8_t>(tcInfo, Column::kBit, at)};
 }
 
 TableLayout TableLayout::FromTags(std::span<const PropTag> tags) {
@@ -70,19 +77,13 @@ Result<TableLayout> TableLayout::Decode(std::span<const std::byte> tcInfo) {
   for (std::size_t i = 0; i < 4; ++i) layout._ends[i] = LoadU16(tcInfo, Info::kEnds.offset + 2 * i);
   const auto& ends = layout._ends;
   if (ends[0] > ends[1] || ends[1] > ends[2] || ends[2] + (count + 7) / 8 > ends[3] ||
-      ends[3] > kMaxHeapItem || tcInfo.size() < kTcInfoSize + 8 * count) {
+      ends[3] > kMaxHeapItem || tcInfo.size() < kTcInfoSize + kTcColumnSize * count) {
     return Corrupt("rgib does not fit " + std::to_string(count) + " columns");
   }
   std::vector<bool> taken(ends[2]);
   std::vector<bool> bits(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const std::size_t at = kTcInfoSize + 8 * i;
-    TableColumn column;
-    column.tag = PropTag(LoadField<std::uint16_t>(tcInfo, Column::kId, at),
-                         LoadField<PropType>(tcInfo, Column::kType, at));
-    column.offset = LoadField<std::uint16_t>(tcInfo, Column::kOffset, at);
-    column.width = LoadField<std::uint8_t>(tcInfo, Column::kWidth, at);
-    column.bit = LoadField<std::uint8_t>(tcInfo, Column::kBit, at);
+    const TableColumn column = LoadColumn(tcInfo, i);
     const std::size_t end = std::size_t{column.offset} + column.width;
     if (column.width != CellWidth(column.tag.Type()) || end > ends[2] || column.bit >= count ||
         bits[column.bit]) {
@@ -129,7 +130,7 @@ void TableLayout::MakeInfo() {
     StoreField(tcInfo, Column::kOffset, column.offset, at);
     StoreField(tcInfo, Column::kWidth, column.width, at);
     StoreField(tcInfo, Column::kBit, column.bit, at);
-    at += 8;
+    at += kTcColumnSize;
   }
 }
 

@@ -32,7 +32,9 @@
 
 namespace parvane::pstfile {
 
+inline constexpr std::byte kTcType{0x7C};
 inline constexpr std::size_t kTcInfoSize = 22;
+inline constexpr std::size_t kTcColumnSize = 8;
 inline constexpr std::size_t kMaxTableColumns = 255;
 inline constexpr std::size_t kRowIndexKeySize = 4;
 inline constexpr std::size_t kRowIndexDataSize = 4;
@@ -41,6 +43,9 @@ inline constexpr std::size_t kRowIndexDataSize = 4;
 std::size_t CellWidth(PropType type);
 // The cell refers to its value instead of holding it.
 inline bool IsReferenceCell(PropType type) { return !IsScalar(type); }
+
+// The description of column `i`, as it is stored.
+TableColumn LoadColumn(std::span<const std::byte> tcInfo, std::size_t i);
 
 class TableLayout {
  public:
@@ -74,7 +79,7 @@ class TableLayout {
     return {};
   }
 
-  std::size_t EncodedSize() const { return kTcInfoSize + 8 * _columns.size(); }
+  std::size_t EncodedSize() const { return kTcInfoSize + kTcColumnSize * _columns.size(); }
   // hidRowIndex and hnidRows are stored apart, as they change.
   void Encode(std::span<std::byte> tcInfo) const;
   static HeapId RowIndexOf(std::span<const std::byte> tcInfo);

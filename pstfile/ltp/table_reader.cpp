@@ -5,6 +5,7 @@
 #include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/table_layout.h"
 #include "pstfile/ltp/value_reader_state.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
@@ -137,7 +138,7 @@ Result<std::uint64_t> TableReader::FindRow(std::uint32_t rowId) {
 }
 
 std::uint32_t TableReader::RowId() const {
-  return _state->row.empty() ? 0 : LoadU32(_state->row, 0);
+  return _state->row.empty() ? 0 : LoadField<std::uint32_t>(_state->row, fields::TableRow::kId);
 }
 
 bool TableReader::Has(PropTag tag) const { return _state->Present(tag) != nullptr; }

@@ -237,13 +237,40 @@ struct TableColumn {
   static constexpr std::array kAll{kType, kId, kOffset, kWidth, kBit};
 };
 
-// An entry of the name map's entry stream.
+// A record of a table's row index.
+struct RowIndexRecord {
+  static constexpr Field kRowId{"dwRowID", 0, 4};
+  static constexpr Field kNumber{"dwRowIndex", 4, 4};
+  static constexpr std::array kAll{kRowId, kNumber};
+};
+
+// The start of every row: the cells of the columns 67F2 and 67F3.
+struct TableRow {
+  static constexpr Field kId{"dwRowID", 0, 4};
+  static constexpr Field kVersion{"dwRowVer", 4, 4};
+  static constexpr std::array kAll{kId, kVersion};
+};
+
+// An entry of the name map's entry stream, and a record of its hash buckets. There dwPropertyID of
+// a string is its check sum.
 struct NameEntry {
   static constexpr Field kName{"dwPropertyID", 0, 4};
   static constexpr Field kGuid{"wGuid", 4, 2};
   static constexpr Field kIndex{"wPropIdx", 6, 2};
   static constexpr std::array kAll{kName, kGuid, kIndex};
 };
+
+// Names a folder of a store to clients.
+struct EntryId {
+  static constexpr Field kFlags{"rgbFlags", 0, 4};
+  static constexpr Field kStore{"uid", 4, 16};
+  static constexpr Field kNode{"nid", 20, 4};
+  static constexpr std::array kAll{kFlags, kStore, kNode};
+};
+
+// Bytes of a structure.
+template <typename Structure>
+inline constexpr std::size_t kSizeOf = Structure::kAll.back().offset + Structure::kAll.back().size;
 
 }  // namespace fields
 }  // namespace parvane::pstfile

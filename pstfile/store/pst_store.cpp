@@ -7,6 +7,7 @@
 #include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/ltp/stored_values.h"
 #include "pstfile/ltp/value_reader_state.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/store/message_builder.h"
 #include "pstfile/store/store_creation.h"
 #include "pstfile/store/store_state.h"
@@ -101,10 +102,7 @@ EntryId PstStore::ToEntryId(NodeId node) const { return MakeEntryId(_state->reco
 
 std::optional<NodeId> PstStore::FromEntryId(std::span<const std::byte> entryId) const {
   if (entryId.size() != EntryId().size()) return std::nullopt;
-  NodeId node;
-  for (std::size_t i = 0; i < 4; ++i) {
-    node.value |= std::to_integer<std::uint32_t>(entryId[20 + i]) << (8 * i);
-  }
+  const NodeId node(LoadField<std::uint32_t>(entryId, fields::EntryId::kNode));
   if (!std::ranges::equal(entryId, ToEntryId(node))) return std::nullopt;
   return node;
 }

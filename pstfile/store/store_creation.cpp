@@ -7,6 +7,7 @@
 #include "platform/system.h"
 #include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/ltp/table_editor.h"
+#include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/store/name_map.h"
 #include "pstfile/store/store_layout.h"
@@ -175,8 +176,8 @@ PropertyList StoreProperties(const StoreCreateOptions& options,
 
 std::array<std::byte, 24> MakeEntryId(const std::array<std::byte, 16>& recordKey, NodeId node) {
   std::array<std::byte, 24> id{};
-  std::copy(recordKey.begin(), recordKey.end(), id.begin() + 4);
-  StoreU32(id, 20, node.value);
+  std::copy(recordKey.begin(), recordKey.end(), id.begin() + fields::EntryId::kStore.offset);
+  StoreField(id, fields::EntryId::kNode, node.value);
   return id;
 }
 

@@ -114,7 +114,10 @@ TEST_F(FormatDocument, FieldsAreWhereTheCodeHasThem) {
                                                  {"PCRECORD", fields::PropertyRecord::kAll},
                                                  {"TCINFO", fields::TableInfo::kAll},
                                                  {"TCOLDESC", fields::TableColumn::kAll},
-                                                 {"NAMEID", fields::NameEntry::kAll}};
+                                                 {"TCROWID", fields::RowIndexRecord::kAll},
+                                                 {"TCROW", fields::TableRow::kAll},
+                                                 {"NAMEID", fields::NameEntry::kAll},
+                                                 {"ENTRYID", fields::EntryId::kAll}};
   std::set<std::string> seen;
   for (const Table& table : tables) {
     if (table.columns[0] != "offset") continue;
