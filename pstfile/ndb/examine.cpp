@@ -138,20 +138,15 @@ Status NodeDatabase::Impl::FindFreeSpace() {
                                         ToHex(offset) + " lies where nothing can be"};
     }
     const std::uint64_t first = (offset - kFirstAMapOffset) / kBlockAlignment;
-    for (std::uint64_t i = first; i < first + size / kBlockAlignment; ++i) {
-      if (TestBit(bits, i)) {
-        return {StatusCode::kCorrupt, "the space at " + ToHex(offset) + " is in use twice"};
-      }
-      SetBit(bits, i);
-    }
-    return {};
+    if (TakeBits(bits, first, size / kBlockAlignment)) return {};
+    return {StatusCode::kCorrupt, "the space at " + ToHex(offset) + " is in use twice"};
   });
   if (!s.ok()) return s;
   for (std::uint64_t n = 0; n < intervals; ++n) {
     const auto map = std::span(bits).subspan(n * kPageBodySize, kPageBodySize);
     for (std::size_t i = 0; i < kSlotsPerMap;) {
       if (TestBit(map, i)) {
-        ++i;
+        i += i % 8 == 0 && map[i / 8] == std::byte{0xFF} ? 8 : 1;
         continue;
       }
       std::size_t next = i + 1;

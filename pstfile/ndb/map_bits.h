@@ -24,6 +24,22 @@ inline void ClearBit(std::span<std::byte> bits, std::uint64_t i) {
   bits[i / 8] &= ~(std::byte{0x80} >> (i % 8));
 }
 
+// Sets `count` bits from `first` on; false as soon as one is found that was set before.
+inline bool TakeBits(std::span<std::byte> bits, std::uint64_t first, std::uint64_t count) {
+  for (const std::uint64_t end = first + count; first < end;) {
+    std::byte& slots = bits[first / 8];
+    if (first % 8 == 0 && end - first >= 8) {
+      if (slots != std::byte{}) return false;
+      slots = std::byte{0xFF};
+      first += 8;
+    } else {
+      if (TestBit(bits, first)) return false;
+      SetBit(bits, first++);
+    }
+  }
+  return true;
+}
+
 // Clears `count` bits from `first` on; how many of them were set.
 inline std::uint64_t ClearBits(std::span<std::byte> bits, std::uint64_t first,
                                std::uint64_t count) {
