@@ -190,8 +190,14 @@ class OutlookFiles(PstTest):
     @linux
     def test_stale_maps_and_a_writer_that_did_not_finish(self):
         """Whatever the maps claim to be free or in use, nothing old is written over."""
-        for name, fill, valid in (('everything free', 0x00, 2), ('everything in use', 0xFF, 2),
-                                  ('invalid', 0x00, 0)):
+        pst = self.sample('sample1.pst')
+        Editor(pst).maps(0x00).save()
+        damaged = pst.read_bytes()
+        source = self.write('Inbox.mbox', mailboxes.many(3))
+        refused = self.convert('--append', source, pst, code=3)
+        self.assertIn('free in their AMap', refused['error'])
+        self.assertEqual(pst.read_bytes(), damaged)
+        for name, fill, valid in (('everything in use', 0xFF, 2), ('invalid', 0x00, 0)):
             with self.subTest(name):
                 pst = self.sample('sample1.pst')
                 Editor(pst).maps(fill).header(HEADER_MAPS_VALID, bytes([valid])).save()
