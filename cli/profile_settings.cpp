@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "platform/file.h"
 #include "platform/process.h"
@@ -89,10 +90,14 @@ std::vector<MailAccount> AccountsOf(const std::u16string& profile) {
   if (!file.ok()) return {};
   std::map<std::u16string, MailAccount> accounts;
   const Settings settings = ServerSettings(*file);
-  for (const auto& [key, absolute] : settings) {
-    constexpr std::string_view kDirectory = ".directory";
-    if (!key.ends_with(kDirectory)) continue;
-    const std::string server = key.substr(0, key.size() - kDirectory.size());
+  // Either path may be missing: the relative one in old profiles, the other in those made by hand.
+  std::set<std::string> servers;
+  for (const auto& [key, value] : settings) {
+    for (const std::string_view name : {".directory", ".directory-rel"}) {
+      if (key.ends_with(name)) servers.insert(key.substr(0, key.size() - name.size()));
+    }
+  }
+  for (const std::string& server : servers) {
     if (ValueOf(settings, server + ".type") == "nntp") continue;  // news is no mail
     const std::u16string folder = FolderOf(settings, server, profile);
     if (folder.empty()) continue;  // an account without a folder, left over from another program
