@@ -36,8 +36,9 @@ class MailFile : public testing::Test {
     EXPECT_EQ(parvane::mapi::LiveBuffers(), 0u) << "every buffer is freed";
   }
 
-  // Converts the messages, in order, into the top folder of a file of their own, and opens it.
+  // Adds the messages, in order, to the top folder of the test's file, and opens it.
   void Convert(const std::vector<std::string>& texts, Writer write = WriteMail) {
+    Close();
     Open();
     for (const std::string& text : texts) {
       Tessary::TsEmail email;
