@@ -38,6 +38,8 @@ class Killed(PstTest):
         shutil.copy(self.base, self.pst)
 
     def start(self, option='--append'):
+        # Else a run killed before it opens its log would be judged by the last one's.
+        self.log.unlink(missing_ok=True)
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
         return subprocess.Popen(
             [PARVANE, 'convert', option, '--quiet', '--detailed-log', str(self.log),
