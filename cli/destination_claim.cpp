@@ -63,7 +63,6 @@ Status DestinationClaim::Take(const Destination& destination, const ConvertOptio
   if (GrowsApart()) {
     if (Status taken = TakePartial(); !taken.ok()) return taken;
   }
-  if (_written) _lent = std::make_unique<LentFiles>(_path, _written);
   // Another run may have finished between the first look and the claim.
   const bool there = Machine().Inspect(destination.file).kind != FileKind::kNone;
   if (there == destination.existed) return {};
@@ -135,10 +134,7 @@ Status DestinationClaim::JudgeLeftover(bool mayReplace) {
         "is in the way: the new PST would grow under this name, and whether this file may "
         "go is not known; rename or remove it");
   }
-  if (holdsNothing) {
-    _ours = true;
-    return _written->MakeBlank(kNote);
-  }
+  if (holdsNothing) return ReplaceLeftover();
   if (!mayReplace) {
     return Refuse(StatusCode::kExists, _path,
                   "is what an earlier run that did not finish has written; --overwrite replaces it "
@@ -150,10 +146,28 @@ Status DestinationClaim::JudgeLeftover(bool mayReplace) {
   return {};
 }
 
-Status DestinationClaim::Begin() {
-  if (!_leftover) return {};
+// By a file of this run's own making: into the old one others may look, whoever made it, and its
+// name may be a link.
+Status DestinationClaim::ReplaceLeftover() {
+  if (!_written->IsAt(_path)) return ChangedMeanwhile(_path);
+  if (Status removed = Machine().Remove(_path); !removed.ok()) return removed;
+  // On some systems its name is free only then.
+  _written.reset();
+  auto held = HeldFile::Take(_path, FileSystem::OpenMode::kCreateNew);
+  if (!held.ok()) return held.status();
+  _written = *held;
   _ours = true;
   return _written->MakeBlank(kNote);
+}
+
+Status DestinationClaim::Begin() {
+  if (_leftover) {
+    if (Status replaced = ReplaceLeftover(); !replaced.ok()) return replaced;
+  }
+  if (!_written) return {};
+  _lent = std::make_unique<LentFiles>(_path, _written);
+  // Mail that only some may read is not shown to others while it is being written.
+  return _old ? platform::CopyAccessRights(_destination.file, _path) : Status();
 }
 
 // ---- The end ------------------------------------------------------------------------------------

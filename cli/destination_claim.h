@@ -36,12 +36,13 @@ class DestinationClaim {
   platform::Status Take(const Destination& destination, const ConvertOptions& options);
   // Where the PST is to be written.
   const std::u16string& path() const { return _path; }
-  // Through which it is to be opened; null: it is lent to nobody.
+  // Through which it is to be opened, once Begin was called; null: it is lent to nobody.
   platform::FileSystem* files() const { return _lent.get(); }
   // Bytes of what an unfinished run has left and this one is about to replace.
   std::optional<std::uint64_t> leftover() const { return _leftover; }
 
-  // Right before the PST is made: what an unfinished run left goes now.
+  // Right before the PST is made: what an unfinished run left goes now, and only those who may read
+  // a PST that is replaced may read the new one.
   platform::Status Begin();
   // The PST is written and closed, and good: gives it its name. Fails, with the finished PST still
   // at path(), when somebody removed, renamed or replaced one of the files meanwhile.
@@ -55,6 +56,7 @@ class DestinationClaim {
   platform::Status CheckSound() const;
   platform::Status TakePartial();
   platform::Status JudgeLeftover(bool mayReplace);
+  platform::Status ReplaceLeftover();
   platform::Status CheckUnchanged() const;
   platform::Status TakeName();
   bool GrowsApart() const { return !_destination.existed || _destination.replaced; }

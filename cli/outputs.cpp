@@ -10,6 +10,7 @@
 #include "cli/report.h"
 #include "cli/source_plan.h"
 #include "platform/file.h"
+#include "platform/process.h"
 
 namespace parvane::cli {
 
@@ -19,8 +20,14 @@ using platform::Status;
 
 namespace {
 
+// Of a file that need not be there yet.
+std::u16string WholePath(std::u16string_view path) {
+  return platform::JoinPath(platform::CanonicalPath(platform::ParentOfPath(path)),
+                            platform::FileNameOfPath(path));
+}
+
 bool SameFile(const std::u16string& a, const std::u16string& b) {
-  if (a == b) return true;
+  if (WholePath(a) == WholePath(b)) return true;
   const auto one = FileSystem::Default().Inspect(a), other = FileSystem::Default().Inspect(b);
   return one.kind != platform::FileKind::kNone && one.kind == other.kind &&
          one.device == other.device && one.identity == other.identity;
@@ -36,12 +43,13 @@ std::string HowToGoOn(const ConversionRecord& record) {
 
 }  // namespace
 
-Status Outputs::CheckApart(std::u16string_view destination, std::u16string_view partial) const {
+Status Outputs::CheckApart(std::initializer_list<const std::u16string*> outputs,
+                           std::u16string_view destination, std::u16string_view partial) const {
   std::vector<std::u16string> taken = _options.sources;
   taken.emplace_back(destination);
   taken.emplace_back(partial);
   const auto mail = std::ssize(taken);
-  for (const std::u16string* output : {&_options.log, &_options.detailedLog, &_options.report}) {
+  for (const std::u16string* output : outputs) {
     if (output->empty() || (output == &_options.report && ReportsToOutput())) continue;
     const auto same = std::find_if(taken.begin(), taken.end(), [&](const std::u16string& path) {
       return SameFile(*output, path);
@@ -59,22 +67,29 @@ Status Outputs::CheckApart(std::u16string_view destination, std::u16string_view 
 }
 
 Status Outputs::Begin() {
-  if (Status apart = CheckApart(_options.destination, _options.destination); !apart.ok())
-    return apart;
-  if (_options.report.empty() || ReportsToOutput()) return {};
-  auto report = ReportFile::Begin(_options.report);
-  if (!report.ok()) return report.status();
-  _report = std::move(report).value();
-  return {};
+  const std::u16string& destination = _options.destination;
+  // First, so that whatever is wrong with the logs is in it.
+  Status apart = CheckApart({&_options.report}, destination, destination);
+  if (!apart.ok()) return apart;
+  if (!_options.report.empty() && !ReportsToOutput()) {
+    auto report = ReportFile::Begin(_options.report);
+    if (!report.ok()) return report.status();
+    _report = std::move(report).value();
+  }
+  return CheckApart({&_options.report, &_options.log, &_options.detailedLog}, destination,
+                    destination);
 }
 
 Status Outputs::Open(std::u16string_view destination, std::u16string_view partial) {
-  if (Status apart = CheckApart(destination, partial); !apart.ok()) {
-    // Not even to say so is the report put in the PST's place.
-    if (_options.report == destination || _options.report == partial) _report.reset();
-    return apart;
-  }
-  return _logs.Open(_options.log, _options.detailedLog);
+  Status apart = CheckApart({&_options.report}, destination, partial);
+  // Not even to say so is the report put in the PST's place.
+  if (!apart.ok()) _report.reset();
+  const auto all = {&_options.report, &_options.log, &_options.detailedLog};
+  if (apart.ok()) apart = CheckApart(all, destination, partial);
+  if (!apart.ok()) return apart;
+  Status opened = _logs.Open(_options.log, _options.detailedLog);
+  // Names that differ may mean one file: what is there tells.
+  return opened.ok() ? CheckApart(all, destination, partial) : opened;
 }
 
 void Outputs::Tell(ConversionRecord& record, bool began) {

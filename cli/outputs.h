@@ -3,6 +3,7 @@
 // however the conversion ends.
 #pragma once
 
+#include <initializer_list>
 #include <optional>
 #include <string_view>
 
@@ -19,8 +20,8 @@ class Outputs {
   // Logs, where they are asked for, go to `logs`.
   Outputs(const ConvertOptions& options, Logs& logs) : _options(options), _logs(logs) {}
 
-  // Refuses a log or report that would replace mail (the sources, the PST, any mailbox or PST) or
-  // another of them; begins the report.
+  // Begins the report; refuses a log or report that would replace mail (the sources, the PST, any
+  // mailbox or PST) or another of them.
   platform::Status Begin();
   // The same with the path of the PST as it is settled now; opens the logs.
   platform::Status Open(std::u16string_view destination, std::u16string_view partial);
@@ -30,7 +31,8 @@ class Outputs {
 
  private:
   bool ReportsToOutput() const { return _options.report == u"-"; }
-  platform::Status CheckApart(std::u16string_view destination, std::u16string_view partial) const;
+  platform::Status CheckApart(std::initializer_list<const std::u16string*> outputs,
+                              std::u16string_view destination, std::u16string_view partial) const;
 
   const ConvertOptions& _options;
   Logs& _logs;

@@ -61,10 +61,21 @@ Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
   if (possible.ok() && kind == FileKind::kFile && IsReport(report._path))
     possible = Files().Remove(report._path);
   if (!possible.ok()) return possible.WithContext("report " + platform::PathForDisplay(path));
+  report._replaced = Files().Inspect(report._path);
   return report;
 }
 
+// Nothing that has come since the run began: it may be the PST itself.
+bool ReportFile::MayReplace() const {
+  const platform::FileInformation now = Files().Inspect(_path);
+  return now.kind == FileKind::kNone ||
+         (now.device == _replaced.device && now.identity == _replaced.identity) || IsReport(_path);
+}
+
 Status ReportFile::Write(std::string_view report) const {
+  if (!MayReplace())
+    return Status(StatusCode::kExists, "report " + platform::PathForDisplay(_path) +
+                                           ": what is there now is no report; it is left");
   const std::u16string temporary = TemporaryPath(_path);
   Status written = WriteNew(temporary, report);
   if (written.ok()) written = Files().Rename(temporary, _path, /*replace=*/true);

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/file.h"
 #include "platform/status.h"
 
 namespace parvane::cli {
@@ -15,13 +16,16 @@ class ReportFile {
   // is the caller's to know. A link is followed.
   static platform::Result<ReportFile> Begin(std::u16string_view path);
 
-  // Under a name of its own first, which it changes for the report's when it is on the disk.
+  // Under a name of its own first, which it changes for the report's when it is on the disk. Fails
+  // when something other than a report has taken that name since Begin.
   platform::Status Write(std::string_view report) const;
 
  private:
   explicit ReportFile(std::u16string path) : _path(std::move(path)) {}
+  bool MayReplace() const;
 
   std::u16string _path;
+  platform::FileInformation _replaced;  // what Begin left there, if anything
 };
 
 }  // namespace parvane::cli

@@ -96,7 +96,8 @@ class SummaryWriter {
 
   void Unfinished() {
     if (_record.error.empty() && !_record.interrupted) return;
-    Line("Not finished: mail that comes after the last message read is not in the PST");
+    if (_record.errorCode != CodeOf(RunProblem::kNameNotTaken))
+      Line("Not finished: mail that comes after the last message read is not in the PST");
     List(_record.notBegun, "Folders not begun");
   }
 

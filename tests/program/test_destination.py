@@ -17,16 +17,17 @@ class Destination(PstTest):
         self.pst = self.folder / 'out.pst'
         self.few = self.write('few.mbox', mailboxes.many(7))
 
-    def start(self, *arguments):
+    def start(self, *arguments, **options):
         return subprocess.Popen([PARVANE, 'convert', *map(shown, arguments)],
                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE)
+                                stderr=subprocess.PIPE, **options)
 
-    def start_many(self, *arguments):
+    def start_many(self, *arguments, **options):
         """Begins to write more than it can finish before it is stopped."""
         many = self.write('many.mbox', mailboxes.attachments(400, 100_000))
-        process = self.start(*arguments, many, self.pst)
-        while process.poll() is None and not self.has_grown(partial(self.pst), 5_000_000):
+        process = self.start(*arguments, many, self.pst, **options)
+        while process.poll() is None and not any(
+                self.has_grown(pst, 5_000_000) for pst in self.folder.glob('*.pst')):
             time.sleep(0.001)
         process.send_signal(signal.SIGSTOP)
         self.assertIsNone(process.poll(), 'it was done already')
@@ -49,6 +50,12 @@ class Destination(PstTest):
     @linux
     def test_closed_standard_streams_are_not_the_pst(self):
         """The next file to be opened would get their descriptors."""
+        process = self.start_many(preexec_fn=lambda: [os.close(fd) for fd in range(3)])
+        streams = [os.path.realpath(f'/proc/{process.pid}/fd/{fd}') for fd in range(3)]
+        self.end(process, signal.SIGKILL)
+        self.assertEqual([path for path in streams if path.startswith(str(self.folder))], [])
+        for pst in self.folder.glob('*.pst'):
+            pst.unlink()
         for closed in ((0,), (2,), (0, 1, 2)):
             for option, messages in (('--overwrite', 7), ('--append', 14)):
                 with self.subTest(closed=closed, option=option):
@@ -107,7 +114,9 @@ class Destination(PstTest):
             for harm in (lambda path: path.unlink(), replace):
                 with self.subTest(victim=victim.name, replaced=harm is replace):
                     self.convert(self.few, self.pst)
+                    self.pst.chmod(0o600)
                     process = self.start_many('--overwrite')
+                    self.assertEqual(partial(self.pst).stat().st_mode, self.pst.stat().st_mode)
                     harm(victim)
                     code, err = self.end(process)
                     self.assertEqual(code, 3, err)
@@ -135,13 +144,15 @@ class Destination(PstTest):
             left = partial(self.pst).read_bytes()
             self.parvane('convert', '--overwrite', self.folder / 'none', self.pst)
             self.assertEqual(partial(self.pst).read_bytes(), left)
-        # It is replaced when that is asked for, with a word, and never otherwise.
+        # It is replaced when that is asked for, with a word, never otherwise, nor written into.
         self.pst.unlink()
+        os.link(partial(self.pst), self.folder / 'seen')
         for option in ((), ('--append',)):
             self.refused('--overwrite replaces it', *option, self.few, self.pst)
         self.assertEqual(partial(self.pst).read_bytes(), left)
         run = self.parvane('convert', '--overwrite', self.few, self.pst)
         self.assertEqual((run.code, run.err.count('which did not finish')), (0, 1), run)
+        self.assertEqual((self.folder / 'seen').read_bytes(), left)
         self.assertEqual(list(self.folder.glob('*.pst')), [self.pst])
         # A finished one under that name is not taken for a leftover.
         self.pst.rename(partial(self.pst))

@@ -356,7 +356,8 @@ class Output(PstTest):
                 ([self.source, missing / 'a.pst'], 'not-found', 'does not exist'),
                 (['--from', 'thunderbird', self.source, self.folder / 'b.pst'], 'no-mail-found',
                  'no mail found'),
-                (['--log', missing / 'log', self.source, self.folder / 'b.pst'], 'not-found', 'log')):
+                (['--log', missing / 'log', self.source, self.folder / 'b.pst'], 'not-found', 'log'),
+                (['--log', self.source, self.source, self.folder / 'b.pst'], 'invalid', 'is mail')):
             with self.subTest(code, arguments=arguments):
                 report = self.convert(*arguments, code=3)  # over the one of the run before
                 self.assertEqual((report['outcome'], report['errorCode'], report['totals']['read']),
@@ -433,9 +434,12 @@ class Output(PstTest):
         for arguments in (('--log', source, source), ('--report', source, self.source),
                           ('--log', other, source), ('--report', other, source),
                           ('--detailed-log', self.pst, source),
-                          ('--log', log, '--report', log, source)):
+                          # Of what is not there yet, by other names.
+                          ('--report', './out.pst', source), ('--log', './out.pst', source),
+                          ('--log', './out.partial.pst', source),
+                          ('--log', log, '--report', './log', source)):
             with self.subTest(arguments):
-                run = self.parvane('convert', *arguments, self.pst)
+                run = self.parvane('convert', *arguments, self.pst, cwd=self.folder)
                 self.assertEqual(run.code, 3, run)
                 self.assertEqual(len(run.err.splitlines()), 1, run)
                 self.assertEqual((source.read_bytes(), other.read_bytes()), (before, pst))
