@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_string.h"
 #include "mime/transfer_encoding.h"
-#include "mime/ts_byte_data.h"
-#include "mime/ts_email.h"
-#include "mime/ts_string.h"
 
 namespace parvane::bench {
 

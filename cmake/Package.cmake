@@ -3,7 +3,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(library_rooms platform mapi pstfile mapi_builtin mailbox mime assets properties convert sources
+set(library_rooms platform mapi pstfile mapi_builtin mime mime_facade assets properties convert sources
     pst factory)
 add_library(parvane_library STATIC)
 set_target_properties(parvane_library PROPERTIES OUTPUT_NAME parvane EXPORT_NAME parvane
@@ -25,7 +25,8 @@ install(DIRECTORY ${CMAKE_SOURCE_DIR}/engine ${CMAKE_SOURCE_DIR}/mapi
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
         FILES_MATCHING PATTERN "*.h" PATTERN "builtin" EXCLUDE PATTERN "provider" EXCLUDE
         PATTERN "*_recorder.h" EXCLUDE)
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/mime DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/mime/facade
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/mime
         FILES_MATCHING PATTERN "ts_*.h")
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/pstfile/check
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/pstfile

@@ -12,10 +12,10 @@
 #include "mapi/identifiers.h"
 #include "mapi/refusals.h"
 #include "mapi/tags.h"
-#include "mime/cls_email.h"
+#include "mime/facade/cls_email.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_string.h"
 #include "mime/transfer_encoding.h"
-#include "mime/ts_email.h"
-#include "mime/ts_string.h"
 
 namespace QuelmarMIMEEngineCommon {
 

@@ -11,10 +11,10 @@
 #include "convert/properties/mapi_properties.h"
 #include "mapi/tags.h"
 #include "mime/address_list.h"
-#include "mime/cls_email.h"
 #include "mime/encoded_words.h"
+#include "mime/facade/cls_email.h"
+#include "mime/facade/ts_email.h"
 #include "mime/mailbox.h"
-#include "mime/ts_email.h"
 #include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon {

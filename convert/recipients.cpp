@@ -11,9 +11,9 @@
 #include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
-#include "mime/cls_email.h"
-#include "mime/ts_email.h"
-#include "mime/ts_string.h"
+#include "mime/facade/cls_email.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_string.h"
 
 namespace QuelmarMIMEEngineCommon {
 

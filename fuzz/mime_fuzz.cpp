@@ -7,10 +7,10 @@
 #include <string_view>
 
 #include "fuzz/expect.h"
-#include "mime/ts_byte_data.h"
-#include "mime/ts_email.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
 #include "platform/text.h"
 
 namespace {

@@ -2,10 +2,10 @@
 #include <string>
 
 #include "fuzz/expect.h"
-#include "mime/ts_byte_data.h"
-#include "mime/ts_email.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
 #include "sources/message_repair.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

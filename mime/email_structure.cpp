@@ -8,7 +8,7 @@
 namespace Tessary {
 namespace {
 
-using parvane::mime::OperationLog;
+using parvane::mime::ParseLog;
 
 bool IsPlainOrUntyped(const Email2& node) {
   return node.contentType().empty() || node.TypeIs("text/plain");
@@ -61,7 +61,7 @@ EmailStructure::EmailStructure(const Email2& root) : _root(root) {
   CollectRelatedItems(root);
   CollectAttachedMessages(root);
 
-  OperationLog unread(OperationLog::Keeping::kNothing);
+  ParseLog unread(ParseLog::Keeping::kNothing);
   std::vector<const Email2*> used;
   used.reserve(_attachments.size() + _relatedItems.size() + _attachedMessages.size() + 2);
   used = _attachments;
@@ -128,7 +128,7 @@ const Email2* EmailStructure::FirstAlternative(std::string_view type) const {
   return found == _alternatives.end() ? nullptr : *found;
 }
 
-const Email2* EmailStructure::FindPlainTextBody(OperationLog& log) const {
+const Email2* EmailStructure::FindPlainTextBody(ParseLog& log) const {
   const Email2* first = _root.children().empty() ? nullptr : &_root.children().front();
   if (_root.TypeIs("multipart/report")) {
     if (const Email2* text = first == nullptr ? nullptr : FirstReadable(*first)) return text;
@@ -146,7 +146,7 @@ const Email2* EmailStructure::FindPlainTextBody(OperationLog& log) const {
   return nullptr;
 }
 
-const Email2* EmailStructure::FindHtmlBody(OperationLog& log) const {
+const Email2* EmailStructure::FindHtmlBody(ParseLog& log) const {
   if (_root.TypeIs("text/html")) {
     log.Say("This is an HTML-only email.  It is not multipart/alternative.");
     return &_root;

@@ -15,7 +15,7 @@ namespace {
 using parvane::mime::ByteSlice;
 using parvane::mime::ContentField;
 using parvane::mime::LogContext;
-using parvane::mime::OperationLog;
+using parvane::mime::ParseLog;
 using parvane::platform::EqualsIgnoreAsciiCase;
 using parvane::platform::Stage;
 using parvane::platform::StageMark;
@@ -99,7 +99,7 @@ ByteSlice WithoutMark(const ByteSlice& text) {
 
 // What the entities of one message share while it is loaded.
 struct MimeMessage2::Context {
-  OperationLog& log;
+  ParseLog& log;
   int depth;
   std::size_t entitiesLeft;
 };

@@ -18,7 +18,7 @@
 #include "mime/byte_slice.h"
 #include "mime/content_field.h"
 #include "mime/mime_header.h"
-#include "mime/operation_log.h"
+#include "mime/parse_log.h"
 #include "mime/transfer_encoding.h"
 #include "platform/pooled_object.h"
 
@@ -33,7 +33,7 @@ struct MimeLimits {
 
 class MimeMessage2 {
  public:
-  using Log = parvane::mime::OperationLog;
+  using Log = parvane::mime::ParseLog;
   using ByteSlice = parvane::mime::ByteSlice;
 
   MimeMessage2() = default;

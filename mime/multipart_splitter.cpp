@@ -154,7 +154,7 @@ struct Choice {
   std::string boundary;
 };
 
-Choice ChooseForm(std::string_view body, const std::string& boundary, OperationLog& log) {
+Choice ChooseForm(std::string_view body, const std::string& boundary, ParseLog& log) {
   const Forms forms = FindForms(DelimiterScanner(body, boundary));
   if (forms.crLf) return {true, boundary, boundary};
   log.Say("Did not find boundary ending in CRLF, re-checking for bare-LF...");
@@ -230,7 +230,7 @@ class PartCollector {
 }  // namespace
 
 MultipartSplit SplitMultipart(std::string_view body, const std::string& boundary,
-                              std::size_t maxParts, OperationLog& log) {
+                              std::size_t maxParts, ParseLog& log) {
   MultipartSplit split;
   log.Data("findBoundary", "--" + boundary);
   const Choice choice = ChooseForm(body, boundary, log);

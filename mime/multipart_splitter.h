@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "mime/byte_search.h"
-#include "mime/operation_log.h"
+#include "mime/parse_log.h"
 
 namespace parvane::mime {
 
@@ -36,6 +36,6 @@ struct MultipartSplit {
 // behind it. Each step is noted in the log. At most `maxParts` parts are cut off; the last of them
 // then holds all the rest.
 MultipartSplit SplitMultipart(std::string_view body, const std::string& boundary,
-                              std::size_t maxParts, OperationLog& log);
+                              std::size_t maxParts, ParseLog& log);
 
 }  // namespace parvane::mime

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "mime/date_parser.h"
-#include "mime/ts_string.h"
+#include "mime/facade/ts_string.h"
 #include "platform/text.h"
 #include "sources/header_repair.h"
 #include "sources/message_repair.h"

@@ -6,9 +6,9 @@
 
 #include <pugixml.hpp>
 
-#include "mime/ts_byte_data.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
 #include "platform/file.h"
 
 namespace QuelmarMIMEEngineCommon {

@@ -6,8 +6,8 @@
 
 #include <pugixml.hpp>
 
-#include "mime/ts_byte_data.h"
-#include "mime/ts_mime.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_mime.h"
 #include "platform/file.h"
 #include "platform/text.h"
 #include "sources/emlx.h"

@@ -8,11 +8,11 @@
 
 #include "convert/conversion_report.h"
 #include "convert/mime_to_mapi_message_converter.h"
-#include "mime/cls_email.h"
 #include "mime/date_parser.h"
+#include "mime/facade/cls_email.h"
+#include "mime/facade/ts_email.h"
 #include "mime/mime_message2.h"
 #include "mime/text_decoding.h"
-#include "mime/ts_email.h"
 #include "platform/file.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
@@ -114,7 +114,7 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
   auto entity = std::make_shared<MimeMessage2>();
   // A message past the limit is left empty, and an empty one is no e-mail.
   if (message.size() <= Tessary::MimeLimits::kMessageBytes) {
-    parvane::mime::OperationLog unread(parvane::mime::OperationLog::Keeping::kNothing);
+    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
     if (isCrLf) {
       entity->LoadCrLf(message, unread);
     } else {

@@ -7,12 +7,12 @@
 #include <string_view>
 #include <utility>
 
-#include "mime/cls_mime.h"
+#include "mime/facade/cls_mime.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
 #include "mime/mailbox.h"
 #include "mime/mime_message2.h"
 #include "mime/text_decoding.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
 #include "sources/header_repair.h"
@@ -21,7 +21,7 @@ namespace QuelmarMIMEEngineCommon {
 
 namespace platform = parvane::platform;
 using parvane::mime::ByteSlice;
-using parvane::mime::OperationLog;
+using parvane::mime::ParseLog;
 using Tessary::MimeField;
 using Tessary::MimeMessage2;
 using Tessary::TransferEncoding;
@@ -48,7 +48,7 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth, Losses* losses) 
                        platform::EqualsIgnoreAsciiCase(encoding, "quoted-printable");
   const ByteSlice text = encoded ? attachment.DecodedBody() : attachment.SerialiseBody();
   if (text.size() > Tessary::MimeLimits::kMessageBytes) return;
-  OperationLog unread(OperationLog::Keeping::kNothing);
+  ParseLog unread(ParseLog::Keeping::kNothing);
   MimeMessage2 message;
   message.Load(text, unread);
   Adjust(message, depth + 1, nullptr, losses);

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "mime/ts_email.h"
+#include "mime/facade/ts_email.h"
 #include "platform/text.h"
 #include "tests/mime/message_builder.h"
 

@@ -5,11 +5,11 @@
 #include <string_view>
 #include <type_traits>
 
-#include "mime/ts_byte_data.h"
-#include "mime/ts_email.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
-#include "mime/ts_string_array.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
+#include "mime/facade/ts_string_array.h"
 
 namespace parvane::mime_test {
 

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
-#include "mime/ts_byte_data.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
 #include "platform/text.h"
 #include "sources/emlx_file.h"
 #include "tests/support/temporary_folder.h"

@@ -7,12 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "mime/cls_email.h"
+#include "mime/facade/cls_email.h"
+#include "mime/facade/ts_date_time.h"
+#include "mime/facade/ts_email.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/facade/ts_string.h"
 #include "mime/mime_message2.h"
-#include "mime/ts_date_time.h"
-#include "mime/ts_email.h"
-#include "mime/ts_mime.h"
-#include "mime/ts_string.h"
 #include "platform/text.h"
 #include "platform/time.h"
 #include "sources/header_repair.h"
@@ -230,7 +230,7 @@ TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
       "To: J\xF6rg <j@x.org>, b@x.org\r\nTo: c@x.org\r\n\r\nbody\r\n",
   };
   for (const std::string& text : cases) {
-    parvane::mime::OperationLog unread(parvane::mime::OperationLog::Keeping::kNothing);
+    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
     auto entity = std::make_shared<Tessary::MimeMessage2>();
     entity->Load(parvane::mime::ByteSlice::Copy(text), unread);
     parvane::sources::RepairMessage(*entity, nullptr);
@@ -300,7 +300,7 @@ TEST(MailBoxRepair, NamesWhatItDrops) {
       {"To: \"open <a@x>, b@x\r\nCc: undisclosed-recipients:;\r\nBcc: a\\@b <\r\n", ""},
   };
   for (const auto& [header, expected] : cases) {
-    parvane::mime::OperationLog unread(parvane::mime::OperationLog::Keeping::kNothing);
+    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
     Tessary::MimeMessage2 entity;
     entity.Load(parvane::mime::ByteSlice::Copy(std::string(header) + "\r\nbody\r\n"), unread);
     parvane::sources::RepairLosses losses;

@@ -1,11 +1,11 @@
-#include "mime/cls_email.h"
+#include "mime/facade/cls_email.h"
 
 #include <utility>
 
-#include "mime/cls_byte_data.h"
-#include "mime/cls_string.h"
 #include "mime/content_coding.h"
 #include "mime/encoded_words.h"
+#include "mime/facade/cls_byte_data.h"
+#include "mime/facade/cls_string.h"
 #include "mime/html_charset.h"
 #include "mime/text_decoding.h"
 #include "platform/simd/scan.h"

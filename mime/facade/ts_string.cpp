@@ -1,10 +1,10 @@
-#include "mime/ts_string.h"
+#include "mime/facade/ts_string.h"
 
 #include <string>
 #include <utility>
 
-#include "mime/cls_string.h"
-#include "mime/ts_string_array.h"
+#include "mime/facade/cls_string.h"
+#include "mime/facade/ts_string_array.h"
 #include "platform/text.h"
 
 namespace Tessary {

@@ -1,9 +1,9 @@
-#include "mime/ts_byte_data.h"
+#include "mime/facade/ts_byte_data.h"
 
 #include <utility>
 
-#include "mime/cls_byte_data.h"
-#include "mime/cls_string.h"
+#include "mime/facade/cls_byte_data.h"
+#include "mime/facade/cls_string.h"
 #include "platform/file.h"
 #include "platform/text.h"
 

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <string_view>
 
+#include "mime/facade/operation_log.h"
 #include "mime/mime_message2.h"
-#include "mime/operation_log.h"
 
 namespace Tessary {
 

@@ -12,7 +12,7 @@
 #include "mime/address_list.h"
 #include "mime/email2.h"
 #include "mime/email_structure.h"
-#include "mime/operation_log.h"
+#include "mime/facade/operation_log.h"
 #include "mime/removed_attachments.h"
 #include "platform/pooled_object.h"
 #include "platform/recycled_vector.h"

@@ -1,12 +1,12 @@
-#include "mime/ts_email.h"
+#include "mime/facade/ts_email.h"
 
 #include <utility>
 
-#include "mime/cls_byte_data.h"
-#include "mime/cls_email.h"
-#include "mime/cls_string.h"
-#include "mime/ts_byte_data.h"
-#include "mime/ts_string.h"
+#include "mime/facade/cls_byte_data.h"
+#include "mime/facade/cls_email.h"
+#include "mime/facade/cls_string.h"
+#include "mime/facade/ts_byte_data.h"
+#include "mime/facade/ts_string.h"
 
 namespace Tessary {
 namespace {

@@ -1,10 +1,10 @@
-#include "mime/ts_date_time.h"
+#include "mime/facade/ts_date_time.h"
 
 #include <string>
 #include <utility>
 
 #include "mime/date_parser.h"
-#include "mime/ts_string.h"
+#include "mime/facade/ts_string.h"
 
 namespace Tessary {
 

@@ -1,11 +1,11 @@
-#include "mime/cls_mime.h"
+#include "mime/facade/cls_mime.h"
 
 #include <algorithm>
 #include <string>
 #include <type_traits>
 #include <utility>
 
-#include "mime/cls_string.h"
+#include "mime/facade/cls_string.h"
 #include "mime/text_decoding.h"
 #include "platform/text.h"
 

@@ -1,4 +1,4 @@
-#include "mime/ts_string_array.h"
+#include "mime/facade/ts_string_array.h"
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "mime/cls_string.h"
+#include "mime/facade/cls_string.h"
 
 #include <utility>
 
