@@ -21,7 +21,7 @@
 #include "cli/source_plan.h"
 #include "cli/space_check.h"
 #include "cli/witness.h"
-#include "engine/factory/store_factory.h"
+#include "factory/store_factory.h"
 #include "mapi/options.h"
 #include "mapi/system_entry_points.h"
 #include "platform/file.h"

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "cli/pst_account.h"
-#include "engine/factory/store_factory.h"
+#include "factory/store_factory.h"
 #include "mapi/com_pointer.h"
 #include "mapi/profiles.h"
 #include "mapi/system_entry_points.h"

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "cli/options.h"
-#include "engine/factory/store_factory.h"
 #include "engine/source_observer.h"
+#include "factory/store_factory.h"
 #include "platform/status.h"
 
 namespace parvane::cli {

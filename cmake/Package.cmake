@@ -3,7 +3,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(library_rooms platform mapi pstfile mapi_builtin mime mime_facade assets properties convert sources
+set(library_rooms platform mapi pstfile mapi_builtin mime mime_facade engine properties convert sources
     pst factory)
 add_library(parvane_library STATIC)
 set_target_properties(parvane_library PROPERTIES OUTPUT_NAME parvane EXPORT_NAME parvane
@@ -21,7 +21,7 @@ target_link_libraries(parvane_library INTERFACE
 
 # The asset model, the store factory, the MAPI declarations with entry points and diagnostics, the
 # integrity checker, the mail facade, and what these include.
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/engine ${CMAKE_SOURCE_DIR}/mapi
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/engine ${CMAKE_SOURCE_DIR}/factory ${CMAKE_SOURCE_DIR}/mapi
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane
         FILES_MATCHING PATTERN "*.h" PATTERN "builtin" EXCLUDE PATTERN "provider" EXCLUDE
         PATTERN "*_recorder.h" EXCLUDE)

@@ -21,6 +21,7 @@ TESTS = {
     'cli/': ('all', '^program'),
     'convert/': ('convert_test', '^convert$'),
     'engine/': ('engine_test', '^engine$'),
+    'factory/': ('factory_test', '^factory$'),
     'mapi/': ('mapi_test', '^mapi$'),
     'mapi/builtin/': ('mapi_builtin_test', '^mapi_builtin$'),
     'mime/': ('mime_test', '^mime$'),

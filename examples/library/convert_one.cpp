@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "engine/callbacks.h"
-#include "engine/factory/store_factory.h"
 #include "engine/source_observer.h"
+#include "factory/store_factory.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/diagnostics.h"
 #include "platform/file.h"

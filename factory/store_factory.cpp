@@ -1,4 +1,4 @@
-#include "engine/factory/store_factory.h"
+#include "factory/store_factory.h"
 
 #include <exception>
 #include <utility>
