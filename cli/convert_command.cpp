@@ -54,6 +54,7 @@ class Conversion {
     const std::uint64_t start = platform::MonotonicMilliseconds();
     if (_options.timings) _times.Start();
     _record.sources = _options.sources;
+    _record.destination = _options.destination;
     _record.mapi = _options.mapi;
     const bool began = PrepareAndConvert();
     TakeName();

@@ -69,6 +69,10 @@ FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryE
                              fileNames.contains(platform::StemOfPath(entry.name));
     } else if (entry.kind == FileKind::kFile) {
       LookAtFile(folder, entry, folderNames, evidence);
+    } else {
+      // Programs lock by links that are meant to lead nowhere: "lock", ".#name".
+      evidence.deadLinks |= entry.kind == FileKind::kNone && entry.link && entry.name != u"lock" &&
+                            !entry.name.starts_with(u'.');
     }
   }
   evidence.profileRoot = fileNames.contains(u"prefs.js") &&
@@ -98,6 +102,7 @@ Result<FolderEvidence> SearchFolder(const std::u16string& top) {
     if (evidence.profileRoot || evidence.mboxFiles || evidence.Thunderbird()) return evidence;
     unread.singleMessages |= evidence.singleMessages;
     unread.compressed |= evidence.compressed;
+    unread.deadLinks |= evidence.deadLinks;
     for (const DirectoryEntry& entry : *entries) {
       if (entry.kind == FileKind::kFolder)
         waiting.push_back(platform::JoinPath(folder, entry.name));
@@ -122,6 +127,7 @@ std::string NoMailText(const FolderEvidence& found) {
            ", but messages in files of their own (maildir, .eml, Apple Mail): let the program that "
            "keeps them export them as mbox";
   if (found.compressed) return text + ", but compressed files or archives: unpack them first";
+  if (found.deadLinks) return text + ", but links that lead nowhere: connect the disk they lead to";
   return "no mail found in it";
 }
 

@@ -16,9 +16,11 @@ struct FolderEvidence {
   bool indexFiles = false;   // "name.msf" of a mailbox
   bool subfolders = false;   // "name" beside the folder "name.sbd"
   bool profileRoot = false;  // "prefs.js" beside "Mail" or "ImapMail"
-  // What is not read: messages in files of their own, and what would have to be unpacked.
+  // What is not read: messages in files of their own, what would have to be unpacked, links to
+  // where nothing is.
   bool singleMessages = false;
   bool compressed = false;
+  bool deadLinks = false;
 
   bool Thunderbird() const { return mailFiles || indexFiles || subfolders; }
 };

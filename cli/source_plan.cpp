@@ -57,12 +57,11 @@ class Recogniser {
       if (Status status = Add(path); !status.ok()) {
         if (first.ok()) first = status;
         _plan.leftBehind.push_back({path, SkipReason::kUnusableSource, std::move(status)});
-      } else if (auto running = RunningProfileOf(path)) {
-        if (std::find(_plan.inUse.begin(), _plan.inUse.end(), *running) == _plan.inUse.end())
-          _plan.inUse.push_back(*std::move(running));
       }
-      for (std::size_t i = before; i < _plan.stores.size(); ++i)
+      for (std::size_t i = before; i < _plan.stores.size(); ++i) {
         _plan.stores[i].source = static_cast<std::size_t>(&source - _options.sources.data());
+        NoteIfRunning(_plan.stores[i].path);
+      }
     }
     if (_plan.stores.empty()) return first;
     return std::move(_plan);
@@ -78,6 +77,12 @@ class Recogniser {
       default:
         return AddFile(path);
     }
+  }
+
+  void NoteIfRunning(const std::u16string& path) {
+    auto running = RunningProfileOf(path);
+    if (running && std::ranges::find(_plan.inUse, *running) == _plan.inUse.end())
+      _plan.inUse.push_back(*std::move(running));
   }
 
   Status AddFile(const std::u16string& path) {

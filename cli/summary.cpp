@@ -86,10 +86,11 @@ class SummaryWriter {
   }
 
   void Totals() {
+    const std::u16string& pst = _record.partial.empty() ? _record.destination : _record.partial;
     Line(fmt::format("{} read, {} written, {} failed: {} ({}), {}",
                      Counted(_record.Read(), "message"), WithThousands(_record.Written()),
-                     WithThousands(_record.Failed()), PathForDisplay(_record.destination),
-                     Size(_record.pstSize), Duration(_record.milliseconds)));
+                     WithThousands(_record.Failed()), PathForDisplay(pst), Size(_record.pstSize),
+                     Duration(_record.milliseconds)));
     if (_record.mapi == MapiChoice::kOutlook)
       Line("Written here means accepted by Outlook, which does not tell what has reached the file");
   }

@@ -267,8 +267,9 @@ class Recognition(PstTest):
         profile = self.folder / 'm/home/.thunderbird/x.default'
         with open(profile / '.parentlock', 'w') as lock:
             fcntl.lockf(lock, fcntl.LOCK_EX)
-            account = self.convert(profile / 'Mail/Local Folders', self.pst)
-            self.assertEqual(account['profilesInUse'], [str(profile)])
+            for source in (profile / 'Mail/Local Folders', profile.parent):
+                account = self.convert('--overwrite', source, self.pst)
+                self.assertEqual(account['profilesInUse'], [str(profile)])
         self.write('m/home/.thunderbird/y.default/prefs.js', b'')
         self.write('m/home/.thunderbird/y.default/ImapMail/h/INBOX', bytes(1500))
         run = self.parvane('convert', profile.parent, self.folder / 'other.pst')
@@ -278,10 +279,16 @@ class Recognition(PstTest):
 
     def test_sources_without_mail(self):
         bad = self.write('text', b'just a note\n')
+        for file in ('eml/1.eml', 'gz/Inbox.gz', 'link/readme.txt'):
+            self.write(f'found/{file}', b'x')
+        (self.folder / 'found/link/Sent').symlink_to('/none')
         for source, options, why in (
                 (self.folder / 'm/boxes', ('--from', 'thunderbird'), 'no mail found in it'),
                 (self.folder / 'm' / self.LOCAL, ('--from', 'mbox'), 'no mail found in it'),
                 (self.folder / 'm/p.default/Mail/smart mailboxes', (), 'no mail found in it'),
+                (self.folder / 'found/eml', (), 'messages in files of their own'),
+                (self.folder / 'found/gz', (), 'compressed files'),
+                (self.folder / 'found/link', (), 'links that lead nowhere'),
                 (bad, (), 'not an mbox file'), (self.folder / 'missing', (), NO_SUCH_FILE)):
             with self.subTest(source=source, options=options):
                 run = self.parvane('convert', *options, source, self.pst)
