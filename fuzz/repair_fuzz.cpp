@@ -6,6 +6,7 @@
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/facade/ts_string.h"
+#include "sources/date_repair.h"
 #include "sources/message_repair.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

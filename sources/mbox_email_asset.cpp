@@ -16,7 +16,7 @@
 #include "platform/file.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
-#include "sources/header_repair.h"
+#include "sources/message_repair.h"
 
 namespace QuelmarMIMEEngineCommon {
 

@@ -15,7 +15,8 @@
 #include "mime/mime_message2.h"
 #include "platform/text.h"
 #include "platform/time.h"
-#include "sources/header_repair.h"
+#include "sources/date_repair.h"
+#include "sources/date_tokens.h"
 
 namespace QuelmarMIMEEngineCommon {
 namespace {

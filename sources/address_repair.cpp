@@ -1,0 +1,124 @@
+#include "sources/address_repair.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "mime/facade/cls_mime.h"
+#include "mime/facade/ts_mime.h"
+#include "mime/mailbox.h"
+#include "mime/mime_message2.h"
+#include "mime/text_decoding.h"
+#include "platform/text.h"
+
+namespace parvane::sources {
+namespace {
+
+using QuelmarMIMEEngineCommon::RewriteMailBoxes;
+using Tessary::MimeField;
+using Tessary::MimeMessage2;
+
+constexpr std::array<std::string_view, 6> kMailBoxHeaders = {"From", "To",     "Cc",
+                                                             "Bcc",  "Sender", "Reply-To"};
+static_assert(kMailBoxHeaders.size() < FieldChanges::kMost);
+
+// The values of all fields of one name, joined by commas: bytes while they are ASCII, else text.
+class FieldList {
+ public:
+  void Add(const MimeField& field, const MimeMessage2& entity) {
+    const std::string_view value = field.Value(_scratch);
+    // Seven-bit Japanese must be decoded first: its characters are made of quotes and commas, too.
+    const bool ascii = Tessary::ReadsAsAscii(value, {});
+    if (ascii && !_isWide) {
+      AddNarrow(value);
+      return;
+    }
+    if (!_isWide) {
+      _wide = platform::Utf8ToUtf16(_narrow);
+      _isWide = true;
+    }
+    if (!_wide.empty()) _wide += u',';
+    _wide += ascii ? platform::Utf8ToUtf16(value)
+                   : Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
+  }
+
+  // Appends the list rewritten, as UTF-8; false when something may be missing from it.
+  bool AppendRewritten(std::string& out) const {
+    if (!_isWide) return RewriteMailBoxes(_narrow, out);
+    std::u16string wide;
+    RewriteMailBoxes(_wide, wide);
+    platform::AppendUtf16AsUtf8(wide, out);
+    return false;
+  }
+  void FindLosses(std::string_view header, RepairLosses& losses) const {
+    const auto take = [&](AddressLoss&& loss) {
+      if (losses.named.size() < RepairLosses::kMostNamed) {
+        losses.named.push_back({header, std::move(loss)});
+      } else {
+        ++losses.more;
+      }
+    };
+    if (_isWide) {
+      FindAddressLosses(_wide, take);
+    } else {
+      FindAddressLosses(_narrow, take);
+    }
+  }
+  bool empty() const { return _isWide ? _wide.empty() : _narrow.empty(); }
+
+ private:
+  // A value that is the only one and stands in the message is not copied.
+  void AddNarrow(std::string_view value) {
+    const bool unfolded = value.data() == _scratch.data();
+    if (_narrow.empty() && !unfolded) {
+      _narrow = value;
+      return;
+    }
+    if (_joined.empty()) _joined = _narrow;
+    if (!_joined.empty()) _joined += ',';
+    _narrow = _joined += value;
+  }
+
+  std::string_view _narrow;
+  std::string _scratch;  // to unfold the last value
+  std::string _joined;
+  std::u16string _wide;
+  bool _isWide = false;
+};
+
+}  // namespace
+
+void RepairAddresses(const MimeMessage2& entity, FieldChanges& changes, RepairLosses* losses) {
+  std::array<FieldList, kMailBoxHeaders.size()> lists;
+  entity.header().ForEach(kMailBoxHeaders, [&](std::size_t list, const MimeField& field) {
+    lists[list].Add(field, entity);
+  });
+  for (std::size_t i = 0; i < lists.size(); ++i) {
+    if (lists[i].empty()) continue;
+    bool complete = true;
+    changes.Add(kMailBoxHeaders[i],
+                [&](std::string& out) { complete = lists[i].AppendRewritten(out); });
+    if (!complete && losses) lists[i].FindLosses(kMailBoxHeaders[i], *losses);
+  }
+}
+
+void RepairAddressHeader(std::string_view name, MimeMessage2& entity) {
+  FieldList list;
+  entity.header().ForEach(name, [&](const MimeField& field) { list.Add(field, entity); });
+  if (list.empty()) return;
+  FieldChanges changes;
+  changes.Add(name, [&](std::string& out) { list.AppendRewritten(out); });
+  changes.ApplyTo(entity);
+}
+
+}  // namespace parvane::sources
+
+namespace QuelmarMIMEEngineCommon {
+
+void FixMailBox(const char* headerName, Tessary::TsMime* mime) {
+  if (!mime || !headerName) return;
+  parvane::sources::RepairAddressHeader(headerName, mime->impl().Entity());
+}
+
+}  // namespace QuelmarMIMEEngineCommon
