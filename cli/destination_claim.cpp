@@ -5,7 +5,8 @@
 #include <string_view>
 
 #include "pstfile/check/integrity_checker.h"
-#include "pstfile/store/unfinished.h"
+#include "pstfile/ndb/unfinished.h"
+#include "pstfile/store/store_name.h"
 
 namespace parvane::cli {
 
@@ -127,7 +128,7 @@ Status DestinationClaim::JudgeLeftover(bool mayReplace) {
   const std::string_view text(start.data(), *count);
   const bool holdsNothing = text.empty() || text == kNote;
   const auto unfinished =
-      holdsNothing ? platform::Result<bool>(true) : pstfile::IsUnfinished(Machine(), _path);
+      holdsNothing ? platform::Result<bool>(true) : pstfile::IsUnfinished(_written->file());
   if (!_lends || !unfinished.ok() || !*unfinished) {
     return Refuse(
         StatusCode::kExists, _path,
@@ -194,13 +195,25 @@ Status DestinationClaim::Finish() {
     if (Status named = TakeName(); !named.ok()) return named;
   }
   _ours = false;
-  // Who adds to an unfinished PST has made it their own. The file is whole, whether this succeeds
-  // or not: under its own name the mark means nothing.
-  if (_lent) _lent->SetPath(_destination.file);
-  (void)pstfile::MarkFinished(_lent ? *_lent : Machine(), _destination.file,
-                              platform::StemOfPath(_path), platform::StemOfPath(_destination.file))
-      .ok();
+  TakeMarkOff();
   return {};
+}
+
+// Only now, so that what is left of a run that is killed before can be told. The file is whole,
+// whether this succeeds or not: under its own name the mark means nothing. Who adds to an
+// unfinished PST has made it their own.
+void DestinationClaim::TakeMarkOff() {
+  Status ignored;
+  if (_written) {
+    ignored = pstfile::MarkFinished(_written->file());
+  } else if (GrowsApart()) {
+    // Another program's MAPI has called the new store after the file it made.
+    ignored = pstfile::RenameStore(Machine(), _destination.file, platform::StemOfPath(_path),
+                                   platform::StemOfPath(_destination.file));
+  } else if (auto file = Machine().Open(_destination.file, FileSystem::OpenMode::kReadWrite);
+             file.ok()) {
+    ignored = pstfile::MarkFinished(**file);
+  }
 }
 
 Status DestinationClaim::TakeName() {

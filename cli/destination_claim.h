@@ -59,6 +59,7 @@ class DestinationClaim {
   platform::Status ReplaceLeftover();
   platform::Status CheckUnchanged() const;
   platform::Status TakeName();
+  void TakeMarkOff();
   bool GrowsApart() const { return !_destination.existed || _destination.replaced; }
   void RemovePartial();
 

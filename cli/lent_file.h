@@ -43,8 +43,6 @@ class LentFiles : public platform::FileSystem {
  public:
   LentFiles(std::u16string path, std::shared_ptr<HeldFile> held)
       : _path(std::move(path)), _held(std::move(held)) {}
-  // It has been renamed.
-  void SetPath(std::u16string path) { _path = std::move(path); }
 
   platform::Result<std::unique_ptr<platform::RandomAccessFile>> Open(std::u16string_view path,
                                                                      OpenMode mode) override;

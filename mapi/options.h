@@ -22,7 +22,7 @@ struct BuiltinOptions {
   // Opens every store for reading only, whatever access is asked for.
   bool readOnly = false;
   // A new store is marked as unfinished until somebody takes the mark off
-  // (pstfile/store/unfinished.h), and an empty file at its path is filled where it stands: the
+  // (pstfile/ndb/unfinished.h), and an empty file at its path is filled where it stands: the
   // caller has made that file and holds it.
   bool newStoreUnfinished = false;
   // Where files are opened, for a caller who lends one that is open already; null: the machine's

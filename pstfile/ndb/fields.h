@@ -69,14 +69,15 @@ struct Header {
   static constexpr Field kReserved{"rgbReserved", 514, 2};
   static constexpr Field kNextBlockId{"bidNextB", 516, 8};
   static constexpr Field kFullCrc{"dwCRCFull", 524, 4};
-  static constexpr Field kTail{"rgbReserved2, bReserved, rgbReserved3", 528, 36};
+  static constexpr Field kReserved3{"rgbReserved2, bReserved", 528, 4};
+  static constexpr Field kMark{"rgbReserved3", 532, 32};
   static constexpr std::array kAll{
       kMagic,          kPartialCrc,  kMagicClient,  kVersion,       kClientVersion, kPlatformCreate,
       kPlatformAccess, kReserved1,   kReserved2,    kUnusedBlockId, kNextPageId,    kUnique,
       kCounters,       kUnused,      kRootReserved, kEndOfFile,     kLastAMap,      kFreeBytes,
       kFreePageBytes,  kNodeRoot,    kBlockRoot,    kMapState,      kRootTail,      kAlign,
       kFreeMap,        kFreePageMap, kSentinel,     kCryptMethod,   kReserved,      kNextBlockId,
-      kFullCrc,        kTail};
+      kFullCrc,        kReserved3,   kMark};
 };
 // What the two check sums of the header cover.
 inline constexpr Field kPartialCrcRange{"dwCRCPartial", 8, 471};

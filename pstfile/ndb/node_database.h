@@ -92,6 +92,7 @@ struct CreateOptions {
   // The file is there, empty, and is filled where it stands: for callers who have made it and hold
   // it. Until Publish is done it is no PST; it is empty again when creation fails.
   bool inPlace = false;
+  bool unfinished = false;  // carries the mark of unfinished.h
   OpenOptions open;
 };
 

@@ -6,6 +6,7 @@
 #include "platform/system.h"
 #include "pstfile/ndb/file_kind.h"
 #include "pstfile/ndb/node_database_impl.h"
+#include "pstfile/ndb/unfinished.h"
 
 namespace parvane::pstfile {
 
@@ -219,7 +220,9 @@ Status NodeDatabase::Impl::CreateFile(const CreateOptions& create) {
   if (Status s = OpenNewFile(create); !s.ok()) return s;
   _creating = true;
   _locked = true;
-  committed = current = FileHeader::New(create.crypt);
+  committed = FileHeader::New(create.crypt);
+  if (create.unfinished) MarkUnfinished(committed.raw);
+  current = committed;
   _newBase = current.nextBlockId >> 2;
   _knownFrom = kFirstAMapOffset;
   _space.Reset(kFirstAMapOffset, kFirstAMapOffset);

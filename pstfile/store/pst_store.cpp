@@ -34,6 +34,7 @@ Result<std::unique_ptr<PstStore>> PstStore::Create(platform::FileSystem& files,
   create.crypt = static_cast<CryptMethod>(options.encoding);
   if (options.store.sizeLimit != 0) create.open.sizeLimit = options.store.sizeLimit;
   create.inPlace = options.emptyFile == StoreCreateOptions::EmptyFile::kFilled;
+  create.unfinished = options.unfinished;
   create.replace = options.emptyFile == StoreCreateOptions::EmptyFile::kReplaced;
   auto state = std::make_unique<State>();
   state->options = options.store;

@@ -81,7 +81,7 @@ struct StoreCreateOptions {
   // An empty file that is at the path: filled where it stands, or replaced. Without either it is in
   // the way.
   enum class EmptyFile { kInTheWay, kFilled, kReplaced } emptyFile = EmptyFile::kInTheWay;
-  bool unfinished = false;  // carries the mark of unfinished.h
+  bool unfinished = false;  // carries the mark of ndb/unfinished.h
 };
 
 enum class StoreOpenMode { kRead, kReadWrite };

@@ -11,7 +11,6 @@
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/store/name_map.h"
 #include "pstfile/store/store_layout.h"
-#include "pstfile/store/unfinished.h"
 
 namespace parvane::pstfile {
 
@@ -168,7 +167,6 @@ PropertyList StoreProperties(const StoreCreateOptions& options,
   properties.SetBool(kPstLrNoRestrictions, true);
   properties.SetInt32(kStoreVersion, kStoreVersionValue);
   properties.SetInt32(tags::kPstPassword, 0);
-  if (options.unfinished) properties.SetText(kUnfinishedMark, kUnfinishedText);
   return properties;
 }
 

@@ -33,7 +33,7 @@ THREAD_HEADER = re.compile(r'^(thread|future|condition_variable|pthread\.h)$')
 
 # What the program may include, and what only its start-up may.
 CLI_MAY = re.compile(
-    r'^((cli|engine|factory|mapi|platform)/[^/]+|pstfile/check/(?:integrity_checker|node_dump)\.h|pstfile/ndb/file_kind\.h|pstfile/store/unfinished\.h|pst/disk_utilities\.h)$')
+    r'^((cli|engine|factory|mapi|platform)/[^/]+|pstfile/check/(?:integrity_checker|node_dump)\.h|pstfile/ndb/(?:file_kind|unfinished)\.h|pstfile/store/store_name\.h|pst/disk_utilities\.h)$')
 CLI_START_UP = {'cli/main.cpp': re.compile(r'^mapi/builtin/[^/]+$')}
 
 

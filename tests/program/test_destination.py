@@ -110,24 +110,38 @@ class Destination(PstTest):
             shutil.copy(self.few, self.folder / 'x')
             (self.folder / 'x').rename(path)
 
-        for victim in (self.pst, partial(self.pst)):
-            for harm in (lambda path: path.unlink(), replace):
-                with self.subTest(victim=victim.name, replaced=harm is replace):
+        growing = partial(self.pst)
+        for victim, harm, existed in ((self.pst, replace, False), (self.pst, os.unlink, True),
+                                      (self.pst, replace, True), (growing, os.unlink, True),
+                                      (growing, replace, True)):
+            with self.subTest(victim=victim.name, replaced=harm is replace, existed=existed):
+                if existed:
                     self.convert(self.few, self.pst)
                     self.pst.chmod(0o600)
-                    process = self.start_many('--overwrite')
-                    self.assertEqual(partial(self.pst).stat().st_mode, self.pst.stat().st_mode)
-                    harm(victim)
-                    code, err = self.end(process)
-                    self.assertEqual(code, 3, err)
-                    self.assertIn(f'{victim}: was removed, renamed or replaced', err)
-                    self.assertEqual(victim.exists(), harm is replace)
-                    if harm is replace:
-                        self.assertEqual(victim.read_bytes(), self.few.read_bytes())
-                        victim.unlink()
-                    other = partial(self.pst) if victim == self.pst else self.pst
-                    self.assertEqual(self.messages(other), 400 if victim == self.pst else 7)
-                    other.unlink()
+                process = self.start_many(*(['--overwrite'] if existed else []))
+                if existed:
+                    self.assertEqual(growing.stat().st_mode, self.pst.stat().st_mode)
+                harm(victim)
+                code, err = self.end(process)
+                self.assertEqual(code, 3, err)
+                self.assertIn(f'{victim}: was removed, renamed or replaced', err)
+                self.assertEqual(victim.exists(), harm is replace)
+                if harm is replace:
+                    self.assertEqual(victim.read_bytes(), self.few.read_bytes())
+                    victim.unlink()
+                if victim == growing:
+                    self.assertEqual(self.messages(self.pst), 7)
+                    self.pst.unlink()
+                    continue
+                # Whole and without its name, as if killed right before that: a leftover still, until
+                # somebody gives it a name and adds to it.
+                self.refused('--overwrite replaces it', self.few, self.pst)
+                growing.rename(self.pst)
+                self.convert('--append', self.few, self.pst)
+                self.assertEqual(self.messages(self.pst), 407)
+                self.pst.rename(growing)
+                self.refused('is in the way', '--overwrite', self.few, self.pst)
+                growing.unlink()
 
     def test_the_old_pst_stays_until_there_is_a_new_one(self):
         self.convert(self.few, self.pst)

@@ -15,8 +15,9 @@ pstcheck = importlib.util.module_from_spec(spec)
 spec.loader.exec_module(pstcheck)
 
 HEADER_VERSION, HEADER_MAPS_VALID, HEADER_CRYPT = 10, 248, 513
+HEADER_MARK = slice(532, 564)
 FOLDER, SEARCH_FOLDER, HIERARCHY, CONTENTS = 0x02, 0x03, 0x0D, 0x0E
-NAME_MAP, MESSAGE_STORE, PASSWORD, UNFINISHED = 0x61, 0x21, 0x67FF, 0x67F8
+NAME_MAP, MESSAGE_STORE, PASSWORD = 0x61, 0x21, 0x67FF
 # What adding mail to a folder changes of it: counts, whether it has subfolders, its class.
 CLASS, ROW_VERSION = 0x3613, 0x67F3
 CHANGING = {0x3602, 0x3603, 0x360A, CLASS}
@@ -223,7 +224,7 @@ class OutlookFiles(PstTest):
         self.convert(source, pst)
         store = snapshot(pst)[0][MESSAGE_STORE][1][1]
         self.assertEqual(store[0x3001][1], 'Old mail')
-        self.assertNotIn(UNFINISHED, store)
+        self.assertFalse(any(pst.read_bytes()[HEADER_MARK]))
 
     def test_a_password_protects_nothing(self):
         pst = self.sample('sample1.pst')
