@@ -23,6 +23,13 @@ std::string Joined(std::string_view first, std::string_view second) {
   return fmt::format("{}{}{}", first, first.empty() || second.empty() ? "" : ": ", second);
 }
 
+// The system's words often have the path, which stands before them already.
+std::string About(const std::u16string& path, std::string words) {
+  const std::string shown = PathForDisplay(path);
+  const std::size_t at = shown.empty() ? words.npos : words.find(shown);
+  return at == words.npos ? words : words.replace(at, shown.size(), "it");
+}
+
 }  // namespace
 
 EntryWords Words(const ConversionRecord& record, const FailedMessage& failure) {
@@ -55,13 +62,13 @@ EntryWords Words(const ConversionRecord&, const SkippedPath& path) {
   return {PathForDisplay(path.path),
           reason.advice.empty() ? std::string(reason.text)
                                 : fmt::format("{} ({})", reason.text, reason.advice),
-          path.detail};
+          About(path.path, path.detail)};
 }
 
 EntryWords Words(const ConversionRecord&, const ReadFailure& failure) {
   return {fmt::format("{}, at byte {}", PathForDisplay(failure.path), failure.offset),
           {},
-          failure.reason};
+          About(failure.path, failure.reason)};
 }
 
 EntryWords Words(const ConversionRecord&, const RenamedFolder& renamed) {
@@ -69,6 +76,10 @@ EntryWords Words(const ConversionRecord&, const RenamedFolder& renamed) {
                       FolderPath(renamed.path)),
           {},
           {}};
+}
+
+EntryWords Words(const ConversionRecord&, const FolderRefusal& refusal) {
+  return {FolderPath(refusal.path), {}, Joined(refusal.place, refusal.text)};
 }
 
 EntryWords Words(const ConversionRecord&, const ContinuedFolder& folder) {

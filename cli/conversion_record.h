@@ -92,6 +92,13 @@ struct RenamedFolder {
   std::vector<std::u16string> path;
 };
 
+// A property that a folder was made without.
+struct FolderRefusal {
+  std::vector<std::u16string> path;
+  std::string place;  // the property
+  std::string text;   // what was answered
+};
+
 // A folder that took no more messages, and the sibling in which its mail goes on.
 struct ContinuedFolder {
   std::vector<std::u16string> path;
@@ -133,6 +140,7 @@ struct ConversionRecord {
   std::vector<ReadFailure> readFailures;
   std::vector<std::u16string> profilesInUse;  // Thunderbird was at work on them
   std::vector<RenamedFolder> renamed;
+  Listing<FolderRefusal> folderRefusals;
   std::vector<UnreadFolder> notBegun;
   std::vector<ContinuedFolder> continued;
   std::uint64_t withoutDate = 0;
@@ -203,6 +211,7 @@ EntryWords Words(const ConversionRecord& record, const MessageRemark& remark);
 EntryWords Words(const ConversionRecord& record, const SkippedPath& path);
 EntryWords Words(const ConversionRecord& record, const ReadFailure& failure);
 EntryWords Words(const ConversionRecord& record, const RenamedFolder& renamed);
+EntryWords Words(const ConversionRecord& record, const FolderRefusal& refusal);
 EntryWords Words(const ConversionRecord& record, const ContinuedFolder& folder);
 EntryWords Words(const ConversionRecord& record, const UnreadFolder& folder);
 

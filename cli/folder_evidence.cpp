@@ -1,13 +1,11 @@
 #include "cli/folder_evidence.h"
 
-#include <algorithm>
 #include <array>
 #include <deque>
-#include <initializer_list>
 #include <set>
 #include <utility>
 
-#include "platform/text.h"
+#include "engine/file_kinds.h"
 
 namespace parvane::cli {
 namespace {
@@ -23,23 +21,16 @@ constexpr std::size_t kMostFoldersSearched = 20'000;
 
 FileSystem& Files() { return FileSystem::Default(); }
 
-bool HasExtensionOf(std::u16string_view path,
-                    std::initializer_list<std::u16string_view> extensions) {
-  const std::u16string extension = platform::ExtensionOfPath(path);
-  return std::any_of(extensions.begin(), extensions.end(), [&](std::u16string_view one) {
-    return platform::EqualsIgnoreCase(extension, one);
-  });
-}
-
 void LookAtFile(std::u16string_view folder, const DirectoryEntry& entry,
                 const std::set<std::u16string_view>& folderNames, FolderEvidence& evidence) {
   const std::u16string extension = platform::ExtensionOfPath(entry.name);
-  evidence.mboxFiles |= HasExtensionOf(entry.name, {u".mbox"}) && !entry.name.starts_with(u"._");
+  evidence.mboxFiles |=
+      engine::HasExtension(entry.name, u".mbox") && !entry.name.starts_with(u"._");
   // That of an account stands beside the account's folder.
-  evidence.indexFiles |= HasExtensionOf(entry.name, {u".msf"}) &&
+  evidence.indexFiles |= engine::HasExtension(entry.name, u".msf") &&
                          !folderNames.contains(platform::StemOfPath(entry.name));
-  evidence.singleMessages |= IsSingleMessage(entry.name);
-  evidence.compressed |= IsCompressed(entry.name);
+  evidence.singleMessages |= engine::IsNamedLikeAMessage(entry.name);
+  evidence.compressed |= engine::IsNamedLikeAnArchive(entry.name);
   if (extension.empty() && entry.size > 0 && !evidence.mailFiles) {
     const auto beginning = LookAtBeginning(platform::JoinPath(folder, entry.name));
     evidence.mailFiles = beginning.ok() && *beginning == Beginning::kMail;
@@ -109,15 +100,6 @@ Result<FolderEvidence> SearchFolder(const std::u16string& top) {
     }
   }
   return unread;
-}
-
-bool IsCompressed(std::u16string_view path) {
-  return HasExtensionOf(path, {u".gz", u".tgz", u".bz2", u".xz", u".lzma", u".zst", u".z", u".zip",
-                               u".7z", u".rar", u".tar"});
-}
-
-bool IsSingleMessage(std::u16string_view path) {
-  return HasExtensionOf(path, {u".eml", u".emlx", u".mh_sequences"});
 }
 
 std::string NoMailText(const FolderEvidence& found) {

@@ -35,10 +35,6 @@ FolderEvidence LookInto(std::u16string_view folder,
 // The nearest folder that says something decides for all: breadth first, each folder once.
 platform::Result<FolderEvidence> SearchFolder(const std::u16string& top);
 
-// By its extension.
-bool IsCompressed(std::u16string_view path);
-bool IsSingleMessage(std::u16string_view path);
-
 // Why there is nothing to convert, in words: what was found instead.
 std::string NoMailText(const FolderEvidence& found);
 

@@ -31,6 +31,7 @@ constexpr Name kNames[] = {
     {mapi::PR_REPLY_RECIPIENT_ENTRIES, "Reply-To"},
     {mapi::PR_CLIENT_SUBMIT_TIME, "date"},
     {mapi::PR_MESSAGE_DELIVERY_TIME, "date of arrival"},
+    {mapi::PR_CONTAINER_CLASS_W, "kind of folder"},
     {mapi::PR_MESSAGE_FLAGS, "read or unread"},
 };
 

@@ -1,8 +1,9 @@
 #include "cli/pst_account.h"
 
+#include <utility>
+
 #include <fmt/format.h>
 
-#include "mapi/diagnostics.h"
 #include "mapi/results.h"
 #include "platform/file.h"
 
@@ -13,7 +14,8 @@ using engine::DestinationStep;
 
 class OfDiagnostics final : public PstAccount {
  public:
-  using PstAccount::PstAccount;
+  OfDiagnostics(std::u16string_view path, std::shared_ptr<const mapi::StoreDiagnostics> record)
+      : PstAccount(path), _record(std::move(record)) {}
 
   std::uint64_t Saved() const override { return Record().messagesSaved; }
   std::uint64_t Committed() const override { return Record().messagesCommitted; }
@@ -27,18 +29,21 @@ class OfDiagnostics final : public PstAccount {
   std::string LastFailure() const override { return Record().lastFailure.text; }
   std::string WriteFailure() const override { return Record().writeFailure.text; }
   std::string Reason() const override {
-    // Before the file has been touched, a failure concerns no file.
-    if (!mapi::FindStoreDiagnostics(Path())) return mapi::LastFailure().text;
+    // Before there is a store, a failure is of no store.
+    if (!_record) return mapi::LastFailure().text;
     return Record().writeFailure.result != 0 ? Record().writeFailure.text
                                              : Record().firstFailure.text;
   }
 
+  void StoreOpened(mapi::IMsgStore& store) override { _record = mapi::DiagnosticsOf(store); }
+
  private:
   const mapi::StoreDiagnostics& Record() const {
     static const mapi::StoreDiagnostics kUntouched;
-    const auto* found = mapi::FindStoreDiagnostics(Path());
-    return found ? *found : kUntouched;
+    return _record ? *_record : kUntouched;
   }
+
+  std::shared_ptr<const mapi::StoreDiagnostics> _record;
 };
 
 std::string_view NameOf(DestinationStep step) {
@@ -145,8 +150,9 @@ class OfResults final : public PstAccount {
 
 }  // namespace
 
-std::unique_ptr<PstAccount> BuiltinAccount(std::u16string_view path) {
-  return std::make_unique<OfDiagnostics>(path);
+std::unique_ptr<PstAccount> BuiltinAccount(std::u16string_view path,
+                                           std::shared_ptr<const mapi::StoreDiagnostics> record) {
+  return std::make_unique<OfDiagnostics>(path, std::move(record));
 }
 std::unique_ptr<PstAccount> SystemAccount(std::u16string_view path) {
   return std::make_unique<OfResults>(path);

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "engine/destination_observer.h"
+#include "mapi/diagnostics.h"
 
 namespace parvane::cli {
 
@@ -39,14 +40,16 @@ class PstAccount {
   virtual std::string Reason() const = 0;
 
   // From the destination's observer.
+  virtual void StoreOpened(mapi::IMsgStore& /*store*/) {}
   virtual void MapiAnswered(engine::DestinationStep /*step*/, std::int32_t /*result*/) {}
 
  private:
   std::u16string _path;
 };
 
-// From the diagnostics of the built-in MAPI.
-std::unique_ptr<PstAccount> BuiltinAccount(std::u16string_view path);
+// From the diagnostics of the built-in MAPI, `record`'s until a store is opened.
+std::unique_ptr<PstAccount> BuiltinAccount(
+    std::u16string_view path, std::shared_ptr<const mapi::StoreDiagnostics> record = {});
 // From the results of the system's MAPI, which is all it tells: what it has accepted is taken for
 // written.
 std::unique_ptr<PstAccount> SystemAccount(std::u16string_view path);

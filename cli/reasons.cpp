@@ -29,8 +29,7 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kResourceForkCompanion:
       return {"companion-file", "companion file of another system"};
     case SkipReason::kOrphanSbd:
-      return {"orphan-sbd", "subfolders without a mailbox of their name beside them",
-              "put an empty file named like it, without .sbd, beside it"};
+      break;  // never told: it is opened as a source of its own
     case SkipReason::kSymbolicLinkLoop:
       return {"link-loop", "leads back to a folder that it lies in"};
     case SkipReason::kLinkToFolder:

@@ -53,6 +53,7 @@ class ReportWriter {
     ReadFailures();
     ProfilesInUse();
     Renamed();
+    FolderRefusals();
     Continued();
     NotBegun();
     Timings();
@@ -113,6 +114,7 @@ class ReportWriter {
         .Number(_record.leftBehind.total + _record.passedOver.total + _record.otherFiles.total);
     _json.Key("pathsLeftBehind").Number(_record.leftBehind.total);
     _json.Key("readFailures").Number(_record.readFailures.size());
+    _json.Key("folderRefusals").Number(_record.folderRefusals.total);
     _json.Key("withoutDate").Number(_record.withoutDate);
     _json.Key("unreadableDate").Number(_record.unreadableDate);
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
@@ -256,6 +258,18 @@ class ReportWriter {
     _json.EndArray();
   }
 
+  void FolderRefusals() {
+    _json.Key("folderRefusals").BeginArray();
+    for (const FolderRefusal& entry : _record.folderRefusals.entries) {
+      _json.BeginObject();
+      Path(_json, "path", entry.path);
+      _json.Key("place").String(entry.place);
+      _json.Key("text").String(entry.text);
+      _json.EndObject();
+    }
+    _json.EndArray();
+  }
+
   void Continued() {
     _json.Key("continuedFolders").BeginArray();
     for (const ContinuedFolder& folder : _record.continued) {
@@ -288,7 +302,7 @@ ExitCode Outcome(const ConversionRecord& record) {
   if (!record.error.empty()) return ExitCode::kCouldNotFinish;
   if (record.interrupted) return ExitCode::kInterrupted;
   if (record.Failed() > 0 || !record.leftBehind.empty() || !record.readFailures.empty() ||
-      !record.RemarksOf(engine::RemarkKind::kRefused).empty())
+      !record.folderRefusals.empty() || !record.RemarksOf(engine::RemarkKind::kRefused).empty())
     return ExitCode::kMailLeftBehind;
   return ExitCode::kDone;
 }

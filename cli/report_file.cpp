@@ -60,7 +60,14 @@ Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
   if (possible.ok()) possible = Files().Remove(trial);
   if (possible.ok() && kind == FileKind::kFile && IsReport(report._path))
     possible = Files().Remove(report._path);
-  if (!possible.ok()) return possible.WithContext("report " + platform::PathForDisplay(path));
+  if (!possible.ok()) {
+    std::string reason = possible.message();
+    const std::string shown = platform::PathForDisplay(trial);
+    // A name that nobody has given says nothing.
+    if (const std::size_t at = reason.find(shown); at != reason.npos)
+      reason.replace(at, shown.size(), "a file beside it");
+    return Status(possible.code(), "report " + platform::PathForDisplay(path) + ": " + reason);
+  }
   report._replaced = Files().Inspect(report._path);
   return report;
 }

@@ -6,6 +6,7 @@
 #include "cli/folder_evidence.h"
 #include "cli/profile_settings.h"
 #include "cli/thunderbird_profiles.h"
+#include "engine/file_kinds.h"
 #include "platform/file.h"
 #include "platform/process.h"
 #include "platform/text.h"
@@ -37,8 +38,9 @@ bool HoldsAccounts(std::u16string_view folder) {
 
 // Why a file that does not begin like a mailbox is none.
 Status NotAMailbox(const std::u16string& path) {
-  const char* why = IsCompressed(path) ? "a compressed file or an archive; unpack it first"
-                    : IsSingleMessage(path)
+  const char* why = engine::IsNamedLikeAnArchive(path)
+                        ? "a compressed file or an archive; unpack it first"
+                    : engine::IsNamedLikeAMessage(path)
                         ? "a message in a file of its own, which is not read; let the program that "
                           "keeps it export it as mbox"
                         : "not an mbox file (it does not begin with \"From \")";

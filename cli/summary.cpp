@@ -49,6 +49,7 @@ class SummaryWriter {
     more(_record.leftBehind.total, "piece", "of mail left behind");
     more(_record.RemarksOf(engine::RemarkKind::kRefused).total, "part",
          "of messages refused by the PST");
+    more(_record.folderRefusals.total, "property", "of folders refused by the PST");
     more(_record.readFailures.size(), "mailbox", "not read as it is");
     return line;
   }
@@ -110,6 +111,7 @@ class SummaryWriter {
     for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
       List(_record.remarks[i], WordsOf(static_cast<engine::RemarkKind>(i)).heading);
     List(_record.renamed, "Renamed folders");
+    List(_record.folderRefusals, "Folders made without what the PST refused");
     List(_record.continued, "Folders that are full");
   }
 

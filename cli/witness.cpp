@@ -40,6 +40,14 @@ std::u16string DiskPath(const IAssetFolder& folder) {
   return folder.FolderDiskPath().value_or(u"");
 }
 
+// From the PST's top folder, which has no part in it.
+std::vector<std::u16string> PathOf(const IAssetFolder& folder) {
+  std::vector<std::u16string> path;
+  for (const IAssetFolder* at = &folder; at->ParentFolder(); at = at->ParentFolder())
+    path.insert(path.begin(), at->FolderName().value_or(u""));
+  return path;
+}
+
 }  // namespace
 
 void Witness::Watch(PstAccount& pst) {
@@ -191,6 +199,19 @@ void Witness::MessageRead(const engine::MessageLocation& message, std::string_vi
 
 void Witness::MapiAnswered(engine::DestinationStep step, std::int32_t result) {
   if (_pst) _pst->MapiAnswered(step, result);
+}
+
+void Witness::StoreOpened(mapi::IMsgStore& store) {
+  if (_pst) _pst->StoreOpened(store);
+}
+
+void Witness::FolderRefused(const IAssetFolder& folder,
+                            const std::vector<mapi::Refusal>& refusals) {
+  for (const mapi::Refusal& refusal : refusals) {
+    FolderRefusal refused{PathOf(folder), PropertyName(refusal.tag), ResultText(refusal.result)};
+    _logs.Both("MADE WITHOUT: " + Describe(_record, refused));
+    _record.folderRefusals.Add(std::move(refused));
+  }
 }
 
 void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {

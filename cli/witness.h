@@ -75,6 +75,9 @@ class Witness : public engine::SourceObserver,
 
   // DestinationObserver
   void MapiAnswered(engine::DestinationStep step, std::int32_t result) override;
+  void StoreOpened(mapi::IMsgStore& store) override;
+  void FolderRefused(const QuelmarMIMEEngineCommon::IAssetFolder& folder,
+                     const std::vector<mapi::Refusal>& refusals) override;
   void FolderContinued(const QuelmarMIMEEngineCommon::IAssetFolder& full,
                        const QuelmarMIMEEngineCommon::IAssetFolder& next) override;
 

@@ -1,19 +1,15 @@
 #include "mapi/diagnostics.h"
 
 #include <cstring>
-#include <list>
 
 #include "mapi/diagnostics_recorder.h"
+#include "mapi/results.h"
 
 namespace parvane::mapi {
 namespace {
 
 struct State {
-  std::list<StoreDiagnostics> records;  // references to elements stay valid
-  std::vector<StoreDiagnostics> snapshot;
-  Failure firstFailure;
   Failure lastFailure;
-  std::uint64_t failures = 0;
   std::int64_t objects = 0;
   std::int64_t buffers = 0;
 };
@@ -23,61 +19,37 @@ State& TheState() {
   return state;
 }
 
-// Asked for several times a message.
-bool SamePath(std::u16string_view a, std::u16string_view b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
-}
-
 }  // namespace
 
-const std::vector<StoreDiagnostics>& AllStoreDiagnostics() {
-  State& state = TheState();
-  state.snapshot.assign(state.records.begin(), state.records.end());
-  return state.snapshot;
+// An address is what no two modules of a process share.
+const IID& DiagnosedStoreIid() {
+  static const IID iid = [] {
+    IID made{0x6E0D1A53, 0x2C1B, 0x4F70, {}};
+    const State* own = &TheState();
+    static_assert(sizeof own <= sizeof made.Data4);
+    std::memcpy(made.Data4, &own, sizeof own);
+    return made;
+  }();
+  return iid;
 }
 
-const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path) {
-  for (const StoreDiagnostics& record : TheState().records) {
-    if (SamePath(record.path, path)) return &record;
-  }
-  return nullptr;
-}
-
-const Failure& FirstFailure() { return TheState().firstFailure; }
-const Failure& LastFailure() { return TheState().lastFailure; }
-std::uint64_t FailureCount() { return TheState().failures; }
-std::uint64_t LiveObjects() { return static_cast<std::uint64_t>(TheState().objects); }
-std::uint64_t LiveBuffers() { return static_cast<std::uint64_t>(TheState().buffers); }
-
-void ResetDiagnostics() {
-  State& state = TheState();
-  for (StoreDiagnostics& record : state.records) {
-    if (!record.isOpen) continue;
-    record.failures = 0;
-    record.firstFailure = {};
-    record.lastFailure = {};
-  }
-  std::erase_if(state.records, [](const StoreDiagnostics& record) { return !record.isOpen; });
-  state.firstFailure = {};
-  state.lastFailure = {};
-  state.failures = 0;
-}
-
-StoreDiagnostics& RecordFor(std::u16string_view path) {
-  State& state = TheState();
-  for (StoreDiagnostics& record : state.records) {
-    if (SamePath(record.path, path)) return record;
-  }
-  StoreDiagnostics& record = state.records.emplace_back();
-  record.path = path;
+std::shared_ptr<const StoreDiagnostics> DiagnosticsOf(IMsgStore& store) {
+  void* face = nullptr;
+  if (Failed(store.QueryInterface(DiagnosedStoreIid(), &face)) || face == nullptr) return nullptr;
+  auto record = static_cast<const DiagnosedStore*>(face)->Diagnostics();
+  store.Release();
   return record;
 }
 
+const Failure& LastFailure() { return TheState().lastFailure; }
+std::uint64_t LiveObjects() { return static_cast<std::uint64_t>(TheState().objects); }
+std::uint64_t LiveBuffers() { return static_cast<std::uint64_t>(TheState().buffers); }
+
+void ResetDiagnostics() { TheState().lastFailure = {}; }
+
 void RecordFailure(StoreDiagnostics* store, HRESULT result, std::string_view text) noexcept try {
   const Failure failure{result, std::string(text)};
-  State& state = TheState();
-  if (++state.failures == 1) state.firstFailure = failure;
-  state.lastFailure = failure;
+  TheState().lastFailure = failure;
   if (store == nullptr) return;
   if (++store->failures == 1) store->firstFailure = failure;
   store->lastFailure = failure;

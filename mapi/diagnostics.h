@@ -1,17 +1,16 @@
 // What really happened in the built-in Extended MAPI.
 //
 // MAPI's own results tell a caller that a call was accepted; these counters tell what has reached
-// the file. They are polled, survive log-off, and are kept for each personal folder file the
-// process has touched. The system's MAPI reports nothing here; what either refused of a message is
+// the file. Each opening of a personal folder file has a record of its own, which is polled and
+// survives log-off. The system's MAPI reports nothing here; what either refused of a message is
 // told by mapi/refusals.h.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <string_view>
-#include <vector>
 
-#include "mapi/types.h"
+#include "mapi/message_store.h"
 
 namespace parvane::mapi {
 
@@ -21,8 +20,6 @@ struct Failure {
 };
 
 struct StoreDiagnostics {
-  std::u16string path;  // as configured
-
   // Messages of folders, embedded ones not counted. A commit always covers the first so many of
   // those saved.
   std::uint64_t messagesCreated = 0;    // CreateMessage succeeded
@@ -45,23 +42,21 @@ struct StoreDiagnostics {
   bool mapsRebuilt = false;
   // It carries a password, which Outlook asks for and which protects nothing.
   bool hasPassword = false;
-  bool isOpen = false;  // counts stay readable afterwards, until the file is opened again
+  bool isOpen = false;  // until log-off; what was counted stays
 };
 
-// One record for each file, in order of first use.
-const std::vector<StoreDiagnostics>& AllStoreDiagnostics();
-// Null when the process has not touched this file.
-const StoreDiagnostics* FindStoreDiagnostics(std::u16string_view path);
-// Failures of any call, those that concern no file (unknown profile...) included, since the last
-// ResetDiagnostics. Asking for something that is not there is no failure.
-const Failure& FirstFailure();
+// The record of the opening that `store` belongs to, which goes on being kept while somebody holds
+// it. Null when the store is not of this process's built-in MAPI.
+std::shared_ptr<const StoreDiagnostics> DiagnosticsOf(IMsgStore& store);
+// The last failure of any call since ResetDiagnostics, those included that concern no open file
+// (unknown profile, a file that cannot be opened...). Asking for something that is not there is no
+// failure.
 const Failure& LastFailure();
-std::uint64_t FailureCount();
 // Objects of the built-in MAPI (sessions, stores, tables, streams...) not yet released.
 std::uint64_t LiveObjects();
 // Buffers obtained from the built-in MAPI and not yet freed.
 std::uint64_t LiveBuffers();
-// Forgets failures and closed stores.
+// Forgets the last failure.
 void ResetDiagnostics();
 
 }  // namespace parvane::mapi

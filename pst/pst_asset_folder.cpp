@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "mapi/constants.h"
-#include "mapi/tags.h"
+#include "mapi/refusals.h"
 #include "platform/text.h"
 #include "pst/folder_creation.h"
 
@@ -75,9 +75,14 @@ IAssetFolderMutable* PSTMAPIAssetFolderMutable::CreateAssetFolder(std::u16string
       parvane::pst::OpenOrCreateFolder(*_mapiFolderP, name, kFolderComment, &result);
   Tell(parvane::engine::DestinationStep::kCreateFolder, result);
   if (!created) return nullptr;
+  RefusalLog refusals;
   parvane::pst::SetContainerClass(*created, ContainerClassOf(folderType), 0);
-  return store->MakeFolder<PSTMAPIAssetFolderMutable>(_mapiSessionP, created, name, folderType,
-                                                      _ownerStore, this);
+  auto* folder = store->MakeFolder<PSTMAPIAssetFolderMutable>(_mapiSessionP, created, name,
+                                                              folderType, _ownerStore, this);
+  const std::vector<Refusal> refused = refusals.Take();
+  if (store->ObserverOfDestination() && !refused.empty())
+    store->ObserverOfDestination()->FolderRefused(*folder, refused);
+  return folder;
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -144,6 +144,7 @@ IMsgStore* OpenDefaultMsgStore(IMAPISession* session, DestinationObserver* obser
                                                entryId ? ToEntryId(entryId->lpb) : nullptr, nullptr,
                                                kOpenStoreFlags, &store);
   Tell(observer, DestinationStep::kOpenStore, opened, store);
+  if (observer && store) observer->StoreOpened(*store);
   OrvMAPIUtilities::DeleteEntryId(&entryId);
   return store;
 }

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "convert/properties/mapi_properties.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
 #include "mapi/tags.h"
@@ -69,7 +70,7 @@ IMAPIFolder* PSTStoreHelper::CreateSpecialFolder(IMAPIFolder* parent, AssetFolde
     SPropValue special{};
     special.ulPropTag = SpecialFolderTag(folderType);
     special.Value.bin = properties[0].Value.bin;
-    parent->SetProps(1, &special, nullptr);
+    OrvMAPIUtilities::SetProperties(*parent, 1, &special);
     parent->SaveChanges(kSaveFlags);
   }
   return folder;

@@ -1,10 +1,10 @@
 #include "sources/source_walk.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <iterator>
 #include <string>
 
+#include "engine/file_kinds.h"
 #include "platform/process.h"
 #include "platform/text.h"
 #include "sources/mail_index.h"
@@ -49,29 +49,14 @@ bool IsOfMaildir(std::u16string_view directory) {
              platform::JoinPath(platform::ParentOfPath(directory), u"tmp"));
 }
 
-bool HasExtensionOf(std::u16string_view path,
-                    std::initializer_list<std::u16string_view> extensions) {
-  const std::u16string extension = platform::ExtensionOfPath(path);
-  return std::any_of(extensions.begin(), extensions.end(), [&](std::u16string_view one) {
-    return platform::EqualsIgnoreCase(extension, one);
-  });
-}
-
-// Or, where messages are files named by numbers, what stands beside them.
 bool IsSingleMessage(const DirectoryEntry& entry) {
-  return entry.kind == FileKind::kFile &&
-         HasExtensionOf(entry.name, {u".eml", u".emlx", u".mh_sequences"});
-}
-
-bool IsCompressed(std::u16string_view path) {
-  return HasExtensionOf(path, {u".gz", u".tgz", u".bz2", u".xz", u".lzma", u".zst", u".z", u".zip",
-                               u".7z", u".rar", u".tar"});
+  return entry.kind == FileKind::kFile && engine::IsNamedLikeAMessage(entry.name);
 }
 
 // Programs lock files and folders by links that lead nowhere on purpose: the mail program its
 // profile ("lock" -> "127.0.1.1:+4711"), editors the file in hand (".#name").
 bool IsLockLink(std::u16string_view name) {
-  return name == u"lock" || name.starts_with(u'.') || HasExtensionOf(name, {u".msf"});
+  return name == u"lock" || name.starts_with(u'.') || engine::HasExtension(name, u".msf");
 }
 
 // The index of a mailbox that is not there. An empty one counts as missing where the messages are
@@ -195,12 +180,13 @@ void SourceWalk::SkippedByName(std::u16string_view path) const {
     case MboxProbe::kEmpty:
     case MboxProbe::kOther:
       // One stands beside every mailbox of a profile.
-      if (HasExtensionOf(path, {u".msf"})) {
+      if (engine::HasExtension(path, u".msf")) {
         if (!_way.back().HasLink(platform::StemOfPath(path)) && IsIndexAlone(path) &&
             IndexListsMessages(path))
           Skipped(path, SkipReason::kNotDownloaded);
       } else {
-        Skipped(path, IsCompressed(path) ? SkipReason::kCompressed : SkipReason::kOtherFile);
+        Skipped(path, engine::IsNamedLikeAnArchive(path) ? SkipReason::kCompressed
+                                                         : SkipReason::kOtherFile);
       }
   }
 }

@@ -1,7 +1,9 @@
 // Converts one mbox file with the library: convert_one IN.mbox OUT.pst
 #include <cstdio>
+#include <memory>
 
 #include "engine/callbacks.h"
+#include "engine/destination_observer.h"
 #include "engine/source_observer.h"
 #include "factory/store_factory.h"
 #include "mapi/builtin_entry_points.h"
@@ -41,8 +43,17 @@ class Observer : public parvane::engine::SourceObserver {
   bool _complete = true;
 };
 
+// Keeps what the PST counts, which stays when it has been closed.
+class Witness : public parvane::engine::DestinationObserver {
+ public:
+  void StoreOpened(parvane::mapi::IMsgStore& store) override {
+    record = parvane::mapi::DiagnosticsOf(store);
+  }
+  std::shared_ptr<const parvane::mapi::StoreDiagnostics> record;
+};
+
 // False when not all of the source has been read, or the PST could not be opened.
-bool Convert(const std::u16string& source, const std::u16string& pst) {
+bool Convert(const std::u16string& source, const std::u16string& pst, Witness& witness) {
   auto from =
       CWLEngine::StoreFactory::CreateStore(CWLEngine::kMBOXAssetStore, source, std::nullopt);
   auto to = CWLEngine::StoreFactory::CreateStoreMutable(CWLEngine::kOrphanPSTMAPIStore, pst,
@@ -50,6 +61,7 @@ bool Convert(const std::u16string& source, const std::u16string& pst) {
   Log log;
   Observer observer;
   parvane::engine::ObserveSource(*from, &observer);
+  parvane::engine::ObserveDestination(*to, &witness);
   bool opened = from->OpenStore(nullptr, nullptr, false, &log) == OperationResultCode::Completed &&
                 observer.complete();
   opened = opened && to->OpenStore(nullptr, nullptr, true, &log) == OperationResultCode::Completed;
@@ -69,12 +81,13 @@ bool Convert(const std::u16string& source, const std::u16string& pst) {
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
-  const std::u16string pst = parvane::platform::PathFromNative(argv[2]);
   parvane::mapi::SelectEntryPoints(parvane::mapi::BuiltinEntryPoints());
   MAPISystemUtilities::MAPIInitialize();
-  const bool complete = Convert(parvane::platform::PathFromNative(argv[1]), pst);
+  Witness witness;
+  const bool complete = Convert(parvane::platform::PathFromNative(argv[1]),
+                                parvane::platform::PathFromNative(argv[2]), witness);
   // What really is in the file.
-  const parvane::mapi::StoreDiagnostics* result = parvane::mapi::FindStoreDiagnostics(pst);
+  const auto& result = witness.record;
   if (result)
     std::printf("%llu messages written\n",
                 static_cast<unsigned long long>(result->messagesCommitted));

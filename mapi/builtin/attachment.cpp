@@ -291,7 +291,7 @@ HRESULT Attachment::WriteOut() {
   _location = {written->node, written->data, written->subnodes};
   _reader.reset();
   _saved = true;
-  if (_core->record() != nullptr) ++_core->record()->attachmentsSaved;
+  ++_core->record()->attachmentsSaved;
   return _message->PutAttachment(_number, std::move(written).value());
 }
 

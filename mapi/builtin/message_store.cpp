@@ -36,6 +36,14 @@ MessageStore::MessageStore(StoreCorePtr core, IUnknown* session, bool isDefault,
       _isDefault(isDefault),
       _writable(writable && _core->writable()) {}
 
+HRESULT MessageStore::QueryInterface(const IID& riid, void** ppvObj) {
+  if (ppvObj == nullptr || !(riid == DiagnosedStoreIid()))
+    return PropertyObject::QueryInterface(riid, ppvObj);
+  AddRef();
+  *ppvObj = static_cast<DiagnosedStore*>(this);
+  return S_OK;
+}
+
 // ---- Properties ---------------------------------------------------------------------------------
 
 HRESULT MessageStore::Prepare() {

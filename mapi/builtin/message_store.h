@@ -10,7 +10,9 @@
 
 namespace parvane::mapi::builtin {
 
-class MessageStore final : public PropertyObject<IMsgStore>, public StreamHost {
+class MessageStore final : public PropertyObject<IMsgStore>,
+                           public StreamHost,
+                           public DiagnosedStore {
  public:
   // `session` is kept alive. `isDefault`: the profile's default store.
   MessageStore(StoreCorePtr core, IUnknown* session, bool isDefault, bool writable);
@@ -19,6 +21,7 @@ class MessageStore final : public PropertyObject<IMsgStore>, public StreamHost {
     return iid == IID_IMsgStore || iid == IID_IMAPIProp;
   }
 
+  HRESULT PARVANE_STDCALL QueryInterface(const IID& riid, void** ppvObj) override;
   HRESULT PARVANE_STDCALL SaveChanges(ULONG ulFlags) override;
   HRESULT PARVANE_STDCALL OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
                                        ULONG ulFlags, IUnknown** lppUnk) override;
@@ -50,6 +53,8 @@ class MessageStore final : public PropertyObject<IMsgStore>, public StreamHost {
   HRESULT Remove(ULONG id) override;
   HRESULT FlushChanges() override;
   StoreCore* NameScope() override { return _core.get(); }
+
+  std::shared_ptr<const StoreDiagnostics> Diagnostics() const override { return _core->record(); }
 
   // Streams on a store's properties only read.
   IUnknown* Anchor() override { return static_cast<IMsgStore*>(this); }

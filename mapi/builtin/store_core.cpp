@@ -71,7 +71,7 @@ HRESULT NoteFailure(const std::u16string& path, StoreDiagnostics* record, const 
 HRESULT NoteFileFailure(const std::u16string& path, const Status& status) {
   const HRESULT result =
       status.code() == StatusCode::kUnsupported ? MAPI_E_EXTENDED_ERROR : ResultOf(status);
-  return Record(path, &RecordFor(path), result, status);
+  return Record(path, nullptr, result, status);
 }
 
 HRESULT StoreCore::Open(const std::u16string& path, StoreCorePtr& core) {
@@ -88,19 +88,9 @@ HRESULT StoreCore::Open(const std::u16string& path, StoreCorePtr& core) {
 }
 
 StoreCore::StoreCore(std::unique_ptr<pstfile::PstStore> store, const std::u16string& path)
-    : _store(std::move(store)),
-      _recordKey(_store->recordKey()),
-      _path(path),
-      _record(&RecordFor(path)) {
-  // A new round with this file: the store counts from 0 again. Failures stay to be read.
-  StoreDiagnostics fresh;
-  fresh.path = _record->path;
-  fresh.failures = _record->failures;
-  fresh.firstFailure = _record->firstFailure;
-  fresh.lastFailure = _record->lastFailure;
-  fresh.hasPassword = _store->hasPassword();
-  fresh.isOpen = true;
-  *_record = std::move(fresh);
+    : _store(std::move(store)), _recordKey(_store->recordKey()), _path(path) {
+  _record->hasPassword = _store->hasPassword();
+  _record->isOpen = true;
 }
 
 StoreCore::~StoreCore() { Close(); }
@@ -114,17 +104,16 @@ HRESULT StoreCore::Close() {
   const HRESULT result = Note(status);
   _isOpen = false;
   _record->isOpen = false;
-  _record = nullptr;
   return result;
 }
 
 HRESULT StoreCore::Note(const Status& status) {
   Publish();
-  return NoteFailure(_path, _record, status);
+  return NoteFailure(_path, _isOpen ? _record.get() : nullptr, status);
 }
 
 void StoreCore::CountSavedMessage(bool first) {
-  if (_record == nullptr) return;
+  if (!_isOpen) return;
   if (first) {
     ++_record->messagesSaved;
   } else {
@@ -134,7 +123,7 @@ void StoreCore::CountSavedMessage(bool first) {
 }
 
 void StoreCore::Publish() {
-  if (_record == nullptr) return;
+  if (!_isOpen) return;
   const pstfile::StoreStatistics& statistics = _store->statistics();
   _committedVersions += std::erase_if(_uncommittedVersions, [&](std::uint64_t sequence) {
     return sequence <= statistics.messagesCommitted;
@@ -148,7 +137,7 @@ void StoreCore::Publish() {
   if (_record->latched || _store->status().ok()) return;
   // Seen for the first time; it may have come from a commit that no caller was told about.
   _record->latched = true;
-  NoteFailure(_path, _record, _store->status());
+  NoteFailure(_path, _record.get(), _store->status());
   _record->writeFailure = _record->lastFailure;
 }
 

@@ -46,7 +46,8 @@ class StoreCore {
   void CountSavedMessage(bool first);
   // Brings the diagnostics up to date; after every modification.
   void Publish();
-  StoreDiagnostics* record() const { return _record; }
+  // Of this opening. Outlives it, and changes no more once it is closed.
+  const std::shared_ptr<StoreDiagnostics>& record() const { return _record; }
 
   // Memory that streams lend each other, empty; Give back what is of use to the next.
   std::vector<std::byte> TakeMemory() { return std::exchange(_memory, {}); }
@@ -71,7 +72,7 @@ class StoreCore {
   pstfile::RecordKey _recordKey;
   std::u16string _path;
   std::vector<std::byte> _memory;
-  StoreDiagnostics* _record;  // null once closed
+  std::shared_ptr<StoreDiagnostics> _record = std::make_shared<StoreDiagnostics>();
   // The store counts new versions of messages too. These are the sequence numbers of such saves
   // that were not committed when last looked at, and the number of those that were.
   std::vector<std::uint64_t> _uncommittedVersions;

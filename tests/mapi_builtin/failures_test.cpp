@@ -259,7 +259,7 @@ TEST_F(Failures, AFileThatVanishedIsReported) {
   const SBinary id = FindColumn(rows[0], PR_ENTRYID)->Value.bin;
   EXPECT_EQ(session->OpenMsgStore(0, id.cb, ToEntryId(id.lpb), nullptr, 0x94, store.Put()),
             MAPI_E_NOT_FOUND);
-  EXPECT_EQ(Diagnostics().firstFailure.result, MAPI_E_NOT_FOUND);
+  EXPECT_EQ(LastFailure().result, MAPI_E_NOT_FOUND);
 }
 
 TEST(Memory, ChainsAreFreedAsAWhole) {

@@ -149,6 +149,7 @@ class SessionTest : public ::testing::Test {
   ComPointer<IMAPISession> session;
   ComPointer<IMsgStore> store;
   ComPointer<IMAPIFolder> top;
+  std::shared_ptr<const StoreDiagnostics> record;
 
   void SetUp() override {
     builtin::TheEnvironment() = {};
@@ -217,6 +218,8 @@ class SessionTest : public ::testing::Test {
     ASSERT_EQ(session->OpenMsgStore(0, id.cb, ToEntryId(id.lpb), nullptr, storeFlags, store.Put()),
               S_OK)
         << LastFailure().text;
+    record = DiagnosticsOf(*store);
+    ASSERT_NE(record, nullptr);
     const Got subtree = mapi::Get(*store, PR_IPM_SUBTREE_ENTRYID);
     ASSERT_TRUE(subtree.ok());
     ULONG type = 0;
@@ -307,11 +310,8 @@ class SessionTest : public ::testing::Test {
     ADRLIST list{1, {{0, 5, values}}};
     return message.ModifyRecipients(MODRECIP_ADD, &list);
   }
-  const StoreDiagnostics& Diagnostics() const {
-    const StoreDiagnostics* found = FindStoreDiagnostics(path);
-    static const StoreDiagnostics kNone;
-    return found == nullptr ? kNone : *found;
-  }
+  // Of the store opened last.
+  const StoreDiagnostics& Diagnostics() const { return *record; }
 };
 
 // Logged on, with a message to work on.

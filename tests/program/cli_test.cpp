@@ -1,4 +1,7 @@
 // What people and programs read: numbers, times, names, JSON.
+#include <fstream>
+#include <set>
+
 #include <gtest/gtest.h>
 
 #include "cli/folder_names.h"
@@ -7,6 +10,7 @@
 #include "cli/message_id.h"
 #include "cli/progress_line.h"
 #include "cli/pst_account.h"
+#include "cli/reasons.h"
 #include "cli/report.h"
 #include "mapi/results.h"
 
@@ -39,6 +43,43 @@ TEST(Format, SizesFromPeople) {
        {"", "0", "0.1", "-5", "big", "GB", "20XB", "20GBs", "1.2.3", "1e3", "0x10", "nan", "inf",
         "20 GiBB", "99999999999999999999", "9223372036855TB"})
     EXPECT_EQ(ParseSize(text), std::nullopt) << text;
+}
+
+// docs/report.md has every code, and no other: those of its tables and of the paragraph that lists
+// the codes of a file's status.
+TEST(Reasons, TheDocumentHasEveryCodeAndNoOther) {
+  std::set<std::string> given, documented;
+  const auto give = [&](auto code) {
+    for (int i = 0; i < 64; ++i) given.emplace(code(i));
+  };
+  give([](int i) { return ReasonOf(static_cast<engine::SkipReason>(i)).code; });
+  give([](int i) { return ReasonOf(static_cast<engine::SuspiciousSeparatorReason>(i)).code; });
+  give([](int i) { return ReasonOf(static_cast<FailureKind>(i)).code; });
+  give([](int i) { return WordsOf(static_cast<engine::RemarkKind>(i)).code; });
+  give([](int i) { return CodeOf(static_cast<RunProblem>(i)); });
+  give([](int i) { return CodeOf(static_cast<platform::StatusCode>(i)); });
+  given.erase("other");  // of a number that means nothing
+  given.erase("ok");
+
+  std::ifstream document(PARVANE_REPORT_DOCUMENT);
+  ASSERT_TRUE(document.is_open());
+  bool inCodes = false;
+  for (std::string line; std::getline(document, line);) {
+    const bool starts = line.starts_with("| `code` of") || line.starts_with("| `errorCode` |") ||
+                        line.starts_with("`errorCode` is one of");
+    inCodes = starts || (inCodes && !line.empty());
+    if (!inCodes || line.starts_with("| `code` of") || line.starts_with("|---")) continue;
+    std::string_view codes = line;
+    if (codes.starts_with('|')) codes = codes.substr(0, codes.find('|', 1));
+    for (std::size_t at = codes.find('`'); at != codes.npos;) {
+      const std::size_t end = codes.find('`', at + 1);
+      ASSERT_NE(end, codes.npos) << line;
+      documented.emplace(codes.substr(at + 1, end - at - 1));
+      at = codes.find('`', end + 1);
+    }
+  }
+  documented.erase("errorCode");
+  EXPECT_EQ(documented, given);
 }
 
 // Without diagnostics, results are all there is to count by.

@@ -15,8 +15,8 @@ namespace {
 using QuelmarMIMEEngineCommon::AssetFolderBase;
 
 struct Sibling : AssetFolderBase {
-  explicit Sibling(const char16_t* name)
-      : AssetFolderBase(0, std::u16string(name), std::nullopt, nullptr, nullptr) {}
+  explicit Sibling(const char16_t* name, AssetFolderBase* parent = nullptr)
+      : AssetFolderBase(0, std::u16string(name), std::nullopt, nullptr, parent) {}
   std::int64_t QueryTotalAssetUnits() override { return 0; }
   void PrepareContent() override {}
   void ResetQuery() override {}
@@ -27,9 +27,10 @@ struct WitnessTest : ::testing::Test {
   ConversionRecord record;
   Logs logs;
   platform::InterruptWatch interrupt;
-  std::unique_ptr<PstAccount> account = BuiltinAccount(u"x.pst");
+  std::shared_ptr<mapi::StoreDiagnostics> shared = std::make_shared<mapi::StoreDiagnostics>();
+  mapi::StoreDiagnostics& pst = *shared;
+  std::unique_ptr<PstAccount> account = BuiltinAccount(u"x.pst", shared);
   Witness witness{record, logs, interrupt};
-  mapi::StoreDiagnostics& pst = mapi::RecordFor(u"x.pst");
   std::int64_t items = 0;
 
   void SetUp() override {
@@ -38,7 +39,6 @@ struct WitnessTest : ::testing::Test {
     witness.BeginCopying();
     witness.BeginFolder(0);
   }
-  void TearDown() override { mapi::ResetDiagnostics(); }
   void Read() { witness.MessageRead({nullptr, items++, 0, 100}, {}); }
   void Save() {
     ++pst.messagesSaved;
@@ -113,6 +113,16 @@ TEST_F(WitnessTest, TellsWhatAMessageWasWrittenWithout) {
                 "GiB or more",
                 "subject (0x0037001F): 0x80070005, no access",
                 "recipient (0x0E12000D): 0x80004005, 1,200 times", "x.pst: noted by nobody else"}));
+}
+
+TEST_F(WitnessTest, TellsWhatAFolderWasMadeWithout) {
+  Sibling top(u"Personal Folders"), mail(u"Mail", &top), inbox(u"Inbox", &mail);
+  witness.FolderRefused(inbox, {{mapi::PR_CONTAINER_CLASS_W, mapi::MAPI_E_NO_ACCESS, {}}});
+  EXPECT_TRUE(witness.Settle());
+  EXPECT_EQ(Outcome(record), ExitCode::kMailLeftBehind);
+  ASSERT_EQ(record.folderRefusals.total, 1u);
+  EXPECT_EQ(Describe(record, record.folderRefusals.entries[0]),
+            "Mail / Inbox: kind of folder (0x3613001F): 0x80070005, no access");
 }
 
 TEST_F(WitnessTest, ClaimsNothingThatDoesNotAddUp) {

@@ -250,7 +250,14 @@ class Steps : public parvane::engine::DestinationObserver {
   void MapiAnswered(parvane::engine::DestinationStep step, std::int32_t result) override {
     told += (result < 0 ? "!" : "") + std::to_string(static_cast<int>(step)) + " ";
   }
+  void StoreOpened(IMsgStore& opened) override { record = DiagnosticsOf(opened); }
+  void FolderRefused(const IAssetFolder& folder, const std::vector<Refusal>& refusals) override {
+    EXPECT_EQ(refusals.size(), 1u);
+    told += Utf8(*folder.FolderName()) + std::to_string(refusals[0].tag == PR_CONTAINER_CLASS_W) +
+            std::to_string(refusals[0].result == MAPI_E_NO_ACCESS) + " ";
+  }
   std::string told;
+  std::shared_ptr<const StoreDiagnostics> record;
 };
 
 TEST_F(PstStore, AnObserverHearsWhatMapiAnswers) {
@@ -265,7 +272,12 @@ TEST_F(PstStore, AnObserverHearsWhatMapiAnswers) {
   top->CreateAssetFolder(u"m", kAssetFolderTypeEmail)
       ->CopyAssets(&source, nullptr, nullptr, nullptr);
   EXPECT_EQ(std::exchange(steps.told, {}), "5 6 7 6 7 ");
+  const auto record = std::exchange(steps.record, nullptr);
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ(record->messagesSaved, 2u);
   store->Release();
+  EXPECT_EQ(record->messagesCommitted, 2u) << "the record outlives the store";
+  EXPECT_FALSE(record->isOpen);
   EXPECT_EQ(std::exchange(steps.told, {}), "8 ");
 
   // A folder where the file should be: the log-on works, but there is no store behind it.
@@ -273,6 +285,7 @@ TEST_F(PstStore, AnObserverHearsWhatMapiAnswers) {
   parvane::engine::ObserveDestination(*store, &steps);
   EXPECT_EQ(store->OpenStore(nullptr, nullptr, true, nullptr), OperationResultCode::Failed);
   EXPECT_EQ(steps.told, "0 !1 2 !3 ");
+  EXPECT_EQ(steps.record, nullptr);
   store.reset();
 }
 
@@ -322,9 +335,14 @@ TEST_F(PstStore, CountsWhatItCouldNotCreateAsFailed) {
   BuiltinOptions readOnly;
   readOnly.readOnly = true;
   SetBuiltinOptions(readOnly);
-  IAssetFolderMutable* mail = OpenMutable()->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  Steps steps;
+  IAssetFolderMutable* top = OpenMutable();
+  parvane::engine::ObserveDestination(*store, &steps);
+  IAssetFolderMutable* mail = top->CreateAssetFolder(u"m", kAssetFolderTypeEmail);
+  EXPECT_EQ(std::exchange(steps.told, {}), "5 m11 ") << "found, and its class not written";
   FakeSource<FakeEmail> source(kAssetFolderTypeEmail, {"one", "two"});
   const CopyResult result = mail->CopyAssets(&source, nullptr, nullptr, nullptr);
+  store.reset();
   SetBuiltinOptions({});
   EXPECT_EQ(result.Code, OperationResultCode::CompletedWithError);
   EXPECT_EQ(result.SuccessAssetCount, 0);

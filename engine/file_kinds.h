@@ -1,0 +1,15 @@
+// What the name of a file says about mail in it.
+#pragma once
+
+#include <string_view>
+
+namespace parvane::engine {
+
+// Without regard to case; with its dot, as in ".mbox".
+bool HasExtension(std::u16string_view path, std::u16string_view extension);
+// One message in a file of its own, or what stands beside messages in files named by numbers.
+bool IsNamedLikeAMessage(std::u16string_view path);
+// A compressed file or an archive.
+bool IsNamedLikeAnArchive(std::u16string_view path);
+
+}  // namespace parvane::engine
