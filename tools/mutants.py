@@ -1,95 +1,140 @@
 #!/usr/bin/env python3
 """Puts one small fault at a time into the product, and says which of them no test notices.
 
-  usage: mutants.py [--build FOLDER] [--list FILE] [WORD...]
+  usage: mutants.py [--survivors] [WORD...]
 
-The faults are in tools/mutants.toml; with WORDs, only those whose file contains one of them. Each is
-made in the working tree, the tests of its room are built and run, and the file is put back, also after
-Ctrl-C. A fault that survives is a hole in the tests, or an equivalent program: then it goes from the
-list. A fault whose old text is not there once is stale, and counts as a failure as well.
+The faults are in tools/mutants.toml; with WORDs, only those whose file or reason contains one of them.
+They are made in a copy of the sources (build/mutants), never in the working tree, so stopping this at any
+moment leaves nothing behind. For each, the tests of its room are built and run: first those named by
+`by` (a pattern of GoogleTest names), then, should these notice nothing, all of the room's; with
+--survivors the second step is left out, which is what one wants while writing a test.
+
+A fault that survives is a hole in the tests, or makes an equivalent program: then it does not belong in
+the list. One whose old text is not there exactly once is stale, and fails the run as well.
 """
 import argparse
+import os
 import pathlib
+import shutil
+import signal
 import subprocess
 import sys
 import time
 import tomllib
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-# What is built and run for a file of a room, the longest path first.
+COPY = ROOT / 'build/mutants'
+# What is built and run for a file of a room; the longest path counts.
 TESTS = {
-    'cli/': ('all', '^program'),
+    'cli/': ('parvane program_test', '^program'),
     'convert/': ('convert_test', '^convert$'),
     'engine/': ('engine_test', '^engine$'),
     'factory/': ('factory_test', '^factory$'),
     'mapi/': ('mapi_test', '^mapi$'),
     'mapi/builtin/': ('mapi_builtin_test', '^mapi_builtin$'),
     'mime/': ('mime_test', '^mime$'),
-    'platform/': ('platform_test', '^platform'),
+    'platform/': ('platform_test', '^platform$'),
     'pst/': ('pst_test', '^pst$'),
     'pstfile/': ('pstfile_test', '^pstfile$'),
-    'sources/': ('sources_test', '^sources'),
+    'sources/': ('sources_test', '^sources$'),
 }
-TIME_LIMIT = 1200  # seconds; an endless loop is noticed, too
+BUILD_LIMIT = 1800  # seconds
+TEST_LIMIT = 600    # seconds; an endless loop is a fault noticed
 
 
-def run(*command):
+def run(command, limit, **environment):
+    """Whether COMMAND ends well in time; none of its children outlives it."""
+    process = subprocess.Popen(command, cwd=COPY, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               env=os.environ | environment, start_new_session=True)
     try:
-        done = subprocess.run(command, cwd=ROOT, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              timeout=TIME_LIMIT)
-        return done.returncode == 0
+        return process.wait(limit) == 0
     except subprocess.TimeoutExpired:
         return False
+    finally:
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+
+
+def build(mutant, **environment):
+    folder = 'build/' + mutant.get('preset', 'release')
+    if not (COPY / folder / 'build.ninja').exists():
+        shared = ROOT.parent / 'shared'
+        run(['cmake', '--preset', mutant.get('preset', 'release'), f'-DPARVANE_SHARED_DIR={shared}',
+             f"-DCMAKE_CXX_COMPILER_LAUNCHER={shutil.which('ccache') or ''}"], BUILD_LIMIT)
+    return run(['ninja', '-C', folder, *tests_of(mutant)[0].split()], BUILD_LIMIT, **environment)
+
+
+def passes(mutant, names='*'):
+    return run(['ctest', '--test-dir', 'build/' + mutant.get('preset', 'release'), '-R',
+                tests_of(mutant)[1], '--no-tests=error', '--stop-on-failure'], TEST_LIMIT,
+               GTEST_FILTER=names, GTEST_FAIL_FAST='1')
 
 
 def tests_of(mutant):
     room = max((room for room in TESTS if mutant['file'].startswith(room)), key=len)
-    target, pattern = TESTS[room]
-    return mutant.get('target', target), mutant.get('tests', pattern)
+    targets, pattern = TESTS[room]
+    return mutant.get('target', targets), mutant.get('tests', pattern)
 
 
-def outcome(mutant, build):
-    path = ROOT / mutant['file']
-    sound = path.read_bytes()
+def copy_sources():
+    listed = subprocess.run(['git', 'ls-files', '-z', '-c', '-o', '--exclude-standard'], cwd=ROOT,
+                            stdout=subprocess.PIPE, check=True).stdout.decode().split('\0')
+    wanted = {name for name in listed if (ROOT / name).is_file()}
+    for name in wanted:
+        if not (COPY / name).is_file() or (COPY / name).read_bytes() != (ROOT / name).read_bytes():
+            (COPY / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / name, COPY / name)
+    for path in [path for path in COPY.rglob('*') if path.is_file()]:
+        name = path.relative_to(COPY).as_posix()
+        if name not in wanted and not name.startswith('build/'):
+            path.unlink()
+
+
+def outcome(mutant, only_named):
+    path = COPY / mutant['file']
+    sound = path.read_bytes() if path.exists() else b''
     old, new = (mutant[key].strip('\n').encode() for key in ('old', 'new'))
     if sound.count(old) != 1:
-        return 'STALE'
-    target, pattern = tests_of(mutant)
+        return f'STALE ({sound.count(old)} places)'
     try:
         path.write_bytes(sound.replace(old, new))
-        if not run('cmake', '--build', build, '--target', target):
+        # What a fault compiles to is of use to nobody else.
+        if not build(mutant, CCACHE_DISABLE='1'):
             return 'DOES NOT BUILD'
-        noticed = not run('ctest', '--test-dir', build, '-R', pattern, '--no-tests=error')
-        return 'killed' if noticed else 'SURVIVED'
+        if 'by' in mutant and not passes(mutant, mutant['by']):
+            return 'killed'
+        if 'by' in mutant and only_named:
+            return 'SURVIVED (by)'
+        return 'SURVIVED' if passes(mutant) else 'killed, but not by' if 'by' in mutant else 'killed'
     finally:
         path.write_bytes(sound)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument('--build', default='build/release')
-    parser.add_argument('--list', default=ROOT / 'tools/mutants.toml', type=pathlib.Path)
+    parser.add_argument('--survivors', action='store_true', help='run only the tests named by `by`')
     parser.add_argument('words', nargs='*')
     options = parser.parse_args()
-    mutants = tomllib.loads(options.list.read_text('utf-8'))['mutant']
-    chosen = [m for m in mutants
-              if not options.words or any(word in m['file'] for word in options.words)]
-    targets = {tests_of(m) for m in chosen}
-    for target, pattern in targets:
-        if not (run('cmake', '--build', options.build, '--target', target)
-                and run('ctest', '--test-dir', options.build, '-R', pattern, '--no-tests=error')):
-            sys.exit(f'{target} does not pass as it is')
-    bad = 0
+    mutants = tomllib.loads((ROOT / 'tools/mutants.toml').read_text('utf-8'))['mutant']
+    chosen = [m for m in mutants if not options.words
+              or any(word in m['file'] or word in m['why'] for word in options.words)]
+    copy_sources()
+    sound = {}  # by what is built and run, which many mutants share
+    results = []
     for mutant in chosen:
+        key = (mutant.get('preset'), *tests_of(mutant), mutant.get('by') if options.survivors else None)
+        if key not in sound:
+            sound[key] = build(mutant) and passes(mutant, key[-1] or '*')
+        if not sound[key]:
+            sys.exit(f"{tests_of(mutant)[1]} ({mutant['file']}) does not pass as it is")
         start = time.monotonic()
-        result = outcome(mutant, options.build)
-        bad += result != 'killed'
-        print(f"{result:15} {mutant['file']}: {mutant['why']} ({time.monotonic() - start:.0f} s)",
+        results.append(outcome(mutant, options.survivors))
+        print(f"{results[-1]:20} {mutant['file']}: {mutant['why']} ({time.monotonic() - start:.0f} s)",
               flush=True)
-    for target, _ in targets:
-        run('cmake', '--build', options.build, '--target', target)
-    print(f'{len(chosen)} mutants, {len(chosen) - bad} killed')
-    return 1 if bad or not chosen else 0
+    killed = sum(result.startswith('killed') for result in results)
+    print(f'{len(results)} mutants, {killed} killed')
+    return 0 if results and killed == len(results) else 1
 
 
 if __name__ == '__main__':

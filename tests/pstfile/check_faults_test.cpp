@@ -443,7 +443,7 @@ const Fault kFaults[] = {
      [](S s, P p) { s.U8(Property(s, p.named, 0x0E07) + 4) |= 0x40; }},
     {"message-size", "one byte off", [](S s, P p) { ++s.U8(Property(s, p.named, 0x0E08) + 4); }},
     {"recipients", "impossible type",
-     [](S s, P p) { s.U32(s.Cell(s.Sub(s.Node(p.message), kNidRecipientTable), 0, 0x0C15), 7); }},
+     [](S s, P p) { s.U32(s.Cell(s.Sub(s.Node(p.message), kNidRecipientTable), 0, 0x0C15), 4); }},
     {"display-names", "a letter", [](S s, P p) { ++s.U8(Value(s, p.message, 0x0E04)); }},
     {"attachment", "not in the table",
      [](S s, P p) {

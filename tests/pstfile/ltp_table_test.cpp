@@ -9,6 +9,7 @@
 #include "pstfile/ltp/property_reader.h"
 #include "pstfile/ltp/table_editor.h"
 #include "pstfile/ltp/table_reader.h"
+#include "pstfile/ndb/little_endian.h"
 #include "tests/pstfile/ndb_inspection.h"
 
 namespace parvane::pstfile {
@@ -384,12 +385,27 @@ TEST_F(LtpProperties, WhatCannotBeStoredIsRefused) {
     list.SetBytes(tag, Pattern(size, 0));
     return WritePropertyContext(*db, list).status().code();
   };
-  EXPECT_EQ(refused(PropTag(0x10000001), 4), StatusCode::kInvalidArgument);
-  EXPECT_EQ(refused(PropTag(0x10000000), 4), StatusCode::kInvalidArgument);
-  EXPECT_EQ(refused(PropTag(0x10000003), 4), StatusCode::kInvalidArgument);
-  EXPECT_EQ(refused(PropTag(0x10000048), 15), StatusCode::kInvalidArgument);
-  EXPECT_EQ(refused(PropTag(0x10001003), 7), StatusCode::kInvalidArgument);
-  EXPECT_EQ(refused(PropTag(0x100000FD), 7), StatusCode::kInvalidArgument);
+  const std::pair<std::uint32_t, std::size_t> cases[] = {{0x10000001, 4}, {0x10000000, 4},
+                                                         {0x10000003, 4}, {0x10000048, 15},
+                                                         {0x10001003, 7}, {0x100000FD, 7}};
+  for (const auto& [tag, size] : cases) {
+    EXPECT_EQ(refused(PropTag(tag), size), StatusCode::kInvalidArgument) << tag;
+  }
+}
+
+TEST_F(LtpProperties, AnObjectsValueOfAnotherSizeIsDamage) {
+  constexpr std::size_t kTypeOffset =
+      22;  // of the first record, behind the headers of heap and tree
+  for (const std::size_t size : {4u, 7u, 8u, 9u}) {
+    PropertyList list;
+    list.SetBytes(PropTag(0x37010102), Pattern(size, 0));
+    const auto block = db->ReadBlock(WritePropertyContext(*db, list)->data);
+    Bytes bytes(block->bytes().begin(), block->bytes().end());
+    StoreU16(bytes, kTypeOffset, 0x000D);
+    auto reader = PropertyReader::Open(*db, {NodeId(0x21), *db->WriteBlock(bytes), {}});
+    ASSERT_OK(reader);
+    EXPECT_EQ(reader->Object(PropTag(0x3701000D)).ok(), size == 8) << size;
+  }
 }
 
 }  // namespace

@@ -82,8 +82,40 @@ TEST_F(NodeDatabaseTest, NewFileIsCompleteAndAsSmallAsCanBe) {
 TEST_F(NodeDatabaseTest, UnpublishedFileDisappears) {
   Create();
   Put(0x21, Pattern(100, 1));
+  auto beside = NodeDatabase::Create(files, kPath);
+  ASSERT_OK(beside);
+  EXPECT_EQ(files.contents.size(), 2U) << "each has a name of its own until it is published";
+  beside->reset();
   db.reset();
   EXPECT_TRUE(files.contents.empty());
+  // One that was there already, and empty, is so again.
+  files[kPath];
+  CreateOptions claimed;
+  claimed.inPlace = true;
+  Create(claimed);
+  Put(0x21, Pattern(100, 1));
+  db.reset();
+  EXPECT_EQ(files[kPath].size(), 0U);
+}
+
+TEST_F(NodeDatabaseTest, ADiskThatWasFullTakesNoMore) {
+  Create();
+  ASSERT_OK(db->Publish());
+  Put(0x21, Pattern(100, 1));
+  files.diskSize = files[kPath].size();
+  const auto fill = [&] {
+    Status status;
+    while (status.ok()) status = db->WriteBlock(Pattern(kMaximumBlockData, 1)).status();
+    return status.code();
+  };
+  EXPECT_EQ(fill(), StatusCode::kDiskFull);
+  files.diskSize = UINT64_MAX;
+  EXPECT_EQ(fill(), StatusCode::kDiskFull) << "though there is room again";
+  ASSERT_OK(db->Commit());
+  EXPECT_EQ(db->DeleteNode(NodeId(0x21)).code(), StatusCode::kDiskFull);
+  ASSERT_OK(db->Close());
+  Open(OpenMode::kRead);
+  EXPECT_EQ(Get(0x21), Pattern(100, 1));
 }
 
 TEST_F(NodeDatabaseTest, OpenedFileThatIsNotModifiedIsNotWrittenNorLocked) {
@@ -330,6 +362,11 @@ TEST_F(NodeDatabaseTest, LargeFilesAreAddedToAtTheirEnd) {
     EXPECT_EQ(Get(50 << 5 | 4), Pattern(15'000, 50));
     EXPECT_EQ(Get(51 << 5 | 4), Pattern(20'000, 51));
   }
+  // A session that writes nothing lasting cuts nothing off.
+  Open(OpenMode::kReadWrite, options);
+  ASSERT_OK(db->PrepareToModify());
+  CloseAndCheck();
+  EXPECT_EQ(Get(51 << 5 | 4), Pattern(20'000, 51));
   // Emptied, it shrinks once it is examined.
   Open(OpenMode::kReadWrite, options);
   for (std::uint32_t i = 2; i <= 100; ++i) ASSERT_OK(db->DeleteNode(NodeId(i << 5 | 4)));

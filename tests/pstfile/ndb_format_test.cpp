@@ -194,6 +194,63 @@ TEST_F(HeaderTest, FilesOfOtherKindsAreRefusedByName) {
   }
 }
 
+TEST_F(HeaderTest, ValuesThatCannotBeAreRefusedByName) {
+  const std::pair<void (*)(FileHeader&), const char*> cases[] = {
+      {[](FileHeader& h) { h.crypt = CryptMethod{3}; }, "bCryptMethod 3"},
+      {[](FileHeader& h) { h.nextBlockId |= 2; }, "bidNextB"},
+      {[](FileHeader& h) { h.endOfFile = kSmallestFile - 64; }, "ibFileEof"},
+      {[](FileHeader& h) { h.nodeRoot.offset = FileOffset(h.endOfFile); }, "root page"},
+  };
+  FileHeader good = FileHeader::Decode(std::span(file()).first<kHeaderSize>());
+  for (const auto& [change, says] : cases) {
+    FileHeader header = good;
+    change(header);
+    std::ranges::copy(header.Encode(), file().begin());
+    EXPECT_THAT(OpenIt().message(), HasSubstr(says));
+  }
+}
+
+// A damaged branch must not make entries invisible.
+TEST_F(HeaderTest, BranchesThatContradictTheirLeavesAreErrors) {
+  const auto nid = [](std::uint64_t i) { return NodeId(NodeKind::kMessage, i); };
+  {
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kReadWrite);
+    ASSERT_OK(db);
+    for (std::uint32_t i = 0; i < 60; ++i) ASSERT_OK((*db)->PutNode({nid(2 * i), {}, {}, {}}));
+    ASSERT_OK((*db)->Close());
+  }
+  const Bytes good = file();
+  const std::size_t root =
+      FileHeader::Decode(std::span(good).first<kHeaderSize>()).nodeRoot.offset.value;
+  const std::uint64_t second = LoadU64(good, root + 24), secondLeaf = LoadU64(good, root + 24 + 16);
+  const auto change = [&](std::size_t page, std::size_t at, std::uint64_t value) {
+    StoreU64(file(), page + at, value);
+    SealPage(std::span(file()).subspan(page).first<kPageSize>(), PageType::kNodeTree,
+             FileOffset(page), LoadU64(file(), page + kPageSize - 8));
+  };
+  struct Case {
+    std::size_t page, at;
+    std::uint64_t value, asked;
+    const char* says;
+  };
+  const Case cases[] = {
+      {root, 24, second + 1, second + 1, "first key"},
+      {root, 24, second - 64, second - 64 - 1, "reaches into the next page"},
+      {secondLeaf, 488, LoadU64(good, secondLeaf + 488) & ~std::uint64_t{0xFF}, second,
+       "no entries"},
+      {root, 24 + 16, root, second, "at "},
+  };
+  for (const Case& c : cases) {
+    file() = good;
+    change(c.page, c.at, c.value);
+    auto db = NodeDatabase::Open(files, kFile, OpenMode::kRead);
+    ASSERT_OK(db);
+    auto node = (*db)->FindNode(NodeId(static_cast<std::uint32_t>(c.asked)));
+    EXPECT_EQ(node.status().code(), StatusCode::kCorrupt) << c.says;
+    EXPECT_THAT(node.status().message(), HasSubstr(c.says));
+  }
+}
+
 TEST_F(HeaderTest, TornHeadersAreMadeUpFor) {
   const Bytes good = file();
   // A whole copy stands in for anything.

@@ -226,6 +226,7 @@ TEST_F(TreeTest, ContradictoryDataTreesAreRefused) {
       xblock(2, 8276, {xblock(2, 8276, {good})}),  // too deep
       xblock(3, 8276, {good}),                     // deeper
       xblock(1, 8276, {full, BlockId(0x7777774)}),
+      xblock(2, 8276, {xblock(1, 8275, {full, part})}),  // totals that differ
   };
   for (const BlockId bid : cases) {
     auto tree = DataTree::Open(*db, bid);
