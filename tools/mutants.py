@@ -15,6 +15,7 @@ the list. One whose old text is not there exactly once is stale, and fails the r
 import argparse
 import os
 import pathlib
+import resource
 import shutil
 import signal
 import subprocess
@@ -40,12 +41,15 @@ TESTS = {
 }
 BUILD_LIMIT = 1800  # seconds
 TEST_LIMIT = 600    # seconds; an endless loop is a fault noticed
+MEMORY_LIMIT = 6 << 30  # bytes of data; so is what it fills
 
 
 def run(command, limit, **environment):
     """Whether COMMAND ends well in time; none of its children outlives it."""
-    process = subprocess.Popen(command, cwd=COPY, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                               env=os.environ | environment, start_new_session=True)
+    process = subprocess.Popen(
+        command, cwd=COPY, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        env=os.environ | environment, start_new_session=True,
+        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_DATA, (MEMORY_LIMIT, MEMORY_LIMIT)))
     try:
         return process.wait(limit) == 0
     except subprocess.TimeoutExpired:

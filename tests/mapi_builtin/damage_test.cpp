@@ -2,6 +2,9 @@
 // answer is an answer.
 #include <random>
 
+#include "pstfile/ltp/table_editor.h"
+#include "pstfile/ndb/little_endian.h"
+#include "pstfile/ndb/node_database.h"
 #include "tests/mapi_builtin/session_fixture.h"
 
 namespace parvane::mapi {
@@ -128,6 +131,32 @@ TEST_F(Damage, IsNotWhatOtherWritersLeave) {
   }
 }
 #endif
+
+TEST_F(Damage, LeadsInNoCircles) {
+  LogOn();
+  const auto outer = MakeFolder(*top, u"outer");
+  const auto nodeOf = [](IMAPIFolder& folder) {
+    const std::string id = Get(folder, PR_ENTRYID).bytes();
+    return pstfile::NodeId(pstfile::LoadU32(std::as_bytes(std::span(id)), 20));
+  };
+  const pstfile::NodeId above = nodeOf(*outer);
+  const pstfile::NodeId below = nodeOf(*MakeFolder(*outer, u"inner"));
+  ASSERT_EQ(LogOff(), S_OK);
+  {
+    const auto database = pstfile::NodeDatabase::Open(files, path, pstfile::OpenMode::kReadWrite);
+    const pstfile::NodeId table = below.Sibling(pstfile::NodeKind::kHierarchyTable);
+    const auto node = **(*database)->FindNode(table);
+    const auto editor = pstfile::TableEditor::Open(**database, node.data, node.sub);
+    ASSERT_TRUE((*editor)->AppendRow(above.value, 1, {}).ok());
+    const auto roots = (*editor)->Flush();
+    ASSERT_TRUE((*database)->PutNode({table, roots->data, roots->subnodes, {}}).ok());
+    ASSERT_TRUE((*database)->Close().ok());
+  }
+  LogOn();
+  ComPointer<IMAPITable> table;
+  ASSERT_EQ(MakeFolder(*top, u"outer")->GetHierarchyTable(CONVENIENT_DEPTH, table.Put()), S_OK);
+  EXPECT_EQ(ReadAllRows(*table).size(), 1u);
+}
 
 TEST_F(Damage, IsMetWithErrorsOnly) {
   LogOn();

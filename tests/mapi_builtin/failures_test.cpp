@@ -1,5 +1,9 @@
 // Full disks, locked files, log-off in the middle: nobody is told a lie.
+#include <algorithm>
+#include <functional>
+
 #include "mapi/builtin/memory.h"
+#include "pstfile/ndb/encoding.h"
 #include "tests/mapi_builtin/session_fixture.h"
 
 namespace parvane::mapi {
@@ -15,6 +19,28 @@ class Failures : public SessionTest {
     if (body != 0) WriteStream(*message, PR_BODY_W, std::string(body, 'b'));
     return message->SaveChanges(FORCE_SAVE);
   }
+  static void SaveData(IAttach& attach) {
+    EXPECT_EQ(WriteStream(attach, PR_ATTACH_DATA_BIN, std::string(200'000, 'd')), S_OK);
+    EXPECT_EQ(attach.SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+  }
+  // Damages every block of the file that holds this text. Once more, and they are whole again.
+  void FlipBlocksWith(std::u16string_view text) {
+    if (_flips.empty()) {
+      const auto bytes = std::as_bytes(std::span(text));
+      pstfile::Bytes stored(bytes.begin(), bytes.end());
+      pstfile::Encode(pstfile::CryptMethod::kPermute, 0, stored);
+      const std::boyer_moore_searcher needle(stored.begin(), stored.end());
+      const pstfile::Bytes& file = files[path];
+      for (auto at = file.begin(); (at = std::search(at, file.end(), needle)) != file.end(); ++at) {
+        _flips.push_back(static_cast<std::size_t>(at - file.begin()));
+      }
+    }
+    EXPECT_FALSE(_flips.empty());
+    for (const std::size_t at : _flips) files[path][at] ^= std::byte{1};
+  }
+
+ private:
+  std::vector<std::size_t> _flips;
 };
 
 TEST_F(Failures, AfterAFullDiskNothingIsAcceptedAndWhatIsCommittedStands) {
@@ -144,6 +170,36 @@ TEST_F(Failures, AFullFolderIsToldBeforeAMessageIsMade) {
   for (const auto& one : messages) EXPECT_EQ(Get(*one, PR_SUBJECT_W).text(), subject);
 }
 
+// A save that failed has given back what it was to write: half of a message must not pass for one.
+TEST_F(Failures, WhatCouldNotBeSavedIsNotSavedLater) {
+  LogOn();
+  ASSERT_EQ(SaveOne(u"of the contents table"), S_OK);
+  Reopen();
+  FlipBlocksWith(u"of the contents table");
+  const auto message = NewMessage(*top);
+  ASSERT_EQ(Set(*message, TextValue(PR_SUBJECT_W, u"never")), S_OK);
+  EXPECT_EQ(message->SaveChanges(FORCE_SAVE), MAPI_E_CORRUPT_STORE);
+  FlipBlocksWith(u"");
+  EXPECT_EQ(message->SaveChanges(FORCE_SAVE), MAPI_E_CORRUPT_STORE);
+  EXPECT_EQ(SaveOne(u"another"), S_OK);
+  EXPECT_EQ(MessagesOf(*top).size(), 2u);
+}
+
+TEST_F(Failures, WhatIsNotSavedTakesNoSpace) {
+  LogOn();
+  const auto message = NewMessage(*top);
+  const auto again = NewAttachment(*message, ATTACH_BY_VALUE);
+  for (int i = 0; i < 60; ++i) {
+    SaveData(*again);
+    SaveData(*NewAttachment(*NewMessage(*top), ATTACH_BY_VALUE));  // of a message never saved
+    const auto attach = NewAttachment(*NewMessage(*top), ATTACH_EMBEDDED_MSG);
+    const auto inner = NewInner(*attach);
+    ASSERT_EQ(WriteStream(*inner, PR_BODY_W, std::string(200'000, 'i')), S_OK);
+    ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
+  }
+  EXPECT_LT(files[path].size(), 6'000'000u);
+}
+
 TEST_F(Failures, AnAttachmentWhoseMessageWasNotSavedDoesNotPromiseOne) {
   LogOn();
   const auto message = NewMessage(*top);
@@ -237,6 +293,11 @@ TEST_F(Failures, ReadingChangesNothing) {
       EXPECT_EQ(SaveOne(u"no"), MAPI_E_NO_ACCESS);
       EXPECT_EQ(Set(*top, TextValue(PR_COMMENT_W, u"no")), MAPI_E_NO_ACCESS);
       MakeFolder(*top, u"no", MAPI_E_NO_ACCESS);
+      GUID set = PS_PUBLIC_STRINGS;
+      MAPINAMEID name{&set, MNID_ID, {}};
+      MAPINAMEID* names[] = {&name};
+      MapiBuffer<SPropTagArray> tags;
+      EXPECT_EQ(store->GetIDsFromNames(1, names, MAPI_CREATE, tags.Put()), MAPI_W_ERRORS_RETURNED);
       EXPECT_TRUE(*Get(*store, PR_STORE_SUPPORT_MASK).number() & STORE_READONLY);
     }
     EXPECT_EQ(files.locks[path], 0);

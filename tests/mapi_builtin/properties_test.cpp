@@ -286,18 +286,24 @@ TEST_F(Properties, LoneSurrogatesNeverReachTheFile) {
 TEST_F(Properties, DeletedPropertiesAreGoneAfterTheSave) {
   ASSERT_EQ(Set(*message, TextValue(PR_SUBJECT_W, u"s")), S_OK);
   ASSERT_EQ(WriteStream(*message, PR_BODY_W, BytesOf(std::u16string(100'000, u'b'))), S_OK);
+  ASSERT_EQ(Set(*message, TextValue(PR_INTERNET_MESSAGE_ID_W, u"<id>")), S_OK);
+  ASSERT_EQ(Set(*message, LongValue(PR_PRIORITY, 1)), S_OK);
   SaveAndOpen();
-  SizedSPropTagArray<3> tags{3, {PR_BODY_A, PR_IMPORTANCE, PR_ENTRYID}};  // types do not matter
+  SizedSPropTagArray<5> tags{
+      5, {PR_BODY_A, PR_IMPORTANCE, PR_ENTRYID, PR_INTERNET_MESSAGE_ID_W, PR_PRIORITY}};
   SPropProblemArray* problems = nullptr;
   ASSERT_EQ(message->DeleteProps(tags.get(), &problems), S_OK);
   const MapiBuffer<SPropProblemArray> freed(problems);
   ASSERT_EQ(problems->cProblem, 2u);
   EXPECT_EQ(problems->aProblem[0].scode, MAPI_E_NOT_FOUND);
   EXPECT_EQ(problems->aProblem[1].scode, MAPI_E_COMPUTED);
-  EXPECT_EQ(Get(*message, PR_BODY_W).error(), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(Get(*message, PR_BODY_W).error(), MAPI_E_NOT_FOUND) << "types do not matter";
+  ASSERT_EQ(Set(*message, LongValue(PR_PRIORITY, 2)), S_OK);
   const ULONG before = *Get(*message, PR_MESSAGE_SIZE).number();
   SaveAndOpen(0);
   EXPECT_EQ(Get(*message, PR_BODY_W).error(), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(Get(*message, PR_INTERNET_MESSAGE_ID_W).error(), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(Get(*message, PR_PRIORITY).number(), 2u);
   EXPECT_EQ(Get(*message, PR_SUBJECT_W).text(), u"s");
   EXPECT_LT(*Get(*message, PR_MESSAGE_SIZE).number() + 150'000, before);
 }

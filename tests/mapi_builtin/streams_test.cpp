@@ -110,6 +110,7 @@ TEST_F(Streams, DropOneTerminatorOfText) {
       {"two", PR_BODY_W, BytesOf(u"abc") + std::string(4, '\0'), std::u16string(u"abc\0", 4)},
       {"long", PR_BODY_W, BytesOf(longText) + std::string(2, '\0'), longText},
       {"half a character", PR_BODY_W, std::string("a\0b", 3), u"a"},
+      {"half a character, zero", PR_BODY_W, std::string("a\0\0", 3), u"a"},
       {"ANSI", PR_BODY_A, "\xC3\xA9", u"é"},
       {"ANSI, terminated", PR_BODY_A, std::string("abc\0", 4), u"abc"},
       {"ANSI, long", PR_BODY_A, std::string(50'000, 'x') + '\0', longText},

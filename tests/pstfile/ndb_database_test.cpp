@@ -104,9 +104,16 @@ TEST_F(NodeDatabaseTest, ADiskThatWasFullTakesNoMore) {
   Put(0x21, Pattern(100, 1));
   files.diskSize = files[kPath].size();
   const auto fill = [&] {
-    Status status;
-    while (status.ok()) status = db->WriteBlock(Pattern(kMaximumBlockData, 1)).status();
-    return status.code();
+    std::vector<BlockId> blocks;
+    for (;;) {
+      auto block = db->WriteBlock(Pattern(kMaximumBlockData, 1));
+      if (block.ok()) {
+        blocks.push_back(*block);
+        continue;
+      }
+      for (const BlockId bid : blocks) db->AbandonBlock(bid);
+      return block.status().code();
+    }
   };
   EXPECT_EQ(fill(), StatusCode::kDiskFull);
   files.diskSize = UINT64_MAX;
