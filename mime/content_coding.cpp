@@ -109,11 +109,12 @@ bool IsBlank(std::string_view text) {
   return true;
 }
 
-// Builds shown text from pieces. The last word is held back, because the next one may bring the
-// rest of a character that the mailer cut in two.
+// Builds shown text, in UTF-8, from the pieces of `text`. The last word is held back, because the
+// next one may bring the rest of a character that the mailer cut in two.
 class HeaderText {
  public:
-  explicit HeaderText(std::string_view messageCharset) : _messageCharset(messageCharset) {}
+  HeaderText(std::string_view text, std::string_view messageCharset)
+      : _messageCharset(messageCharset), _size(text.size()) {}
 
   void AddLiteral(std::string_view literal) {
     if (_held && _between.empty() && IsBlank(literal)) {
@@ -121,7 +122,7 @@ class HeaderText {
       return;
     }
     Flush();
-    _text += DecodeText(literal, {}, _messageCharset);
+    Append(DecodeTextToUtf8(literal, {}, _messageCharset));
   }
 
   void AddWord(const Piece& word, BrokenWord broken) {
@@ -134,9 +135,9 @@ class HeaderText {
     if (!bytes.empty()) _held = {page, std::move(bytes)};
   }
 
-  std::u16string Finish() {
+  std::string Finish() {
     Flush();
-    return std::move(_text);
+    return std::move(_shown);
   }
 
  private:
@@ -166,24 +167,33 @@ class HeaderText {
   void Flush() {
     if (_held) {
       if (_held->page == 0 || _held->page == platform::kCodePageUtf8) {
-        _text += DecodeText(_held->bytes, _held->page == 0 ? "" : "utf-8", _messageCharset);
+        Append(DecodeTextToUtf8(_held->bytes, _held->page == 0 ? "" : "utf-8", _messageCharset));
       } else {
-        platform::DecodeCodePage(_held->page, _held->bytes, _text);
+        _wide.clear();
+        platform::DecodeCodePage(_held->page, _held->bytes, _wide);
+        Append(platform::Utf16ToUtf8(_wide));
       }
       _held.reset();
     }
-    for (const char c : _between) _text += static_cast<char16_t>(c);
+    Append(_between);
     _between = {};
   }
 
+  void Append(std::string_view utf8) {
+    if (_shown.empty()) _shown.reserve(_size);
+    _shown += utf8;
+  }
+
   std::string_view _messageCharset;
-  std::u16string _text;
+  std::size_t _size;
+  std::string _shown;    // a header may fill a large message, and in UTF-16 takes twice its size
+  std::u16string _wide;  // one word
   std::optional<Word> _held;
   std::string_view _between;
 };
 
-std::u16string ShowWords(std::string_view text, std::string_view charset, BrokenWord broken) {
-  HeaderText header(charset);
+std::string ShowWords(std::string_view text, std::string_view charset, BrokenWord broken) {
+  HeaderText header(text, charset);
   WordScanner scanner(text, broken);
   for (Piece piece = scanner.Next(); piece.kind != Piece::Kind::kEnd; piece = scanner.Next()) {
     if (piece.kind == Piece::Kind::kLiteral) {
@@ -218,15 +228,9 @@ std::string ContentCoding::DecodeEncodedWords(std::string_view text) {
   return out;
 }
 
-std::u16string ContentCoding::DecodeHeaderToUtf16(std::string_view text,
-                                                  std::string_view messageCharset) {
-  if (!HasEncodedWords(text)) return DecodeText(text, {}, messageCharset);
-  return ShowWords(text, messageCharset, BrokenWord::kIsText);
-}
-
 std::string ContentCoding::DecodeHeader(std::string_view text, std::string_view messageCharset) {
   if (!HasEncodedWords(text)) return DecodeTextToUtf8(text, {}, messageCharset);
-  return platform::Utf16ToUtf8(DecodeHeaderToUtf16(text, messageCharset));
+  return ShowWords(text, messageCharset, BrokenWord::kIsText);
 }
 
 bool ContentCoding::HasEncodedWords(std::string_view text) {
@@ -241,9 +245,8 @@ bool ContentCoding::HasEncodedWords(std::string_view text) {
 
 std::string ContentCoding::DecodeFileName(std::string_view name, std::string_view messageCharset) {
   const bool marked = name.find("?Q?") != name.npos || name.find("?B?") != name.npos;
-  std::string decoded =
-      marked ? platform::Utf16ToUtf8(ShowWords(name, messageCharset, BrokenWord::kEndsText))
-             : DecodeHeader(name, messageCharset);
+  std::string decoded = marked ? ShowWords(name, messageCharset, BrokenWord::kEndsText)
+                               : DecodeHeader(name, messageCharset);
   if (decoded.find("\x1B$B") == decoded.npos && decoded.find("\x1B(B") == decoded.npos) {
     return decoded;
   }

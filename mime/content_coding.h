@@ -25,8 +25,6 @@ class ContentCoding {
   // empty), and a character that a mailer split between two adjacent words is put together. A word
   // that is cut off, malformed or holds nothing that decodes is shown as it stands.
   static std::string DecodeHeader(std::string_view text, std::string_view messageCharset = {});
-  static std::u16string DecodeHeaderToUtf16(std::string_view text,
-                                            std::string_view messageCharset = {});
 
   // True when the text holds "?Q?", "?B?", "?q?" or "?b?".
   static bool HasEncodedWords(std::string_view text);

@@ -1,5 +1,8 @@
 #include "mime/encoded_words.h"
 
+#include <cstring>
+#include <utility>
+
 #include "mime/content_coding.h"
 #include "platform/text.h"
 
@@ -19,9 +22,14 @@ std::size_t EndOfWord(std::string_view text, std::size_t start) {
   return std::string_view::npos;
 }
 
-std::string WithoutSpaceBetweenWords(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
+// In place, since a header may fill a large message: what is kept moves to the front.
+void DropSpaceBetweenWords(std::string& kept) {
+  const std::string_view text = kept;
+  std::size_t size = 0;
+  const auto keep = [&](std::size_t from, std::size_t to) {
+    std::memmove(kept.data() + size, kept.data() + from, to - from);
+    size += to - from;
+  };
   std::size_t done = 0;
   std::size_t lastEnd = std::string_view::npos;  // behind the word before
   for (std::size_t at = text.find("=?"); at != std::string_view::npos; at = text.find("=?", at)) {
@@ -33,25 +41,26 @@ std::string WithoutSpaceBetweenWords(std::string_view text) {
     const bool adjacent =
         lastEnd != std::string_view::npos &&
         text.substr(lastEnd, at - lastEnd).find_first_not_of(" \t\r\n") == std::string_view::npos;
-    if (!adjacent) out.append(text.substr(done, at - done));
-    out.append(text.substr(at, end - at));
+    if (!adjacent) keep(done, at);
+    keep(at, end);
     done = lastEnd = at = end;
   }
-  return out.append(text.substr(done));
+  keep(done, text.size());
+  kept.resize(size);
 }
 
 }  // namespace
 
-std::string DecodeHeaderText(std::string_view text, std::string_view charset) {
-  if (!ContentCoding::HasEncodedWords(text)) return ContentCoding::DecodeHeader(text, charset);
-  return ContentCoding::DecodeHeader(WithoutSpaceBetweenWords(text), charset);
+std::string DecodeHeaderText(std::string text, std::string_view charset) {
+  if (ContentCoding::HasEncodedWords(text)) DropSpaceBetweenWords(text);
+  return ContentCoding::DecodeHeader(text, charset);
 }
 
 std::u16string DecodeEncodedWords(std::u16string_view text) {
   if (text.find(u"=?") == std::u16string_view::npos) return std::u16string(text);
-  const std::string utf8 = parvane::platform::Utf16ToUtf8(text);
+  std::string utf8 = parvane::platform::Utf16ToUtf8(text);
   if (!ContentCoding::HasEncodedWords(utf8)) return std::u16string(text);
-  return parvane::platform::Utf8ToUtf16(DecodeHeaderText(utf8, "utf-8"));
+  return parvane::platform::Utf8ToUtf16(DecodeHeaderText(std::move(utf8), "utf-8"));
 }
 
 }  // namespace Tessary

@@ -15,6 +15,6 @@ std::u16string DecodeEncodedWords(std::u16string_view text);
 
 // The same for the bytes of a header value; the result is UTF-8. Raw 8-bit text that is no UTF-8 is
 // read in `charset` (see text_decoding.h).
-std::string DecodeHeaderText(std::string_view text, std::string_view charset);
+std::string DecodeHeaderText(std::string text, std::string_view charset);
 
 }  // namespace Tessary

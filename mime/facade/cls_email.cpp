@@ -53,13 +53,16 @@ std::string OneLine(std::string text) {
   for (char& c : text) {
     if (c == '\r' || c == '\n') c = ' ';
   }
-  return std::string(Trim(text));
+  const std::string_view trimmed = Trim(text);
+  text.erase(0, static_cast<std::size_t>(trimmed.data() - text.data()));
+  text.resize(trimmed.size());
+  return text;
 }
 
 // A field's text as it is shown.
-std::string FieldText(std::string_view name, std::string_view value, std::string_view charset) {
+std::string FieldText(std::string_view name, std::string value, std::string_view charset) {
   return OneLine(IsAddressField(name) ? DecodeTextToUtf8(value, {}, charset)
-                                      : DecodeHeaderText(value, charset));
+                                      : DecodeHeaderText(std::move(value), charset));
 }
 
 // True for text that FieldText would only trim: ASCII without control characters, and so without
@@ -133,7 +136,7 @@ void ClsEmail::SetMessage(std::shared_ptr<const MimeMessage2> entity) {
 // ---- Header ------------------------------------------------------------------------------------
 
 void ClsEmail::GiveHeaderText(std::string_view raw, ClsString& out) const {
-  out.SetUtf8(OneLine(DecodeHeaderText(raw, _message->charset)));
+  out.SetUtf8(OneLine(DecodeHeaderText(std::string(raw), _message->charset)));
 }
 
 // Several fields of the name are one list. A view of the message where there is but one.
@@ -245,15 +248,17 @@ bool ClsEmail::Fields::View(std::string_view name, std::string& scratch, std::st
   name = Trim(name);
   const MimeField* field = _email.FindField(name);
   if (field == nullptr) return _success = false;
-  out = Trim(field->Value(scratch));
-  if (!IsPlainText(out)) {
-    Message& message = *_email._message;
-    if (message.decodedField != field) {
-      message.decodedText = FieldText(name, field->Value(scratch), message.charset);
-      message.decodedField = field;
-    }
-    out = scratch = message.decodedText;
+  Message& message = *_email._message;
+  if (message.decodedField != field) {
+    const std::string_view value = field->Value(scratch);
+    out = Trim(value);
+    if (IsPlainText(out)) return true;
+    // A header may fill a large message: its text is decoded where it stands.
+    if (value.data() != scratch.data()) scratch = value;
+    message.decodedText = FieldText(name, std::move(scratch), message.charset);
+    message.decodedField = field;
   }
+  out = message.decodedText;
   return true;
 }
 

@@ -56,7 +56,8 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
     Fields(const Fields&) = delete;
     Fields& operator=(const Fields&) = delete;
 
-    // HeaderField as UTF-8: a view of the message where that reads as it stands, else of `scratch`.
+    // HeaderField as UTF-8: a view of the message where that reads as it stands, else of `scratch`
+    // or of what was decoded, until another field is asked for.
     bool View(std::string_view name, std::string& scratch, std::string_view& out);
     // HeaderField (cut where asked for) and From, appended to text; nothing is appended when they
     // fail.
