@@ -36,8 +36,8 @@ constexpr const char* kConvertExamples = R"(Examples:
       adds a folder to a PST that is there already
   parvane convert --report run.json --detailed-log run.log inbox.mbox mail.pst
 
-Exit status: 0 all converted, 1 finished but some messages failed or mail was
-passed over, 2 wrong usage, 3 could not finish, 130 interrupted.)";
+Exit status: 0 all converted, 1 finished but messages failed or mail was left
+behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
 
 constexpr const char* kListExamples = R"(Examples:
   parvane list mail.pst                folders with their counts and sizes

@@ -4,7 +4,11 @@ _parvane() {
   local command=${COMP_WORDS[1]}
   COMPREPLY=()
   if [ "$COMP_CWORD" -eq 1 ]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert list check --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'convert list check help --help --version' -- "$current")
+    return
+  fi
+  if [[ $command == help ]]; then
+    mapfile -t COMPREPLY < <(compgen -W 'convert list check' -- "$current")
     return
   fi
   case $previous in
