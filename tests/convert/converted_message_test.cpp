@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tests/convert/mail_file.h"
+#include "tests/support/time_zone.h"
 
 namespace {
 
@@ -164,7 +165,9 @@ TEST_F(ConvertedMessage, HasItsTimesFromDateAndDeliveryDate) {
   };
   std::vector<std::string> texts;
   for (const Case& test : cases) texts.push_back(test.headers + "\r\nbody\r\n");
+  ASSERT_TRUE(parvane::UseTimeZone("Asia/Kolkata")) << "times are the same everywhere";
   Convert(texts);
+  parvane::platform::SetLocalTimeZone("");
   for (std::size_t i = 0; i < std::size(cases); ++i) {
     const auto message = Message(i);
     EXPECT_EQ(Time(*message, PR_CLIENT_SUBMIT_TIME), cases[i].submitted) << cases[i].headers;
@@ -215,7 +218,8 @@ TEST_F(ConvertedMessage, NamesItsOriginators) {
 
 TEST_F(ConvertedMessage, ListsWhomToReplyTo) {
   Convert({"Reply-To: A <a@x.org>, longer name <b@x.org>, c@x.org\r\n\r\nbody\r\n",
-           "Reply-To:\r\n\r\nbody\r\n"});
+           "Reply-To:\r\n\r\nbody\r\n",
+           "Reply-To: \"A,B\" < a@x.org >,\"C\" < c@x.org >\r\n\r\nbody\r\n"});
   const auto message = Message();
   EXPECT_EQ(Text(*message, PR_REPLY_RECIPIENT_NAMES_W), "A;longer name;c@x.org");
   EXPECT_EQ(Text(*message, kReplyAddresses), "a@x.org;b@x.org;c@x.org");
@@ -242,6 +246,7 @@ TEST_F(ConvertedMessage, ListsWhomToReplyTo) {
   const auto empty = Message(1);
   EXPECT_EQ(Text(*empty, PR_REPLY_RECIPIENT_NAMES_W), std::nullopt);
   EXPECT_EQ(Bytes(*empty, PR_REPLY_RECIPIENT_ENTRIES), std::string(8, '\0'));
+  EXPECT_EQ(Text(*Message(2), PR_REPLY_RECIPIENT_NAMES_W), "A, B;C") << "every comma cuts";
 }
 
 TEST_F(ConvertedMessage, ListsItsRecipientsInOrder) {
@@ -334,14 +339,20 @@ TEST_F(ConvertedMessage, CarriesRelatedItemsFilesAndMessages) {
 }
 
 TEST_F(ConvertedMessage, ReportsTheLeavesThatReachedNothing) {
-  Convert(
-      {"Content-Type: multipart/report; boundary=b\r\n\r\n--b\r\nX: y\r\n\r\nnotice text\r\n"
-       "--b\r\nContent-Type: message/delivery-status; name=d.txt\r\n\r\nStatus: 5.0.0\r\n"
-       "--b--\r\n"});
+  const std::string notice =
+      "Content-Type: multipart/report; boundary=b\r\n\r\n--b\r\nX: y\r\n\r\nnotice text\r\n"
+      "--b\r\nContent-Type: message/delivery-status; name=d.txt\r\n\r\nStatus: 5.0.0\r\n--b--\r\n";
+  Convert({notice});
   EXPECT_EQ(Text(*Message(), PR_BODY_W), "notice text");
-  ASSERT_EQ(report.unconvertedParts.size(), 1u);
-  EXPECT_EQ(report.unconvertedParts[0].contentType, "message/delivery-status");
-  EXPECT_EQ(report.unconvertedParts[0].name, u"d.txt");
+  EXPECT_TRUE(report.dateMissing);
+  // What is inside an attached message counts, but the message keeps its own date.
+  Convert({std::string(kDate) + "Content-Type: message/rfc822\r\n\r\n" + notice});
+  EXPECT_FALSE(report.dateMissing);
+  ASSERT_EQ(report.unconvertedParts.size(), 2u);
+  for (const auto& part : report.unconvertedParts) {
+    EXPECT_EQ(part.contentType, "message/delivery-status");
+    EXPECT_EQ(part.name, u"d.txt");
+  }
 }
 
 TEST_F(ConvertedMessage, NestsAsDeepAsItsSourceAndNoDeeperThanIsSafe) {

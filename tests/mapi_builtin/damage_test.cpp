@@ -2,6 +2,7 @@
 // answer is an answer.
 #include <random>
 
+#include "mapi/builtin/values.h"
 #include "pstfile/ltp/table_editor.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/ndb/node_database.h"
@@ -131,6 +132,17 @@ TEST_F(Damage, IsNotWhatOtherWritersLeave) {
   }
 }
 #endif
+
+TEST(Values, ThatAreNoClsidAreNotCopied) {
+  constexpr ULONG kTag = PropTag(PT_CLSID, 0x6100);
+  for (const std::size_t size : {0u, 15u, 16u, 17u}) {
+    builtin::Value value;
+    value.SetBytes(kTag, std::vector<std::byte>(size));
+    builtin::Chain chain;
+    SPropValue result{};
+    EXPECT_EQ(builtin::ReturnValue(value, kTag, true, 65001, chain, result), size == 16) << size;
+  }
+}
 
 TEST_F(Damage, LeadsInNoCircles) {
   LogOn();

@@ -179,7 +179,11 @@ TEST_F(Properties, FlagsAndTimesFreezeWithTheFirstSave) {
   EXPECT_GT(Get(*message, PR_LAST_MODIFICATION_TIME).ticks(), 77u);
   EXPECT_EQ(Get(*message, PR_CREATION_TIME).ticks(), 77u);
   EXPECT_EQ(message->SetReadFlag(CLEAR_READ_FLAG), S_OK);
-  EXPECT_EQ(Get(*top, PR_CONTENT_UNREAD).number(), 1u);
+  EXPECT_EQ(Get(*top, PR_CONTENT_UNREAD).number(), 1u) << "at once";
+  EXPECT_EQ(Set(*message, TextValue(PR_SUBJECT_W, u"not saved")), S_OK);
+  EXPECT_EQ(message->SetReadFlag(0), S_OK);
+  EXPECT_EQ(Get(*MessagesOf(*top).at(0), PR_SUBJECT_W).error(), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(Get(*top, PR_CONTENT_UNREAD).number(), 1u) << "with the rest";
   EXPECT_EQ(message->SaveChanges(0), S_OK);
   EXPECT_EQ(Set(*message, LongValue(PR_IMPORTANCE, 1)), MAPI_E_NO_ACCESS);
   EXPECT_EQ(Get(*message, PR_IMPORTANCE).number(), 0u);

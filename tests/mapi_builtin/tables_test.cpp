@@ -242,11 +242,14 @@ TEST_F(Tables, MessagesAreDeleted) {
   SaveMessage(*top, u"a");
   SaveMessage(*top, u"b");
   const Got id = Get(*MessagesOf(*top)[0], PR_ENTRYID);
-  SBinary binaries[] = {id.value->Value.bin, Get(*top, PR_ENTRYID).value->Value.bin};
+  const auto elsewhere = MakeFolder(*top, u"elsewhere");
+  SaveMessage(*elsewhere, u"c");
   const Got folder = Get(*top, PR_ENTRYID);
-  binaries[1] = folder.value->Value.bin;
-  ENTRYLIST list{2, binaries};
+  const Got other = Get(*MessagesOf(*elsewhere)[0], PR_ENTRYID);
+  SBinary binaries[] = {id.value->Value.bin, folder.value->Value.bin, other.value->Value.bin};
+  ENTRYLIST list{3, binaries};
   EXPECT_EQ(top->DeleteMessages(&list, 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+  EXPECT_EQ(Get(*elsewhere, PR_CONTENT_COUNT).number(), 1u);
   EXPECT_EQ(Get(*top, PR_CONTENT_COUNT).number(), 1u);
   EXPECT_EQ(Get(*MessagesOf(*top).at(0), PR_SUBJECT_W).text(), u"b");
   ULONG type = 0;

@@ -202,10 +202,13 @@ TEST(Structure, SortsParts) {
        "plain=class html=<p> file=attachedFile.txt:class"},
       {"certificates by name",
        "multipart/mixed\n  text/plain | hi\n  text/x-a; name=A.PEM | 12345\n"
-       "  text/x-a; name=b.gtr | 12345",
-       "plain=hi file=A.PEM:12345 file=b.gtr:12345"},
+       "  text/x-a; name=b.gtr | 12345\n  text/x-a; name=c.pmi | 12345",
+       "plain=hi file=A.PEM:12345 file=b.gtr:12345 file=c.pmi:12345"},
       {"blank parts are nothing", "multipart/mixed\n  text/plain | hi\n  text/plain |      ",
        "plain=hi"},
+      {"blank parts with a name are something",
+       "multipart/mixed\n  text/plain | hi\n  text/plain; name=a |  ",
+       "plain=hi left=text/plain:1"},
       {"unknown types are data", "multipart/mixed\n  application/x-new | 12345",
        "file=attachedFile.dat:12345"},
   };
@@ -254,7 +257,8 @@ TEST(PartNames, AreDerivedAndDecoded) {
       {"application/x; name*=iso-8859-1'de'J%FCrgen.txt; name=other", "J\xC3\xBCrgen.txt"},
       {"application/x; name*1=\"b.txt\"; name*0=\"a\"", "ab.txt"},
       {"application/x; name*0*=utf-8''J%C3; name*1*=%BC; name*2=\"r%41.txt\"", "J\xC3\xBCr%41.txt"},
-      {"application/x; name=\"a\x01\x7F\tb\"", "ab"},
+      {"application/x; name*0=\"it's Bob's\"; name*1*=%2Etxt", "it's Bob's.txt"},
+      {"application/x; name=\"a\x01\x7F\t\xC2\x85\xC2\xA0\xC2\xBF\"", "a\xC2\xA0\xC2\xBF"},
   };
   for (const auto& row : cases) {
     TsEmail email;

@@ -239,6 +239,19 @@ TEST(Limits, PartsBeyondTheLastStayTogether) {
   EXPECT_EQ(Serialised(mime), text);
   const std::unique_ptr<TsMime> last(mime.GetPart(199'999));
   EXPECT_GT(Serialised(*last).size(), 50'000U * 9);
+  // The limit is one for all of a message's multiparts together.
+  std::string nested = CrLf(kMixed);
+  for (int i = 0; i < 3; ++i) {
+    nested += "--b\r\nContent-Type: multipart/mixed; boundary=c\r\n\r\n";
+    for (int part = 0; part < 90'000; ++part) nested += "--c\r\nA:bcd\r\n";
+  }
+  Load(mime, nested);
+  int parts = 0;
+  for (int i = 0; i < 3; ++i) {
+    const std::unique_ptr<TsMime> part(mime.GetPart(i));
+    parts += part->get_NumParts();
+  }
+  EXPECT_EQ(mime.get_NumParts() + parts, 200'000);
 }
 
 std::string Sample() {

@@ -48,6 +48,14 @@ class GeneratedMailboxes(PstTest):
     def test_attachments(self):
         self.convert_one('files', mailboxes.attachments(20, 100_000), 20)
 
+    def test_attached_messages(self):
+        inner = mailboxes.attachments(1, 5_000).partition(b'\n')[2].decode()
+        pst = self.convert_one('forwarded', mailboxes.message(
+            1, 'see below', extra='Content-Type: multipart/mixed; boundary="outer"\n',
+            body=f'--outer\n\nBelow.\n--outer\nContent-Type: message/rfc822\n\n{inner}\n--outer--\n'), 1)
+        run = self.parvane('check', pst)
+        self.assertIn('1 message, 2 attachments', run.out)
+
     def test_subjects_in_many_scripts(self):
         pst = self.convert_one('scripts', mailboxes.scripts(), len(mailboxes.SCRIPTS))
         items = self.listing(pst, '--messages')['folders'][-1]['items']
@@ -88,6 +96,11 @@ class GeneratedTrees(PstTest):
     def test_folders_nested_90_deep(self):
         path = '/'.join(f'level {i}' for i in range(90))
         self.convert_tree({f'{path}/deep': 2, 'shallow': 1})
+        self.write('far/' + 101 * 'd/' + 'too deep.mbox', mailboxes.many(1))
+        self.write('far/near.mbox', mailboxes.many(1))
+        account = self.convert(self.folder / 'far', self.folder / 'far.pst', code=1)
+        self.assertEqual([(e['code'], e['leftBehind']) for e in account['passedOver']],
+                         [('too-deep', True)])
 
     def test_300_folders_nested_and_side_by_side(self):
         self.convert_tree({f'year {i // 30}/month {i // 5 % 6}/box {i % 5}': 1

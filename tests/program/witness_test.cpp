@@ -80,6 +80,7 @@ TEST_F(WitnessTest, TellsWhatAMessageWasWrittenWithout) {
     Read();
     engine::ConversionNotes notes;
     notes.refusals = std::move(refusals);
+    notes.unconvertedParts.push_back({"text/x", u"part", 1});
     witness.MessageConverted({}, true, notes);
   };
   mapi::RecordFailure(&pst, mapi::MAPI_E_TOO_BIG, "x.pst: of an earlier call");
@@ -100,6 +101,7 @@ TEST_F(WitnessTest, TellsWhatAMessageWasWrittenWithout) {
   pst.messagesCommitted = pst.messagesSaved;
   EXPECT_TRUE(witness.Settle());
   EXPECT_EQ(record.Written(), 4u);
+  EXPECT_EQ(record.leftOutParts.total, 5u);
   EXPECT_EQ(Outcome(record), ExitCode::kMailLeftBehind);
   ASSERT_EQ(record.failures.size(), 1u);
   EXPECT_EQ(ReasonText(record.failures[0]),
@@ -128,10 +130,27 @@ TEST_F(WitnessTest, TellsWhatAFolderWasMadeWithout) {
 TEST_F(WitnessTest, ClaimsNothingThatDoesNotAddUp) {
   Read();
   Save();
+  Read();
+  EXPECT_FALSE(witness.Cancel()) << "not saved";
+  Read();
+  Save();
+  pst.messagesCommitted = 1;
+  EXPECT_TRUE(witness.Settle());
+  EXPECT_EQ(record.Written(), 1u);
+  EXPECT_EQ(record.Failed(), 2u) << "what was never committed has failed, too";
   pst.messagesCommitted = 2;
   EXPECT_FALSE(witness.Settle());
   EXPECT_EQ(record.errorCode, "counts-disagree");
   EXPECT_EQ(Outcome(record), ExitCode::kCouldNotFinish);
+}
+
+TEST_F(WitnessTest, LosesNoMessageOfWhichNobodySpeaksAnyMore) {
+  Read();
+  Read();
+  Save();
+  pst.messagesCommitted = 1;
+  EXPECT_FALSE(witness.Settle());
+  EXPECT_EQ(record.errorCode, "counts-disagree");
 }
 
 }  // namespace

@@ -245,6 +245,19 @@ TEST(ProfileStores, TakeSubfoldersFromSbdDirectories) {
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 
+TEST(SourceStores, TellWhatIsNestedTooDeeply) {
+  const TemporaryFolder disk;
+  std::string path = "m";
+  for (int i = 0; i < 101; ++i) path += "/d";
+  disk.Write(path + "/a.mbox", kOneMessage);
+  MBOXAssetStore boxes(disk.Path("m"), std::nullopt);
+  Observer observer;
+  engine::ObserveSource(boxes, &observer);
+  ASSERT_EQ(boxes.OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  const std::pair<std::string, engine::SkipReason> tooDeep{"d", engine::SkipReason::kTooDeep};
+  EXPECT_THAT(observer.skipped, testing::Contains(tooDeep));
+}
+
 TEST(SourceStores, HaveAnyNumberOfFoldersSideBySide) {
   const TemporaryFolder disk;
   for (int i = 0; i < 120; ++i) {
