@@ -8,6 +8,7 @@
 #include "mapi/com_pointer.h"
 #include "mapi/mapi.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "platform/text.h"
 

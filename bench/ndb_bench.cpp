@@ -12,6 +12,7 @@
 #include <benchmark/benchmark.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "pstfile/ndb/crc.h"
 #include "pstfile/ndb/data_tree.h"

@@ -17,6 +17,8 @@
 
 #include "bench/sample_mail.h"
 #include "platform/file.h"
+#include "platform/input_stream.h"
+#include "platform/path.h"
 #include "sources/mbox_reading.h"
 
 namespace {

@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "platform/text.h"
 #include "pstfile/ndb/crc.h"

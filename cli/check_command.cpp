@@ -10,6 +10,7 @@
 #include "cli/results.h"
 #include "mapi/tag_names.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "pstfile/check/integrity_checker.h"
 #include "pstfile/check/node_dump.h"
 

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "cli/format.h"
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::cli {

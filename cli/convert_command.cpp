@@ -25,6 +25,7 @@
 #include "mapi/options.h"
 #include "mapi/system_entry_points.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/stage_times.h"
 #include "platform/system.h"

@@ -2,6 +2,7 @@
 
 #include "cli/folder_names.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "pst/disk_utilities.h"
 #include "pstfile/ndb/file_kind.h"

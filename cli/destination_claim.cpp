@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "platform/path.h"
 #include "pstfile/check/integrity_checker.h"
 #include "pstfile/ndb/unfinished.h"
 #include "pstfile/store/store_name.h"

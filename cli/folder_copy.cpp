@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "cli/format.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 

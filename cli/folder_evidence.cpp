@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/file_kinds.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 namespace {

@@ -2,6 +2,8 @@
 
 #include <span>
 
+#include "platform/path.h"
+
 namespace parvane::cli {
 
 using platform::FileInformation;

@@ -13,7 +13,7 @@
 #include "cli/pst_listing.h"
 #include "cli/results.h"
 #include "mapi/options.h"
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
 

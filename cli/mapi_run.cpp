@@ -7,7 +7,7 @@
 #include "mapi/com_pointer.h"
 #include "mapi/profiles.h"
 #include "mapi/system_entry_points.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 

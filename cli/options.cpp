@@ -12,7 +12,7 @@
 #include "cli/help.h"
 #include "cli/results.h"
 #include "cli/suggestion.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 namespace {

@@ -10,6 +10,7 @@
 #include "cli/report.h"
 #include "cli/source_plan.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 
 namespace parvane::cli {

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
 

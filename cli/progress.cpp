@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 

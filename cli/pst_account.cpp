@@ -6,6 +6,7 @@
 
 #include "mapi/results.h"
 #include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 namespace {

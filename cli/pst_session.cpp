@@ -6,7 +6,7 @@
 #include "cli/pst_account.h"
 #include "mapi/diagnostics.h"
 #include "mapi/mapi.h"
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::cli {

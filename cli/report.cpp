@@ -2,7 +2,7 @@
 
 #include "cli/format.h"
 #include "cli/json_writer.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 namespace {

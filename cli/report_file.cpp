@@ -6,6 +6,7 @@
 
 #include "cli/report.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/system.h"
 #include "platform/text.h"

@@ -7,6 +7,7 @@
 #include "cli/modified_utf7.h"
 #include "engine/source_observer.h"
 #include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::cli {
 namespace {

@@ -8,6 +8,7 @@
 #include "cli/thunderbird_profiles.h"
 #include "engine/file_kinds.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
 

@@ -5,7 +5,7 @@
 
 #include "cli/format.h"
 #include "cli/report.h"
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::cli {

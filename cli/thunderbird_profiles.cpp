@@ -9,6 +9,7 @@
 #include "cli/folder_evidence.h"
 #include "cli/format.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
 

@@ -7,7 +7,7 @@
 #include "cli/format.h"
 #include "cli/message_id.h"
 #include "cli/property_names.h"
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::cli {

@@ -20,7 +20,7 @@
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 #include "mime/text_decoding.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/text.h"
 
 namespace QuelmarMIMEEngineCommon {

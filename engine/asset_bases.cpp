@@ -5,7 +5,7 @@
 
 #include "engine/destination_observer.h"
 #include "engine/source_observer.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace QuelmarMIMEEngineCommon {
 

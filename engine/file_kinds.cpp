@@ -4,6 +4,7 @@
 #include <span>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::engine {

@@ -6,6 +6,7 @@
 #include "engine/asset_bases.h"
 #include "mapi/entry_points.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "pst/pst_asset_store.h"
 #include "pst/pst_service.h"

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "fuzz/expect.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/cpu.h"
 #include "platform/text.h"
 

@@ -5,6 +5,7 @@
 #include "fuzz/expect.h"
 #include "sources/mbox_reading.h"
 #include "sources/message_buffer.h"
+#include "tests/support/memory_input_stream.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "fuzz/pst_image.h"
+#include "platform/path.h"
 #include "pstfile/store/pst_store.h"
 
 namespace {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/file.h"
+#include "platform/path.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

@@ -1,8 +1,8 @@
 #include "mapi/system_entry_points.h"
 
 #include "mapi/structures.h"
-#include "platform/file.h"
 #include "platform/mail_client.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::mapi {

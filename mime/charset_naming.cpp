@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "mime/charset_rows.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/text.h"
 
 namespace Tessary {

@@ -5,7 +5,7 @@
 #include "mime/charset_naming.h"
 #include "mime/text_decoding.h"
 #include "mime/transfer_encoding.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/text.h"
 
 namespace Tessary {

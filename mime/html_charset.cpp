@@ -1,7 +1,7 @@
 #include "mime/html_charset.h"
 
 #include "mime/charset_naming.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/text.h"
 
 namespace parvane::mime {

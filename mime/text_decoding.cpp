@@ -1,7 +1,7 @@
 #include "mime/text_decoding.h"
 
 #include "mime/charset_naming.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
 

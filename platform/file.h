@@ -1,8 +1,4 @@
-// Files by wide path.
-//
-// Paths are UTF-16. Off Windows they stand for byte strings: valid UTF-8 is decoded, and every
-// other byte b becomes the lone surrogate U+DC00 + b, so that any file name survives the round
-// trip. "/" separates (and "\" too on Windows).
+// Files by wide path (see path.h).
 //
 // No file opened here ever gets one of the three standard descriptors, so that what a program says
 // to a stream that was closed when it started cannot land in a file.
@@ -24,33 +20,6 @@
 #include "platform/time.h"
 
 namespace parvane::platform {
-
-// ---- Paths -------------------------------------------------------------------------------------
-
-#ifdef _WIN32
-inline constexpr char16_t kPathSeparator = u'\\';
-#else
-inline constexpr char16_t kPathSeparator = u'/';
-#endif
-
-// The byte string behind a path (off Windows) and back.
-std::string PathToNative(std::u16string_view path);
-std::u16string PathFromNative(std::string_view native);
-// For messages: UTF-8, bytes that are none shown as U+FFFD.
-std::string PathForDisplay(std::u16string_view path);
-
-std::u16string JoinPath(std::u16string_view folder, std::u16string_view name);
-// The last component; trailing separators are skipped first.
-std::u16string FileNameOfPath(std::u16string_view path);
-// From the last "." of the last component, that dot included; empty when there is none. A name
-// that begins with its only dot (".profile") is all extension.
-std::u16string ExtensionOfPath(std::u16string_view path);
-// The last component without its extension.
-std::u16string StemOfPath(std::u16string_view path);
-// Everything before the last component, without its separator; "." when there is nothing.
-std::u16string ParentOfPath(std::u16string_view path);
-
-// ---- Files -------------------------------------------------------------------------------------
 
 enum class FileKind { kNone, kFile, kFolder, kOther };
 
@@ -147,31 +116,5 @@ std::optional<std::uint64_t> FreeSpace(std::u16string_view folder);
 // Reads a whole file that is at most `limit` bytes (kTooBig otherwise).
 Result<std::string> ReadWholeFile(FileSystem& files, std::u16string_view path,
                                   std::uint64_t limit = std::uint64_t{1} << 30);
-
-// CreateFolder, preceded by every parent that is missing.
-Status CreateFolders(FileSystem& files, std::u16string_view path, bool privateToUser);
-
-// ---- Sequential reading ------------------------------------------------------------------------
-
-// A stream of bytes with its buffer in the open, so that scanners look at many bytes at once.
-class InputStream {
- public:
-  virtual ~InputStream() = default;
-  // The bytes read ahead; reads more when there are none. Empty only at the end or after an error.
-  // The span holds until the next call of Buffer or Skip.
-  virtual std::span<const char> Buffer() = 0;
-  // Takes the first `count` bytes of Buffer() as read.
-  virtual void Skip(std::size_t count) = 0;
-  // Bytes taken so far.
-  virtual std::uint64_t Position() const = 0;
-  // Why the stream ended: ok at the end of the data, else the read error.
-  virtual const Status& status() const = 0;
-};
-
-// `bufferSize` bytes at a time; the file may grow meanwhile (a mail client may hold it open).
-Result<std::unique_ptr<InputStream>> OpenInputStream(FileSystem& files, std::u16string_view path,
-                                                     std::size_t bufferSize = 1 << 18);
-// Over memory that must outlive the stream; `step` bytes at most in each buffer (0: all).
-std::unique_ptr<InputStream> MemoryInputStream(std::string_view bytes, std::size_t step = 0);
 
 }  // namespace parvane::platform

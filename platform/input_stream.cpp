@@ -1,7 +1,9 @@
+#include "platform/input_stream.h"
+
 #include <algorithm>
+#include <utility>
 #include <vector>
 
-#include "platform/file.h"
 #include "platform/stage_times.h"
 
 namespace parvane::platform {
@@ -45,31 +47,6 @@ class FileInputStream final : public InputStream {
   Status _status;
 };
 
-class BytesInputStream final : public InputStream {
- public:
-  BytesInputStream(std::string_view bytes, std::size_t step)
-      : _bytes(bytes), _step(step == 0 ? bytes.size() : step) {}
-
-  std::span<const char> Buffer() override {
-    if (_window == 0) _window = std::min(_step, _bytes.size() - _position);
-    return {_bytes.data() + _position, _window};
-  }
-  void Skip(std::size_t count) override {
-    count = std::min(count, _window);
-    _position += count;
-    _window -= count;
-  }
-  std::uint64_t Position() const override { return _position; }
-  const Status& status() const override { return _status; }
-
- private:
-  std::string_view _bytes;
-  std::size_t _step;
-  std::size_t _position = 0;
-  std::size_t _window = 0;
-  Status _status;
-};
-
 }  // namespace
 
 Result<std::unique_ptr<InputStream>> OpenInputStream(FileSystem& files, std::u16string_view path,
@@ -78,45 +55,6 @@ Result<std::unique_ptr<InputStream>> OpenInputStream(FileSystem& files, std::u16
   if (!file.ok()) return file.status();
   return std::unique_ptr<InputStream>(
       std::make_unique<FileInputStream>(std::move(*file), bufferSize));
-}
-
-std::unique_ptr<InputStream> MemoryInputStream(std::string_view bytes, std::size_t step) {
-  return std::make_unique<BytesInputStream>(bytes, step);
-}
-
-Result<std::string> ReadWholeFile(FileSystem& files, std::u16string_view path,
-                                  std::uint64_t limit) {
-  auto file = files.Open(path, FileSystem::OpenMode::kRead);
-  if (!file.ok()) return file.status();
-  const auto size = (*file)->Size();
-  if (!size.ok()) return size.status();
-  std::string content;
-  std::uint64_t want = *size;
-  for (;;) {
-    if (want > limit) {
-      return Status(StatusCode::kTooBig,
-                    PathForDisplay(path) + ": more than " + std::to_string(limit) + " bytes");
-    }
-    // One byte more than expected tells the end from a file that grew meanwhile.
-    const std::size_t had = content.size();
-    content.resize(static_cast<std::size_t>(want) + 1);
-    const auto read = (*file)->ReadAt(had, std::as_writable_bytes(std::span(content).subspan(had)));
-    if (!read.ok()) return read.status();
-    const bool ended = had + *read < content.size();
-    content.resize(had + *read);
-    if (ended) return content;
-    want = content.size() + content.size() / 2 + 4096;
-    if (want > limit && content.size() <= limit) want = limit;
-  }
-}
-
-Status CreateFolders(FileSystem& files, std::u16string_view path, bool privateToUser) {
-  if (files.FolderExists(path)) return {};
-  const std::u16string parent = ParentOfPath(path);
-  if (parent.size() < path.size() && parent != u".") {
-    if (Status status = CreateFolders(files, parent, privateToUser); !status.ok()) return status;
-  }
-  return files.CreateFolder(path, privateToUser);
 }
 
 }  // namespace parvane::platform

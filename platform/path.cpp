@@ -1,4 +1,5 @@
-#include "platform/file.h"
+#include "platform/path.h"
+
 #include "platform/text.h"
 #include "platform/utf8.h"
 

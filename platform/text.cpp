@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/simd/ascii.h"
 #include "platform/simd/search.h"
 #include "platform/system_internal.h"

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "platform/text.h"
 

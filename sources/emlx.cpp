@@ -9,7 +9,7 @@
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/facade/ts_string.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace QuelmarMIMEEngineCommon {
 

@@ -9,6 +9,7 @@
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_mime.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 #include "sources/emlx.h"
 

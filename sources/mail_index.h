@@ -18,7 +18,7 @@
 
 #include <string_view>
 
-#include "platform/file.h"
+#include "platform/input_stream.h"
 
 namespace parvane::sources {
 

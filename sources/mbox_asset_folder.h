@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "engine/asset_bases.h"
-#include "platform/file.h"
+#include "platform/input_stream.h"
 #include "sources/mbox_reading.h"
 
 namespace QuelmarMIMEEngineCommon {

@@ -1,6 +1,7 @@
 #include "sources/mbox_asset_store.h"
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 #include "sources/source_walk.h"
 

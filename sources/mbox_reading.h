@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/file.h"
+#include "platform/input_stream.h"
 #include "platform/status.h"
 #include "sources/message_buffer.h"
 

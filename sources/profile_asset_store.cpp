@@ -3,6 +3,7 @@
 #include <set>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "sources/source_walk.h"
 
 namespace QuelmarMIMEEngineCommon {

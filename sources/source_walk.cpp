@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/file_kinds.h"
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
 #include "sources/mail_index.h"

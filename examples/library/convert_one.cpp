@@ -8,7 +8,7 @@
 #include "factory/store_factory.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/diagnostics.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 using namespace QuelmarMIMEEngineCommon;
 

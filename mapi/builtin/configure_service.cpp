@@ -8,6 +8,7 @@
 #include "mapi/constants.h"
 #include "mapi/options.h"
 #include "mapi/results.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace parvane::mapi::builtin {

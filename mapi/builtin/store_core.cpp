@@ -7,6 +7,7 @@
 #include "mapi/identifiers.h"
 #include "mapi/options.h"
 #include "mapi/results.h"
+#include "platform/path.h"
 #include "pstfile/ndb/node_database.h"
 
 namespace parvane::mapi::builtin {

@@ -7,7 +7,7 @@
 #include "mapi/builtin/stream_contents.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/pooled_object.h"
 #include "platform/text.h"
 

@@ -6,7 +6,7 @@
 
 #include "mapi/constants.h"
 #include "mapi/results.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/simd/ascii.h"
 #include "platform/text.h"
 

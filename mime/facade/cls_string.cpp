@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "mime/text_decoding.h"
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/text.h"
 
 namespace Tessary {

@@ -5,6 +5,7 @@
 #include "mime/facade/cls_byte_data.h"
 #include "mime/facade/cls_string.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace Tessary {

@@ -1,5 +1,5 @@
 // The character sets that the pages of this folder are put together from, as the system converts
-// them. Replacing and counting are as in platform/code_page.h.
+// them. Replacing and counting are as in platform/code_pages/code_page.h.
 #pragma once
 
 #include <cstddef>

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::platform {
 namespace {

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/posix/errors.h"
 
 namespace parvane::platform {

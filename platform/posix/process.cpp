@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace parvane::platform {
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/posix/errors.h"
 
 namespace parvane::platform {

@@ -9,7 +9,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system_internal.h"
 
 namespace parvane::platform {

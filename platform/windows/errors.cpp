@@ -1,4 +1,4 @@
-#include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
 #include "platform/windows/windows_text.h"
 

@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include "platform/file.h"
-#include "platform/windows/paths.h"
+#include "platform/path.h"
+#include "platform/windows/system_paths.h"
 #include "platform/windows/windows_text.h"
 
 namespace parvane::platform {

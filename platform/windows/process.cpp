@@ -4,8 +4,9 @@
 #include <cstdio>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/text.h"
-#include "platform/windows/paths.h"
+#include "platform/windows/system_paths.h"
 #include "platform/windows/windows_text.h"
 // After windows.h:
 #include <fcntl.h>

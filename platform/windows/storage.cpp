@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "platform/file.h"
-#include "platform/windows/paths.h"
+#include "platform/windows/system_paths.h"
 #include "platform/windows/windows_text.h"
 
 namespace parvane::platform {

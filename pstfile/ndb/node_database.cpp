@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/path.h"
 #include "platform/stage_times.h"
 #include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/node_database_impl.h"

@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "platform/path.h"
 #include "platform/system.h"
 #include "pstfile/ndb/file_kind.h"
 #include "pstfile/ndb/node_database_impl.h"

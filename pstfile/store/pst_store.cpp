@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/path.h"
 #include "platform/stage_times.h"
 #include "platform/system.h"
 #include "pstfile/ltp/property_context_builder.h"

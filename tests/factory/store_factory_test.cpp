@@ -5,6 +5,7 @@
 #include "mapi/entry_points.h"
 #include "mapi/results.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "pst/pst_asset_store.h"
 #include "sources/mbox_asset_store.h"

@@ -3,6 +3,7 @@
 #include <random>
 
 #include "mapi/builtin/values.h"
+#include "platform/path.h"
 #include "pstfile/ltp/table_editor.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/ndb/node_database.h"

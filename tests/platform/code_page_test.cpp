@@ -7,7 +7,7 @@
 //   57002 to 57011           letters from the chart of IS 13194:1991
 //   20001 20003 20004 20005  never published; only their ASCII is read
 //   29001                    never published; read as Windows-1252
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 
 #include <cstdio>
 #include <set>

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/input_stream.h"
+#include "platform/path.h"
 #include "tests/pstfile/ndb_memory_files.h"
+#include "tests/support/memory_input_stream.h"
 #include "tests/support/temporary_folder.h"
 
 namespace parvane::platform {
@@ -139,13 +142,12 @@ TEST(Folder, ListsSortedByUnit) {
   EXPECT_EQ(Files().List(folder / u"none").status().code(), StatusCode::kNotFound);
 }
 
-TEST(Folder, CreatesMissingParents) {
+TEST(Folder, IsCreatedWhereItIsMissing) {
   const ::TemporaryFolder folder;
-  const std::u16string deep = JoinPath(JoinPath(folder / u"x", u"y"), u"z");
-  EXPECT_TRUE(CreateFolders(Files(), deep, true).ok());
-  EXPECT_TRUE(Files().FolderExists(deep));
-  folder.Write(u"file", "");
-  EXPECT_FALSE(CreateFolders(Files(), JoinPath(folder / u"file", u"x"), true).ok());
+  EXPECT_TRUE(Files().CreateFolder(folder / u"x", true).ok());
+  EXPECT_TRUE(Files().CreateFolder(folder / u"x", true).ok());
+  EXPECT_TRUE(Files().FolderExists(folder / u"x"));
+  EXPECT_FALSE(Files().CreateFolder(JoinPath(folder.Write(u"file", ""), u"y"), true).ok());
 }
 
 TEST(File, RenamesAndRemoves) {

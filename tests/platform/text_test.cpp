@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/utf8.h"
 
 namespace parvane::platform {

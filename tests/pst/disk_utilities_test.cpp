@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/path.h"
 #include "tests/support/temporary_folder.h"
 
 namespace QuelmarDiskUtilities {

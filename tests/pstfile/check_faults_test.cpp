@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/path.h"
 #include "pstfile/store/pst_store.h"
 #include "tests/pstfile/check_surgeon.h"
 #include "tests/pstfile/store_fixture.h"

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/path.h"
 #include "tests/pstfile/ndb_memory_files.h"
 #include "tests/pstfile/store_fixture.h"
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "pstfile/ltp/heap_page.h"
 #include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/ids.h"

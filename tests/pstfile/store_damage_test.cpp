@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/path.h"
 #include "pstfile/ndb/data_tree.h"
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/ndb/subnode_tree.h"

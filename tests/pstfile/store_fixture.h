@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "platform/text.h"
 #include "pstfile/store/pst_store.h"

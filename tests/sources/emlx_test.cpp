@@ -8,6 +8,7 @@
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/facade/ts_string.h"
+#include "platform/path.h"
 #include "platform/text.h"
 #include "sources/emlx_file.h"
 #include "tests/support/temporary_folder.h"

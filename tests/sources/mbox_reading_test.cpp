@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "sources/bytes_stream.h"
+#include "tests/support/memory_input_stream.h"
 #include "tests/support/temporary_folder.h"
 
 namespace QuelmarMIMEEngineCommon {

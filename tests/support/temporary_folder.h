@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/file.h"
+#include "platform/path.h"
 #include "platform/system.h"
 
 class TemporaryFolder {
@@ -40,7 +41,7 @@ class TemporaryFolder {
   std::u16string Write(std::u16string_view name, std::string_view bytes) const {
     auto& files = parvane::platform::FileSystem::Default();
     const std::u16string path = *this / name;
-    (void)CreateFolders(files, parvane::platform::ParentOfPath(path), true);
+    MakeFolders(files, parvane::platform::ParentOfPath(path));
     using Mode = parvane::platform::FileSystem::OpenMode;
     auto file = files.Open(path, files.FileExists(path) ? Mode::kReadWrite : Mode::kCreateNew);
     EXPECT_TRUE(file.ok() && (*file)->Resize(0).ok() &&
@@ -66,5 +67,11 @@ class TemporaryFolder {
   }
 
  private:
+  static void MakeFolders(parvane::platform::FileSystem& files, const std::u16string& path) {
+    if (files.FolderExists(path)) return;
+    MakeFolders(files, parvane::platform::ParentOfPath(path));
+    EXPECT_TRUE(files.CreateFolder(path, true).ok());
+  }
+
   std::filesystem::path _path;
 };

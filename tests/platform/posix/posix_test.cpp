@@ -8,7 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
+#include "platform/path.h"
 #include "platform/system.h"
 #include "platform/time.h"
 #include "tests/support/temporary_folder.h"

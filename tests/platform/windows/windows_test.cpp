@@ -2,11 +2,12 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "platform/path.h"
 #include "platform/process.h"
 #include "platform/system.h"
 #include "platform/text.h"
 #include "platform/time.h"
-#include "platform/windows/paths.h"
+#include "platform/windows/system_paths.h"
 #include "tests/support/temporary_folder.h"
 
 namespace parvane::platform {
@@ -55,8 +56,10 @@ TEST(Path, LongOnesAreTakenByTheSystem) {
 TEST(File, WorksBeyondTheOldLimit) {
   const ::TemporaryFolder scratch;
   std::u16string folder = scratch.Path();
-  for (int i = 0; i < 4; ++i) folder = JoinPath(folder, std::u16string(100, u'\u00E6'));
-  ASSERT_TRUE(CreateFolders(Files(), folder, true).ok());
+  for (int i = 0; i < 4; ++i) {
+    folder = JoinPath(folder, std::u16string(100, u'\u00E6'));
+    ASSERT_TRUE(Files().CreateFolder(folder, true).ok());
+  }
   const std::u16string path = JoinPath(folder, u"\u65E5\u672C\u8A9E \U0001F600.pst");
   auto file = Files().Open(path, Mode::kCreateNew);
   ASSERT_TRUE(file.ok()) << file.status().message();

@@ -1,7 +1,7 @@
 #include <unicode/unorm2.h>
 
-#include "platform/posix/multi_byte.h"
-#include "platform/posix/single_byte_tables.h"
+#include "platform/code_pages/posix/multi_byte.h"
+#include "platform/code_pages/posix/single_byte_tables.h"
 
 namespace parvane::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/posix/icu_converter.h"
+#include "platform/code_pages/posix/icu_converter.h"
 
 #include <memory>
 #include <unordered_map>

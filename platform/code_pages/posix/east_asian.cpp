@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "platform/code_pages/base_pages.h"
-#include "platform/posix/icu_converter.h"
-#include "platform/posix/multi_byte.h"
+#include "platform/code_pages/posix/icu_converter.h"
+#include "platform/code_pages/posix/multi_byte.h"
 
 namespace parvane::platform {
 namespace {

@@ -1,11 +1,12 @@
 // Code pages through the Windows API, but for Japanese mail and Johab, of which the API reads less
 // than there is.
+#include "platform/code_pages/system_pages.h"
+
 #include <algorithm>
 
-#include "platform/code_page_internal.h"
 #include "platform/code_pages/base_pages.h"
 #include "platform/code_pages/composed.h"
-#include "platform/windows/system_pages.h"
+#include "platform/code_pages/windows/native_pages.h"
 #include "platform/windows/windows_text.h"
 
 namespace parvane::platform {

@@ -1,4 +1,4 @@
-#include "platform/windows/paths.h"
+#include "platform/windows/system_paths.h"
 
 #include "platform/windows/windows_text.h"
 

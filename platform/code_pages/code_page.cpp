@@ -1,8 +1,8 @@
-#include "platform/code_page.h"
+#include "platform/code_pages/code_page.h"
 
 #include <algorithm>
 
-#include "platform/code_page_internal.h"
+#include "platform/code_pages/system_pages.h"
 #include "platform/simd/ascii.h"
 #include "platform/text.h"
 #include "platform/utf8.h"

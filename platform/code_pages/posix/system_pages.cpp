@@ -1,13 +1,14 @@
 // Which converter reads which code page off Windows.
+#include "platform/code_pages/system_pages.h"
+
 #include <algorithm>
 #include <iterator>
 
-#include "platform/code_page_internal.h"
 #include "platform/code_pages/base_pages.h"
 #include "platform/code_pages/composed.h"
-#include "platform/posix/icu_converter.h"
-#include "platform/posix/multi_byte.h"
-#include "platform/posix/single_byte.h"
+#include "platform/code_pages/posix/icu_converter.h"
+#include "platform/code_pages/posix/multi_byte.h"
+#include "platform/code_pages/posix/single_byte.h"
 #include "platform/text.h"
 
 namespace parvane::platform {

@@ -1,6 +1,6 @@
 #include "platform/code_pages/base_pages.h"
 
-#include "platform/windows/system_pages.h"
+#include "platform/code_pages/windows/native_pages.h"
 
 namespace parvane::platform {
 namespace {

@@ -1,6 +1,6 @@
 #include "platform/code_pages/base_pages.h"
 
-#include "platform/posix/icu_converter.h"
+#include "platform/code_pages/posix/icu_converter.h"
 
 namespace parvane::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/posix/single_byte.h"
+#include "platform/code_pages/posix/single_byte.h"
 
 #include <algorithm>
 #include <array>
@@ -7,8 +7,8 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/posix/icu_converter.h"
-#include "platform/posix/single_byte_tables.h"
+#include "platform/code_pages/posix/icu_converter.h"
+#include "platform/code_pages/posix/single_byte_tables.h"
 #include "platform/simd/ascii.h"
 
 namespace parvane::platform {
