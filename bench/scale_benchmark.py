@@ -172,6 +172,9 @@ PERVERSE = {
                                          f'Subject: {i}\nFrom: a@x.org\n\nhello\n')),
     'subject': (100_000_000 // 72, lambda path, count: single(
         path, ('word ' * 14 + '\n ' for _ in range(count)), 'Subject: ', 'end\n\nbody\n\n')),
+    'words': (100_000_000 // 71, lambda path, count: single(
+        path, ('=?utf-8?Q?' + 'word_' * 11 + '?=\n ' for _ in range(count)), 'Subject: ',
+        'end\n\nbody\n\n')),
     'nul': (600, lambda path, count: single(path, ('\0' * 1_000_000 for _ in range(count)), '\n',
                                             '\n\n')),
 }

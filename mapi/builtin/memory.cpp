@@ -1,7 +1,7 @@
 #include "mapi/builtin/memory.h"
 
-#include <cstdlib>
 #include <limits>
+#include <new>
 
 #include "mapi/diagnostics_recorder.h"
 #include "mapi/results.h"
@@ -20,7 +20,8 @@ constexpr std::uint64_t kHead = 0x6461656849504150;
 constexpr std::uint64_t kLink = 0x6B6E696C49504150;
 
 Header* NewBlock(ULONG size, std::uint64_t magic) {
-  auto* header = static_cast<Header*>(std::malloc(sizeof(Header) + std::size_t{size}));
+  auto* header =
+      static_cast<Header*>(::operator new (sizeof(Header) + std::size_t{size}, std::nothrow));
   if (header != nullptr) *header = {magic, nullptr};
   return header;
 }
@@ -59,7 +60,7 @@ ULONG FreeBuffer(void* buffer) noexcept {
   while (header != nullptr) {
     Header* next = header->next;
     header->magic = 0;
-    std::free(header);
+    ::operator delete(header);
     header = next;
   }
   return S_OK;

@@ -207,7 +207,8 @@ class Session final : public Object<IMAPISession> {
     _ended = true;
     HRESULT result = S_OK;
     for (const StoreCorePtr& core : OpenCores()) {
-      const HRESULT closed = core->Close();
+      // Whatever becomes of one, the others are closed too.
+      const HRESULT closed = Guarded([&] { return core->Close(); });
       if (Succeeded(result)) result = closed;
     }
     --_profile->sessions;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "mapi/builtin/environment.h"
+#include "mapi/builtin/object.h"
 #include "mapi/identifiers.h"
 #include "mapi/options.h"
 #include "mapi/results.h"
@@ -94,7 +95,9 @@ StoreCore::StoreCore(std::unique_ptr<pstfile::PstStore> store, const std::u16str
   _record->isOpen = true;
 }
 
-StoreCore::~StoreCore() { Close(); }
+StoreCore::~StoreCore() {
+  Guarded([this] { return Close(); });
+}
 
 void StoreCore::AllowWriting() { _writable = !CurrentBuiltinOptions().readOnly; }
 

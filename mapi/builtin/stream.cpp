@@ -63,9 +63,13 @@ class PropertyStream final : public Object<IStream>, public platform::PooledObje
         _form(form),
         _writable(writable) {}
 
-  // Letting go of a stream keeps what was written to it.
+  // Letting go of a stream keeps what was written to it. Nobody is left to be told when it does
+  // not.
   ~PropertyStream() override {
-    if (_dirty && Succeeded(_failure)) Guarded([this] { return CommitContents(); });
+    if (!_dirty || Failed(_failure)) return;
+    if (Guarded([this] { return CommitContents(); }) == MAPI_E_NOT_ENOUGH_MEMORY)
+      RecordFailure(_host.Core().record().get(), MAPI_E_NOT_ENOUGH_MEMORY,
+                    "out of memory: what was written to a property is lost");
   }
 
   bool Implements(const IID& iid) const override {
@@ -109,7 +113,7 @@ class PropertyStream final : public Object<IStream>, public platform::PooledObje
     });
   }
   HRESULT PARVANE_STDCALL Write(const void* pv, ULONG cb, ULONG* pcbWritten) override {
-    return GuardedStream([&]() -> HRESULT {
+    return GuardedChange([&]() -> HRESULT {
       if (pcbWritten != nullptr) *pcbWritten = 0;
       if (pv == nullptr && cb != 0) return STG_E_INVALIDPOINTER;
       if (const HRESULT result = CheckWritable(); Failed(result)) return result;
@@ -141,7 +145,7 @@ class PropertyStream final : public Object<IStream>, public platform::PooledObje
     return S_OK;
   }
   HRESULT PARVANE_STDCALL SetSize(ULARGE_INTEGER libNewSize) override {
-    return GuardedStream([&]() -> HRESULT {
+    return GuardedChange([&]() -> HRESULT {
       if (const HRESULT result = CheckWritable(); Failed(result)) return result;
       const HRESULT result = _contents.Resize(libNewSize.QuadPart);
       if (Failed(result)) return _failure = result;
@@ -175,7 +179,7 @@ class PropertyStream final : public Object<IStream>, public platform::PooledObje
     });
   }
   HRESULT PARVANE_STDCALL Commit(DWORD) override {
-    return GuardedStream([&]() -> HRESULT {
+    return GuardedChange([&]() -> HRESULT {
       if (Failed(_failure)) return _failure;
       return _dirty ? CommitContents() : S_OK;
     });
@@ -203,6 +207,14 @@ class PropertyStream final : public Object<IStream>, public platform::PooledObje
   HRESULT GuardedStream(Body&& body) {
     const HRESULT result = Guarded(std::forward<Body>(body));
     return result == MAPI_E_NOT_ENOUGH_MEMORY ? STG_E_INSUFFICIENTMEMORY : result;
+  }
+
+  // Where memory runs out in the middle, what is there is no value any more.
+  template <typename Body>
+  HRESULT GuardedChange(Body&& body) {
+    const HRESULT result = GuardedStream(std::forward<Body>(body));
+    if (result == STG_E_INSUFFICIENTMEMORY) _failure = result;
+    return result;
   }
 
   HRESULT CheckWritable() const {

@@ -135,19 +135,25 @@ void Unpack(std::span<const std::byte> bytes, PropertyList& row) {
 Status PackedRows::Add(NodeDatabase* spill, const PropertyList& row, std::uint64_t& position,
                        std::span<const PropTag> columns) {
   if (!_pieces.empty() && _pieces.back().bytes.size() >= kPieceSize) {
-    Piece& full = _pieces.back();
+    // First of all, so that whatever fails from here on nothing is added to one that is stored.
+    _pieces.emplace_back().start = _end;
+    Piece& full = *std::prev(_pieces.end(), 2);
     if (spill != nullptr) {
       auto stored = StoreBytes(*spill, full.bytes);
       if (!stored.ok()) return stored.status();
       full.stored = *stored;
       full.bytes = std::vector<std::byte>();
     }
-    _pieces.emplace_back().start = _end;
   }
   if (_pieces.empty()) _pieces.emplace_back().start = _end;
   Piece& piece = _pieces.back();
   const std::size_t before = piece.bytes.size();
-  Pack(row, columns, piece.bytes);
+  try {
+    Pack(row, columns, piece.bytes);
+  } catch (...) {
+    piece.bytes.resize(before);  // rows follow each other without a gap
+    throw;
+  }
   ++piece.rows;
   position = _end;
   _end += piece.bytes.size() - before;

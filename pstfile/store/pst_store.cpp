@@ -1,6 +1,7 @@
 #include "pstfile/store/pst_store.h"
 
 #include <algorithm>
+#include <new>
 
 #include "platform/path.h"
 #include "platform/stage_times.h"
@@ -25,7 +26,11 @@ using platform::StatusCode;
 PstStore::PstStore(std::unique_ptr<State> state) : _state(std::move(state)) {}
 
 PstStore::~PstStore() {
-  if (Status ignored = Close(); !ignored.ok()) return;
+  try {
+    if (Status ignored = Close(); !ignored.ok()) return;
+  } catch (const std::bad_alloc&) {
+    // What was committed stands.
+  }
 }
 
 Result<std::unique_ptr<PstStore>> PstStore::Create(platform::FileSystem& files,
@@ -119,6 +124,7 @@ Result<PropertyReader> PstStore::OpenStoreProperties() {
 Status PstStore::ChangeStoreProperties(const PropertyList& set,
                                        std::span<const std::uint16_t> removeIds) {
   State& s = *_state;
+  const State::Change change(s);
   if (Status status = s.Begin(); !status.ok()) return status;
   auto node = s.Node(kNidMessageStore);
   if (!node.ok()) return node.status();
@@ -139,6 +145,7 @@ Result<std::uint16_t> PstStore::PropertyIdOfName(const PropertyName& name, bool 
   auto id = (*names)->IdOf(name);
   if (id.ok() || !create) return id;
   if (Status status = s.Begin(); !status.ok()) return status;
+  const State::Change change(s);
   return (*names)->Add(name);
 }
 

@@ -56,6 +56,7 @@ Result<NodeId> PstStore::FindFolder(NodeId parent, std::u16string_view name) {
 Result<NodeId> PstStore::CreateFolder(NodeId parentId, std::u16string_view name,
                                       const PropertyList& properties) {
   State& s = *_state;
+  const State::Change change(s);
   if (Status status = s.Begin(); !status.ok()) return status;
   if (parentId.Kind() != NodeKind::kFolder) {
     return Status(StatusCode::kNotFound, ToString(parentId) + " can hold no folders");
@@ -126,7 +127,10 @@ Result<PropertyReader> PstStore::OpenFolderProperties(NodeId folder) {
   State& s = *_state;
   if (Status status = s.Ready(); !status.ok()) return status;
   if (auto known = s.folders->Get(folder); !known.ok()) return known.status();
-  if (Status status = s.End(s.folders->FlushCounts(folder)); !status.ok()) return status;
+  {
+    const State::Change change(s);
+    if (Status status = s.End(s.folders->FlushCounts(folder)); !status.ok()) return status;
+  }
   auto node = s.Node(folder);
   if (!node.ok()) return node.status();
   return PropertyReader::Open(*s.database, {node->nid, node->data, node->sub});
@@ -135,6 +139,7 @@ Result<PropertyReader> PstStore::OpenFolderProperties(NodeId folder) {
 Status PstStore::ChangeFolderProperties(NodeId id, const PropertyList& set,
                                         std::span<const std::uint16_t> removeIds) {
   State& s = *_state;
+  const State::Change change(s);
   if (Status status = s.Begin(); !status.ok()) return status;
   if (auto known = s.folders->Get(id); !known.ok()) return known.status();
   if (Status status = s.End(s.folders->FlushCounts(id)); !status.ok()) return status;

@@ -55,6 +55,7 @@ Status PstStore::CheckRoom(NodeId folder, bool associated) {
 Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, bool associated) {
   const platform::StageMark mark(platform::Stage::kTables);
   State& s = *_state;
+  const State::Change change(s);
   const auto refuse = [&](Status status) {
     Abandon(message);
     return status;
@@ -97,6 +98,7 @@ Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, b
 
 Status PstStore::ReplaceMessage(NodeId id, StoredMessage replacement) {
   State& s = *_state;
+  const State::Change change(s);
   const auto refuse = [&](Status status) {
     Abandon(replacement);
     return status;
@@ -135,6 +137,7 @@ Status PstStore::ReplaceMessage(NodeId id, StoredMessage replacement) {
 
 Status PstStore::DeleteMessage(NodeId id) {
   State& s = *_state;
+  const State::Change change(s);
   if (Status status = s.Begin(); !status.ok()) return status;
   if (!IsMessage(id)) return {StatusCode::kNotFound, ToString(id) + " is no message"};
   auto node = s.Node(id);

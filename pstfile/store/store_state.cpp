@@ -95,6 +95,13 @@ void PstStore::State::Latch(const Status& failure) {
   if (!saved.ok()) database->GiveUp(saved);
 }
 
+void PstStore::State::BreakOff() {
+  // So short that it takes no memory itself.
+  const Status reason(StatusCode::kIoError, "out of memory");
+  if (status.ok()) status = reason;
+  database->GiveUp(reason);
+}
+
 Status PstStore::State::CommitAll() {
   if (Status flushed = FlushAll(); !flushed.ok()) return flushed;
   if (Status committed = database->Commit(); !committed.ok()) return committed;
@@ -114,6 +121,7 @@ Status PstStore::State::FlushAll() {
 Status PstStore::State::Commit() {
   const platform::StageMark mark(platform::Stage::kTables);
   if (!modified) return {};
+  const Change change(*this);
   if (Status result = CommitAll(); !result.ok()) {
     // A commit that failed half way is not tried again, and Close does not complete it.
     if (status.ok()) status = result;
@@ -150,8 +158,9 @@ Result<TableReader> PstStore::State::OpenFolderTable(NodeId folder, NodeKind kin
   if (!known.ok()) return known.status();
   if (folder.Kind() == NodeKind::kSearchFolder && kind == NodeKind::kContentsTable) {
     kind = NodeKind::kSearchContentsTable;
-  } else if (Status flushed = End(folders->FlushTable(folder, kind)); !flushed.ok()) {
-    return flushed;
+  } else {
+    const Change change(*this);
+    if (Status flushed = End(folders->FlushTable(folder, kind)); !flushed.ok()) return flushed;
   }
   auto node = Node(folder.Sibling(kind));
   if (!node.ok()) return node.status();

@@ -1,6 +1,7 @@
 // Inside of PstStore: one open file with what the store keeps about it.
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <optional>
 
@@ -51,6 +52,23 @@ struct PstStore::State {
   // a change must not be committed.
   platform::Status EndChange(platform::Status status);
   void Latch(const platform::Status& failure);
+  // While one lives, a change is in the works. An exception that passes it (memory did not suffice)
+  // leaves half a change behind, which must not be committed: all since the last commit is given
+  // up, and the store takes nothing more.
+  class Change {
+   public:
+    explicit Change(State& state) : _state(state) {}
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+    ~Change() {
+      if (std::uncaught_exceptions() > _exceptions) _state.BreakOff();
+    }
+
+   private:
+    State& _state;
+    int _exceptions = std::uncaught_exceptions();
+  };
+  void BreakOff();
   // Writes what has gathered in memory.
   platform::Status FlushAll();
   // The same, and makes it durable.
