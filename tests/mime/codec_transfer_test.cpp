@@ -171,8 +171,25 @@ TEST(TransferEncoding, IsNamedInManyWays) {
                                                              {"", kIdentity}};
   for (const auto& [name, encoding] : kCases)
     EXPECT_EQ(TransferEncodingFromName(name), encoding) << name;
-  EXPECT_EQ(DecodeBody(kQuotedPrintable, "=41"), "A");
-  EXPECT_EQ(DecodeBody(kIdentity, "=41"), "=41");
+  struct Collected : ByteSink {
+    bool Take(std::string_view piece) override {
+      bytes += piece;
+      return true;
+    }
+    std::string bytes;
+  };
+  // Whole or as it comes, to the last byte of what breaks off.
+  const std::pair<TransferEncoding, std::pair<const char*, const char*>> kBodies[] = {
+      {kBase64, {"SGVsbG8", "Hello"}},
+      {kQuotedPrintable, {"=41=4", "A=4"}},
+      {kUuencode, {"begin 644 x\n#0V%T", "Cat"}},
+      {kIdentity, {"=41", "=41"}}};
+  for (const auto& [encoding, texts] : kBodies) {
+    EXPECT_EQ(DecodeBody(encoding, texts.first), texts.second);
+    Collected sink;
+    DecodeBodyTo(encoding, texts.first, sink);
+    EXPECT_EQ(sink.bytes, texts.second);
+  }
 }
 
 }  // namespace

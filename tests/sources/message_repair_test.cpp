@@ -254,6 +254,7 @@ TEST(MailBoxRepair, RewritesListsIntoOneCanonicalField) {
       {"To: a@x.org\r\nSubject: s\r\nTO: b@x.org\r\n", "To", "\"\" < a@x.org >,\"\" < b@x.org >"},
       {"cc: ,,a@x.org,,\r\n", "Cc", "\"\" < a@x.org >"},
       {"From: \"A \\\"B\\\" C\" <a@x.org>\r\n", "From", "\"A \\\"B\\\" C\" < a@x.org >"},
+      {"From: \"A\\B\" <a@x.org>\r\n", "From", "\"AB\" < a@x.org >"},
       {"From: \"Surname, Given\" <a@x.org>\r\n", "From",
        "\"Surname\" <  >,\"Given\\\"\" < a@x.org >"},
       {"Reply-To: =?utf-8?Q?J=C3=BCrgen?= <a@x.org>\r\n", "Reply-To",
