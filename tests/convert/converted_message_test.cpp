@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "mapi/options.h"
 #include "tests/convert/mail_file.h"
 #include "tests/support/time_zone.h"
 
@@ -353,6 +354,22 @@ TEST_F(ConvertedMessage, ReportsTheLeavesThatReachedNothing) {
     EXPECT_EQ(part.contentType, "message/delivery-status");
     EXPECT_EQ(part.name, u"d.txt");
   }
+}
+
+TEST_F(ConvertedMessage, CountsNoAttachmentThatWasNotSaved) {
+  const std::string part = "--m\r\nContent-Type: ";
+  const std::string small = part + "application/x\r\n\r\nbytes\r\n";
+  const std::string message = part + "message/rfc822\r\n\r\nSubject: inner\r\n\r\ntext\r\n";
+  parvane::mapi::BuiltinOptions options;
+  options.sizeLimit = 1'000'000;
+  parvane::mapi::SetBuiltinOptions(options);
+  saves = false;
+  Convert({"Content-Type: multipart/mixed; boundary=m\r\n\r\n" + small + part +
+           "application/x\r\n\r\n" + std::string(2'000'000, 'x') + "\r\n" + small + message +
+           "--m--\r\n"});
+  parvane::mapi::SetBuiltinOptions({});
+  EXPECT_EQ(report.attachmentsWritten, 1u);
+  EXPECT_EQ(report.attachmentsFailed, 3u) << "with the one that fills it all behind it";
 }
 
 TEST_F(ConvertedMessage, NestsAsDeepAsItsSourceAndNoDeeperThanIsSafe) {
