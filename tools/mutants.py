@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 """Puts one small fault at a time into the product, and says which of them no test notices.
 
-  usage: mutants.py [--survivors] [WORD...]
+  usage: mutants.py [--quick] [WORD...]
 
 The faults are in tools/mutants.toml; with WORDs, only those whose file or reason contains one of them.
 They are made in a copy of the sources (build/mutants), never in the working tree, so stopping this at any
 moment leaves nothing behind. For each, the tests of its room are built and run: first those named by
-`by` (a pattern of GoogleTest names), then, should these notice nothing, all of the room's; with
---survivors the second step is left out, which is what one wants while writing a test.
+`by` (a pattern of GoogleTest names, or a test of the program), then, should these notice nothing, all of
+the room's; with --quick the second step is left out, which is what one wants while writing a test.
 
 A fault that survives is a hole in the tests, or makes an equivalent program: then it does not belong in
 the list. One whose old text is not there exactly once is stale, and fails the run as well.
@@ -25,6 +25,7 @@ import tomllib
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 COPY = ROOT / 'build/mutants'
+SHARED = ROOT.parent / 'shared'
 # What is built and run for a file of a room; the longest path counts.
 TESTS = {
     'cli/': ('parvane program_test', '^program'),
@@ -40,16 +41,16 @@ TESTS = {
     'sources/': ('sources_test', '^sources$'),
 }
 BUILD_LIMIT = 1800  # seconds
-TEST_LIMIT = 900    # seconds; with a fault ten times as long as without: an endless loop is one noticed
-MEMORY_LIMIT = 6 << 30  # bytes of data; so is what it fills
+TEST_LIMIT = 900  # seconds; with a fault ten times as long as without: an endless loop is one noticed
+MEMORY_LIMIT = 6 << 30  # bytes of data
 
 
-def run(command, limit, **environment):
+def run(command, limit, memory=MEMORY_LIMIT, **environment):
     """Whether COMMAND ends well in time; none of its children outlives it."""
     process = subprocess.Popen(
         command, cwd=COPY, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
         env=os.environ | environment, start_new_session=True,
-        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_DATA, (MEMORY_LIMIT, MEMORY_LIMIT)))
+        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_DATA, (memory, memory)))
     try:
         return process.wait(limit) == 0
     except subprocess.TimeoutExpired:
@@ -63,16 +64,20 @@ def run(command, limit, **environment):
 def build(mutant, **environment):
     folder = 'build/' + mutant.get('preset', 'release')
     if not (COPY / folder / 'build.ninja').exists():
-        shared = ROOT.parent / 'shared'
-        run(['cmake', '--preset', mutant.get('preset', 'release'), f'-DPARVANE_SHARED_DIR={shared}',
+        run(['cmake', '--preset', mutant.get('preset', 'release'), f'-DPARVANE_SHARED_DIR={SHARED}',
              f"-DCMAKE_CXX_COMPILER_LAUNCHER={shutil.which('ccache') or ''}"], BUILD_LIMIT)
     return run(['ninja', '-C', folder, *tests_of(mutant)[0].split()], BUILD_LIMIT, **environment)
 
 
 def passes(mutant, limit, names='*'):
-    return run(['ctest', '--test-dir', 'build/' + mutant.get('preset', 'release'), '-R',
-                tests_of(mutant)[1], '--no-tests=error', '--stop-on-failure'], limit,
-               GTEST_FILTER=names, GTEST_FAIL_FAST='1')
+    folder = 'build/' + mutant.get('preset', 'release')
+    if names.startswith('test_'):
+        return run([sys.executable, '-m', 'unittest', names], limit, PARVANE=str(COPY / folder / 'parvane'),
+                   PARVANE_SHARED_DIR=str(SHARED), PYTHONPATH=str(COPY / 'tests/program'))
+    # Sanitizers reserve more than there is.
+    memory = resource.RLIM_INFINITY if 'preset' in mutant else MEMORY_LIMIT
+    return run(['ctest', '--test-dir', folder, '-R', tests_of(mutant)[1], '--no-tests=error',
+                '--stop-on-failure'], limit, memory, GTEST_FILTER=names, GTEST_FAIL_FAST='1')
 
 
 def tests_of(mutant):
@@ -117,7 +122,7 @@ def outcome(mutant, only_named, limit):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument('--survivors', action='store_true', help='run only the tests named by `by`')
+    parser.add_argument('--quick', action='store_true', help='run only the tests named by `by`')
     parser.add_argument('words', nargs='*')
     options = parser.parse_args()
     mutants = tomllib.loads((ROOT / 'tools/mutants.toml').read_text('utf-8'))['mutant']
@@ -127,14 +132,14 @@ def main():
     limits = {}  # by what is built and run, which many mutants share
     results = []
     for mutant in chosen:
-        key = (mutant.get('preset'), *tests_of(mutant), mutant.get('by') if options.survivors else None)
+        key = (mutant.get('preset'), *tests_of(mutant), mutant.get('by') if options.quick else None)
         if key not in limits:
             built = build(mutant)
             start = time.monotonic()
             sound = built and passes(mutant, TEST_LIMIT, key[-1] or '*')
             limits[key] = 30 + 10 * (time.monotonic() - start) if sound else None
         start = time.monotonic()
-        results.append(outcome(mutant, options.survivors, limits[key]) if limits[key]
+        results.append(outcome(mutant, options.quick, limits[key]) if limits[key]
                        else 'FAILS WITHOUT IT')
         print(f"{results[-1]:20} {mutant['file']}: {mutant['why']} ({time.monotonic() - start:.0f} s)",
               flush=True)
