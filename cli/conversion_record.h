@@ -4,10 +4,12 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "carry/state_step.h"
 #include "cli/options.h"
 #include "cli/reasons.h"
 #include "engine/source_observer.h"
@@ -26,10 +28,6 @@ struct Listing {
   void Add(Entry entry) {
     ++total;
     if (entries.size() < kMostEntriesListed) entries.push_back(std::move(entry));
-  }
-  template <typename Which>
-  void Remove(Which which) {
-    total -= std::erase_if(entries, which);
   }
   bool empty() const { return total == 0; }
 };
@@ -147,6 +145,10 @@ struct ConversionRecord {
   Listing<FolderRefusal> folderRefusals;
   std::vector<UnreadFolder> notBegun;
   std::vector<ContinuedFolder> continued;
+  // Written messages by what was kept of their state; none of them are counted when none was asked
+  // for.
+  std::optional<std::array<std::uint64_t, carry::kStateKinds>> stateKept;
+  std::uint64_t deletedSkipped = 0;  // messages, as was asked for
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;
   std::uint64_t pstSize = 0;

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "carry/state_step.h"
 #include "cli/console.h"
 #include "cli/destination.h"
 #include "cli/destination_claim.h"
@@ -21,6 +22,7 @@
 #include "cli/source_plan.h"
 #include "cli/space_check.h"
 #include "cli/witness.h"
+#include "engine/item_step.h"
 #include "factory/store_factory.h"
 #include "mapi/options.h"
 #include "mapi/system_entry_points.h"
@@ -57,6 +59,7 @@ class Conversion {
     _record.sources = _options.sources;
     _record.destination = _options.destination;
     _record.mapi = _options.mapi;
+    if (_options.keep.state) _record.stateKept.emplace();
     const bool began = PrepareAndConvert();
     TakeName();
     _progress.Finish();
@@ -112,21 +115,7 @@ class Conversion {
       return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
-    if (!_sources.Open(*sources)) return false;
-    ForgetOwnFiles();
-    return CheckSpace();
-  }
-
-  // What this run makes may lie among the mail, and was met there.
-  void ForgetOwnFiles() {
-    for (const std::u16string& own : {_claim.path(), _options.log, _options.detailedLog}) {
-      const auto file = FileSystem::Default().Inspect(own);
-      _record.otherFiles.Remove([&](const SkippedPath& other) {
-        if (platform::FileNameOfPath(other.path) != platform::FileNameOfPath(own)) return false;
-        const auto met = FileSystem::Default().Inspect(other.path);
-        return met.device == file.device && met.identity == file.identity;
-      });
-    }
+    return _sources.Open(*sources) && CheckSpace();
   }
 
   bool CheckSpace() {
@@ -212,6 +201,7 @@ class Conversion {
     _pst = builtin ? BuiltinAccount(_claim.path()) : SystemAccount(_claim.path());
     _witness.Watch(*_pst);
     engine::ObserveDestination(pst, &_witness);
+    if (_options.keep.state) engine::InsertItemStep(pst, &_stateStep);
   }
 
   // With the system's MAPI the engine says in its own words that it found none; what is known about
@@ -256,6 +246,7 @@ class Conversion {
   Logs _logs;
   Outputs _outputs;
   Witness _witness;
+  carry::StateStep _stateStep{_witness};
   Progress _progress;
   // After the witness, which its stores tell.
   SourceOpening _sources;

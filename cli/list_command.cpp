@@ -43,6 +43,18 @@ class Listing : public ListingSink {
   Results& _results;
 };
 
+std::string_view NameOf(ListedMessage::Flag flag) {
+  return flag == ListedMessage::Flag::kFlagged     ? "flagged"
+         : flag == ListedMessage::Flag::kCompleted ? "completed"
+                                                   : "none";
+}
+
+std::string_view NameOf(ListedMessage::Importance importance) {
+  return importance == ListedMessage::Importance::kHigh  ? "high"
+         : importance == ListedMessage::Importance::kLow ? "low"
+                                                         : "normal";
+}
+
 class TextListing : public Listing {
  public:
   using Listing::Listing;
@@ -63,12 +75,28 @@ class TextListing : public Listing {
                     ShortTime(message.time), Column(message.from, 24), Shown(message.subject));
     if (!message.attachments.empty())
       line += "  [" + Counted(message.attachments.size(), "attachment") + "]";
+    if (const std::string marks = Marks(message); !marks.empty()) line += "  [" + marks + "]";
     Write(line + "\n");
   }
 
   void EndFolder() override {}
 
  private:
+  static std::string Marks(const ListedMessage& message) {
+    std::string marks;
+    const auto add = [&marks](bool has, std::string_view mark) {
+      if (has) marks.append(marks.empty() ? "" : ", ").append(mark);
+    };
+    add(message.draft, "draft");
+    add(message.flag == ListedMessage::Flag::kFlagged, "flagged");
+    add(message.flag == ListedMessage::Flag::kCompleted, "completed");
+    add(message.replied, "answered");
+    add(message.forwarded, "forwarded");
+    add(message.importance == ListedMessage::Importance::kHigh, "high importance");
+    add(message.importance == ListedMessage::Importance::kLow, "low importance");
+    for (const std::u16string& name : message.categories) add(true, "#" + Shown(name));
+    return marks;
+  }
   static unsigned Width(const std::string& indent) {
     return std::min<unsigned>(static_cast<unsigned>(indent.size()), 24);
   }
@@ -127,6 +155,14 @@ class JsonListing : public Listing {
     _json.Key("subject").String(message.subject);
     _json.Key("bytes").Number(message.size);
     _json.Key("unread").Bool(message.unread);
+    _json.Key("draft").Bool(message.draft);
+    _json.Key("flag").String(NameOf(message.flag));
+    _json.Key("replied").Bool(message.replied);
+    _json.Key("forwarded").Bool(message.forwarded);
+    _json.Key("importance").String(NameOf(message.importance));
+    _json.Key("categories").BeginArray();
+    for (const std::u16string& name : message.categories) _json.String(name);
+    _json.EndArray();
     _json.Key("attachments").BeginArray();
     for (const std::u16string& name : message.attachments) _json.String(name);
     _json.EndArray();

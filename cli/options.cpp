@@ -56,7 +56,8 @@ constexpr const char* kDefaultSizeLimit = "50GB";
 // What CLI11 fills: byte strings, turned into paths and text afterwards.
 struct RawConvert {
   std::vector<std::string> paths;
-  std::string from = "auto", progress = "auto", mapi = "builtin", name, log, detailedLog, report;
+  std::string from = "auto", progress = "auto", mapi = "builtin", keep = "all", name, log,
+              detailedLog, report;
   std::optional<std::string> sizeLimit;
 };
 
@@ -100,6 +101,36 @@ ProgressChoice ProgressNamed(const std::string& name) {
                            : ProgressChoice::kAuto;
 }
 
+struct KeepGroup {
+  std::string_view name;
+  bool KeepChoice::*member;
+};
+constexpr KeepGroup kKeepGroups[] = {{"state", &KeepChoice::state}};
+
+std::string NamesOfKeepGroups() {
+  std::string names;
+  for (const KeepGroup& group : kKeepGroups)
+    names.append(names.empty() ? "" : ",").append(group.name);
+  return names;
+}
+
+// "all", "none", or some of the groups with commas between them.
+std::optional<KeepChoice> KeepNamed(const std::string& list) {
+  KeepChoice keep;
+  if (list == "all") return keep;
+  for (const KeepGroup& group : kKeepGroups) keep.*group.member = false;
+  if (list == "none") return keep;
+  for (std::size_t at = 0; at <= list.size();) {
+    const std::size_t end = std::min(list.find(',', at), list.size());
+    const auto* group = std::ranges::find(kKeepGroups, std::string_view(list).substr(at, end - at),
+                                          &KeepGroup::name);
+    if (group == std::end(kKeepGroups)) return std::nullopt;
+    keep.*group->member = true;
+    at = end + 1;
+  }
+  return keep;
+}
+
 void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options) {
   command
       .add_option("PATHS", raw.paths,
@@ -118,6 +149,13 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       .add_flag("--overwrite", options.overwrite,
                 "replace the PST when it is there already (never a file that is no PST)")
       ->excludes(append);
+  command
+      .add_option("--keep", raw.keep,
+                  "what comes along beside the messages themselves: state (read, answered, flags, "
+                  "tags, importance); all by default")
+      ->type_name("all|none|LIST");
+  command.add_flag("--skip-deleted", options.skipDeleted,
+                   "leave out messages that their mail program has marked as deleted");
   DescribeMapi(command, raw.mapi, "writes");
   command
       .add_option("--size-limit", raw.sizeLimit,
@@ -239,6 +277,11 @@ std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& conv
   const auto sizeLimit = ParseSize(raw.sizeLimit.value_or(kDefaultSizeLimit));
   if (!sizeLimit)
     return WrongUsage("--size-limit: \"" + *raw.sizeLimit + "\" is no size such as 20GB");
+  const auto keep = KeepNamed(raw.keep);
+  if (!keep)
+    return WrongUsage("--keep: \"" + raw.keep +
+                      "\" is neither all, none nor a list of: " + NamesOfKeepGroups());
+  convert.keep = *keep;
   convert.sizeLimit = *sizeLimit;
   convert.from = SourceNamed(raw.from);
   convert.mapi = MapiNamed(raw.mapi);

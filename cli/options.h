@@ -16,6 +16,11 @@ enum class SourceChoice { kAuto, kMbox, kThunderbird };
 enum class MapiChoice { kBuiltin, kOutlook };
 enum class ProgressChoice { kAuto, kLines, kNever };
 
+// What comes along with a message beside what the conversion itself writes.
+struct KeepChoice {
+  bool state = true;  // read, answered, flagged, tagged...
+};
+
 struct ConvertOptions {
   std::vector<std::u16string> sources;  // at least one
   std::u16string destination;
@@ -28,6 +33,8 @@ struct ConvertOptions {
   std::u16string detailedLog;
   std::u16string report;
   ProgressChoice progress = ProgressChoice::kAuto;
+  KeepChoice keep;
+  bool skipDeleted = false;
   bool quiet = false;
   bool timings = false;
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to

@@ -14,7 +14,11 @@ namespace parvane::cli {
 namespace {
 
 constexpr std::uint64_t kLargestSettings = 64 << 20;
-constexpr std::string_view kServer = "mail.server.server";
+constexpr std::string_view kServers = "mail.server.";
+constexpr std::string_view kTags = "mailnews.tags.";
+constexpr std::string_view kTagName = ".tag";
+// "Mail/Local Folders/Work.sbd/Done" lies so far below its profile, and more.
+constexpr int kMostLevels = 12;
 constexpr std::string_view kProfile = "[ProfD]";
 
 // A text in double quotes, as JavaScript writes it; takes it off the front of `line`.
@@ -33,20 +37,24 @@ std::optional<std::string> TakeText(std::string_view& line) {
   return std::nullopt;
 }
 
-// {"server1.directory": "/home/me/Mail", ...}, from lines such as
+// {"server1.directory": "/home/me/Mail", ...} for "mail.server.", from lines such as
 // user_pref("mail.server.server1.directory", "/home/me/Mail");
-std::map<std::string, std::string> ServerSettings(std::string_view file) {
+std::map<std::string, std::string> SettingsBelow(std::string_view prefix, std::string_view file) {
   std::map<std::string, std::string> settings;
   while (!file.empty()) {
     std::string_view line = file.substr(0, file.find('\n'));
     file.remove_prefix(std::min(line.size() + 1, file.size()));
     if (!line.starts_with("user_pref(")) continue;
     const auto name = TakeText(line);
-    if (!name || !name->starts_with(kServer)) continue;
-    if (auto value = TakeText(line))
-      settings["server" + name->substr(kServer.size())] = *std::move(value);
+    if (!name || !name->starts_with(prefix)) continue;
+    if (auto value = TakeText(line)) settings[name->substr(prefix.size())] = *std::move(value);
   }
   return settings;
+}
+
+platform::Result<std::string> SettingsFileOf(const std::u16string& folder) {
+  return platform::ReadWholeFile(platform::FileSystem::Default(),
+                                 platform::JoinPath(folder, u"prefs.js"), kLargestSettings);
 }
 
 bool IsWithin(const std::u16string& path, const std::u16string& folder) {
@@ -86,11 +94,10 @@ std::u16string NameOf(const Settings& settings, const std::string& server) {
 }  // namespace
 
 std::vector<MailAccount> AccountsOf(const std::u16string& profile) {
-  const auto file = platform::ReadWholeFile(
-      platform::FileSystem::Default(), platform::JoinPath(profile, u"prefs.js"), kLargestSettings);
+  const auto file = SettingsFileOf(profile);
   if (!file.ok()) return {};
   std::map<std::u16string, MailAccount> accounts;
-  const Settings settings = ServerSettings(*file);
+  const Settings settings = SettingsBelow(kServers, *file);
   // Either path may be missing: the relative one in old profiles, the other in those made by hand.
   std::set<std::string> servers;
   for (const auto& [key, value] : settings) {
@@ -110,6 +117,25 @@ std::vector<MailAccount> AccountsOf(const std::u16string& profile) {
   std::vector<MailAccount> sorted;
   for (auto& [folder, account] : accounts) sorted.push_back(std::move(account));
   return sorted;
+}
+
+std::map<std::string, std::u16string, std::less<>> TagNamesFor(const std::u16string& source) {
+  std::map<std::string, std::u16string, std::less<>> names;
+  std::u16string folder = platform::CanonicalPath(source);
+  for (int level = 0; level < kMostLevels; ++level) {
+    if (const auto file = SettingsFileOf(folder); file.ok()) {
+      for (const auto& [key, name] : SettingsBelow(kTags, *file)) {
+        if (key.ends_with(kTagName) && key.size() > kTagName.size())
+          names[platform::ToLowerAscii(key.substr(0, key.size() - kTagName.size()))] =
+              platform::Utf8ToUtf16(name);
+      }
+      break;
+    }
+    std::u16string parent = platform::ParentOfPath(folder);
+    if (parent == folder) break;
+    folder = std::move(parent);
+  }
+  return names;
 }
 
 }  // namespace parvane::cli

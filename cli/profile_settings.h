@@ -1,6 +1,8 @@
 // What the settings of a Thunderbird profile ("prefs.js") tell about its accounts.
 #pragma once
 
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,5 +17,9 @@ struct MailAccount {
 
 // The mail accounts, sorted by their folders. Empty when there are no settings to read.
 std::vector<MailAccount> AccountsOf(const std::u16string& profile);
+
+// What its user calls the tags of the profile that a source is, or lies in: names by keys in lower
+// case. Empty when there is no profile around it, or nothing in it about tags.
+std::map<std::string, std::u16string, std::less<>> TagNamesFor(const std::u16string& source);
 
 }  // namespace parvane::cli

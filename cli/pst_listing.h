@@ -16,6 +16,12 @@ struct ListedMessage {
   std::u16string subject;
   std::uint64_t size = 0;
   bool unread = false;
+  bool draft = false;
+  bool replied = false;
+  bool forwarded = false;
+  enum class Flag { kNone, kFlagged, kCompleted } flag = Flag::kNone;
+  enum class Importance { kLow, kNormal, kHigh } importance = Importance::kNormal;
+  std::vector<std::u16string> categories;
   std::vector<std::u16string> attachments;  // file names; empty text for those without
 };
 

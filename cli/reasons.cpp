@@ -165,10 +165,33 @@ RemarkWords WordsOf(RemarkKind kind) {
     case RemarkKind::kMarkedDeleted:
       return {"marked-deleted", "MARKED DELETED",
               "Messages that are marked as deleted in their mailbox"};
+    case RemarkKind::kStateLost:
+      return {"state-lost", "NOT KEPT", "Marks that could not be kept"};
+    case RemarkKind::kTagNameless:
+      return {"tag-nameless", "TAG",
+              "Tags without a name, which became categories named by their keys"};
+    case RemarkKind::kFetchedInPart:
+      return {"fetched-in-part", "IN PART",
+              "Messages of which only the beginning had been fetched"};
     case RemarkKind::kRefused:
       return {"refused", "WRITTEN WITHOUT", "Written without what the PST refused"};
   }
   return {"other", "NOTE", "Other remarks"};
+}
+
+StateWords WordsOf(carry::StateKind kind) {
+  constexpr StateWords kWords[carry::kStateKinds] = {
+      {"read", "read"},
+      {"replied", "answered"},
+      {"forwarded", "forwarded"},
+      {"flagged", "flagged"},
+      {"draft", "not sent yet"},
+      {"junk", "marked as junk"},
+      {"deleted", "marked as deleted"},
+      {"categories", "with categories"},
+      {"importance", "of high or low importance"},
+  };
+  return kWords[static_cast<std::size_t>(kind)];
 }
 
 }  // namespace parvane::cli

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "carry/state_step.h"
 #include "engine/source_observer.h"
 #include "platform/status.h"
 
@@ -58,6 +59,13 @@ struct RemarkWords {
   std::string_view heading;
 };
 RemarkWords WordsOf(engine::RemarkKind kind);
+
+// What was kept of messages' state: for the summary ("12 flagged") and for programs ("flagged").
+struct StateWords {
+  std::string_view code;
+  std::string_view text;
+};
+StateWords WordsOf(carry::StateKind kind);
 
 // True when the reason means that mail is, or may be, left behind.
 inline bool MeansMailLeftBehind(engine::SkipReason reason) {

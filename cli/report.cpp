@@ -118,10 +118,22 @@ class ReportWriter {
     _json.Key("withoutDate").Number(_record.withoutDate);
     _json.Key("unreadableDate").Number(_record.unreadableDate);
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
+    _json.Key("deletedSkipped").Number(_record.deletedSkipped);
+    StateKept();
     _json.Key("remarks").BeginObject();
     for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
       _json.Key(WordsOf(static_cast<engine::RemarkKind>(i)).code).Number(_record.remarks[i].total);
     _json.EndObject();
+    _json.EndObject();
+  }
+
+  void StateKept() {
+    _json.Key("stateKept");
+    if (!_record.stateKept) return _json.Null(), void();
+    _json.BeginObject();
+    for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
+      _json.Key(WordsOf(static_cast<carry::StateKind>(kind)).code)
+          .Number((*_record.stateKept)[kind]);
     _json.EndObject();
   }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/modified_utf7.h"
+#include "cli/profile_settings.h"
 #include "engine/source_observer.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -138,6 +139,7 @@ IAssetStore* SourceOpening::OpenOne(CWLEngine::StoreType type, const std::u16str
   std::unique_ptr<IAssetStore> store =
       CWLEngine::StoreFactory::CreateStore(type, path, std::nullopt);
   engine::ObserveSource(*store, &_witness);
+  AskForState(*store, path);
   const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);
   if (opened == OperationResultCode::Completed) return _stores.emplace_back(std::move(store)).get();
   if (opened == OperationResultCode::Canceled) {
@@ -146,6 +148,15 @@ IAssetStore* SourceOpening::OpenOne(CWLEngine::StoreType type, const std::u16str
     _record.Fail(RunProblem::kSourceNotOpened, PathForDisplay(path) + ": could not be opened");
   }
   return nullptr;
+}
+
+void SourceOpening::AskForState(IAssetStore& store, const std::u16string& path) {
+  if (!_options.keep.state && !_options.skipDeleted) return;
+  auto wishes = std::make_unique<engine::StateWishes>();
+  wishes->skipDeleted = _options.skipDeleted;
+  if (_options.keep.state) wishes->tagNames = TagNamesFor(path);
+  engine::OfferState(store, wishes.get());
+  _wishes.push_back(std::move(wishes));
 }
 
 bool SourceOpening::Remember(const std::u16string& folder) {

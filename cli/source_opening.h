@@ -11,6 +11,7 @@
 #include "cli/progress.h"
 #include "cli/source_plan.h"
 #include "cli/witness.h"
+#include "engine/message_state.h"
 
 namespace parvane::cli {
 
@@ -33,6 +34,8 @@ class SourceOpening {
   bool OpenStore(const SourceStore& source);
   // Null when it could not be opened, which has been told.
   Store* OpenOne(CWLEngine::StoreType type, const std::u16string& path);
+  // Asks the store to tell its messages' state, where it is wanted.
+  void AskForState(Store& store, const std::u16string& path);
   bool OpenOrphans(const SourceStore& source, std::size_t firstFolder);
   // True the first time.
   bool Remember(const std::u16string& folder);
@@ -43,6 +46,7 @@ class SourceOpening {
   Progress& _progress;
   FolderPlan _plan;
   std::set<std::pair<std::uint64_t, std::uint64_t>> _opened;  // folders: device and identity
+  std::vector<std::unique_ptr<engine::StateWishes>> _wishes;  // of the stores
   std::vector<std::unique_ptr<Store>> _stores;                // the plan points into them
 };
 

@@ -28,6 +28,7 @@ class SummaryWriter {
   std::string Run() {
     Folders();
     Totals();
+    State();
     Unfinished();
     Lists();
     Dates();
@@ -94,6 +95,21 @@ class SummaryWriter {
                      Duration(_record.milliseconds)));
     if (_record.mapi == MapiChoice::kOutlook)
       Line("Written here means accepted by Outlook, which does not tell what has reached the file");
+  }
+
+  // "State kept: 12 read, 3 flagged", of messages that are marked at all.
+  void State() {
+    std::string kept;
+    for (std::size_t kind = 0; _record.stateKept && kind < carry::kStateKinds; ++kind) {
+      const std::uint64_t count = (*_record.stateKept)[kind];
+      if (count > 0)
+        kept += fmt::format("{}{} {}", kept.empty() ? "" : ", ", WithThousands(count),
+                            WordsOf(static_cast<carry::StateKind>(kind)).text);
+    }
+    if (!kept.empty()) Line("State kept: " + kept);
+    if (_record.deletedSkipped > 0)
+      Line(fmt::format("Messages marked as deleted and left out: {}",
+                       WithThousands(_record.deletedSkipped)));
   }
 
   void Unfinished() {

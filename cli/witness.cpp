@@ -1,5 +1,7 @@
 #include "cli/witness.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -142,13 +144,20 @@ void Witness::CountCommitted() {
   if (_committed >= committed) return;
   for (; _committed < committed && !_uncommitted.empty(); ++_committed) {
     const Item& item = _uncommitted.front();
-    if (!item.failed) ++_record.folders[item.folder].written;
+    if (!item.failed) CountWritten(item);
     _uncommitted.pop_front();
   }
   if (!_pst->TellsCommits()) return;
   // Whatever becomes of this program: what the log says is safe is in the PST.
   _logs.Detailed(fmt::format("COMMITTED: {} in the PST", Counted(_record.Written(), "message")));
   (void)_logs.Flush().ok();  // a failure is kept and told at the end
+}
+
+void Witness::CountWritten(const Item& item) {
+  ++_record.folders[item.folder].written;
+  if (!_record.stateKept) return;
+  for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
+    (*_record.stateKept)[kind] += item.stateKept[kind];
 }
 
 bool Witness::Settle() {
@@ -184,8 +193,13 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
 
 void Witness::MessageRead(const engine::MessageLocation& message, std::string_view bytes) {
   if (!_copying) return;
-  _item = {_folder, static_cast<std::uint64_t>(message.index) + 1, message.offset, message.size,
-           MessageIdOf(bytes)};
+  _item = {_folder,
+           static_cast<std::uint64_t>(message.index) + 1,
+           message.offset,
+           message.size,
+           MessageIdOf(bytes),
+           false,
+           {}};
   _itemOpen = true;
   _failures = _pst->Failures();
   _itemProblem.reset();
@@ -299,6 +313,30 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
                            before.empty() ? "what could not be read" : before,
                            after.empty() ? "none" : after, notes.rawDateText)});
   }
+}
+
+void Witness::DeletedMessageSkipped(const engine::MessageLocation& message,
+                                    std::string_view bytes) {
+  if (!_copying) return;
+  ++_record.deletedSkipped;
+  _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
+                             message.index + 1, message.offset, bytes.empty() ? "" : ", ",
+                             MessageIdOf(bytes)));
+}
+
+void Witness::StateCarried(carry::CarriedState carried) {
+  if (!_itemOpen) return;
+  _item.stateKept = carried.kept;
+  if (carried.forwardedLost)
+    AddRemark({engine::RemarkKind::kStateLost, "forwarded",
+               "it was answered too, and a message shows one of both"});
+  if (carried.moreCategories > 0)
+    AddRemark({engine::RemarkKind::kStateLost, "categories",
+               fmt::format("{} more than a message takes", WithThousands(carried.moreCategories))});
+  for (const std::string& keyword : carried.namelessKeywords)
+    AddRemark({engine::RemarkKind::kTagNameless, keyword, {}});
+  if (carried.partial) AddRemark({engine::RemarkKind::kFetchedInPart, {}, {}});
+  std::ranges::move(carried.refusals, std::back_inserter(_itemRefusals));
 }
 
 }  // namespace parvane::cli

@@ -5,6 +5,7 @@
 // commit that covers them, and those left there when the PST has been closed are failures.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "carry/state_step.h"
 #include "cli/conversion_record.h"
 #include "cli/logs.h"
 #include "cli/pst_account.h"
@@ -24,6 +26,7 @@ namespace parvane::cli {
 
 class Witness : public engine::SourceObserver,
                 public engine::DestinationObserver,
+                public carry::CarryObserver,
                 public QuelmarMIMEEngineCommon::ILogger,
                 public QuelmarMIMEEngineCommon::ICancelable {
  public:
@@ -72,6 +75,11 @@ class Witness : public engine::SourceObserver,
                        const platform::Status& status) override;
   void MessageConverted(const engine::MessageLocation& message, bool success,
                         const engine::ConversionNotes& notes) override;
+  void DeletedMessageSkipped(const engine::MessageLocation& message,
+                             std::string_view bytes) override;
+
+  // CarryObserver
+  void StateCarried(carry::CarriedState carried) override;
 
   // DestinationObserver
   void MapiAnswered(engine::DestinationStep step, std::int32_t result) override;
@@ -89,6 +97,7 @@ class Witness : public engine::SourceObserver,
     std::uint64_t size = 0;
     std::string messageId;
     bool failed = false;
+    std::bitset<carry::kStateKinds> stateKept;
   };
 
   void FinishItem();
@@ -96,6 +105,7 @@ class Witness : public engine::SourceObserver,
   void AddRemark(engine::Remark remark);  // about the item in hand
   // The item in hand was saved without something.
   void AddRefusals();
+  void CountWritten(const Item& item);
   // Takes from the queue what the PST has committed since.
   void CountCommitted();
 

@@ -4,6 +4,8 @@
 #include <new>
 
 #include "engine/destination_observer.h"
+#include "engine/item_step.h"
+#include "engine/message_state.h"
 #include "engine/source_observer.h"
 #include "platform/path.h"
 
@@ -138,6 +140,18 @@ bool ObserveDestination(QuelmarMIMEEngineCommon::IAssetStore& store,
                         DestinationObserver* observer) {
   auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&store);
   if (base) base->SetDestinationObserver(observer);
+  return base != nullptr;
+}
+
+bool OfferState(QuelmarMIMEEngineCommon::IAssetStore& store, const StateWishes* wishes) {
+  auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&store);
+  if (base) base->SetStateWishes(wishes);
+  return base != nullptr;
+}
+
+bool InsertItemStep(QuelmarMIMEEngineCommon::IAssetStore& destination, ItemStep* step) {
+  auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&destination);
+  if (base) base->SetItemStep(step);
   return base != nullptr;
 }
 

@@ -18,7 +18,9 @@
 
 namespace parvane::engine {
 class DestinationObserver;
+class ItemStep;
 class SourceObserver;
+struct StateWishes;
 }  // namespace parvane::engine
 
 namespace QuelmarMIMEEngineCommon {
@@ -134,6 +136,13 @@ class AssetStoreBase : public virtual IAssetStore {
     return _destinationObserver;
   }
 
+  void SetStateWishes(const parvane::engine::StateWishes* wishes) { _stateWishes = wishes; }
+  // Null when nobody asks for the messages' state.
+  const parvane::engine::StateWishes* StateWishes() const { return _stateWishes; }
+
+  void SetItemStep(parvane::engine::ItemStep* step) { _itemStep = step; }
+  parvane::engine::ItemStep* ItemStep() const { return _itemStep; }
+
  protected:
   AssetFolderBase* _storeRootAssetFolder = nullptr;  // in _folders
   NullableString _storeRootDiskPath;
@@ -143,6 +152,8 @@ class AssetStoreBase : public virtual IAssetStore {
   std::vector<std::unique_ptr<AssetFolderBase>> _folders;
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::DestinationObserver* _destinationObserver = nullptr;
+  const parvane::engine::StateWishes* _stateWishes = nullptr;
+  parvane::engine::ItemStep* _itemStep = nullptr;
 };
 
 inline AssetStoreBase* AssetFolderBase::EngineStore() const {

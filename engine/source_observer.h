@@ -69,9 +69,12 @@ enum class RemarkKind {
   kDateChanged,         // told by dateChangedByRepair below
   kAttachmentDetached,  // its mail program had removed an attachment and left a note about it
   kMarkedDeleted,       // its mail program no longer shows it, and would remove it in time
+  kStateLost,           // of its marks, one has no place in a MAPI message
+  kTagNameless,         // a tag of it is named by its key, because nobody knows its name
+  kFetchedInPart,       // its mail program had fetched its beginning only
   kRefused,             // MAPI did not take a part of it; told by the refusals below
 };
-inline constexpr std::size_t kRemarkKinds = 5;
+inline constexpr std::size_t kRemarkKinds = 8;
 
 struct Remark {
   RemarkKind kind{};
@@ -104,6 +107,10 @@ class SourceObserver {
   // are the message's, `message.size` of them, and hold during the call; empty for a message that
   // memory did not suffice for, of which the size alone is known.
   virtual void MessageRead(const MessageLocation& /*message*/, std::string_view /*bytes*/) {}
+  // The message is marked as deleted and left out, as was asked for (StateWishes); it is no item,
+  // and MessageRead is not called for it.
+  virtual void DeletedMessageSkipped(const MessageLocation& /*message*/,
+                                     std::string_view /*bytes*/) {}
   // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
                                   std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,

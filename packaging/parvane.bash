@@ -24,11 +24,15 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'auto lines never' -- "$current")
       return
       ;;
+    --keep)
+      mapfile -t COMPREPLY < <(compgen -W 'all none state' -- "$current")
+      return
+      ;;
     --name | --size-limit | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
-      --detailed-log --report --progress --timings -q --quiet --help' -- "$current")
+      --detailed-log --report --progress --keep --skip-deleted --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then

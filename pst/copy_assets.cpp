@@ -5,6 +5,7 @@
 
 #include "engine/auto_release_iunknown.h"
 #include "engine/destination_observer.h"
+#include "engine/item_step.h"
 #include "mapi/constants.h"
 #include "mapi/results.h"
 #include "platform/text.h"
@@ -144,6 +145,9 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
   const bool converted = ConvertAsset(asset, message) && message != nullptr;
   if (!converted && logReport)
     logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
+  const AssetStoreBase* store = EngineStore();
+  if (message && asset && store && store->ItemStep())
+    store->ItemStep()->BeforeSave(*asset, *message);
   // Whatever a failed conversion managed to write stays.
   if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
   if (logReport) logReport->WriteLog(details.append(u"\r\n\r\n"), false, true);

@@ -5,6 +5,7 @@
 
 #include "engine/source_observer.h"
 #include "sources/mbox_email_asset.h"
+#include "sources/state/header_state.h"
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -75,14 +76,12 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
   }
 }
 
-std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
-  if (!EnsureOpen() || !_mboxFileStreamP) return nullptr;
+std::optional<engine::MessageLocation> MBOXAssetFolder::ReadMessage() {
   engine::SourceObserver* observer = Observer();
   std::uint64_t offset = 0;
   if (!_message || _message.use_count() > 1)
     _message = std::make_shared<parvane::sources::MessageBuffer>();
   _message->clear();
-  if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
   // Nothing between two separators is no message; reading goes on behind it.
   do {
     offset =
@@ -93,19 +92,47 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
   if (_message->empty() && _message->lost() == 0) {
     if (observer) ReportChangeOfSize();
     Close();
-    return nullptr;
+    return std::nullopt;
   }
+  return engine::MessageLocation{this, _messageIndex++, offset,
+                                 _message->size() + _message->lost()};
+}
 
-  const engine::MessageLocation location{this, _messageIndex++, offset,
-                                         _message->size() + _message->lost()};
-  if (observer) observer->MessageRead(location, _message->view());
-  const auto size = static_cast<std::int64_t>(location.size);
-  if (_message->lost() > 0)
-    return std::make_unique<AssetQueryResult>(std::make_unique<MBOXEmailAsset>(observer, location),
-                                              size);
-  auto bytes = parvane::mime::ByteSlice::Share(_message, _message->view());
-  return std::make_unique<AssetQueryResult>(
-      std::make_unique<MBOXEmailAsset>(std::move(bytes), _header, observer, location), size);
+std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
+  if (!EnsureOpen() || !_mboxFileStreamP) return nullptr;
+  engine::SourceObserver* observer = Observer();
+  while (const auto location = ReadMessage()) {
+    auto state = StateInHand(*location);
+    if (state && state->deleted.Is(true) && EngineStore()->StateWishes()->skipDeleted) {
+      if (observer) observer->DeletedMessageSkipped(*location, _message->view());
+      continue;
+    }
+    if (observer) observer->MessageRead(*location, _message->view());
+    if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
+    auto asset = _message->lost() > 0
+                     ? std::make_unique<MBOXEmailAsset>(observer, *location)
+                     : std::make_unique<MBOXEmailAsset>(
+                           parvane::mime::ByteSlice::Share(_message, _message->view()), _header,
+                           observer, *location);
+    asset->SetState(std::move(state));
+    return std::make_unique<AssetQueryResult>(std::move(asset),
+                                              static_cast<std::int64_t>(location->size));
+  }
+  return nullptr;
+}
+
+engine::MessageState MBOXAssetFolder::StateOf(const engine::MessageLocation&,
+                                              std::string_view bytes,
+                                              const engine::StateWishes& wishes) {
+  return parvane::sources::StateInHeader(bytes, parvane::sources::MailboxWriter::kOther, wishes);
+}
+
+std::unique_ptr<engine::MessageState> MBOXAssetFolder::StateInHand(
+    const engine::MessageLocation& message) {
+  const AssetStoreBase* store = EngineStore();
+  const engine::StateWishes* wishes = store ? store->StateWishes() : nullptr;
+  if (!wishes) return nullptr;
+  return std::make_unique<engine::MessageState>(StateOf(message, _message->view(), *wishes));
 }
 
 void MBOXAssetFolder::ReportBreak(const platform::Status& why) {

@@ -3,8 +3,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "engine/asset_bases.h"
+#include "engine/message_state.h"
+#include "engine/source_observer.h"
 #include "platform/input_stream.h"
 #include "sources/mbox_reading.h"
 
@@ -32,11 +37,20 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
  protected:
   // Opens the file for shared reading.
   virtual parvane::platform::Result<std::unique_ptr<parvane::platform::InputStream>> OpenMbox();
+  // What there is to know of a message beside its bytes.
+  virtual parvane::engine::MessageState StateOf(const parvane::engine::MessageLocation& message,
+                                                std::string_view bytes,
+                                                const parvane::engine::StateWishes& wishes);
 
  private:
   parvane::engine::SourceObserver* Observer() const;
   bool EnsureOpen();
   std::unique_ptr<IAssetQueryResult> NextAsset();
+  // Reads the next message; nothing at the end of the file.
+  std::optional<parvane::engine::MessageLocation> ReadMessage();
+  // The state of the message in hand; null when nobody asks for it.
+  std::unique_ptr<parvane::engine::MessageState> StateInHand(
+      const parvane::engine::MessageLocation& message);
   void Close();
   void ReportBreak(const parvane::platform::Status& why);
   void ReportChangeOfSize();

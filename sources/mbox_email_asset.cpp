@@ -65,7 +65,6 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
   notes.dateUnreadable = report.dateUnreadable;
   notes.repairedDate = report.date;
   notes.dateChangedByRepair = !report.dateMissing && notes.rawDate != report.date;
-  if (report.markedDeleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
 }
 
 }  // namespace
@@ -198,7 +197,10 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
     parvane::engine::ConversionNotes notes;
     notes.remarks = _remarks;
     notes.rawDate = _rawDate;
+    // Who knows more than one header does is believed.
+    const bool deleted = _state ? _state->deleted.Is(true) : report.markedDeleted;
     AddTo(notes, std::move(report));
+    if (deleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
     if (notes.dateChangedByRepair) notes.rawDateText.assign(_rawDateText.data(), _rawDateSize);
     _observer->MessageConverted(_location, success, notes);
   }

@@ -7,9 +7,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/asset_bases.h"
+#include "engine/message_state.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
 #include "platform/time.h"
@@ -22,7 +24,7 @@ class TsEmail;
 
 namespace QuelmarMIMEEngineCommon {
 
-class MBOXEmailAsset : public EmailAssetBase {
+class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
   // file; the asset then has no details, and every conversion of it fails.
@@ -44,6 +46,12 @@ class MBOXEmailAsset : public EmailAssetBase {
   bool ConvertToEML(std::ostream* emlStream) override;    // false
   void Release() override;
 
+  // Before it is converted.
+  void SetState(std::unique_ptr<const parvane::engine::MessageState> state) {
+    _state = std::move(state);
+  }
+  const parvane::engine::MessageState* State() const override { return _state.get(); }
+
  private:
   void Parse(const parvane::mime::ByteSlice& message, bool isCrLf,
              std::shared_ptr<std::string> headerBuffer);
@@ -58,7 +66,8 @@ class MBOXEmailAsset : public EmailAssetBase {
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::MessageLocation _location;
-  std::vector<parvane::engine::Remark> _remarks;  // of what the parse saw
+  std::unique_ptr<const parvane::engine::MessageState> _state;  // null: nobody asked
+  std::vector<parvane::engine::Remark> _remarks;                // of what the parse saw
   // The Date field before repair; here and not in a string, which would go to the heap.
   parvane::platform::FileTime _rawDate;  // 0: unreadable
   std::array<char, 100> _rawDateText{};  // as it stands, cut

@@ -5,6 +5,7 @@
 #include "platform/file.h"
 #include "platform/path.h"
 #include "sources/source_walk.h"
+#include "sources/state/header_state.h"
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -20,6 +21,13 @@ constexpr std::u16string_view kSubfolderSuffix = u".sbd";
 bool HasExtension(std::u16string_view name) { return platform::ExtensionOfPath(name).size() > 1; }
 
 }  // namespace
+
+parvane::engine::MessageState TBAssetFolder::StateOf(const parvane::engine::MessageLocation&,
+                                                     std::string_view bytes,
+                                                     const parvane::engine::StateWishes& wishes) {
+  return parvane::sources::StateInHeader(bytes, parvane::sources::MailboxWriter::kThunderbird,
+                                         wishes);
+}
 
 TBAssetStore::TBAssetStore(NullableString storeRootDiskPath, NullableString storeName)
     : AssetStoreBase(std::move(storeRootDiskPath),

@@ -20,6 +20,11 @@ class TBAssetFolder : public MBOXAssetFolder {
                 IAssetStore* ownerStore, AssetFolderBase* parentFolder)
       : MBOXAssetFolder(std::move(folderDiskPath), std::move(folderNameOverride), ownerStore,
                         parentFolder) {}
+
+ protected:
+  parvane::engine::MessageState StateOf(const parvane::engine::MessageLocation& message,
+                                        std::string_view bytes,
+                                        const parvane::engine::StateWishes& wishes) override;
 };
 
 class TBAssetStore : public AssetStoreBase {

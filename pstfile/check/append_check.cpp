@@ -14,7 +14,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "pstfile/check/context.h"
@@ -144,11 +143,11 @@ class WayCheck {
       const NodeId nid(Table::RowId(row));
       if (nid.Kind() == NodeKind::kSearchFolder) return;
       const auto child = _context.image.FindNode(nid);
-      // A folder has one parent, so that none is met twice but in a table that lists it twice.
+      // A folder has one parent, so that none is met twice.
       if (!child || nid.Kind() != NodeKind::kFolder || child->parent != folder.nid ||
-          nid == folder.nid || !_met.insert(nid.value).second) {
+          nid == folder.nid) {
         _context.reporter.Error(codes::kFolderRow, Say(where, ": its table lists ", nid,
-                                                       ", which is no folder below it, or twice"));
+                                                       ", which is no folder below it"));
       } else {
         _below.push_back(nid);
       }
@@ -162,7 +161,6 @@ class WayCheck {
 
   Context& _context;
   std::vector<NodeId> _below;
-  std::unordered_set<std::uint32_t> _met;
 };
 
 }  // namespace

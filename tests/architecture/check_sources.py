@@ -18,7 +18,7 @@ import pathlib
 import re
 import sys
 
-ROOMS = ('platform', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'factory', 'cli')
+ROOMS = ('platform', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'carry', 'factory', 'cli')
 
 CONDITIONAL = re.compile(
     r'^\s*#\s*(?:el)?if.*\b(_WIN32|_WIN64|__MINGW\d*__|__linux__|__unix__|__APPLE__|_MSC_VER|__GNUC__)\b')
@@ -33,7 +33,7 @@ THREAD_HEADER = re.compile(r'^(thread|future|condition_variable|pthread\.h)$')
 
 # What the program may include, and what only its start-up may.
 CLI_MAY = re.compile(
-    r'^((cli|engine|factory|mapi|platform)/[^/]+|pstfile/check/(?:integrity_checker|node_dump)\.h|pstfile/ndb/(?:file_kind|unfinished)\.h|pstfile/store/store_name\.h|pst/disk_utilities\.h)$')
+    r'^((cli|carry|engine|factory|mapi|platform)/[^/]+|pstfile/check/(?:integrity_checker|node_dump)\.h|pstfile/ndb/(?:file_kind|unfinished)\.h|pstfile/store/store_name\.h|pst/disk_utilities\.h)$')
 CLI_START_UP = {'cli/main.cpp': re.compile(r'^mapi/builtin/[^/]+$')}
 
 

@@ -1,0 +1,90 @@
+// What a source knows of a message beside the message itself: read, answered, flagged, tagged.
+//
+// The interfaces of the asset model have "read" and nothing else. A source that knows more offers
+// it beside its items; nobody need ask, and nothing is read for it before somebody does
+// (OfferState).
+//
+// Everything is optional. What no origin tells is unknown, which is not the same as "no": an index
+// that was never written does not make mail unread.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace QuelmarMIMEEngineCommon {
+class IAssetStore;
+}
+
+namespace parvane::engine {
+
+// Who says so. Where several do, the first of this list that knows is believed (docs/state.md).
+enum class StateOrigin {
+  kNobody,
+  kMozillaHeaders,  // X-Mozilla-Status, X-Mozilla-Status2, X-Mozilla-Keys
+  kStatusHeaders,   // Status, X-Status, X-Keywords, X-Label
+  kLabels,          // X-Gmail-Labels
+  kSender,          // what the sender wrote into the header
+};
+
+template <typename Value>
+struct KnownState {
+  std::optional<Value> value;
+  StateOrigin origin = StateOrigin::kNobody;
+
+  // Believes what was said first.
+  void Learn(Value said, StateOrigin by) {
+    if (value) return;
+    value = std::move(said);
+    origin = by;
+  }
+  bool Is(const Value& wanted) const { return value && *value == wanted; }
+};
+
+enum class Importance { kLow, kNormal, kHigh };
+
+struct MessageState {
+  KnownState<bool> read;
+  KnownState<bool> replied;
+  KnownState<bool> forwarded;
+  KnownState<bool> flagged;  // the star
+  KnownState<bool> draft;    // never sent
+  KnownState<bool> junk;
+  KnownState<bool> deleted;  // no longer shown by its mail program, and not yet taken out
+  KnownState<Importance> importance;
+  // Tags, keywords and labels, by the names that people see.
+  KnownState<std::vector<std::u16string>> categories;
+  // Those of them whose names are not known: the keys that stand for the names.
+  std::vector<std::string> namelessKeywords;
+  std::size_t moreCategories = 0;  // than a message can have
+  // Fetched in part only: the rest of the message never came to this disk.
+  bool partial = false;
+};
+
+// What a source needs for telling its messages' state.
+struct StateWishes {
+  // The names of tags by their keys in lower case ("project_x": "Project X"), as their user chose
+  // them.
+  std::map<std::string, std::u16string, std::less<>> tagNames;
+  // Messages that are marked as deleted are no items; the observer hears of each.
+  bool skipDeleted = false;
+};
+
+// An item that offers its state; found by dynamic_cast.
+class IStatefulAsset {
+ public:
+  virtual ~IStatefulAsset() = default;
+  // Null when its source was not asked to tell; valid as long as the item.
+  virtual const MessageState* State() const = 0;
+};
+
+// Asks the store to offer the state of the messages it yields from now on; with null no longer.
+// `wishes` must outlive the store. False when the store is not one of the engine's.
+bool OfferState(QuelmarMIMEEngineCommon::IAssetStore& store, const StateWishes* wishes);
+
+}  // namespace parvane::engine

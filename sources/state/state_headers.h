@@ -1,0 +1,52 @@
+// The header fields that tell a message's state, found in one pass over its header.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace parvane::sources {
+
+enum class StateField : std::size_t {
+  kMozillaStatus,
+  kMozillaStatus2,
+  kMozillaKeys,
+  kMozillaDraftInfo,
+  kStatus,
+  kXStatus,
+  kXKeywords,
+  kXLabel,
+  kGmailLabels,
+  kImportance,
+  kXPriority,
+  kXMsMailPriority,
+  kPriority,
+  kReceived,
+};
+inline constexpr std::size_t kStateFields = static_cast<std::size_t>(StateField::kReceived) + 1;
+
+class StateHeaders {
+ public:
+  // Thunderbird looks for its own fields (X-Mozilla-Status, -Status2, -Keys) only where it puts
+  // them itself; what a sender wrote farther down is not its state.
+  static constexpr std::size_t kMozillaReach = 512;
+
+  // `message` must outlive the result. Lines may end in LF or CR LF.
+  explicit StateHeaders(std::string_view message);
+
+  bool Has(StateField field) const { return Raw(field).data() != nullptr; }
+  // The first field's value without the blanks around it; folded lines are still apart.
+  std::string_view Raw(StateField field) const { return _first[static_cast<std::size_t>(field)]; }
+  // The same with its lines joined.
+  std::string Unfolded(StateField field) const;
+  // Every X-Gmail-Labels, joined lines; a field may come more than once.
+  std::vector<std::string> GmailLabels() const;
+
+ private:
+  std::array<std::string_view, kStateFields> _first;
+  std::vector<std::string_view> _gmailLabels;
+};
+
+}  // namespace parvane::sources
