@@ -10,6 +10,7 @@
 namespace parvane::platform {
 namespace {
 
+constexpr unsigned kUtf7 = 65000;
 constexpr unsigned kUtf32Le = 65005;
 constexpr unsigned kUtf32Be = 65006;
 // .NET's numbers for the same encodings.
@@ -151,6 +152,15 @@ void TakeAscii(std::string_view& bytes, std::u16string& out) {
   }
 }
 
+// Spells UTF-16 units, and so halves of pairs, too.
+std::size_t DecodeUtf7(std::string_view bytes, std::u16string& out) {
+  std::u16string text;
+  std::size_t invalid = SystemDecode(kUtf7, bytes, text);
+  if (ReplaceUnpairedSurrogates(text)) ++invalid;
+  out += text;
+  return invalid;
+}
+
 unsigned KnownPage(unsigned codePage) {
   return SystemKnowsCodePage(codePage) ? codePage : kCodePageWindows1252;
 }
@@ -169,6 +179,7 @@ std::size_t DecodeCodePage(unsigned codePage, std::string_view bytes, std::u16st
   }
   codePage = KnownPage(codePage);
   if (out.empty()) out.reserve(bytes.size());
+  if (codePage == kUtf7) return DecodeUtf7(bytes, out);
   if (SystemCodePageBeginsAsAscii(codePage)) TakeAscii(bytes, out);
   return bytes.empty() ? 0 : SystemDecode(codePage, bytes, out);
 }

@@ -279,6 +279,7 @@ TEST(CodePage, InvalidBytesBecomeTheReplacementAndAreCounted) {
       {"UTF-16, cut pair", 1201, std::string("\xD8\x3D", 2), u"\uFFFD", 1},
       {"UTF-16, foreign mark", 1200, std::string("\xFE\xFF\0a", 4), u"a", 0},
       {"UTF-32, beyond Unicode", 65005, std::string("\0\0\x11\0", 4), u"\uFFFD", 1},
+      {"UTF-7, half a pair", 65000, "a+3gA-z", u"a\uFFFDz", 1},
       {"Johab", 1361, "a\x80z", u"a\uFFFDz", 1},
       {"T.61, accent on nothing", 20261, "\xC1", u"\uFFFD", 1},
       {"unknown page", 12345, "\x80", u"\u20AC", 0},
