@@ -142,6 +142,21 @@ Result<Handle> OpenRegular(std::u16string_view path, DWORD access, DWORD sharing
   return handle;
 }
 
+// Virus scanners and search indexers open a new file for a moment, which is in a move's way.
+constexpr DWORD kMovePatience = 2000;  // milliseconds
+constexpr DWORD kMovePause = 50;
+
+// A system error.
+DWORD MovePatiently(const wchar_t* source, const wchar_t* target, DWORD flags) {
+  for (DWORD waited = 0;; waited += kMovePause) {
+    if (::MoveFileExW(source, target, flags)) return ERROR_SUCCESS;
+    const DWORD error = ::GetLastError();
+    const bool held = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
+    if (!held || waited >= kMovePatience) return error;
+    ::Sleep(kMovePause);
+  }
+}
+
 class WindowsFileSystem final : public FileSystem {
  public:
   Result<std::unique_ptr<RandomAccessFile>> Open(std::u16string_view path, OpenMode mode) override {
@@ -218,11 +233,10 @@ class WindowsFileSystem final : public FileSystem {
     const std::wstring source = ToSystemPath(from);
     const std::wstring target = ToSystemPath(to);
     const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0);
-    if (!source.empty() && !target.empty() &&
-        ::MoveFileExW(source.c_str(), target.c_str(), flags)) {
-      return {};
-    }
-    const DWORD error = source.empty() || target.empty() ? ERROR_INVALID_NAME : ::GetLastError();
+    const DWORD error = source.empty() || target.empty()
+                            ? ERROR_INVALID_NAME
+                            : MovePatiently(source.c_str(), target.c_str(), flags);
+    if (error == ERROR_SUCCESS) return {};
     return SystemErrorStatus(error, "rename", from).WithContext("to " + PathForDisplay(to));
   }
 
