@@ -63,7 +63,12 @@ Result<std::shared_ptr<HeldFile>> HeldFile::Take(std::u16string_view path,
   auto file = Machine().Open(path, mode);
   if (!file.ok()) return file.status();
   held->_file = std::move(file).value();
-  if (Status locked = held->_file->LockExclusive(); !locked.ok()) return locked;
+  if (Status locked = held->_file->LockExclusive(); !locked.ok()) {
+    // Where there are no locks, what was made in vain goes again.
+    if (mode == FileSystem::OpenMode::kCreateNew && locked.code() != StatusCode::kLocked)
+      (void)Machine().Remove(path).ok();
+    return locked;
+  }
   auto identity = held->_file->Inspect();
   if (!identity.ok()) return identity.status();
   held->_identity = *identity;

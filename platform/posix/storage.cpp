@@ -23,6 +23,8 @@ Status CopyAccessRights(std::u16string_view from, std::u16string_view to) {
         ::chown(target.c_str(), static_cast<uid_t>(-1), model.st_gid) != 0) {
       mode &= ~static_cast<mode_t>(070 | S_ISUID | S_ISGID);
     }
+  } else if ((now.st_mode & 07777) == mode) {
+    return {};  // file systems whose files all have one mode refuse to change it
   }
   if (::chmod(target.c_str(), mode) != 0) return ErrnoStatus(errno, "change the mode of", to);
   return {};
