@@ -2,6 +2,7 @@
 import json
 import unittest
 
+import mailboxes
 from harness import NO_SUCH_FILE, PstTest, linux, shown
 
 
@@ -91,6 +92,20 @@ class Check(PstTest):
             went_on += run.code == 1 and found['totals']['messages'] > 0
         bad.unlink()
         self.assertGreater(went_on, 3)
+
+    @linux
+    def test_rows_behind_a_damaged_one_are_listed(self):
+        self.convert('--overwrite', self.write('many.mbox', mailboxes.many(300)), self.pst)
+        data, bad = self.pst.read_bytes(), self.folder / 'bad.pst'
+        went_on = False
+        for at in range(0x4600, len(data), 4096):
+            bad.write_bytes(data[:at] + bytes(64) + data[at + 64:])
+            run = self.parvane('list', '--json', '--messages', bad)
+            folders = json.loads(run.out)['folders'] if run.code == 1 else []
+            items = [item for f in folders if f['path'] == ['many'] for item in f['items']]
+            went_on |= 0 < len(items) < 300 and items[-1]['subject'] == 'message 299'
+        bad.unlink()
+        self.assertTrue(went_on, 'the first row that could not be read ended its table')
 
     def other_kinds(self):
         def file(kind, content):
