@@ -65,6 +65,7 @@ format:
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 format-check:
+	@tools/check_sources.py .
 	@git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
 
 clean:

@@ -39,7 +39,6 @@ class SourceWalk {
   }
 
   bool Canceled() const { return _cancelable && _cancelable->Cancel(); }
-  bool IsObserved() const { return _observer != nullptr; }
 
   // Shows the directory and lists it, sorted by name: nothing when it cannot be listed, when it is
   // a link to a folder that is read elsewhere (or leads back to one that this lies in) or lies too
