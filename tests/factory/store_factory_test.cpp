@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mapi/builtin_entry_points.h"
 #include "mapi/entry_points.h"
 #include "mapi/results.h"
 #include "platform/file.h"
@@ -74,6 +75,36 @@ TEST_F(StoreFactoryTest, ReturnsWhatMapiReturns) {
   EXPECT_EQ(MAPISystemUtilities::MAPIInitialize(), 2) << "no count of the engine's own";
   MAPISystemUtilities::MAPIUninitialize();
   EXPECT_EQ(starts, 1);
+}
+
+// A caller who does no more than the interfaces ask for: he never resets a query.
+TEST_F(StoreFactoryTest, MailboxesBeyondTheLimitOfOpenFiles) {
+  constexpr int kMailboxes = 1500;
+  for (int i = 0; i < kMailboxes; ++i)
+    home.Write("mail/box" + std::to_string(i) + ".mbox",
+               "From a@b Thu Jan  1 00:00:00 2024\nSubject: one\n\ntext\n\n");
+  parvane::mapi::SelectEntryPoints(parvane::mapi::BuiltinEntryPoints());
+  ASSERT_EQ(MAPISystemUtilities::MAPIInitialize(), 0);
+  const auto from = StoreFactory::CreateStore(kMBOXAssetStore, home / u"mail", std::nullopt);
+  const auto to = StoreFactory::CreateStoreMutable(kOrphanPSTMAPIStore, home / u"out.pst", u"n");
+  ASSERT_EQ(from->OpenStore(nullptr, nullptr, false, nullptr), OperationResultCode::Completed);
+  ASSERT_EQ(to->OpenStore(nullptr, nullptr, true, nullptr), OperationResultCode::Completed);
+  int folders = 0, messages = 0;
+  const auto copy = [&](const auto& self, IAssetFolder& folder) -> void {
+    for (IAssetFolder* child : folder.GetSubFolders()) self(self, *child);
+    if (!folder.FolderDiskPath() || folder.FolderType() != kAssetFolderTypeEmail) return;
+    IAssetFolderMutable* target = to->GetStoreRootFolderMutable()->CreateAssetFolder(
+        *folder.FolderName(), kAssetFolderTypeEmail);
+    const CopyResult copied = target->CopyAssets(&folder, nullptr, nullptr, nullptr);
+    ++folders;
+    messages += static_cast<int>(copied.SuccessAssetCount);
+    EXPECT_EQ(copied.FailAssetCount, 0);
+  };
+  copy(copy, *from->GetStoreRootFolder());
+  EXPECT_GE(folders, kMailboxes);
+  EXPECT_EQ(messages, kMailboxes);
+  to->Release();
+  MAPISystemUtilities::MAPIUninitialize();
 }
 
 }  // namespace
