@@ -1,6 +1,7 @@
 #include "mapi/builtin/values.h"
 
 #include <bit>
+#include <cstddef>
 #include <cstring>
 #include <optional>
 
@@ -22,83 +23,127 @@ std::span<const std::byte> BytesOf(const SBinary& binary) {
   return BytesOf(binary.lpb, binary.lpb == nullptr ? 0 : binary.cb);
 }
 
-// Sizes and pointers of the multi-value union members agree; only the element type differs.
-template <typename T>
-bool StoreArray(ULONG tag, ULONG count, const T* values, pstfile::PropertyList& list) {
-  if (values == nullptr) return false;
-  list.SetBytes(ToTag(tag), BytesOf(values, count));
-  return true;
+// What there is to know about a type: how its values are kept and handed out, and the size of one
+// of many, which are packed without a gap (0: not of one size, or never many).
+enum class Shape { kNone, kNumber, kBoolean, kTime, kError, kGuid, kBinary, kText, kAnsi };
+struct TypeRow {
+  ULONG type;
+  Shape shape;
+  std::size_t size = 0;
+};
+// The most frequent first.
+constexpr TypeRow kTypes[] = {{PT_LONG, Shape::kNumber, 4},     {PT_UNICODE, Shape::kText},
+                              {PT_BINARY, Shape::kBinary},      {PT_STRING8, Shape::kAnsi},
+                              {PT_BOOLEAN, Shape::kBoolean},    {PT_SYSTIME, Shape::kTime, 8},
+                              {PT_I2, Shape::kNumber, 2},       {PT_R4, Shape::kNumber, 4},
+                              {PT_DOUBLE, Shape::kNumber, 8},   {PT_APPTIME, Shape::kNumber, 8},
+                              {PT_CURRENCY, Shape::kNumber, 8}, {PT_I8, Shape::kNumber, 8},
+                              {PT_CLSID, Shape::kGuid, 16},     {PT_ERROR, Shape::kError}};
+
+TypeRow RowOf(ULONG type) {
+  for (const TypeRow& row : kTypes) {
+    if (row.type == (type & ~MV_FLAG)) return row;
+  }
+  return {type, Shape::kNone};
 }
 
-HRESULT StoreMultiText(ULONG tag, std::span<const std::u16string> texts,
-                       pstfile::PropertyList& list) {
+const char16_t* OrEmpty(const char16_t* text) { return text == nullptr ? u"" : text; }
+const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
+
+// All arrays of the union lie alike: a count, and a pointer to the values.
+static_assert(sizeof(SLongArray) == sizeof(SShortArray) &&
+              sizeof(SLongArray) == sizeof(SGuidArray) &&
+              offsetof(SLongArray, lpl) == offsetof(SShortArray, lpi) &&
+              offsetof(SLongArray, lpl) == offsetof(SBinaryArray, lpbin) &&
+              offsetof(SLongArray, lpl) == offsetof(SWStringArray, lppszW));
+
+template <typename ToText>
+HRESULT StoreTexts(pstfile::PropTag tag, ULONG count, ToText toText, pstfile::PropertyList& list) {
+  std::vector<std::u16string> texts;
+  for (ULONG i = 0; i < count; ++i) texts.push_back(toText(i));
   const std::vector<std::u16string_view> views(texts.begin(), texts.end());
-  list.SetBytes(ToTag(tag), pstfile::EncodeMultiText(views));
+  list.SetBytes(tag, pstfile::EncodeMultiText(views));
   return S_OK;
 }
 
-HRESULT StoreMultiValue(const SPropValue& value, pstfile::PropertyList& list) {
-  const SPropUnion& v = value.Value;
-  const ULONG tag = value.ulPropTag;
-  bool stored = false;
-  switch (PropType(tag)) {
-    case PT_MV_I2:
-      stored = StoreArray(tag, v.MVi.cValues, v.MVi.lpi, list);
-      break;
-    case PT_MV_LONG:
-      stored = StoreArray(tag, v.MVl.cValues, v.MVl.lpl, list);
-      break;
-    case PT_MV_R4:
-      stored = StoreArray(tag, v.MVflt.cValues, v.MVflt.lpflt, list);
-      break;
-    case PT_MV_DOUBLE:
-      stored = StoreArray(tag, v.MVdbl.cValues, v.MVdbl.lpdbl, list);
-      break;
-    case PT_MV_CURRENCY:
-      stored = StoreArray(tag, v.MVcur.cValues, v.MVcur.lpcur, list);
-      break;
-    case PT_MV_APPTIME:
-      stored = StoreArray(tag, v.MVat.cValues, v.MVat.lpat, list);
-      break;
-    case PT_MV_I8:
-      stored = StoreArray(tag, v.MVli.cValues, v.MVli.lpli, list);
-      break;
-    case PT_MV_SYSTIME:
-      stored = StoreArray(tag, v.MVft.cValues, v.MVft.lpft, list);
-      break;
-    case PT_MV_CLSID:
-      stored = StoreArray(tag, v.MVguid.cValues, v.MVguid.lpguid, list);
-      break;
-    case PT_MV_BINARY: {
-      if (v.MVbin.lpbin == nullptr) break;
-      std::vector<std::span<const std::byte>> parts;
-      for (ULONG i = 0; i < v.MVbin.cValues; ++i) parts.push_back(BytesOf(v.MVbin.lpbin[i]));
-      list.SetBytes(ToTag(tag), pstfile::EncodeMultiBinary(parts));
-      stored = true;
-      break;
-    }
-    case PT_MV_UNICODE: {
-      if (v.MVszW.lppszW == nullptr) break;
-      std::vector<std::u16string> texts;
-      for (ULONG i = 0; i < v.MVszW.cValues; ++i) {
-        const char16_t* text = v.MVszW.lppszW[i];
-        texts.emplace_back(text == nullptr ? u"" : text);
-      }
-      return StoreMultiText(tag, texts, list);
-    }
-    case PT_MV_STRING8: {
-      if (v.MVszA.lppszA == nullptr) break;
-      std::vector<std::u16string> texts;
-      for (ULONG i = 0; i < v.MVszA.cValues; ++i) {
-        const char* text = v.MVszA.lppszA[i];
-        texts.push_back(platform::AnsiToUtf16(text == nullptr ? "" : text));
-      }
-      return StoreMultiText(StoredTag(tag), texts, list);
-    }
-    default:
-      return MAPI_E_INVALID_TYPE;
+HRESULT StoreMultiValue(pstfile::PropTag tag, const TypeRow& row, const SPropUnion& v,
+                        pstfile::PropertyList& list) {
+  const bool known = row.size != 0 || row.shape == Shape::kBinary || row.shape == Shape::kText ||
+                     row.shape == Shape::kAnsi;
+  if (!known) return MAPI_E_INVALID_TYPE;
+  const ULONG count = v.MVl.cValues;
+  if (v.MVl.lpl == nullptr) return MAPI_E_INVALID_PARAMETER;
+  if (row.size != 0) {
+    list.SetBytes(tag, BytesOf(reinterpret_cast<const char*>(v.MVl.lpl), count * row.size));
+  } else if (row.shape == Shape::kBinary) {
+    std::vector<std::span<const std::byte>> parts;
+    for (ULONG i = 0; i < count; ++i) parts.push_back(BytesOf(v.MVbin.lpbin[i]));
+    list.SetBytes(tag, pstfile::EncodeMultiBinary(parts));
+  } else if (row.shape == Shape::kText) {
+    const auto text = [&](ULONG i) { return std::u16string(OrEmpty(v.MVszW.lppszW[i])); };
+    return StoreTexts(tag, count, text, list);
+  } else {
+    const auto text = [&](ULONG i) { return platform::AnsiToUtf16(OrEmpty(v.MVszA.lppszA[i])); };
+    return StoreTexts(tag, count, text, list);
   }
-  return stored ? S_OK : MAPI_E_INVALID_PARAMETER;
+  return S_OK;
+}
+
+HRESULT StoreBinary(pstfile::PropTag tag, const SBinary& binary, LargeValueTaker* taker,
+                    pstfile::PropertyList& list) {
+  if (binary.lpb == nullptr && binary.cb != 0) return MAPI_E_INVALID_PARAMETER;
+  if (taker != nullptr && binary.cb > kLargestReturnedValue) {
+    return taker->TakeLarge(tag, BytesOf(binary));
+  }
+  list.SetBytes(tag, BytesOf(binary));
+  return S_OK;
+}
+
+HRESULT StoreText(pstfile::PropTag tag, std::u16string_view text, unsigned htmlCodePage,
+                  LargeValueTaker* taker, pstfile::PropertyList& list) {
+  if (tag.Id() == kHtmlId) {
+    std::string html;
+    platform::EncodeCodePage(htmlCodePage, text, html);
+    list.SetBytes(tag, BytesOf(html.data(), html.size()));
+    return S_OK;
+  }
+  if (taker != nullptr && 2 * text.size() > kLargestReturnedValue &&
+      std::endian::native == std::endian::little) {
+    return taker->TakeLarge(tag, BytesOf(text.data(), text.size()));
+  }
+  list.SetText(tag, text);
+  return S_OK;
+}
+
+HRESULT StoreAnsi(pstfile::PropTag tag, std::string_view text, LargeValueTaker* taker,
+                  pstfile::PropertyList& list) {
+  if (tag.Id() == kHtmlId) {
+    list.SetBytes(tag, BytesOf(text.data(), text.size()));
+  } else if (platform::simd::AsciiPrefix(text.data(), text.size()) == text.size()) {
+    // The same in every code page.
+    if (taker != nullptr && 2 * text.size() > kLargestReturnedValue) {
+      return taker->TakeLargeAscii(tag, text);
+    }
+    list.SetAsciiText(tag, text);
+  } else {
+    list.SetText(tag, platform::AnsiToUtf16(text));
+  }
+  return S_OK;
+}
+
+std::uint64_t NumberBits(const SPropUnion& v, std::size_t size) {
+  if (size == 2) return static_cast<std::uint16_t>(v.i);
+  return size == 4 ? v.ul : static_cast<std::uint64_t>(v.li.QuadPart);
+}
+
+void SetNumber(std::uint64_t bits, std::size_t size, SPropUnion& out) {
+  if (size == 2) {
+    out.b = static_cast<std::uint16_t>(bits);
+  } else if (size == 4) {
+    out.ul = static_cast<ULONG>(bits);
+  } else {
+    out.li.QuadPart = static_cast<LONGLONG>(bits);
+  }
 }
 
 // Conversion between the two widths, and of HTML bytes to text.
@@ -116,25 +161,23 @@ void SetBinary(std::span<const std::byte> bytes, Chain& chain, SBinary& out) {
   out.lpb = chain.Copy(bytes);
 }
 
-// Copies a packed array of numbers; false when there is not a single one.
-template <typename T>
-bool ReturnArray(std::span<const std::byte> bytes, Chain& chain, ULONG& count, T*& values) {
-  count = static_cast<ULONG>(bytes.size() / sizeof(T));
-  values = chain.AllocateArray<T>(count);
-  if (count != 0) std::memcpy(values, bytes.data(), count * sizeof(T));
-  return count != 0;
-}
-
-bool ReturnVariable(const Value& value, ULONG type, Chain& chain, SPropUnion& out) {
+// False when there is not a single one.
+bool ReturnMultiValue(const Value& value, const TypeRow& row, Chain& chain, SPropUnion& out) {
+  if (row.size != 0) {
+    out.MVl.cValues = static_cast<ULONG>(value.bytes.size() / row.size);
+    out.MVl.lpl =
+        reinterpret_cast<LONG*>(chain.Copy(value.bytes.first(out.MVl.cValues * row.size)));
+    return out.MVl.cValues != 0;
+  }
   const auto parts = pstfile::DecodeMultiVariable(value.bytes);
   if (!parts || parts->empty()) return false;
   const auto count = static_cast<ULONG>(parts->size());
   const bool storedWide = PropType(value.tag) == PT_MV_UNICODE;
-  if (type == PT_MV_BINARY) {
+  if (row.shape == Shape::kBinary) {
     out.MVbin.cValues = count;
     out.MVbin.lpbin = chain.AllocateArray<SBinary>(count);
     for (ULONG i = 0; i < count; ++i) SetBinary((*parts)[i], chain, out.MVbin.lpbin[i]);
-  } else if (type == PT_MV_UNICODE) {
+  } else if (row.shape == Shape::kText) {
     out.MVszW.cValues = count;
     out.MVszW.lppszW = chain.AllocateArray<LPWSTR>(count);
     for (ULONG i = 0; i < count; ++i) {
@@ -150,32 +193,6 @@ bool ReturnVariable(const Value& value, ULONG type, Chain& chain, SPropUnion& ou
     }
   }
   return true;
-}
-
-bool ReturnMultiValue(const Value& value, ULONG type, Chain& chain, SPropUnion& out) {
-  const std::span<const std::byte> bytes = value.bytes;
-  switch (type) {
-    case PT_MV_I2:
-      return ReturnArray(bytes, chain, out.MVi.cValues, out.MVi.lpi);
-    case PT_MV_LONG:
-      return ReturnArray(bytes, chain, out.MVl.cValues, out.MVl.lpl);
-    case PT_MV_R4:
-      return ReturnArray(bytes, chain, out.MVflt.cValues, out.MVflt.lpflt);
-    case PT_MV_DOUBLE:
-      return ReturnArray(bytes, chain, out.MVdbl.cValues, out.MVdbl.lpdbl);
-    case PT_MV_CURRENCY:
-      return ReturnArray(bytes, chain, out.MVcur.cValues, out.MVcur.lpcur);
-    case PT_MV_APPTIME:
-      return ReturnArray(bytes, chain, out.MVat.cValues, out.MVat.lpat);
-    case PT_MV_I8:
-      return ReturnArray(bytes, chain, out.MVli.cValues, out.MVli.lpli);
-    case PT_MV_SYSTIME:
-      return ReturnArray(bytes, chain, out.MVft.cValues, out.MVft.lpft);
-    case PT_MV_CLSID:
-      return ReturnArray(bytes, chain, out.MVguid.cValues, out.MVguid.lpguid);
-    default:
-      return ReturnVariable(value, type, chain, out);
-  }
 }
 
 // True when a value stored with one type can be returned as the other.
@@ -257,70 +274,33 @@ HRESULT StoreValue(const SPropValue& value, unsigned htmlCodePage, pstfile::Prop
   if (PropId(value.ulPropTag) == 0 || PropId(value.ulPropTag) == 0xFFFF) {
     return MAPI_E_INVALID_TYPE;
   }
-  switch (PropType(value.ulPropTag)) {
-    case PT_I2:
-      list.SetScalar(tag, static_cast<std::uint16_t>(v.i));
+  const ULONG type = PropType(value.ulPropTag);
+  const TypeRow row = RowOf(type);
+  if ((type & MV_FLAG) != 0) return StoreMultiValue(tag, row, v, list);
+  switch (row.shape) {
+    case Shape::kNumber:
+      list.SetScalar(tag, NumberBits(v, row.size));
       return S_OK;
-    case PT_LONG:
-    case PT_R4:
-      list.SetScalar(tag, v.ul);
-      return S_OK;
-    case PT_BOOLEAN:
+    case Shape::kBoolean:
       list.SetBool(tag, v.b != 0);
       return S_OK;
-    case PT_DOUBLE:
-    case PT_APPTIME:
-    case PT_CURRENCY:
-    case PT_I8:
-      list.SetScalar(tag, static_cast<std::uint64_t>(v.li.QuadPart));
-      return S_OK;
-    case PT_SYSTIME:
+    case Shape::kTime:
       list.SetScalar(tag, TimeBits(v.ft));
       return S_OK;
-    case PT_CLSID:
+    case Shape::kGuid:
       if (v.lpguid == nullptr) return MAPI_E_INVALID_PARAMETER;
       list.SetBytes(tag, BytesOf(v.lpguid, 1));
       return S_OK;
-    case PT_BINARY:
-      if (v.bin.lpb == nullptr && v.bin.cb != 0) return MAPI_E_INVALID_PARAMETER;
-      if (taker != nullptr && v.bin.cb > kLargestReturnedValue) {
-        return taker->TakeLarge(tag, BytesOf(v.bin));
-      }
-      list.SetBytes(tag, BytesOf(v.bin));
-      return S_OK;
-    case PT_UNICODE: {
+    case Shape::kBinary:
+      return StoreBinary(tag, v.bin, taker, list);
+    case Shape::kText:
       if (v.lpszW == nullptr) return MAPI_E_INVALID_PARAMETER;
-      if (PropId(value.ulPropTag) != kHtmlId) {
-        const std::u16string_view text = v.lpszW;
-        if (taker != nullptr && 2 * text.size() > kLargestReturnedValue &&
-            std::endian::native == std::endian::little) {
-          return taker->TakeLarge(tag, BytesOf(text.data(), text.size()));
-        }
-        list.SetText(tag, text);
-        return S_OK;
-      }
-      std::string html;
-      platform::EncodeCodePage(htmlCodePage, v.lpszW, html);
-      list.SetBytes(tag, BytesOf(html.data(), html.size()));
-      return S_OK;
-    }
-    case PT_STRING8:
+      return StoreText(tag, v.lpszW, htmlCodePage, taker, list);
+    case Shape::kAnsi:
       if (v.lpszA == nullptr) return MAPI_E_INVALID_PARAMETER;
-      if (PropId(value.ulPropTag) == kHtmlId) {
-        list.SetBytes(tag, BytesOf(v.lpszA, std::strlen(v.lpszA)));
-      } else if (const std::string_view text = v.lpszA;
-                 platform::simd::AsciiPrefix(text.data(), text.size()) == text.size()) {
-        // The same in every code page.
-        if (taker != nullptr && 2 * text.size() > kLargestReturnedValue) {
-          return taker->TakeLargeAscii(tag, text);
-        }
-        list.SetAsciiText(tag, text);
-      } else {
-        list.SetText(tag, platform::AnsiToUtf16(text));
-      }
-      return S_OK;
+      return StoreAnsi(tag, v.lpszA, taker, list);
     default:
-      return StoreMultiValue(value, list);
+      return MAPI_E_INVALID_TYPE;
   }
 }
 
@@ -358,41 +338,39 @@ bool ReturnValue(const Value& value, ULONG requestedTag, bool unicode, unsigned 
   result.ulPropTag = ChangePropType(requestedTag, type);
   result.dwAlignPad = 0;
   result.Value.li.QuadPart = 0;
-  switch (type) {
-    case PT_I2:
-    case PT_BOOLEAN:
+  const TypeRow row = RowOf(type);
+  if ((type & MV_FLAG) != 0) {
+    return ReturnMultiValue(value, row, chain, result.Value) || fail(MAPI_E_NOT_FOUND);
+  }
+  switch (row.shape) {
+    case Shape::kNumber:
+      SetNumber(value.scalar, row.size, result.Value);
+      return true;
+    case Shape::kBoolean:
       result.Value.b = static_cast<std::uint16_t>(value.scalar);
       return true;
-    case PT_LONG:
-    case PT_R4:
-    case PT_ERROR:
+    case Shape::kError:
       result.Value.ul = static_cast<ULONG>(value.scalar);
       return true;
-    case PT_DOUBLE:
-    case PT_APPTIME:
-    case PT_CURRENCY:
-    case PT_I8:
-      result.Value.li.QuadPart = static_cast<LONGLONG>(value.scalar);
-      return true;
-    case PT_SYSTIME:
+    case Shape::kTime:
       result.Value.ft = platform::FileTimeFromTicks(value.scalar);
       return true;
-    case PT_UNICODE:
-    case PT_STRING8:
-      ReturnText(value, type == PT_UNICODE, htmlCodePage, chain, result.Value);
+    case Shape::kText:
+    case Shape::kAnsi:
+      ReturnText(value, row.shape == Shape::kText, htmlCodePage, chain, result.Value);
       return true;
-    case PT_BINARY:
+    case Shape::kBinary:
       SetBinary(value.bytes, chain, result.Value.bin);
       return true;
-    case PT_CLSID:
+    case Shape::kGuid:
       if (value.bytes.size() != sizeof(GUID)) return fail(MAPI_E_CORRUPT_DATA);
       result.Value.lpguid = chain.AllocateArray<GUID>(1);
       std::memcpy(result.Value.lpguid, value.bytes.data(), sizeof(GUID));
       return true;
-    default:
-      if ((type & MV_FLAG) == 0) return fail(MAPI_E_INVALID_TYPE);
-      return ReturnMultiValue(value, type, chain, result.Value) || fail(MAPI_E_NOT_FOUND);
+    case Shape::kNone:
+      break;
   }
+  return fail(MAPI_E_INVALID_TYPE);
 }
 
 std::u16string_view ViewText(std::span<const std::byte> bytes, std::u16string& scratch) {
