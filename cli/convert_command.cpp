@@ -1,12 +1,10 @@
 #include "cli/convert_command.h"
 
 #include <exception>
-#include <memory>
 #include <optional>
 
 #include <fmt/format.h>
 
-#include "carry/state_step.h"
 #include "cli/console.h"
 #include "cli/destination.h"
 #include "cli/destination_claim.h"
@@ -16,16 +14,13 @@
 #include "cli/mapi_run.h"
 #include "cli/outputs.h"
 #include "cli/progress.h"
-#include "cli/pst_account.h"
+#include "cli/pst_writing.h"
 #include "cli/report.h"
 #include "cli/source_opening.h"
 #include "cli/source_plan.h"
 #include "cli/space_check.h"
 #include "cli/witness.h"
-#include "engine/item_step.h"
-#include "factory/store_factory.h"
 #include "mapi/options.h"
-#include "mapi/system_entry_points.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -35,13 +30,10 @@
 namespace parvane::cli {
 namespace {
 
-using CWLEngine::StoreFactory;
 using platform::FileSystem;
 using platform::PathForDisplay;
 using platform::Status;
 using QuelmarMIMEEngineCommon::IAssetFolderMutable;
-using QuelmarMIMEEngineCommon::IAssetStoreMutable;
-using QuelmarMIMEEngineCommon::OperationResultCode;
 
 class Conversion {
  public:
@@ -60,7 +52,7 @@ class Conversion {
     _record.destination = _options.destination;
     _record.mapi = _options.mapi;
     if (_options.keep.state) _record.stateKept.emplace();
-    const bool began = PrepareAndConvert();
+    const bool began = PrepareAndCopy();
     TakeName();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
@@ -83,12 +75,13 @@ class Conversion {
   }
 
   // Whatever happens on the way, there will be an account of it.
-  bool PrepareAndConvert() {
+  bool PrepareAndCopy() {
     try {
-      return Prepare() && Convert();
+      return Prepare() && Copy();
     } catch (const std::exception& error) {
+      _writing.Release();
       Fail(RunProblem::kBrokeOff, InWords(error));
-      if (!_pst) return false;
+      if (!_writing.began()) return false;
       _witness.EndFolder(InWords(error));
       _witness.Settle();
       return true;
@@ -138,50 +131,17 @@ class Conversion {
     if (!_options.quiet) WriteError(text);
   }
 
-  bool Convert() {
+  bool Copy() {
     if (_claim.leftover())
       Notice(fmt::format("{}, {} that an earlier run which did not finish has left, is replaced",
                          PathForDisplay(_claim.path()), Size(*_claim.leftover())));
     if (Status begun = _claim.Begin(); !begun.ok()) return Fail(begun);
-    SetOptions();
-    // A MAPI that does not start is told by the engine, when it finds no session.
-    const MapiRun mapiRun(_options.mapi);
-    if (_record.appended && mapiRun.status().ok() && !AvoidForeignFolders()) return false;
-    std::unique_ptr<IAssetStoreMutable> pst = StoreFactory::CreateStoreMutable(
-        CWLEngine::kOrphanPSTMAPIStore, _claim.path(), std::nullopt);
-    MakeAccount(*pst);
-    const OperationResultCode opened = pst->OpenStore(&_progress, &_witness, true, &_witness);
-    IAssetFolderMutable* top = pst->GetStoreRootFolderMutable();
-    if (opened != OperationResultCode::Completed || !top || !_pst->IsOpen()) {
-      pst->Release();
-      FailToOpen(mapiRun.status());
-      return false;
-    }
+    IAssetFolderMutable* top = _writing.Open();
+    if (!top) return false;
     _witness.BeginCopying();
     FolderCopy(_sources.plan(), _record, _witness, _logs, _progress, _interrupt).Run(*top);
-    pst->Release();
-    _witness.Settle();
-    if (_witness.DestinationFailed())
-      FailWithReason(RunProblem::kPstNotWritten, "could not be written");
+    _writing.Close();
     return true;
-  }
-
-  // Mail put into a calendar would make it a mail folder.
-  bool AvoidForeignFolders() {
-    auto foreign = ForeignFolders::In(_claim.path());
-    if (!foreign.ok()) return Fail(RunProblem::kPstNotOpened, foreign.status().message());
-    _sources.plan().Avoid(*foreign);
-    _record.renamed = _sources.plan().renamed();
-    return true;
-  }
-
-  void SetOptions() {
-    mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
-    builtin.sizeLimit = _options.sizeLimit;
-    builtin.files = _claim.files();
-    builtin.newStoreUnfinished = true;
-    builtin.newStoreName = platform::StemOfPath(_destination.path);
-    mapi::SetBuiltinOptions(builtin);
   }
 
   // The last step, when no MAPI has the PST open any more: finished, it takes its own name.
@@ -194,29 +154,6 @@ class Conversion {
       _record.Fail(RunProblem::kNameNotTaken, finished.message());
     }
     if (_claim.Abandon(_record.Written() == 0)) _record.partial = _claim.path();
-  }
-
-  void MakeAccount(IAssetStoreMutable& pst) {
-    const bool builtin = _options.mapi == MapiChoice::kBuiltin;
-    _pst = builtin ? BuiltinAccount(_claim.path()) : SystemAccount(_claim.path());
-    _witness.Watch(*_pst);
-    engine::ObserveDestination(pst, &_witness);
-    if (_options.keep.state) engine::InsertItemStep(pst, &_stateStep);
-  }
-
-  // With the system's MAPI the engine says in its own words that it found none; what is known about
-  // the reason, and what can be done about it, comes after.
-  void FailToOpen(const Status& mapiStatus) {
-    const std::string message = _witness.EngineMessage();
-    if (message.empty()) return FailWithReason(RunProblem::kPstNotOpened, "could not be opened");
-    const std::string reason =
-        mapiStatus.ok() ? _pst->Reason() + ". " + mapi::SystemMapiAdvice() : mapiStatus.message();
-    Fail(RunProblem::kPstNotOpened, message + " " + reason);
-  }
-
-  void FailWithReason(RunProblem problem, std::string_view otherwise) {
-    Fail(problem,
-         _witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise)));
   }
 
   bool Fail(const Status& status) {
@@ -242,14 +179,14 @@ class Conversion {
   platform::StageTimes _times;
   DestinationClaim _claim;
   std::optional<OutlookTurn> _turn;
-  std::unique_ptr<PstAccount> _pst;
   Logs _logs;
   Outputs _outputs;
   Witness _witness;
-  carry::StateStep _stateStep{_witness};
   Progress _progress;
   // After the witness, which its stores tell.
   SourceOpening _sources;
+  PstWriting _writing{_options, _destination, _claim,   _sources.plan(),
+                      _record,  _witness,     _progress};
 };
 
 }  // namespace

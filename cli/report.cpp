@@ -28,6 +28,8 @@ void Path(JsonWriter& json, std::string_view key, const std::vector<std::u16stri
   json.EndArray();
 }
 
+// Each list is written with all its fields, empty or not, so that a query never meets a missing
+// key.
 class ReportWriter {
  public:
   explicit ReportWriter(const ConversionRecord& record) : _record(record) {}

@@ -231,7 +231,11 @@ HRESULT Attachment::SaveChanges(ULONG ulFlags) {
     // What a failed save has given back cannot be saved again.
     if (Failed(_failure)) return _failure;
     const bool changed = !_saved || _properties.modified() || _embedded;
-    if (changed) _failure = WriteOut();
+    if (changed) {
+      // Stays when an exception leaves it half done.
+      _failure = MAPI_E_NOT_ENOUGH_MEMORY;
+      _failure = WriteOut();
+    }
     if (Failed(_failure)) return _failure;
     if (EndsWriting(ulFlags)) _writable = false;
     return S_OK;

@@ -107,6 +107,7 @@ HRESULT Message::Find(ULONG id, Value& value) {
   if (_properties.set().FindId(static_cast<std::uint16_t>(id)) || _properties.IsRemoved(id)) {
     return _properties.Find(id, reader, value);
   }
+  // A message is a draft until it is saved with flags that say otherwise.
   if (IsNew() && id == PropId(PR_MESSAGE_FLAGS)) {
     value.SetScalar(PR_MESSAGE_FLAGS, MSGFLAG_UNSENT | MSGFLAG_UNMODIFIED);
     return S_OK;

@@ -27,6 +27,8 @@ HRESULT Message::SaveChanges(ULONG ulFlags) {
     if (changed) {
       const HRESULT unchanged = CheckUnchanged((ulFlags & FORCE_SAVE) != 0);
       if (Failed(unchanged)) return unchanged;
+      // Stays when an exception leaves it half done.
+      _failure = MAPI_E_NOT_ENOUGH_MEMORY;
       _failure = WriteOut();
     }
     if (Failed(_failure)) return _failure;
@@ -35,6 +37,8 @@ HRESULT Message::SaveChanges(ULONG ulFlags) {
   });
 }
 
+// The file has no versions: that somebody else has saved the message since shows in its blocks,
+// which are never written anew in place.
 HRESULT Message::CheckUnchanged(bool force) {
   if (IsNew() || IsEmbedded()) return S_OK;
   auto current = _place.core->store()->OpenMessage(_place.node);
@@ -52,6 +56,9 @@ HRESULT Message::CheckUnchanged(bool force) {
   return S_OK;
 }
 
+// In the order of what can still be undone: blocks that nothing refers to yet are given back when a
+// later step fails; with InsertMessage or ReplaceMessage, the last of them, the message is the
+// folder's. WriteMessage takes what it is handed, whether it succeeds or not.
 HRESULT Message::WriteOut() {
   StoreCore& core = *_place.core;
   pstfile::PstStore& store = *core.store();

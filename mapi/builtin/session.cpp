@@ -202,6 +202,8 @@ class Session final : public Object<IMAPISession> {
   }
 
   // Closes the files whatever objects still live; these fail from now on.
+  // The files are closed at log-off, whatever objects of them still live: what a caller forgot to
+  // release must not keep a PST locked and its last commit undone.
   HRESULT End() {
     if (_ended) return S_OK;
     _ended = true;

@@ -132,6 +132,7 @@ class Table final : public Object<IMAPITable> {
     return S_OK;
   }
   HRESULT PARVANE_STDCALL SortTable(SSortOrderSet*, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  // Rows come in the file's order, which is no order of columns.
   HRESULT PARVANE_STDCALL QuerySortOrder(SSortOrderSet** lppSortCriteria) override {
     return Guarded([&]() -> HRESULT {
       if (!ClearOut(lppSortCriteria)) return MAPI_E_INVALID_PARAMETER;
@@ -240,6 +241,8 @@ class Table final : public Object<IMAPITable> {
     return S_OK;
   }
 
+  // Each row's values are one chain, which the caller frees row by row (FreeProws). A cell that
+  // cannot be read is an error value in its place: the others are wanted all the same.
   HRESULT ReadRow(ULONG index, SRow& row) {
     if (const HRESULT result = _rows->Select(index); Failed(result)) return result;
     Chain chain;

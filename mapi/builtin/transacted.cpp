@@ -89,6 +89,7 @@ HRESULT TransactedProperties::TakeLarge(PropTag tag, std::span<const std::byte> 
   return TakeIntoFile(tag, [&](pstfile::ValueWriter& writer) { return writer.Append(bytes); });
 }
 
+// Piece by piece, since as a whole it would take three times its size.
 HRESULT TransactedProperties::TakeLargeAscii(PropTag tag, std::string_view text) {
   return TakeIntoFile(tag, [&](pstfile::ValueWriter& writer) {
     constexpr std::size_t kPiece = 64 * 1024;
@@ -122,6 +123,7 @@ void TransactedProperties::SetStored(ULONG tag, const pstfile::StoredValue& stor
   ++_storedValues;
 }
 
+// What the file has is only marked: the list of what is removed is applied when all is assembled.
 HRESULT TransactedProperties::Remove(ULONG id, PropertyReader* base) {
   const auto shortId = static_cast<std::uint16_t>(id);
   const bool wasInFile = base != nullptr && base->TagOf(shortId).has_value() && !IsRemoved(id);
@@ -190,6 +192,8 @@ void TransactedProperties::ListTags(PropertyReader* base, std::vector<ULONG>& ta
   }
 }
 
+// First the file's, then what is removed from them, then what was set: a property that was removed
+// and set again is no longer among the removed (BeforeSetting).
 HRESULT TransactedProperties::Assemble(PropertyReader* base, pstfile::PropertyList& list) {
   if (base == nullptr) {
     list = std::move(_set);
@@ -202,6 +206,7 @@ HRESULT TransactedProperties::Assemble(PropertyReader* base, pstfile::PropertyLi
   if (!status.ok()) return _core.Note(status);
   for (const PropTag tag : large) {
     if (_set.FindId(tag.Id()) || IsRemoved(tag.Id())) continue;
+    // A value of its own blocks is counted once more instead of copied: the old version keeps its.
     auto shared = _core.store()->ShareValue(*base, tag);
     if (!shared.ok()) {
       _core.store()->Abandon(list);
@@ -234,6 +239,7 @@ HRESULT TransactedProperties::Assemble(PropertyReader* base, pstfile::PropertyLi
         break;
     }
   }
+  // The stored values are the list's now, and not to be given back.
   _set.Clear();
   _removed.clear();
   _storedValues = 0;

@@ -63,6 +63,7 @@ class OutOfMemory : public SessionTest {
   Disk disk;
   const std::string data = std::string(40'000, 'd');  // the caller has the memory that he needs
   HRESULT told = S_OK;                                // the first failure
+  bool savedLater = false;
 
   bool Note(HRESULT result) {
     if (Failed(result) && !Failed(told)) told = result;
@@ -110,7 +111,10 @@ class OutOfMemory : public SessionTest {
     Note(Set(*message, AnsiValue(PR_BODY_A, "text")));
     AddRecipient(*message);
     AddAttachments(*message);
-    Note(message->SaveChanges(KEEP_OPEN_READWRITE));
+    const bool whole = !Failed(told);
+    // What a save that failed has left must not pass for the message.
+    if (!Note(message->SaveChanges(KEEP_OPEN_READWRITE)))
+      savedLater = whole && Succeeded(message->SaveChanges(KEEP_OPEN_READWRITE));
     ULONG flags = 0;
     Note(store->StoreLogoff(&flags));
   }
@@ -141,7 +145,7 @@ class OutOfMemory : public SessionTest {
     ASSERT_TRUE(checked.ok()) << checked.status().message();
     EXPECT_EQ(checked->errors, 0u) << found.text;
     EXPECT_GE(checked->messages, 1u);
-    if (Failed(told)) return;
+    if (Failed(told) && !savedLater) return;
     EXPECT_EQ(checked->messages, 2u);
     EXPECT_EQ(checked->attachments, 2u);
   }
@@ -163,6 +167,7 @@ TEST_F(OutOfMemory, WhereverItComesTheFileIsSoundAndTheCallerKnows) {
     disk[path] = before;
     LogOn();
     told = S_OK;
+    savedLater = false;
     g_countdown = nth;
     Write();
     Read();
