@@ -71,6 +71,10 @@ EntryWords Words(const ConversionRecord&, const ReadFailure& failure) {
           About(failure.path, failure.reason)};
 }
 
+EntryWords Words(const ConversionRecord&, const UnusedIndex& index) {
+  return {PathForDisplay(index.path), std::string(KindOf(index)), index.detail};
+}
+
 EntryWords Words(const ConversionRecord&, const RenamedFolder& renamed) {
   return {fmt::format("\"{}\" is now {}", platform::Utf16ToUtf8(renamed.wanted),
                       FolderPath(renamed.path)),

@@ -82,6 +82,13 @@ struct SkippedPath {
   std::string detail;
 };
 
+// The marks of a folder's messages are not those of its index.
+struct UnusedIndex {
+  std::u16string path;
+  engine::IndexFault fault{};
+  std::string detail;
+};
+
 struct ReadFailure {
   std::u16string path;
   std::uint64_t offset = 0;
@@ -140,6 +147,7 @@ struct ConversionRecord {
   Listing<SkippedPath> passedOver;  // one would expect some, and there is none
   Listing<SkippedPath> otherFiles;  // nobody would expect any
   std::vector<ReadFailure> readFailures;
+  std::vector<UnusedIndex> unusedIndexes;
   std::vector<std::u16string> profilesInUse;  // Thunderbird was at work on them
   std::vector<RenamedFolder> renamed;
   Listing<FolderRefusal> folderRefusals;
@@ -194,6 +202,7 @@ inline std::string_view KindOf(const FailedMessage& entry) { return ReasonOf(ent
 inline std::string_view KindOf(const SuspectedSeparator& entry) {
   return ReasonOf(entry.reason).text;
 }
+inline std::string_view KindOf(const UnusedIndex& entry) { return ReasonOf(entry.fault).text; }
 inline std::string_view KindOf(const SkippedPath& entry) { return ReasonOf(entry.reason).text; }
 inline std::string_view KindOf(const LeftOutPart& entry) {
   if (entry.part.contentType.empty()) return "a part without a type";
@@ -216,6 +225,7 @@ EntryWords Words(const ConversionRecord& record, const LeftOutPart& part);
 EntryWords Words(const ConversionRecord& record, const MessageRemark& remark);
 EntryWords Words(const ConversionRecord& record, const SkippedPath& path);
 EntryWords Words(const ConversionRecord& record, const ReadFailure& failure);
+EntryWords Words(const ConversionRecord& record, const UnusedIndex& index);
 EntryWords Words(const ConversionRecord& record, const RenamedFolder& renamed);
 EntryWords Words(const ConversionRecord& record, const FolderRefusal& refusal);
 EntryWords Words(const ConversionRecord& record, const ContinuedFolder& folder);

@@ -72,6 +72,22 @@ Reason ReasonOf(SuspiciousSeparatorReason reason) {
   return {"other", "unusual"};
 }
 
+Reason ReasonOf(engine::IndexFault fault) {
+  switch (fault) {
+    case engine::IndexFault::kMissing:
+      return {"index-missing",
+              "there is none: whether its messages were read is not known, and they "
+              "come as unread"};
+    case engine::IndexFault::kStale:
+      return {"index-stale", "is not about the mailbox as it is now"};
+    case engine::IndexFault::kUnreadable:
+      return {"index-unreadable", "cannot be read"};
+    case engine::IndexFault::kTooLarge:
+      return {"index-too-large", "lists more than is believed"};
+  }
+  return {"other", "not used"};
+}
+
 Reason ReasonOf(FailureKind kind) {
   switch (kind) {
     case FailureKind::kNotParsed:

@@ -44,6 +44,7 @@ struct Reason {
 
 Reason ReasonOf(engine::SkipReason reason);
 Reason ReasonOf(engine::SuspiciousSeparatorReason reason);
+Reason ReasonOf(engine::IndexFault fault);
 Reason ReasonOf(FailureKind kind);
 // Without words, which come with the status.
 std::string_view CodeOf(platform::StatusCode code);

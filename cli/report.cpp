@@ -53,6 +53,7 @@ class ReportWriter {
     Separators();
     Skipped();
     ReadFailures();
+    UnusedIndexes();
     ProfilesInUse();
     Renamed();
     FolderRefusals();
@@ -249,6 +250,19 @@ class ReportWriter {
       _json.Key("path").String(PathForDisplay(entry.path));
       _json.Key("offset").Number(entry.offset);
       Code(CodeOf(entry.code), entry.reason);
+      _json.EndObject();
+    }
+    _json.EndArray();
+  }
+
+  void UnusedIndexes() {
+    _json.Key("indexesNotUsed").BeginArray();
+    for (const UnusedIndex& entry : _record.unusedIndexes) {
+      _json.BeginObject();
+      _json.Key("path").String(PathForDisplay(entry.path));
+      const Reason reason = ReasonOf(entry.fault);
+      Code(reason.code, reason.text);
+      _json.Key("detail").String(entry.detail);
       _json.EndObject();
     }
     _json.EndArray();

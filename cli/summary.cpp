@@ -126,6 +126,7 @@ class SummaryWriter {
     List(_record.leftOutParts, "Parts left out of their messages");
     for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
       List(_record.remarks[i], WordsOf(static_cast<engine::RemarkKind>(i)).heading);
+    List(_record.unusedIndexes, "Folders whose index was not used for their messages' marks");
     List(_record.renamed, "Renamed folders");
     List(_record.folderRefusals, "Folders made without what the PST refused");
     List(_record.continued, "Folders that are full");

@@ -273,6 +273,13 @@ void Witness::ProfileInUse(const std::u16string& profile) {
   _logs.Both("CHECK: " + InUseText(profile));
 }
 
+void Witness::IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
+                           const platform::Status& status) {
+  const UnusedIndex unused{std::u16string(index), fault, status.message()};
+  _logs.Both("CHECK: index not used: " + Describe(_record, unused));
+  _record.unusedIndexes.push_back(unused);
+}
+
 void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
                          const platform::Status& status) {
   const ReadFailure failure{DiskPath(folder), offset, status.code(), status.message()};

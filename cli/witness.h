@@ -67,6 +67,8 @@ class Witness : public engine::SourceObserver,
                           engine::SuspiciousSeparatorReason reason, std::string_view line) override;
   void PathSkipped(std::u16string_view path, engine::SkipReason reason,
                    const platform::Status& status) override;
+  void IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
+                    const platform::Status& status) override;
   void ReadFailed(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
                   const platform::Status& status) override;
   void MessageNotParsed(const engine::MessageLocation& message,

@@ -26,6 +26,7 @@ namespace parvane::engine {
 // Who says so. Where several do, the first of this list that knows is believed (docs/state.md).
 enum class StateOrigin {
   kNobody,
+  kIndex,           // Thunderbird's index beside the mailbox
   kMozillaHeaders,  // X-Mozilla-Status, X-Mozilla-Status2, X-Mozilla-Keys
   kStatusHeaders,   // Status, X-Status, X-Keywords, X-Label
   kLabels,          // X-Gmail-Labels

@@ -55,6 +55,14 @@ enum class SkipReason {
   kUnusableSource,         // what was given as a source is none: see the status
 };
 
+// Why the marks of a folder's messages are not those that an index beside the mailbox has.
+enum class IndexFault {
+  kMissing,     // there is none, and of a copy of a server's folder nothing else has them
+  kStale,       // the mailbox has changed since it was written
+  kUnreadable,  // it could not be read, or is no index: see the status
+  kTooLarge,    // it lists more than is believed
+};
+
 // A leaf of a message that ended up in no property of its MAPI message.
 struct UnconvertedPart {
   std::string contentType;
@@ -115,6 +123,9 @@ class SourceObserver {
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
                                   std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,
                                   std::string_view /*line*/) {}
+  // `index` is its path; before the first message of its folder is read.
+  virtual void IndexNotUsed(std::u16string_view /*index*/, IndexFault /*fault*/,
+                            const platform::Status& /*status*/) {}
   virtual void PathSkipped(std::u16string_view /*path*/, SkipReason /*reason*/,
                            const platform::Status& /*status*/) {}
   // The file could not be opened, reading broke off at `offset`, or the file became shorter or

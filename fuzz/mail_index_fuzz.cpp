@@ -1,16 +1,29 @@
-// The index that stands beside a mailbox.
+// The index that stands beside a mailbox, as a whole file.
 #include <cstdint>
 #include <string_view>
 
 #include "fuzz/expect.h"
-#include "sources/mail_index.h"
+#include "sources/state/thunderbird_index.h"
 #include "tests/support/memory_input_stream.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view index(reinterpret_cast<const char*>(data), size);
-  const auto lists = [&](std::size_t step) {
-    return parvane::sources::IndexListsMessages(*parvane::platform::MemoryInputStream(index, step));
+  using namespace parvane;
+  using sources::ThunderbirdIndex;
+  const std::string_view file(reinterpret_cast<const char*>(data), size);
+  const auto read = [&](std::size_t step) {
+    return ThunderbirdIndex::Read(
+        [=] { return platform::Result(platform::MemoryInputStream(file, step)); });
   };
-  Expect(lists(0) == lists(1), "byte by byte gives the same answer");
+  const auto whole = read(0), bytewise = read(1);
+  Expect(whole.ok() == bytewise.ok(), "byte by byte it is as readable");
+  if (!whole.ok()) return 0;
+  Expect(whole->rows().size() == bytewise->rows().size(), "byte by byte it lists as much");
+  for (std::size_t i = 0; i < whole->rows().size(); ++i) {
+    const ThunderbirdIndex::Row& row = whole->rows()[i];
+    Expect(row.flags == bytewise->rows()[i].flags, "and says the same");
+    Expect(whole->KeywordsOf(row) == bytewise->KeywordsOf(bytewise->rows()[i]), "in all columns");
+    Expect(row.offset == ThunderbirdIndex::kNowhere || whole->At(row.offset) != nullptr,
+           "a row is found where it stands");
+  }
   return 0;
 }

@@ -78,14 +78,18 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::QueryAsset() {
 
 std::optional<engine::MessageLocation> MBOXAssetFolder::ReadMessage() {
   engine::SourceObserver* observer = Observer();
-  std::uint64_t offset = 0;
+  // Who wants to know where a message stands sees the separators.
+  const bool watched = observer || StateWishes();
   if (!_message || _message.use_count() > 1)
     _message = std::make_shared<parvane::sources::MessageBuffer>();
   _message->clear();
   // Nothing between two separators is no message; reading goes on behind it.
   do {
-    offset =
-        parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message, observer ? this : nullptr);
+    _place.separator = _nextSeparator.value_or(0);
+    _nextSeparator.reset();
+    _place.begin =
+        parvane::sources::ScanMboxMessage(*_mboxFileStreamP, *_message, watched ? this : nullptr);
+    _place.end = _nextSeparator.value_or(_mboxFileStreamP->Position());
   } while (_message->empty() && _message->lost() == 0 && !_mboxFileStreamP->Buffer().empty());
 
   if (observer && !_mboxFileStreamP->status().ok()) ReportBreak(_mboxFileStreamP->status());
@@ -94,7 +98,7 @@ std::optional<engine::MessageLocation> MBOXAssetFolder::ReadMessage() {
     Close();
     return std::nullopt;
   }
-  return engine::MessageLocation{this, _messageIndex++, offset,
+  return engine::MessageLocation{this, _messageIndex++, _place.begin,
                                  _message->size() + _message->lost()};
 }
 
@@ -102,8 +106,8 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
   if (!EnsureOpen() || !_mboxFileStreamP) return nullptr;
   engine::SourceObserver* observer = Observer();
   while (const auto location = ReadMessage()) {
-    auto state = StateInHand(*location);
-    if (state && state->deleted.Is(true) && EngineStore()->StateWishes()->skipDeleted) {
+    auto state = StateInHand();
+    if (state && state->deleted.Is(true) && StateWishes()->skipDeleted) {
       if (observer) observer->DeletedMessageSkipped(*location, _message->view());
       continue;
     }
@@ -121,18 +125,21 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
   return nullptr;
 }
 
-engine::MessageState MBOXAssetFolder::StateOf(const engine::MessageLocation&,
+engine::MessageState MBOXAssetFolder::StateOf(const parvane::sources::MessagePlace&,
                                               std::string_view bytes,
                                               const engine::StateWishes& wishes) {
   return parvane::sources::StateInHeader(bytes, parvane::sources::MailboxWriter::kOther, wishes);
 }
 
-std::unique_ptr<engine::MessageState> MBOXAssetFolder::StateInHand(
-    const engine::MessageLocation& message) {
+const engine::StateWishes* MBOXAssetFolder::StateWishes() const {
   const AssetStoreBase* store = EngineStore();
-  const engine::StateWishes* wishes = store ? store->StateWishes() : nullptr;
+  return store ? store->StateWishes() : nullptr;
+}
+
+std::unique_ptr<engine::MessageState> MBOXAssetFolder::StateInHand() {
+  const engine::StateWishes* wishes = StateWishes();
   if (!wishes) return nullptr;
-  return std::make_unique<engine::MessageState>(StateOf(message, _message->view(), *wishes));
+  return std::make_unique<engine::MessageState>(StateOf(_place, _message->view(), *wishes));
 }
 
 void MBOXAssetFolder::ReportBreak(const platform::Status& why) {
@@ -155,6 +162,7 @@ void MBOXAssetFolder::ReportChangeOfSize() {
 
 void MBOXAssetFolder::SeparatorFound(std::uint64_t offset, std::string_view line,
                                      bool afterEmptyLine) {
+  _nextSeparator = offset;
   const bool hasDate = parvane::sources::SeparatorHasDate(line);
   engine::SourceObserver* observer = Observer();
   if (!observer || (hasDate && afterEmptyLine)) return;
@@ -174,6 +182,7 @@ void MBOXAssetFolder::ResetQuery() {
   Close();
   _mboxFileOpened = false;
   _messageIndex = 0;
+  _nextSeparator.reset();
   _readErrorReported = false;
 }
 

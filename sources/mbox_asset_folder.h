@@ -38,19 +38,20 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   // Opens the file for shared reading.
   virtual parvane::platform::Result<std::unique_ptr<parvane::platform::InputStream>> OpenMbox();
   // What there is to know of a message beside its bytes.
-  virtual parvane::engine::MessageState StateOf(const parvane::engine::MessageLocation& message,
+  virtual parvane::engine::MessageState StateOf(const parvane::sources::MessagePlace& place,
                                                 std::string_view bytes,
                                                 const parvane::engine::StateWishes& wishes);
+  parvane::engine::SourceObserver* Observer() const;
 
  private:
-  parvane::engine::SourceObserver* Observer() const;
+  // Null when nobody asks for the messages' state.
+  const parvane::engine::StateWishes* StateWishes() const;
   bool EnsureOpen();
   std::unique_ptr<IAssetQueryResult> NextAsset();
   // Reads the next message; nothing at the end of the file.
   std::optional<parvane::engine::MessageLocation> ReadMessage();
   // The state of the message in hand; null when nobody asks for it.
-  std::unique_ptr<parvane::engine::MessageState> StateInHand(
-      const parvane::engine::MessageLocation& message);
+  std::unique_ptr<parvane::engine::MessageState> StateInHand();
   void Close();
   void ReportBreak(const parvane::platform::Status& why);
   void ReportChangeOfSize();
@@ -61,9 +62,11 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   bool _mboxFileOpened = false;  // also at the end, when the stream is gone again
   // One buffer for all messages: a new one is made only when an item keeps the last one's.
   std::shared_ptr<parvane::sources::MessageBuffer> _message;
-  std::shared_ptr<std::string> _header;  // the same for repaired headers
-  std::int64_t _messageIndex = 0;        // of the next message
-  std::int64_t _sizeAtStart = 0;         // of the file when it was opened
+  std::shared_ptr<std::string> _header;         // the same for repaired headers
+  parvane::sources::MessagePlace _place;        // of the message in hand
+  std::optional<std::uint64_t> _nextSeparator;  // seen behind it
+  std::int64_t _messageIndex = 0;               // of the next message
+  std::int64_t _sizeAtStart = 0;                // of the file when it was opened
   bool _readErrorReported = false;
 };
 

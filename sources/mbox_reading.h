@@ -44,6 +44,13 @@ void ScanMBOXStream(parvane::platform::InputStream* stream, ByteVector& message)
 
 namespace parvane::sources {
 
+// Where a message stands in the mailbox.
+struct MessagePlace {
+  std::uint64_t separator = 0;  // of the line in front of it
+  std::uint64_t begin = 0;      // its first byte
+  std::uint64_t end = 0;        // behind its last, the empty line in front of the next included
+};
+
 // Sees the separators that end messages.
 class SeparatorWatcher {
  public:

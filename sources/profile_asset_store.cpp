@@ -5,7 +5,7 @@
 #include "platform/file.h"
 #include "platform/path.h"
 #include "sources/source_walk.h"
-#include "sources/state/header_state.h"
+#include "sources/state/mailbox_index.h"
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -22,11 +22,27 @@ bool HasExtension(std::u16string_view name) { return platform::ExtensionOfPath(n
 
 }  // namespace
 
-parvane::engine::MessageState TBAssetFolder::StateOf(const parvane::engine::MessageLocation&,
+TBAssetFolder::TBAssetFolder(NullableString folderDiskPath, NullableString folderNameOverride,
+                             IAssetStore* ownerStore, AssetFolderBase* parentFolder)
+    : MBOXAssetFolder(std::move(folderDiskPath), std::move(folderNameOverride), ownerStore,
+                      parentFolder) {}
+
+TBAssetFolder::~TBAssetFolder() = default;
+
+parvane::engine::MessageState TBAssetFolder::StateOf(const parvane::sources::MessagePlace& place,
                                                      std::string_view bytes,
                                                      const parvane::engine::StateWishes& wishes) {
-  return parvane::sources::StateInHeader(bytes, parvane::sources::MailboxWriter::kThunderbird,
-                                         wishes);
+  if (!_index) {
+    _index = std::make_unique<parvane::sources::MailboxIndex>(FolderDiskPath().value_or(u""));
+    if (_index->fault() && Observer())
+      Observer()->IndexNotUsed(_index->path(), *_index->fault(), _index->status());
+  }
+  return _index->StateOf(place, bytes, wishes);
+}
+
+void TBAssetFolder::ResetQuery() {
+  _index.reset();
+  MBOXAssetFolder::ResetQuery();
 }
 
 TBAssetStore::TBAssetStore(NullableString storeRootDiskPath, NullableString storeName)

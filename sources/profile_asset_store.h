@@ -8,8 +8,9 @@
 #include "sources/mbox_asset_folder.h"
 
 namespace parvane::sources {
+class MailboxIndex;
 class SourceWalk;
-}
+}  // namespace parvane::sources
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -17,14 +18,19 @@ namespace QuelmarMIMEEngineCommon {
 class TBAssetFolder : public MBOXAssetFolder {
  public:
   TBAssetFolder(NullableString folderDiskPath, NullableString folderNameOverride,
-                IAssetStore* ownerStore, AssetFolderBase* parentFolder)
-      : MBOXAssetFolder(std::move(folderDiskPath), std::move(folderNameOverride), ownerStore,
-                        parentFolder) {}
+                IAssetStore* ownerStore, AssetFolderBase* parentFolder);
+  ~TBAssetFolder() override;
+
+  void ResetQuery() override;
 
  protected:
-  parvane::engine::MessageState StateOf(const parvane::engine::MessageLocation& message,
+  // Of the mailbox and the index beside it.
+  parvane::engine::MessageState StateOf(const parvane::sources::MessagePlace& place,
                                         std::string_view bytes,
                                         const parvane::engine::StateWishes& wishes) override;
+
+ private:
+  std::unique_ptr<parvane::sources::MailboxIndex> _index;  // from the first message to the last
 };
 
 class TBAssetStore : public AssetStoreBase {

@@ -8,7 +8,7 @@
 #include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
-#include "sources/mail_index.h"
+#include "sources/state/thunderbird_index.h"
 
 namespace parvane::sources {
 
@@ -183,7 +183,7 @@ void SourceWalk::SkippedByName(std::u16string_view path) const {
       // One stands beside every mailbox of a profile.
       if (engine::HasExtension(path, u".msf")) {
         if (!_way.back().HasLink(platform::StemOfPath(path)) && IsIndexAlone(path) &&
-            IndexListsMessages(path))
+            IndexListsMessages(OpenerOf(std::u16string(path))))
           Skipped(path, SkipReason::kNotDownloaded);
       } else {
         Skipped(path, engine::IsNamedLikeAnArchive(path) ? SkipReason::kCompressed

@@ -55,6 +55,13 @@ void ReadMozilla(const StateHeaders& headers, const StateWishes& wishes, Message
   LearnCategories(categories, kOrigin, state);
 }
 
+void ReadCopy(const StateHeaders& headers, MessageState& state) {
+  const auto status = Hex(headers.Raw(StateField::kMozillaStatus), 4);
+  MessageState told;
+  if (status) ReadMozillaFlags(*status, StateOrigin::kMozillaHeaders, told);
+  if (told.deleted.Is(true)) state.deleted.Learn(true, StateOrigin::kMozillaHeaders);
+}
+
 void ReadStatus(const StateHeaders& headers, MailboxWriter writer, MessageState& state) {
   constexpr auto kOrigin = StateOrigin::kStatusHeaders;
   const std::string_view status = headers.Raw(StateField::kStatus);
@@ -127,15 +134,23 @@ void ReadImportance(const StateHeaders& headers, MessageState& state) {
 
 }  // namespace
 
+void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer, const StateWishes& wishes,
+                     MessageState& state) {
+  if (writer == MailboxWriter::kThunderbirdCopy) {
+    ReadCopy(headers, state);
+  } else {
+    ReadMozilla(headers, wishes, state);
+    ReadStatus(headers, writer, state);
+    ReadKeywordHeaders(headers, wishes, state);
+  }
+  if (headers.Has(StateField::kGmailLabels)) ReadGmailLabels(headers.GmailLabels(), state);
+  ReadImportance(headers, state);
+}
+
 MessageState StateInHeader(std::string_view message, MailboxWriter writer,
                            const StateWishes& wishes) {
   MessageState state;
-  const StateHeaders headers(message);
-  ReadMozilla(headers, wishes, state);
-  ReadStatus(headers, writer, state);
-  ReadKeywordHeaders(headers, wishes, state);
-  if (headers.Has(StateField::kGmailLabels)) ReadGmailLabels(headers.GmailLabels(), state);
-  ReadImportance(headers, state);
+  ReadHeaderState(StateHeaders(message), writer, wishes, state);
   return state;
 }
 

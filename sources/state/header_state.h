@@ -4,12 +4,22 @@
 #include <string_view>
 
 #include "engine/message_state.h"
+#include "sources/state/state_headers.h"
 
 namespace parvane::sources {
 
-// Who wrote the mailbox: Thunderbird takes "Status: O" for read, others for seen and not read.
-enum class MailboxWriter { kThunderbird, kOther };
+// Who wrote the mailbox.
+enum class MailboxWriter {
+  kThunderbird,  // takes "Status: O" for read, others for seen and not read
+  // Thunderbird again, copying from a server: it marks every message as read, and changes none of
+  // it but "deleted".
+  kThunderbirdCopy,
+  kOther,
+};
 
+// Adds what the header of `message` tells to what is known already.
+void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer,
+                     const engine::StateWishes& wishes, engine::MessageState& state);
 engine::MessageState StateInHeader(std::string_view message, MailboxWriter writer,
                                    const engine::StateWishes& wishes);
 

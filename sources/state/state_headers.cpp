@@ -28,6 +28,7 @@ constexpr Name kNames[] = {
     {"x-msmail-priority", StateField::kXMsMailPriority},
     {"priority", StateField::kPriority},
     {"received", StateField::kReceived},
+    {"message-id", StateField::kMessageId},
 };
 constexpr std::size_t kLongestName = std::string_view("x-mozilla-draft-info").size();
 // More than anybody writes.
@@ -37,7 +38,8 @@ bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 std::optional<StateField> FieldOf(std::string_view line) {
   const char first = platform::AsciiToLower(line.front());
-  if (first != 'x' && first != 's' && first != 'r' && first != 'p' && first != 'i') return {};
+  if (first != 'x' && first != 's' && first != 'r' && first != 'p' && first != 'i' && first != 'm')
+    return {};
   std::size_t length = line.substr(0, kLongestName + 2).find(':');
   if (length == line.npos) return {};
   while (length > 0 && IsBlank(line[length - 1])) --length;

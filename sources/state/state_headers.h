@@ -24,8 +24,9 @@ enum class StateField : std::size_t {
   kXMsMailPriority,
   kPriority,
   kReceived,
+  kMessageId,
 };
-inline constexpr std::size_t kStateFields = static_cast<std::size_t>(StateField::kReceived) + 1;
+inline constexpr std::size_t kStateFields = static_cast<std::size_t>(StateField::kMessageId) + 1;
 
 class StateHeaders {
  public:

@@ -137,6 +137,29 @@ class GeneratedProfiles(PstTest):
         self.convert(source, pst)
         return [i for f in self.listing(pst, '--messages')['folders'] for i in f['items']]
 
+    def test_marks_in_indexes_of_a_profile(self):
+        for tag in ('tag1', 'tag2'):
+            out, expected = self.generated('thunderbird', tag)
+            pst = self.folder / f'{tag}.pst'
+            account = self.convert(out, pst)
+            items = {i['subject']: i for f in self.listing(pst, '--messages')['folders'] for i in f['items']}
+            for folder in ('INBOX', 'Archive', 'Hashed', 'NoMsf'):
+                for number, wanted in enumerate(expected[folder], 1):
+                    item = items[f'{tag} {folder} {number}']
+                    importance = {'lowest': 'low', 'highest': 'high'}.get(wanted['priority'], wanted['priority'])
+                    # Of two verbs one is shown.
+                    forwarded = wanted['forwarded'] and not wanted['replied']
+                    extra = ['Junk'] * wanted['junk'] + ['Deleted'] * wanted['deleted']
+                    read = wanted['read'] or (wanted['deleted'] and not item['unread'])
+                    self.assertEqual(
+                        (item['unread'], item['replied'], item['forwarded'], item['flag'] == 'flagged',
+                         item['importance'], sorted(item['categories'])),
+                        (not read, wanted['replied'], forwarded, wanted['starred'], importance,
+                         sorted(wanted['tags'] + extra)), wanted)
+            self.assertEqual([i['code'] for i in account['indexesNotUsed']], ['index-stale'])
+            kept = self.convert('--overwrite', '--skip-deleted', out, pst)['totals']
+            self.assertEqual(kept['deletedSkipped'], 3)
+
     def test_status_headers(self):
         out, expected = self.generated('folders')
         items = [i for i in self.converted(out / 'mbox' / 'status') if 'INTERNAL DATA' not in i['subject']]

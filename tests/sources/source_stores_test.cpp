@@ -6,10 +6,10 @@
 #include "engine/source_observer.h"
 #include "platform/path.h"
 #include "platform/text.h"
-#include "sources/mail_index.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/mbox_email_asset.h"
 #include "sources/profile_asset_store.h"
+#include "sources/state/thunderbird_index.h"
 #include "tests/support/memory_input_stream.h"
 #include "tests/support/temporary_folder.h"
 
@@ -193,8 +193,8 @@ TEST(MailIndex, ListsMessagesOrNot) {
       {false, "<(80=ns:msg:db:row:scope:msgs:all)>{1:^80 11 }"},
   };
   for (const auto& [lists, index] : cases) {
-    const auto stream = platform::MemoryInputStream(index);
-    EXPECT_EQ(parvane::sources::IndexListsMessages(*stream), lists) << index;
+    const auto open = [&] { return platform::Result(platform::MemoryInputStream(index)); };
+    EXPECT_EQ(parvane::sources::IndexListsMessages(open), lists) << index;
   }
 }
 
