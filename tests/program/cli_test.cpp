@@ -54,6 +54,7 @@ TEST(Reasons, TheDocumentHasEveryCodeAndNoOther) {
   };
   give([](int i) { return ReasonOf(static_cast<engine::SkipReason>(i)).code; });
   give([](int i) { return ReasonOf(static_cast<engine::SuspiciousSeparatorReason>(i)).code; });
+  give([](int i) { return ReasonOf(static_cast<engine::IndexFault>(i)).code; });
   give([](int i) { return ReasonOf(static_cast<FailureKind>(i)).code; });
   give([](int i) { return WordsOf(static_cast<engine::RemarkKind>(i)).code; });
   give([](int i) { return CodeOf(static_cast<RunProblem>(i)); });
