@@ -29,6 +29,10 @@ struct Listing {
     ++total;
     if (entries.size() < kMostEntriesListed) entries.push_back(std::move(entry));
   }
+  template <typename Which>
+  void Remove(Which which) {
+    total -= std::erase_if(entries, which);
+  }
   bool empty() const { return total == 0; }
 };
 

@@ -108,7 +108,21 @@ class Conversion {
       return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
-    return _sources.Open(*sources) && CheckSpace();
+    if (!_sources.Open(*sources)) return false;
+    ForgetOwnFiles();
+    return CheckSpace();
+  }
+
+  // What this run makes may lie among the mail, and was met there.
+  void ForgetOwnFiles() {
+    for (const std::u16string& own : {_claim.path(), _options.log, _options.detailedLog}) {
+      const auto file = FileSystem::Default().Inspect(own);
+      _record.otherFiles.Remove([&](const SkippedPath& other) {
+        if (platform::FileNameOfPath(other.path) != platform::FileNameOfPath(own)) return false;
+        const auto met = FileSystem::Default().Inspect(other.path);
+        return met.device == file.device && met.identity == file.identity;
+      });
+    }
   }
 
   bool CheckSpace() {

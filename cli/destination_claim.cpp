@@ -116,7 +116,10 @@ Status DestinationClaim::TakePartial() {
     _written = *held;
     return JudgeLeftover(_overwrite);
   }
-  if (held.status().code() != StatusCode::kLocked) return held.status();
+  if (held.status().code() != StatusCode::kLocked)
+    return Refuse(StatusCode::kExists, _path,
+                  "is in the way: the new PST would grow under this name; rename or remove it (" +
+                      held.status().message() + ")");
   return Refuse(
       StatusCode::kLocked, _destination.path,
       "another run is making this PST at this moment, as " + platform::PathForDisplay(_path));

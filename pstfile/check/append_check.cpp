@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "pstfile/check/context.h"
@@ -143,11 +144,11 @@ class WayCheck {
       const NodeId nid(Table::RowId(row));
       if (nid.Kind() == NodeKind::kSearchFolder) return;
       const auto child = _context.image.FindNode(nid);
-      // A folder has one parent, so that none is met twice.
+      // A folder has one parent, so that none is met twice but in a table that lists it twice.
       if (!child || nid.Kind() != NodeKind::kFolder || child->parent != folder.nid ||
-          nid == folder.nid) {
+          nid == folder.nid || !_met.insert(nid.value).second) {
         _context.reporter.Error(codes::kFolderRow, Say(where, ": its table lists ", nid,
-                                                       ", which is no folder below it"));
+                                                       ", which is no folder below it, or twice"));
       } else {
         _below.push_back(nid);
       }
@@ -161,6 +162,7 @@ class WayCheck {
 
   Context& _context;
   std::vector<NodeId> _below;
+  std::unordered_set<std::uint32_t> _met;
 };
 
 }  // namespace

@@ -78,6 +78,14 @@ class Destination(PstTest):
             self.refused(f'{shown(theirs)}: is in the way', '--overwrite', self.few, self.pst)
             self.assertEqual(theirs.read_bytes(), content)
             theirs.unlink()
+        theirs.mkdir()
+        self.refused(f'{shown(theirs)}: is in the way', '--overwrite', self.few, self.pst)
+        theirs.rmdir()
+        # And what is this run's own is not told of as the owner's.
+        self.write('box/in.mbox', mailboxes.many(1))
+        account = self.convert('--log', self.folder / 'box/log', theirs.parent / 'box',
+                               self.folder / 'box/mail.pst')
+        self.assertEqual(account['passedOver'], [])
 
     def test_names_that_are_none_for_a_pst(self):
         for name in ('-', 'box', 'box.ost', '.pst'):
