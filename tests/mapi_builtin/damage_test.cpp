@@ -134,14 +134,19 @@ TEST_F(Damage, IsNotWhatOtherWritersLeave) {
 }
 #endif
 
-TEST(Values, ThatAreNoClsidAreNotCopied) {
-  constexpr ULONG kTag = PropTag(PT_CLSID, 0x6100);
+TEST(Values, OfTheWrongSizeAreNotReadBeyondTheirEnd) {
   for (const std::size_t size : {0u, 15u, 16u, 17u}) {
-    builtin::Value value;
-    value.SetBytes(kTag, std::vector<std::byte>(size));
-    builtin::Chain chain;
-    SPropValue result{};
-    EXPECT_EQ(builtin::ReturnValue(value, kTag, true, 65001, chain, result), size == 16) << size;
+    for (const ULONG type : {PT_CLSID, PT_MV_LONG}) {
+      builtin::Value value;
+      value.SetBytes(PropTag(type, 0x6100), std::vector<std::byte>(size));
+      builtin::Chain chain;
+      SPropValue result{};
+      const bool whole = type == PT_CLSID ? size == 16 : size >= 4;
+      EXPECT_EQ(builtin::ReturnValue(value, value.tag, true, 65001, chain, result), whole) << size;
+      if (type == PT_MV_LONG && whole) {
+        EXPECT_EQ(result.Value.MVl.cValues, size / 4);
+      }
+    }
   }
 }
 

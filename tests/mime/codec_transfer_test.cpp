@@ -179,8 +179,14 @@ TEST(TransferEncoding, IsNamedInManyWays) {
     std::string bytes;
   };
   // Whole or as it comes, to the last byte of what breaks off.
-  const std::pair<TransferEncoding, std::pair<const char*, const char*>> kBodies[] = {
+  std::string longBody = " ", longText;
+  for (int i = 0; i < 60'000; ++i) {
+    longBody += "SGVsbG8h";
+    longText += "Hello!";
+  }
+  const std::pair<TransferEncoding, std::pair<std::string, std::string>> kBodies[] = {
       {kBase64, {"SGVsbG8", "Hello"}},
+      {kBase64, {longBody, longText}},
       {kQuotedPrintable, {"=41=4", "A=4"}},
       {kUuencode, {"begin 644 x\n#0V%T", "Cat"}},
       {kIdentity, {"=41", "=41"}}};

@@ -204,6 +204,10 @@ TEST(Structure, SortsParts) {
        "multipart/mixed\n  text/plain | hi\n  text/x-a; name=A.PEM | 12345\n"
        "  text/x-a; name=b.gtr | 12345\n  text/x-a; name=c.pmi | 12345",
        "plain=hi file=A.PEM:12345 file=b.gtr:12345 file=c.pmi:12345"},
+      {"a signature of the message is no file unless it says so",
+       "multipart/mixed\n  text/plain | hi\n"
+       "  application/pkcs7-signature; name=a.p7s / Content-Disposition: inline | 12345",
+       "plain=hi left=application/pkcs7-signature:5"},
       {"blank parts are nothing", "multipart/mixed\n  text/plain | hi\n  text/plain |      ",
        "plain=hi"},
       {"blank parts with a name are something",

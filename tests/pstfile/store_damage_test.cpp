@@ -161,6 +161,53 @@ TEST_F(StoreDamage, NonsenseInHeapsIsSurvived) {
   }
 }
 
+// A table that cannot be read on may be met in the middle of a change, half of which must not be
+// committed then.
+TEST_F(StoreDamage, WhatBreaksOffInTheMiddleIsGivenUp) {
+  auto opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+  STORE_OK(opened);
+  store = std::move(*opened);
+  const NodeId inbox = *store->FindFolder(store->ipmSubtree(), u"Inbox");
+  std::vector<NodeId> nodes;
+  for (int i = 0; i < 300; ++i) nodes.push_back(Insert(inbox, Message(u"one of many", u"text")));
+  STORE_OK(store->Close());
+  const Bytes whole = memory[kPath];
+  std::size_t brokenOff = 0;
+  for (std::size_t page = 1, pages = 3; page + 1 < pages; ++page) {
+    store.reset();
+    memory[kPath] = whole;
+    auto database = NodeDatabase::Open(memory, kPath, OpenMode::kReadWrite);
+    STORE_OK(database);
+    NodeRecord table = **(*database)->FindNode(inbox.Sibling(NodeKind::kContentsTable));
+    auto bytes = DataTree::Open(**database, table.data)->ReadAll();
+    STORE_OK(bytes);
+    pages = bytes->size() / kMaximumBlockData + 1;
+    (*bytes)[page * kMaximumBlockData + 1] = std::byte{0xFF};  // where the page's map is
+    DataTreeWriter writer(**database);
+    STORE_OK(writer.Append(*bytes));
+    table.data = *writer.Finish();
+    STORE_OK((*database)->PutNode(table));
+    STORE_OK((*database)->Close());
+
+    opened = PstStore::Open(memory, kPath, StoreOpenMode::kReadWrite);
+    STORE_OK(opened);
+    store = std::move(*opened);
+    platform::Status status;
+    for (std::size_t i = 0; i < nodes.size() && status.ok(); ++i) {
+      status = store->DeleteMessage(nodes[i]);
+    }
+    EXPECT_EQ(status.code(), StatusCode::kCorrupt);
+    if (store->status().ok()) continue;  // nothing was changed yet
+    ++brokenOff;
+    EXPECT_EQ(store->Close().code(), StatusCode::kCorrupt);
+    opened = PstStore::Open(memory, kPath, StoreOpenMode::kRead);
+    STORE_OK(opened);
+    store = std::move(*opened);
+    for (const NodeId node : nodes) STORE_OK(store->OpenMessage(node));
+  }
+  EXPECT_GT(brokenOff, 0u);
+}
+
 // ---- Failing disks -----------------------------------------------------------------------------
 
 TEST_F(StoreDamage, AFullDiskKeepsWhatWasComplete) {

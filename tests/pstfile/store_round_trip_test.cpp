@@ -196,8 +196,8 @@ TEST_F(StoreRoundTrip, ChangesAfterReopening) {
   }
 }
 
-// Another program may have left too low a count behind.
-TEST_F(StoreRoundTrip, UnreadMessagesAreNeverLessThanNone) {
+// Another program may have left wrong counts behind.
+TEST_F(StoreRoundTrip, CountsAreMadeRightAndNeverLessThanNone) {
   Create();
   const NodeId inbox = Folder(u"Inbox");
   const NodeId nodes[] = {Insert(inbox, Message(u"one", u"x", 0)),
@@ -208,9 +208,11 @@ TEST_F(StoreRoundTrip, UnreadMessagesAreNeverLessThanNone) {
   const NodeRecord folder = **database.FindNode(inbox);
   PropertyList properties = *CopyProperties(database, folder);
   properties.SetInt32(tags::kContentUnreadCount, 0);
+  properties.SetInt32(tags::kContentCount, 7);
   STORE_OK(ReplaceProperties(database, folder, properties));
   STORE_OK(store->ReplaceMessage(nodes[0], Write(Message(u"one", u"x", 1))));
   EXPECT_EQ(store->CountsOf(inbox)->unread, 0u);
+  EXPECT_EQ(store->CountsOf(inbox)->messages, 2u);
   STORE_OK(store->DeleteMessage(nodes[1]));
   EXPECT_EQ(store->CountsOf(inbox)->unread, 0u);
 }
