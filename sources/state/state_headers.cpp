@@ -45,7 +45,9 @@ std::optional<StateField> FieldOf(std::string_view line) {
   while (length > 0 && IsBlank(line[length - 1])) --length;
   const std::string_view name = line.substr(0, length);
   for (const Name& known : kNames) {
-    if (platform::EqualsIgnoreAsciiCase(known.name, name)) return known.field;
+    // Most names are told apart by their length.
+    if (known.name.size() == length && platform::EqualsIgnoreAsciiCase(known.name, name))
+      return known.field;
   }
   return {};
 }
