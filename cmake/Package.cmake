@@ -33,7 +33,7 @@ install(DIRECTORY ${CMAKE_SOURCE_DIR}/pstfile/check
         FILES_MATCHING PATTERN "integrity_checker.h")
 install(FILES ${CMAKE_SOURCE_DIR}/platform/abi.h ${CMAKE_SOURCE_DIR}/platform/status.h
         ${CMAKE_SOURCE_DIR}/platform/time.h ${CMAKE_SOURCE_DIR}/platform/text.h
-        ${CMAKE_SOURCE_DIR}/platform/file.h
+        ${CMAKE_SOURCE_DIR}/platform/file.h ${CMAKE_SOURCE_DIR}/platform/path.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/platform)
 install(FILES ${CMAKE_SOURCE_DIR}/pst/disk_utilities.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/pst)
