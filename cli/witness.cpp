@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include "cli/format.h"
-#include "cli/message_id.h"
 #include "cli/property_names.h"
 #include "platform/path.h"
 #include "platform/text.h"
@@ -35,6 +34,15 @@ std::string OneLine(std::u16string_view text, std::string_view separator = "; ")
     }
   }
   while (out.ends_with(separator)) out.resize(out.size() - separator.size());
+  return out;
+}
+
+// What of it can be shown on a line.
+std::string Printable(std::string_view messageId) {
+  // Longer ones are no names, but damage.
+  constexpr std::size_t kLongest = 512;
+  std::string out(messageId.substr(0, kLongest));
+  std::erase_if(out, [](char c) { return c <= 0x20 || c >= 0x7F; });
   return out;
 }
 
@@ -191,13 +199,13 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
   }
 }
 
-void Witness::MessageRead(const engine::MessageLocation& message, std::string_view bytes) {
+void Witness::MessageRead(const engine::MessageLocation& message, std::string_view) {
   if (!_copying) return;
   _item = {_folder,
            static_cast<std::uint64_t>(message.index) + 1,
            message.offset,
            message.size,
-           MessageIdOf(bytes),
+           {},
            false,
            {}};
   _itemOpen = true;
@@ -209,6 +217,10 @@ void Witness::MessageRead(const engine::MessageLocation& message, std::string_vi
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
   folder.bytes += message.size;
+}
+
+void Witness::MessageNamed(const engine::MessageLocation&, std::string_view messageId) {
+  if (_itemOpen) _item.messageId = Printable(messageId);
 }
 
 void Witness::MapiAnswered(engine::DestinationStep step, std::int32_t result) {
@@ -323,12 +335,12 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
 }
 
 void Witness::DeletedMessageSkipped(const engine::MessageLocation& message,
-                                    std::string_view bytes) {
+                                    std::string_view messageId) {
   if (!_copying) return;
   ++_record.deletedSkipped;
   _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
-                             message.index + 1, message.offset, bytes.empty() ? "" : ", ",
-                             MessageIdOf(bytes)));
+                             message.index + 1, message.offset, messageId.empty() ? "" : ", ",
+                             Printable(messageId)));
 }
 
 void Witness::StateCarried(carry::CarriedState carried) {

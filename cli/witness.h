@@ -63,6 +63,7 @@ class Witness : public engine::SourceObserver,
   void WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) override;
   // SourceObserver
   void MessageRead(const engine::MessageLocation& message, std::string_view bytes) override;
+  void MessageNamed(const engine::MessageLocation& message, std::string_view messageId) override;
   void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
                           engine::SuspiciousSeparatorReason reason, std::string_view line) override;
   void PathSkipped(std::u16string_view path, engine::SkipReason reason,
@@ -78,7 +79,7 @@ class Witness : public engine::SourceObserver,
   void MessageConverted(const engine::MessageLocation& message, bool success,
                         const engine::ConversionNotes& notes) override;
   void DeletedMessageSkipped(const engine::MessageLocation& message,
-                             std::string_view bytes) override;
+                             std::string_view messageId) override;
 
   // CarryObserver
   void StateCarried(carry::CarriedState carried) override;

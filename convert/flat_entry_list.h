@@ -19,13 +19,8 @@ namespace parvane::convert {
 
 class FlatEntryList {
  public:
-  FlatEntryList() {
-    constexpr std::size_t kUsualSize = 256;
-    _bytes.reserve(kUsualSize);
-    _bytes.resize(kHeaderSize);
-  }
-
   void Add(std::span<const std::uint8_t> entryId) {
+    Begin();
     ++_count;
     const std::size_t at = _bytes.size();
     const std::size_t size = sizeof(std::uint32_t) + entryId.size();
@@ -35,6 +30,7 @@ class FlatEntryList {
   }
 
   const std::vector<std::uint8_t>& Bytes() {
+    Begin();
     PutNumber(0, _count);
     PutNumber(sizeof(std::uint32_t), _bytes.size() - kHeaderSize);
     return _bytes;
@@ -42,6 +38,13 @@ class FlatEntryList {
 
  private:
   static constexpr std::size_t kHeaderSize = 8;
+
+  void Begin() {
+    constexpr std::size_t kUsualSize = 256;
+    if (!_bytes.empty()) return;
+    _bytes.reserve(kUsualSize);
+    _bytes.resize(kHeaderSize);
+  }
 
   void PutNumber(std::size_t at, std::size_t number) {
     for (int shift = 0; shift < 32; shift += 8)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,7 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
+using Tessary::AddressField;
 using Tessary::ClsEmail;
 using Tessary::TsEmail;
 
@@ -29,23 +31,26 @@ namespace {
 // Published as PidTagReplyRecipientSMTPProxies.
 constexpr ULONG kReplyRecipientAddressesTag = PropTag(PT_UNICODE, 0x3FFC);
 
-// The mailboxes of a header field, names decoded; false when there is no such field. Encoded words
-// are decoded only now, so that a comma or bracket inside one separates nothing.
-bool MailBoxesOf(TsEmail& email, const char* field, std::vector<MailBox>& mailBoxes) {
+// Calls `take` with the mailboxes of a header field, names decoded, until it returns false; false
+// when there is no such field. Every comma cuts, also one inside quotes; encoded words are decoded
+// only then, so that a comma or bracket inside one separates nothing.
+bool ForEachMailBoxOf(TsEmail& email, std::string_view field, const ClsEmail::TakeMailBox& take) {
   std::string scratch;
   std::string_view text;
   if (!ClsEmail::Fields(email.impl()).View(field, scratch, text)) return false;
-  const auto hasComma = [](const MailBox& mailBox) {
-    return mailBox.name.find(u',') != std::u16string::npos;
-  };
-  // Here every comma cuts, also one inside quotes.
-  if (parvane::mime::ParseRewrittenList(text, mailBoxes) &&
-      std::none_of(mailBoxes.begin(), mailBoxes.end(), hasComma))
-    return true;
-  mailBoxes.clear();
+  std::vector<MailBox> mailBoxes;
   ParseMailBoxList(parvane::platform::Utf8ToUtf16(text), mailBoxes);
-  for (MailBox& mailBox : mailBoxes) mailBox.name = Tessary::DecodeEncodedWords(mailBox.name);
+  for (MailBox& mailBox : mailBoxes) {
+    mailBox.name = Tessary::DecodeEncodedWords(mailBox.name);
+    if (!take(mailBox)) break;
+  }
   return true;
+}
+
+// The same for fields of which repair may know the mailboxes already.
+bool ForEachMailBoxOf(TsEmail& email, AddressField field, const ClsEmail::TakeMailBox& take) {
+  return email.impl().MayHave(field) && (email.impl().ForEachKnownMailbox(field, take) ||
+                                         ForEachMailBoxOf(email, Tessary::NameOf(field), take));
 }
 
 // One correspondent takes four properties, always in this order.
@@ -85,37 +90,39 @@ void AppendItem(std::u16string& list, const std::u16string& item, bool first) {
 
 void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) {
   if (!email || !message) return;
-  const std::vector<MailBox>& authors = email->impl().AllMailboxes(ClsEmail::List::kFrom);
-  const bool hasFrom =
-      !authors.empty() && (HasText(authors.front().name) || HasText(authors.front().address));
-  const MailBox none;
-  const MailBox& author = hasFrom ? authors.front() : none;
-  const OneOffEntry from(hasFrom ? _addressBookP : nullptr, author.name, author.address);
-  if (hasFrom) WriteOriginator(*message, kSentRepresentingTags, from);
-
-  std::vector<MailBox> senders;
-  if (MailBoxesOf(*email, "Sender", senders) && !senders.empty()) {
-    const OneOffEntry sender(_addressBookP, senders.front().name, senders.front().address);
-    WriteOriginator(*message, kSenderTags, sender);
-  } else if (hasFrom) {
-    WriteOriginator(*message, kSenderTags, from);
-  }
+  std::optional<MailBox> sender;
+  ForEachMailBoxOf(*email, AddressField::kSender, [&](const MailBox& mailBox) {
+    sender = mailBox;
+    return false;
+  });
+  email->impl().ForEachMailbox(AddressField::kFrom, [&](const MailBox& author) {
+    if (!HasText(author.name) && !HasText(author.address)) return false;
+    const OneOffEntry from(_addressBookP, author.name, author.address);
+    WriteOriginator(*message, kSentRepresentingTags, from);
+    if (!sender) WriteOriginator(*message, kSenderTags, from);
+    return false;
+  });
+  if (sender)
+    WriteOriginator(*message, kSenderTags,
+                    OneOffEntry(_addressBookP, sender->name, sender->address));
 }
 
 void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message) {
-  std::vector<MailBox> mailBoxes;
-  if (!email || !message || !MailBoxesOf(*email, "Reply-To", mailBoxes)) return;
+  if (!email || !message) return;
   std::u16string names;
   std::u16string addresses;
   parvane::convert::FlatEntryList entries;
   bool first = true;
-  for (const MailBox& mailBox : mailBoxes) {
-    const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
-    AppendItem(names, entry.displayName(), first);
-    AppendItem(addresses, entry.emailAddress(), first);
-    entries.Add({entry.entryId(), entry.entryIdSize()});
-    first = false;
-  }
+  const bool hasField =
+      ForEachMailBoxOf(*email, AddressField::kReplyTo, [&](const MailBox& mailBox) {
+        const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
+        AppendItem(names, entry.displayName(), first);
+        AppendItem(addresses, entry.emailAddress(), first);
+        entries.Add({entry.entryId(), entry.entryIdSize()});
+        first = false;
+        return true;
+      });
+  if (!hasField) return;
   SetPropString(message, PR_REPLY_RECIPIENT_NAMES_W, names.c_str());
   SetPropString(message, kReplyRecipientAddressesTag, addresses.c_str());
   const std::vector<BYTE>& list = entries.Bytes();
@@ -123,11 +130,12 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
 }
 
 void MIMEToMAPIMessageConverter::WriteDeliveredTo(TsEmail* email, IMessage* message) {
-  std::vector<MailBox> mailBoxes;
-  if (!email || !message || !MailBoxesOf(*email, "Delivered-To", mailBoxes)) return;
-  if (mailBoxes.empty()) return;
-  const OneOffEntry entry(_addressBookP, mailBoxes.front().name, mailBoxes.front().address);
-  WriteOriginator(*message, kReceivedByTags, entry);
+  if (!email || !message) return;
+  ForEachMailBoxOf(*email, "Delivered-To", [&](const MailBox& mailBox) {
+    const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
+    WriteOriginator(*message, kReceivedByTags, entry);
+    return false;
+  });
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -28,6 +28,7 @@ void MIMEToMAPIMessageConverter::WriteRecipients(TsEmail* email, IMessage* messa
   const auto writeList = [&](ClsEmail::List list, ULONG type) {
     const auto add = [&](const MailBox& mailBox) {
       AddRecipient(mailBox.name, mailBox.address, *message, type);
+      return true;
     };
     email->impl().ForEachMailbox(list, std::ref(add));  // by reference, which takes no memory
   };

@@ -160,8 +160,7 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
     ClsEmail::Fields fields(email->impl());
     std::string scratch;
     std::string_view text;
-    hasDate = fields.View("Date", scratch, text);
-    if (hasDate) date.SetFromRfc822(text);
+    hasDate = fields.Date(date);
     hasDeliveryDate = fields.View("Delivery-Date", scratch, text);
     if (hasDeliveryDate) deliveryDate.SetFromRfc822(text);
   }

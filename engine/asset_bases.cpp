@@ -1,7 +1,6 @@
 #include "engine/asset_bases.h"
 
 #include <algorithm>
-#include <new>
 
 #include "engine/destination_observer.h"
 #include "engine/item_step.h"
@@ -14,15 +13,6 @@ namespace QuelmarMIMEEngineCommon {
 NullableString EmailAssetBase::_dumpFilePath;
 
 EmailAssetBase::~EmailAssetBase() = default;
-
-// Copying a header of a hundred megabytes may fail.
-NullableString EmailAssetBase::Details() const {
-  try {
-    return _details;
-  } catch (const std::bad_alloc&) {
-    return std::nullopt;
-  }
-}
 
 void EmailAssetBase::Release() { _details.reset(); }
 

@@ -29,7 +29,7 @@ class EmailAssetBase : public IEmailAsset {
  public:
   ~EmailAssetBase() override;
 
-  NullableString Details() const override;
+  const NullableString& Details() const override { return _details; }
   bool IsRead() const override { return _isRead; }
   void Release() override;
 

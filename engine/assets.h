@@ -16,8 +16,9 @@ namespace QuelmarMIMEEngineCommon {
 
 class IAsset : public Releasable {
  public:
-  // One human-readable description of the item: the progress message and the line of the log.
-  virtual NullableString Details() const = 0;
+  // One human-readable description of the item: the progress message and the line of the log. Holds
+  // until the item is released.
+  virtual const NullableString& Details() const = 0;
 };
 
 // ConvertToMAPIMessage writes the item into a message that has been created and is still empty;

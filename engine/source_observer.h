@@ -115,10 +115,13 @@ class SourceObserver {
   // are the message's, `message.size` of them, and hold during the call; empty for a message that
   // memory did not suffice for, of which the size alone is known.
   virtual void MessageRead(const MessageLocation& /*message*/, std::string_view /*bytes*/) {}
+  // What the message's header says its Message-ID is, as it stands there: folds, blanks and all. No
+  // call for a message without one, and for one that memory did not suffice to parse.
+  virtual void MessageNamed(const MessageLocation& /*message*/, std::string_view /*messageId*/) {}
   // The message is marked as deleted and left out, as was asked for (StateWishes); it is no item,
-  // and MessageRead is not called for it.
+  // and neither MessageRead nor MessageNamed is called for it.
   virtual void DeletedMessageSkipped(const MessageLocation& /*message*/,
-                                     std::string_view /*bytes*/) {}
+                                     std::string_view /*messageId*/) {}
   // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
                                   std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,

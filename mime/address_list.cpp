@@ -1,7 +1,6 @@
 #include "mime/address_list.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <utility>
 
@@ -319,106 +318,7 @@ bool MustBeQuoted(char16_t c) {
   }
 }
 
-// Which bytes mean nothing but themselves in a rewritten list.
-class PlainBytes {
- public:
-  constexpr PlainBytes() {
-    for (int c = ' '; c <= '~'; ++c) {
-      const auto byte = static_cast<char>(c);
-      const bool name = std::string_view("\"\\?").find(byte) == kNone;
-      const bool address = std::string_view(" ><\"(),;:\\").find(byte) == kNone;
-      _places[static_cast<std::size_t>(c)] =
-          static_cast<unsigned char>((name ? kName : 0) | (address ? kAddress : 0));
-    }
-  }
-  // Without "?", which encoded words have.
-  constexpr bool IsInName(char c) const { return (Places(c) & kName) != 0; }
-  constexpr bool IsInAddress(char c) const { return (Places(c) & kAddress) != 0; }
-
- private:
-  static constexpr unsigned char kName = 1;
-  static constexpr unsigned char kAddress = 2;
-
-  constexpr unsigned char Places(char c) const { return _places[static_cast<unsigned char>(c)]; }
-
-  std::array<unsigned char, 256> _places{};
-};
-constexpr PlainBytes kPlain;
-
-// Reads `"name" < address >` where nothing in it has a meaning of its own.
-class RewrittenReader {
- public:
-  explicit RewrittenReader(std::string_view list) : _list(list) {}
-
-  // Calls `give` with the name and the address of each mailbox.
-  template <typename Give>
-  bool Read(Give give) {
-    do {
-      std::string_view name;
-      std::string_view address;
-      if (!ReadName(name) || !ReadAddress(address)) return false;
-      give(name, address);
-    } while (Take(','));
-    return _next == _list.size();
-  }
-
- private:
-  bool Take(char c) {
-    while (_next < _list.size() && _list[_next] == ' ') ++_next;
-    if (_next == _list.size() || _list[_next] != c) return false;
-    ++_next;
-    return true;
-  }
-
-  bool ReadName(std::string_view& name) {
-    if (!Take('"')) return false;
-    const std::size_t start = _next;
-    while (_next < _list.size() && kPlain.IsInName(_list[_next])) ++_next;
-    if (_next < _list.size() && _list[_next] != '"') return false;
-    name = _list.substr(start, _next - start);
-    while (name.ends_with(' ')) name.remove_suffix(1);
-    while (name.starts_with(' ')) name.remove_prefix(1);
-    return Take('"');
-  }
-
-  bool ReadAddress(std::string_view& address) {
-    if (!Take('<')) return false;
-    while (_next < _list.size() && _list[_next] == ' ') ++_next;
-    const std::size_t start = _next;
-    while (_next < _list.size() && kPlain.IsInAddress(_list[_next])) ++_next;
-    if (_next < _list.size() && _list[_next] != ' ' && _list[_next] != '>') return false;
-    address = _list.substr(start, _next - start);
-    return !address.empty() && address.front() != '@' && Take('>');
-  }
-
-  std::string_view _list;
-  std::size_t _next = 0;
-};
-
 }  // namespace
-
-bool ParseRewrittenList(std::string_view list, std::vector<MailBox>& out) {
-  const auto give = [&](std::string_view name, std::string_view address) {
-    MailBox& mailbox = out.emplace_back();
-    platform::AppendUtf8AsUtf16(name, mailbox.name);
-    platform::AppendUtf8AsUtf16(address, mailbox.address);
-  };
-  if (RewrittenReader(list).Read(give)) return true;
-  out.clear();
-  return false;
-}
-
-bool ForEachRewritten(std::string_view list, const std::function<void(const MailBox&)>& take) {
-  if (!RewrittenReader(list).Read([](std::string_view, std::string_view) {})) return false;
-  MailBox mailbox;
-  return RewrittenReader(list).Read([&](std::string_view name, std::string_view address) {
-    mailbox.name.clear();
-    mailbox.address.clear();
-    platform::AppendUtf8AsUtf16(name, mailbox.name);
-    platform::AppendUtf8AsUtf16(address, mailbox.address);
-    take(mailbox);
-  });
-}
 
 std::vector<MailBox> ParseAddressList(std::u16string_view list) {
   std::vector<MailBox> mailboxes;

@@ -8,7 +8,6 @@
 // RejoinMailBoxes; a group cut into pieces there gives its members).
 #pragma once
 
-#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -21,12 +20,6 @@ using QuelmarMIMEEngineCommon::MailBox;
 // The mailboxes of an unfolded list, in order, their names with encoded words decoded. Mailboxes
 // with neither name nor address are left out.
 std::vector<MailBox> ParseAddressList(std::u16string_view list);
-
-// ParseAddressList for lists in ASCII that hold nothing but `"name" < address >`, plainly written:
-// the form that message repair gives them all. False, with `out` empty, for any other list.
-bool ParseRewrittenList(std::string_view list, std::vector<MailBox>& out);
-// The same, one by one: `take` gets each in turn, and nothing is called when the answer is false.
-bool ForEachRewritten(std::string_view list, const std::function<void(const MailBox&)>& take);
 
 // Appends `"Name" <address>`: the name between quotes where it has to be; the address alone when
 // there is no name; the name alone when there is no address.

@@ -220,7 +220,8 @@ bool ReadStandardDate(std::string_view text, StandardDate& date) {
   for (const std::size_t at : {0, 4, 9, 12, 15, 18}) {
     if (rest[at] != kBehindDay[at]) return false;
   }
-  if (text[3] != ',' || text[4] != ' ' || IndexOf(text, kStandardWeekdays) < 0) return false;
+  date.weekday = IndexOf(text, kStandardWeekdays);
+  if (text[3] != ',' || text[4] != ' ' || date.weekday < 0) return false;
   date.day = ReadDigits(text.data() + kDay, dayDigits);
   date.month = IndexOf({rest + 1, 3}, kStandardMonths);
   date.year = ReadDigits(rest + 5, 4);
@@ -228,6 +229,7 @@ bool ReadStandardDate(std::string_view text, StandardDate& date) {
   date.minute = ReadDigits(rest + 13, 2);
   date.second = ReadDigits(rest + 16, 2);
   date.zone = {rest + 19, 5};
+  date.text = text.substr(0, end);
   return date.day >= 1 && date.day <= 31 && date.month >= 0 && date.year >= 1900 &&
          date.hour >= 0 && date.hour < 24 && date.minute >= 0 && date.minute < 60 &&
          date.second >= 0 && date.second < 60 && (rest[19] == '+' || rest[19] == '-') &&
@@ -238,9 +240,7 @@ bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
   out->Clear();
   StandardDate date;
   if (ReadStandardDate(text, date)) {
-    std::string_view zone = date.zone;
-    if (zone.front() == '+') zone.remove_prefix(1);
-    Set(date, ReadOffset(zone), out);
+    *out = DateValue::Of(date);
     return true;
   }
   std::string cleaned;
@@ -274,8 +274,16 @@ bool DateParser::ParseRfc822(std::string_view text, DateValue* out) {
   if (!TakeTime(&cursor, &hour, &minute, &second)) return false;
   const std::int32_t offset = TakeZone(&cursor, &hour);
   // Numbers that no clock or calendar shows carry over.
-  Set({year, month, day, hour, minute, second, {}}, offset, out);
+  Set({year, month, day, hour, minute, second, {}, 0, {}}, offset, out);
   return true;
+}
+
+DateValue DateValue::Of(const StandardDate& date) {
+  std::string_view zone = date.zone;
+  if (zone.starts_with('+')) zone.remove_prefix(1);
+  DateValue value;
+  DateParser::Set(date, ReadOffset(zone), &value);
+  return value;
 }
 
 void DateParser::Set(const StandardDate& date, std::int32_t offset, DateValue* out) {

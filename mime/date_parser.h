@@ -10,6 +10,8 @@
 
 namespace Tessary {
 
+struct StandardDate;
+
 // A date and time with its offset from UTC, as read or set; or nothing (cleared).
 //
 // `local` in the conversions: true means local time of this machine, false means UTC.
@@ -20,6 +22,8 @@ class DateValue {
 
   // False, and cleared, when the text holds no date.
   bool SetFromRfc822(std::string_view text);
+  // What SetFromRfc822 makes of the text that the date was read from.
+  static DateValue Of(const StandardDate& date);
 
   // "Sun, 06 Nov 1994 08:49:37 GMT" for UTC, "... 09:49:37 +0100" for local time. False, and `out`
   // empty, when cleared.
@@ -56,6 +60,8 @@ struct StandardDate {
   int minute = 0;
   int second = 0;
   std::string_view zone;  // sign and four digits
+  int weekday = 0;        // from Sunday, as it is named there
+  std::string_view text;  // all of it, as it was read
 };
 // Reads one at the start of the text, which ends there or goes on with a space. False for all other
 // forms, and for numbers that no clock shows.
@@ -72,6 +78,7 @@ class DateParser {
   static bool ParseIso8601(std::string_view text, DateValue* out);
 
  private:
+  friend class DateValue;
   static void Set(const StandardDate& date, std::int32_t offset, DateValue* out);
 };
 

@@ -10,6 +10,9 @@
 // their input and thread-safe.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,8 +40,6 @@ void SplitMailBoxes(std::u16string_view list, std::vector<std::u16string>& out);
 //   John Smith                     John Smith
 void ParseEmailAddress(const std::u16string& mailbox, std::u16string& name,
                        std::u16string& address);
-// The same for a mailbox in ASCII.
-void ParseEmailAddress(std::string_view mailbox, std::string& name, std::string& address);
 
 // One mailbox, split. Either part may be empty.
 struct MailBox {
@@ -66,9 +67,50 @@ void ParseMailBoxList(std::u16string_view list, std::vector<MailBox>& out);
 std::u16string EscapeQuotedName(std::u16string_view name);
 
 // The list as repair rewrites it, every mailbox in the one form `"name" < address >`; appended to
-// `out`. The narrow list is ASCII; true when nothing but comments and white space can have been
-// lost, as with nearly all lists.
+// `out`.
 void RewriteMailBoxes(std::u16string_view list, std::u16string& out);
-bool RewriteMailBoxes(std::string_view list, std::string& out);
+
+// Of one mailbox of a rewritten list: the sizes of its name, with the blanks that were quoted with
+// it, and of its address.
+struct MailBoxLengths {
+  std::uint32_t name = 0;
+  std::uint32_t address = 0;
+};
+
+struct RewrittenList {
+  // Nothing but comments and white space can have been lost, as with nearly all lists.
+  bool complete = true;
+  // Whoever reads the list finds what stands between the quotes and between the brackets, character
+  // by character: nothing in it is escaped, encoded or put together from several mailboxes. The
+  // lengths of all mailboxes have been appended; of any other list, none.
+  bool literal = true;
+};
+
+// The same for a list in ASCII.
+RewrittenList RewriteMailBoxes(std::string_view list, std::string& out,
+                               std::vector<MailBoxLengths>& lengths);
+
+// Calls `take` with the name and the address of each mailbox of a literal list until it returns
+// false. False, without a call, when the list is not the one that the lengths were taken of.
+template <typename Take>
+bool ForEachMailBox(std::string_view literal, std::span<const MailBoxLengths> lengths, Take take) {
+  constexpr std::size_t kBeforeAddress = 4;  // `" < `
+  constexpr std::size_t kBehindAddress = 3;  // ` >,`
+  std::size_t size = 0;
+  for (const MailBoxLengths& length : lengths)
+    size += 1 + length.name + kBeforeAddress + length.address + kBehindAddress;
+  if (lengths.empty() || size != literal.size() + 1) return false;
+  std::size_t at = 0;
+  for (const MailBoxLengths& length : lengths) {
+    std::string_view name = literal.substr(at + 1, length.name);
+    at += 1 + length.name + kBeforeAddress;
+    const std::string_view address = literal.substr(at, length.address);
+    at += length.address + kBehindAddress;
+    while (name.ends_with(' ')) name.remove_suffix(1);
+    while (name.starts_with(' ')) name.remove_prefix(1);
+    if (!take(name, address)) break;
+  }
+  return true;
+}
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -258,19 +258,23 @@ void MimeMessage2::DecodeBodyTo(ByteSink& sink) const {
 // ---- Changes -----------------------------------------------------------------------------------
 
 void MimeMessage2::SetField(std::string_view name, std::string_view value) {
+  ForgetFacts();
   _header.Set(name, value);
   if (IsContentField(name)) ContentFieldsChanged();
 }
 
 void MimeMessage2::RewriteFields(std::span<const FieldChange> changes,
-                                 std::shared_ptr<std::string> buffer) {
+                                 std::shared_ptr<std::string> buffer,
+                                 std::unique_ptr<const HeaderFacts> facts) {
   if (buffer == nullptr) buffer = std::make_shared<std::string>();
   _header.Rewrite(changes, *buffer);
   MakeRare().headerBytes = ByteSlice::Share(buffer, *buffer);
+  _rare->facts = std::move(facts);
   _headerText = *buffer;
 }
 
 std::size_t MimeMessage2::RemoveField(std::string_view name) {
+  ForgetFacts();
   const std::size_t removed = _header.Remove(name);
   if (removed > 0 && IsContentField(name)) ContentFieldsChanged();
   return removed;

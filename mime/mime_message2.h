@@ -17,6 +17,7 @@
 
 #include "mime/byte_slice.h"
 #include "mime/content_field.h"
+#include "mime/header_facts.h"
 #include "mime/mime_header.h"
 #include "mime/parse_log.h"
 #include "mime/transfer_encoding.h"
@@ -66,6 +67,8 @@ class MimeMessage2 {
   const parvane::mime::ContentField& disposition() const { return OrNone(_disposition); }
   // The name in Content-Transfer-Encoding, as it stands; empty without the field.
   const std::string& transferEncoding() const { return OrNone(_transferEncoding); }
+  // What is known of the header as it stands; null when that is nothing.
+  const HeaderFacts* facts() const { return _rare ? _rare->facts.get() : nullptr; }
   // The boundary in the form in which the body has it.
   const std::string& boundary() const { return OrNone(_boundary); }
   // The declared charset's code page; 0 when it is missing or unknown, and for binary content.
@@ -103,9 +106,11 @@ class MimeMessage2 {
   // ---- Changes ----
   void SetField(std::string_view name, std::string_view value);
   // SetField for several fields, all there and none of them a content field, at the cost of one.
-  // The new header is put into `buffer` (null: into a new one), which nobody else may look into.
+  // The new header is put into `buffer` (null: into a new one), which nobody else may look into;
+  // `facts` are what is known of it.
   void RewriteFields(std::span<const FieldChange> changes,
-                     std::shared_ptr<std::string> buffer = nullptr);
+                     std::shared_ptr<std::string> buffer = nullptr,
+                     std::unique_ptr<const HeaderFacts> facts = nullptr);
   std::size_t RemoveField(std::string_view name);
   // Replaces body and children.
   void ReplaceBody(ByteSlice body);
@@ -119,6 +124,7 @@ class MimeMessage2 {
   struct Rare : parvane::platform::PooledObject<Rare> {
     ByteSlice loaded;  // as given, where _text is not that
     bool rewritten = false;
+    std::unique_ptr<const HeaderFacts> facts;
     ByteSlice headerBytes;  // of a settled header, which has bytes of its own; else empty
     ByteSlice newBody;
     bool bodyReplaced = false;
@@ -137,6 +143,9 @@ class MimeMessage2 {
   Rare& MakeRare() {
     if (!_rare) _rare = std::make_unique<Rare>();
     return *_rare;
+  }
+  void ForgetFacts() {
+    if (_rare) _rare->facts.reset();
   }
   const ByteSlice& Loaded() const { return _rare && _rare->rewritten ? _rare->loaded : _text; }
   bool HasOwnHeader() const { return _rare && !_rare->headerBytes.empty(); }

@@ -7,7 +7,6 @@
 
 #include "platform/code_pages/code_page.h"
 #include "platform/simd/ascii.h"
-#include "platform/simd/search.h"
 #include "platform/system_internal.h"
 #include "platform/utf8.h"
 
@@ -232,10 +231,6 @@ bool StartsWithIgnoreAsciiCase(std::string_view text, std::string_view prefix) {
 bool EndsWithIgnoreAsciiCase(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() &&
          EqualsIgnoreAsciiCase(text.substr(text.size() - suffix.size()), suffix);
-}
-
-std::size_t FindLineStart(std::string_view text, std::size_t from, char letter) {
-  return simd::FindLineStart(text.data(), from, text.size(), letter);
 }
 
 std::string ToLowerAscii(std::string_view text) {

@@ -54,10 +54,6 @@ bool EqualsIgnoreAsciiCase(std::string_view a, std::string_view b);
 bool StartsWithIgnoreAsciiCase(std::string_view text, std::string_view prefix);
 bool EndsWithIgnoreAsciiCase(std::string_view text, std::string_view suffix);
 std::string ToLowerAscii(std::string_view text);
-// The first place from `from` on, not 0, that stands behind an LF and holds CR or `letter`, a
-// lower-case one, in either case: where a line of a header may begin that is looked for, or its
-// end. The text's size when there is none.
-std::size_t FindLineStart(std::string_view text, std::size_t from, char letter);
 
 // Unicode simple case folding, independent of the locale (so "I" and "i" are equal everywhere).
 std::u16string FoldCase(std::u16string_view text);

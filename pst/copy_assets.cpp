@@ -131,15 +131,12 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
                                           IProgressPresenter* progressPresenter,
                                           ILogger* logReport) {
   IAsset* asset = item.Asset();
-  // Used again for each item, as what the log wants is longer.
-  std::u16string& details = _details;
-  details.clear();
-  if (asset) {
-    if (const NullableString given = asset->Details()) details = *given;
-  }
+  static const NullableString kNone;
+  const NullableString& details = asset ? asset->Details() : kNone;
   if (progressPresenter) {
     progressPresenter->IncrementCurrentBy(item.AssetUnitSize());
-    progressPresenter->ProgressMessage(details);
+    progressPresenter->ProgressMessage(details ? std::u16string_view(*details)
+                                               : std::u16string_view());
   }
   // Nothing has been kept of an item that had no message to go to, whatever it says.
   const bool converted = ConvertAsset(asset, message) && message != nullptr;
@@ -150,7 +147,11 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
     store->ItemStep()->BeforeSave(*asset, *message);
   // Whatever a failed conversion managed to write stays.
   if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
-  if (logReport) logReport->WriteLog(details.append(u"\r\n\r\n"), false, true);
+  if (logReport) {
+    // Used again for each item.
+    _logLine.assign(details ? std::u16string_view(*details) : std::u16string_view());
+    logReport->WriteLog(_logLine.append(u"\r\n\r\n"), false, true);
+  }
   return converted;
 }
 

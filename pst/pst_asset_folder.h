@@ -65,7 +65,7 @@ class PSTMAPIAssetFolderMutable : public PSTMAPIAssetFolder {
   bool CopyAsset(IAssetQueryResult& item, parvane::mapi::IMessage* message,
                  IProgressPresenter* progressPresenter, ILogger* logReport);
 
-  std::u16string _details;  // of the item in hand
+  std::u16string _logLine;  // of the item in hand
 
   // The first so many subfolders by folded name. The list itself is the truth, and may change
   // behind this.

@@ -135,10 +135,13 @@ void Compare(std::u16string_view mailbox, bool continued, const TakeAddressLoss&
 
 void FindAddressLosses(std::string_view list, const TakeAddressLoss& take) {
   std::string scratch;
+  std::vector<QuelmarMIMEEngineCommon::MailBoxLengths> lengths;
   for (MailBoxCutter<char> cutter(list); !cutter.AtEnd();) {
     const std::string_view mailbox = cutter.Next();
     scratch.clear();
-    if (cutter.Continued() || !QuelmarMIMEEngineCommon::RewriteMailBoxes(mailbox, scratch))
+    lengths.clear();
+    if (cutter.Continued() ||
+        !QuelmarMIMEEngineCommon::RewriteMailBoxes(mailbox, scratch, lengths).complete)
       Compare(platform::Utf8ToUtf16(mailbox), cutter.Continued(), take);
   }
 }

@@ -7,6 +7,7 @@
 
 #include "mime/facade/cls_mime.h"
 #include "mime/facade/ts_mime.h"
+#include "mime/header_facts.h"
 #include "mime/mailbox.h"
 #include "mime/mime_message2.h"
 #include "mime/text_decoding.h"
@@ -15,13 +16,11 @@
 namespace parvane::sources {
 namespace {
 
-using QuelmarMIMEEngineCommon::RewriteMailBoxes;
+using Tessary::AddressField;
+using Tessary::HeaderFacts;
+using Tessary::kAddressFields;
 using Tessary::MimeField;
 using Tessary::MimeMessage2;
-
-constexpr std::array<std::string_view, 6> kMailBoxHeaders = {"From", "To",     "Cc",
-                                                             "Bcc",  "Sender", "Reply-To"};
-static_assert(kMailBoxHeaders.size() < FieldChanges::kMost);
 
 // The values of all fields of one name, joined by commas: bytes while they are ASCII, else text.
 class FieldList {
@@ -43,11 +42,12 @@ class FieldList {
                    : Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
   }
 
-  // Appends the list rewritten, as UTF-8; false when something may be missing from it.
-  bool AppendRewritten(std::string& out) const {
-    if (!_isWide) return RewriteMailBoxes(_narrow, out);
+  // Appends the list rewritten, as UTF-8, and keeps where its mailboxes stand; false when something
+  // may be missing from it.
+  bool AppendRewritten(AddressField field, HeaderFacts& facts, std::string& out) const {
+    if (!_isWide) return facts.Rewrite(field, _narrow, out);
     std::u16string wide;
-    RewriteMailBoxes(_wide, wide);
+    QuelmarMIMEEngineCommon::RewriteMailBoxes(_wide, wide);
     platform::AppendUtf16AsUtf8(wide, out);
     return false;
   }
@@ -90,16 +90,17 @@ class FieldList {
 }  // namespace
 
 void RepairAddresses(const MimeMessage2& entity, FieldChanges& changes, RepairLosses* losses) {
-  std::array<FieldList, kMailBoxHeaders.size()> lists;
-  entity.header().ForEach(kMailBoxHeaders, [&](std::size_t list, const MimeField& field) {
+  std::array<FieldList, kAddressFields.size()> lists;
+  entity.header().ForEach(kAddressFields, [&](std::size_t list, const MimeField& field) {
     lists[list].Add(field, entity);
   });
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (lists[i].empty()) continue;
     bool complete = true;
-    changes.Add(kMailBoxHeaders[i],
-                [&](std::string& out) { complete = lists[i].AppendRewritten(out); });
-    if (!complete && losses) lists[i].FindLosses(kMailBoxHeaders[i], *losses);
+    changes.Add(kAddressFields[i], [&](std::string& out) {
+      complete = lists[i].AppendRewritten(static_cast<AddressField>(i), changes.facts(), out);
+    });
+    if (!complete && losses) lists[i].FindLosses(kAddressFields[i], *losses);
   }
 }
 
@@ -108,7 +109,10 @@ void RepairAddressHeader(std::string_view name, MimeMessage2& entity) {
   entity.header().ForEach(name, [&](const MimeField& field) { list.Add(field, entity); });
   if (list.empty()) return;
   FieldChanges changes;
-  changes.Add(name, [&](std::string& out) { list.AppendRewritten(out); });
+  changes.Add(name, [&](std::string& out) {
+    HeaderFacts unused;
+    list.AppendRewritten(AddressField::kTo, unused, out);
+  });
   changes.ApplyTo(entity);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 
 #include "mime/date_parser.h"
@@ -17,8 +18,10 @@
 namespace parvane::sources {
 namespace {
 
+using Tessary::DateValue;
 using Tessary::MimeField;
 using Tessary::MimeMessage2;
+using Tessary::StandardDate;
 
 constexpr std::size_t kMaximumZoneLength = 7;
 
@@ -64,7 +67,7 @@ struct LooseDate {
   }
 
   // What TakeAll finds in a date of that form; whatever stands behind it adds nothing.
-  void TakeStandard(const Tessary::StandardDate& date) {
+  void TakeStandard(const StandardDate& date) {
     time.tm_year = date.year - 1900;
     time.tm_mon = date.month;
     time.tm_mday = date.day;
@@ -124,7 +127,7 @@ std::string_view DateInside(std::string_view text) {
 bool RewriteDate(std::string_view dateText, std::string& fixed) {
   dateText = dateText.substr(0, kMaximumDateLength);
   LooseDate date;
-  Tessary::StandardDate standard;
+  StandardDate standard;
   if (Tessary::ReadStandardDate(dateText, standard)) {
     date.TakeStandard(standard);
   } else {
@@ -141,7 +144,7 @@ bool RewriteDate(std::string_view dateText, std::string& fixed) {
     date.TakeAll(texts[i]);
   }
 
-  Tessary::DateValue value;
+  DateValue value;
   const bool local = !date.hasZone;
   if (!value.SetFromTmStruct(local, date.time) || !value.GetAsRfc822(local, fixed)) return false;
   // The time is not shifted: a zone that was written stands behind the time that was written.
@@ -149,21 +152,68 @@ bool RewriteDate(std::string_view dateText, std::string& fixed) {
   return true;
 }
 
-void RepairDate(const MimeMessage2& entity, FieldChanges& changes) {
+namespace {
+
+// For comparison with the repaired one.
+void Note(std::string_view value, bool ascii, const MimeMessage2& entity, DateBefore& before) {
+  constexpr std::size_t kLongest = 100;
+  std::string decoded;
+  if (!ascii) {
+    decoded = Tessary::DecodeTextToUtf8(value, {}, entity.contentType().Get("charset"));
+    value = decoded;
+  }
+  DateValue date;
+  if (date.SetFromRfc822(value.substr(0, value.find('\0'))))
+    date.GetAsFileTime(false, &before.time);
+  before.text = value.substr(0, kLongest);
+}
+
+// A date of the standard form that would be written just as it stands: of a day that there is,
+// under its right name.
+bool IsWellFormed(const StandardDate& date, const DateValue& value) {
+  constexpr std::int64_t kSecondsPerDay = 86400;
+  constexpr std::size_t kSizeWithTwoDigits = 31;
+  if (date.text.size() != kSizeWithTwoDigits) return false;
+  const std::int64_t clock = value.UnixSeconds() + value.OffsetSeconds();
+  const std::int64_t second = (clock % kSecondsPerDay + kSecondsPerDay) % kSecondsPerDay;
+  const std::int64_t days = (clock - second) / kSecondsPerDay;
+  return (days % 7 + 11) % 7 == date.weekday &&  // 1970-01-01 was a Thursday
+         platform::CivilFromDays(days).day == static_cast<unsigned>(date.day);
+}
+
+}  // namespace
+
+void RepairDate(const MimeMessage2& entity, FieldChanges& changes, DateBefore* before) {
   const MimeField* field = entity.header().Find("Date");
   if (field == nullptr) return;
   std::string scratch;
   const std::string_view value = field->Value(scratch);
+  const bool ascii = platform::IsAscii(value);
+  StandardDate standard;
+  if (ascii && Tessary::ReadStandardDate(value, standard)) {
+    // As in nearly all mail: what it means is known now, and repair does not change it.
+    const DateValue date = DateValue::Of(standard);
+    if (before) date.GetAsFileTime(false, &before->time);
+    if (IsWellFormed(standard, date)) {
+      changes.facts().date = date;
+      changes.Add("Date", [&](std::string& out) { out += standard.text; });
+      return;
+    }
+  } else if (before) {
+    Note(value, ascii, entity, *before);
+  }
   if (value.empty()) return;
   std::string fixed;
   bool rewritten;
-  if (platform::IsAscii(value)) {
+  if (ascii) {
     rewritten = RewriteDate(DateInside(value), fixed);
   } else {
     const std::u16string text = Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
     rewritten = RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed);
   }
-  if (rewritten) changes.Add("Date", [&](std::string& out) { out += fixed; });
+  if (!rewritten) return;
+  changes.facts().date.emplace().SetFromRfc822(fixed);
+  changes.Add("Date", [&](std::string& out) { out += fixed; });
 }
 
 }  // namespace parvane::sources
@@ -175,7 +225,7 @@ namespace sources = parvane::sources;
 void FixDate(Tessary::TsMime* mime) {
   if (!mime) return;
   sources::FieldChanges changes;
-  sources::RepairDate(mime->impl().Entity(), changes);
+  sources::RepairDate(mime->impl().Entity(), changes, nullptr);
   changes.ApplyTo(mime->impl().Entity());
 }
 

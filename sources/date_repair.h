@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/time.h"
 #include "sources/field_changes.h"
 
 namespace Tessary {
@@ -18,8 +19,15 @@ namespace parvane::sources {
 // DateTimeUtilities::TryFixTimeStr of UTF-8 text; `fixed` holds the new date when it succeeds.
 bool RewriteDate(std::string_view dateText, std::string& fixed);
 
-// FixDate.
-void RepairDate(const Tessary::MimeMessage2& entity, FieldChanges& changes);
+// The Date field as the message came with it.
+struct DateBefore {
+  platform::FileTime time;  // 0: it could not be read, or there is none
+  // As it stands, cut after 100 bytes; empty for a date that repair only writes anew.
+  std::string text;
+};
+
+// FixDate; `before` may be null.
+void RepairDate(const Tessary::MimeMessage2& entity, FieldChanges& changes, DateBefore* before);
 
 }  // namespace parvane::sources
 

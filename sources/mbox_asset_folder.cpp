@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "engine/source_observer.h"
+#include "mime/mime_header.h"
 #include "sources/mbox_email_asset.h"
 #include "sources/state/header_state.h"
 
@@ -108,7 +109,11 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
   while (const auto location = ReadMessage()) {
     auto state = StateInHand();
     if (state && state->deleted.Is(true) && StateWishes()->skipDeleted) {
-      if (observer) observer->DeletedMessageSkipped(*location, _message->view());
+      if (observer) {
+        Tessary::MimeHeader header;
+        header.Load(_message->view());
+        observer->DeletedMessageSkipped(*location, MessageIdIn(header));
+      }
       continue;
     }
     if (observer) observer->MessageRead(*location, _message->view());

@@ -12,7 +12,6 @@
 #include "mime/facade/cls_email.h"
 #include "mime/facade/ts_email.h"
 #include "mime/mime_message2.h"
-#include "mime/text_decoding.h"
 #include "platform/file.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
@@ -69,6 +68,13 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
 
 }  // namespace
 
+std::string_view MessageIdIn(const Tessary::MimeHeader& header) {
+  const Tessary::MimeField* field = header.Find("Message-ID");
+  if (field == nullptr) return {};
+  const std::string_view line = field->Raw();
+  return line.substr(line.find(':') + 1);
+}
+
 MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes) {
   Parse(ByteSlice::Adopt(std::move(mimeBytes)), false, nullptr);
 }
@@ -119,15 +125,11 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
     } else {
       entity->Load(message, unread);
     }
-    parvane::sources::RepairLosses losses;
-    if (_observer) NoteDate(*entity);
-    parvane::sources::RepairMessage(*entity, std::move(headerBuffer),
-                                    _observer ? &losses : nullptr);
-    for (const auto& [header, loss] : losses.named)
-      _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
-    if (losses.more > 0)
-      _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(losses.named.back().header),
-                          AndMore(losses.more)});
+    const std::string_view messageId = MessageIdIn(entity->header());
+    if (_observer && !messageId.empty()) _observer->MessageNamed(_location, messageId);
+    parvane::sources::RepairNotes notes;
+    parvane::sources::RepairMessage(*entity, std::move(headerBuffer), _observer ? &notes : nullptr);
+    Remember(std::move(notes));
   }
   if (_emailP->impl().SetFromEntity(std::move(entity))) {
     FillMembers();
@@ -141,20 +143,14 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
 
 MBOXEmailAsset::~MBOXEmailAsset() = default;
 
-// For comparison with the repaired one.
-void MBOXEmailAsset::NoteDate(const MimeMessage2& message) {
-  const Tessary::MimeField* field = message.header().Find("Date");
-  if (field == nullptr) return;
-  std::string scratch;
-  std::string_view text = field->Value(scratch);
-  std::string decoded;
-  if (!parvane::platform::IsAscii(text)) {
-    decoded = Tessary::DecodeTextToUtf8(text, {}, message.contentType().Get("charset"));
-    text = decoded;
-  }
-  Tessary::DateValue date;
-  if (date.SetFromRfc822(text.substr(0, text.find('\0')))) date.GetAsFileTime(false, &_rawDate);
-  _rawDateSize = text.copy(_rawDateText.data(), _rawDateText.size());
+void MBOXEmailAsset::Remember(parvane::sources::RepairNotes&& notes) {
+  const parvane::sources::RepairLosses& losses = notes.losses;
+  for (const auto& [header, loss] : losses.named)
+    _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
+  if (losses.more > 0)
+    _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(losses.named.back().header),
+                        AndMore(losses.more)});
+  _dateBefore = std::move(notes.date);
 }
 
 void MBOXEmailAsset::FillMembers() {
@@ -196,12 +192,12 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
   if (_observer) {
     parvane::engine::ConversionNotes notes;
     notes.remarks = _remarks;
-    notes.rawDate = _rawDate;
+    notes.rawDate = _dateBefore.time;
     // Who knows more than one header does is believed.
     const bool deleted = _state ? _state->deleted.Is(true) : report.markedDeleted;
     AddTo(notes, std::move(report));
     if (deleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
-    if (notes.dateChangedByRepair) notes.rawDateText.assign(_rawDateText.data(), _rawDateSize);
+    if (notes.dateChangedByRepair) notes.rawDateText = _dateBefore.text;
     _observer->MessageConverted(_location, success, notes);
   }
   return success;

@@ -1,7 +1,6 @@
 // One message of an mbox file, repaired and parsed, ready to be written into a MAPI message.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <iosfwd>
 #include <memory>
@@ -14,15 +13,19 @@
 #include "engine/message_state.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
-#include "platform/time.h"
 #include "sources/mbox_reading.h"
+#include "sources/message_repair.h"
 
 namespace Tessary {
+class MimeHeader;
 class MimeMessage2;
 class TsEmail;
 }  // namespace Tessary
 
 namespace QuelmarMIMEEngineCommon {
+
+// The Message-ID as it stands in the header, with its folds; empty when there is none.
+std::string_view MessageIdIn(const Tessary::MimeHeader& header);
 
 class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulAsset {
  public:
@@ -60,7 +63,7 @@ class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulA
   bool Convert(parvane::mapi::IMessage& message, parvane::mapi::IMAPISession& session);
   // Tells the observer that memory did not suffice for `step`.
   void ReportTooLarge(std::string_view step) const;
-  void NoteDate(const Tessary::MimeMessage2& message);
+  void Remember(parvane::sources::RepairNotes&& notes);
   void FillMembers();
 
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed
@@ -68,10 +71,7 @@ class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulA
   parvane::engine::MessageLocation _location;
   std::unique_ptr<const parvane::engine::MessageState> _state;  // null: nobody asked
   std::vector<parvane::engine::Remark> _remarks;                // of what the parse saw
-  // The Date field before repair; here and not in a string, which would go to the heap.
-  parvane::platform::FileTime _rawDate;  // 0: unreadable
-  std::array<char, 100> _rawDateText{};  // as it stands, cut
-  std::size_t _rawDateSize = 0;
+  parvane::sources::DateBefore _dateBefore;
 };
 
 }  // namespace QuelmarMIMEEngineCommon

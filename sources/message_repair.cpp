@@ -8,7 +8,6 @@
 #include "mime/mime_message2.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
-#include "sources/date_repair.h"
 #include "sources/field_changes.h"
 
 namespace parvane::sources {
@@ -23,9 +22,9 @@ using Tessary::MimeMessage2;
 constexpr int kMaximumMessageDepth = 32;
 
 void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer,
-            RepairLosses* losses);
+            RepairNotes* notes);
 
-void RepairAttachedMessage(MimeMessage2& attachment, int depth, RepairLosses* losses) {
+void RepairAttachedMessage(MimeMessage2& attachment, int depth, RepairNotes* notes) {
   // Most attached messages stand in the body as they are; some mailers encode them all the same,
   // and are repaired in the clear.
   const std::string& encoding = attachment.transferEncoding();
@@ -36,37 +35,36 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth, RepairLosses* lo
   ParseLog unread(ParseLog::Keeping::kNothing);
   MimeMessage2 message;
   message.Load(text, unread);
-  Adjust(message, depth + 1, nullptr, losses);
+  Adjust(message, depth + 1, nullptr, notes);
   if (encoded) attachment.SetField("Content-Transfer-Encoding", "8bit");
   attachment.ReplaceBody(message.Serialise());
 }
 
-void FixRelated(MimeMessage2& entity, int depth, RepairLosses* losses) {
+void FixRelated(MimeMessage2& entity, int depth, RepairNotes* notes) {
   if (entity.ContentTypeIs("multipart/related")) {
     for (const auto& part : entity.children()) part->RemoveField("Content-Disposition");
   }
   if (depth < kMaximumMessageDepth &&
       platform::EqualsIgnoreAsciiCase(entity.disposition().value(), "attachment") &&
       entity.ContentTypeIs("message/rfc822"))
-    RepairAttachedMessage(entity, depth, losses);
-  for (const auto& part : entity.children()) FixRelated(*part, depth, losses);
+    RepairAttachedMessage(entity, depth, notes);
+  for (const auto& part : entity.children()) FixRelated(*part, depth, notes);
 }
 
 void Adjust(MimeMessage2& entity, int depth, std::shared_ptr<std::string> buffer,
-            RepairLosses* losses) {
-  FixRelated(entity, depth, losses);
+            RepairNotes* notes) {
+  FixRelated(entity, depth, notes);
   FieldChanges changes;
-  RepairAddresses(entity, changes, losses);
-  RepairDate(entity, changes);
+  RepairAddresses(entity, changes, notes ? &notes->losses : nullptr);
+  RepairDate(entity, changes, notes && depth == 0 ? &notes->date : nullptr);
   changes.ApplyTo(entity, std::move(buffer));
 }
 
 }  // namespace
 
-void RepairMessage(MimeMessage2& message, std::shared_ptr<std::string> buffer,
-                   RepairLosses* losses) {
+void RepairMessage(MimeMessage2& message, std::shared_ptr<std::string> buffer, RepairNotes* notes) {
   const platform::StageMark mark(platform::Stage::kRepair, message.headerText().size());
-  Adjust(message, 0, std::move(buffer), losses);
+  Adjust(message, 0, std::move(buffer), notes);
 }
 
 void RepairParts(MimeMessage2& message) { FixRelated(message, 0, nullptr); }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "sources/address_repair.h"
+#include "sources/date_repair.h"
 
 namespace Tessary {
 class MimeMessage2;
@@ -18,11 +19,17 @@ class TsMime;
 
 namespace parvane::sources {
 
+// What a repaired message no longer shows.
+struct RepairNotes {
+  RepairLosses losses;
+  DateBefore date;
+};
+
 // All repairs: related parts and attached messages, then the address headers, then Date. The
 // repaired header is put into `buffer` (null: into a new one), which nobody else may look into;
-// what it lacks is appended to `losses` (null: not looked for).
+// what it lacks is put into `notes` (null: not looked for).
 void RepairMessage(Tessary::MimeMessage2& message, std::shared_ptr<std::string> buffer,
-                   RepairLosses* losses = nullptr);
+                   RepairNotes* notes = nullptr);
 // FixRelatedContentDisposition.
 void RepairParts(Tessary::MimeMessage2& message);
 

@@ -8,6 +8,7 @@
 #include "mapi/builtin/identity.h"
 #include "mapi/constants.h"
 #include "mapi/results.h"
+#include "platform/recycled_vector.h"
 #include "platform/system.h"
 #include "platform/text.h"
 #include "pstfile/store/subject.h"
@@ -48,8 +49,10 @@ bool IsPrefixLetter(char16_t unit) {
 class DisplayNames {
  public:
   Status Add(pstfile::PstStore& store, std::u16string_view name) {
-    if (_writer || !_names.empty()) _names += u"; ";
-    _names += name;
+    static constexpr std::u16string_view kSeparator = u"; ";
+    if (_writer || !_names.empty())
+      _names.insert(_names.end(), kSeparator.begin(), kSeparator.end());
+    _names.insert(_names.end(), name.begin(), name.end());
     constexpr std::size_t kMost = 64 * 1024;
     if (_names.size() < kMost) return {};
     if (!_writer) {
@@ -57,14 +60,14 @@ class DisplayNames {
       if (!writer.ok()) return writer.status();
       _writer.emplace(std::move(*writer));
     }
-    Status status = _writer->AppendText(_names);
+    Status status = _writer->AppendText(View());
     _names.clear();
     return status;
   }
 
   Status Set(PropertyList& list, ULONG tag) {
     if (_writer) {
-      Status status = _writer->AppendText(_names);
+      Status status = _writer->AppendText(View());
       if (!status.ok()) return status;
       auto stored = _writer->Finish();
       if (!stored.ok()) return stored.status();
@@ -72,13 +75,15 @@ class DisplayNames {
     } else if (_names.empty()) {
       Drop(list, tag);  // reads as an empty string
     } else {
-      list.SetText(ToTag(tag), _names);
+      list.SetText(ToTag(tag), View());
     }
     return {};
   }
 
  private:
-  std::u16string _names;
+  std::u16string_view View() const { return {_names.data(), _names.size()}; }
+
+  platform::RecycledVector<char16_t> _names;  // every message has some
   std::optional<pstfile::ValueWriter> _writer;
 };
 

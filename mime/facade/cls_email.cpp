@@ -8,6 +8,7 @@
 #include "mime/facade/cls_string.h"
 #include "mime/html_charset.h"
 #include "mime/text_decoding.h"
+#include "platform/simd/ascii.h"
 #include "platform/simd/scan.h"
 #include "platform/text.h"
 
@@ -47,6 +48,11 @@ std::string_view FirstCharset(const Email2& node) {
   return {};
 }
 
+void Widen(std::string_view ascii, std::u16string& out) {
+  out.resize(ascii.size());
+  parvane::platform::simd::WidenAsciiPrefix(ascii.data(), ascii.size(), out.data());
+}
+
 // A header's text on one line: line ends, raw or decoded, become spaces and NUL goes.
 std::string OneLine(std::string text) {
   std::erase(text, '\0');
@@ -75,11 +81,6 @@ bool IsPlainText(std::string_view value) {
   if (at == value.size()) return true;
   while (at < value.size() && value[at] == '?') at = find(at + 1);
   return at == value.size() && !ContentCoding::HasEncodedWords(value);
-}
-
-const char* FieldOfList(ClsEmail::List list) {
-  static constexpr const char* kFields[] = {"From", "To", "Cc", "Bcc"};
-  return kFields[static_cast<int>(list)];
 }
 
 }  // namespace
@@ -142,7 +143,7 @@ void ClsEmail::GiveHeaderText(std::string_view raw, ClsString& out) const {
 // Several fields of the name are one list. A view of the message where there is but one.
 std::string_view ClsEmail::ListText(List list, std::string& joined, std::string& scratch) const {
   std::string_view text;
-  _message->root.header().ForEach(FieldOfList(list), [&](const MimeField& field) {
+  _message->root.header().ForEach(NameOf(list), [&](const MimeField& field) {
     const std::string_view value = field.Value(scratch);
     if (text.empty() && value.data() != scratch.data()) {
       text = value;
@@ -155,20 +156,47 @@ std::string_view ClsEmail::ListText(List list, std::string& joined, std::string&
   return text;
 }
 
+template <typename Take>
+bool ClsEmail::ForEachKnown(List list, Take take) {
+  const HeaderFacts* facts = _message->root.entity().facts();
+  if (facts == nullptr || !facts->Knows(list)) return false;
+  const MimeField* field = _message->root.header().Find(NameOf(list));
+  std::string scratch;
+  return field != nullptr &&
+         facts->ForEachMailBox(list, field->Value(scratch),
+                               [&](std::string_view name, std::string_view address) {
+                                 Widen(name, _known.name);
+                                 Widen(address, _known.address);
+                                 return take(std::as_const(_known));
+                               });
+}
+
 const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
-  auto& mailboxes = _message->lists[static_cast<int>(list)];
-  if (!mailboxes) {
-    mailboxes.emplace();
-    std::string joined;
-    std::string scratch;
-    const std::string_view text = ListText(list, joined, scratch);
-    if (text.empty() || parvane::mime::ParseRewrittenList(text, *mailboxes)) return *mailboxes;
-    joined = std::string(text);
-    std::erase(joined, '\0');
-    auto read = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
-    mailboxes->swap(read);
-  }
+  auto& mailboxes = _message->lists[static_cast<std::size_t>(list)];
+  if (mailboxes) return *mailboxes;
+  mailboxes.emplace();
+  const auto keep = [&](const MailBox& mailbox) {
+    mailboxes->push_back(mailbox);
+    return true;
+  };
+  if (ForEachKnown(list, keep)) return *mailboxes;
+  std::string joined;
+  std::string scratch;
+  const std::string_view text = ListText(list, joined, scratch);
+  if (text.empty()) return *mailboxes;
+  joined = std::string(text);
+  std::erase(joined, '\0');
+  auto read = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
+  mailboxes->swap(read);
   return *mailboxes;
+}
+
+template <typename Take>
+void ClsEmail::ForEach(List list, Take take) {
+  if (!MayHave(list) || ForEachKnown(list, take)) return;
+  for (const MailBox& mailbox : Mailboxes(list)) {
+    if (!take(mailbox)) return;
+  }
 }
 
 bool ClsEmail::From(ClsString& out) {
@@ -182,11 +210,12 @@ bool ClsEmail::From(ClsString& out) {
 
 void ClsEmail::AppendFromTo(std::u16string& out) {
   bool first = true;
-  for (const MailBox& mailbox : Mailboxes(List::kFrom)) {
+  ForEach(List::kFrom, [&](const MailBox& mailbox) {
     if (!first) out.append(u", ");
     first = false;
     parvane::mime::AppendMailBox(mailbox, out);
-  }
+    return true;
+  });
 }
 
 bool ClsEmail::FromPart(const char* operation, MailBoxPart part, ClsString& out) {
@@ -277,6 +306,20 @@ void ClsEmail::Fields::AppendFrom(std::u16string& out) {
   if (_email._message) _email.AppendFromTo(out);
 }
 
+bool ClsEmail::Fields::Date(DateValue& out) {
+  const HeaderFacts* facts = _email._message ? _email._message->root.entity().facts() : nullptr;
+  if (facts != nullptr && facts->date) {
+    out = *facts->date;
+    return true;
+  }
+  out.Clear();
+  std::string scratch;
+  std::string_view text;
+  if (!View("Date", scratch, text)) return false;
+  out.SetFromRfc822(text);
+  return true;
+}
+
 bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
   Fields fields(*this);
   std::string scratch;
@@ -286,27 +329,15 @@ bool ClsEmail::HeaderField(std::string_view name, ClsString& out) {
   return success;
 }
 
-const std::vector<ClsEmail::MailBox>& ClsEmail::AllMailboxes(List list) {
-  static const std::vector<MailBox> kNone;
-  const std::vector<MailBox>* mailboxes = &kNone;
+void ClsEmail::ForEachMailbox(List list, const TakeMailBox& take) {
   Run("get_Recipients", [&] {
-    mailboxes = &Mailboxes(list);
+    ForEach(list, take);
     return true;
   });
-  return *mailboxes;
 }
 
-void ClsEmail::ForEachMailbox(List list, const std::function<void(const MailBox&)>& take) {
-  constexpr std::size_t kLong = 256 << 10;
-  Run("get_Recipients", [&] {
-    if (_message->root.entity().headerText().size() > kLong) {
-      std::string joined;
-      std::string scratch;
-      if (parvane::mime::ForEachRewritten(ListText(list, joined, scratch), take)) return true;
-    }
-    for (const MailBox& mailbox : Mailboxes(list)) take(mailbox);
-    return true;
-  });
+bool ClsEmail::ForEachKnownMailbox(List list, const TakeMailBox& take) {
+  return Run("get_Recipients", [&] { return ForEachKnown(list, take); });
 }
 
 int ClsEmail::RecipientCount(const char* operation, List list) {

@@ -26,8 +26,7 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
  public:
   using ByteSlice = parvane::mime::ByteSlice;
   using MailBox = parvane::mime::MailBox;
-  // The address lists whose mailboxes are handed out one by one.
-  enum class List { kFrom, kTo, kCc, kBcc };
+  using List = AddressField;
   enum class PartList { kAttachments, kRelatedItems };
   enum class MailBoxPart { kName, kAddress };
 
@@ -63,6 +62,9 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
     // fail.
     bool Append(std::string_view name, std::u16string& out, std::size_t mostBytes = SIZE_MAX);
     void AppendFrom(std::u16string& out);
+    // The date that the Date field holds, cleared when that cannot be read; false when there is no
+    // such field.
+    bool Date(DateValue& out);
 
    private:
     ClsEmail& _email;
@@ -76,10 +78,16 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
   }
   int RecipientCount(const char* operation, List list);
   bool Recipient(const char* operation, List list, MailBoxPart part, int index, ClsString& out);
-  // All mailboxes of a list; none without a message.
-  const std::vector<MailBox>& AllMailboxes(List list);
-  // Calls `take` with the same, one by one; a long list is not held for it.
-  void ForEachMailbox(List list, const std::function<void(const MailBox&)>& take);
+  // Calls `take` with all mailboxes of a list, one by one, until it returns false; a long list that
+  // repair rewrote is not held for it.
+  using TakeMailBox = std::function<bool(const MailBox&)>;
+  void ForEachMailbox(List list, const TakeMailBox& take);
+  // False when there is certainly no such field.
+  bool MayHave(List list) const {
+    return _message && _message->root.header().MayHave(NameOf(list));
+  }
+  // ForEachMailbox where they are known without reading the field; else false, without a call.
+  bool ForEachKnownMailbox(List list, const TakeMailBox& take);
 
   // ---- Bodies ----
   bool PlainTextBody(ClsString& out);
@@ -125,7 +133,7 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
     Email2 root;
     EmailStructure structure;
     std::string charset;  // the message's own, for text that names none; may be empty
-    std::optional<parvane::platform::RecycledVector<MailBox>> lists[4];
+    std::optional<parvane::platform::RecycledVector<MailBox>> lists[kAddressFields.size()];
     // The last field that had to be decoded: the subject is asked for again.
     const MimeField* decodedField = nullptr;
     std::string decodedText;
@@ -143,6 +151,12 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
   bool GiveBody(const Email2* node, bool html, Body& out);
   const std::vector<MailBox>& Mailboxes(List list);
   std::string_view ListText(List list, std::string& joined, std::string& scratch) const;
+  // Both call `take` with the mailboxes until it returns false; the former only if the facts of the
+  // entity have them.
+  template <typename Take>
+  bool ForEachKnown(List list, Take take);
+  template <typename Take>
+  void ForEach(List list, Take take);
   const std::vector<const Email2*>& Parts(PartList list) const;
   // Null, with the reason in the log, for a bad index.
   const Email2* PartAt(PartList list, int index);
@@ -151,6 +165,7 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
   std::mutex _criticalSection;
   parvane::mime::OperationLog _log;
   std::optional<Message> _message;
+  MailBox _known;  // handed out by ForEachKnown
   int _depth = 0;
 };
 

@@ -1,14 +1,9 @@
 #include "platform/simd/search.h"
 
-#include <algorithm>
 #include <bit>
 
 #include "platform/cpu.h"
 #include "platform/simd/target.h"
-
-#if defined(__SSE2__) || defined(_M_X64)
-#define PARVANE_SSE2 1
-#endif
 
 namespace parvane::platform::simd {
 namespace {
@@ -58,27 +53,6 @@ std::size_t FindAvx2(const char* text, std::size_t from, std::size_t end, std::s
 #endif
 
 }  // namespace
-
-std::size_t FindLineStart(const char* text, std::size_t from, std::size_t size, char letter) {
-  std::size_t at = std::max<std::size_t>(from, 1);
-#ifdef PARVANE_SSE2
-  const auto load = [text](std::size_t where) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + where));
-  };
-  for (; at + 16 <= size; at += 16) {
-    const __m128i bytes = load(at);
-    const __m128i lower = _mm_or_si128(bytes, _mm_set1_epi8(0x20));
-    const __m128i wanted = _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r')),
-                                        _mm_cmpeq_epi8(lower, _mm_set1_epi8(letter)));
-    const __m128i lineFeeds = _mm_cmpeq_epi8(load(at - 1), _mm_set1_epi8('\n'));
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(wanted, lineFeeds)));
-    if (mask != 0) return at + static_cast<std::size_t>(std::countr_zero(mask));
-  }
-#endif
-  const auto isWanted = [letter](char c) { return c == '\r' || (c | 0x20) == letter; };
-  while (at < size && (text[at - 1] != '\n' || !isWanted(text[at]))) ++at;
-  return std::min(at, size);
-}
 
 std::size_t FindPair(const char* text, std::size_t from, std::size_t end, std::size_t distance,
                      char first, char last) {

@@ -10,8 +10,4 @@ namespace parvane::platform::simd {
 std::size_t FindPair(const char* text, std::size_t from, std::size_t end, std::size_t distance,
                      char first, char last);
 
-// The first i in [from, size), not 0, behind an LF at which text[i] is CR or `letter`, a lower-case
-// one, in either case; `size` when there is none.
-std::size_t FindLineStart(const char* text, std::size_t from, std::size_t size, char letter);
-
 }  // namespace parvane::platform::simd

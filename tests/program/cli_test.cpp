@@ -7,7 +7,6 @@
 #include "cli/folder_names.h"
 #include "cli/format.h"
 #include "cli/json_writer.h"
-#include "cli/message_id.h"
 #include "cli/progress_line.h"
 #include "cli/pst_account.h"
 #include "cli/reasons.h"
@@ -232,19 +231,6 @@ TEST(JsonWriter, EscapesAndNests) {
       json.Take(),
       "{\n  \"text\": \"a\\\"\\\\\\n\\u0001\\u202eé\",\n  \"wide\": \"é\uFFFD\",\n  \"none\": [],\n"
       "  \"list\": [\n    1,\n    true,\n    null\n  ],\n  \"seconds\": 61.007\n}\n");
-}
-
-TEST(MessageIds, AreFoundInTheHeaderOnly) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"Message-ID: <a@b>\r\n\r\n", "<a@b>"},
-      {"X: y\r\nmessage-id : <a@b> \r\nX: z\r\n", "<a@b>"},
-      {"Message-Id:\r\n\t<a\x1b@\r\n b>\r\n\r\n", "<a@b>"},
-      {"Message-ID: <a@b>", "<a@b>"},
-      {"Message-ID:\r\n ", ""},
-      {"X-Message-ID: <a@b>\r\nMessage-IDs: <c@d>\r\n\r\nMessage-ID: <e@f>\r\n", ""},
-      {"", ""},
-  };
-  for (const auto& [message, id] : cases) EXPECT_EQ(MessageIdOf(message), id) << message;
 }
 
 // What is rare in tests of the whole program: large files, long lists, dates.

@@ -46,6 +46,17 @@ struct WitnessTest : ::testing::Test {
   }
 };
 
+TEST_F(WitnessTest, NamesAFailedMessageByWhatOfItsIdCanBeShown) {
+  Read();
+  witness.MessageNamed({}, "\r\n\t<a\x1b@\r\n b\xE9>\r\n");
+  EXPECT_FALSE(witness.Cancel());
+  Read();
+  EXPECT_FALSE(witness.Cancel());
+  ASSERT_EQ(record.failures.size(), 2u);
+  EXPECT_EQ(record.failures[0].messageId, "<a@b>");
+  EXPECT_EQ(record.failures[1].messageId, "") << "the name of another message";
+}
+
 TEST_F(WitnessTest, SplitsTheAccountOfAFolderThatGoesOnInAnother) {
   Read();
   Save();

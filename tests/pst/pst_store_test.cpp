@@ -57,10 +57,10 @@ template <typename Interface>
 class FakeAssetBase : public Interface {
  public:
   FakeAssetBase(std::u16string subject, bool succeeds)
-      : _subject(std::move(subject)), _succeeds(succeeds) {}
-  NullableString Details() const override {
-    return _subject.empty() ? std::nullopt : NullableString(_subject);
+      : _subject(std::move(subject)), _succeeds(succeeds) {
+    if (!_subject.empty()) _details = _subject;
   }
+  const NullableString& Details() const override { return _details; }
   bool ConvertToMAPIMessage(IMessage* message, IMAPISession* session) override {
     EXPECT_NE(session, nullptr);
     if (_subject == u"huge") WriteTooMuch(*message);
@@ -83,6 +83,7 @@ class FakeAssetBase : public Interface {
   }
 
   std::u16string _subject;
+  NullableString _details;
   bool _succeeds;
 };
 class FakeEmail : public FakeAssetBase<IEmailAsset> {

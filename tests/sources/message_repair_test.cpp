@@ -200,13 +200,27 @@ std::string Shown(Tessary::TsEmail& email) {
     add(email.GetHeaderField(field, value), value);
   add(email.GetPlainTextBody(value), value);
   add(email.GetHtmlBody(value), value);
-  for (const int count : {email.get_NumTo(), email.get_NumCC(), email.get_NumAttachments(),
-                          email.get_NumRelatedItems(), email.get_NumAttachedMessages()})
-    text.append(std::to_string(count)).append("|");
+  for (std::size_t i = 0; i < Tessary::kAddressFields.size(); ++i) {
+    const auto take = [&](const MailBox& mailbox) {
+      for (const std::u16string& part : {mailbox.name, mailbox.address})
+        text.append(parvane::platform::Utf16ToUtf8(part)).append("|");
+      return true;
+    };
+    email.impl().ForEachMailbox(static_cast<Tessary::AddressField>(i), take);
+  }
+  Tessary::DateValue date;
+  const bool hasDate = Tessary::ClsEmail::Fields(email.impl()).Date(date);
+  for (const std::int64_t number :
+       {std::int64_t{hasDate}, std::int64_t{date.valid()}, date.UnixSeconds(),
+        std::int64_t{date.OffsetSeconds()}, std::int64_t{email.get_NumTo()},
+        std::int64_t{email.get_NumCC()}, std::int64_t{email.get_NumAttachments()},
+        std::int64_t{email.get_NumRelatedItems()}, std::int64_t{email.get_NumAttachedMessages()}})
+    text.append(std::to_string(number)).append("|");
   return text;
 }
 
-// A repaired message goes on as an e-mail without being parsed again, where it can.
+// A repaired message goes on as an e-mail without being parsed again, where it can; what repair
+// knows of its header is what reading that would say.
 TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
   const std::string parts =
       "--b\r\nContent-Type: text/html\r\nContent-Disposition: inline\r\n\r\n<p>\r\n--b\r\n"
@@ -229,6 +243,11 @@ TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
       "To: b@x\r\nContent-Type: multipart/related; boundary=b\r\n\r\n" + parts,
       "Subject: nothing to repair\r\n\r\nbody\r\n",
       "To: J\xF6rg <j@x.org>, b@x.org\r\nTo: c@x.org\r\n\r\nbody\r\n",
+      "To: \" A  B \" <a@x>, <@r:b@x>, c?d <e@x>, \"Doe, J\" <f@x>, G: h@x, <>, "
+      "j\\@k@x\r\n\r\nbody\r\n",
+      "Date: Mon, 31 Feb 2004 23:59:59 -0130 (x)\r\nFrom: a <a b@x>\r\n\r\nbody\r\n",
+      "Date: Thu, 2 Mar 2004 9:59 EST\r\nDate: today\r\nReply-To: R <r@x>, (c) s@x\r\n\r\nbody\r\n",
+      "Date: Fri, 22 Aug 2002 18:26:25 +0700\r\nSender: \"S\" <s@x> t\r\n\r\nbody\r\n",
   };
   for (const std::string& text : cases) {
     parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
@@ -240,6 +259,28 @@ TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
     Tessary::TsEmail direct;
     EXPECT_TRUE(direct.impl().SetFromEntity(entity));
     EXPECT_EQ(Shown(direct), Shown(again)) << text;
+  }
+}
+
+TEST(MessageRepair, LeavesWhatItFoundUntilTheHeaderChanges) {
+  using Change = void (*)(Tessary::MimeMessage2&);
+  for (const Change change :
+       {Change([](auto& m) { m.SetField("X", "y"); }), Change([](auto& m) { m.RemoveField("Cc"); }),
+        Change([](auto& m) { m.RewriteFields({}); })}) {
+    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
+    Tessary::MimeMessage2 entity;
+    const std::string text =
+        "To: A <a@x>\r\nCc: \"q\\\"\" <b@x>\r\n"
+        "Date: Thu, 22 Aug 2002 18:26:25 +0700\r\n\r\nbody\r\n";
+    entity.Load(parvane::mime::ByteSlice::Copy(text), unread);
+    EXPECT_EQ(entity.facts(), nullptr);
+    parvane::sources::RepairMessage(entity, nullptr);
+    ASSERT_NE(entity.facts(), nullptr);
+    EXPECT_TRUE(entity.facts()->Knows(Tessary::AddressField::kTo));
+    EXPECT_FALSE(entity.facts()->Knows(Tessary::AddressField::kCc)) << "it has an escape";
+    EXPECT_TRUE(entity.facts()->date.has_value());
+    change(entity);
+    EXPECT_EQ(entity.facts(), nullptr);
   }
 }
 
@@ -305,10 +346,10 @@ TEST(MailBoxRepair, NamesWhatItDrops) {
     parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
     Tessary::MimeMessage2 entity;
     entity.Load(parvane::mime::ByteSlice::Copy(std::string(header) + "\r\nbody\r\n"), unread);
-    parvane::sources::RepairLosses losses;
-    parvane::sources::RepairMessage(entity, nullptr, &losses);
+    parvane::sources::RepairNotes notes;
+    parvane::sources::RepairMessage(entity, nullptr, &notes);
     std::string found;
-    for (const auto& [name, loss] : losses.named) {
+    for (const auto& [name, loss] : notes.losses.named) {
       found.append(name).append(": ").append(parvane::platform::Utf16ToUtf8(loss.text));
       if (!loss.address.empty()) found += " of " + parvane::platform::Utf16ToUtf8(loss.address);
       found += '\n';
@@ -330,6 +371,8 @@ TEST(DateHeaderRepair, TrimsRewritesOrLeavesAlone) {
       {"Date: ,,Mon 3 Jun 2013 10:20:30 +0100\r\n", "Mon, 03 Jun 2013 10:20:30 +0100"},
       {"Date: ,,Mon 3 Jun 2013\r\n", Local(2013, 6, 3, 0, 0, 0)},
       {"Date: \"Mon, 3 Jun 2013 10:20:30 GMT \r\n", "Mon, 03 Jun 2013 10:20:30 GMT"},
+      {"Date: Fri, 22 Aug 2002 18:26:25 +0700\r\n", "Thu, 22 Aug 2002 18:26:25 +0700"},
+      {"Date: Tue, 31 Feb 2004 10:00:00 -0130 (x)\r\n", "Tue, 02 Mar 2004 10:00:00 -0130"},
       {"Date: sometime\r\n", "sometime"},
       {"Date:\r\n", ""},
       {"X: y\r\n", "(none)"},

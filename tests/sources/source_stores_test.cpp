@@ -51,6 +51,9 @@ class Observer : public engine::SourceObserver {
     EXPECT_EQ(bytes.size(), message.size);
     messages.push_back(message);
   }
+  void MessageNamed(const engine::MessageLocation&, std::string_view messageId) override {
+    names.emplace_back(messageId);
+  }
   void SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
                           engine::SuspiciousSeparatorReason reason,
                           std::string_view line) override {
@@ -74,6 +77,7 @@ class Observer : public engine::SourceObserver {
   };
   std::vector<engine::MessageLocation> messages;
   std::vector<Separator> separators;
+  std::vector<std::string> names;
   std::vector<std::pair<std::string, engine::SkipReason>> skipped;
   std::vector<std::uint64_t> failures;
   std::vector<platform::StatusCode> dumps;
@@ -326,6 +330,17 @@ TEST_F(MboxFolder, YieldsItsMessagesAgainAfterAReset) {
   EXPECT_EQ(observer.messages[5].index, 2);
   EXPECT_TRUE(observer.separators.empty()) << "one separator behind another is not suspicious";
   EXPECT_TRUE(observer.failures.empty());
+}
+
+TEST_F(MboxFolder, TellsWhatItsMessagesAreCalled) {
+  const std::string from = "From a Tue Jan 1 00:00:00 2002\n";
+  MBOXAssetFolder folder(
+      disk.Write("f", from + "X: y\nmessage-id : <a@b> \nX: z\n\n" + from +
+                          "Message-Id:\n\t<c@d>\nDate: 1 Jan 2002\n\n" + from +
+                          "X-Message-ID: <a@b>\nMessage-IDs: <c@d>\n\nMessage-ID: <e@f>\n"),
+      u"f", &store, nullptr);
+  EXPECT_EQ(Sizes(folder).size(), 3u);
+  EXPECT_EQ(observer.names, (std::vector<std::string>{" <a@b> \r\n", "\r\n\t<c@d>\r\n"}));
 }
 
 TEST_F(MboxFolder, TellsOfSeparatorsThatMayBeText) {
