@@ -13,6 +13,7 @@
 #include "mapi/refusals.h"
 #include "mapi/tags.h"
 #include "mime/facade/cls_email.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 #include "mime/transfer_encoding.h"
@@ -65,7 +66,7 @@ class PropertySink : public Tessary::ByteSink {
 bool WriteData(IAttach& attachment, TsEmail& email, ClsEmail::PartList list, int index) {
   parvane::convert::PropertyWriter writer(attachment, PR_ATTACH_DATA_BIN);
   PropertySink sink(writer);
-  const bool read = email.impl().DecodePart(list, index, sink);
+  const bool read = ImplementationOf(email).DecodePart(list, index, sink);
   return writer.Commit() && read;
 }
 

@@ -14,6 +14,7 @@
 #include "mime/address_list.h"
 #include "mime/encoded_words.h"
 #include "mime/facade/cls_email.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_email.h"
 #include "mime/mailbox.h"
 #include "platform/text.h"
@@ -37,7 +38,7 @@ constexpr ULONG kReplyRecipientAddressesTag = PropTag(PT_UNICODE, 0x3FFC);
 bool ForEachMailBoxOf(TsEmail& email, std::string_view field, const ClsEmail::TakeMailBox& take) {
   std::string scratch;
   std::string_view text;
-  if (!ClsEmail::Fields(email.impl()).View(field, scratch, text)) return false;
+  if (!ClsEmail::Fields(ImplementationOf(email)).View(field, scratch, text)) return false;
   std::vector<MailBox> mailBoxes;
   ParseMailBoxList(parvane::platform::Utf8ToUtf16(text), mailBoxes);
   for (MailBox& mailBox : mailBoxes) {
@@ -49,8 +50,9 @@ bool ForEachMailBoxOf(TsEmail& email, std::string_view field, const ClsEmail::Ta
 
 // The same for fields of which repair may know the mailboxes already.
 bool ForEachMailBoxOf(TsEmail& email, AddressField field, const ClsEmail::TakeMailBox& take) {
-  return email.impl().MayHave(field) && (email.impl().ForEachKnownMailbox(field, take) ||
-                                         ForEachMailBoxOf(email, Tessary::NameOf(field), take));
+  return ImplementationOf(email).MayHave(field) &&
+         (ImplementationOf(email).ForEachKnownMailbox(field, take) ||
+          ForEachMailBoxOf(email, Tessary::NameOf(field), take));
 }
 
 // One correspondent takes four properties, always in this order.
@@ -95,7 +97,7 @@ void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) 
     sender = mailBox;
     return false;
   });
-  email->impl().ForEachMailbox(AddressField::kFrom, [&](const MailBox& author) {
+  ImplementationOf(*email).ForEachMailbox(AddressField::kFrom, [&](const MailBox& author) {
     if (!HasText(author.name) && !HasText(author.address)) return false;
     const OneOffEntry from(_addressBookP, author.name, author.address);
     WriteOriginator(*message, kSentRepresentingTags, from);

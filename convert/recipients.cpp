@@ -12,6 +12,7 @@
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/facade/cls_email.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 
@@ -30,7 +31,8 @@ void MIMEToMAPIMessageConverter::WriteRecipients(TsEmail* email, IMessage* messa
       AddRecipient(mailBox.name, mailBox.address, *message, type);
       return true;
     };
-    email->impl().ForEachMailbox(list, std::ref(add));  // by reference, which takes no memory
+    ImplementationOf(*email).ForEachMailbox(list,
+                                            std::ref(add));  // by reference, which takes no memory
   };
   writeList(ClsEmail::List::kTo, MAPI_TO);
   writeList(ClsEmail::List::kCc, MAPI_CC);

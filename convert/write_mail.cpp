@@ -17,6 +17,7 @@
 #include "mapi/tags.h"
 #include "mime/date_parser.h"
 #include "mime/facade/cls_email.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 #include "mime/text_decoding.h"
@@ -124,7 +125,7 @@ bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message
 }
 
 void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* message) {
-  if (const char* header = PlainHeader(email->impl())) {
+  if (const char* header = PlainHeader(ImplementationOf(*email))) {
     SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A, header);
   } else {
     TsString text;
@@ -140,7 +141,7 @@ void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* mess
   // A missing field is empty and sets nothing.
   std::u16string text;
   text.reserve(kUsualText);
-  ClsEmail::Fields fields(email->impl());
+  ClsEmail::Fields fields(ImplementationOf(*email));
   for (const TextField& field : kTextFields) {
     text.clear();
     fields.Append(field.name, text);
@@ -157,7 +158,7 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
   bool hasDate;
   bool hasDeliveryDate;
   {
-    ClsEmail::Fields fields(email->impl());
+    ClsEmail::Fields fields(ImplementationOf(*email));
     std::string scratch;
     std::string_view text;
     hasDate = fields.Date(date);
@@ -188,7 +189,7 @@ void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
   bool low;
   long status = 0;
   {
-    ClsEmail::Fields fields(email->impl());
+    ClsEmail::Fields fields(ImplementationOf(*email));
     std::string scratch;
     std::string_view text;
     low = fields.View("Importance", scratch, text) &&
@@ -207,7 +208,7 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
   if (!email || !message) return;
   SetPropLong(message, PR_INTERNET_CPID, kCodePageUtf8);
   ClsEmail::Body body;
-  if (email->impl().PlainTextBody(body)) {
+  if (ImplementationOf(*email).PlainTextBody(body)) {
     const std::string_view bytes = body.bytes.view();
     if (Tessary::ReadsAsAscii(bytes, body.declaredCharset) && !HasNul(bytes)) {
       parvane::convert::WriteAsciiAsUtf16Stream(*message, PR_BODY_W, bytes);
@@ -219,7 +220,7 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
           {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
     }
   }
-  if (email->impl().HtmlBody(body)) {
+  if (ImplementationOf(*email).HtmlBody(body)) {
     std::string_view text = body.bytes.view();
     std::string decoded;
     if (!Tessary::ReadsAsAscii(text, body.declaredCharset)) {
@@ -233,7 +234,7 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
 
 void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
   using parvane::convert::ConversionReport;
-  for (const Tessary::RemovedAttachment& removed : email->impl().RemovedAttachments()) {
+  for (const Tessary::RemovedAttachment& removed : ImplementationOf(*email).RemovedAttachments()) {
     if (_reportP->removedAttachments.size() < ConversionReport::kMostNamed) {
       _reportP->removedAttachments.push_back(
           {parvane::platform::Utf8ToUtf16(removed.name), removed.url});

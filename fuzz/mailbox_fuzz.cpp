@@ -32,11 +32,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Expect(mailboxes.size() <= pieces.size(), "pieces are joined, never cut");
   for (const std::u16string_view form :
        {std::u16string_view(list), std::u16string_view(rewritten)}) {
-    for (const auto& mailbox : parvane::mime::ParseAddressList(form)) {
+    for (const auto& mailbox : Tessary::ParseAddressList(form)) {
       Expect(!mailbox.name.empty() || !mailbox.address.empty(), "no mailbox is empty");
       std::u16string formatted;
-      parvane::mime::AppendMailBox(mailbox, formatted);
-      const auto again = parvane::mime::ParseAddressList(formatted);
+      Tessary::AppendMailBox(mailbox, formatted);
+      const auto again = Tessary::ParseAddressList(formatted);
       Expect(again.size() <= form.size() + 1, "formatting adds nothing");
     }
   }

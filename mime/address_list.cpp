@@ -7,10 +7,10 @@
 #include "mime/encoded_words.h"
 #include "platform/text.h"
 
-namespace parvane::mime {
+namespace Tessary {
 namespace {
 
-using platform::IsWhiteSpace;
+using parvane::platform::IsWhiteSpace;
 constexpr auto kNone = std::u16string_view::npos;
 
 std::u16string_view Trim(std::u16string_view text) {
@@ -330,7 +330,7 @@ std::vector<MailBox> ParseAddressList(std::u16string_view list) {
       mailbox.address = std::exchange(mailbox.name, {});
     }
     if (mailbox.name.find(u"=?") == std::u16string::npos) continue;
-    mailbox.name = Trim(Tessary::DecodeEncodedWords(mailbox.name));
+    mailbox.name = Trim(DecodeEncodedWords(mailbox.name));
   }
   std::erase_if(mailboxes, [](const MailBox& m) { return m.name.empty() && m.address.empty(); });
   return mailboxes;
@@ -350,4 +350,4 @@ void AppendMailBox(const MailBox& mailbox, std::u16string& out) {
   if (!mailbox.address.empty()) out.append(u" <").append(mailbox.address).append(u">");
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

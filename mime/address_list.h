@@ -13,7 +13,7 @@
 
 #include "mime/mailbox.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
 using QuelmarMIMEEngineCommon::MailBox;
 
@@ -25,4 +25,4 @@ std::vector<MailBox> ParseAddressList(std::u16string_view list);
 // there is no name; the name alone when there is no address.
 void AppendMailBox(const MailBox& mailbox, std::u16string& out);
 
-}  // namespace parvane::mime
+}  // namespace Tessary

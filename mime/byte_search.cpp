@@ -4,9 +4,9 @@
 
 #include "platform/simd/search.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
-using platform::simd::FindPair;
+using parvane::platform::simd::FindPair;
 
 std::size_t FindBytes(std::string_view text, std::string_view needle, std::size_t from) {
   if (needle.empty() || from > text.size() || text.size() - from < needle.size()) {
@@ -28,4 +28,4 @@ bool HasDoubleLineFeed(std::string_view text) {
   return FindPair(text.data(), 0, end, 1, '\n', '\n') != end;
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace parvane::mime {
+namespace Tessary {
 
 // The first position of `needle` in `text` at or after `from`; npos when there is none, and for an
 // empty needle.
@@ -17,4 +17,4 @@ std::size_t FindBytes(std::string_view text, std::string_view needle, std::size_
 // True when two line feeds stand side by side anywhere.
 bool HasDoubleLineFeed(std::string_view text);
 
-}  // namespace parvane::mime
+}  // namespace Tessary

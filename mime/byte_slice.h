@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-namespace parvane::mime {
+namespace Tessary {
 
 class ByteSlice {
  public:
@@ -48,4 +48,4 @@ class ByteSlice {
   std::string_view _view;
 };
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -6,10 +6,10 @@
 #include "mime/content_coding.h"
 #include "platform/text.h"
 
-namespace parvane::mime {
+namespace Tessary {
 namespace {
 
-using platform::IsAsciiWhiteSpace;
+using parvane::platform::IsAsciiWhiteSpace;
 
 std::string_view Trim(std::string_view text) {
   while (!text.empty() && IsAsciiWhiteSpace(text.front())) text.remove_prefix(1);
@@ -76,7 +76,7 @@ class FieldReader {
       if (stop == _text.size() || _text[stop] == ';') continue;
       ++_next;
       out = RawParameter();
-      out.name = platform::ToLowerAscii(name);
+      out.name = parvane::platform::ToLowerAscii(name);
       if (name.find('*') != name.npos) SplitName(out);
       out.value = ReadParameterValue();
       // What follows white space here is a parameter whose ";" was forgotten.
@@ -225,4 +225,4 @@ std::string_view ContentField::Get(std::string_view name) const {
   return parameter == nullptr ? std::string_view() : std::string_view(parameter->value);
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

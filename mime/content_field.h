@@ -16,7 +16,7 @@
 #include "platform/pooled_object.h"
 #include "platform/recycled_vector.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
 struct Parameter {
   std::string name;       // lower case
@@ -24,7 +24,7 @@ struct Parameter {
   bool extended = false;  // it was written the RFC 2231 way, with a charset
 };
 
-class ContentField : public platform::PooledObject<ContentField> {
+class ContentField : public parvane::platform::PooledObject<ContentField> {
  public:
   ContentField() = default;
   // `text` is unfolded. `charset` is tried for extended values that name none.
@@ -41,7 +41,7 @@ class ContentField : public platform::PooledObject<ContentField> {
 
  private:
   std::string _value;
-  platform::RecycledVector<Parameter> _parameters;
+  parvane::platform::RecycledVector<Parameter> _parameters;
 };
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -2,7 +2,7 @@
 
 #include "platform/text.h"
 
-namespace parvane::mime {
+namespace Tessary {
 namespace {
 
 struct Row {
@@ -146,9 +146,10 @@ constexpr Row kRows[] = {
 
 std::string_view ExtensionOfContentType(std::string_view contentType) {
   for (const Row& row : kRows) {
-    if (platform::EqualsIgnoreAsciiCase(row.contentType, contentType)) return row.extension;
+    if (parvane::platform::EqualsIgnoreAsciiCase(row.contentType, contentType))
+      return row.extension;
   }
   return "dat";
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

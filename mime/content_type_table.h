@@ -3,10 +3,10 @@
 
 #include <string_view>
 
-namespace parvane::mime {
+namespace Tessary {
 
 // The extension without its dot, "dat" for a type the table does not know. Letter case of the type
 // is ignored.
 std::string_view ExtensionOfContentType(std::string_view contentType);
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -139,7 +139,7 @@ std::string Email2::FileName(std::string_view messageCharset) const {
     }
   }
   if (found.empty()) {
-    found.append("attachedFile.").append(parvane::mime::ExtensionOfContentType(contentType()));
+    found.append("attachedFile.").append(ExtensionOfContentType(contentType()));
   }
   const std::string_view own = _entity->contentType().Get("charset");
   std::string decoded = ContentCoding::DecodeFileName(found, own.empty() ? messageCharset : own);

@@ -8,8 +8,6 @@
 namespace Tessary {
 namespace {
 
-using parvane::mime::ParseLog;
-
 bool IsPlainOrUntyped(const Email2& node) {
   return node.contentType().empty() || node.TypeIs("text/plain");
 }

@@ -24,8 +24,8 @@ class EmailStructure {
 
   // The node whose body is the plain-text or the HTML body; null, with the reason in the log, when
   // there is none.
-  const Email2* FindPlainTextBody(parvane::mime::ParseLog& log) const;
-  const Email2* FindHtmlBody(parvane::mime::ParseLog& log) const;
+  const Email2* FindPlainTextBody(ParseLog& log) const;
+  const Email2* FindHtmlBody(ParseLog& log) const;
 
   // All in document order.
   const std::vector<const Email2*>& attachments() const { return _attachments; }

@@ -4,7 +4,7 @@
 #include "platform/code_pages/code_page.h"
 #include "platform/text.h"
 
-namespace parvane::mime {
+namespace Tessary {
 namespace {
 
 constexpr auto kNone = std::string_view::npos;
@@ -24,14 +24,14 @@ std::string_view MetaCharset(const std::string& lowerCaseHead) {
 }
 
 bool IsSevenBit(unsigned codePage) {
-  return codePage == platform::kCodePageUtf7 || (codePage >= 50220 && codePage <= 50229) ||
+  return codePage == parvane::platform::kCodePageUtf7 || (codePage >= 50220 && codePage <= 50229) ||
          codePage == 52936;
 }
 
 // A page that HTML found by reading it as ASCII can be in.
 bool IsPossible(unsigned codePage) {
-  return codePage != platform::kCodePageUtf16Le && codePage != platform::kCodePageUtf16Be &&
-         codePage != 65005 && codePage != 65006;
+  return codePage != parvane::platform::kCodePageUtf16Le &&
+         codePage != parvane::platform::kCodePageUtf16Be && codePage != 65005 && codePage != 65006;
 }
 
 }  // namespace
@@ -43,11 +43,11 @@ void GuessCharset(std::string_view body, bool html, std::string& declared, std::
   }
   if (!html) return;
   constexpr std::size_t kHead = 4096;
-  const std::string head = platform::ToLowerAscii(body.substr(0, kHead));
+  const std::string head = parvane::platform::ToLowerAscii(body.substr(0, kHead));
   const std::string_view name = MetaCharset(head);
   const auto codePage = Tessary::CharsetNaming::CodePageOfName(name);
   if (name.empty() || !codePage || !IsPossible(*codePage)) return;
   (IsSevenBit(*codePage) ? declared : fallback) = name;
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

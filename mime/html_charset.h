@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace parvane::mime {
+namespace Tessary {
 
 // Looks for the escape sequences of ISO-2022-JP, and in HTML for the charset of a meta tag within
 // the first 4096 bytes. A charset in which every byte is 7-bit goes to `declared`, because such
@@ -12,4 +12,4 @@ namespace parvane::mime {
 // whatever an old meta tag says. Leaves both alone when the body tells nothing.
 void GuessCharset(std::string_view body, bool html, std::string& declared, std::string& fallback);
 
-}  // namespace parvane::mime
+}  // namespace Tessary

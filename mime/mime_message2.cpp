@@ -12,10 +12,6 @@
 namespace Tessary {
 namespace {
 
-using parvane::mime::ByteSlice;
-using parvane::mime::ContentField;
-using parvane::mime::LogContext;
-using parvane::mime::ParseLog;
 using parvane::platform::EqualsIgnoreAsciiCase;
 using parvane::platform::Stage;
 using parvane::platform::StageMark;
@@ -129,7 +125,7 @@ void MimeMessage2::LoadRoot(const ByteSlice& given, const ByteSlice& text, Conte
 ByteSlice MimeMessage2::NormaliseLineEnds(const ByteSlice& text, Log& log) const {
   const std::string_view bytes = text.view();
   if (bytes.starts_with("\r\n")) return text;
-  const bool doubleLf = parvane::mime::HasDoubleLineFeed(bytes);
+  const bool doubleLf = Tessary::HasDoubleLineFeed(bytes);
   if (!doubleLf && !HeaderEndsInMixedLineEnds(bytes) && !bytes.starts_with('\n')) return text;
   if (doubleLf && bytes.find("\r\n\r\n") == std::string_view::npos) {
     log.Say("Double CRLF not found, but found double-LF");
@@ -189,7 +185,7 @@ void MimeMessage2::SplitBody(Context& context) {
     _beyondLimit = true;
     return;
   }
-  auto split = parvane::mime::SplitMultipart(body(), *_boundary, context.entitiesLeft, context.log);
+  auto split = Tessary::SplitMultipart(body(), *_boundary, context.entitiesLeft, context.log);
   *_boundary = std::move(split.boundary);
   if (!split.dropped.empty()) MakeRare().droppedParts = std::move(split.dropped);
   context.entitiesLeft -= std::min(context.entitiesLeft, split.parts.size());

@@ -34,8 +34,7 @@ struct MimeLimits {
 
 class MimeMessage2 {
  public:
-  using Log = parvane::mime::ParseLog;
-  using ByteSlice = parvane::mime::ByteSlice;
+  using Log = Tessary::ParseLog;
 
   MimeMessage2() = default;
   MimeMessage2(const MimeMessage2&) = delete;
@@ -63,8 +62,8 @@ class MimeMessage2 {
   const char* terminatedHeader() const {
     return HasOwnHeader() ? _rare->headerBytes.data() : nullptr;
   }
-  const parvane::mime::ContentField& contentType() const { return OrNone(_contentType); }
-  const parvane::mime::ContentField& disposition() const { return OrNone(_disposition); }
+  const ContentField& contentType() const { return OrNone(_contentType); }
+  const ContentField& disposition() const { return OrNone(_disposition); }
   // The name in Content-Transfer-Encoding, as it stands; empty without the field.
   const std::string& transferEncoding() const { return OrNone(_transferEncoding); }
   // What is known of the header as it stands; null when that is nothing.
@@ -169,8 +168,8 @@ class MimeMessage2 {
   std::string_view _headerText;
   MimeHeader _header;
   // Null for a field that is not there.
-  std::unique_ptr<parvane::mime::ContentField> _contentType;
-  std::unique_ptr<parvane::mime::ContentField> _disposition;
+  std::unique_ptr<ContentField> _contentType;
+  std::unique_ptr<ContentField> _disposition;
   std::unique_ptr<std::string> _transferEncoding;
   std::unique_ptr<std::string> _boundary;
   std::unique_ptr<Children> _children;  // null for a leaf

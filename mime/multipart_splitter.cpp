@@ -4,7 +4,7 @@
 
 #include "platform/text.h"
 
-namespace parvane::mime {
+namespace Tessary {
 namespace {
 
 constexpr auto kNone = std::string_view::npos;
@@ -12,7 +12,7 @@ constexpr auto kNone = std::string_view::npos;
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 bool HoldsText(std::string_view bytes) {
-  return !std::all_of(bytes.begin(), bytes.end(), platform::IsAsciiWhiteSpace);
+  return !std::all_of(bytes.begin(), bytes.end(), parvane::platform::IsAsciiWhiteSpace);
 }
 
 // Characters a boundary may hold (RFC 2046, 5.1.1), so that one that goes on is another one.
@@ -164,9 +164,9 @@ Choice ChooseForm(std::string_view body, const std::string& boundary, ParseLog& 
     std::string spaced = WithAlternativeSpace(boundary);
     if (HasExactForm(body, spaced)) return {true, spaced, spaced};
   }
-  if (!platform::IsAscii(boundary)) {
+  if (!parvane::platform::IsAscii(boundary)) {
     log.Say("Still looking for the boundary: Searching using ANSI instead...");
-    std::string ansi = platform::Utf16ToAnsi(platform::Utf8ToUtf16(boundary));
+    std::string ansi = parvane::platform::Utf16ToAnsi(parvane::platform::Utf8ToUtf16(boundary));
     if (HasExactForm(body, ansi)) return {true, ansi, ReplaceHighBytes(boundary)};
   }
   if (forms.lenient) return {true, boundary, boundary};
@@ -246,4 +246,4 @@ MultipartSplit SplitMultipart(std::string_view body, const std::string& boundary
   return split;
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -17,7 +17,7 @@
 #include "mime/byte_search.h"
 #include "mime/parse_log.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
 // A part of at most this many bytes is dropped.
 inline constexpr std::size_t kSmallestPart = 4;
@@ -38,4 +38,4 @@ struct MultipartSplit {
 MultipartSplit SplitMultipart(std::string_view body, const std::string& boundary,
                               std::size_t maxParts, ParseLog& log);
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -1,6 +1,6 @@
 #include "mime/parse_log.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
 void ParseLog::Open(const char* name) {
   if (_keeping == Keeping::kNothing) return;
@@ -74,4 +74,4 @@ void ParseLog::AppendLine(const Entry& entry, std::string& text) const {
   }
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

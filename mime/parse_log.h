@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace parvane::mime {
+namespace Tessary {
 
 class ParseLog {
  public:
@@ -68,4 +68,4 @@ class LogContext {
   ParseLog& _log;
 };
 
-}  // namespace parvane::mime
+}  // namespace Tessary

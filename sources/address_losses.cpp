@@ -110,7 +110,7 @@ void Compare(std::u16string_view mailbox, bool continued, const TakeAddressLoss&
   if (!continued) QuelmarMIMEEngineCommon::RewriteMailBoxes(mailbox, rewritten);
   std::u16string names;
   std::u16string addresses;
-  for (const MailBox& kept : mime::ParseAddressList(rewritten)) {
+  for (const MailBox& kept : Tessary::ParseAddressList(rewritten)) {
     AppendEssence(kept.name, names);
     AppendEssence(kept.address, addresses);
   }
@@ -118,11 +118,11 @@ void Compare(std::u16string_view mailbox, bool continued, const TakeAddressLoss&
   const auto holds = [](const std::u16string& text, std::u16string_view part) {
     return text.find(Essence(part)) != text.npos;
   };
-  for (const MailBox& original : mime::ParseAddressList(mailbox)) {
+  for (const MailBox& original : Tessary::ParseAddressList(mailbox)) {
     if (original.address.empty() ? !holds(everything, original.name)
                                  : !holds(everything, original.address)) {
       std::u16string text;
-      mime::AppendMailBox(original, text);
+      Tessary::AppendMailBox(original, text);
       take({std::move(text), {}});
     } else if (!original.address.empty() && !holds(names, original.name) &&
                Essence(original.name) != Essence(original.address)) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "mime/facade/cls_mime.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/header_facts.h"
 #include "mime/mailbox.h"
@@ -122,7 +123,7 @@ namespace QuelmarMIMEEngineCommon {
 
 void FixMailBox(const char* headerName, Tessary::TsMime* mime) {
   if (!mime || !headerName) return;
-  parvane::sources::RepairAddressHeader(headerName, mime->impl().Entity());
+  parvane::sources::RepairAddressHeader(headerName, ImplementationOf(*mime).Entity());
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -8,6 +8,7 @@
 
 #include "mime/date_parser.h"
 #include "mime/facade/cls_mime.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/facade/ts_string.h"
 #include "mime/mime_message2.h"
@@ -225,8 +226,8 @@ namespace sources = parvane::sources;
 void FixDate(Tessary::TsMime* mime) {
   if (!mime) return;
   sources::FieldChanges changes;
-  sources::RepairDate(mime->impl().Entity(), changes, nullptr);
-  changes.ApplyTo(mime->impl().Entity());
+  sources::RepairDate(ImplementationOf(*mime).Entity(), changes, nullptr);
+  changes.ApplyTo(ImplementationOf(*mime).Entity());
 }
 
 bool DateTimeUtilities::TryFixTimeStr(Tessary::TsString& dateText) {

@@ -118,11 +118,10 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
     }
     if (observer) observer->MessageRead(*location, _message->view());
     if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
-    auto asset = _message->lost() > 0
-                     ? std::make_unique<MBOXEmailAsset>(observer, *location)
-                     : std::make_unique<MBOXEmailAsset>(
-                           parvane::mime::ByteSlice::Share(_message, _message->view()), _header,
-                           observer, *location);
+    auto asset = _message->lost() > 0 ? std::make_unique<MBOXEmailAsset>(observer, *location)
+                                      : std::make_unique<MBOXEmailAsset>(
+                                            Tessary::ByteSlice::Share(_message, _message->view()),
+                                            _header, observer, *location);
     asset->SetState(std::move(state));
     return std::make_unique<AssetQueryResult>(std::move(asset),
                                               static_cast<std::int64_t>(location->size));

@@ -10,6 +10,7 @@
 #include "convert/mime_to_mapi_message_converter.h"
 #include "mime/date_parser.h"
 #include "mime/facade/cls_email.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_email.h"
 #include "mime/mime_message2.h"
 #include "platform/file.h"
@@ -20,8 +21,8 @@
 namespace QuelmarMIMEEngineCommon {
 
 using parvane::engine::RemarkKind;
-using parvane::mime::ByteSlice;
 using parvane::platform::Status;
+using Tessary::ByteSlice;
 using Tessary::MimeMessage2;
 using Tessary::TsEmail;
 
@@ -119,7 +120,7 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
   auto entity = std::make_shared<MimeMessage2>();
   // A message past the limit is left empty, and an empty one is no e-mail.
   if (message.size() <= Tessary::MimeLimits::kMessageBytes) {
-    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
+    Tessary::ParseLog unread(Tessary::ParseLog::Keeping::kNothing);
     if (isCrLf) {
       entity->LoadCrLf(message, unread);
     } else {
@@ -131,7 +132,7 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
     parvane::sources::RepairMessage(*entity, std::move(headerBuffer), _observer ? &notes : nullptr);
     Remember(std::move(notes));
   }
-  if (_emailP->impl().SetFromEntity(std::move(entity))) {
+  if (ImplementationOf(*_emailP).SetFromEntity(std::move(entity))) {
     FillMembers();
     return;
   }
@@ -157,7 +158,7 @@ void MBOXEmailAsset::FillMembers() {
   constexpr std::size_t kUsualSize = 250;
   // A subject may fill the message; who reads the details has a line or two for it.
   constexpr std::size_t kMostBytes = 64 << 10;
-  Tessary::ClsEmail::Fields fields(_emailP->impl());
+  Tessary::ClsEmail::Fields fields(ImplementationOf(*_emailP));
   std::u16string& details = _details.emplace();
   details.reserve(kUsualSize);
   details += u"From : ";

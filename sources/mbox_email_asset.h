@@ -34,7 +34,7 @@ class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulA
   explicit MBOXEmailAsset(ByteVector mimeBytes);
   // The same for a message as ScanMboxMessage reads it, all its line ends being CR LF; `observer`
   // (may be null) learns what becomes of it. The repaired header is put into `headerBuffer`.
-  MBOXEmailAsset(const parvane::mime::ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
+  MBOXEmailAsset(const Tessary::ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
                  parvane::engine::SourceObserver* observer,
                  const parvane::engine::MessageLocation& location);
   // For a message that memory did not suffice to read, which `observer` (may be null) is told.
@@ -56,9 +56,9 @@ class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulA
   const parvane::engine::MessageState* State() const override { return _state.get(); }
 
  private:
-  void Parse(const parvane::mime::ByteSlice& message, bool isCrLf,
+  void Parse(const Tessary::ByteSlice& message, bool isCrLf,
              std::shared_ptr<std::string> headerBuffer);
-  void ParseUnguarded(const parvane::mime::ByteSlice& message, bool isCrLf,
+  void ParseUnguarded(const Tessary::ByteSlice& message, bool isCrLf,
                       std::shared_ptr<std::string> headerBuffer);
   bool Convert(parvane::mapi::IMessage& message, parvane::mapi::IMAPISession& session);
   // Tells the observer that memory did not suffice for `step`.

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "mime/facade/cls_mime.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/mime_message2.h"
 #include "platform/stage_times.h"
@@ -13,9 +14,9 @@
 namespace parvane::sources {
 namespace {
 
-using mime::ByteSlice;
-using mime::ParseLog;
+using Tessary::ByteSlice;
 using Tessary::MimeMessage2;
+using Tessary::ParseLog;
 
 // Messages within messages beyond this are left as they are: no real mail gets there, and each
 // level parses the rest of the message again.
@@ -74,11 +75,11 @@ void RepairParts(MimeMessage2& message) { FixRelated(message, 0, nullptr); }
 namespace QuelmarMIMEEngineCommon {
 
 void AdjustMimeForTSMail(Tessary::TsMime* mime) {
-  if (mime) parvane::sources::RepairMessage(mime->impl().Entity(), nullptr);
+  if (mime) parvane::sources::RepairMessage(ImplementationOf(*mime).Entity(), nullptr);
 }
 
 void FixRelatedContentDisposition(Tessary::TsMime* mime) {
-  if (mime) parvane::sources::RepairParts(mime->impl().Entity());
+  if (mime) parvane::sources::RepairParts(ImplementationOf(*mime).Entity());
 }
 
 }  // namespace QuelmarMIMEEngineCommon

@@ -69,7 +69,7 @@ LONG_FUNCTIONS = {
 SETTLED = ('QuelmarMIMEEngineCommon', 'CWLEngine', 'QuelmarDiskUtilities', 'Tessary')
 NAMESPACE = re.compile(r'^(?:inline )?namespace ([A-Za-z_][\w:]*) \{')
 # Of a room, where that is not its folder's name.
-OWN_NAMESPACE = {'mapi/builtin': 'parvane::mapi'}
+OWN_NAMESPACE = {'mapi/builtin': 'parvane::mapi', 'mime': 'Tessary'}
 INNER = re.compile(r'^(?:\w+)$')
 
 BLOCK = re.compile(r'^( {0,6})(?!namespace\b|class\b|struct\b|enum\b|union\b|extern\b|template\b)\S.*\{$')

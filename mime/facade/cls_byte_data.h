@@ -10,8 +10,6 @@ namespace Tessary {
 
 class ClsByteData {
  public:
-  using ByteSlice = parvane::mime::ByteSlice;
-
   ClsByteData() = default;
   ClsByteData(const ClsByteData& other) : utf8Flag(other.utf8Flag), _shared(other.Slice()) {}
   ClsByteData& operator=(const ClsByteData& other) {

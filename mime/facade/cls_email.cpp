@@ -171,7 +171,7 @@ bool ClsEmail::ForEachKnown(List list, Take take) {
                                });
 }
 
-const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
+const std::vector<MailBox>& ClsEmail::Mailboxes(List list) {
   auto& mailboxes = _message->lists[static_cast<std::size_t>(list)];
   if (mailboxes) return *mailboxes;
   mailboxes.emplace();
@@ -186,7 +186,7 @@ const std::vector<ClsEmail::MailBox>& ClsEmail::Mailboxes(List list) {
   if (text.empty()) return *mailboxes;
   joined = std::string(text);
   std::erase(joined, '\0');
-  auto read = parvane::mime::ParseAddressList(DecodeText(joined, {}, _message->charset));
+  auto read = Tessary::ParseAddressList(DecodeText(joined, {}, _message->charset));
   mailboxes->swap(read);
   return *mailboxes;
 }
@@ -213,7 +213,7 @@ void ClsEmail::AppendFromTo(std::u16string& out) {
   ForEach(List::kFrom, [&](const MailBox& mailbox) {
     if (!first) out.append(u", ");
     first = false;
-    parvane::mime::AppendMailBox(mailbox, out);
+    AppendMailBox(mailbox, out);
     return true;
   });
 }
@@ -371,7 +371,7 @@ bool ClsEmail::GiveBody(const Email2* node, bool html, Body& out) {
   out.declaredCharset = node->entity().charsetName();
   out.fallbackCharset = _message->charset;
   if (out.declaredCharset.empty()) {
-    parvane::mime::GuessCharset(out.bytes.view(), html, out.declaredCharset, out.fallbackCharset);
+    GuessCharset(out.bytes.view(), html, out.declaredCharset, out.fallbackCharset);
   }
   return true;
 }

@@ -24,8 +24,6 @@ class ClsString;
 
 class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
  public:
-  using ByteSlice = parvane::mime::ByteSlice;
-  using MailBox = parvane::mime::MailBox;
   using List = AddressField;
   enum class PartList { kAttachments, kRelatedItems };
   enum class MailBoxPart { kName, kAddress };
@@ -163,7 +161,7 @@ class ClsEmail : public parvane::platform::PooledObject<ClsEmail> {
   const LeftoverPart* LeftoverAt(int index);
 
   std::mutex _criticalSection;
-  parvane::mime::OperationLog _log;
+  OperationLog _log;
   std::optional<Message> _message;
   MailBox _known;  // handed out by ForEachKnown
   int _depth = 0;

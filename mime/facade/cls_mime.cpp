@@ -197,15 +197,15 @@ bool ClsMime::SetBody(const char* operation, std::string_view encoding, const By
   });
 }
 
-ClsMime::ByteSlice ClsMime::EntireBody() {
+ByteSlice ClsMime::EntireBody() {
   return Run("getEntireBody", [&] { return _entity->SerialiseBody(); });
 }
 
-ClsMime::ByteSlice ClsMime::DecodedBody() {
+ByteSlice ClsMime::DecodedBody() {
   return Run("GetDecodedBody", [&] { return _entity->DecodedBody(); });
 }
 
-ClsMime::ByteSlice ClsMime::Mime() {
+ByteSlice ClsMime::Mime() {
   return Run("getMime", [&] { return _entity->Serialise(); });
 }
 

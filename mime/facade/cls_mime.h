@@ -14,8 +14,6 @@ class ClsString;
 
 class ClsMime {
  public:
-  using ByteSlice = parvane::mime::ByteSlice;
-
   ClsMime() : _entity(std::make_shared<MimeMessage2>()) {}
 
   bool Load(const char* operation, const ByteSlice& text);
@@ -58,7 +56,7 @@ class ClsMime {
   const MimeField* FieldAt(int index);
 
   std::mutex _criticalSection;
-  parvane::mime::OperationLog _log;
+  OperationLog _log;
   std::shared_ptr<MimeMessage2> _entity;
 };
 

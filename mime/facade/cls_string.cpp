@@ -119,7 +119,7 @@ const char* ClsString::AnsiZ() const {
 
 std::string_view ClsString::Raw() const { return _form == Form::kBytes ? _bytes.view() : Utf8(); }
 
-ClsString::ByteSlice ClsString::RawSlice() const {
+ByteSlice ClsString::RawSlice() const {
   return _form == Form::kBytes ? _bytes : ByteSlice::Copy(Utf8());
 }
 

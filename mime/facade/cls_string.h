@@ -10,8 +10,6 @@ namespace Tessary {
 
 class ClsString {
  public:
-  using ByteSlice = parvane::mime::ByteSlice;
-
   void Clear();
   void SetUtf8(std::string text);
   void SetUtf16(std::u16string text);

@@ -1,6 +1,6 @@
 #include "mime/facade/operation_log.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
 void OperationLog::Begin(const char* name) {
   Clear();
@@ -24,4 +24,4 @@ std::string OperationLog::Text() const {
   return text;
 }
 
-}  // namespace parvane::mime
+}  // namespace Tessary

@@ -6,7 +6,7 @@
 
 #include "mime/parse_log.h"
 
-namespace parvane::mime {
+namespace Tessary {
 
 class OperationLog : public ParseLog {
  public:
@@ -33,4 +33,4 @@ class OperationLog : public ParseLog {
   Outcome _outcome = Outcome::kNone;
 };
 
-}  // namespace parvane::mime
+}  // namespace Tessary

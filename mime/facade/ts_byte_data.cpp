@@ -10,8 +10,6 @@
 
 namespace Tessary {
 
-using parvane::mime::ByteSlice;
-
 TsByteData::TsByteData() : _implP(std::make_unique<ClsByteData>()) {}
 TsByteData::~TsByteData() = default;
 TsByteData::TsByteData(const TsByteData& other)

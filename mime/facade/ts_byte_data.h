@@ -48,10 +48,8 @@ class TsByteData {
   std::size_t getSize() const;
   std::string_view view() const;
 
-  // For the library's own use.
-  ClsByteData& impl() const { return *_implP; }
-
  private:
+  friend ClsByteData& ImplementationOf(const TsByteData&);
   std::unique_ptr<ClsByteData> _implP;
 };
 

@@ -5,13 +5,13 @@
 #include "mime/facade/cls_byte_data.h"
 #include "mime/facade/cls_email.h"
 #include "mime/facade/cls_string.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_string.h"
 
 namespace Tessary {
 namespace {
 
-using parvane::mime::ByteSlice;
 using List = ClsEmail::List;
 using Part = ClsEmail::MailBoxPart;
 using PartList = ClsEmail::PartList;
@@ -20,12 +20,12 @@ static_assert(TsEmail::kMaxMessageBytes == MimeLimits::kMessageBytes);
 
 ClsString& Cleared(TsString& out) {
   out.clear();
-  return out.impl();
+  return ImplementationOf(out);
 }
 
 ClsByteData& Cleared(TsByteData& out) {
   out.clear();
-  return out.impl();
+  return ImplementationOf(out);
 }
 
 }  // namespace
@@ -47,10 +47,10 @@ bool TsEmail::SetFromMimeText(const char* text) {
                              text == nullptr ? ByteSlice() : ByteSlice::Copy(text));
 }
 bool TsEmail::SetFromMimeText(const TsString& text) {
-  return _implP->SetFromMime("SetFromMimeText", text.impl().RawSlice());
+  return _implP->SetFromMime("SetFromMimeText", ImplementationOf(text).RawSlice());
 }
 bool TsEmail::SetFromMimeBytes(const TsByteData& bytes) {
-  return _implP->SetFromMime("SetFromMimeBytes", bytes.impl().Slice());
+  return _implP->SetFromMime("SetFromMimeBytes", ImplementationOf(bytes).Slice());
 }
 
 bool TsEmail::get_From(TsString& out) { return _implP->From(Cleared(out)); }

@@ -115,10 +115,8 @@ class TsEmail {
   // What the last operation did: its name, its notes, "Success" or why it failed.
   void get_LastErrorText(TsString& out);
 
-  // For the library's own use.
-  ClsEmail& impl() const { return *_implP; }
-
  private:
+  friend ClsEmail& ImplementationOf(const TsEmail&);
   explicit TsEmail(std::unique_ptr<ClsEmail> implP);
   std::unique_ptr<ClsEmail> _implP;
 };

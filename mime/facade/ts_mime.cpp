@@ -5,25 +5,24 @@
 #include "mime/facade/cls_byte_data.h"
 #include "mime/facade/cls_mime.h"
 #include "mime/facade/cls_string.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_string.h"
 
 namespace Tessary {
 namespace {
 
-using parvane::mime::ByteSlice;
-
 std::string_view View(const char* text) { return text == nullptr ? std::string_view() : text; }
 
 // Message bytes of no stated charset, for an output that is empty so far.
 bool GiveBytes(ByteSlice bytes, std::string_view charset, TsString& out) {
-  out.impl().SetBytes(std::move(bytes), {}, charset);
+  ImplementationOf(out).SetBytes(std::move(bytes), {}, charset);
   return true;
 }
 
 ClsString& Cleared(TsString& out) {
   out.clear();
-  return out.impl();
+  return ImplementationOf(out);
 }
 
 }  // namespace
@@ -44,10 +43,10 @@ bool TsMime::LoadMime(const char* text) {
   return _implP->Load("LoadMime", ByteSlice::Copy(View(text))) && text != nullptr;
 }
 bool TsMime::LoadMime(const TsString& text) {
-  return _implP->Load("LoadMime", text.impl().RawSlice());
+  return _implP->Load("LoadMime", ImplementationOf(text).RawSlice());
 }
 bool TsMime::LoadMimeBytes(const TsByteData& bytes) {
-  return _implP->Load("LoadMimeBytes", bytes.impl().Slice());
+  return _implP->Load("LoadMimeBytes", ImplementationOf(bytes).Slice());
 }
 
 int TsMime::get_NumParts() { return _implP->NumParts(); }
@@ -82,13 +81,13 @@ bool TsMime::SetBody(const char* text) {
   return _implP->SetBody("SetBody", {}, ByteSlice::Copy(View(text)));
 }
 bool TsMime::SetBody(const TsString& text) {
-  return _implP->SetBody("SetBody", {}, text.impl().RawSlice());
+  return _implP->SetBody("SetBody", {}, ImplementationOf(text).RawSlice());
 }
 bool TsMime::SetBodyFromEncoded(const char* encoding, const char* text) {
   return _implP->SetBody("SetBodyFromEncoded", View(encoding), ByteSlice::Copy(View(text)));
 }
 bool TsMime::SetBodyFromEncoded(const char* encoding, const TsString& text) {
-  return _implP->SetBody("SetBodyFromEncoded", View(encoding), text.impl().RawSlice());
+  return _implP->SetBody("SetBodyFromEncoded", View(encoding), ImplementationOf(text).RawSlice());
 }
 bool TsMime::SetBodyFromEncoded(const char* encoding, const TsByteData& text) {
   return _implP->SetBody("SetBodyFromEncoded", View(encoding), ByteSlice::Copy(text.view()));
@@ -97,7 +96,7 @@ bool TsMime::getEntireBody(TsString& out) {
   return GiveBytes(_implP->EntireBody(), _implP->Charset(), out);
 }
 bool TsMime::GetDecodedBody(TsByteData& out) {
-  out.impl().Set(_implP->DecodedBody());
+  ImplementationOf(out).Set(_implP->DecodedBody());
   return true;
 }
 bool TsMime::getMime(TsString& out) { return GiveBytes(_implP->Mime(), _implP->Charset(), out); }

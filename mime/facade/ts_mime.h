@@ -93,10 +93,8 @@ class TsMime {
   // Why the last operation failed, and what loading tolerated.
   void get_LastErrorText(TsString& out);
 
-  // For the library's own use.
-  ClsMime& impl() const { return *_implP; }
-
  private:
+  friend ClsMime& ImplementationOf(const TsMime&);
   explicit TsMime(std::unique_ptr<ClsMime> implP);
   std::unique_ptr<ClsMime> _implP;
 };

@@ -79,10 +79,8 @@ class TsString {
   // The unit at `index`, 0 past the end.
   char16_t charAt(std::size_t index) const;
 
-  // For the library's own use.
-  ClsString& impl() const { return *_implP; }
-
  private:
+  friend ClsString& ImplementationOf(const TsString&);
   std::unique_ptr<ClsString> _implP;
 };
 

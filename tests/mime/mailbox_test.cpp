@@ -163,8 +163,7 @@ TEST(AddressList, ReadsTheFormsOfRealMail) {
       {"\"\" <  >", ""},
   };
   for (const auto& row : cases) {
-    EXPECT_EQ(Show(parvane::mime::ParseAddressList(Utf8ToUtf16(row.list))), row.expected)
-        << row.list;
+    EXPECT_EQ(Show(Tessary::ParseAddressList(Utf8ToUtf16(row.list))), row.expected) << row.list;
   }
 }
 
@@ -173,7 +172,7 @@ TEST(AddressList, KeepsItsAddressesAtEveryTruncation) {
   const std::u16string list =
       u"A <a@x>, \"B, \\\"C\" <b@x>, G: c@x, (d\\)) d@x; =?utf-8?Q?E,_F?= <@r:e@x>, f@[1:2], g@x";
   for (std::size_t size = 0; size <= list.size(); ++size) {
-    const auto found = parvane::mime::ParseAddressList(list.substr(0, size));
+    const auto found = Tessary::ParseAddressList(list.substr(0, size));
     const std::string shown = Show(found);
     for (const auto& [until, address] :
          {std::pair{u", \"B", "|a@x"}, {u", G:", "|b@x"}, {u", (d", "|c@x"}, {u"; =?", "|d@x"}}) {
@@ -190,7 +189,7 @@ TEST(AddressList, TakesLinearTimeOnHostileLists) {
     double least = 1e9;
     for (int run = 0; run < 3; ++run) {
       const std::clock_t start = std::clock();
-      parvane::mime::ParseAddressList(list);
+      Tessary::ParseAddressList(list);
       least = std::min(least, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
     }
     return least;
@@ -219,9 +218,9 @@ TEST(AppendMailBox, QuotesNamesThatNeedIt) {
   };
   for (const auto& [mailbox, text] : cases) {
     std::u16string formatted;
-    parvane::mime::AppendMailBox(mailbox, formatted);
+    Tessary::AppendMailBox(mailbox, formatted);
     EXPECT_EQ(formatted, text);
-    EXPECT_EQ(parvane::mime::ParseAddressList(text), std::vector<MailBox>{mailbox});
+    EXPECT_EQ(Tessary::ParseAddressList(text), std::vector<MailBox>{mailbox});
   }
 }
 

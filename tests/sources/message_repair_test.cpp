@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "mime/facade/cls_email.h"
+#include "mime/facade/implementation.h"
 #include "mime/facade/ts_date_time.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_mime.h"
@@ -206,10 +207,10 @@ std::string Shown(Tessary::TsEmail& email) {
         text.append(parvane::platform::Utf16ToUtf8(part)).append("|");
       return true;
     };
-    email.impl().ForEachMailbox(static_cast<Tessary::AddressField>(i), take);
+    ImplementationOf(email).ForEachMailbox(static_cast<Tessary::AddressField>(i), take);
   }
   Tessary::DateValue date;
-  const bool hasDate = Tessary::ClsEmail::Fields(email.impl()).Date(date);
+  const bool hasDate = Tessary::ClsEmail::Fields(ImplementationOf(email)).Date(date);
   for (const std::int64_t number :
        {std::int64_t{hasDate}, std::int64_t{date.valid()}, date.UnixSeconds(),
         std::int64_t{date.OffsetSeconds()}, std::int64_t{email.get_NumTo()},
@@ -250,14 +251,14 @@ TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
       "Date: Fri, 22 Aug 2002 18:26:25 +0700\r\nSender: \"S\" <s@x> t\r\n\r\nbody\r\n",
   };
   for (const std::string& text : cases) {
-    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
+    Tessary::ParseLog unread(Tessary::ParseLog::Keeping::kNothing);
     auto entity = std::make_shared<Tessary::MimeMessage2>();
-    entity->Load(parvane::mime::ByteSlice::Copy(text), unread);
+    entity->Load(Tessary::ByteSlice::Copy(text), unread);
     parvane::sources::RepairMessage(*entity, nullptr);
     Tessary::TsEmail again;
-    again.impl().SetFromMime("SetFromMimeText", entity->Serialise());
+    ImplementationOf(again).SetFromMime("SetFromMimeText", entity->Serialise());
     Tessary::TsEmail direct;
-    EXPECT_TRUE(direct.impl().SetFromEntity(entity));
+    EXPECT_TRUE(ImplementationOf(direct).SetFromEntity(entity));
     EXPECT_EQ(Shown(direct), Shown(again)) << text;
   }
 }
@@ -267,12 +268,12 @@ TEST(MessageRepair, LeavesWhatItFoundUntilTheHeaderChanges) {
   for (const Change change :
        {Change([](auto& m) { m.SetField("X", "y"); }), Change([](auto& m) { m.RemoveField("Cc"); }),
         Change([](auto& m) { m.RewriteFields({}); })}) {
-    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
+    Tessary::ParseLog unread(Tessary::ParseLog::Keeping::kNothing);
     Tessary::MimeMessage2 entity;
     const std::string text =
         "To: A <a@x>\r\nCc: \"q\\\"\" <b@x>\r\n"
         "Date: Thu, 22 Aug 2002 18:26:25 +0700\r\n\r\nbody\r\n";
-    entity.Load(parvane::mime::ByteSlice::Copy(text), unread);
+    entity.Load(Tessary::ByteSlice::Copy(text), unread);
     EXPECT_EQ(entity.facts(), nullptr);
     parvane::sources::RepairMessage(entity, nullptr);
     ASSERT_NE(entity.facts(), nullptr);
@@ -343,9 +344,9 @@ TEST(MailBoxRepair, NamesWhatItDrops) {
       {"To: \"open <a@x>, b@x\r\nCc: undisclosed-recipients:;\r\nBcc: a\\@b <\r\n", ""},
   };
   for (const auto& [header, expected] : cases) {
-    parvane::mime::ParseLog unread(parvane::mime::ParseLog::Keeping::kNothing);
+    Tessary::ParseLog unread(Tessary::ParseLog::Keeping::kNothing);
     Tessary::MimeMessage2 entity;
-    entity.Load(parvane::mime::ByteSlice::Copy(std::string(header) + "\r\nbody\r\n"), unread);
+    entity.Load(Tessary::ByteSlice::Copy(std::string(header) + "\r\nbody\r\n"), unread);
     parvane::sources::RepairNotes notes;
     parvane::sources::RepairMessage(entity, nullptr, &notes);
     std::string found;
