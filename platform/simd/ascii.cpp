@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/cpu.h"
+#include "platform/simd/target.h"
+
 #if defined(__SSE2__) || defined(_M_X64)
 #define PARVANE_SSE2 1
-#include <emmintrin.h>
 #endif
 
 namespace parvane::platform::simd {
@@ -72,6 +74,41 @@ unsigned Widen8(const char* in, char16_t* out) {
   return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
+// These take whole steps of 32 up to the first that is not plain, and return how many units.
+PARVANE_TARGET("avx2")
+std::size_t WidenAvx2(const char* in, std::size_t size, char16_t* out) {
+  const auto load = [in](std::size_t at) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + at));
+  };
+  std::size_t i = 0;
+  for (; i + 32 <= size; i += 32) {
+    if (_mm_movemask_epi8(_mm_or_si128(load(i), load(i + 16))) != 0) break;
+    auto* to = reinterpret_cast<__m256i*>(out + i);
+    _mm256_storeu_si256(to, _mm256_cvtepu8_epi16(load(i)));
+    _mm256_storeu_si256(to + 1, _mm256_cvtepu8_epi16(load(i + 16)));
+  }
+  return i;
+}
+
+PARVANE_TARGET("avx2")
+std::size_t SurrogateFreeAvx2(const std::byte* in, std::size_t units) {
+  const __m256i mask = _mm256_set1_epi16(static_cast<short>(0xF800));
+  const __m256i mark = _mm256_set1_epi16(static_cast<short>(0xD800));
+  std::size_t i = 0;
+  for (; i + 32 <= units; i += 32) {
+    const auto* from = reinterpret_cast<const __m256i*>(in + 2 * i);
+    const __m256i low = _mm256_and_si256(_mm256_loadu_si256(from), mask);
+    const __m256i high = _mm256_and_si256(_mm256_loadu_si256(from + 1), mask);
+    const __m256i found =
+        _mm256_or_si256(_mm256_cmpeq_epi16(low, mark), _mm256_cmpeq_epi16(high, mark));
+    if (_mm256_movemask_epi8(found) != 0) break;
+  }
+  return i;
+}
+
+// Asking for them pays from here on.
+constexpr std::size_t kLong = 128;
+
 }  // namespace
 #endif
 
@@ -81,6 +118,7 @@ std::size_t WidenAsciiPrefix(const char* in, std::size_t size, char16_t* out) {
   const auto prefix = [size](std::size_t at, unsigned mask) {
     return mask == 0 ? size : at + static_cast<std::size_t>(std::countr_zero(mask));
   };
+  if (size >= kLong && CpuHas(CpuFeature::kAvx2)) i = WidenAvx2(in, size, out);
   for (; i + 16 <= size; i += 16) {
     const unsigned mask = Widen16(in + i, out + i);
     if (mask != 0) return prefix(i, mask);
@@ -133,6 +171,7 @@ std::size_t SurrogateFreePrefix(const std::byte* in, std::size_t units) {
     return (in[2 * unit + 1] & std::byte{0xF8}) == std::byte{0xD8};
   };
 #ifdef PARVANE_SSE2
+  if (units >= kLong && CpuHas(CpuFeature::kAvx2)) i = SurrogateFreeAvx2(in, units);
   const __m128i mask = _mm_set1_epi16(static_cast<short>(0xF800));
   const __m128i mark = _mm_set1_epi16(static_cast<short>(0xD800));
   for (; i + 16 <= units; i += 16) {
@@ -142,6 +181,13 @@ std::size_t SurrogateFreePrefix(const std::byte* in, std::size_t units) {
                                        _mm_cmpeq_epi16(_mm_and_si128(high, mask), mark));
     if (_mm_movemask_epi8(found) != 0) break;
   }
+  // What is left, eight units at a time; the last of them together with some that were seen.
+  const auto isFree = [&](std::size_t at) {
+    const __m128i eight = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 2 * at));
+    return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(eight, mask), mark)) == 0;
+  };
+  if (i + 8 <= units && isFree(i)) i += 8;
+  if (units >= 8 && i + 8 > units && isFree(units - 8)) return units;
 #else
   for (; i + 16 <= units; i += 16) {
     bool found = false;

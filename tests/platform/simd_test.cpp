@@ -135,14 +135,28 @@ TEST_P(SimdTest, EveryByteIsReplaced) {
 }
 
 TEST_P(SimdTest, TheFirstSurrogateIsFoundAtAnyPlace) {
+  constexpr std::size_t kUnits = 170;
   for (const char16_t unit : {u'\xD800', u'\xDBFF', u'\xDC00', u'\xDFFF'}) {
-    for (std::size_t at = 0; at < 70; ++at) {
-      std::vector<std::byte> text(1 + 2 * 70, std::byte{0xD7});  // U+D7D7
+    for (std::size_t at = 0; at < kUnits; ++at) {
+      std::vector<std::byte> text(1 + 2 * kUnits, std::byte{0xD7});  // U+D7D7
       text[1 + 2 * at] = static_cast<std::byte>(unit);
       text[2 + 2 * at] = static_cast<std::byte>(unit >> 8);
-      EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, 70), at);
+      EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, kUnits), at);
       EXPECT_EQ(SurrogateFreePrefix(text.data() + 1, at), at);
     }
+  }
+}
+
+TEST_P(SimdTest, AsciiIsWidenedUpToTheFirstOtherByte) {
+  std::string text(170, 'a');
+  for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i % 127 + 1);
+  for (std::size_t at = 0; at <= text.size(); ++at) {
+    std::string other = text;
+    if (at < text.size()) other[at] = '\x80';
+    std::vector<char16_t> out(text.size());
+    ASSERT_EQ(WidenAsciiPrefix(other.data(), other.size(), out.data()), at);
+    ASSERT_TRUE(
+        std::equal(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), out.begin()));
   }
 }
 
