@@ -110,6 +110,8 @@ class Message final : public PropertyObject<IMessage>,
   // Before a new version is written: the one it builds on must still be the message's.
   HRESULT CheckUnchanged(bool force);
   HRESULT WriteOut();
+  HRESULT TakeAttachments(std::vector<pstfile::StoredAttachment>& attachments);
+  HRESULT PutInPlace(pstfile::StoredMessage written);
   HRESULT CheckRoomForAttachment() const;
   void AbandonPending();
 

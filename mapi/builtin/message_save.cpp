@@ -10,6 +10,25 @@ using platform::Status;
 using pstfile::PropertyReader;
 using pstfile::StoredAttachment;
 
+namespace {
+
+// What a message is written from; what does not get that far is given back to the file.
+struct Parts {
+  explicit Parts(pstfile::PstStore& s) : store(s) {}
+  ~Parts() {
+    store.Abandon(list);
+    for (const StoredAttachment& attachment : attachments) store.Abandon(attachment);
+  }
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
+
+  pstfile::PstStore& store;
+  pstfile::PropertyList list;
+  std::vector<StoredAttachment> attachments;
+};
+
+}  // namespace
+
 bool EndsWriting(ULONG saveFlags) {
   return saveFlags == 0 ||
          (saveFlags & (KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE)) == KEEP_OPEN_READONLY;
@@ -67,11 +86,28 @@ HRESULT Message::WriteOut() {
   if (const HRESULT result = LoadRecipients(); Failed(result)) return result;
   if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
 
-  // Attachments that did not change go along as they are.
-  std::vector<StoredAttachment> attachments;
-  const auto giveBack = [&] {
-    for (const StoredAttachment& attachment : attachments) store.Abandon(attachment);
-  };
+  Parts parts(store);
+  if (const HRESULT result = TakeAttachments(parts.attachments); Failed(result)) return result;
+  SaveContext context;
+  context.first = IsNew();
+  context.associated = _place.associated;
+  context.plainSubject = IsNew() || _properties.set().FindId(PropId(PR_SUBJECT_W)).has_value();
+  if (const HRESULT result = _properties.Assemble(base, parts.list); Failed(result)) return result;
+  Status status = CompleteMessage(store, parts.list, _recipients, context);
+  if (!status.ok()) return core.Note(status);
+  auto written =
+      store.WriteMessage(std::move(parts.list), _recipients, std::move(parts.attachments));
+  if (!written.ok()) return core.Note(written.status());
+  _reader.reset();
+  if (const HRESULT result = PutInPlace(std::move(written).value()); Failed(result)) return result;
+  _inFile = true;
+  _recipientsModified = false;
+  _attachmentsModified = false;
+  return S_OK;
+}
+
+// Attachments that did not change go along as they are.
+HRESULT Message::TakeAttachments(std::vector<StoredAttachment>& attachments) {
   attachments.reserve(_attachments.size());
   for (Slot& slot : _attachments) {
     if (slot.pending) {
@@ -80,53 +116,34 @@ HRESULT Message::WriteOut() {
       slot.pending.reset();
       continue;
     }
-    auto shared = store.ShareAttachment(*_reader, slot.node);
-    if (!shared.ok()) {
-      giveBack();
-      return core.Note(shared.status());
-    }
+    auto shared = _place.core->store()->ShareAttachment(*_reader, slot.node);
+    if (!shared.ok()) return _place.core->Note(shared.status());
     attachments.push_back(std::move(shared).value());
   }
+  return S_OK;
+}
 
-  pstfile::PropertyList list;
-  SaveContext context;
-  context.first = IsNew();
-  context.associated = _place.associated;
-  context.plainSubject = IsNew() || _properties.set().FindId(PropId(PR_SUBJECT_W)).has_value();
-  if (const HRESULT result = _properties.Assemble(base, list); Failed(result)) {
-    giveBack();
-    return result;
-  }
-  if (Status status = CompleteMessage(store, list, _recipients, context); !status.ok()) {
-    store.Abandon(list);
-    giveBack();
-    return core.Note(status);
-  }
-
-  auto written = store.WriteMessage(std::move(list), _recipients, std::move(attachments));
-  if (!written.ok()) return core.Note(written.status());
-  _reader.reset();
-  Status status;
+// Into its attachment, or its folder, or the place of its former version.
+HRESULT Message::PutInPlace(pstfile::StoredMessage written) {
+  StoreCore& core = *_place.core;
   if (IsEmbedded()) {
-    _place.location = {{}, written->data, written->subnodes};
-    const HRESULT result = _place.attachment->PutEmbedded(std::move(written).value());
-    if (Failed(result)) return result;
-  } else if (IsNew()) {
-    auto node = store.InsertMessage(_place.folder, std::move(written).value(), _place.associated);
-    status = node.status();
+    _place.location = {{}, written.data, written.subnodes};
+    return _place.attachment->PutEmbedded(std::move(written));
+  }
+  Status status;
+  if (IsNew()) {
+    auto node = core.store()->InsertMessage(_place.folder, std::move(written), _place.associated);
     if (node.ok()) _place.node = *node;
+    status = node.status();
     if (status.code() == platform::StatusCode::kTooBig) {
       core.Note(status);
       return MAPI_E_TABLE_TOO_BIG;
     }
   } else {
-    status = store.ReplaceMessage(_place.node, std::move(written).value());
+    status = core.store()->ReplaceMessage(_place.node, std::move(written));
   }
   if (!status.ok()) return core.Note(status);
-  if (!IsEmbedded()) core.CountSavedMessage(IsNew());
-  _inFile = true;
-  _recipientsModified = false;
-  _attachmentsModified = false;
+  core.CountSavedMessage(IsNew());
   return S_OK;
 }
 
@@ -134,29 +151,23 @@ platform::Result<pstfile::StoredMessage> CopyMessage(StoreCore& core,
                                                      pstfile::MessageReader& message) {
   pstfile::PstStore& store = *core.store();
   TransactedProperties nothing(core);
-  pstfile::PropertyList list;
-  if (Failed(nothing.Assemble(&message.properties(), list))) {
+  Parts parts(store);
+  if (Failed(nothing.Assemble(&message.properties(), parts.list))) {
     return Status(platform::StatusCode::kCorrupt, "an embedded message cannot be read");
   }
   RecipientList recipients(core);
-  std::vector<StoredAttachment> attachments;
-  const auto fail = [&](const Status& status) {
-    store.Abandon(list);
-    for (const StoredAttachment& attachment : attachments) store.Abandon(attachment);
-    return status;
-  };
   auto table = message.Recipients();
   Status status = table.status();
   if (status.ok() && table->has_value()) status = recipients.Load(**table);
-  if (!status.ok()) return fail(status);
+  if (!status.ok()) return status;
   auto nodes = message.AttachmentNodes();
-  if (!nodes.ok()) return fail(nodes.status());
+  if (!nodes.ok()) return nodes.status();
   for (const pstfile::NodeId node : *nodes) {
     auto shared = store.ShareAttachment(message, node);
-    if (!shared.ok()) return fail(shared.status());
-    attachments.push_back(std::move(shared).value());
+    if (!shared.ok()) return shared.status();
+    parts.attachments.push_back(std::move(shared).value());
   }
-  return store.WriteMessage(std::move(list), recipients, std::move(attachments));
+  return store.WriteMessage(std::move(parts.list), recipients, std::move(parts.attachments));
 }
 
 }  // namespace parvane::mapi::builtin

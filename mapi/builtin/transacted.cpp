@@ -210,6 +210,7 @@ HRESULT TransactedProperties::Assemble(PropertyReader* base, pstfile::PropertyLi
     auto shared = _core.store()->ShareValue(*base, tag);
     if (!shared.ok()) {
       _core.store()->Abandon(list);
+      list.Clear();
       return _core.Note(shared.status());
     }
     list.SetStored(tag, *shared);

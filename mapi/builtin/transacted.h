@@ -46,7 +46,8 @@ class TransactedProperties final : private LargeValueTaker {
   void ListTags(pstfile::PropertyReader* base, std::vector<ULONG>& tags) const;
 
   // Everything in one list, for a new version of the object: long values of the file are shared,
-  // not copied. On success this holds nothing any more. Objects (PT_OBJECT) are left out.
+  // not copied. On success this holds nothing any more; on failure the list holds nothing that
+  // must be given back. Objects (PT_OBJECT) are left out.
   HRESULT Assemble(pstfile::PropertyReader* base, pstfile::PropertyList& list);
 
  private:
