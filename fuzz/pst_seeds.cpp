@@ -6,6 +6,7 @@
 
 #include "fuzz/pst_image.h"
 #include "platform/path.h"
+#include "pstfile/ndb/header.h"
 #include "pstfile/store/pst_store.h"
 
 namespace {
@@ -97,11 +98,22 @@ void Many(PstStore& store, NodeId folder) {
 
 void Nothing(PstStore&, NodeId) {}
 
+using Damage = void (*)(Bytes&);
+
+// Less than the header tells of, though all that is in use is there, and no id that is free.
+void CutOff(Bytes& file) {
+  FileHeader header = FileHeader::Decode(std::span(file).first<kHeaderSize>());
+  header.nextBlockId = 0;
+  std::ranges::copy(header.Encode(), file.begin());
+  file.resize(kFirstAMapOffset + 5 * kAMapInterval / 2);
+}
+
 struct Seed {
   const char* name;
   Fill fill;
   StoreEncoding encoding;
   bool close;
+  Damage damage = nullptr;
 };
 
 constexpr Seed kSeeds[] = {
@@ -111,6 +123,7 @@ constexpr Seed kSeeds[] = {
     {"cyclic", Nothing, StoreEncoding::kCyclic, true},
     {"many", Many, StoreEncoding::kNone, true},
     {"unclosed", Various, StoreEncoding::kNone, false},
+    {"cut", Various, StoreEncoding::kNone, false, CutOff},
 };
 
 Bytes Make(const Seed& seed) {
@@ -122,7 +135,9 @@ Bytes Make(const Seed& seed) {
   // As a crash would leave it, when it is not to be closed.
   Bytes file = files[kFuzzedPath];
   Must(store->Close());
-  return seed.close ? files[kFuzzedPath] : file;
+  if (seed.close) file = files[kFuzzedPath];
+  if (seed.damage != nullptr) seed.damage(file);
+  return file;
 }
 
 void Save(std::u16string_view folder, std::string_view name, const Bytes& file) {
