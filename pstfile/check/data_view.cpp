@@ -99,6 +99,7 @@ bool SubnodeList::AppendLeaf(Image& image, BlockId block) {
   if (!entries) return false;
   for (std::size_t at = 0; at < entries->size(); at += kSlBlockEntrySize) {
     const SubnodeEntry entry = SubnodeEntry::Decode(entries->subspan(at, kSlBlockEntrySize));
+    // Those out of order, which the block's own check tells, would be missed by a search.
     if (_all.empty() || entry.nid > _all.back().nid) _all.push_back(entry);
   }
   return true;

@@ -24,6 +24,8 @@ class SilentSink : public FindingSink {
   void OnFinding(const Finding&) override {}
 };
 
+// Walks all nodes of the file for one folder, so only so many folders get it (`_searches`); of the
+// others the number is told.
 // Names the nodes of a kind that call a folder their parent and that its table does not list.
 class UnlistedFinder : public TreeVisitor {
  public:

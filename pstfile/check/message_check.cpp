@@ -31,6 +31,8 @@ std::optional<std::uint64_t> DataBelow(Context& context, Location location,
     context.reporter.Error(codes::kLimit, where + ": its subnodes are nested without end");
     return std::nullopt;
   }
+  // Blocks can be shared, so a small file can have a tree of any size: the work is counted, not the
+  // bytes.
   if (!context.Spend(1 + subnodes->all().size() / 16, where)) {
     return std::nullopt;
   }
@@ -161,6 +163,7 @@ void MessageCheck::CheckRecipients() {
       Error(codes::kRecipients, Say("recipient ", id, " has no recipient type"));
       return;
     }
+    // The bits above are flags of the delivery. 0 is the originator.
     const std::uint64_t kind = *type & 0xF;
     if (kind > 3) {
       Error(codes::kRecipients, Say("recipient ", id, " is of type ", *type));

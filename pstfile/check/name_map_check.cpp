@@ -59,6 +59,7 @@ class NameMapCheck {
 
   bool ReadStreams() {
     const auto buckets = _pc.Number(PropTag(1, PropType::kInt32));
+    // Each is a property of its own, from id 0x1000 on.
     if (!buckets || *buckets == 0 || *buckets > 0xE000) {
       Fault("the number of its hash buckets is missing or impossible");
       return false;

@@ -16,6 +16,7 @@ using namespace check;
 using platform::Status;
 using platform::StatusCode;
 
+// Of damaged files, whose subnodes can contain each other.
 constexpr int kMaximumNesting = 16;
 constexpr std::size_t kShownBytes = 64;
 constexpr std::size_t kShownText = 200;

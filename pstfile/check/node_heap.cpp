@@ -139,6 +139,7 @@ void NodeHeap::JudgeFillLevel(std::uint32_t number, std::span<const std::byte> p
   }
   const std::uint32_t index = FillLevelIndex(number);
   if (index >= _fillLevels.size()) return;  // the page that would hold it was unreadable
+  // Outlook leaves the last 12 bytes of a page out of the count; to count them is no damage.
   const std::size_t free = kHeapPageSize - end;
   const std::uint8_t expected = FillLevelOf(free < kHeapPageSpare ? 0 : free - kHeapPageSpare);
   if (_fillLevels[index] != expected && _fillLevels[index] != FillLevelOf(free)) {
@@ -182,6 +183,7 @@ const SubnodeEntry* NodeHeap::UseSubnode(NodeId nid) {
   return found;
 }
 
+// No damage, because nothing reads it, but space that is lost.
 void NodeHeap::ReportUnused() {
   for (std::uint32_t page = 0; page + 1 < _firstSlot.size(); ++page) {
     for (std::uint32_t slot = _firstSlot[page]; slot < _firstSlot[page + 1]; ++slot) {

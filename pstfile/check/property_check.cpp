@@ -62,6 +62,7 @@ void PropertyContext::Judge(PropertyEntry& entry) {
                                       ": the unused bytes of its record are not zero"));
   }
   if (type == PropType::kObject) {
+    // The id of its subnode, and above it the size with which it counts.
     const std::uint64_t object = value->Number();
     _valueBytes += object >> 32;
     const NodeId node(static_cast<std::uint32_t>(object));

@@ -156,6 +156,8 @@ std::optional<RowBytes> Table::Row(std::uint32_t number) {
   return RowBytes{*block, block->bytes().subspan(at, _ends[3])};
 }
 
+// As many entries as rows, none twice, and each leading to a row of its own id: then each row is
+// found.
 void Table::JudgeIndex() {
   _index = HeapTree::Open(_heap, _indexHeader, kRowIndexKeySize, kRowIndexDataSize, "row index");
   if (!_index) return;

@@ -13,23 +13,6 @@ namespace {
 
 Status Corrupt(const std::string& what) { return {StatusCode::kCorrupt, "BTH: " + what}; }
 
-// The last record whose key is not above `key`; none when the first one's is.
-std::optional<std::size_t> LastNotAbove(std::span<const std::byte> records, std::size_t recordSize,
-                                        std::size_t keySize, std::uint64_t key) {
-  std::size_t low = 0;
-  std::size_t high = records.size() / recordSize;
-  while (low < high) {
-    const std::size_t middle = (low + high) / 2;
-    if (LoadSized(records, middle * recordSize, keySize) <= key) {
-      low = middle + 1;
-    } else {
-      high = middle;
-    }
-  }
-  if (low == 0) return std::nullopt;
-  return low - 1;
-}
-
 }  // namespace
 
 BthHeader BthHeader::Load(std::span<const std::byte> item) {
@@ -74,26 +57,6 @@ Result<BthReader> BthReader::Open(const Heap& heap, HeapId header, std::size_t k
   reader._heap = &heap;
   reader._header = *decoded;
   return reader;
-}
-
-Result<std::optional<std::uint64_t>> BthReader::Find(std::uint64_t key) const {
-  const std::optional<std::uint64_t> none;
-  HeapId id = _header.root;
-  if (id.IsNull()) return none;
-  for (std::size_t level = _header.levels;; --level) {
-    auto item = _heap->Item(id);
-    if (!item.ok()) return item.status();
-    const std::size_t size = level == 0 ? _header.LeafRecord() : _header.IndexRecord();
-    const auto found = LastNotAbove(item->bytes, size, _header.keySize, key);
-    if (!found) return none;
-    const std::size_t at = *found * size;
-    if (level == 0) {
-      if (LoadSized(item->bytes, at, _header.keySize) != key) return none;
-      return std::optional(
-          LoadSized(item->bytes, at + _header.keySize, std::min<std::size_t>(_header.dataSize, 8)));
-    }
-    id = HeapId(static_cast<std::uint32_t>(LoadSized(item->bytes, at + _header.keySize, 4)));
-  }
 }
 
 Status BthReader::ReadAll(std::vector<std::byte>& records, std::size_t limit) const {

@@ -43,8 +43,6 @@ class BthReader {
   static platform::Result<BthReader> Open(const Heap& heap, HeapId header, std::size_t keySize,
                                           std::size_t dataSize);
 
-  // The data of a key, at most 8 bytes, as a number.
-  platform::Result<std::optional<std::uint64_t>> Find(std::uint64_t key) const;
   // Appends all leaf records, in order. kCorrupt as soon as keys do not ascend, or beyond `limit`
   // records: a damaged tree cannot make this run long.
   platform::Status ReadAll(std::vector<std::byte>& records, std::size_t limit) const;

@@ -130,6 +130,7 @@ Result<HeapId> HeapEditor::Replace(HeapId id, std::span<const std::byte> bytes, 
   return added;
 }
 
+// Room that is freed in an earlier page serves values there that grow; new items go to the tail.
 Status HeapEditor::Free(HeapId id) {
   if (id.IsNull()) return {};
   auto page = LoadFor(id);
@@ -204,6 +205,7 @@ void HeapEditor::WriteAhead() {
           return e.first != number && FillLevelHolder(e.first) == number;
         });
     if (holdsForOthers) continue;
+    // A disk that is full shows again in Flush; until then the page stays, changed as it is.
     if (_pages.at(number).dirty && !Write(number).ok()) return;
     _pages.erase(number);
   }

@@ -25,6 +25,7 @@ Status BadPage(std::uint32_t number, const std::string& what) {
 
 }  // namespace
 
+// [MS-PST] 2.3.1.2. A level promises the least that is free: others look for room by it.
 std::uint8_t FillLevelOf(std::size_t freeBytes) {
   static constexpr std::array<std::uint16_t, 15> kLowerBounds{
       3584, 2560, 2048, 1792, 1536, 1280, 1024, 768, 512, 256, 128, 64, 32, 16, 8};
@@ -58,6 +59,8 @@ Result<HeapPage> HeapPage::Decode(std::uint32_t number, std::span<const std::byt
   if (count > kMaxHeapItemsPerPage || map + HeapMapSize(count) > block.size()) {
     return BadPage(number, "cAlloc " + std::to_string(count) + " does not fit");
   }
+  // Where one item ends the next begins: a start out of order would give two of them the same
+  // bytes, and a change of one would damage the other.
   HeapPage page(number);
   page._starts.resize(count + 1);
   std::size_t last = header;
@@ -82,6 +85,7 @@ std::size_t HeapPage::FreeBytes() const {
   return used < kPageLimit ? kPageLimit - used : 0;
 }
 
+// Ids name items by their number in the page, so an item that is freed stays, with no bytes.
 void HeapPage::ResizeItem(std::size_t item, std::size_t size) {
   const std::size_t end = _starts[item];
   const std::size_t oldSize = end - _starts[item - 1];
@@ -120,6 +124,8 @@ void HeapPage::SetUserRoot(HeapId root) {
 }
 
 std::span<const std::byte> HeapPage::Encode(bool isLast) {
+  // The map is aligned to 2 bytes. Only the last block of a data tree may be shorter than a full
+  // one, however little is in the page.
   const std::size_t map = (ItemsEnd() + 1) & ~std::size_t{1};
   const std::size_t size = isLast ? EncodedSize(ItemsEnd(), items()) : kHeapPageSize;
   std::memset(&_bytes[ItemsEnd()], 0, size - ItemsEnd());

@@ -84,9 +84,10 @@ Result<std::uint32_t> PropertyContextBuilder::Place(const PropertyList& properti
     }
     case Property::Kind::kObject: {
       const ObjectValue object = properties.View(item).object;
-      std::array<std::byte, 8> bytes;
-      StoreU32(bytes, 0, object.node.value);
-      StoreU32(bytes, 4, object.size);
+      using Fields = fields::ObjectValue;
+      std::array<std::byte, fields::kSizeOf<Fields>> bytes;
+      StoreField(bytes, Fields::kNode, object.node.value);
+      StoreField(bytes, Fields::kObjectSize, object.size);
       return _heap.Add(bytes).value;
     }
     case Property::Kind::kBytes:
@@ -142,6 +143,7 @@ Status PropertyContextBuilder::Build(const PropertyList& properties) {
   return {};
 }
 
+// Numbers of this size lie in the record itself, so nothing moves.
 void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {
   const auto idAt = [this](std::size_t rank) {
     return LoadField(RecordAt(rank), fields::PropertyRecord::kId);

@@ -21,6 +21,15 @@ std::uint64_t MaskTo(PropType type, std::uint64_t bits) {
   return size >= 8 || size == 0 ? bits : bits & ((std::uint64_t{1} << (8 * size)) - 1);
 }
 
+// A multi-value of elements of any size ([MS-PST] 2.3.3.4.2): their count, the offset of each, the
+// elements.
+constexpr std::size_t kMultiCountSize = 4;
+constexpr std::size_t kMultiOffsetSize = 4;
+// Of `count` elements; also the place of the offset behind so many.
+constexpr std::size_t StartOfMultiValues(std::size_t count) {
+  return kMultiCountSize + kMultiOffsetSize * count;
+}
+
 void AppendU32(std::vector<std::byte>& out, std::size_t value) {
   const std::size_t at = out.size();
   out.resize(at + 4);
@@ -287,6 +296,8 @@ void PropertyList::CopyValue(PropTag to, PropTag from) {
 bool PropertyList::Remove(std::uint16_t id) {
   const std::size_t at = IndexOf(id);
   if (at == kNone) return false;
+  // The places are numbers of items, and those behind it move up. Its bytes stay in the arena:
+  // lists live for one message.
   _items.erase(_items.begin() + static_cast<std::ptrdiff_t>(at));
   FillPlaces();
   return true;
@@ -393,7 +404,7 @@ std::u16string DecodeText(std::span<const std::byte> bytes) {
 std::vector<std::byte> EncodeMultiBinary(std::span<const std::span<const std::byte>> values) {
   std::vector<std::byte> out;
   AppendU32(out, values.size());
-  std::size_t offset = 4 + 4 * values.size();
+  std::size_t offset = StartOfMultiValues(values.size());
   for (const auto value : values) {
     AppendU32(out, offset);
     offset += value.size();
@@ -416,15 +427,19 @@ std::optional<std::vector<std::span<const std::byte>>> DecodeMultiVariable(
     std::span<const std::byte> value) {
   std::vector<std::span<const std::byte>> elements;
   if (value.empty()) return elements;
-  if (value.size() < 4) return std::nullopt;
+  if (value.size() < kMultiCountSize) return std::nullopt;
   const std::size_t count = LoadU32(value, 0);
-  if (count > (value.size() - 4) / 4) return std::nullopt;
-  std::size_t start = count == 0 ? value.size() : LoadU32(value, 4);
+  if (count > (value.size() - kMultiCountSize) / kMultiOffsetSize) return std::nullopt;
+  const std::size_t values = StartOfMultiValues(count);
+  // An element ends where the next one begins; the last one with the value.
+  const auto startOf = [&](std::size_t i) -> std::size_t {
+    return i < count ? LoadU32(value, StartOfMultiValues(i)) : value.size();
+  };
   for (std::size_t i = 0; i < count; ++i) {
-    const std::size_t end = i + 1 < count ? LoadU32(value, 4 + 4 * (i + 1)) : value.size();
-    if (start < 4 + 4 * count || end < start || end > value.size()) return std::nullopt;
+    const std::size_t start = startOf(i);
+    const std::size_t end = startOf(i + 1);
+    if (start < values || end < start || end > value.size()) return std::nullopt;
     elements.push_back(value.subspan(start, end - start));
-    start = end;
   }
   return elements;
 }

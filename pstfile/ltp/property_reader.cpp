@@ -104,6 +104,7 @@ Result<PropertyReader> PropertyReader::Open(NodeDatabase& database, ObjectLocati
   reader._database = &database;
   reader._location = location;
   reader._heap = std::make_unique<Heap>(std::move(*heap));
+  // All of them at once: there are some fifty, and each is looked for again and again.
   auto tree = BthReader::Open(*reader._heap, reader._heap->userRoot(), 2, 6);
   if (!tree.ok()) return fail(tree.status());
   std::vector<std::byte> records;
@@ -196,8 +197,12 @@ Result<ObjectValue> PropertyReader::Object(PropTag tag) {
   }
   auto item = _heap->Item(HeapId(entry->value));
   if (!item.ok()) return item.status();
-  if (item->bytes.size() != 8) return Status(StatusCode::kCorrupt, "object value is not 8 bytes");
-  return ObjectValue{NodeId(LoadU32(item->bytes, 0)), LoadU32(item->bytes, 4)};
+  using Fields = fields::ObjectValue;
+  if (item->bytes.size() != fields::kSizeOf<Fields>) {
+    return Status(StatusCode::kCorrupt, "object value is not 8 bytes");
+  }
+  return ObjectValue{NodeId(LoadField<std::uint32_t>(item->bytes, Fields::kNode)),
+                     LoadField<std::uint32_t>(item->bytes, Fields::kObjectSize)};
 }
 
 Result<ObjectLocation> PropertyReader::Subnode(NodeId node) const {

@@ -194,6 +194,7 @@ Status RowIndexEditor::Append(Record record) {
   if (Status status = StoreEdge(0); !status.ok()) return status;
   _heap->Reserve(HeapId(), 0);
   _edge[0] = {HeapId(), true, {record}};
+  // Its id is not known before it is stored: StoreEdge fills in the 0.
   return PushUp(1, {record.key, 0});
 }
 
@@ -222,6 +223,8 @@ Status RowIndexEditor::PushUp(std::size_t level, Record record) {
   return PushUp(level + 1, {record.key, 0});
 }
 
+// Ids mostly ascend, and go to the right edge, which is kept decoded. For any other the edge goes
+// to the heap first, so that the tree is in one place while it is changed from the root down.
 Status RowIndexEditor::Insert(std::uint32_t rowId, std::uint32_t row) {
   if (_edge.empty() || rowId > _edge[0].records.back().key) return Append({rowId, row});
   auto existing = Find(rowId);
@@ -317,6 +320,7 @@ Status RowIndexEditor::Remove(std::uint32_t rowId) {
   return LoadRightEdge();
 }
 
+// Items that run low are not joined: rows are seldom removed, and the format asks for no minimum.
 // What is left of the item: its first key and id, a null id when it became empty and is gone.
 Result<RowIndexEditor::Record> RowIndexEditor::RemoveBelow(HeapId id, std::size_t level,
                                                            std::uint32_t key) {

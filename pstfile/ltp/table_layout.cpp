@@ -49,6 +49,8 @@ TableLayout TableLayout::FromTags(std::span<const PropTag> tags) {
     if (tag != tags::kLtpRowId && tag != tags::kLtpRowVersion) add(tag);
   }
   std::uint16_t offset = 0;
+  // [MS-PST] 2.3.4.4: 8- and 4-byte cells first, as the template has them, then 2-byte, then 1-byte
+  // ones. Cells of 8 bytes are aligned to 4 only.
   const auto place = [&](std::uint8_t least, std::uint8_t most) {
     for (TableColumn& column : layout._columns) {
       if (column.width < least || column.width > most) continue;
@@ -80,6 +82,8 @@ Result<TableLayout> TableLayout::Decode(std::span<const std::byte> tcInfo) {
       ends[3] > kMaxHeapItem || tcInfo.size() < kTcInfoSize + kTcColumnSize * count) {
     return Corrupt("rgib does not fit " + std::to_string(count) + " columns");
   }
+  // Cells that overlap would be changed together, and a bit that two columns share would make one
+  // appear with the other.
   std::vector<bool> taken(ends[2]);
   std::vector<bool> bits(count);
   for (std::size_t i = 0; i < count; ++i) {

@@ -18,7 +18,6 @@ struct TableReader::State {
   ObjectLocation location;
   Heap heap;
   TableLayout layout;
-  BthReader index;
   // The row matrix: a heap item or blocks of rowsPerBlock rows each.
   HeapItem small;
   DataTree matrix;
@@ -53,6 +52,7 @@ Status TableReader::State::OpenMatrix(HeapId id) {
   if (!tree.ok()) return tree.status();
   matrix = std::move(*tree);
   inTree = true;
+  // No row crosses the end of a block: what is left there is padding ([MS-PST] 2.3.4.4).
   if (const std::size_t blocks = matrix.blockCount(); blocks > 0) {
     rows = std::uint64_t{blocks - 1} * layout.RowsPerBlock() +
            matrix.BlockSize(blocks - 1) / layout.rowSize();
@@ -79,10 +79,6 @@ Result<TableReader> TableReader::Open(NodeDatabase& database, ObjectLocation loc
   auto layout = TableLayout::Decode(info->bytes);
   if (!layout.ok()) return fail(layout.status());
   state->layout = std::move(*layout);
-  auto index = BthReader::Open(state->heap, TableLayout::RowIndexOf(info->bytes), kRowIndexKeySize,
-                               kRowIndexDataSize);
-  if (!index.ok()) return fail(index.status());
-  state->index = *index;
   if (Status status = state->OpenMatrix(TableLayout::RowsOf(info->bytes)); !status.ok()) {
     return fail(status);
   }
@@ -121,20 +117,6 @@ Status TableReader::SelectRow(std::uint64_t index) {
   }
   s.row = s.block.bytes().subspan(offset, size);
   return {};
-}
-
-Result<std::uint64_t> TableReader::FindRow(std::uint32_t rowId) {
-  auto found = _state->index.Find(rowId);
-  if (!found.ok()) return found.status();
-  if (!found->has_value()) {
-    return Status(StatusCode::kNotFound,
-                  "no row " + ToHex(rowId) + " in table " + ToString(_state->location.node));
-  }
-  if (**found >= _state->rows) {
-    return Status(StatusCode::kCorrupt, "row index names row " + std::to_string(**found) + " of " +
-                                            std::to_string(_state->rows));
-  }
-  return **found;
 }
 
 std::uint32_t TableReader::RowId() const {

@@ -39,10 +39,8 @@ class TableReader {
   // A row stays in memory as long as it is the current one. Rows are in the order in which they
   // were added, except that a removed row's place was taken by the last one.
   platform::Status SelectRow(std::uint64_t index);
-  // The row whose id is `rowId` (the nid of its message, folder or attachment); kNotFound.
-  platform::Result<std::uint64_t> FindRow(std::uint32_t rowId);
 
-  // Of the selected row.
+  // Of the selected row. Its id is the nid of its message, folder or attachment.
   std::uint32_t RowId() const;
   bool Has(PropTag tag) const;
   platform::Result<std::uint64_t> Scalar(PropTag tag);

@@ -95,7 +95,7 @@ Status BTree::CheckRange(const Step& parent, const Step& child) const {
   return {};
 }
 
-Status BTree::Descend(std::uint64_t key, Path& path, std::optional<std::uint64_t>* next) const {
+Status BTree::Descend(std::uint64_t key, Path& path) const {
   path.clear();
   path.reserve(kMaximumTreeLevel + 1);
   path.emplace_back();
@@ -104,9 +104,6 @@ Status BTree::Descend(std::uint64_t key, Path& path, std::optional<std::uint64_t
   while (path.back().page->level() > 0) {
     Step& parent = path.back();
     parent.index = parent.page->ChildFor(key);
-    if (next != nullptr && parent.index + 1 < parent.page->count()) {
-      *next = parent.page->Key(parent.index + 1);
-    }
     Step child;
     if (Status s = Load(parent.page->Child(parent.index), child); !s.ok()) return s;
     if (!IsSlot(child.ref)) {
@@ -127,24 +124,6 @@ Result<bool> BTree::Find(std::uint64_t key, std::span<std::byte> entry) const {
   const auto found = leaf.page->Entry(leaf.index);
   std::copy(found.begin(), found.end(), entry.begin());
   return true;
-}
-
-Result<std::size_t> BTree::CollectFrom(std::uint64_t key, std::size_t limit,
-                                       std::vector<std::byte>& entries) const {
-  std::size_t count = 0;
-  std::optional<std::uint64_t> from = key;
-  Path path;
-  while (from && count < limit) {
-    std::optional<std::uint64_t> next;
-    if (Status s = Descend(*from, path, &next); !s.ok()) return s;
-    const Step& leaf = path.back();
-    for (std::size_t i = leaf.index; i < leaf.page->count() && count < limit; ++i, ++count) {
-      const auto entry = leaf.page->Entry(i);
-      entries.insert(entries.end(), entry.begin(), entry.end());
-    }
-    from = next;
-  }
-  return count;
 }
 
 Result<std::optional<std::uint64_t>> BTree::LastKey() const {

@@ -43,9 +43,6 @@ class BTree {
 
   // Copies the entry with `key` to `entry`; false when there is none.
   platform::Result<bool> Find(std::uint64_t key, std::span<std::byte> entry) const;
-  // Appends up to `limit` entries from `key` on to `entries`; the count.
-  platform::Result<std::size_t> CollectFrom(std::uint64_t key, std::size_t limit,
-                                            std::vector<std::byte>& entries) const;
   // The highest key; nullopt in an empty tree.
   platform::Result<std::optional<std::uint64_t>> LastKey() const;
 
@@ -102,10 +99,8 @@ class BTree {
   void FreeSlot(PageRef ref);
 
   platform::Status Load(PageRef ref, Step& step) const;
-  // From the root to the leaf for `key`. `next`: the lowest key of the next leaf, when there is
-  // one.
-  platform::Status Descend(std::uint64_t key, Path& path,
-                           std::optional<std::uint64_t>* next = nullptr) const;
+  // From the root to the leaf for `key`.
+  platform::Status Descend(std::uint64_t key, Path& path) const;
   platform::Status CheckRange(const Step& parent, const Step& child) const;
   // Makes every page of the path one in memory.
   void MakeDirty(Path& path);

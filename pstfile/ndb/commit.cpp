@@ -236,7 +236,6 @@ void NodeDatabase::Impl::FinishCommit() {
   _changes.clear();
   changed = false;
   transactionBytes = 0;
-  lastCommit = std::chrono::steady_clock::now();
 }
 
 // ---- Close --------------------------------------------------------------------------------------

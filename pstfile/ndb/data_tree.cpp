@@ -44,6 +44,8 @@ Status DataTree::Load(BlockId root) {
   _level = top->level;
   _size = top->total;
   _blockCount = BlocksFor(_size);
+  // Every block but the last is full, so the total alone tells where a byte is, and a tree that has
+  // holes or more blocks than that is refused here.
   const std::size_t expected =
       _level == 1 ? _blockCount : (_blockCount + kMaximumXBlockEntries - 1) / kMaximumXBlockEntries;
   if (top->ids.size() != expected) {

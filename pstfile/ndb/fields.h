@@ -219,6 +219,13 @@ struct PropertyRecord {
   static constexpr std::array kAll{kId, kType, kValue};
 };
 
+// The value of an Object property.
+struct ObjectValue {
+  static constexpr Field kNode{"nid", 0, 4};
+  static constexpr Field kObjectSize{"ulSize", 4, 4};
+  static constexpr std::array kAll{kNode, kObjectSize};
+};
+
 struct TableInfo {
   static constexpr Field kType{"bType", 0, 1};
   static constexpr Field kColumns{"cCols", 1, 1};

@@ -32,6 +32,8 @@ std::span<const std::byte> RangeOf(std::span<const std::byte> bytes, const Field
 FileHeader FileHeader::New(CryptMethod crypt) {
   FileHeader header;
   header.crypt = crypt;
+  // The start values that [MS-PST] 2.2.2.6 gives for a new file; the nodes of every store lie
+  // below.
   header.counters.fill(0x400);
   header.counters[static_cast<std::size_t>(NodeKind::kSearchFolder)] = 0x4000;
   header.counters[static_cast<std::size_t>(NodeKind::kMessage)] = 0x10000;
@@ -137,6 +139,7 @@ Status FileHeader::CheckFields() const {
     return {StatusCode::kUnsupported,
             "header: bCryptMethod " + std::to_string(static_cast<unsigned>(crypt)) + " is unknown"};
   }
+  // No file is that long, and sums of offset and size do not wrap below it.
   if (endOfFile < kSmallestFile || endOfFile > std::uint64_t{1} << 62) {
     return corrupt("ibFileEof " + ToHex(endOfFile));
   }

@@ -138,34 +138,4 @@ Result<NodeDatabase::Impl::MapTotals> NodeDatabase::Impl::WriteMaps() {
   return totals;
 }
 
-// ---- For the checker ----------------------------------------------------------------------------
-
-void NodeDatabase::Impl::Visit(Visitor& visitor) {
-  struct Walker : BTree::Walker {
-    explicit Walker(Visitor& v) : visitor(v) {}
-    void OnPage(PageRef ref, const TreePage& page) override {
-      const bool blockTree = page.tree() == PageType::kBlockTree;
-      visitor.OnPage(
-          {ref.offset, ref.id, blockTree, page.level(), static_cast<unsigned>(page.count())});
-      if (page.level() > 0) return;
-      for (std::size_t i = 0; i < page.count(); ++i) {
-        if (blockTree) {
-          const BlockRecord block = BlockRecord::Decode(page.Entry(i));
-          visitor.OnBlock({block.bid, block.place.offset, block.place.dataSize, block.references});
-        } else {
-          visitor.OnNode(DecodeNode(page.Entry(i)));
-        }
-      }
-    }
-    bool OnDamage(const Status& s) override {
-      visitor.OnDamage(s);
-      return true;
-    }
-    Visitor& visitor;
-  } walker(visitor);
-  if (_file == nullptr || _creating) return;
-  BTree::Walk(_pages, PageType::kBlockTree, committed.blockRoot, walker);
-  BTree::Walk(_pages, PageType::kNodeTree, committed.nodeRoot, walker);
-}
-
 }  // namespace parvane::pstfile

@@ -244,7 +244,6 @@ bool NodeDatabase::mapsWereRebuilt() const { return _impl->mapsRebuilt; }
 bool NodeDatabase::sizeLimitReached() const { return _impl->sizeLimitReached; }
 std::uint64_t NodeDatabase::FileSize() const { return _impl->committed.endOfFile; }
 std::uint32_t NodeDatabase::Unique() const { return _impl->committed.unique; }
-std::array<std::uint32_t, 32> NodeDatabase::NodeCounters() const { return _impl->current.counters; }
 
 Result<std::optional<NodeRecord>> NodeDatabase::FindNode(NodeId nid) const {
   std::array<std::byte, kNodeEntrySize> entry;
@@ -252,23 +251,6 @@ Result<std::optional<NodeRecord>> NodeDatabase::FindNode(NodeId nid) const {
   if (!found.ok()) return _impl->WithPath(found.status());
   if (!*found) return std::optional<NodeRecord>();
   return std::optional(DecodeNode(entry));
-}
-
-Result<std::optional<NodeRecord>> NodeDatabase::NextNode(NodeId from) const {
-  Result<std::vector<NodeRecord>> found = NodesFrom(from, 1);
-  if (!found.ok()) return found.status();
-  return found->empty() ? std::optional<NodeRecord>() : std::optional(found->front());
-}
-
-Result<std::vector<NodeRecord>> NodeDatabase::NodesFrom(NodeId from, std::size_t limit) const {
-  std::vector<std::byte> entries;
-  Result<std::size_t> count = _impl->nodes.CollectFrom(from.value, limit, entries);
-  if (!count.ok()) return _impl->WithPath(count.status());
-  std::vector<NodeRecord> found(*count);
-  for (std::size_t i = 0; i < *count; ++i) {
-    found[i] = DecodeNode(std::span(entries).subspan(i * kNodeEntrySize, kNodeEntrySize));
-  }
-  return found;
 }
 
 Status NodeDatabase::PutNode(const NodeRecord& record) {
@@ -306,6 +288,8 @@ Result<std::size_t> NodeDatabase::BlockDataSize(BlockId bid) const {
   return static_cast<std::size_t>(place->dataSize);
 }
 
+// Without a result: a loose block is in no committed tree, so its space is free at the next opening
+// whatever happens here.
 void NodeDatabase::AbandonBlock(BlockId bid) { _impl->Abandon(bid, true); }
 void NodeDatabase::AbandonBlockOnly(BlockId bid) { _impl->Abandon(bid, false); }
 bool NodeDatabase::IsLoose(BlockId bid) const { return _impl->IsLoose(bid); }
@@ -315,22 +299,6 @@ Result<bool> NodeDatabase::CanShare(BlockId bid) const {
   return can.ok() ? can : Result<bool>(_impl->WithPath(can.status()));
 }
 
-bool NodeDatabase::HasUncommittedChanges() const { return _impl->changed; }
 std::uint64_t NodeDatabase::TransactionBytes() const { return _impl->transactionBytes; }
-std::chrono::steady_clock::time_point NodeDatabase::LastCommitTime() const {
-  return _impl->lastCommit;
-}
 void NodeDatabase::KeepForCommit(std::uint64_t bytes) { _impl->keepForCommit = bytes; }
-void NodeDatabase::Visit(Visitor& visitor) const { _impl->Visit(visitor); }
-
-NodeDatabase::HeaderFacts NodeDatabase::Header() const {
-  const FileHeader& header = _impl->committed;
-  return {header.endOfFile,  header.lastAMap, header.freeBytes,      header.nextBlockId,
-          header.nextPageId, header.mapState, header.oldPageMapInUse};
-}
-
-Status NodeDatabase::ReadRaw(FileOffset offset, std::span<std::byte> bytes) const {
-  return _impl->WithPath(_impl->ReadExactly(offset.value, bytes));
-}
-
 }  // namespace parvane::pstfile

@@ -43,8 +43,6 @@
 // Not thread-safe. One database object a file.
 #pragma once
 
-#include <array>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -52,7 +50,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/file.h"
 #include "platform/status.h"
@@ -154,16 +151,10 @@ class NodeDatabase {
   bool sizeLimitReached() const;   // a write failed with kDiskFull for OpenOptions::sizeLimit
   std::uint64_t FileSize() const;  // as the last committed header tells
   std::uint32_t Unique() const;    // dwUnique of the last header written: row versions
-  std::array<std::uint32_t, 32> NodeCounters() const;  // rgnid: last index handed out, per kind
 
   // ---- Nodes ----------------------------------------------------------------------------------
 
   platform::Result<std::optional<NodeRecord>> FindNode(NodeId nid) const;
-  // The first node with an id not below `from`; none at the end. To iterate:
-  //   for (n = NextNode(NodeId(0)); n; n = NextNode(NodeId(n->nid.value + 1)))
-  platform::Result<std::optional<NodeRecord>> NextNode(NodeId from) const;
-  // Up to `limit` nodes from `from` on, in one go.
-  platform::Result<std::vector<NodeRecord>> NodesFrom(NodeId from, std::size_t limit) const;
   // Adds or replaces a node. See "Ownership of blocks" above.
   platform::Status PutNode(const NodeRecord& record);
   // kNotFound when there is none.
@@ -197,55 +188,12 @@ class NodeDatabase {
 
   // ---- When to commit -------------------------------------------------------------------------
 
-  bool HasUncommittedChanges() const;
   // Bytes of blocks written since the last commit, as on disk.
   std::uint64_t TransactionBytes() const;
-  // Of the last successful Commit; of Open or Create before the first.
-  std::chrono::steady_clock::time_point LastCommitTime() const;
   // Holds `bytes` of file space back from WriteBlock, for blocks that must still be written when
   // the disk turns out full (tails of tables). Set it to 0 just before writing those, and back
   // after the Commit.
   void KeepForCommit(std::uint64_t bytes);
-
-  // ---- For tests; the integrity checker reads the file by itself --------------------------------
-
-  struct PageVisit {
-    FileOffset offset;
-    PageId id;
-    bool blockTree = false;  // else the node B-tree
-    unsigned level = 0;
-    unsigned entries = 0;
-  };
-  struct BlockVisit {
-    BlockId bid;
-    FileOffset offset;
-    std::uint16_t dataSize = 0;
-    std::uint16_t references = 0;  // cRef as stored
-  };
-  class Visitor {
-   public:
-    virtual ~Visitor() = default;
-    virtual void OnPage(const PageVisit&) {}
-    virtual void OnBlock(const BlockVisit&) {}
-    virtual void OnNode(const NodeRecord&) {}
-    // A page that could not be read, with why; the walk goes on beside it.
-    virtual void OnDamage(const platform::Status&) {}
-  };
-  // Walks both B-trees of the committed state in key order.
-  void Visit(Visitor& visitor) const;
-  // The header's fields that nothing else here tells.
-  struct HeaderFacts {
-    std::uint64_t endOfFile = 0;
-    std::uint64_t lastAMap = 0;
-    std::uint64_t freeBytes = 0;
-    std::uint64_t nextBlockId = 0;
-    std::uint64_t nextPageId = 0;
-    std::uint8_t mapState = 0;  // fAMapValid
-    bool oldPageMapInUse = false;
-  };
-  HeaderFacts Header() const;
-  // Raw bytes of the file, for reading maps.
-  platform::Status ReadRaw(FileOffset offset, std::span<std::byte> bytes) const;
 
  private:
   class Impl;

@@ -8,7 +8,6 @@
 //   maps.cpp           walks over everything in use; allocation maps
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -71,9 +70,6 @@ class NodeDatabase::Impl : private PageSink {
   platform::Status Close();
   void GiveUp(const platform::Status& why);
 
-  // ---- maps.cpp ----
-  void Visit(Visitor& visitor);
-
   // State, in the open for the methods of NodeDatabase.
   platform::FileSystem& files;
   std::u16string path;
@@ -89,7 +85,6 @@ class NodeDatabase::Impl : private PageSink {
   std::uint64_t transactionBytes = 0;
   std::uint64_t keepForCommit = 0;
   bool sizeLimitReached = false;
-  std::chrono::steady_clock::time_point lastCommit;
 
   platform::Status ReadExactly(std::uint64_t offset, std::span<std::byte> bytes);
   platform::Status WithPath(const platform::Status& s) const;

@@ -40,7 +40,6 @@ NodeDatabase::Impl::Impl(platform::FileSystem& fileSystem, std::u16string_view f
       options(openOptions),
       nodes(PageType::kNodeTree, _pages),
       blocks(PageType::kBlockTree, _pages),
-      lastCommit(std::chrono::steady_clock::now()),
       _actualPath(filePath),
       _pages(openOptions.cachedPages),
       _blockCache(openOptions.cachedBlocks) {}

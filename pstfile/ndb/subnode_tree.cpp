@@ -8,7 +8,6 @@
 #include "pstfile/ndb/block_format.h"
 #include "pstfile/ndb/fields.h"
 #include "pstfile/ndb/layout.h"
-#include "pstfile/ndb/little_endian.h"
 
 namespace parvane::pstfile {
 
@@ -16,6 +15,7 @@ using platform::Result;
 using platform::Status;
 using platform::StatusCode;
 using Entry = fields::SubnodeEntry;
+using Header = fields::InternalBlock;
 using IndexEntry = fields::SubnodeIndexEntry;
 
 namespace {
@@ -62,33 +62,42 @@ Result<std::vector<SubnodeEntry>> DecodeLeaf(BlockId bid, const InternalBlock& b
   return entries;
 }
 
+// On the stack, because most messages have a tree of one leaf.
 Result<BlockId> WriteLeaf(NodeDatabase& database, std::span<const SubnodeEntry> entries) {
-  std::array<std::byte, kInternalBlockHeaderSize + 24 * kMaximumSlBlockEntries> memory;
-  const auto bytes = std::span(memory).first(kInternalBlockHeaderSize + 24 * entries.size());
-  StoreU8(bytes, 0, kSubnodeTreeBlock);
-  StoreU8(bytes, 1, 0);
-  StoreU16(bytes, 2, static_cast<std::uint16_t>(entries.size()));
-  StoreU32(bytes, 4, 0);
-  std::size_t at = kInternalBlockHeaderSize;
+  std::array<std::byte, kInternalBlockHeaderSize + kSlBlockEntrySize * kMaximumSlBlockEntries> all;
+  const auto bytes =
+      std::span(all).first(kInternalBlockHeaderSize + kSlBlockEntrySize * entries.size());
+  StoreField(bytes, Header::kType, kSubnodeTreeBlock);
+  StoreField(bytes, Header::kLevel, 0);
+  StoreField(bytes, Header::kCount, entries.size());
+  StoreField(bytes, Header::kTotal, 0);
+  auto to = bytes.subspan(kInternalBlockHeaderSize);
   for (const SubnodeEntry& entry : entries) {
-    StoreField(bytes, Entry::kId, entry.nid.value, at);
-    StoreField(bytes, Entry::kData, entry.data.value, at);
-    StoreField(bytes, Entry::kSub, entry.sub.value, at);
-    at += 24;
+    entry.Encode(to);
+    to = to.subspan(kSlBlockEntrySize);
   }
   return database.WriteInternalBlock(bytes);
 }
 
 template <typename Leaf>
 Result<BlockId> WriteIndex(NodeDatabase& database, std::span<const Leaf> leaves) {
-  std::vector<std::byte> bytes = StartInternalBlock(kSubnodeTreeBlock, 1, leaves.size(), 16, 0);
+  std::vector<std::byte> bytes =
+      StartInternalBlock(kSubnodeTreeBlock, 1, leaves.size(), kSiBlockEntrySize, 0);
   std::size_t at = kInternalBlockHeaderSize;
   for (const Leaf& leaf : leaves) {
     StoreField(bytes, IndexEntry::kId, leaf.first.value, at);
     StoreField(bytes, IndexEntry::kBlock, leaf.block.value, at);
-    at += 16;
+    at += kSiBlockEntrySize;
   }
   return database.WriteInternalBlock(bytes);
+}
+
+// The root above these leaves: none, the only one, or a SIBLOCK.
+template <typename Leaf>
+Result<BlockId> WriteRoot(NodeDatabase& database, std::span<const Leaf> leaves) {
+  if (leaves.empty()) return BlockId();
+  if (leaves.size() == 1) return leaves.front().block;
+  return WriteIndex(database, leaves);
 }
 
 }  // namespace
@@ -96,6 +105,12 @@ Result<BlockId> WriteIndex(NodeDatabase& database, std::span<const Leaf> leaves)
 SubnodeEntry SubnodeEntry::Decode(std::span<const std::byte> entry) {
   return {NodeId(LoadField<std::uint32_t>(entry, Entry::kId)),
           BlockId(LoadField(entry, Entry::kData)), BlockId(LoadField(entry, Entry::kSub))};
+}
+
+void SubnodeEntry::Encode(std::span<std::byte> entry) const {
+  StoreField(entry, Entry::kId, nid.value);
+  StoreField(entry, Entry::kData, data.value);
+  StoreField(entry, Entry::kSub, sub.value);
 }
 
 // ---- SubnodeTree --------------------------------------------------------------------------------
@@ -117,7 +132,7 @@ Result<SubnodeTree> SubnodeTree::Open(const NodeDatabase& database, BlockId root
   }
   tree._indexed = true;
   const auto entries = top->block.entries;
-  for (std::size_t at = 0; at < entries.size(); at += 16) {
+  for (std::size_t at = 0; at < entries.size(); at += kSiBlockEntrySize) {
     tree._leaves.push_back({NodeId(LoadField<std::uint32_t>(entries, IndexEntry::kId, at)),
                             BlockId(LoadField(entries, IndexEntry::kBlock, at))});
   }
@@ -133,6 +148,7 @@ Status SubnodeTree::LoadLeaf(std::size_t index) const {
   if (leaf->block.level != 0) return Corrupt(bid, "a SIBLOCK below a SIBLOCK");
   Result<std::vector<SubnodeEntry>> entries = DecodeLeaf(bid, leaf->block);
   if (!entries.ok()) return entries.status();
+  // A search goes by the SIBLOCK alone, and would miss what lies in a leaf it does not expect.
   if (entries->front().nid != _leaves[index].first ||
       (index + 1 < _leaves.size() && !(entries->back().nid < _leaves[index + 1].first))) {
     return Corrupt(bid, "its nids are not those the SIBLOCK gives");
@@ -199,13 +215,8 @@ Result<BlockId> SubnodeTreeBuilder::Finish() {
   if (!_entries.empty()) {
     if (Status s = FlushLeaf(); !s.ok()) return s;
   }
-  BlockId root;
-  if (_leaves.size() == 1) root = _leaves.front().block;
-  if (_leaves.size() > 1) {
-    Result<BlockId> index = WriteIndex(*_database, std::span<const SubnodeTree::Leaf>(_leaves));
-    if (!index.ok()) return index.status();
-    root = *index;
-  }
+  Result<BlockId> root = WriteRoot(*_database, std::span<const SubnodeTree::Leaf>(_leaves));
+  if (!root.ok()) return root;
   _leaves.clear();
   _last.reset();
   return root;
@@ -255,7 +266,7 @@ Result<std::optional<SubnodeEntry>> SubnodeTreeEditor::Find(NodeId nid) const {
 }
 
 // A loose block that is in neither entry any more can only be freed here.
-void SubnodeTreeEditor::DropReplaced(const SubnodeEntry& old, const SubnodeEntry& now) {
+void SubnodeTreeEditor::DropReplaced(const SubnodeEntry& old, const SubnodeEntry& now) const {
   for (const BlockId bid : {old.data, old.sub}) {
     if (bid != now.data && bid != now.sub) _database->AbandonBlock(bid);
   }
@@ -278,87 +289,102 @@ Status SubnodeTreeEditor::Remove(NodeId nid) {
   return {};
 }
 
+// The tree as it will be, and what it takes the place of.
+struct SubnodeTreeEditor::Rebuilt {
+  std::vector<SubnodeTree::Leaf> leaves;
+  std::vector<BlockId> fresh;  // written for it
+  std::vector<BlockId> replacedLeaves;
+  std::vector<std::pair<SubnodeEntry, SubnodeEntry>> replacedEntries;  // the old one, the new one
+};
+
+// Nothing of the old tree is given up before all of the new one is written: a failure leaves the
+// old one, and the changes to try again.
 Result<BlockId> SubnodeTreeEditor::Flush() {
   if (_changes.empty()) return _root;
   const bool loose = _root && _database->IsLoose(_root);
-  std::vector<SubnodeTree::Leaf> leaves;
-  std::vector<BlockId> fresh;
-  std::vector<BlockId> replacedLeaves;
-  std::vector<std::pair<SubnodeEntry, SubnodeEntry>> replacedEntries;
-  const auto undo = [&](const Status& s) {
-    for (const BlockId bid : fresh) _database->AbandonBlockOnly(bid);
-    return s;
-  };
-  const auto write = [&](std::span<const SubnodeEntry> entries) -> Status {
-    Result<BlockId> bid = WriteLeaf(*_database, entries);
-    if (!bid.ok()) return bid.status();
-    fresh.push_back(*bid);
-    leaves.push_back({entries.front().nid, *bid});
-    return {};
-  };
-
-  auto change = _changes.begin();
-  const std::size_t oldLeaves = std::max<std::size_t>(_tree._leaves.size(), 1);
-  for (std::size_t index = 0; index < oldLeaves; ++index) {
-    const bool exists = index < _tree._leaves.size();
-    const bool last = index + 1 >= oldLeaves;
-    const auto inLeaf = [&](NodeId nid) { return last || nid < _tree._leaves[index + 1].first; };
-    if (change == _changes.end() || !inLeaf(change->first)) {
-      leaves.push_back(_tree._leaves[index]);
-      continue;
-    }
-    // Merge the leaf with the changes that fall into it.
-    std::vector<SubnodeEntry> merged;
-    std::size_t at = 0;
-    if (exists) {
-      if (Status s = _tree.LoadLeaf(index); !s.ok()) return undo(s);
-      replacedLeaves.push_back(_tree._leaves[index].block);
-    }
-    const std::vector<SubnodeEntry> none;
-    const std::vector<SubnodeEntry>& old = exists ? _tree._entries : none;
-    const bool appends = last && (old.empty() || old.back().nid < change->first);
-    for (; change != _changes.end() && inLeaf(change->first); ++change) {
-      while (at < old.size() && old[at].nid < change->first) merged.push_back(old[at++]);
-      if (at < old.size() && old[at].nid == change->first) {
-        replacedEntries.emplace_back(old[at++], change->second.value_or(SubnodeEntry{}));
-      }
-      if (change->second) merged.push_back(*change->second);
-    }
-    merged.insert(merged.end(), old.begin() + static_cast<std::ptrdiff_t>(at), old.end());
-    // At the right edge leaves are filled up, elsewhere they are split evenly.
-    const std::size_t parts = (merged.size() + kMaximumSlBlockEntries - 1) / kMaximumSlBlockEntries;
-    for (std::size_t part = 0, from = 0; part < parts; ++part) {
-      const std::size_t left = merged.size() - from;
-      const std::size_t size = appends ? std::min(left, kMaximumSlBlockEntries)
-                                       : (left + parts - part - 1) / (parts - part);
-      if (Status s = write(std::span(merged).subspan(from, size)); !s.ok()) return undo(s);
-      from += size;
-    }
+  Rebuilt now;
+  Status status = Rebuild(now);
+  Result<BlockId> root = status.ok()
+                             ? WriteRoot(*_database, std::span<const SubnodeTree::Leaf>(now.leaves))
+                             : Result<BlockId>(status);
+  if (!root.ok()) {
+    for (const BlockId bid : now.fresh) _database->AbandonBlockOnly(bid);
+    return root;
   }
-  if (leaves.size() > kMaximumSiBlockEntries) return undo(TooMany());
-
-  BlockId root;
-  if (leaves.size() == 1) root = leaves.front().block;
-  if (leaves.size() > 1) {
-    Result<BlockId> index = WriteIndex(*_database, std::span<const SubnodeTree::Leaf>(leaves));
-    if (!index.ok()) return undo(index.status());
-    root = *index;
-  }
-  // What a loose tree had and the new one has not, nobody else can free.
-  if (loose) {
-    for (const auto& [old, now] : replacedEntries) DropReplaced(old, now);
-    for (const BlockId bid : replacedLeaves) _database->AbandonBlockOnly(bid);
-    if (_tree._indexed) _database->AbandonBlockOnly(_root);
-  }
+  if (loose) AbandonReplaced(now);
   SubnodeTree tree;
   tree._database = _database;
-  tree._root = root;
-  tree._indexed = leaves.size() > 1;
-  tree._leaves = std::move(leaves);
+  tree._root = *root;
+  tree._indexed = now.leaves.size() > 1;
+  tree._leaves = std::move(now.leaves);
   _tree = std::move(tree);
-  _root = root;
+  _root = *root;
   _changes.clear();
   return root;
+}
+
+Status SubnodeTreeEditor::Rebuild(Rebuilt& now) const {
+  const std::vector<SubnodeTree::Leaf>& old = _tree._leaves;
+  auto change = _changes.begin();
+  for (std::size_t index = 0; index < std::max<std::size_t>(old.size(), 1); ++index) {
+    const bool last = index + 1 >= old.size();
+    const auto end = last ? _changes.end() : _changes.lower_bound(old[index + 1].first);
+    if (change == end) {
+      now.leaves.push_back(old[index]);
+      continue;
+    }
+    if (Status s = RebuildLeaf(index, change, end, now); !s.ok()) return s;
+    change = end;
+  }
+  return now.leaves.size() > kMaximumSiBlockEntries ? TooMany() : Status();
+}
+
+// Merges a leaf with the changes that fall into it. A tree without leaves has no entries either.
+Status SubnodeTreeEditor::RebuildLeaf(std::size_t index, Changes::const_iterator change,
+                                      Changes::const_iterator end, Rebuilt& now) const {
+  if (index < _tree._leaves.size()) {
+    if (Status s = _tree.LoadLeaf(index); !s.ok()) return s;
+    now.replacedLeaves.push_back(_tree._leaves[index].block);
+  }
+  const std::vector<SubnodeEntry>& old = _tree._entries;
+  const bool last = index + 1 >= _tree._leaves.size();
+  const bool appends = last && (old.empty() || old.back().nid < change->first);
+  std::vector<SubnodeEntry> merged;
+  auto at = old.begin();
+  for (; change != end; ++change) {
+    const auto& [nid, entry] = *change;
+    while (at != old.end() && at->nid < nid) merged.push_back(*at++);
+    if (at != old.end() && at->nid == nid) {
+      now.replacedEntries.emplace_back(*at++, entry.value_or(SubnodeEntry{}));
+    }
+    if (entry) merged.push_back(*entry);
+  }
+  merged.insert(merged.end(), at, old.end());
+  return WriteLeaves(merged, appends, now);
+}
+
+// At the right edge leaves are filled up, because what comes next goes behind them; elsewhere they
+// are split evenly, so that each has room.
+Status SubnodeTreeEditor::WriteLeaves(std::span<const SubnodeEntry> entries, bool appends,
+                                      Rebuilt& now) const {
+  for (std::size_t parts = (entries.size() + kMaximumSlBlockEntries - 1) / kMaximumSlBlockEntries;
+       parts > 0; --parts) {
+    const std::size_t size = appends ? std::min(entries.size(), kMaximumSlBlockEntries)
+                                     : (entries.size() + parts - 1) / parts;
+    Result<BlockId> leaf = WriteLeaf(*_database, entries.first(size));
+    if (!leaf.ok()) return leaf.status();
+    now.fresh.push_back(*leaf);
+    now.leaves.push_back({entries.front().nid, *leaf});
+    entries = entries.subspan(size);
+  }
+  return {};
+}
+
+// What a loose tree had and the new one has not, nobody else can free.
+void SubnodeTreeEditor::AbandonReplaced(const Rebuilt& now) const {
+  for (const auto& [old, entry] : now.replacedEntries) DropReplaced(old, entry);
+  for (const BlockId bid : now.replacedLeaves) _database->AbandonBlockOnly(bid);
+  if (_tree._indexed) _database->AbandonBlockOnly(_root);
 }
 
 // Entries not flushed belong to no tree.

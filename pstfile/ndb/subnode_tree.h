@@ -29,6 +29,7 @@ struct SubnodeEntry {
 
   // An entry of an SLBLOCK.
   static SubnodeEntry Decode(std::span<const std::byte> entry);
+  void Encode(std::span<std::byte> entry) const;
 };
 
 // Reads a tree. Holds at most one SIBLOCK and one SLBLOCK in memory.
@@ -112,13 +113,21 @@ class SubnodeTreeEditor {
  private:
   SubnodeTreeEditor(NodeDatabase& database, SubnodeTree tree)
       : _database(&database), _tree(std::move(tree)), _root(_tree.root()) {}
-  void DropReplaced(const SubnodeEntry& old, const SubnodeEntry& now);
+  using Changes = std::map<NodeId, std::optional<SubnodeEntry>>;  // none: removed
+  struct Rebuilt;
+  platform::Status Rebuild(Rebuilt& now) const;
+  platform::Status RebuildLeaf(std::size_t index, Changes::const_iterator change,
+                               Changes::const_iterator end, Rebuilt& now) const;
+  platform::Status WriteLeaves(std::span<const SubnodeEntry> entries, bool appends,
+                               Rebuilt& now) const;
+  void AbandonReplaced(const Rebuilt& now) const;
+  void DropReplaced(const SubnodeEntry& old, const SubnodeEntry& now) const;
   void Forget();
 
   NodeDatabase* _database;
   SubnodeTree _tree;
   BlockId _root;
-  std::map<NodeId, std::optional<SubnodeEntry>> _changes;  // none: removed
+  Changes _changes;
 };
 
 }  // namespace parvane::pstfile

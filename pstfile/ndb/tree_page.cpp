@@ -88,6 +88,8 @@ std::size_t TreePage::LowerBound(std::uint64_t key) const {
   return low;
 }
 
+// A key below the first one belongs to the first child all the same: put there, it becomes the
+// lowest key of the pages above as well.
 std::size_t TreePage::ChildFor(std::uint64_t key) const {
   const std::size_t i = LowerBound(key);
   if (i < _count && Key(i) == key) return i;

@@ -93,6 +93,8 @@ Result<FolderSet::Folder*> FolderSet::GetWithNames(NodeId id) {
   auto folder = Get(id);
   if (!folder.ok() || (*folder)->namesKnown) return folder;
   if (Status status = FlushTable(id, NodeKind::kHierarchyTable); !status.ok()) return status;
+  // From here on `folder` may be gone: flushing looks at other folders, and those not in use are
+  // dropped for them.
   auto node = _database->FindNode(id.Sibling(NodeKind::kHierarchyTable));
   if (!node.ok()) return node.status();
   std::unordered_map<std::u16string, NodeId> names;
@@ -235,8 +237,10 @@ Status FolderSet::FlushCounts(NodeId id) {
     auto table = Table(parent, NodeKind::kHierarchyTable);
     if (!table.ok()) return table.status();
     Status status = (*table)->UpdateRow(id.value, _database->Unique(), counts, true);
+    // Other programs leave folders without a row; the counts of the folder itself are what is read.
     if (!status.ok() && status.code() != StatusCode::kNotFound) return status;
   }
+  // Still there: a folder that has changed is in use.
   _folders.at(id).changed = false;
   _changed.erase({parent, id});
   return {};

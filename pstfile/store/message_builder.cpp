@@ -64,6 +64,7 @@ Result<const TableLayout*> RecipientLayout(const RowSource& rows, MessageLayouts
           std::ranges::any_of(columns, hasId)) {
         continue;
       }
+      // This one, and the two that every table has.
       if (columns.size() + 3 > kMaxTableColumns) {
         return Status(StatusCode::kTooBig, "recipients with more than 253 different properties");
       }
@@ -217,6 +218,7 @@ Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PackedRows& row
   StoredAttachment attachment;
   if (embedded) {
     parts.Add(NodeId(), embedded->data, embedded->subnodes);
+    // Owned before its id is known, so that a failure to get one gives it back.
     auto node = database.AllocateNodeId(NodeKind::kMessage);
     if (!node.ok()) return fail(node.status());
     parts.Take();
@@ -282,6 +284,8 @@ Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properti
   if (!properties.FindId(tags::kMessageStatus.Id())) {
     properties.SetInt32(tags::kMessageStatus, 0);
   }
+  // The size counts the heap that holds it: a number has its place there first, and gets its value
+  // once everything is laid out.
   properties.SetInt32(tags::kMessageSize, 0);
   if (Status status = builder.Prepare(properties); !status.ok()) return fail(status);
 

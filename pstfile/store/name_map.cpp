@@ -24,7 +24,7 @@ constexpr PropTag kStringStream{0x00040102};
 constexpr std::uint16_t kFirstBucket = 0x1000;
 constexpr std::uint32_t kBuckets = 251;
 constexpr std::uint32_t kMaxBuckets = 0x7000;
-constexpr std::size_t kEntrySize = 8;
+constexpr std::size_t kEntrySize = fields::kSizeOf<fields::NameEntry>;
 constexpr std::uint16_t kFirstId = 0x8000;
 constexpr std::size_t kMaxEntries = 0x7FFF;  // up to id 0xFFFE
 constexpr std::uint16_t kFirstStreamGuid = 3;
@@ -49,8 +49,31 @@ std::u16string KeyOf(std::uint16_t guid, const PropertyName& name) {
   return key;
 }
 
-void Append(std::vector<std::byte>& out, std::uint64_t value, std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i) out.push_back(static_cast<std::byte>(value >> (8 * i)));
+void AppendEntry(std::vector<std::byte>& out, std::uint32_t name, std::uint16_t guid,
+                 std::size_t index) {
+  const std::size_t at = out.size();
+  out.resize(at + kEntrySize);
+  StoreField(out, fields::NameEntry::kName, name, at);
+  StoreField(out, fields::NameEntry::kGuid, guid, at);
+  StoreField(out, fields::NameEntry::kIndex, index, at);
+}
+
+// The string stream: each string behind its length, which begins at a multiple of its size.
+constexpr std::size_t kLengthSize = 4;
+
+void PadStrings(std::vector<std::byte>& strings) {
+  while (strings.size() % kLengthSize != 0) strings.push_back(std::byte{0});
+}
+
+// Where it begins.
+std::uint32_t AppendString(std::vector<std::byte>& strings, std::span<const std::byte> text) {
+  PadStrings(strings);
+  const std::size_t at = strings.size();
+  strings.resize(at + kLengthSize);
+  StoreU32(strings, at, static_cast<std::uint32_t>(text.size()));
+  strings.insert(strings.end(), text.begin(), text.end());
+  PadStrings(strings);
+  return static_cast<std::uint32_t>(at);
 }
 
 PropTag BucketTag(std::uint32_t bucket) {
@@ -114,6 +137,7 @@ void NameMap::IndexEntries() {
   }
 }
 
+// [MS-PST] 2.4.7.1: 0 is none, 1 and 2 are sets that every store knows, those of the stream follow.
 std::optional<std::uint16_t> NameMap::GuidNumber(const Guid& set) const {
   if (set == Guid{}) return std::uint16_t{0};
   if (set == kPsMapi) return std::uint16_t{1};
@@ -138,10 +162,11 @@ std::optional<Guid> NameMap::GuidOf(std::uint16_t number) const {
 }
 
 std::optional<std::u16string> NameMap::StringAt(std::uint32_t offset) const {
-  if (_strings.size() < 4 || offset > _strings.size() - 4) return std::nullopt;
+  if (_strings.size() < kLengthSize || offset > _strings.size() - kLengthSize) return std::nullopt;
   const std::size_t length = LoadU32(_strings, offset);
-  if (length > _strings.size() - 4 - offset) return std::nullopt;
-  return DecodeText(std::span(_strings).subspan(offset + 4, length));
+  const auto behind = std::span(_strings).subspan(offset + kLengthSize);
+  if (length > behind.size()) return std::nullopt;
+  return DecodeText(behind.first(length));
 }
 
 Result<PropertyName> NameMap::NameOf(std::uint16_t id) const {
@@ -187,24 +212,17 @@ Result<std::uint16_t> NameMap::Add(const PropertyName& name) {
     AppendText(name.set == kPsInternetHeaders ? LowerAscii(name.name) : name.name, text);
     wGuid |= 1;
     hash = Crc(text);
-    while (_strings.size() % 4 != 0) _strings.push_back(std::byte{0});
-    value = static_cast<std::uint32_t>(_strings.size());
-    Append(_strings, text.size(), 4);
-    _strings.insert(_strings.end(), text.begin(), text.end());
-    while (_strings.size() % 4 != 0) _strings.push_back(std::byte{0});
+    value = AppendString(_strings, text);
   }
   _entries.resize(index * kEntrySize);
-  Append(_entries, value, 4);
-  Append(_entries, wGuid, 2);
-  Append(_entries, index, 2);
+  AppendEntry(_entries, value, wGuid, index);
+  // Readers that look names up by hash find nothing that is not in its bucket too.
   const PropTag bucket = BucketTag((hash ^ wGuid) % _buckets);
   std::vector<std::byte> records;
   if (const auto existing = _properties.Find(bucket)) {
     records.assign(existing->bytes.begin(), existing->bytes.end());
   }
-  Append(records, hash, 4);
-  Append(records, wGuid, 2);
-  Append(records, index, 2);
+  AppendEntry(records, hash, wGuid, index);
   _properties.SetBytes(bucket, records);
   const auto id = static_cast<std::uint16_t>(kFirstId + index);
   _ids.emplace(KeyOf(*guid, name), id);

@@ -94,8 +94,6 @@ Status PstStore::Close() {
 }
 
 const Status& PstStore::status() const { return _state->status; }
-bool PstStore::sizeLimitReached() const { return _state->database->sizeLimitReached(); }
-bool PstStore::modified() const { return _state->modified; }
 bool PstStore::hasPassword() const { return _state->hasPassword; }
 const StoreStatistics& PstStore::statistics() const { return _state->statistics; }
 std::uint64_t PstStore::changes() const { return _state->changes; }

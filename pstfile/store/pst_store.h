@@ -133,9 +133,6 @@ class PstStore {
   platform::Status Close();
   // Ok, or the failure that latched the store.
   const platform::Status& status() const;
-  // kDiskFull was for StoreOptions::sizeLimit, not for the disk.
-  bool sizeLimitReached() const;
-  bool modified() const;  // since it was opened
   // Programs are meant to ask for a password first. It is a check sum beside the mail, and hides
   // nothing.
   bool hasPassword() const;

@@ -89,6 +89,7 @@ Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, b
   ++s.messagesSinceCommit;
   ++s.statistics.messagesSaved;
   s.statistics.bytesSaved += message.size;
+  // The caller is told that it failed, so it was never accepted.
   if (Status saved = s.Checkpoint(); !saved.ok()) {
     --s.statistics.messagesSaved;
     return saved;

@@ -113,6 +113,7 @@ TEST_F(FormatDocument, FieldsAreWhereTheCodeHasThem) {
                                                  {"HNPAGEMAP", fields::HeapPageMap::kAll},
                                                  {"BTHHEADER", fields::BthHeader::kAll},
                                                  {"PCRECORD", fields::PropertyRecord::kAll},
+                                                 {"OBJECT", fields::ObjectValue::kAll},
                                                  {"TCINFO", fields::TableInfo::kAll},
                                                  {"TCOLDESC", fields::TableColumn::kAll},
                                                  {"TCROWID", fields::RowIndexRecord::kAll},

@@ -85,11 +85,16 @@ struct LtpTable : ::testing::Test {
     auto reader = TableReader::Open(*db, {kTable, (*node)->data, (*node)->sub});
     ASSERT_OK(reader);
     ASSERT_EQ(reader->rows(), model.size());
-    for (const auto& [id, expected] : model) {
-      auto row = reader->FindRow(id);
-      ASSERT_OK(row);
-      ASSERT_OK(reader->SelectRow(*row));
-      ASSERT_EQ(reader->RowId(), id);
+    auto index = TableEditor::Open(*db, (*node)->data, (*node)->sub);
+    ASSERT_OK(index);
+    for (std::uint64_t row = 0; row < reader->rows(); ++row) {
+      ASSERT_OK(reader->SelectRow(row));
+      const std::uint32_t id = reader->RowId();
+      ASSERT_TRUE(model.contains(id)) << id;
+      const PropertyList& expected = model[id];
+      auto flags = (*index)->Scalar(id, kFlags);
+      ASSERT_OK(flags);
+      ASSERT_EQ(*flags, expected.Scalar(kFlags));
       PropertyList cells;
       ASSERT_OK(reader->ReadRow(cells, nullptr, 1 << 20));
       ASSERT_EQ(cells.size(), expected.size()) << "row " << id;
@@ -233,15 +238,16 @@ TEST_F(LtpTable, ManyRowsCostTheSameEach) {
   auto reader = TableReader::Open(*db, {kTable, (*node)->data, (*node)->sub});
   ASSERT_OK(reader);
   ASSERT_EQ(reader->rows(), kRows);
+  auto index = TableEditor::Open(*db, (*node)->data, (*node)->sub);
+  ASSERT_OK(index);
   for (std::uint32_t i = 0; i < kRows; i += 373) {
-    auto found = reader->FindRow(0x200024 + 32 * i);
-    ASSERT_OK(found);
-    ASSERT_EQ(*found, i);
+    ASSERT_EQ(*(*index)->Scalar(0x200024 + 32 * i, kTime), i);
     ASSERT_OK(reader->SelectRow(i));
+    ASSERT_EQ(reader->RowId(), 0x200024 + 32 * i);
     ASSERT_EQ(*reader->Scalar(kTime), i);
     ASSERT_EQ(*reader->Bytes(kBlob), Pattern(20, i));
   }
-  EXPECT_EQ(reader->FindRow(0x200025).status().code(), StatusCode::kNotFound);
+  EXPECT_FALSE(*(*index)->HasRow(0x200025));
 }
 
 TEST_F(LtpTable, RefusalsLeaveTheTableAsItWas) {

@@ -34,21 +34,23 @@ Status Put(NodeDatabase& db, State& state, std::uint32_t nid, std::size_t size,
   return {};
 }
 
-// "" when the committed nodes are exactly those of `state`, with their data.
+constexpr std::uint32_t kNodes = 60;
+NodeId Node(std::uint32_t i) { return NodeId(i << 5 | 4); }
+
+// "" when of those that tests use exactly the nodes of `state` are there, with their data.
 std::string Difference(const NodeDatabase& db, const State& state) {
-  auto nodes = db.NodesFrom(NodeId(0), 1'000'000);
-  if (!nodes.ok()) return nodes.status().message();
-  if (nodes->size() != state.size()) return std::to_string(nodes->size()) + " nodes";
-  for (const NodeRecord& node : *nodes) {
-    const auto want = state.find(node.nid.value);
-    if (want == state.end()) return "node " + ToString(node.nid);
-    auto tree = DataTree::Open(db, node.data);
+  for (std::uint32_t i = 1; i <= kNodes; ++i) {
+    const auto node = db.FindNode(Node(i));
+    if (!node.ok()) return node.status().message();
+    if (node->has_value() != state.contains(Node(i).value)) return "node " + ToString(Node(i));
+  }
+  for (const auto& [nid, want] : state) {
+    const auto node = db.FindNode(NodeId(nid));
+    auto tree = DataTree::Open(db, node.ok() && *node ? (*node)->data : BlockId());
     if (!tree.ok()) return tree.status().message();
     auto bytes = tree->ReadAll();
     if (!bytes.ok()) return bytes.status().message();
-    if (*bytes != Pattern(want->second.first, want->second.second)) {
-      return "data of node " + ToString(node.nid);
-    }
+    if (*bytes != Pattern(want.first, want.second)) return "data of node " + ToString(NodeId(nid));
   }
   return "";
 }
@@ -66,7 +68,7 @@ Status RunSessions(MemoryFiles& files, State& state, std::size_t largest,
     if (!db.ok()) return db.status();
     for (int transaction = 0; transaction < 4; ++transaction) {
       for (int i = 0; i < 12; ++i) {
-        const std::uint32_t nid = (random() % 60 + 1) << 5 | 4;
+        const std::uint32_t nid = Node(random() % kNodes + 1).value;
         if (random() % 4 == 0 && state.contains(nid)) {
           if (Status s = (*db)->DeleteNode(NodeId(nid)); !s.ok()) return s;
           state.erase(nid);

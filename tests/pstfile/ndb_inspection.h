@@ -3,12 +3,14 @@
 
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "pstfile/check/tree_walk.h"
 #include "pstfile/ndb/block_format.h"
 #include "pstfile/ndb/data_tree.h"
 #include "pstfile/ndb/node_database.h"
@@ -42,16 +44,22 @@ inline Bytes Pattern(std::size_t size, std::uint64_t seed) {
   return bytes;
 }
 
-struct Inspection : NodeDatabase::Visitor {
-  std::vector<NodeDatabase::PageVisit> pages;
-  std::map<BlockId, NodeDatabase::BlockVisit> blocks;
+// What a file holds, as the checker walks it.
+struct Inspection : check::TreeVisitor {
+  std::map<check::TreeKind, std::size_t> pages;
+  std::map<BlockId, BlockRecord> blocks;
   std::map<NodeId, NodeRecord> nodes;
-  std::vector<std::string> problems;
 
-  void OnPage(const NodeDatabase::PageVisit& page) override { pages.push_back(page); }
-  void OnBlock(const NodeDatabase::BlockVisit& block) override { blocks[block.bid] = block; }
+  Inspection(MemoryFiles& files, std::u16string_view path) {
+    auto image = check::Image::Open(files, path);
+    if (!image.ok()) throw std::runtime_error(image.status().message());
+    for (const auto kind : {check::TreeKind::kBlocks, check::TreeKind::kNodes}) {
+      WalkTree(**image, kind, *this, nullptr);
+    }
+  }
+  void OnPage(check::TreeKind kind, std::uint64_t) override { ++pages[kind]; }
+  void OnBlock(const BlockRecord& block) override { blocks[block.bid] = block; }
   void OnNode(const NodeRecord& node) override { nodes[node.nid] = node; }
-  void OnDamage(const platform::Status& s) override { problems.push_back(s.message()); }
 };
 
 // What the checker finds below the contents of nodes: pages, blocks, their counts and their space;

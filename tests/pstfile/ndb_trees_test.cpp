@@ -36,11 +36,7 @@ struct TreeTest : ::testing::Test {
     db = std::move(*opened);
     ASSERT_THAT(Problems(files, kPath, true), IsEmpty());
   }
-  std::size_t BlocksInFile() {
-    Inspection all;
-    db->Visit(all);
-    return all.blocks.size();
-  }
+  std::size_t BlocksInFile() { return Inspection(files, kPath).blocks.size(); }
 };
 
 // ---- Data trees ---------------------------------------------------------------------------------
