@@ -28,11 +28,14 @@ std::uint64_t IdHashIn(const StateHeaders& headers) {
   return HashOfMessageId(id.substr(0, id.find('>')));
 }
 
+// Windows takes either.
+bool IsSeparator(char16_t c) { return c == u'/' || c == platform::kPathSeparator; }
+
 bool HasPart(std::u16string_view path, std::u16string_view part) {
   for (std::size_t at = path.find(part); at != path.npos; at = path.find(part, at + 1)) {
-    const bool begins = at == 0 || path[at - 1] == platform::kPathSeparator;
+    const bool begins = at == 0 || IsSeparator(path[at - 1]);
     const std::size_t end = at + part.size();
-    if (begins && (end == path.size() || path[end] == platform::kPathSeparator)) return true;
+    if (begins && (end == path.size() || IsSeparator(path[end]))) return true;
   }
   return false;
 }
