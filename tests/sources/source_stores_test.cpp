@@ -197,7 +197,9 @@ TEST(MailIndex, ListsMessagesOrNot) {
       {false, "<(80=ns:msg:db:row:scope:msgs:all)>{1:^80 11 }"},
   };
   for (const auto& [lists, index] : cases) {
-    const auto open = [&] { return platform::Result(platform::MemoryInputStream(index)); };
+    const auto open = [&text = index] {
+      return platform::Result(platform::MemoryInputStream(text));
+    };
     EXPECT_EQ(parvane::sources::IndexListsMessages(open), lists) << index;
   }
 }
