@@ -3,6 +3,7 @@
 #include <array>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "platform/path.h"
 #include "pstfile/check/integrity_checker.h"
@@ -113,7 +114,8 @@ Status DestinationClaim::TakePartial() {
     return Refuse(held.status().code(), _destination.path, held.status().message());
   held = HeldFile::Take(_path, FileSystem::OpenMode::kReadWrite);
   if (held.ok()) {
-    _written = *held;
+    // Held once, so that letting go of it closes it.
+    _written = std::move(held).value();
     return JudgeLeftover(_overwrite);
   }
   if (held.status().code() != StatusCode::kLocked)
