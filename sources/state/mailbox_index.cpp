@@ -19,6 +19,8 @@ using platform::FileSystem;
 
 // Enough for the first lines of a message, where its Message-ID mostly is.
 constexpr std::size_t kLook = 16u << 10;
+// Of one message in a folder; each is looked up in the mailbox, for each of the others.
+constexpr std::size_t kMostCopies = 64;
 // So many rows are compared with the mailbox before any is believed.
 constexpr std::size_t kSamples = 16;
 
@@ -125,7 +127,7 @@ MailboxIndex::Found MailboxIndex::Find(const MessagePlace& place, std::uint64_t 
   // Without an id it may be a piece of a message, cut off by a line that looks like a separator.
   if (idHash == 0) return {};
   const std::uint64_t size = place.end - place.begin;
-  const auto rows = _index->WithMessageId(idHash);
+  const auto rows = _index->WithMessageId(idHash, kMostCopies);
   bool gone = rows.empty();
   for (const ThunderbirdIndex::Row* row : rows) {
     constexpr std::uint64_t kEmptyLine = 2;

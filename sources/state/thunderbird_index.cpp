@@ -78,7 +78,7 @@ struct RawRow {
   std::array<std::uint64_t, kColumns> cells{};
   std::uint16_t set = 0;       // a bit for each column
   std::uint16_t numbered = 0;  // whose cell is the number of a value
-  bool listed = false;
+  std::uint32_t listed = 0;    // by the table as it was after so many emptyings; 0: not
 };
 
 constexpr std::uint16_t BitOf(Name column) {
@@ -108,13 +108,13 @@ class IndexBuilder : public mork::Sink {
     if (_resolving) return;
     // A thread may bear the number of the table of all messages.
     _ofMessages = table.scope == kMessages && table.number == 1 && kind != kOtherTable;
-    if (!_ofMessages || !emptied) return;
-    for (auto& [number, row] : _rows) row.listed = false;
+    // What was listed before is not looked at: a file may empty its table at every second byte.
+    if (_ofMessages && emptied) ++_emptied;
   }
 
   void ListRow(mork::RowId row, bool removed) override {
     if (_resolving || !_ofMessages || row.scope != kMessages) return;
-    if (RawRow* raw = Find(row.number)) raw->listed = !removed;
+    if (RawRow* raw = Find(row.number)) raw->listed = removed ? 0 : _emptied;
   }
 
   void BeginRow(mork::RowId row, bool emptied) override {
@@ -153,7 +153,7 @@ class IndexBuilder : public mork::Sink {
   bool BeginResolving() {
     _resolving = true;
     for (const auto& [number, row] : _rows) {
-      for (std::size_t i = 0; row.listed && i < kColumns; ++i) {
+      for (std::size_t i = 0; IsListed(row) && i < kColumns; ++i) {
         if (row.numbered >> i & 1) _wanted[static_cast<std::uint32_t>(row.cells[i])] |= 1u << i;
       }
     }
@@ -161,12 +161,12 @@ class IndexBuilder : public mork::Sink {
   }
 
   bool ListsMessages() const {
-    return std::ranges::any_of(_rows, [](const auto& row) { return row.second.listed; });
+    return std::ranges::any_of(_rows, [this](const auto& row) { return IsListed(row.second); });
   }
 
   ThunderbirdIndex Take() {
     for (const auto& [number, raw] : _rows) {
-      if (raw.listed) _index._rows.push_back(Finished(raw));
+      if (IsListed(raw)) _index._rows.push_back(Finished(raw));
     }
     std::ranges::sort(_index._rows, {}, &ThunderbirdIndex::Row::offset);
     for (std::uint32_t i = 0; i < _index._rows.size(); ++i) {
@@ -182,6 +182,8 @@ class IndexBuilder : public mork::Sink {
   static std::uint64_t KeyOf(std::uint64_t number, Name column) {
     return number << 8 | static_cast<std::uint64_t>(column);
   }
+
+  bool IsListed(const RawRow& row) const { return row.listed == _emptied; }
 
   RawRow* Find(std::uint32_t number) {
     if (_rows.size() >= ThunderbirdIndex::kMostRows && !_rows.contains(number)) {
@@ -254,6 +256,7 @@ class IndexBuilder : public mork::Sink {
   RawRow* _row = nullptr;  // the one in hand
   mork::Column _scope = 0;
   bool _ofMessages = false;
+  std::uint32_t _emptied = 1;  // counted from 1
   bool _tooMany = false;
   bool _resolving = false;
   std::optional<std::uint32_t> _folderSizeNumber;
@@ -318,11 +321,11 @@ const ThunderbirdIndex::Row* ThunderbirdIndex::At(std::uint64_t offset) const {
   return found != _rows.end() && found->offset == offset ? &*found : nullptr;
 }
 
-std::vector<const ThunderbirdIndex::Row*> ThunderbirdIndex::WithMessageId(
-    std::uint64_t idHash) const {
+std::vector<const ThunderbirdIndex::Row*> ThunderbirdIndex::WithMessageId(std::uint64_t idHash,
+                                                                          std::size_t most) const {
   std::vector<const Row*> rows;
   for (auto at = std::ranges::lower_bound(_byId, std::pair(idHash, std::uint32_t{0}));
-       at != _byId.end() && at->first == idHash; ++at)
+       at != _byId.end() && at->first == idHash && rows.size() < most; ++at)
     rows.push_back(&_rows[at->second]);
   return rows;
 }

@@ -52,7 +52,7 @@ class ThunderbirdIndex {
 
   // Null when there is none.
   const Row* At(std::uint64_t offset) const;
-  std::vector<const Row*> WithMessageId(std::uint64_t idHash) const;
+  std::vector<const Row*> WithMessageId(std::uint64_t idHash, std::size_t most) const;
 
  private:
   friend class IndexBuilder;
