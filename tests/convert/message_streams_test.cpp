@@ -6,6 +6,7 @@
 #include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
+#include "tests/support/unwilling_object.h"
 
 namespace parvane::convert {
 namespace {
@@ -13,7 +14,7 @@ namespace {
 using namespace mapi;
 
 // An object with one property, whose stream takes `room` bytes.
-class Narrow : public IMAPIProp, public IStream {
+class Narrow : public UnwillingObject, public IStream {
  public:
   explicit Narrow(std::size_t room) : _room(room) {}
   std::string taken;
@@ -48,33 +49,6 @@ class Narrow : public IMAPIProp, public IStream {
   }
   HRESULT PARVANE_STDCALL Stat(STATSTG*, DWORD) override { return E_FAIL; }
   HRESULT PARVANE_STDCALL Clone(IStream**) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR**) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL SaveChanges(ULONG) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL GetProps(SPropTagArray*, ULONG, ULONG*, SPropValue**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL GetPropList(ULONG, SPropTagArray**) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL SetProps(ULONG, SPropValue*, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL DeleteProps(SPropTagArray*, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL CopyTo(ULONG, const IID*, SPropTagArray*, ULONG_PTR, IMAPIProgress*,
-                                 const IID*, void*, ULONG, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL CopyProps(SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*,
-                                    ULONG, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL GetNamesFromIDs(SPropTagArray**, GUID*, ULONG, ULONG*,
-                                          MAPINAMEID***) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG, SPropTagArray**) override {
-    return E_FAIL;
-  }
 
  private:
   std::size_t _room;

@@ -15,6 +15,7 @@
 #include "mapi/tags.h"
 #include "platform/text.h"
 #include "tests/support/environment.h"
+#include "tests/support/unwilling_object.h"
 
 namespace QuelmarMIMEEngineCommon {
 namespace {
@@ -24,7 +25,7 @@ using namespace parvane::mapi;
 namespace platform = parvane::platform;
 
 // An object of a MAPI that refuses what is written and tells it by results alone.
-class Refusing final : public IMAPIProp {
+class Refusing final : public UnwillingObject {
  public:
   HRESULT set = S_OK;
   SCODE problem = S_OK;  // of every property
@@ -39,35 +40,6 @@ class Refusing final : public IMAPIProp {
   }
   HRESULT PARVANE_STDCALL OpenProperty(ULONG, const IID*, ULONG, ULONG, IUnknown**) override {
     return MAPI_E_NOT_ENOUGH_MEMORY;
-  }
-
-  // Never asked for.
-  HRESULT PARVANE_STDCALL QueryInterface(const IID&, void**) override { return E_FAIL; }
-  ULONG PARVANE_STDCALL AddRef() override { return 1; }
-  ULONG PARVANE_STDCALL Release() override { return 1; }
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR**) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL SaveChanges(ULONG) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL GetProps(SPropTagArray*, ULONG, ULONG*, SPropValue**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL GetPropList(ULONG, SPropTagArray**) override { return E_FAIL; }
-  HRESULT PARVANE_STDCALL DeleteProps(SPropTagArray*, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL CopyTo(ULONG, const IID*, SPropTagArray*, ULONG_PTR, IMAPIProgress*,
-                                 const IID*, void*, ULONG, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL CopyProps(SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*,
-                                    ULONG, SPropProblemArray**) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL GetNamesFromIDs(SPropTagArray**, GUID*, ULONG, ULONG*,
-                                          MAPINAMEID***) override {
-    return E_FAIL;
-  }
-  HRESULT PARVANE_STDCALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG, SPropTagArray**) override {
-    return E_FAIL;
   }
 };
 
