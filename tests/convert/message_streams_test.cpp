@@ -36,6 +36,7 @@ class Narrow : public UnwillingObject, public IStream {
   HRESULT PARVANE_STDCALL Read(void*, ULONG, ULONG*) override { return E_FAIL; }
   HRESULT PARVANE_STDCALL Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) override { return E_FAIL; }
   HRESULT PARVANE_STDCALL SetSize(ULARGE_INTEGER) override { return E_FAIL; }
+  using UnwillingObject::CopyTo;
   HRESULT PARVANE_STDCALL CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*,
                                  ULARGE_INTEGER*) override {
     return E_FAIL;
