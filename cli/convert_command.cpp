@@ -146,9 +146,10 @@ class Conversion {
   }
 
   bool Copy() {
-    if (_claim.leftover())
+    if (_claim.leftover()) {
       Notice(fmt::format("{}, {} that an earlier run which did not finish has left, is replaced",
                          PathForDisplay(_claim.path()), Size(*_claim.leftover())));
+    }
     if (Status begun = _claim.Begin(); !begun.ok()) return Fail(begun);
     IAssetFolderMutable* top = _writing.Open();
     if (!top) return false;

@@ -76,29 +76,34 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
     kind = Files().Inspect(destination.path).kind;
   }
 
-  if (destination.path.size() + kPartialSuffix >= kPathLimit)
+  if (destination.path.size() + kPartialSuffix >= kPathLimit) {
     return Refuse(StatusCode::kTooBig, destination.path,
                   "the path is too long (at most 2003 characters)");
+  }
   if (kind != FileKind::kNone && kind != FileKind::kFile)
     return Refuse(StatusCode::kUnsupported, destination.path, "not a regular file");
-  if (options.destination == u"-")
+  if (options.destination == u"-") {
     return Refuse(StatusCode::kInvalidArgument, options.destination,
                   "a PST cannot be written to standard output; it needs the name of a file");
+  }
   if (kind == FileKind::kNone) {
     const std::u16string folder = platform::ParentOfPath(destination.path);
-    if (!Files().FolderExists(folder))
+    if (!Files().FolderExists(folder)) {
       return Refuse(StatusCode::kNotFound, destination.path,
                     "the folder " + platform::PathForDisplay(folder) + " does not exist");
+    }
     if (platform::IsDanglingLink(destination.path))
       return Refuse(StatusCode::kNotFound, destination.path, "is a link to where nothing is");
-    if (!NamesAPst(destination.path))
+    if (!NamesAPst(destination.path)) {
       return Refuse(StatusCode::kInvalidArgument, destination.path,
                     "a PST's name ends in .pst, and there is no folder of this name");
+    }
     destination.file = destination.path;
     // Another program's library need not see this one's current folder.
-    if (options.mapi == MapiChoice::kOutlook)
+    if (options.mapi == MapiChoice::kOutlook) {
       destination.file = platform::JoinPath(platform::CanonicalPath(folder),
                                             platform::FileNameOfPath(destination.path));
+    }
     return destination;
   }
 
@@ -106,9 +111,10 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
     if (isPst.code() != StatusCode::kUnsupported) return isPst;
     return Status(StatusCode::kExists, isPst.message() + "; it is left as it is");
   }
-  if (!options.append && !options.overwrite)
+  if (!options.append && !options.overwrite) {
     return Refuse(StatusCode::kExists, destination.path,
                   "exists already; --append adds to it, --overwrite replaces it");
+  }
   if (options.append) {
     if (Status handled = CheckIsHandled(destination.path, options.mapi); !handled.ok())
       return handled;

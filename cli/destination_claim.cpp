@@ -118,10 +118,11 @@ Status DestinationClaim::TakePartial() {
     _written = std::move(held).value();
     return JudgeLeftover(_overwrite);
   }
-  if (held.status().code() != StatusCode::kLocked)
+  if (held.status().code() != StatusCode::kLocked) {
     return Refuse(StatusCode::kExists, _path,
                   "is in the way: the new PST would grow under this name; rename or remove it (" +
                       held.status().message() + ")");
+  }
   return Refuse(
       StatusCode::kLocked, _destination.path,
       "another run is making this PST at this moment, as " + platform::PathForDisplay(_path));

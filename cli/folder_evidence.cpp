@@ -105,10 +105,11 @@ Result<FolderEvidence> SearchFolder(const std::u16string& top) {
 
 std::string NoMailText(const FolderEvidence& found) {
   std::string text = "no mail found in it that is read here";
-  if (found.singleMessages)
+  if (found.singleMessages) {
     return text +
            ", but messages in files of their own (maildir, .eml, Apple Mail): let the program that "
            "keeps them export them as mbox";
+  }
   if (found.compressed) return text + ", but compressed files or archives: unpack them first";
   if (found.deadLinks) return text + ", but links that lead nowhere: connect the disk they lead to";
   return "no mail found in it";

@@ -266,10 +266,11 @@ std::optional<std::uint32_t> NodeNamed(std::string_view text) {
 std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& convert) {
   // Windows takes the quote for a part of the name, which none can have.
   for (const std::string& path : raw.paths) {
-    if (platform::kPathSeparator == u'\\' && path.find('"') != path.npos)
+    if (platform::kPathSeparator == u'\\' && path.find('"') != path.npos) {
       return WrongUsage(path +
                         ": \\ in front of a closing quote means the quote itself: leave it out "
                         "there, or write \\\\");
+    }
   }
   if (raw.paths.size() < 2) return WrongUsage("convert needs at least one SOURCE and the DEST.pst");
   if (MapiNamed(raw.mapi) == MapiChoice::kOutlook && raw.sizeLimit)
@@ -278,9 +279,10 @@ std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& conv
   if (!sizeLimit)
     return WrongUsage("--size-limit: \"" + *raw.sizeLimit + "\" is no size such as 20GB");
   const auto keep = KeepNamed(raw.keep);
-  if (!keep)
+  if (!keep) {
     return WrongUsage("--keep: \"" + raw.keep +
                       "\" is neither all, none nor a list of: " + NamesOfKeepGroups());
+  }
   convert.keep = *keep;
   convert.sizeLimit = *sizeLimit;
   convert.from = SourceNamed(raw.from);
@@ -347,9 +349,10 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
     check.file = Path(file.path);
     check.progress = ProgressNamed(file.progress);
     check.dump = NodeNamed(file.dump);
-    if (!file.dump.empty() && (!check.dump || check.json))
+    if (!file.dump.empty() && (!check.dump || check.json)) {
       return WrongUsage(check.json ? "--dump writes no JSON"
                                    : "--dump: \"" + file.dump + "\" is no node id such as 0x8022");
+    }
     return Command(std::move(check));
   }
   return Understand(rawConvert, convert);

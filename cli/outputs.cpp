@@ -102,9 +102,10 @@ void Outputs::Tell(ConversionRecord& record, bool began) {
     if (Status written = _report->Write(Report(record)); !written.ok()) record.Fail(written);
   }
   if (ReportsToOutput()) {
-    if (!(WriteOutput(Report(record)) && FlushOutput()))
+    if (!(WriteOutput(Report(record)) && FlushOutput())) {
       record.Fail(RunProblem::kOutputNotWritten,
                   "the report could not be written to standard output");
+    }
     if (!_options.quiet) WriteMessage(summary);
   } else if (!_options.quiet && !(WriteOutput(summary) && FlushOutput())) {
     WriteError("the summary could not be written to standard output");

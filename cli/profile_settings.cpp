@@ -125,9 +125,10 @@ std::map<std::string, std::u16string, std::less<>> TagNamesFor(const std::u16str
   for (int level = 0; level < kMostLevels; ++level) {
     if (const auto file = SettingsFileOf(folder); file.ok()) {
       for (const auto& [key, name] : SettingsBelow(kTags, *file)) {
-        if (key.ends_with(kTagName) && key.size() > kTagName.size())
+        if (key.ends_with(kTagName) && key.size() > kTagName.size()) {
           names[platform::ToLowerAscii(key.substr(0, key.size() - kTagName.size()))] =
               platform::Utf8ToUtf16(name);
+        }
       }
       break;
     }

@@ -79,8 +79,9 @@ class Walker {
     const SPropValue* error = FindProperty(row, mapi::PropTag(mapi::PT_ERROR, mapi::PropId(tag)));
     // What is too long for a row is left out of it by design.
     if (error && error->Value.err != mapi::MAPI_E_NOT_FOUND &&
-        error->Value.err != mapi::MAPI_E_NOT_ENOUGH_MEMORY)
+        error->Value.err != mapi::MAPI_E_NOT_ENOUGH_MEMORY) {
       Unreadable(place.folder, fmt::format("{} of message {}", what, place.message));
+    }
     return nullptr;
   }
 
@@ -178,8 +179,9 @@ class Walker {
     message.draft = (flags & mapi::MSGFLAG_UNSENT) != 0;
     AddMarks(row, message);
     if ((flags & mapi::MSGFLAG_HASATTACH) &&
-        !AddAttachments(Bytes(FindProperty(row, mapi::PR_ENTRYID)), message))
+        !AddAttachments(Bytes(FindProperty(row, mapi::PR_ENTRYID)), message)) {
       Unreadable(place.folder, fmt::format("the attachments of message {}", place.message));
+    }
     return message;
   }
 

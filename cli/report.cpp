@@ -134,9 +134,10 @@ class ReportWriter {
     _json.Key("stateKept");
     if (!_record.stateKept) return _json.Null(), void();
     _json.BeginObject();
-    for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
+    for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind) {
       _json.Key(WordsOf(static_cast<carry::StateKind>(kind)).code)
           .Number((*_record.stateKept)[kind]);
+    }
     _json.EndObject();
   }
 
@@ -330,8 +331,9 @@ ExitCode Outcome(const ConversionRecord& record) {
   if (!record.error.empty()) return ExitCode::kCouldNotFinish;
   if (record.interrupted) return ExitCode::kInterrupted;
   if (record.Failed() > 0 || !record.leftBehind.empty() || !record.readFailures.empty() ||
-      !record.folderRefusals.empty() || !record.RemarksOf(engine::RemarkKind::kRefused).empty())
+      !record.folderRefusals.empty() || !record.RemarksOf(engine::RemarkKind::kRefused).empty()) {
     return ExitCode::kMailLeftBehind;
+  }
   return ExitCode::kDone;
 }
 

@@ -52,9 +52,10 @@ Status WriteNew(std::u16string_view path, std::string_view text) {
 Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
   ReportFile report(platform::CanonicalPath(path));
   const FileKind kind = Files().Inspect(report._path).kind;
-  if (kind != FileKind::kNone && kind != FileKind::kFile)
+  if (kind != FileKind::kNone && kind != FileKind::kFile) {
     return Status(StatusCode::kUnsupported,
                   "report: " + platform::PathForDisplay(path) + ": not a regular file");
+  }
   // Whether a file can be made there is best learned by making one.
   const std::u16string trial = TemporaryPath(report._path);
   Status possible = WriteNew(trial, {});
@@ -81,9 +82,10 @@ bool ReportFile::MayReplace() const {
 }
 
 Status ReportFile::Write(std::string_view report) const {
-  if (!MayReplace())
+  if (!MayReplace()) {
     return Status(StatusCode::kExists, "report " + platform::PathForDisplay(_path) +
                                            ": what is there now is no report; it is left");
+  }
   const std::u16string temporary = TemporaryPath(_path);
   Status written = WriteNew(temporary, report);
   if (written.ok()) written = Files().Rename(temporary, _path, /*replace=*/true);

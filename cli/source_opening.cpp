@@ -84,9 +84,10 @@ bool SourceOpening::Open(const SourcePlan& sources) {
     if (_plan.MailFolders() == mailFolders) {
       const std::u16string& path = _options.sources[source.source];
       if (nothing.empty()) nothing = PathForDisplay(path) + ": no mail found in it";
-      if (_options.sources.size() > 1)
+      if (_options.sources.size() > 1) {
         _witness.PathSkipped(path, SkipReason::kUnusableSource,
                              {StatusCode::kNotFound, "no mail found in it"});
+      }
     }
     mailFolders = _plan.MailFolders();
   }

@@ -109,11 +109,12 @@ class Recogniser {
         !here.Thunderbird()) {
       const std::vector<std::u16string> profiles = ProfilesIn(path);
       if (profiles.size() == 1) return AddProfile(profiles.front());
-      if (!profiles.empty())
+      if (!profiles.empty()) {
         return {StatusCode::kUnsupported, PathForDisplay(path) +
                                               ": holds several Thunderbird profiles, give one of "
                                               "them: " +
                                               ListOfProfiles(profiles)};
+      }
     }
     return AddFolderOfMail(path, here);
   }

@@ -102,14 +102,16 @@ class SummaryWriter {
     std::string kept;
     for (std::size_t kind = 0; _record.stateKept && kind < carry::kStateKinds; ++kind) {
       const std::uint64_t count = (*_record.stateKept)[kind];
-      if (count > 0)
+      if (count > 0) {
         kept += fmt::format("{}{} {}", kept.empty() ? "" : ", ", WithThousands(count),
                             WordsOf(static_cast<carry::StateKind>(kind)).text);
+      }
     }
     if (!kept.empty()) Line("State kept: " + kept);
-    if (_record.deletedSkipped > 0)
+    if (_record.deletedSkipped > 0) {
       Line(fmt::format("Messages marked as deleted and left out: {}",
                        WithThousands(_record.deletedSkipped)));
+    }
   }
 
   void Unfinished() {
@@ -138,9 +140,10 @@ class SummaryWriter {
     List(_record.readFailures, "Files that were not read as they are");
     List(_record.leftBehind, "Mail left behind");
     List(_record.passedOver, "Passed over, no mail found in them");
-    if (!_record.otherFiles.empty())
+    if (!_record.otherFiles.empty()) {
       Line(fmt::format("Other files beside the mail: {} (the report names them)",
                        WithThousands(_record.otherFiles.total)));
+    }
   }
 
   void Timings() {
@@ -154,9 +157,10 @@ class SummaryWriter {
   void Dates() {
     if (_record.withoutDate > 0)
       Line(fmt::format("Messages without a date: {}", WithThousands(_record.withoutDate)));
-    if (_record.unreadableDate > 0)
+    if (_record.unreadableDate > 0) {
       Line(fmt::format("Messages whose date could not be read: {}",
                        WithThousands(_record.unreadableDate)));
+    }
   }
 
   // Kinds in the order in which they appear first; "and 3 more" behind those that are named.

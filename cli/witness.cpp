@@ -69,10 +69,11 @@ void Witness::BeginCopying() {
   _copying = true;
   _saved = _pst->Saved();
   _committed = _pst->Committed();
-  if (_pst->HasPassword())
+  if (_pst->HasPassword()) {
     _logs.Both(PathForDisplay(_pst->Path()) +
                ": carries a password. It protects nothing: Outlook asks for it, but the mail lies "
                "open, and is added to without it");
+  }
 }
 
 void Witness::EndFolder(const std::string& problem) {
@@ -172,9 +173,10 @@ bool Witness::Settle() {
   CountCommitted();
   _record.pstSize = _pst->FileSize();
   const std::string reason = _pst->WriteFailure();
-  if (_pst->MapsRebuilt())
+  if (_pst->MapsRebuilt()) {
     _logs.Detailed(PathForDisplay(_pst->Path()) +
                    ": its last writer had not closed it; its allocation maps were made anew");
+  }
   for (const Item& item : _uncommitted) {
     if (!item.failed) AddFailure(item, FailureKind::kNotCommitted, reason, {});
   }
@@ -346,12 +348,14 @@ void Witness::DeletedMessageSkipped(const engine::MessageLocation& message,
 void Witness::StateCarried(carry::CarriedState carried) {
   if (!_itemOpen) return;
   _item.stateKept = carried.kept;
-  if (carried.forwardedLost)
+  if (carried.forwardedLost) {
     AddRemark({engine::RemarkKind::kStateLost, "forwarded",
                "it was answered too, and a message shows one of both"});
-  if (carried.moreCategories > 0)
+  }
+  if (carried.moreCategories > 0) {
     AddRemark({engine::RemarkKind::kStateLost, "categories",
                fmt::format("{} more than a message takes", WithThousands(carried.moreCategories))});
+  }
   for (const std::string& keyword : carried.namelessKeywords)
     AddRemark({engine::RemarkKind::kTagNameless, keyword, {}});
   if (carried.partial) AddRemark({engine::RemarkKind::kFetchedInPart, {}, {}});

@@ -104,9 +104,10 @@ void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) 
     if (!sender) WriteOriginator(*message, kSenderTags, from);
     return false;
   });
-  if (sender)
+  if (sender) {
     WriteOriginator(*message, kSenderTags,
                     OneOffEntry(_addressBookP, sender->name, sender->address));
+  }
 }
 
 void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message) {

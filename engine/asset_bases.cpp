@@ -70,8 +70,9 @@ CopyResult AssetFolderBase::CopyAssets(IAssetFolder*, IProgressPresenter*, ILogg
 
 bool AssetFolderBase::AddAssetFolder(AssetFolderBase* folderToAdd) {
   if (!folderToAdd || folderToAdd == this || !folderToAdd->_ownerStore ||
-      folderToAdd->_ownerStore != _ownerStore)
+      folderToAdd->_ownerStore != _ownerStore) {
     return false;
+  }
   folderToAdd->_parentFolder = this;
   _subFolders.push_back(folderToAdd);
   return true;

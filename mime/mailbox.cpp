@@ -100,9 +100,10 @@ RewrittenList RewriteMailBoxes(std::string_view list, std::string& out,
     result.complete &= mailbox.IsPlain();
     result.literal &= mailbox.IsLiteral();
     AppendTo(out, mailbox);
-    if (result.literal)
+    if (result.literal) {
       lengths.push_back({static_cast<std::uint32_t>(mailbox.name().size()),
                          static_cast<std::uint32_t>(mailbox.address().size())});
+    }
   });
   // Its lengths are 32 bits wide.
   result.literal &= out.size() - start <= UINT32_MAX;

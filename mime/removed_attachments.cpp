@@ -11,8 +11,9 @@ constexpr std::string_view kMark = "Deleted: ";  // before the name of a deleted
 
 bool IsRemoved(const Email2& part) {
   if (part.header().Find("X-Mozilla-Altered") || part.header().Find(kUrlField) ||
-      part.TypeIs("text/x-moz-deleted"))
+      part.TypeIs("text/x-moz-deleted")) {
     return true;
+  }
   std::string_view text = part.entity().body();
   while (!text.empty() && parvane::platform::IsAsciiWhiteSpace(text.front())) text.remove_prefix(1);
   return text.starts_with(kText);

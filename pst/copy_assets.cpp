@@ -96,11 +96,12 @@ IMessage* PSTMAPIAssetFolderMutable::CreateMessage(PSTMAPIAssetFolderMutable*& t
   Tell(DestinationStep::kCreateMessage, result);
   if (folder == target) return message;
   target->_mapiFolderP->SaveChanges(kSaveFlags);
-  if (logReport)
+  if (logReport) {
     logReport->WriteLog(u"The folder " + target->_folderName.value_or(u"") +
                             u" is full. The messages that follow go to the folder " +
                             folder->_folderName.value_or(u"") + u".",
                         true, true);
+  }
   const AssetStoreBase* store = EngineStore();
   if (store && store->ObserverOfDestination())
     store->ObserverOfDestination()->FolderContinued(*target, *folder);

@@ -32,8 +32,9 @@ PSTMAPIAssetStore::~PSTMAPIAssetStore() { PSTMAPIAssetStore::Release(); }
 OperationResultCode PSTMAPIAssetStore::OpenStore(IProgressPresenter*, ICancelable*, bool,
                                                  ILogger*) {
   if (!_storeRootDiskPath ||
-      !parvane::platform::FileSystem::Default().FileExists(*_storeRootDiskPath))
+      !parvane::platform::FileSystem::Default().FileExists(*_storeRootDiskPath)) {
     return OperationResultCode::Failed;
+  }
   IMAPIFolder* folder = OpenSession() ? OpenTopFolder() : nullptr;
   if (!folder) return OperationResultCode::Failed;
   _storeRootAssetFolder = MakeFolder<PSTMAPIAssetFolder>(

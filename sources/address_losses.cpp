@@ -141,8 +141,9 @@ void FindAddressLosses(std::string_view list, const TakeAddressLoss& take) {
     scratch.clear();
     lengths.clear();
     if (cutter.Continued() ||
-        !QuelmarMIMEEngineCommon::RewriteMailBoxes(mailbox, scratch, lengths).complete)
+        !QuelmarMIMEEngineCommon::RewriteMailBoxes(mailbox, scratch, lengths).complete) {
       Compare(platform::Utf8ToUtf16(mailbox), cutter.Continued(), take);
+    }
   }
 }
 

@@ -47,21 +47,24 @@ std::string AndMore(std::uint64_t count) { return "and " + std::to_string(count)
 
 void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::ConversionReport&& report) {
   notes.unconvertedParts.reserve(report.unconvertedParts.size());
-  for (auto& part : report.unconvertedParts)
+  for (auto& part : report.unconvertedParts) {
     notes.unconvertedParts.push_back(
         {std::move(part.contentType), std::move(part.name), part.size});
+  }
   notes.refusals = std::move(report.refusals);
   notes.moreUnconvertedParts = report.moreUnconvertedParts;
   notes.attachmentsWritten = report.attachmentsWritten;
   notes.attachmentsFailed = report.attachmentsFailed;
   notes.dateMissing = report.dateMissing;
-  for (const auto& removed : report.removedAttachments)
+  for (const auto& removed : report.removedAttachments) {
     notes.remarks.push_back({RemarkKind::kAttachmentDetached,
                              parvane::platform::Utf16ToUtf8(removed.name),
                              removed.url.empty() ? "deleted" : "detached to " + removed.url});
-  if (report.moreRemovedAttachments > 0)
+  }
+  if (report.moreRemovedAttachments > 0) {
     notes.remarks.push_back(
         {RemarkKind::kAttachmentDetached, {}, AndMore(report.moreRemovedAttachments)});
+  }
   notes.dateUnreadable = report.dateUnreadable;
   notes.repairedDate = report.date;
   notes.dateChangedByRepair = !report.dateMissing && notes.rawDate != report.date;
@@ -148,9 +151,10 @@ void MBOXEmailAsset::Remember(parvane::sources::RepairNotes&& notes) {
   const parvane::sources::RepairLosses& losses = notes.losses;
   for (const auto& [header, loss] : losses.named)
     _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(header), InWords(loss)});
-  if (losses.more > 0)
+  if (losses.more > 0) {
     _remarks.push_back({RemarkKind::kHeaderTextLost, std::string(losses.named.back().header),
                         AndMore(losses.more)});
+  }
   _dateBefore = std::move(notes.date);
 }
 

@@ -139,9 +139,10 @@ class LineCursor {
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool HasClockTime(std::string_view text) {
-  for (std::size_t i = 1; i + 2 < text.size(); ++i)
+  for (std::size_t i = 1; i + 2 < text.size(); ++i) {
     if (text[i] == ':' && IsDigit(text[i - 1]) && IsDigit(text[i + 1]) && IsDigit(text[i + 2]))
       return true;
+  }
   return false;
 }
 
@@ -168,8 +169,9 @@ bool HasDayOrMonthName(std::string_view text) {
     while (end < text.size() && !separates(text[end])) ++end;
     const std::string_view word = text.substr(at, end - at);
     if (word.size() == kLetters &&
-        std::find(kNames.begin(), kNames.end(), PackedName(word)) != kNames.end())
+        std::find(kNames.begin(), kNames.end(), PackedName(word)) != kNames.end()) {
       return true;
+    }
     at = end + 1;
   }
   return false;

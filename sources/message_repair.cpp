@@ -47,8 +47,9 @@ void FixRelated(MimeMessage2& entity, int depth, RepairNotes* notes) {
   }
   if (depth < kMaximumMessageDepth &&
       platform::EqualsIgnoreAsciiCase(entity.disposition().value(), "attachment") &&
-      entity.ContentTypeIs("message/rfc822"))
+      entity.ContentTypeIs("message/rfc822")) {
     RepairAttachedMessage(entity, depth, notes);
+  }
   for (const auto& part : entity.children()) FixRelated(*part, depth, notes);
 }
 

@@ -134,9 +134,10 @@ bool SourceWalk::AcceptMbox(std::u16string_view path) {
     case MboxProbe::kEmpty:
       return true;
     case MboxProbe::kOther:
-      if (_observer)
+      if (_observer) {
         Skipped(path, HasSeparatorFartherOn(path) ? SkipReason::kDamagedBeginning
                                                   : SkipReason::kNotAnMbox);
+      }
       return false;
     case MboxProbe::kUnreadable:
       Skipped(path, SkipReason::kUnreadable, status);
@@ -183,8 +184,9 @@ void SourceWalk::SkippedByName(std::u16string_view path) const {
       // One stands beside every mailbox of a profile.
       if (engine::HasExtension(path, u".msf")) {
         if (!_way.back().HasLink(platform::StemOfPath(path)) && IsIndexAlone(path) &&
-            IndexListsMessages(OpenerOf(std::u16string(path))))
+            IndexListsMessages(OpenerOf(std::u16string(path)))) {
           Skipped(path, SkipReason::kNotDownloaded);
+        }
       } else {
         Skipped(path, engine::IsNamedLikeAnArchive(path) ? SkipReason::kCompressed
                                                          : SkipReason::kOtherFile);

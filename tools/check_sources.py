@@ -21,6 +21,7 @@ And how one hand writes:
   - a header says what it is for before anything else, and is read once (#pragma once);
   - a file has one idea: file names are lower_snake, no file is longer than 400 lines, no function longer
     than 60, but for those named below;
+  - what hangs on an `if`, `for` or `while` has braces where both together take more than two lines;
   - every namespace is one of the room's (docs/mime.md tells where the settled ones come from).
 """
 import pathlib
@@ -73,6 +74,7 @@ OWN_NAMESPACE = {'mapi/builtin': 'parvane::mapi', 'mime': 'Tessary'}
 INNER = re.compile(r'^(?:\w+)$')
 
 BLOCK = re.compile(r'^( {0,6})(?!namespace\b|class\b|struct\b|enum\b|union\b|extern\b|template\b)\S.*\{$')
+HANGS = re.compile(r'^ *(?:\} )?(?:else if|if|for|while|else)\b')
 BLOCK_END = re.compile(r'^( {0,6})\}')
 
 
@@ -146,6 +148,15 @@ def size_faults(name, lines):
                 yield start, f'longer than {LONGEST_FUNCTION} lines: name its steps', lines[start - 1]
 
 
+def brace_faults(lines):
+    for number, line in enumerate(lines, 1):
+        if not HANGS.match(line) or line.endswith(('{', ';')):
+            continue
+        end = next((i for i, later in enumerate(lines[number:], 1) if later.endswith(('{', ';'))), 0)
+        if end > 1 and lines[number + end - 1].endswith(';'):
+            yield number, 'braces around what takes more than one line', line
+
+
 def namespace_faults(name, room, lines):
     folder = name.rsplit('/', 1)[0]
     own = next((OWN_NAMESPACE[f] for f in (folder, room) if f in OWN_NAMESPACE), 'parvane::' + room)
@@ -177,6 +188,7 @@ def faults_of(path, name, room, arrows):
             yield 1, 'a header is read once', lines[0] if lines else ''
     yield from include_faults(path, name, room, arrows, lines)
     yield from size_faults(name, lines)
+    yield from brace_faults(lines)
     yield from namespace_faults(name, room, lines)
 
 

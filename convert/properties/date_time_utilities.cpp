@@ -81,8 +81,9 @@ std::time_t ConvertStringToTime(const std::string&) { throw std::runtime_error("
 void ConvertStringToSysTime(const std::string& text, const std::string& format, SYSTEMTIME& time) {
   NumberScanner scanner(text, format);
   for (std::uint16_t* field :
-       {&time.wYear, &time.wMonth, &time.wDay, &time.wHour, &time.wMinute, &time.wSecond})
+       {&time.wYear, &time.wMonth, &time.wDay, &time.wHour, &time.wMinute, &time.wSecond}) {
     if (!scanner.Next(*field)) return;
+  }
 }
 
 void ConvertStringToFileTime(const std::string& text, const std::string& format, FILETIME& time) {

@@ -88,9 +88,10 @@ int main(int argc, char** argv) {
                                 parvane::platform::PathFromNative(argv[2]), witness);
   // What really is in the file.
   const auto& result = witness.record;
-  if (result)
+  if (result) {
     std::printf("%llu messages written\n",
                 static_cast<unsigned long long>(result->messagesCommitted));
+  }
   MAPISystemUtilities::MAPIUninitialize();
   return complete && result && result->firstFailure.result == 0 ? 0 : 1;
 }

@@ -144,10 +144,11 @@ HRESULT ConfigureService(Service& service, std::span<const SPropValue> values) {
   if (status.ok()) {
     auto properties = (*store)->OpenStoreProperties();
     status = properties.status();
-    if (status.ok())
+    if (status.ok()) {
       name = properties->Text(ToTag(PR_DISPLAY_NAME_W)).ok()
                  ? *properties->Text(ToTag(PR_DISPLAY_NAME_W))
                  : platform::StemOfPath(path);
+    }
   }
   const pstfile::RecordKey key = (*store)->recordKey();
   const Status closed = (*store)->Close();

@@ -67,9 +67,10 @@ class PropertyStream final : public Object<IStream>, public platform::PooledObje
   // not.
   ~PropertyStream() override {
     if (!_dirty || Failed(_failure)) return;
-    if (Guarded([this] { return CommitContents(); }) == MAPI_E_NOT_ENOUGH_MEMORY)
+    if (Guarded([this] { return CommitContents(); }) == MAPI_E_NOT_ENOUGH_MEMORY) {
       RecordFailure(_host.Core().record().get(), MAPI_E_NOT_ENOUGH_MEMORY,
                     "out of memory: what was written to a property is lost");
+    }
   }
 
   bool Implements(const IID& iid) const override {

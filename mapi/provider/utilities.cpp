@@ -44,8 +44,9 @@ class Rows {
     void* buffer = nullptr;
     const auto count = static_cast<ULONG>(_rows.size());
     if (const SCODE result = ParvaneMAPIAllocateBuffer(NewSizeSRowSet(count), &buffer);
-        Failed(result))
+        Failed(result)) {
       return result;
+    }
     auto* set = static_cast<SRowSet*>(buffer);
     set->cRows = count;
     std::copy(_rows.begin(), _rows.end(), set->aRow);

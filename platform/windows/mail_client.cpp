@@ -103,8 +103,9 @@ std::wstring UserIdentity() {
   DWORD size = 0;
   wchar_t* text = nullptr;
   if (!::GetTokenInformation(token, TokenUser, user.data(), user.size(), &size) ||
-      !::ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &text))
+      !::ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &text)) {
     return {};
+  }
   std::wstring identity = text;
   ::LocalFree(text);
   return identity;

@@ -138,7 +138,8 @@ void NodeHeap::JudgeFillLevel(std::uint32_t number, std::span<const std::byte> p
     }
   }
   const std::uint32_t index = FillLevelIndex(number);
-  if (index >= _fillLevels.size()) return;  // the page that would hold it was unreadable
+  // The page that would hold it was unreadable.
+  if (index >= _fillLevels.size()) return;
   // Outlook leaves the last 12 bytes of a page out of the count; to count them is no damage.
   const std::size_t free = kHeapPageSize - end;
   const std::uint8_t expected = FillLevelOf(free < kHeapPageSpare ? 0 : free - kHeapPageSpare);

@@ -38,9 +38,10 @@ void ReadMozilla(const StateHeaders& headers, const StateWishes& wishes, Message
   const bool keys = headers.Has(StateField::kMozillaKeys);
   if (!status && !keys) return;
   Categories categories;
-  if (keys)
+  if (keys) {
     ReadKeywords(headers.Raw(StateField::kMozillaKeys), KeywordKind::kThunderbird, wishes, kOrigin,
                  state, categories);
+  }
   if (status) {
     constexpr std::uint32_t kUpperHalf = 0xFFFF0000;
     const auto status2 = Hex(headers.Raw(StateField::kMozillaStatus2), 8).value_or(0);
@@ -66,10 +67,11 @@ void ReadStatus(const StateHeaders& headers, MailboxWriter writer, MessageState&
   constexpr auto kOrigin = StateOrigin::kStatusHeaders;
   const std::string_view status = headers.Raw(StateField::kStatus);
   const std::string_view more = headers.Raw(StateField::kXStatus);
-  if (headers.Has(StateField::kStatus))
+  if (headers.Has(StateField::kStatus)) {
     state.read.Learn(
         status.find_first_of(writer == MailboxWriter::kThunderbird ? "RrO" : "Rr") != status.npos,
         kOrigin);
+  }
   if (!headers.Has(StateField::kStatus) && !headers.Has(StateField::kXStatus)) return;
   const auto has = [&](char flag) { return more.find(flag) != more.npos; };
   state.replied.Learn(has('A'), kOrigin);
@@ -82,8 +84,9 @@ void ReadKeywordHeaders(const StateHeaders& headers, const StateWishes& wishes,
                         MessageState& state) {
   constexpr auto kOrigin = StateOrigin::kStatusHeaders;
   if (state.categories.value ||
-      (!headers.Has(StateField::kXKeywords) && !headers.Has(StateField::kXLabel)))
+      (!headers.Has(StateField::kXKeywords) && !headers.Has(StateField::kXLabel))) {
     return;
+  }
   Categories categories;
   ReadKeywords(headers.Raw(StateField::kXKeywords), KeywordKind::kOther, wishes, kOrigin, state,
                categories);

@@ -97,9 +97,10 @@ void MailboxIndex::Judge() {
     const auto size = FileSystem::Default().Inspect(_mailbox).size;
     bool current = _index->folder().mailboxSize == size;
     const std::size_t step = std::max<std::size_t>(rows.size() / kSamples, 1);
-    for (std::size_t i = 0; current && i < rows.size(); i += step)
+    for (std::size_t i = 0; current && i < rows.size(); i += step) {
       current =
           rows[i].offset == ThunderbirdIndex::kNowhere || StandsAt(rows[i].offset, rows[i].idHash);
+    }
     if (!current) _fault = IndexFault::kStale;
   }
   if (_fault) _index.reset();

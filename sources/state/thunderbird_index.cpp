@@ -325,8 +325,9 @@ std::vector<const ThunderbirdIndex::Row*> ThunderbirdIndex::WithMessageId(std::u
                                                                           std::size_t most) const {
   std::vector<const Row*> rows;
   for (auto at = std::ranges::lower_bound(_byId, std::pair(idHash, std::uint32_t{0}));
-       at != _byId.end() && at->first == idHash && rows.size() < most; ++at)
+       at != _byId.end() && at->first == idHash && rows.size() < most; ++at) {
     rows.push_back(&_rows[at->second]);
+  }
   return rows;
 }
 

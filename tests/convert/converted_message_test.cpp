@@ -76,8 +76,9 @@ TEST_F(ConvertedMessage, LacksWhatItsSourceLacks) {
   const auto message = Message();
   for (const ULONG tag :
        {kReturnPath, PR_INTERNET_MESSAGE_ID_W, PR_IN_REPLY_TO_W, PR_INTERNET_REFERENCES_W,
-        PR_SENDER_NAME_W, PR_SENT_REPRESENTING_NAME_W, PR_REPLY_RECIPIENT_NAMES_W})
+        PR_SENDER_NAME_W, PR_SENT_REPRESENTING_NAME_W, PR_REPLY_RECIPIENT_NAMES_W}) {
     EXPECT_EQ(Text(*message, tag), std::nullopt) << std::hex << tag;
+  }
   EXPECT_EQ(Bytes(*message, PR_REPLY_RECIPIENT_ENTRIES), std::nullopt);
   EXPECT_EQ(Time(*message, PR_CLIENT_SUBMIT_TIME), std::nullopt);
   EXPECT_EQ(Bytes(*message, PR_HTML), std::nullopt);
@@ -374,9 +375,10 @@ TEST_F(ConvertedMessage, CountsNoAttachmentThatWasNotSaved) {
 
 TEST_F(ConvertedMessage, NestsAsDeepAsItsSourceAndNoDeeperThanIsSafe) {
   std::string text = "Subject: level 0\r\n\r\nbody\r\n";
-  for (int i = 1; i <= 120; ++i)
+  for (int i = 1; i <= 120; ++i) {
     text =
         "Subject: level " + std::to_string(i) + "\r\nContent-Type: message/rfc822\r\n\r\n" + text;
+  }
   // A limit on how deep messages nest holds; what lies beyond it is kept in one piece.
   Convert({text});
   auto message = Message();

@@ -80,9 +80,10 @@ TEST_F(StoreFactoryTest, ReturnsWhatMapiReturns) {
 // A caller who does no more than the interfaces ask for: he never resets a query.
 TEST_F(StoreFactoryTest, MailboxesBeyondTheLimitOfOpenFiles) {
   constexpr int kMailboxes = 1500;
-  for (int i = 0; i < kMailboxes; ++i)
+  for (int i = 0; i < kMailboxes; ++i) {
     home.Write("mail/box" + std::to_string(i) + ".mbox",
                "From a@b Thu Jan  1 00:00:00 2024\nSubject: one\n\ntext\n\n");
+  }
   parvane::mapi::SelectEntryPoints(parvane::mapi::BuiltinEntryPoints());
   ASSERT_EQ(MAPISystemUtilities::MAPIInitialize(), 0);
   const auto from = StoreFactory::CreateStore(kMBOXAssetStore, home / u"mail", std::nullopt);

@@ -121,8 +121,9 @@ class OutOfMemory : public SessionTest {
   void Write() {
     ComPointer<IMAPIFolder> folder;
     if (!Note(top->CreateFolder(FOLDER_GENERIC, ToTString(u"New"), nullptr, nullptr,
-                                MAPI_UNICODE | OPEN_IF_EXISTS, folder.Put())))
+                                MAPI_UNICODE | OPEN_IF_EXISTS, folder.Put()))) {
       return;
+    }
     ComPointer<IMessage> message;
     if (!Note(folder->CreateMessage(nullptr, 0, message.Put()))) return;
     Note(Set(*message, TextValue(PR_SUBJECT_W, u"whole")));
@@ -144,8 +145,9 @@ class OutOfMemory : public SessionTest {
     const SPropValue* id = FindColumn(rows[0], PR_ENTRYID);
     ComPointer<IMessage> message;
     if (!Note(top->OpenEntry(id->Value.bin.cb, ToEntryId(id->Value.bin.lpb), nullptr, MAPI_MODIFY,
-                             nullptr, message.PutUnknown())))
+                             nullptr, message.PutUnknown()))) {
       return;
+    }
     ULONG count = 0;
     MapiBuffer<SPropValue> values;
     Note(message->GetProps(nullptr, MAPI_UNICODE, &count, values.Put()));

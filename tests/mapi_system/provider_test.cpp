@@ -37,8 +37,9 @@ TEST_F(Provider, AnswersToEveryNameTheSystemAsksFor) {
   for (const char* name :
        {"MAPIInitialize", "MAPIUninitialize", "MAPIAdminProfiles", "MAPILogonEx",
         "MAPIAllocateBuffer", "MAPIAllocateMore", "MAPIFreeBuffer", "MAPIOpenLocalFormContainer",
-        "DllCanUnloadNow", "DllGetClassObject", "FGetComponentPath"})
+        "DllCanUnloadNow", "DllGetClassObject", "FGetComponentPath"}) {
     EXPECT_NE(Address(name), nullptr) << name;
+  }
   const struct {
     std::string name;
     const char* size;

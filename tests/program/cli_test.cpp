@@ -40,8 +40,9 @@ TEST(Format, SizesFromPeople) {
   for (const auto& [text, bytes] : cases) EXPECT_EQ(ParseSize(text), bytes) << text;
   for (const char* text :
        {"", "0", "0.1", "-5", "big", "GB", "20XB", "20GBs", "1.2.3", "1e3", "0x10", "nan", "inf",
-        "20 GiBB", "99999999999999999999", "9223372036855TB"})
+        "20 GiBB", "99999999999999999999", "9223372036855TB"}) {
     EXPECT_EQ(ParseSize(text), std::nullopt) << text;
+  }
 }
 
 // docs/report.md has every code, and no other: those of its tables and of the paragraph that lists
@@ -238,9 +239,10 @@ TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
   ConversionRecord record;
   record.destination = u"mail.pst";
   record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 1'200, 1'188, 12, 0});
-  for (std::uint64_t i = 1; i <= 12; ++i)
+  for (std::uint64_t i = 1; i <= 12; ++i) {
     record.failures.push_back(
         {0, i, 100 * i, i == 2 ? "<2@x>" : "", FailureKind::kNotConverted, "why", ""});
+  }
   record.leftBehind.Add({u"a\x1b.txt", engine::SkipReason::kOtherExtension, ""});
   record.withoutDate = 2;
   record.unreadableDate = 1;
@@ -257,8 +259,9 @@ TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
         "message 5 (at byte 500 of Inbox.mbox): why\n    and 7 more\n",
         "Mail left behind: 1\n  a .txt: begins like a mailbox but is not named like one (",
         "Messages without a date: 2\n", "Messages whose date could not be read: 1\n",
-        "The PST is larger than 20 GB; Outlook is slow with files of that size\n"})
+        "The PST is larger than 20 GB; Outlook is slow with files of that size\n"}) {
     EXPECT_NE(text.find(line), std::string::npos) << line << "not in\n" << text;
+  }
   EXPECT_EQ(Outcome(record), ExitCode::kMailLeftBehind);
 }
 

@@ -527,9 +527,10 @@ TEST_F(RawFolders, AreRebuiltAlongTheSourcesPath) {
     ~Inner() override { _parentFolder = nullptr; }
   } inner(kAssetFolderTypeEmail, &top);
   EXPECT_EQ(PSTStoreHelper::CreateMAPIFolder(nullptr, root.get()), root.get());
-  for (int i = 0; i < 2; ++i)
+  for (int i = 0; i < 2; ++i) {
     EXPECT_TRUE(
         ComPointer<IMAPIFolder>::Attach(PSTStoreHelper::CreateMAPIFolder(&inner, root.get())));
+  }
   const std::string comment = "(This folder was imported using Lindrel)";
   EXPECT_THAT(CloseAndList(),
               ElementsAre("Source[none] " + comment + ":", " Source[IPF.Note] " + comment + ":"));

@@ -84,11 +84,12 @@ TEST(MboxMessages, AreCutAtSeparators) {
        std::string("From a\n\0\xFF\n", 10),
        {std::string("\0\xFF\r\n", 4)}},
   };
-  for (const Case& test : cases)
+  for (const Case& test : cases) {
     for (const std::size_t step : {std::size_t{0}, std::size_t{1}, std::size_t{4}}) {
       SCOPED_TRACE(std::string(test.name) + ", step " + std::to_string(step));
       EXPECT_EQ(Messages(test.file, step), test.messages);
     }
+  }
 }
 
 // The rules once more, byte by byte and without a thought of speed.

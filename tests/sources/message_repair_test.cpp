@@ -215,8 +215,9 @@ std::string Shown(Tessary::TsEmail& email) {
        {std::int64_t{hasDate}, std::int64_t{date.valid()}, date.UnixSeconds(),
         std::int64_t{date.OffsetSeconds()}, std::int64_t{email.get_NumTo()},
         std::int64_t{email.get_NumCC()}, std::int64_t{email.get_NumAttachments()},
-        std::int64_t{email.get_NumRelatedItems()}, std::int64_t{email.get_NumAttachedMessages()}})
+        std::int64_t{email.get_NumRelatedItems()}, std::int64_t{email.get_NumAttachedMessages()}}) {
     text.append(std::to_string(number)).append("|");
+  }
   return text;
 }
 

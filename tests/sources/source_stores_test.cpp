@@ -147,12 +147,13 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
       {"notes.txt", SkipReason::kOtherFile},
       {"old.mbox.GZ", SkipReason::kCompressed},
       {"quoted.mbox", SkipReason::kNotAnMbox}};
-  if (linked)
+  if (linked) {
     expected.insert(expected.end(), {{"loop", SkipReason::kSymbolicLinkLoop},
                                      {"current", SkipReason::kLinkToFolder},
                                      {"deep", SkipReason::kLinkToFolder},
                                      {"lost.mbox", SkipReason::kDanglingLink},
                                      {".#lost", SkipReason::kNotAFile}});
+  }
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }
 
@@ -239,10 +240,10 @@ TEST(ProfileStores, TakeSubfoldersFromSbdDirectories) {
       {"named.mbox", SkipReason::kOtherExtension},
       {"notmail", SkipReason::kNotAnMbox},
       {"Foo.sbd", SkipReason::kOrphanSbd}};
-  if (linked)
+  if (linked) {
     expected.insert(expected.end(), {{"Sent", SkipReason::kDanglingLink},
                                      {"Trash.sbd", SkipReason::kLinkToFolder}});
-  else
+  } else
     expected.emplace_back("Sent.msf", SkipReason::kNotDownloaded);
   EXPECT_THAT(observer.skipped, testing::UnorderedElementsAreArray(expected));
 }

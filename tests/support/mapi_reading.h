@@ -122,8 +122,9 @@ inline std::vector<std::string> OneOffStrings(std::string_view entryId) {
   // 4 bytes of flags, 16 of provider, 2 of version, 2 of flags; then UTF-16 with terminators.
   if (entryId.size() < 24 ||
       entryId.substr(4, 16) !=
-          std::string_view(reinterpret_cast<const char*>(&kOneOffProvider), 16))
+          std::string_view(reinterpret_cast<const char*>(&kOneOffProvider), 16)) {
     return {"no one-off entry id"};
+  }
   std::u16string wide((entryId.size() - 24) / 2, u'\0');
   std::memcpy(wide.data(), entryId.data() + 24, wide.size() * 2);
   for (std::size_t at = 0; at < wide.size();) {
