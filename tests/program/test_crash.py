@@ -66,12 +66,15 @@ class Killed(PstTest):
         self.assertEqual(run.code, 1 if found['counts'] else 0, run)
         return found
 
-    def take_over(self, there, unclosed):
+    def take_over(self, there):
         """Adds mail to what a kill has left; returns whether the log told of a take-over."""
+        # A kill just before the first write of the header leaves a copy of it, but sound maps.
+        with open(self.pst, 'rb') as pst:
+            maps_valid = pst.read(249)[248] != 0
         run = self.parvane('convert', '--append', '--detailed-log', self.log, self.extra, self.pst)
         self.assertEqual(run.code, 0, run)
         said = 'last writer had not closed it' in self.log.read_text('utf-8')
-        self.assertEqual(said, unclosed)
+        self.assertEqual(said, not maps_valid)
         run = self.parvane('check', '--notes', self.pst)
         self.assertEqual((run.code, run.out.count('\n'), run.err), (0, 1, ''), run)
         self.assertEqual(self.count_by_lspst(), there + 3)
@@ -121,10 +124,11 @@ class Killed(PstTest):
                 there = now
                 if kills % 2 == 0:
                     continue  # the next one takes an unclosed file over, and is killed itself
-                taken_over += self.take_over(there, 'not-closed' in found['counts'])
+                taken_over += self.take_over(there)
                 there = 3
         if there != 3:  # left by a kill when time was up
-            self.take_over(there, 'not-closed' in self.assert_unclosed_at_worst()['counts'])
+            self.assert_unclosed_at_worst()
+            self.take_over(there)
         self.assertGreater(kills, 5)
         self.assertGreater(with_commits, 0)
         self.assertGreater(taken_over, 0)
@@ -149,9 +153,13 @@ class Killed(PstTest):
                 continue
             self.assertEqual(process.returncode, -9, error)
             kills += 1
-            self.assertEqual(self.pst.read_bytes(), before)
             self.assertLessEqual(set(self.folder.glob('*.pst')), {self.base, self.pst, growing})
-            if growing.exists() and growing.read_bytes()[:4] == b'!BDN':
+            if self.pst.read_bytes() != before:
+                # Killed after its PST had taken the name: that is whole, and nothing else is left.
+                self.assertFalse(growing.exists())
+                self.assertEqual(self.assert_unclosed_at_worst()['examined']['messages'], 15_050)
+                shutil.copy(self.base, self.pst)
+            elif growing.exists() and growing.read_bytes()[:4] == b'!BDN':
                 opened += 1
                 run = self.parvane('check', '--json', growing)
                 self.assertEqual(json.loads(run.out)['errors'], 0, run)
