@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "convert/conversion_report.h"
 #include "convert/message_streams.h"
@@ -12,8 +13,8 @@
 #include "mapi/identifiers.h"
 #include "mapi/refusals.h"
 #include "mapi/tags.h"
-#include "mime/facade/cls_email.h"
-#include "mime/facade/implementation.h"
+#include "mime/email_message.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 #include "mime/transfer_encoding.h"
@@ -22,7 +23,9 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
-using Tessary::ClsEmail;
+using Tessary::Email2;
+using Tessary::EmailMessage;
+using Tessary::EmailStructure;
 using Tessary::TsEmail;
 using Tessary::TsString;
 
@@ -63,11 +66,22 @@ class PropertySink : public Tessary::ByteSink {
   parvane::convert::PropertyWriter& _writer;
 };
 
-bool WriteData(IAttach& attachment, TsEmail& email, ClsEmail::PartList list, int index) {
+using PartList = const std::vector<const Email2*>& (EmailStructure::*)() const;
+
+// Null for a bad index.
+const Email2* PartAt(const TsEmail& email, PartList list, int index) {
+  const EmailMessage* parsed = MessageOf(email);
+  if (parsed == nullptr || index < 0) return nullptr;
+  const std::vector<const Email2*>& parts = (parsed->structure().*list)();
+  const auto at = static_cast<std::size_t>(index);
+  return at < parts.size() ? parts[at] : nullptr;
+}
+
+bool WriteData(IAttach& attachment, const Email2* part) {
   parvane::convert::PropertyWriter writer(attachment, PR_ATTACH_DATA_BIN);
   PropertySink sink(writer);
-  const bool read = ImplementationOf(email).DecodePart(list, index, sink);
-  return writer.Commit() && read;
+  if (part != nullptr) part->entity().DecodeBodyTo(sink);
+  return writer.Commit() && part != nullptr;
 }
 
 }  // namespace
@@ -107,7 +121,7 @@ void MIMEToMAPIMessageConverter::WriteAttachment_File(IAttach* attachment, TsEma
   WriteText(*attachment, *email, index, &TsEmail::GetAttachmentContentID, PR_ATTACH_CONTENT_ID_W);
   WriteFileName(*attachment, *email, index, &TsEmail::GetAttachmentFilename);
   WriteText(*attachment, *email, index, &TsEmail::GetAttachmentContentType, PR_ATTACH_MIME_TAG_W);
-  if (!WriteData(*attachment, *email, ClsEmail::PartList::kAttachments, index))
+  if (!WriteData(*attachment, PartAt(*email, &EmailStructure::attachments, index)))
     _attachmentFailed = true;
 }
 
@@ -120,7 +134,7 @@ void MIMEToMAPIMessageConverter::WriteAttachment_Related(IAttach* attachment, Ts
             PR_ATTACH_CONTENT_LOCATION_W);
   WriteText(*attachment, *email, index, &TsEmail::GetRelatedContentType, PR_ATTACH_MIME_TAG_W);
   WriteFileName(*attachment, *email, index, &TsEmail::GetRelatedFilename);
-  if (!WriteData(*attachment, *email, ClsEmail::PartList::kRelatedItems, index))
+  if (!WriteData(*attachment, PartAt(*email, &EmailStructure::relatedItems, index)))
     _attachmentFailed = true;
 }
 

@@ -12,9 +12,9 @@
 #include "convert/properties/mapi_properties.h"
 #include "mapi/tags.h"
 #include "mime/address_list.h"
+#include "mime/email_message.h"
 #include "mime/encoded_words.h"
-#include "mime/facade/cls_email.h"
-#include "mime/facade/implementation.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_email.h"
 #include "mime/mailbox.h"
 #include "platform/text.h"
@@ -24,7 +24,7 @@ namespace QuelmarMIMEEngineCommon {
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
 using Tessary::AddressField;
-using Tessary::ClsEmail;
+using Tessary::EmailMessage;
 using Tessary::TsEmail;
 
 namespace {
@@ -35,10 +35,11 @@ constexpr ULONG kReplyRecipientAddressesTag = PropTag(PT_UNICODE, 0x3FFC);
 // Calls `take` with the mailboxes of a header field, names decoded, until it returns false; false
 // when there is no such field. Every comma cuts, also one inside quotes; encoded words are decoded
 // only then, so that a comma or bracket inside one separates nothing.
-bool ForEachMailBoxOf(TsEmail& email, std::string_view field, const ClsEmail::TakeMailBox& take) {
+bool ForEachMailBoxOf(EmailMessage& email, std::string_view field,
+                      const EmailMessage::TakeMailBox& take) {
   std::string scratch;
   std::string_view text;
-  if (!ClsEmail::Fields(ImplementationOf(email)).View(field, scratch, text)) return false;
+  if (!email.Field(field, scratch, text)) return false;
   std::vector<MailBox> mailBoxes;
   ParseMailBoxList(parvane::platform::Utf8ToUtf16(text), mailBoxes);
   for (MailBox& mailBox : mailBoxes) {
@@ -49,10 +50,10 @@ bool ForEachMailBoxOf(TsEmail& email, std::string_view field, const ClsEmail::Ta
 }
 
 // The same for fields of which repair may know the mailboxes already.
-bool ForEachMailBoxOf(TsEmail& email, AddressField field, const ClsEmail::TakeMailBox& take) {
-  return ImplementationOf(email).MayHave(field) &&
-         (ImplementationOf(email).ForEachKnownMailbox(field, take) ||
-          ForEachMailBoxOf(email, Tessary::NameOf(field), take));
+bool ForEachMailBoxOf(EmailMessage& email, AddressField field,
+                      const EmailMessage::TakeMailBox& take) {
+  return email.MayHave(field) && (email.ForEachKnownMailbox(field, take) ||
+                                  ForEachMailBoxOf(email, Tessary::NameOf(field), take));
 }
 
 // One correspondent takes four properties, always in this order.
@@ -91,13 +92,14 @@ void AppendItem(std::u16string& list, const std::u16string& item, bool first) {
 }  // namespace
 
 void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) {
-  if (!email || !message) return;
+  EmailMessage* parsed = email ? MessageOf(*email) : nullptr;
+  if (!parsed || !message) return;
   std::optional<MailBox> sender;
-  ForEachMailBoxOf(*email, AddressField::kSender, [&](const MailBox& mailBox) {
+  ForEachMailBoxOf(*parsed, AddressField::kSender, [&](const MailBox& mailBox) {
     sender = mailBox;
     return false;
   });
-  ImplementationOf(*email).ForEachMailbox(AddressField::kFrom, [&](const MailBox& author) {
+  parsed->ForEachMailbox(AddressField::kFrom, [&](const MailBox& author) {
     if (!HasText(author.name) && !HasText(author.address)) return false;
     const OneOffEntry from(_addressBookP, author.name, author.address);
     WriteOriginator(*message, kSentRepresentingTags, from);
@@ -111,13 +113,14 @@ void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) 
 }
 
 void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message) {
-  if (!email || !message) return;
+  EmailMessage* parsed = email ? MessageOf(*email) : nullptr;
+  if (!parsed || !message) return;
   std::u16string names;
   std::u16string addresses;
   parvane::convert::FlatEntryList entries;
   bool first = true;
   const bool hasField =
-      ForEachMailBoxOf(*email, AddressField::kReplyTo, [&](const MailBox& mailBox) {
+      ForEachMailBoxOf(*parsed, AddressField::kReplyTo, [&](const MailBox& mailBox) {
         const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
         AppendItem(names, entry.displayName(), first);
         AppendItem(addresses, entry.emailAddress(), first);
@@ -133,8 +136,9 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
 }
 
 void MIMEToMAPIMessageConverter::WriteDeliveredTo(TsEmail* email, IMessage* message) {
-  if (!email || !message) return;
-  ForEachMailBoxOf(*email, "Delivered-To", [&](const MailBox& mailBox) {
+  EmailMessage* parsed = email ? MessageOf(*email) : nullptr;
+  if (!parsed || !message) return;
+  ForEachMailBoxOf(*parsed, "Delivered-To", [&](const MailBox& mailBox) {
     const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
     WriteOriginator(*message, kReceivedByTags, entry);
     return false;

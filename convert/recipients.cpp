@@ -11,8 +11,8 @@
 #include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
-#include "mime/facade/cls_email.h"
-#include "mime/facade/implementation.h"
+#include "mime/email_message.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 
@@ -20,23 +20,24 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
-using Tessary::ClsEmail;
+using Tessary::AddressField;
+using Tessary::EmailMessage;
 using Tessary::TsEmail;
 using Tessary::TsString;
 
 void MIMEToMAPIMessageConverter::WriteRecipients(TsEmail* email, IMessage* message) {
-  if (!email || !message) return;
-  const auto writeList = [&](ClsEmail::List list, ULONG type) {
+  EmailMessage* parsed = email ? MessageOf(*email) : nullptr;
+  if (!parsed || !message) return;
+  const auto writeList = [&](AddressField list, ULONG type) {
     const auto add = [&](const MailBox& mailBox) {
       AddRecipient(mailBox.name, mailBox.address, *message, type);
       return true;
     };
-    ImplementationOf(*email).ForEachMailbox(list,
-                                            std::ref(add));  // by reference, which takes no memory
+    parsed->ForEachMailbox(list, std::ref(add));  // by reference, which takes no memory
   };
-  writeList(ClsEmail::List::kTo, MAPI_TO);
-  writeList(ClsEmail::List::kCc, MAPI_CC);
-  writeList(ClsEmail::List::kBcc, MAPI_BCC);
+  writeList(AddressField::kTo, MAPI_TO);
+  writeList(AddressField::kCc, MAPI_CC);
+  writeList(AddressField::kBcc, MAPI_BCC);
 }
 
 void MIMEToMAPIMessageConverter::AddRecipient(TsString* name, TsString* address, IMessage* message,

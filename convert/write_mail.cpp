@@ -16,8 +16,8 @@
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/date_parser.h"
-#include "mime/facade/cls_email.h"
-#include "mime/facade/implementation.h"
+#include "mime/email_message.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
 #include "mime/text_decoding.h"
@@ -28,8 +28,8 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
-using Tessary::ClsEmail;
 using Tessary::DateValue;
+using Tessary::EmailMessage;
 using Tessary::TsEmail;
 using Tessary::TsString;
 
@@ -72,10 +72,10 @@ std::string_view WithoutNuls(std::string_view text, std::string& scratch) {
 }
 
 // The header as it stands, when it can be handed on without a copy; else null.
-const char* PlainHeader(const ClsEmail& email) {
-  const char* header = email.TerminatedHeader();
+const char* PlainHeader(const Tessary::MimeMessage2& entity) {
+  const char* header = entity.terminatedHeader();
   if (header == nullptr) return nullptr;
-  const std::string_view bytes = email.HeaderBytes().view();
+  const std::string_view bytes = entity.headerSlice().view();
   const bool plain = parvane::platform::AnsiCodePage() == parvane::platform::kCodePageUtf8 &&
                      Tessary::ReadsAsAscii(bytes, {}) && !HasNul(bytes);
   return plain ? header : nullptr;
@@ -125,7 +125,9 @@ bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message
 }
 
 void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* message) {
-  if (const char* header = PlainHeader(ImplementationOf(*email))) {
+  EmailMessage* parsed = MessageOf(*email);
+  if (!parsed) return;
+  if (const char* header = PlainHeader(parsed->entity())) {
     SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A, header);
   } else {
     TsString text;
@@ -141,10 +143,9 @@ void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* mess
   // A missing field is empty and sets nothing.
   std::u16string text;
   text.reserve(kUsualText);
-  ClsEmail::Fields fields(ImplementationOf(*email));
   for (const TextField& field : kTextFields) {
     text.clear();
-    fields.Append(field.name, text);
+    parsed->AppendField(field.name, text);
     SetPropString(message, field.tag, text.c_str());
   }
 }
@@ -155,16 +156,12 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
   FILETIME time{};
   DateValue date;
   DateValue deliveryDate;
-  bool hasDate;
-  bool hasDeliveryDate;
-  {
-    ClsEmail::Fields fields(ImplementationOf(*email));
-    std::string scratch;
-    std::string_view text;
-    hasDate = fields.Date(date);
-    hasDeliveryDate = fields.View("Delivery-Date", scratch, text);
-    if (hasDeliveryDate) deliveryDate.SetFromRfc822(text);
-  }
+  EmailMessage* parsed = MessageOf(*email);
+  std::string scratch;
+  std::string_view text;
+  const bool hasDate = parsed && parsed->Date(date);
+  const bool hasDeliveryDate = parsed && parsed->Field("Delivery-Date", scratch, text);
+  if (hasDeliveryDate) deliveryDate.SetFromRfc822(text);
   if (hasDate) {
     date.GetAsFileTime(false, &time);
     SetPropTime(message, PR_CLIENT_SUBMIT_TIME, time);
@@ -186,17 +183,14 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
 void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
   // Every message is of normal priority, whatever its Priority field says; and of normal
   // importance, unless it says "low".
-  bool low;
+  EmailMessage* parsed = MessageOf(*email);
+  std::string scratch;
+  std::string_view text;
+  const bool low = parsed && parsed->Field("Importance", scratch, text) &&
+                   parvane::platform::EqualsIgnoreAsciiCase(text, "low");
   long status = 0;
-  {
-    ClsEmail::Fields fields(ImplementationOf(*email));
-    std::string scratch;
-    std::string_view text;
-    low = fields.View("Importance", scratch, text) &&
-          parvane::platform::EqualsIgnoreAsciiCase(text, "low");
-    if (fields.View("X-Mozilla-Status", scratch, text))
-      status = std::strtol(std::string(text).c_str(), nullptr, 16);
-  }
+  if (parsed && parsed->Field("X-Mozilla-Status", scratch, text))
+    status = std::strtol(std::string(text).c_str(), nullptr, 16);
   constexpr long kMarkedDeleted = 0x0008;
   if (_reportP && _depth == 0) _reportP->markedDeleted = (status & kMarkedDeleted) != 0;
   SetPropLong(message, PR_PRIORITY, 0);
@@ -207,8 +201,11 @@ void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
 void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message) {
   if (!email || !message) return;
   SetPropLong(message, PR_INTERNET_CPID, kCodePageUtf8);
-  ClsEmail::Body body;
-  if (ImplementationOf(*email).PlainTextBody(body)) {
+  const EmailMessage* parsed = MessageOf(*email);
+  if (!parsed) return;
+  Tessary::ParseLog unread(Tessary::ParseLog::Keeping::kNothing);
+  EmailMessage::Body body;
+  if (parsed->PlainTextBody(unread, body)) {
     const std::string_view bytes = body.bytes.view();
     if (Tessary::ReadsAsAscii(bytes, body.declaredCharset) && !HasNul(bytes)) {
       parvane::convert::WriteAsciiAsUtf16Stream(*message, PR_BODY_W, bytes);
@@ -220,7 +217,7 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
           {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
     }
   }
-  if (ImplementationOf(*email).HtmlBody(body)) {
+  if (parsed->HtmlBody(unread, body)) {
     std::string_view text = body.bytes.view();
     std::string decoded;
     if (!Tessary::ReadsAsAscii(text, body.declaredCharset)) {
@@ -234,7 +231,9 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
 
 void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
   using parvane::convert::ConversionReport;
-  for (const Tessary::RemovedAttachment& removed : ImplementationOf(*email).RemovedAttachments()) {
+  const EmailMessage* parsed = MessageOf(*email);
+  if (!parsed) return;
+  for (const Tessary::RemovedAttachment& removed : parsed->RemovedAttachments()) {
     if (_reportP->removedAttachments.size() < ConversionReport::kMostNamed) {
       _reportP->removedAttachments.push_back(
           {parvane::platform::Utf8ToUtf16(removed.name), removed.url});
@@ -242,20 +241,14 @@ void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
       ++_reportP->moreRemovedAttachments;
     }
   }
-  const int parts = email->get_NumLeftoverParts();
-  if (parts == 0) return;
-  TsString type;
-  TsString name;
-  for (int i = 0; i < parts; ++i) {
-    if (_reportP->unconvertedParts.size() == ConversionReport::kMostNamed) {
-      _reportP->moreUnconvertedParts += static_cast<std::uint64_t>(parts - i);
-      return;
+  for (const Tessary::LeftoverPart& part : parsed->structure().leftovers()) {
+    if (_reportP->unconvertedParts.size() < ConversionReport::kMostNamed) {
+      _reportP->unconvertedParts.push_back({parsed->ContentType(part),
+                                            parvane::platform::Utf8ToUtf16(parsed->FileName(part)),
+                                            part.size});
+    } else {
+      ++_reportP->moreUnconvertedParts;
     }
-    email->GetLeftoverPartContentType(i, type);
-    email->GetLeftoverPartName(i, name);
-    _reportP->unconvertedParts.push_back({std::string(type.viewUtf8()),
-                                          std::u16string(name.viewUnicode()),
-                                          email->GetLeftoverPartSize(i)});
   }
 }
 

@@ -5,8 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "mime/facade/cls_mime.h"
-#include "mime/facade/implementation.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/header_facts.h"
 #include "mime/mailbox.h"
@@ -123,7 +122,7 @@ namespace QuelmarMIMEEngineCommon {
 
 void FixMailBox(const char* headerName, Tessary::TsMime* mime) {
   if (!mime || !headerName) return;
-  parvane::sources::RepairAddressHeader(headerName, ImplementationOf(*mime).Entity());
+  parvane::sources::RepairAddressHeader(headerName, EntityOf(*mime));
 }
 
 }  // namespace QuelmarMIMEEngineCommon

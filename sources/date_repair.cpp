@@ -7,8 +7,7 @@
 #include <ctime>
 
 #include "mime/date_parser.h"
-#include "mime/facade/cls_mime.h"
-#include "mime/facade/implementation.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/facade/ts_string.h"
 #include "mime/mime_message2.h"
@@ -226,8 +225,8 @@ namespace sources = parvane::sources;
 void FixDate(Tessary::TsMime* mime) {
   if (!mime) return;
   sources::FieldChanges changes;
-  sources::RepairDate(ImplementationOf(*mime).Entity(), changes, nullptr);
-  changes.ApplyTo(ImplementationOf(*mime).Entity());
+  sources::RepairDate(EntityOf(*mime), changes, nullptr);
+  changes.ApplyTo(EntityOf(*mime));
 }
 
 bool DateTimeUtilities::TryFixTimeStr(Tessary::TsString& dateText) {

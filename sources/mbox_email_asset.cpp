@@ -9,8 +9,8 @@
 #include "convert/conversion_report.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "mime/date_parser.h"
-#include "mime/facade/cls_email.h"
-#include "mime/facade/implementation.h"
+#include "mime/email_message.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_email.h"
 #include "mime/mime_message2.h"
 #include "platform/file.h"
@@ -135,7 +135,7 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
     parvane::sources::RepairMessage(*entity, std::move(headerBuffer), _observer ? &notes : nullptr);
     Remember(std::move(notes));
   }
-  if (ImplementationOf(*_emailP).SetFromEntity(std::move(entity))) {
+  if (SetFromEntity(*_emailP, std::move(entity))) {
     FillMembers();
     return;
   }
@@ -146,6 +146,10 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
 }
 
 MBOXEmailAsset::~MBOXEmailAsset() = default;
+
+Tessary::EmailMessage* MBOXEmailAsset::Parsed() const {
+  return _emailP ? MessageOf(*_emailP) : nullptr;
+}
 
 void MBOXEmailAsset::Remember(parvane::sources::RepairNotes&& notes) {
   const parvane::sources::RepairLosses& losses = notes.losses;
@@ -162,15 +166,15 @@ void MBOXEmailAsset::FillMembers() {
   constexpr std::size_t kUsualSize = 250;
   // A subject may fill the message; who reads the details has a line or two for it.
   constexpr std::size_t kMostBytes = 64 << 10;
-  Tessary::ClsEmail::Fields fields(ImplementationOf(*_emailP));
+  Tessary::EmailMessage& email = *Parsed();
   std::u16string& details = _details.emplace();
   details.reserve(kUsualSize);
   details += u"From : ";
-  fields.AppendFrom(details);
+  email.AppendFrom(details);
   details += u"\r\nDate : ";
-  fields.Append("Date", details, kMostBytes);
+  email.AppendField("Date", details, kMostBytes);
   details += u"\r\nSubject : ";
-  fields.Append("Subject", details, kMostBytes);
+  email.AppendField("Subject", details, kMostBytes);
 }
 
 bool MBOXEmailAsset::ConvertToMAPIMessage(parvane::mapi::IMessage* message,

@@ -11,6 +11,7 @@
 
 #include "engine/asset_bases.h"
 #include "engine/message_state.h"
+#include "engine/parsed_asset.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
 #include "sources/mbox_reading.h"
@@ -27,7 +28,9 @@ namespace QuelmarMIMEEngineCommon {
 // The Message-ID as it stands in the header, with its folds; empty when there is none.
 std::string_view MessageIdIn(const Tessary::MimeHeader& header);
 
-class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulAsset {
+class MBOXEmailAsset : public EmailAssetBase,
+                       public parvane::engine::IStatefulAsset,
+                       public parvane::engine::IParsedAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
   // file; the asset then has no details, and every conversion of it fails.
@@ -54,6 +57,7 @@ class MBOXEmailAsset : public EmailAssetBase, public parvane::engine::IStatefulA
     _state = std::move(state);
   }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
+  Tessary::EmailMessage* Parsed() const override;
 
  private:
   void Parse(const Tessary::ByteSlice& message, bool isCrLf,

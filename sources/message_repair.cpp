@@ -3,8 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "mime/facade/cls_mime.h"
-#include "mime/facade/implementation.h"
+#include "mime/facade/library_access.h"
 #include "mime/facade/ts_mime.h"
 #include "mime/mime_message2.h"
 #include "platform/stage_times.h"
@@ -76,11 +75,11 @@ void RepairParts(MimeMessage2& message) { FixRelated(message, 0, nullptr); }
 namespace QuelmarMIMEEngineCommon {
 
 void AdjustMimeForTSMail(Tessary::TsMime* mime) {
-  if (mime) parvane::sources::RepairMessage(ImplementationOf(*mime).Entity(), nullptr);
+  if (mime) parvane::sources::RepairMessage(EntityOf(*mime), nullptr);
 }
 
 void FixRelatedContentDisposition(Tessary::TsMime* mime) {
-  if (mime) parvane::sources::RepairParts(ImplementationOf(*mime).Entity());
+  if (mime) parvane::sources::RepairParts(EntityOf(*mime));
 }
 
 }  // namespace QuelmarMIMEEngineCommon

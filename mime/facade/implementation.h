@@ -1,5 +1,4 @@
-// From a facade object to the object behind it: for the facade itself, and for the rooms above it
-// where they take values of the library as they are, without a copy into a facade object.
+// From a facade object to the object behind it, for the facade itself.
 #pragma once
 
 #include "mime/facade/ts_byte_data.h"

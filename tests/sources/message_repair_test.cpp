@@ -7,8 +7,9 @@
 
 #include <gtest/gtest.h>
 
-#include "mime/facade/cls_email.h"
-#include "mime/facade/implementation.h"
+#include "mime/email_message.h"
+#include "mime/facade/library_access.h"
+#include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_date_time.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_mime.h"
@@ -207,10 +208,10 @@ std::string Shown(Tessary::TsEmail& email) {
         text.append(parvane::platform::Utf16ToUtf8(part)).append("|");
       return true;
     };
-    ImplementationOf(email).ForEachMailbox(static_cast<Tessary::AddressField>(i), take);
+    MessageOf(email)->ForEachMailbox(static_cast<Tessary::AddressField>(i), take);
   }
   Tessary::DateValue date;
-  const bool hasDate = Tessary::ClsEmail::Fields(ImplementationOf(email)).Date(date);
+  const bool hasDate = MessageOf(email)->Date(date);
   for (const std::int64_t number :
        {std::int64_t{hasDate}, std::int64_t{date.valid()}, date.UnixSeconds(),
         std::int64_t{date.OffsetSeconds()}, std::int64_t{email.get_NumTo()},
@@ -257,9 +258,11 @@ TEST(MessageRepair, GivesTheEmailThatItsTextGives) {
     entity->Load(Tessary::ByteSlice::Copy(text), unread);
     parvane::sources::RepairMessage(*entity, nullptr);
     Tessary::TsEmail again;
-    ImplementationOf(again).SetFromMime("SetFromMimeText", entity->Serialise());
+    Tessary::TsByteData whole;
+    whole.append2(entity->Serialise().view().data(), entity->Serialise().size());
+    again.SetFromMimeBytes(whole);
     Tessary::TsEmail direct;
-    EXPECT_TRUE(ImplementationOf(direct).SetFromEntity(entity));
+    EXPECT_TRUE(SetFromEntity(direct, entity));
     EXPECT_EQ(Shown(direct), Shown(again)) << text;
   }
 }
