@@ -23,6 +23,8 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
+using parvane::convert::MailInHand;
+using parvane::convert::PartKind;
 using Tessary::Email2;
 using Tessary::EmailMessage;
 using Tessary::EmailStructure;
@@ -87,25 +89,32 @@ bool WriteData(IAttach& attachment, const Email2* part) {
 }  // namespace
 
 void MIMEToMAPIMessageConverter::WriteAttachment(TsEmail* email, IMessage* message) {
-  if (!email || !message) return;
+  const EmailMessage* parsed = email && message ? MessageOf(*email) : nullptr;
+  if (!parsed) return;
   using Converter = MIMEToMAPIMessageConverter;
-  WriteAttachments(email, message, email->get_NumRelatedItems(),
+  const EmailStructure& parts = parsed->structure();
+  WriteAttachments(email, message, PartKind::kRelatedItem, parts.relatedItems(),
                    &Converter::WriteAttachment_Related);
-  WriteAttachments(email, message, email->get_NumAttachments(), &Converter::WriteAttachment_File);
-  WriteAttachments(email, message, email->get_NumAttachedMessages(),
+  WriteAttachments(email, message, PartKind::kAttachment, parts.attachments(),
+                   &Converter::WriteAttachment_File);
+  WriteAttachments(email, message, PartKind::kAttachedMessage, parts.attachedMessages(),
                    &Converter::WriteAttachment_EmbededMessage);
 }
 
-void MIMEToMAPIMessageConverter::WriteAttachments(TsEmail* email, IMessage* message, int count,
+void MIMEToMAPIMessageConverter::WriteAttachments(TsEmail* email, IMessage* message, PartKind kind,
+                                                  const std::vector<const Email2*>& parts,
                                                   AttachmentWriter writer) {
-  for (int i = 0; i < count; ++i) {
+  const MailInHand mail = {*MessageOf(*email), _depth};
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (_stepP->TakePart(mail, kind, *parts[i], *message)) continue;
     ULONG number = 0;
     ComPointer<IAttach> attachment;
     Note(message->CreateAttach(nullptr, 0, &number, attachment.Put()), PR_MESSAGE_ATTACHMENTS);
     bool written = false;
     if (attachment) {
       _attachmentFailed = false;
-      (this->*writer)(attachment.get(), email, i);
+      (this->*writer)(attachment.get(), email, static_cast<int>(i));
+      _stepP->AttachmentWritten(mail, *parts[i], *attachment);
       written =
           Note(attachment->SaveChanges(FORCE_SAVE), PR_MESSAGE_ATTACHMENTS) && !_attachmentFailed;
     }

@@ -6,7 +6,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "convert/conversion_step.h"
 #include "convert/properties/one_off.h"
 #include "mapi/session.h"
 
@@ -60,6 +62,8 @@ class MIMEToMAPIMessageConverter {
 
   // Where to note what the conversion leaves behind; null: nowhere. Must outlive the conversion.
   void SetReport(parvane::convert::ConversionReport* report) { _reportP = report; }
+  // A step that is taken along; null: none. Must outlive the conversion.
+  void SetStep(parvane::convert::ConversionStep* step) { _stepP = step ? step : &_noStep; }
 
  private:
   using AttachmentWriter = void (MIMEToMAPIMessageConverter::*)(parvane::mapi::IAttach*,
@@ -71,14 +75,18 @@ class MIMEToMAPIMessageConverter {
   void WriteHeaderTexts(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteTimes(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
   void WriteFlags(Tessary::TsEmail* email, parvane::mapi::IMessage* message);
-  void WriteAttachments(Tessary::TsEmail* email, parvane::mapi::IMessage* message, int count,
-                        AttachmentWriter writer);
-  void NoteLeftovers(Tessary::TsEmail* email);
+  void WriteAttachments(Tessary::TsEmail* email, parvane::mapi::IMessage* message,
+                        parvane::convert::PartKind kind,
+                        const std::vector<const Tessary::Email2*>& parts, AttachmentWriter writer);
+  void NoteLeftovers(const parvane::convert::MailInHand& mail, parvane::mapi::IMessage& message);
+  void NoteRemovedAttachments(const Tessary::EmailMessage& mail);
 
   parvane::mapi::IMAPISession* _sessionP;             // borrowed
   parvane::mapi::IAddrBook* _addressBookP = nullptr;  // owned
   parvane::mapi::HRESULT _addressBookOpened = 0;
   parvane::convert::ConversionReport* _reportP = nullptr;
+  parvane::convert::ConversionStep _noStep;
+  parvane::convert::ConversionStep* _stepP = &_noStep;
   int _depth = 0;                  // messages around the one being written
   bool _attachmentFailed = false;  // something of the attachment in hand was refused
 };

@@ -28,6 +28,8 @@ namespace QuelmarMIMEEngineCommon {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
+using parvane::convert::ConversionReport;
+using parvane::convert::MailInHand;
 using Tessary::DateValue;
 using Tessary::EmailMessage;
 using Tessary::TsEmail;
@@ -106,11 +108,16 @@ int MIMEToMAPIMessageConverter::WriteMail(TsEmail* email, IMessage* message, boo
 }
 
 void MIMEToMAPIMessageConverter::WriteAll(TsEmail* email, IMessage* message) {
+  EmailMessage* parsed = MessageOf(*email);
+  if (parsed) _stepP->MailBegins({*parsed, _depth}, *message);
   SetPropString(message, PR_MESSAGE_CLASS_W, u"IPM.Note");
   WriteMetaData(email, message);
   WriteContent(email, message);
   WriteAttachment(email, message);
-  if (_reportP) NoteLeftovers(email);
+  if (!parsed) return;
+  NoteLeftovers({*parsed, _depth}, *message);
+  if (_reportP) NoteRemovedAttachments(*parsed);
+  _stepP->MailWritten({*parsed, _depth}, *message);
 }
 
 bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message) {
@@ -229,11 +236,8 @@ void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message)
   }
 }
 
-void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
-  using parvane::convert::ConversionReport;
-  const EmailMessage* parsed = MessageOf(*email);
-  if (!parsed) return;
-  for (const Tessary::RemovedAttachment& removed : parsed->RemovedAttachments()) {
+void MIMEToMAPIMessageConverter::NoteRemovedAttachments(const EmailMessage& mail) {
+  for (const Tessary::RemovedAttachment& removed : mail.RemovedAttachments()) {
     if (_reportP->removedAttachments.size() < ConversionReport::kMostNamed) {
       _reportP->removedAttachments.push_back(
           {parvane::platform::Utf8ToUtf16(removed.name), removed.url});
@@ -241,11 +245,15 @@ void MIMEToMAPIMessageConverter::NoteLeftovers(TsEmail* email) {
       ++_reportP->moreRemovedAttachments;
     }
   }
-  for (const Tessary::LeftoverPart& part : parsed->structure().leftovers()) {
+}
+
+void MIMEToMAPIMessageConverter::NoteLeftovers(const MailInHand& mail, IMessage& message) {
+  for (const Tessary::LeftoverPart& part : mail.email.structure().leftovers()) {
+    if (_stepP->TakeLeftover(mail, part, message) || !_reportP) continue;
     if (_reportP->unconvertedParts.size() < ConversionReport::kMostNamed) {
-      _reportP->unconvertedParts.push_back({parsed->ContentType(part),
-                                            parvane::platform::Utf8ToUtf16(parsed->FileName(part)),
-                                            part.size});
+      _reportP->unconvertedParts.push_back(
+          {mail.email.ContentType(part), parvane::platform::Utf8ToUtf16(mail.email.FileName(part)),
+           part.size});
     } else {
       ++_reportP->moreUnconvertedParts;
     }

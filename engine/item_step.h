@@ -15,6 +15,8 @@ namespace parvane::engine {
 class ItemStep {
  public:
   virtual ~ItemStep() = default;
+  // The item is converted next.
+  virtual void BeforeConversion(QuelmarMIMEEngineCommon::IAsset& /*item*/) {}
   // The item has been converted into `message`, as far as that succeeded, and the message is saved
   // next.
   virtual void BeforeSave(QuelmarMIMEEngineCommon::IAsset& item, mapi::IMessage& message) = 0;

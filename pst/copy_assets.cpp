@@ -139,13 +139,14 @@ bool PSTMAPIAssetFolderMutable::CopyAsset(IAssetQueryResult& item, IMessage* mes
     progressPresenter->ProgressMessage(details ? std::u16string_view(*details)
                                                : std::u16string_view());
   }
+  const AssetStoreBase* store = EngineStore();
+  parvane::engine::ItemStep* step = message && asset && store ? store->ItemStep() : nullptr;
+  if (step) step->BeforeConversion(*asset);
   // Nothing has been kept of an item that had no message to go to, whatever it says.
   const bool converted = ConvertAsset(asset, message) && message != nullptr;
   if (!converted && logReport)
     logReport->WriteLog(u"\r\nERROR : Error occurred while converting this item.", false, true);
-  const AssetStoreBase* store = EngineStore();
-  if (message && asset && store && store->ItemStep())
-    store->ItemStep()->BeforeSave(*asset, *message);
+  if (step) step->BeforeSave(*asset, *message);
   // Whatever a failed conversion managed to write stays.
   if (message) Tell(DestinationStep::kSaveMessage, message->SaveChanges(kSaveFlags));
   if (logReport) {

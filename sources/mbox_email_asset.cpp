@@ -1,6 +1,7 @@
 #include "sources/mbox_email_asset.h"
 
 #include <array>
+#include <functional>
 #include <new>
 #include <span>
 #include <string_view>
@@ -129,6 +130,7 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
     } else {
       entity->Load(message, unread);
     }
+    _header = entity->headerSlice();
     const std::string_view messageId = MessageIdIn(entity->header());
     if (_observer && !messageId.empty()) _observer->MessageNamed(_location, messageId);
     parvane::sources::RepairNotes notes;
@@ -160,6 +162,7 @@ void MBOXEmailAsset::Remember(parvane::sources::RepairNotes&& notes) {
                         AndMore(losses.more)});
   }
   _dateBefore = std::move(notes.date);
+  _headersInside = std::move(notes.headersInside);
 }
 
 void MBOXEmailAsset::FillMembers() {
@@ -196,6 +199,7 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
   {
     MIMEToMAPIMessageConverter converter(&session);
     if (_observer) converter.SetReport(&report);
+    converter.SetStep(_step);
     success = converter.WriteMail(_emailP.get(), &message, true) == 0;
   }
   if (_observer) {
@@ -216,8 +220,18 @@ bool MBOXEmailAsset::ConvertToMBOX(std::ostream*) { return true; }
 
 bool MBOXEmailAsset::ConvertToEML(std::ostream*) { return false; }
 
+std::string_view MBOXEmailAsset::HeaderAsItCame(const parvane::convert::MailInHand& mail) const {
+  if (mail.depth == 0) return _header.view();
+  const std::string_view text = mail.email.entity().headerText();
+  if (_headersInside.empty()) return text;
+  const auto before = _headersInside.find(std::hash<std::string_view>()(text));
+  return before == _headersInside.end() ? text : before->second.view();
+}
+
 void MBOXEmailAsset::Release() {
   _emailP.reset();
+  _header = {};
+  _headersInside.clear();
   EmailAssetBase::Release();
 }
 

@@ -6,9 +6,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "convert/conversion_step.h"
 #include "engine/asset_bases.h"
 #include "engine/message_state.h"
 #include "engine/parsed_asset.h"
@@ -30,7 +32,8 @@ std::string_view MessageIdIn(const Tessary::MimeHeader& header);
 
 class MBOXEmailAsset : public EmailAssetBase,
                        public parvane::engine::IStatefulAsset,
-                       public parvane::engine::IParsedAsset {
+                       public parvane::engine::IParsedAsset,
+                       public parvane::convert::IMailAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
   // file; the asset then has no details, and every conversion of it fails.
@@ -59,6 +62,9 @@ class MBOXEmailAsset : public EmailAssetBase,
   const parvane::engine::MessageState* State() const override { return _state.get(); }
   Tessary::EmailMessage* Parsed() const override;
 
+  void SetConversionStep(parvane::convert::ConversionStep* step) override { _step = step; }
+  std::string_view HeaderAsItCame(const parvane::convert::MailInHand& mail) const override;
+
  private:
   void Parse(const Tessary::ByteSlice& message, bool isCrLf,
              std::shared_ptr<std::string> headerBuffer);
@@ -76,6 +82,9 @@ class MBOXEmailAsset : public EmailAssetBase,
   std::unique_ptr<const parvane::engine::MessageState> _state;  // null: nobody asked
   std::vector<parvane::engine::Remark> _remarks;                // of what the parse saw
   parvane::sources::DateBefore _dateBefore;
+  Tessary::ByteSlice _header;                                          // as it came
+  std::unordered_map<std::size_t, Tessary::ByteSlice> _headersInside;  // see RepairNotes
+  parvane::convert::ConversionStep* _step = nullptr;
 };
 
 }  // namespace QuelmarMIMEEngineCommon

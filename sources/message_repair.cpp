@@ -1,6 +1,8 @@
 #include "sources/message_repair.h"
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "mime/facade/library_access.h"
@@ -35,7 +37,14 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth, RepairNotes* not
   ParseLog unread(ParseLog::Keeping::kNothing);
   MimeMessage2 message;
   message.Load(text, unread);
+  // What was decoded goes again, but for the header.
+  const ByteSlice header = !notes    ? ByteSlice()
+                           : encoded ? ByteSlice::Copy(message.headerText())
+                                     : message.headerSlice();
   Adjust(message, depth + 1, nullptr, notes);
+  if (notes && message.headerText() != header.view()) {
+    notes->headersInside.try_emplace(std::hash<std::string_view>()(message.headerText()), header);
+  }
   if (encoded) attachment.SetField("Content-Transfer-Encoding", "8bit");
   attachment.ReplaceBody(message.Serialise());
 }

@@ -6,9 +6,12 @@
 // stays as it is.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
+#include "mime/byte_slice.h"
 #include "sources/address_repair.h"
 #include "sources/date_repair.h"
 
@@ -23,6 +26,9 @@ namespace parvane::sources {
 struct RepairNotes {
   RepairLosses losses;
   DateBefore date;
+  // Headers of attached messages that were written anew, as they came, by the hash of their new
+  // text.
+  std::unordered_map<std::size_t, Tessary::ByteSlice> headersInside;
 };
 
 // All repairs: related parts and attached messages, then the address headers, then Date. The

@@ -2,13 +2,17 @@
 
 #include <algorithm>
 
+#include "convert/properties/mapi_properties.h"
 #include "mapi/options.h"
+#include "mime/email_structure.h"
 #include "tests/convert/mail_file.h"
 #include "tests/support/time_zone.h"
 
 namespace {
 
 using namespace mapi_reading;
+using parvane::convert::MailInHand;
+using parvane::convert::PartKind;
 using Strings = std::vector<std::string>;
 
 constexpr ULONG kReturnPath = 0x1046001F;
@@ -98,6 +102,65 @@ TEST_F(ConvertedMessage, KeepsALongBodyWhole) {
   const std::string header = "Content-Type: text/plain; charset=utf-8\r\n\r\n";
   Convert({header + bodies[0], header + bodies[1]});
   for (std::size_t i : {0u, 1u}) EXPECT_EQ(Text(*Message(i), PR_BODY_W), bodies[i]) << i;
+}
+
+// Takes what is named so, names the other attachments, and writes down what it is told.
+class RecordingStep : public parvane::convert::ConversionStep {
+ public:
+  std::string taken;
+  std::vector<std::string> heard;
+
+  void MailBegins(const MailInHand& mail, IMessage&) override { Hear("begin", mail); }
+  bool TakePart(const MailInHand& mail, PartKind kind, const Tessary::Email2& part,
+                IMessage&) override {
+    Hear("part " + std::to_string(static_cast<int>(kind)) + std::string(part.name()), mail);
+    return part.name() == taken;
+  }
+  void AttachmentWritten(const MailInHand& mail, const Tessary::Email2& part,
+                         IAttach& attachment) override {
+    Hear("written " + std::string(part.name()), mail);
+    QuelmarMIMEEngineCommon::OrvMAPIUtilities::SetPropString(&attachment, PR_DISPLAY_NAME_W, u"!");
+  }
+  bool TakeLeftover(const MailInHand& mail, const Tessary::LeftoverPart& part, IMessage&) override {
+    Hear("left " + std::string(part.node->contentType()), mail);
+    return part.node->contentType() == taken;
+  }
+  void MailWritten(const MailInHand& mail, IMessage&) override { Hear("end", mail); }
+
+ private:
+  void Hear(const std::string& what, const MailInHand& mail) {
+    heard.push_back(std::to_string(mail.depth) + ' ' + what);
+  }
+};
+
+TEST_F(ConvertedMessage, TakesAStepAlong) {
+  const std::string mail =
+      "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\ntext\r\n"
+      "--b\r\nContent-Type: application/x; name=a\r\n\r\ndata\r\n"
+      "--b\r\nContent-Type: application/x; name=b\r\n\r\ndata\r\n"
+      "--b\r\nContent-Type: message/rfc822\r\n\r\nSubject: inner\r\n\r\ninner\r\n"
+      "--b\r\nContent-Type: text/x\r\n\r\nmore\r\n--b--\r\n";
+  RecordingStep step;
+  const auto convert = [&](Converter& converter, Tessary::TsEmail& email, IMessage& message) {
+    converter.SetStep(&step);
+    EXPECT_EQ(converter.WriteMail(&email, &message, true), 0);
+  };
+  const Strings all = {"0 begin",     "0 part 1a",     "0 written a", "0 part 1b",
+                       "0 written b", "0 part 2",      "1 begin",     "1 end",
+                       "0 written ",  "0 left text/x", "0 end"};
+  for (const std::string_view taken : {"-", "b", "text/x"}) {
+    report = {};
+    step.heard.clear();
+    step.taken = taken;
+    Convert({mail}, convert);
+    Strings expected = all;
+    if (taken == "b") std::erase(expected, "0 written b");
+    EXPECT_EQ(step.heard, expected) << taken;
+    EXPECT_EQ(report.unconvertedParts.size(), taken == "text/x" ? 0u : 1u);
+  }
+  const auto attachments = Attachments(*Message(1));
+  ASSERT_EQ(attachments.size(), 2u) << "one was taken";
+  for (const auto& attachment : attachments) EXPECT_EQ(Text(*attachment, PR_DISPLAY_NAME_W), "!");
 }
 
 TEST_F(ConvertedMessage, LosesNothingBehindANul) {
