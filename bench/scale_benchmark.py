@@ -15,6 +15,8 @@ message:
   attachments  100,000 attachments in 5 MB       addresses   1,000,000 addresses in 15 MB
   recipients   200,000 recipients                parts       200,000 parts of a few bytes
   embedded     20,000 embedded messages          subject     a subject of 100 MB
+  words        the same in encoded words         raw         the same in raw 8-bit characters
+  quotes       5 MB of quotation marks in To     commas      5 MB of "a," in To
   nul          600 MB of NULs
 
 Each of the former is converted at a tenth of its size too, and growth is what the larger run costs in terms of
@@ -142,7 +144,7 @@ class Cases:
 
 def single(path, pieces, header_fields='', end='\n'):
     """A mailbox of one message."""
-    with open(path, 'w', encoding='ascii', newline='\n') as file:
+    with open(path, 'w', encoding='latin-1', newline='\n') as file:
         file.write(f'{SEPARATOR}From: Ingrid Dahl <ingrid@example.org>\n'
                    f'Date: Fri, 1 Mar 2019 08:00:00 +0000\n{header_fields}')
         file.writelines(pieces)
@@ -175,6 +177,12 @@ PERVERSE = {
     'words': (100_000_000 // 71, lambda path, count: single(
         path, ('=?utf-8?Q?' + 'word_' * 11 + '?=\n ' for _ in range(count)), 'Subject: ',
         'end\n\nbody\n\n')),
+    'raw': (100_000_000 // 72, lambda path, count: single(
+        path, ('w\xe4rd ' * 14 + '\n ' for _ in range(count)), 'Subject: ', 'end\n\nbody\n\n')),
+    'quotes': (5, lambda path, count: single(path, ('"' * 1_000_000 for _ in range(count)), 'To: ',
+                                             '\n\nbody\n\n')),
+    'commas': (5, lambda path, count: single(path, ('a,' * 500_000 for _ in range(count)), 'To: ',
+                                             '\n\nbody\n\n')),
     'nul': (600, lambda path, count: single(path, ('\0' * 1_000_000 for _ in range(count)), '\n',
                                             '\n\n')),
 }

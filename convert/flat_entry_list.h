@@ -29,6 +29,8 @@ class FlatEntryList {
     std::copy(entryId.begin(), entryId.end(), _bytes.data() + at + sizeof(std::uint32_t));
   }
 
+  std::size_t size() const { return _bytes.size(); }
+
   const std::vector<std::uint8_t>& Bytes() {
     Begin();
     PutNumber(0, _count);

@@ -8,6 +8,7 @@
 #include "mapi/identifiers.h"
 #include "mapi/refusals.h"
 #include "mapi/results.h"
+#include "platform/code_pages/code_page.h"
 #include "platform/simd/ascii.h"
 
 namespace parvane::convert {
@@ -55,6 +56,14 @@ bool WriteAsciiAsUtf16Stream(mapi::IMAPIProp& object, mapi::ULONG tag, std::stri
     writer.Write({reinterpret_cast<const char*>(wide.data()), count * sizeof(char16_t)});
     ascii.remove_prefix(count);
   } while (!ascii.empty());
+  return writer.Commit();
+}
+
+bool WriteUtf8AsUtf16Stream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view utf8) {
+  PropertyWriter writer(object, tag);
+  platform::DecodeInPieces(platform::kCodePageUtf8, utf8, [&](std::u16string_view text) {
+    writer.Write({reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
+  });
   return writer.Commit();
 }
 

@@ -32,4 +32,7 @@ bool WritePropertyStream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_v
 // The same with ASCII as UTF-16.
 bool WriteAsciiAsUtf16Stream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view ascii);
 
+// The same with text in UTF-8 as UTF-16.
+bool WriteUtf8AsUtf16Stream(mapi::IMAPIProp& object, mapi::ULONG tag, std::string_view utf8);
+
 }  // namespace parvane::convert

@@ -10,6 +10,8 @@
 #include "convert/flat_entry_list.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
+#include "mapi/refusals.h"
+#include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/address_list.h"
 #include "mime/email_message.h"
@@ -41,10 +43,13 @@ bool ForEachMailBoxOf(EmailMessage& email, std::string_view field,
   std::string_view text;
   if (!email.Field(field, scratch, text)) return false;
   std::vector<MailBox> mailBoxes;
-  ParseMailBoxList(parvane::platform::Utf8ToUtf16(text), mailBoxes);
-  for (MailBox& mailBox : mailBoxes) {
-    mailBox.name = Tessary::DecodeEncodedWords(mailBox.name);
-    if (!take(mailBox)) break;
+  while (!text.empty()) {
+    mailBoxes.clear();
+    ParseMailBoxList(parvane::platform::Utf8ToUtf16(Tessary::TakePiece(text)), mailBoxes);
+    for (MailBox& mailBox : mailBoxes) {
+      mailBox.name = Tessary::DecodeEncodedWords(mailBox.name);
+      if (!take(mailBox)) return true;
+    }
   }
   return true;
 }
@@ -122,6 +127,12 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
   const bool hasField =
       ForEachMailBoxOf(*parsed, AddressField::kReplyTo, [&](const MailBox& mailBox) {
         const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
+        // They are one value each, however many there are.
+        constexpr std::size_t kMostBytes = 4 << 20;
+        if (entries.size() > kMostBytes) {
+          parvane::mapi::NoteRefusal(MAPI_E_TOO_BIG, PR_REPLY_RECIPIENT_ENTRIES);
+          return false;
+        }
         AppendItem(names, entry.displayName(), first);
         AppendItem(addresses, entry.emailAddress(), first);
         entries.Add({entry.entryId(), entry.entryIdSize()});

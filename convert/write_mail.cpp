@@ -147,13 +147,21 @@ void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* mess
     }
   }
 
-  // A missing field is empty and sets nothing.
   std::u16string text;
   text.reserve(kUsualText);
+  std::string scratch;
   for (const TextField& field : kTextFields) {
+    std::string_view utf8;
+    if (!parsed->Field(field.name, scratch, utf8)) continue;
+    // A field may fill a large message, and in UTF-16 takes twice its size.
+    constexpr std::size_t kLong = 4 << 20;
+    if (utf8.size() > kLong) {
+      parvane::convert::WriteUtf8AsUtf16Stream(*message, field.tag, utf8);
+      continue;
+    }
     text.clear();
-    parsed->AppendField(field.name, text);
-    SetPropString(message, field.tag, text.c_str());
+    parvane::platform::AppendUtf8AsUtf16(utf8, text);
+    SetPropString(message, field.tag, text.c_str());  // empty text sets nothing
   }
 }
 

@@ -85,12 +85,24 @@ class ListReader {
   void Atom(std::u16string_view text) {
     auto& phrase = _draft.phrase;
     if (phrase.empty() || phrase.back().literal || _space) {
-      phrase.push_back({std::u16string(text), false, _space});
+      Add({std::u16string(text), false, _space});
     } else {
       phrase.back().text += text;
     }
     _draft.hasAt |= text.find(u'@') != kNone;
     _space = false;
+  }
+
+  // A name of more words than anyone has is put together as it is read.
+  void Add(Piece&& piece) {
+    constexpr std::size_t kMostPieces = 1024;
+    auto& phrase = _draft.phrase;
+    if (phrase.size() < kMostPieces) {
+      phrase.push_back(std::move(piece));
+      return;
+    }
+    if (piece.spaceBefore) phrase.back().text += u' ';
+    phrase.back().text += piece.text;
   }
 
   void ReadWord() {
@@ -144,7 +156,7 @@ class ListReader {
       piece.text += _list[_next];
     }
     if (_next < _list.size()) ++_next;
-    _draft.phrase.push_back(std::move(piece));
+    Add(std::move(piece));
   }
 
   void ReadComment() {
@@ -297,6 +309,20 @@ bool LooksLikeAddress(std::u16string_view name) {
   return at != kNone && at > 0 && at + 1 < name.size() && name.find_first_of(u" ,;<>\"=") == kNone;
 }
 
+// "<" something ">".
+bool EndsInAddress(std::string_view list) {
+  const auto dropBlanks = [&] {
+    while (!list.empty() && parvane::platform::IsAsciiWhiteSpace(list.back())) {
+      list.remove_suffix(1);
+    }
+  };
+  dropBlanks();
+  if (!list.ends_with('>')) return false;
+  list.remove_suffix(1);
+  dropBlanks();
+  return !list.empty() && list.back() != '<';
+}
+
 bool MustBeQuoted(char16_t c) {
   switch (c) {
     case u'"':
@@ -334,6 +360,25 @@ std::vector<MailBox> ParseAddressList(std::u16string_view list) {
   }
   std::erase_if(mailboxes, [](const MailBox& m) { return m.name.empty() && m.address.empty(); });
   return mailboxes;
+}
+
+std::string_view TakePiece(std::string_view& list) {
+  constexpr std::size_t kPiece = 128 * 1024;
+  bool quoted = false;
+  std::size_t at = 0;
+  for (; at < list.size(); ++at) {
+    if (list[at] == '\\') {
+      ++at;
+    } else if (list[at] == '"') {
+      quoted = !quoted;
+    } else if (list[at] == ',' && at >= kPiece) {
+      if (at >= 3 * kPiece || (!quoted && at >= 2 * kPiece)) break;
+      if (!quoted && EndsInAddress(list.substr(0, at))) break;
+    }
+  }
+  const std::string_view piece = list.substr(0, at);
+  list.remove_prefix(std::min(at + 1, list.size()));
+  return piece;
 }
 
 void AppendMailBox(const MailBox& mailbox, std::u16string& out) {

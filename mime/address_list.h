@@ -21,6 +21,11 @@ using QuelmarMIMEEngineCommon::MailBox;
 // with neither name nor address are left out.
 std::vector<MailBox> ParseAddressList(std::u16string_view list);
 
+// Takes the next piece off a long list: all of a list below some 128 KiB; of a longer one so much,
+// cut where a mailbox with an address ends, if one does. Mailboxes and groups beyond any real size
+// may be parted.
+std::string_view TakePiece(std::string_view& list);
+
 // Appends `"Name" <address>`: the name between quotes where it has to be; the address alone when
 // there is no name; the name alone when there is no address.
 void AppendMailBox(const MailBox& mailbox, std::u16string& out);

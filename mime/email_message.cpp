@@ -131,19 +131,17 @@ bool EmailMessage::Date(DateValue& out) {
   return true;
 }
 
-// Several fields of the name are one list. A view of the message where there is but one.
-std::string_view EmailMessage::ListText(AddressField list, std::string& joined,
-                                        std::string& scratch) const {
+// Several fields of the name are one list. A view of the message where there is but one; folds are
+// still in it.
+std::string_view EmailMessage::ListText(AddressField list, std::string& joined) const {
   std::string_view text;
   _root.header().ForEach(NameOf(list), [&](const MimeField& field) {
-    const std::string_view value = field.Value(scratch);
-    if (text.empty() && value.data() != scratch.data()) {
-      text = value;
+    if (text.empty()) {
+      text = field.RawValue();
       return;
     }
     if (joined.empty()) joined = text;
-    if (!joined.empty()) joined.append(", ");
-    text = joined.append(value);
+    text = joined.append(", ").append(field.RawValue());
   });
   return text;
 }
@@ -167,25 +165,38 @@ const std::vector<MailBox>& EmailMessage::Mailboxes(AddressField list) {
   auto& mailboxes = _lists[static_cast<std::size_t>(list)];
   if (mailboxes) return *mailboxes;
   mailboxes.emplace();
-  const auto keep = [&](const MailBox& mailbox) {
-    mailboxes->push_back(mailbox);
+  const auto keep = [&](auto& mailbox) {
+    mailboxes->push_back(std::move(mailbox));
     return true;
   };
-  if (ForEachKnown(list, keep)) return *mailboxes;
+  if (!ForEachKnown(list, keep)) ForEachRead(list, keep);
+  return *mailboxes;
+}
+
+template <typename Take>
+void EmailMessage::ForEachRead(AddressField list, Take take) {
   std::string joined;
   std::string scratch;
-  const std::string_view text = ListText(list, joined, scratch);
-  if (text.empty()) return *mailboxes;
-  joined = std::string(text);
-  std::erase(joined, '\0');
-  auto read = ParseAddressList(DecodeText(joined, {}, _charset));
-  mailboxes->swap(read);
-  return *mailboxes;
+  std::string clean;
+  for (std::string_view text = ListText(list, joined); !text.empty();) {
+    clean = Unfold(TakePiece(text), scratch);
+    std::erase(clean, '\0');
+    for (MailBox& mailbox : ParseAddressList(DecodeText(clean, {}, _charset))) {
+      if (!take(mailbox)) return;
+    }
+  }
 }
 
 template <typename Take>
 void EmailMessage::ForEach(AddressField list, Take take) {
   if (!MayHave(list) || ForEachKnown(list, take)) return;
+  // A list that fills a large message is read again rather than kept.
+  constexpr std::size_t kLong = 128 * 1024;
+  const MimeField* field = _root.header().Find(NameOf(list));
+  if (field != nullptr && field->Raw().size() > kLong) {
+    ForEachRead(list, [&](MailBox& mailbox) { return take(std::as_const(mailbox)); });
+    return;
+  }
   for (const MailBox& mailbox : Mailboxes(list)) {
     if (!take(mailbox)) return;
   }

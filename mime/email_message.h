@@ -54,8 +54,8 @@ class EmailMessage {
 
   // All mailboxes of a list, several fields of its name being one.
   const std::vector<MailBox>& Mailboxes(AddressField list);
-  // Calls `take` with them, one by one, until it returns false; a long list that repair rewrote is
-  // not held for it.
+  // Calls `take` with them, one by one, until it returns false; a long list is not
+  // held for it.
   using TakeMailBox = std::function<bool(const MailBox&)>;
   void ForEachMailbox(AddressField list, const TakeMailBox& take);
   // The same where they are known without reading the field; else false, without a call.
@@ -88,13 +88,16 @@ class EmailMessage {
 
  private:
   bool ReadBody(const Email2* node, bool html, Body& out) const;
-  std::string_view ListText(AddressField list, std::string& joined, std::string& scratch) const;
+  std::string_view ListText(AddressField list, std::string& joined) const;
   // Both call `take` with the mailboxes until it returns false; the former only if the facts of the
   // entity have them.
   template <typename Take>
   bool ForEachKnown(AddressField list, Take take);
   template <typename Take>
   void ForEach(AddressField list, Take take);
+  // The same, read from the field; `take` may keep what it gets.
+  template <typename Take>
+  void ForEachRead(AddressField list, Take take);
 
   std::shared_ptr<const MimeMessage2> _entity;
   Email2 _root;

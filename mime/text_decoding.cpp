@@ -1,5 +1,8 @@
 #include "mime/text_decoding.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "mime/charset_naming.h"
 #include "platform/code_pages/code_page.h"
 #include "platform/stage_times.h"
@@ -46,6 +49,13 @@ unsigned PageOfUtf16Mark(std::string_view bytes) {
   return 0;
 }
 
+// A character of one byte takes two or three, one of several no more than one for each and one.
+std::size_t UsualUtf8Size(std::string_view bytes) {
+  const auto high = std::count_if(bytes.begin(), bytes.end(),
+                                  [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+  return bytes.size() + 2 * static_cast<std::size_t>(high);
+}
+
 }  // namespace
 
 unsigned ChooseCodePage(std::string_view bytes, std::string_view declaredCharset,
@@ -86,12 +96,20 @@ bool ReadsAsAscii(std::string_view bytes, std::string_view declaredCharset) {
 std::string DecodeTextToUtf8(std::string_view bytes, std::string_view declaredCharset,
                              std::string_view fallbackCharset) {
   if (ReadsAsAscii(bytes, declaredCharset)) return std::string(bytes);
-  if (ChooseCodePage(bytes, declaredCharset, fallbackCharset) == platform::kCodePageUtf8 &&
-      platform::IsValidUtf8(bytes)) {
+  const unsigned page = ChooseCodePage(bytes, declaredCharset, fallbackCharset);
+  if (page == platform::kCodePageUtf8 && platform::IsValidUtf8(bytes)) {
     if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
     return std::string(bytes);
   }
-  return platform::Utf16ToUtf8(DecodeText(bytes, declaredCharset, fallbackCharset));
+  const platform::StageMark mark(platform::Stage::kDecode, bytes.size());
+  std::string utf8;
+  utf8.reserve(UsualUtf8Size(bytes));
+  bool first = true;
+  platform::DecodeInPieces(page, bytes, [&](std::u16string_view text) {
+    if (std::exchange(first, false) && text.starts_with(u'\xFEFF')) text.remove_prefix(1);
+    platform::AppendUtf16AsUtf8(text, utf8);
+  });
+  return utf8;
 }
 
 }  // namespace Tessary

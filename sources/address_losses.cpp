@@ -45,7 +45,7 @@ class MailBoxCutter {
   bool EndsAt(std::size_t at) {
     const Char c = _rest[at];
     if (c == ';') --_semicolons;
-    if (at > kLongestMailBox && (c == ',' || c == ';' || c == ' ')) {
+    if (at > kLongestMailBox && (c == ',' || c == ';' || c == ' ' || at > 4 * kLongestMailBox)) {
       _cut = c != ',';
       return true;
     }

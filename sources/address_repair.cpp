@@ -1,5 +1,6 @@
 #include "sources/address_repair.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -46,9 +47,18 @@ class FieldList {
   // may be missing from it.
   bool AppendRewritten(AddressField field, HeaderFacts& facts, std::string& out) const {
     if (!_isWide) return facts.Rewrite(field, _narrow, out);
-    std::u16string wide;
-    QuelmarMIMEEngineCommon::RewriteMailBoxes(_wide, wide);
-    platform::AppendUtf16AsUtf8(wide, out);
+    // Piece by piece, since it grows: every comma cuts.
+    constexpr std::size_t kPiece = 64 * 1024;
+    const std::size_t start = out.size();
+    std::u16string rewritten;
+    for (std::u16string_view rest = _wide; !rest.empty();) {
+      const std::size_t end = std::min(rest.find(u',', kPiece), rest.size());
+      rewritten.clear();
+      QuelmarMIMEEngineCommon::RewriteMailBoxes(rest.substr(0, end), rewritten);
+      if (!rewritten.empty() && out.size() > start) out += ',';
+      platform::AppendUtf16AsUtf8(rewritten, out);
+      rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
     return false;
   }
   void FindLosses(std::string_view header, RepairLosses& losses) const {

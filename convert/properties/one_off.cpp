@@ -83,12 +83,13 @@ void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool ext
 
 NormalOneOff::NormalOneOff(const std::u16string& name, const std::u16string& address)
     : _name(&name), _address(&address) {
-  if (IsTrimmedText(address) && (name.empty() || IsTrimmedText(name))) {
+  const bool fits = name.size() <= kMostCharacters && address.size() <= kMostCharacters;
+  if (fits && IsTrimmedText(address) && (name.empty() || IsTrimmedText(name))) {
     if (name.empty()) _name = _address;
     return;
   }
-  _ownName = name;
-  _ownAddress = address;
+  _ownName.assign(name, 0, kMostCharacters);
+  _ownAddress.assign(address, 0, kMostCharacters);
   EnsureNonNullOneOff(_ownName, _ownAddress, false);
   _name = &_ownName;
   _address = &_ownAddress;
@@ -114,14 +115,22 @@ namespace QuelmarMIMEEngineCommon {
 OneOffEntry::OneOffEntry(parvane::mapi::IAddrBook* addressBook, const std::u16string& name,
                          const std::u16string& address)
     : _text(name, address) {
+  using parvane::mapi::NoteRefusal;
   using parvane::mapi::ToTString;
+  constexpr std::size_t kMost = OrvMAPIUtilities::NormalOneOff::kMostCharacters;
+  if (name.size() > kMost) {
+    NoteRefusal(parvane::mapi::MAPI_E_TOO_BIG, parvane::mapi::PR_DISPLAY_NAME_W);
+  }
+  if (address.size() > kMost) {
+    NoteRefusal(parvane::mapi::MAPI_E_TOO_BIG, parvane::mapi::PR_EMAIL_ADDRESS_W);
+  }
   if (!addressBook) return;
   parvane::mapi::ENTRYID* entryId = nullptr;
   const parvane::mapi::HRESULT made = addressBook->CreateOneOff(
       ToTString(displayName().c_str()), ToTString(addressType()), ToTString(emailAddress().c_str()),
       parvane::mapi::MAPI_UNICODE, &_entryIdSize, &entryId);
   _entryId = reinterpret_cast<parvane::mapi::BYTE*>(entryId);
-  if (parvane::mapi::Failed(made)) parvane::mapi::NoteRefusal(made, parvane::mapi::PR_ENTRYID);
+  if (parvane::mapi::Failed(made)) NoteRefusal(made, parvane::mapi::PR_ENTRYID);
   if (!entryId) _entryIdSize = 0;
 }
 

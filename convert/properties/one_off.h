@@ -20,9 +20,12 @@ namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities {
 void EnsureNonNullOneOff(std::u16string& name, std::u16string& address, bool extractFromName);
 
 // A pair as EnsureNonNullOneOff leaves it, without copying what needs no change. Looks into the
-// strings it was made of, which must outlive it.
+// strings it was made of, which must outlive it. What nobody's name or address can be is cut: every
+// recipient takes many times its length.
 class NormalOneOff {
  public:
+  static constexpr std::size_t kMostCharacters = 64 * 1024;
+
   NormalOneOff(const std::u16string& name, const std::u16string& address);
   NormalOneOff(const NormalOneOff&) = delete;
   NormalOneOff& operator=(const NormalOneOff&) = delete;

@@ -119,7 +119,7 @@ platform::Result<const PropertyList*> RecipientList::Row(std::size_t index) cons
   pstfile::PstStore* store = _core->store();
   if (store == nullptr) return Status(StatusCode::kClosed, "the file is closed");
   Status status = _packed->rows.Read(
-      store->database(), _packed->entries[index - _rows.size()].position, _packed->unpacked);
+      store->database(), _packed->entries[index - _rows.size()].Position(), _packed->unpacked);
   if (!status.ok()) return status;
   return &_packed->unpacked;
 }
@@ -146,11 +146,13 @@ Status RecipientList::Append(PropertyList properties, bool spill) {
     return {};
   }
   if (!_packed) _packed = std::make_unique<Packed>();
-  PackedEntry entry;
-  Status status = spill ? _core->store()->KeepRow(_packed->rows, properties, entry.position)
-                        : _packed->rows.Add(nullptr, properties, entry.position);
+  std::uint64_t position = 0;
+  Status status = spill ? _core->store()->KeepRow(_packed->rows, properties, position)
+                        : _packed->rows.Add(nullptr, properties, position);
   if (!status.ok()) return status;
+  PackedEntry entry;
   entry.id = _nextId++;
+  entry.SetPosition(position);
   _packed->entries.push_back(entry);
   return {};
 }
@@ -161,10 +163,12 @@ Status RecipientList::Replace(std::size_t index, PropertyList properties) {
     return {};
   }
   PackedEntry& entry = _packed->entries[index - _rows.size()];
-  const std::uint64_t old = entry.position;
-  Status status = _core->store()->KeepRow(_packed->rows, properties, entry.position);
-  if (status.ok()) _packed->rows.Release(_core->store()->database(), old);
-  return status;
+  std::uint64_t position = 0;
+  Status status = _core->store()->KeepRow(_packed->rows, properties, position);
+  if (!status.ok()) return status;
+  _packed->rows.Release(_core->store()->database(), entry.Position());
+  entry.SetPosition(position);
+  return {};
 }
 
 void RecipientList::Erase(std::size_t index) {
@@ -173,7 +177,7 @@ void RecipientList::Erase(std::size_t index) {
     return;
   }
   const auto entry = _packed->entries.begin() + static_cast<std::ptrdiff_t>(index - _rows.size());
-  _packed->rows.Release(_core->store()->database(), entry->position);
+  _packed->rows.Release(_core->store()->database(), entry->Position());
   _packed->entries.erase(entry);
 }
 

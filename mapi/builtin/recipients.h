@@ -43,9 +43,16 @@ class RecipientList final : public pstfile::RowSource {
     ULONG id = 0;  // PR_ROWID
     pstfile::PropertyList properties;
   };
+  // In twelve bytes, because there may be millions.
   struct PackedEntry {
     ULONG id = 0;
-    std::uint64_t position = 0;
+    std::uint32_t low = 0;
+    std::uint32_t high = 0;
+    std::uint64_t Position() const { return std::uint64_t{high} << 32 | low; }
+    void SetPosition(std::uint64_t position) {
+      low = static_cast<std::uint32_t>(position);
+      high = static_cast<std::uint32_t>(position >> 32);
+    }
   };
   struct Packed {
     std::deque<PackedEntry> entries;

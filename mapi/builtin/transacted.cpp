@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "mapi/results.h"
+#include "platform/code_pages/code_page.h"
+#include "platform/text.h"
 
 namespace parvane::mapi::builtin {
 
@@ -90,14 +92,12 @@ HRESULT TransactedProperties::TakeLarge(PropTag tag, std::span<const std::byte> 
 }
 
 // Piece by piece, since as a whole it would take three times its size.
-HRESULT TransactedProperties::TakeLargeAscii(PropTag tag, std::string_view text) {
+HRESULT TransactedProperties::TakeLargeAnsi(PropTag tag, std::string_view text) {
   return TakeIntoFile(tag, [&](pstfile::ValueWriter& writer) {
-    constexpr std::size_t kPiece = 64 * 1024;
     Status status;
-    for (; !text.empty() && status.ok(); text.remove_prefix(std::min(kPiece, text.size()))) {
-      const std::string_view piece = text.substr(0, kPiece);
-      status = writer.AppendText(std::u16string(piece.begin(), piece.end()));
-    }
+    platform::DecodeInPieces(platform::AnsiCodePage(), text, [&](std::u16string_view piece) {
+      if (status.ok()) status = writer.AppendText(piece);
+    });
     return status;
   });
 }

@@ -52,7 +52,7 @@ class TransactedProperties final : private LargeValueTaker {
 
  private:
   HRESULT TakeLarge(pstfile::PropTag tag, std::span<const std::byte> bytes) override;
-  HRESULT TakeLargeAscii(pstfile::PropTag tag, std::string_view text) override;
+  HRESULT TakeLargeAnsi(pstfile::PropTag tag, std::string_view text) override;
   template <typename Append>
   HRESULT TakeIntoFile(pstfile::PropTag tag, Append&& append);
   void BeforeSetting(ULONG id);

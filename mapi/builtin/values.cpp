@@ -122,9 +122,12 @@ HRESULT StoreAnsi(pstfile::PropTag tag, std::string_view text, LargeValueTaker* 
   } else if (platform::simd::AsciiPrefix(text.data(), text.size()) == text.size()) {
     // The same in every code page.
     if (taker != nullptr && 2 * text.size() > kLargestReturnedValue) {
-      return taker->TakeLargeAscii(tag, text);
+      return taker->TakeLargeAnsi(tag, text);
     }
     list.SetAsciiText(tag, text);
+  } else if (taker != nullptr && text.size() > 2 * kLargestReturnedValue) {
+    // However many bytes its characters have.
+    return taker->TakeLargeAnsi(tag, text);
   } else {
     list.SetText(tag, platform::AnsiToUtf16(text));
   }

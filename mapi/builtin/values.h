@@ -53,8 +53,8 @@ struct Value {
 class LargeValueTaker {
  public:
   virtual HRESULT TakeLarge(pstfile::PropTag tag, std::span<const std::byte> bytes) = 0;
-  // Text of ASCII characters.
-  virtual HRESULT TakeLargeAscii(pstfile::PropTag tag, std::string_view text) = 0;
+  // Text in the process's ANSI code page.
+  virtual HRESULT TakeLargeAnsi(pstfile::PropTag tag, std::string_view text) = 0;
 
  protected:
   ~LargeValueTaker() = default;

@@ -161,6 +161,36 @@ std::size_t DecodeUtf7(std::string_view bytes, std::u16string& out) {
   return invalid;
 }
 
+// Pages without shift states, all of whose characters end before a byte below '0': no character of
+// several bytes has one in second place or later.
+bool CanBeCutAtBlanks(unsigned codePage) {
+  switch (codePage) {
+    case kCodePageUtf8:
+    case 874:
+    case 932:
+    case 936:
+    case 949:
+    case 950:
+    case 20866:
+    case 21866:
+    case 51932:
+    case 51936:
+    case 51949:
+    case 54936:
+      return true;
+    default:
+      return (codePage >= 1250 && codePage <= 1258) || (codePage >= 28591 && codePage <= 28606);
+  }
+}
+
+// How many bytes the first piece has: it ends before a blank or the like.
+std::size_t LengthOfPiece(std::string_view bytes) {
+  constexpr std::size_t kPiece = 64 * 1024;
+  std::size_t length = std::min(bytes.size(), kPiece);
+  while (length < bytes.size() && static_cast<unsigned char>(bytes[length]) >= '0') ++length;
+  return length;
+}
+
 unsigned KnownPage(unsigned codePage) {
   return SystemKnowsCodePage(codePage) ? codePage : kCodePageWindows1252;
 }
@@ -182,6 +212,21 @@ std::size_t DecodeCodePage(unsigned codePage, std::string_view bytes, std::u16st
   if (codePage == kUtf7) return DecodeUtf7(bytes, out);
   if (SystemCodePageBeginsAsAscii(codePage)) TakeAscii(bytes, out);
   return bytes.empty() ? 0 : SystemDecode(codePage, bytes, out);
+}
+
+void DecodeInPieces(unsigned codePage, std::string_view bytes,
+                    const std::function<void(std::u16string_view)>& take) {
+  if (codePage != kCodePageUtf8 && !IsCodePageSupported(codePage)) {
+    codePage = kCodePageWindows1252;
+  }
+  std::u16string text;
+  do {
+    const std::size_t length = CanBeCutAtBlanks(codePage) ? LengthOfPiece(bytes) : bytes.size();
+    text.clear();
+    DecodeCodePage(codePage, bytes.substr(0, length), text);
+    take(text);
+    bytes.remove_prefix(length);
+  } while (!bytes.empty());
 }
 
 std::size_t EncodeCodePage(unsigned codePage, std::u16string_view text, std::string& out) {

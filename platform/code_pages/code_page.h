@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,11 @@ bool IsCodePageSupported(unsigned codePage);
 // of UTF-16 and UTF-32, which decides the byte order and is dropped. Linear in the input; converts
 // in pieces, so memory beyond `out` is constant. Thread-safe.
 std::size_t DecodeCodePage(unsigned codePage, std::string_view bytes, std::u16string& out);
+
+// The same, handing the text on in pieces of some 64 KiB: all of it would take twice the bytes, or
+// more. In one piece where a byte's meaning depends on what stands far before it.
+void DecodeInPieces(unsigned codePage, std::string_view bytes,
+                    const std::function<void(std::u16string_view)>& take);
 
 // The reverse direction; returns how many characters had to be replaced.
 std::size_t EncodeCodePage(unsigned codePage, std::u16string_view text, std::string& out);

@@ -175,7 +175,7 @@ void MessageCheck::CheckRecipients() {
     std::u16string& list = names[static_cast<std::size_t>(kind)];
     if (any[static_cast<std::size_t>(kind)]) list += u"; ";
     any[static_cast<std::size_t>(kind)] = true;
-    if (name) list += TextOf(name->Bytes(kMaximumNames));
+    if (name) list += TextOf(name->Bytes(2 * kMaximumNames + 2));
     if (list.size() > kMaximumNames) {
       comparable = false;
       list.clear();

@@ -266,7 +266,12 @@ TEST_F(Properties, EightBitTextIsInTheAnsiCodePage) {
   platform::SetAnsiCodePage(1252);
   EXPECT_EQ(Set(*message, AnsiValue(PR_SUBJECT_A, "caf\xE9")), S_OK);
   EXPECT_EQ(WriteStream(*message, PR_BODY_A, "\x80"), S_OK);
+  // Too large to be held in both forms.
+  const std::string large(3'000'000, '\xE9');
+  EXPECT_EQ(Set(*message, AnsiValue(PR_TRANSPORT_MESSAGE_HEADERS_A, large.c_str())), S_OK);
   SaveAndOpen();
+  EXPECT_TRUE(ReadStream(*message, PR_TRANSPORT_MESSAGE_HEADERS_W) ==
+              BytesOf(std::u16string(large.size(), u'é')));
   EXPECT_EQ(Get(*message, PR_SUBJECT_W).text(), u"café");
   EXPECT_EQ(Get(*message, PR_BODY_W).text(), u"€");
   EXPECT_EQ(Get(*message, PR_SUBJECT_A).chars(), "caf\xE9");

@@ -183,6 +183,32 @@ TEST(AddressList, KeepsItsAddressesAtEveryTruncation) {
   }
 }
 
+// A list that fills a large message is read in pieces; none parts a mailbox or a name that repair
+// has cut.
+TEST(AddressList, ReadsTheSameInPieces) {
+  std::string list;
+  for (int i = 0; i < 20'000; ++i) {
+    const std::string number = std::to_string(i);
+    list += "\"Doe " + number + "\" <  >,\"J. >,\\\"" + number + "\\\"\" < j" + number + "@b >,";
+  }
+  const auto whole = Tessary::ParseAddressList(Utf8ToUtf16(list));
+  std::vector<MailBox> inPieces;
+  int pieces = 0;
+  for (std::string_view rest = list; !rest.empty(); ++pieces) {
+    const auto found = Tessary::ParseAddressList(Utf8ToUtf16(Tessary::TakePiece(rest)));
+    inPieces.insert(inPieces.end(), found.begin(), found.end());
+  }
+  EXPECT_GT(pieces, 3);
+  EXPECT_EQ(inPieces, whole);
+  // Without any place to cut, in no more than a few bytes or in one go.
+  const std::string commas(1'000'000, ',');
+  std::string_view rest = commas;
+  EXPECT_LT(Tessary::TakePiece(rest).size(), commas.size() / 2);
+  const std::string quotes(1'000'000, '"');
+  rest = quotes;
+  EXPECT_EQ(Tessary::TakePiece(rest).size(), quotes.size());
+}
+
 TEST(AddressList, TakesLinearTimeOnHostileLists) {
   // Of the thread's own time, whatever else the machine does.
   const auto seconds = [](const std::u16string& list) {

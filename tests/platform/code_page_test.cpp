@@ -212,6 +212,31 @@ std::vector<Vector> Vectors() {
   return vectors;
 }
 
+TEST(CodePage, ReadsTheSameInPieces) {
+  // Characters of one to four bytes, shift states, and invalid bytes, across the ends of pieces.
+  for (const auto& [codePage, bytes] :
+       {std::pair<unsigned, std::string>{65001, "\xF0\x9F\x98\x80\xC3\xA9\xFF y"},
+        {932, "\x82\xA0\x83\x5C "},
+        {54936, "\x81\x30\x81\x30 z"},
+        {1252, "\xE9t\xE9 "},
+        {50220, "\x1B$B$\"\x1B(B "},
+        {1200, std::string("a\0 \0", 4)},
+        {950, "\xA4\x40"}}) {
+    std::string text;
+    while (text.size() < 200'001) text += bytes;
+    std::u16string whole;
+    DecodeCodePage(codePage, text, whole);
+    std::u16string inPieces;
+    int pieces = 0;
+    DecodeInPieces(codePage, text, [&](std::u16string_view piece) {
+      inPieces += piece;
+      ++pieces;
+    });
+    EXPECT_EQ(inPieces == whole, true) << codePage;
+    EXPECT_EQ(pieces > 1, codePage != 50220 && codePage != 1200 && codePage != 950) << codePage;
+  }
+}
+
 TEST(CodePage, ReadsAsOtherConvertersDo) {
   std::set<unsigned> pages;
   std::string lacking;
