@@ -17,17 +17,24 @@
 
 namespace parvane::cli {
 
-// Lists that one entry a message could fill are cut here; their totals stay right.
+// Lists that one entry a message could fill are cut here, so that memory stays bounded; their
+// totals stay right.
 inline constexpr std::size_t kMostEntriesListed = 100'000;
+inline constexpr std::size_t kMostBytesListed = 32 << 20;
 
 template <typename Entry>
 struct Listing {
   std::vector<Entry> entries;
   std::uint64_t total = 0;
+  std::size_t bytes = 0;  // of memory
 
-  void Add(Entry entry) {
+  // `text`: the bytes of its texts.
+  void Add(Entry entry, std::size_t text = 0) {
     ++total;
-    if (entries.size() < kMostEntriesListed) entries.push_back(std::move(entry));
+    bytes += sizeof(Entry) + text;
+    if (entries.size() < kMostEntriesListed && bytes <= kMostBytesListed) {
+      entries.push_back(std::move(entry));
+    }
   }
   template <typename Which>
   void Remove(Which which) {
@@ -143,7 +150,8 @@ struct ConversionRecord {
   std::uint64_t milliseconds = 0;
 
   std::vector<FolderAccount> folders;
-  std::vector<FailedMessage> failures;
+  Listing<FailedMessage> failures;                        // to be added to by Add
+  std::array<std::uint64_t, kFailureKinds> failuresOf{};  // of each kind
   Listing<LeftOutPart> leftOutParts;
   std::array<Listing<MessageRemark>, engine::kRemarkKinds> remarks;  // a list for each kind
   Listing<SuspectedSeparator> separators;
@@ -184,7 +192,15 @@ struct ConversionRecord {
     return remarks[static_cast<std::size_t>(kind)];
   }
   void Add(MessageRemark remark) {
-    remarks[static_cast<std::size_t>(remark.remark.kind)].Add(std::move(remark));
+    const std::size_t text =
+        remark.messageId.size() + remark.remark.place.size() + remark.remark.text.size();
+    remarks[static_cast<std::size_t>(remark.remark.kind)].Add(std::move(remark), text);
+  }
+  void Add(FailedMessage failure) {
+    ++failuresOf[static_cast<std::size_t>(failure.kind)];
+    const std::size_t text =
+        failure.messageId.size() + failure.detail.size() + failure.details.size();
+    failures.Add(std::move(failure), text);
   }
 
  private:

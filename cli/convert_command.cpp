@@ -16,6 +16,7 @@
 #include "cli/progress.h"
 #include "cli/pst_writing.h"
 #include "cli/report.h"
+#include "cli/same_file.h"
 #include "cli/source_opening.h"
 #include "cli/source_plan.h"
 #include "cli/space_check.h"
@@ -119,8 +120,7 @@ class Conversion {
       const auto file = FileSystem::Default().Inspect(own);
       _record.otherFiles.Remove([&](const SkippedPath& other) {
         if (platform::FileNameOfPath(other.path) != platform::FileNameOfPath(own)) return false;
-        const auto met = FileSystem::Default().Inspect(other.path);
-        return met.device == file.device && met.identity == file.identity;
+        return IsSameFile(FileSystem::Default().Inspect(other.path), file);
       });
     }
   }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "cli/same_file.h"
 #include "platform/path.h"
 #include "pstfile/check/integrity_checker.h"
 #include "pstfile/ndb/unfinished.h"
@@ -36,8 +37,8 @@ Status ChangedMeanwhile(std::u16string_view path) {
                 "was removed, renamed or replaced by another program during the conversion");
 }
 
-bool Same(const platform::FileInformation& a, const platform::FileInformation& b) {
-  return a.kind == b.kind && a.device == b.device && a.identity == b.identity && a.size == b.size;
+bool IsUnchanged(const platform::FileInformation& now, const platform::FileInformation& seen) {
+  return IsSameFile(now, seen) && now.size == seen.size;
 }
 
 }  // namespace
@@ -187,11 +188,11 @@ DestinationClaim::~DestinationClaim() {
 Status DestinationClaim::CheckUnchanged() const {
   if (_written && !_written->IsAt(_path)) return ChangedMeanwhile(_path);
   if (!GrowsApart()) {
-    const auto now = Machine().Inspect(_destination.file);
-    const bool same = now.device == _oldSeen.device && now.identity == _oldSeen.identity;
-    return same ? Status() : ChangedMeanwhile(_destination.file);
+    return IsSameFile(Machine().Inspect(_destination.file), _oldSeen)
+               ? Status()
+               : ChangedMeanwhile(_destination.file);
   }
-  if (_old && !Same(Machine().Inspect(_destination.file), _oldSeen))
+  if (_old && !IsUnchanged(Machine().Inspect(_destination.file), _oldSeen))
     return ChangedMeanwhile(_destination.file);
   return {};
 }

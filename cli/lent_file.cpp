@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "cli/same_file.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -16,10 +17,6 @@ using platform::StatusCode;
 namespace {
 
 FileSystem& Machine() { return FileSystem::Default(); }
-
-bool Same(const FileInformation& a, const FileInformation& b) {
-  return a.kind == b.kind && a.device == b.device && a.identity == b.identity;
-}
 
 Status Held(std::u16string_view path) {
   return {StatusCode::kLocked, platform::PathForDisplay(path) + " is in use by this program"};
@@ -78,7 +75,7 @@ Result<std::shared_ptr<HeldFile>> HeldFile::Take(std::u16string_view path,
 }
 
 bool HeldFile::IsAt(std::u16string_view path) const {
-  return Same(Machine().Inspect(path), _identity);
+  return IsSameFile(Machine().Inspect(path), _identity);
 }
 
 Status HeldFile::MakeBlank(std::string_view note) {

@@ -1,13 +1,17 @@
 #include "cli/outputs.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/console.h"
 #include "cli/destination.h"
 #include "cli/report.h"
+#include "cli/same_file.h"
 #include "cli/source_plan.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -29,9 +33,21 @@ std::u16string WholePath(std::u16string_view path) {
 
 bool SameFile(const std::u16string& a, const std::u16string& b) {
   if (WholePath(a) == WholePath(b)) return true;
-  const auto one = FileSystem::Default().Inspect(a), other = FileSystem::Default().Inspect(b);
-  return one.kind != platform::FileKind::kNone && one.kind == other.kind &&
-         one.device == other.device && one.identity == other.identity;
+  return IsSameFile(FileSystem::Default().Inspect(a), FileSystem::Default().Inspect(b));
+}
+
+// A file that has nothing in it, or what a run wrote. Whatever else is there may be mail, of which
+// not all begins as a mailbox does.
+bool MayBeReplaced(const std::u16string& path) {
+  const auto file = FileSystem::Default().Inspect(path);
+  if (file.kind != platform::FileKind::kFile || file.size == 0) return true;
+  std::array<char, 100> start{};
+  auto opened = FileSystem::Default().Open(path, FileSystem::OpenMode::kRead);
+  if (!opened.ok()) return true;  // the reason is told by whoever opens it for writing
+  const auto count = opened.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
+  const std::string_view text(start.data(), count.ok() ? *count : 0);
+  return text.starts_with("parvane ") || text.starts_with("ERROR: ") ||
+         text.find(kReportFormat) != text.npos;
 }
 
 // Where the mail is that a run has written which did not finish.
@@ -57,10 +73,16 @@ Status Outputs::CheckApart(std::initializer_list<const std::u16string*> outputs,
     });
     const bool isMail =
         same - taken.begin() < mail || LooksLikeMailbox(*output) || CheckIsPst(*output).ok();
-    if (isMail || same != taken.end()) {
-      return {platform::StatusCode::kInvalidArgument,
-              PathForDisplay(*output) +
-                  (isMail ? ": is mail, not a place for a log" : ": is given for two logs")};
+    std::string_view fault;
+    if (isMail) {
+      fault = ": is mail, not a place for a log";
+    } else if (same != taken.end()) {
+      fault = ": is given for two logs";
+    } else if (!MayBeReplaced(*output)) {
+      fault = ": is there already and no log of an earlier run; it is left as it is";
+    }
+    if (!fault.empty()) {
+      return {platform::StatusCode::kInvalidArgument, PathForDisplay(*output).append(fault)};
     }
     taken.push_back(*output);
   }
@@ -99,10 +121,12 @@ void Outputs::Tell(ConversionRecord& record, bool began) {
   if (!record.error.empty()) _logs.Both("ERROR: " + record.error);
   if (Status written = _logs.Flush(); !written.ok()) record.Fail(written);
   if (_report) {
-    if (Status written = _report->Write(Report(record)); !written.ok()) record.Fail(written);
+    if (Status written = _report->Write(record); !written.ok()) record.Fail(written);
   }
   if (ReportsToOutput()) {
-    if (!(WriteOutput(Report(record)) && FlushOutput())) {
+    bool told = true;
+    Report(record, [&](std::string_view text) { told = told && WriteOutput(text); });
+    if (!(told && FlushOutput())) {
       record.Fail(RunProblem::kOutputNotWritten,
                   "the report could not be written to standard output");
     }

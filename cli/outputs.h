@@ -21,7 +21,7 @@ class Outputs {
   Outputs(const ConvertOptions& options, Logs& logs) : _options(options), _logs(logs) {}
 
   // Begins the report; refuses a log or report that would replace mail (the sources, the PST, any
-  // mailbox or PST) or another of them.
+  // mailbox or PST), another of them, or anything else that no run has written.
   platform::Status Begin();
   // The same with the path of the PST as it is settled now; opens the logs.
   platform::Status Open(std::u16string_view destination, std::u16string_view partial);

@@ -2,6 +2,7 @@
 // changes its meaning, and in words for people. A new kind is a new row here.
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -22,6 +23,7 @@ enum class FailureKind {
   kNotSaved,
   kNotCommitted,
 };
+inline constexpr std::size_t kFailureKinds = 7;
 
 // Why a conversion could not finish, where no file says it by its status.
 enum class RunProblem {

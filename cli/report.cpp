@@ -32,9 +32,10 @@ void Path(JsonWriter& json, std::string_view key, const std::vector<std::u16stri
 // key.
 class ReportWriter {
  public:
-  explicit ReportWriter(const ConversionRecord& record) : _record(record) {}
+  ReportWriter(const ConversionRecord& record, const TakeText& take)
+      : _record(record), _take(take) {}
 
-  std::string Run() {
+  void Run() {
     const ExitCode outcome = Outcome(_record);
     _json.BeginObject();
     _json.Key("format").String(kReportFormat);
@@ -61,10 +62,17 @@ class ReportWriter {
     NotBegun();
     Timings();
     _json.EndObject();
-    return _json.Take();
+    _take(_json.Take());
   }
 
  private:
+  // Ends an entry of a list that may be long.
+  void EndEntry() {
+    constexpr std::size_t kPiece = 500;
+    _json.EndObject();
+    if (++_entries % kPiece == 0) _take(_json.Take());
+  }
+
   void Optional(std::string_view key, std::string_view text) {
     _json.Key(key);
     text.empty() ? _json.Null() : _json.String(text);
@@ -123,6 +131,11 @@ class ReportWriter {
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
     StateKept();
+    _json.Key("failures").BeginObject();
+    for (std::size_t i = 0; i < kFailureKinds; ++i) {
+      _json.Key(ReasonOf(static_cast<FailureKind>(i)).code).Number(_record.failuresOf[i]);
+    }
+    _json.EndObject();
     _json.Key("remarks").BeginObject();
     for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
       _json.Key(WordsOf(static_cast<engine::RemarkKind>(i)).code).Number(_record.remarks[i].total);
@@ -172,12 +185,12 @@ class ReportWriter {
 
   void Failures() {
     _json.Key("failures").BeginArray();
-    for (const FailedMessage& failure : _record.failures) {
+    for (const FailedMessage& failure : _record.failures.entries) {
       _json.BeginObject();
       Message(failure);
       Code(ReasonOf(failure.kind).code, ReasonText(failure));
       _json.Key("details").String(failure.details);
-      _json.EndObject();
+      EndEntry();
     }
     _json.EndArray();
   }
@@ -192,7 +205,7 @@ class ReportWriter {
         Code(words.code, words.heading);
         _json.Key("place").String(entry.remark.place);
         _json.Key("text").String(entry.remark.text);
-        _json.EndObject();
+        EndEntry();
       }
     }
     _json.EndArray();
@@ -207,7 +220,7 @@ class ReportWriter {
       _json.Key("contentType").String(entry.part.contentType);
       _json.Key("name").String(entry.part.name);
       _json.Key("bytes").Number(entry.part.size);
-      _json.EndObject();
+      EndEntry();
     }
     _json.EndArray();
   }
@@ -220,7 +233,7 @@ class ReportWriter {
       _json.Key("offset").Number(entry.offset);
       Code(ReasonOf(entry.reason).code, ReasonOf(entry.reason).text);
       _json.Key("line").String(entry.line);
-      _json.EndObject();
+      EndEntry();
     }
     _json.EndArray();
   }
@@ -241,7 +254,7 @@ class ReportWriter {
     _json.Key("detail").String(entry.detail);
     _json.Key("leftBehind").Bool(leftBehind);
     _json.Key("advice").String(reason.advice);
-    _json.EndObject();
+    EndEntry();
   }
 
   void ReadFailures() {
@@ -322,7 +335,9 @@ class ReportWriter {
   }
 
   const ConversionRecord& _record;
+  const TakeText& _take;
   JsonWriter _json;
+  std::uint64_t _entries = 0;
 };
 
 }  // namespace
@@ -337,6 +352,8 @@ ExitCode Outcome(const ConversionRecord& record) {
   return ExitCode::kDone;
 }
 
-std::string Report(const ConversionRecord& record) { return ReportWriter(record).Run(); }
+void Report(const ConversionRecord& record, const TakeText& take) {
+  ReportWriter(record, take).Run();
+}
 
 }  // namespace parvane::cli

@@ -1,6 +1,7 @@
 // The account of a conversion for people (the closing summary) and for programs (JSON).
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,8 @@ std::string SummaryOfNothing(const ConversionRecord& record);
 // version changes when one changes its meaning or goes.
 inline constexpr unsigned kReportVersion = 2;
 inline constexpr std::string_view kReportFormat = "parvane conversion report";
-std::string Report(const ConversionRecord& record);
+// Piece by piece, since the lists may be long.
+using TakeText = std::function<void(std::string_view)>;
+void Report(const ConversionRecord& record, const TakeText& take);
 
 }  // namespace parvane::cli

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "cli/report.h"
+#include "cli/same_file.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -40,10 +41,17 @@ bool IsReport(std::u16string_view path) {
          std::string_view(start.data(), *count).find(kReportFormat) != std::string_view::npos;
 }
 
-Status WriteNew(std::u16string_view path, std::string_view text) {
+// Null: nothing.
+Status WriteNew(std::u16string_view path, const ConversionRecord* record) {
   auto file = Files().Open(path, FileSystem::OpenMode::kCreateNew);
   if (!file.ok()) return file.status();
-  Status written = file.value()->WriteAt(0, std::as_bytes(std::span(text)));
+  if (record == nullptr) return {};
+  Status written;
+  std::uint64_t size = 0;
+  Report(*record, [&](std::string_view text) {
+    if (written.ok()) written = file.value()->WriteAt(size, std::as_bytes(std::span(text)));
+    size += text.size();
+  });
   return written.ok() ? file.value()->Flush() : written;
 }
 
@@ -58,7 +66,7 @@ Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
   }
   // Whether a file can be made there is best learned by making one.
   const std::u16string trial = TemporaryPath(report._path);
-  Status possible = WriteNew(trial, {});
+  Status possible = WriteNew(trial, nullptr);
   if (possible.ok()) possible = Files().Remove(trial);
   if (possible.ok() && kind == FileKind::kFile && IsReport(report._path))
     possible = Files().Remove(report._path);
@@ -77,17 +85,16 @@ Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
 // Nothing that has come since the run began: it may be the PST itself.
 bool ReportFile::MayReplace() const {
   const platform::FileInformation now = Files().Inspect(_path);
-  return now.kind == FileKind::kNone ||
-         (now.device == _replaced.device && now.identity == _replaced.identity) || IsReport(_path);
+  return now.kind == FileKind::kNone || IsSameFile(now, _replaced) || IsReport(_path);
 }
 
-Status ReportFile::Write(std::string_view report) const {
+Status ReportFile::Write(const ConversionRecord& record) const {
   if (!MayReplace()) {
     return Status(StatusCode::kExists, "report " + platform::PathForDisplay(_path) +
                                            ": what is there now is no report; it is left");
   }
   const std::u16string temporary = TemporaryPath(_path);
-  Status written = WriteNew(temporary, report);
+  Status written = WriteNew(temporary, &record);
   if (written.ok()) written = Files().Rename(temporary, _path, /*replace=*/true);
   if (!written.ok()) {
     (void)Files().Remove(temporary);

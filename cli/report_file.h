@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/conversion_record.h"
 #include "platform/file.h"
 #include "platform/status.h"
 
@@ -18,7 +19,7 @@ class ReportFile {
 
   // Under a name of its own first, which it changes for the report's when it is on the disk. Fails
   // when something other than a report has taken that name since Begin.
-  platform::Status Write(std::string_view report) const;
+  platform::Status Write(const ConversionRecord& record) const;
 
  private:
   explicit ReportFile(std::u16string path) : _path(std::move(path)) {}

@@ -123,7 +123,7 @@ void Witness::AddFailure(const Item& item, FailureKind kind, std::string detail,
   FailedMessage failure{item.folder, item.position,     item.offset,       item.messageId,
                         kind,        std::move(detail), std::move(details)};
   _logs.Both("FAILED: " + Describe(_record, failure));
-  _record.failures.push_back(std::move(failure));
+  _record.Add(std::move(failure));
 }
 
 void Witness::AddRemark(engine::Remark remark) {

@@ -234,14 +234,35 @@ TEST(JsonWriter, EscapesAndNests) {
       "  \"list\": [\n    1,\n    true,\n    null\n  ],\n  \"seconds\": 61.007\n}\n");
 }
 
+TEST(Lists, AreCutByTheirBytesAndEntriesButCounted) {
+  ConversionRecord record;
+  record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 0, 0, 0, 0});
+  for (std::uint64_t i = 0; i < kMostEntriesListed + 2; ++i) {
+    record.Add(FailedMessage{0, i, i, "", FailureKind::kNotParsed, "", ""});
+    if (i < 40) {
+      record.Add(MessageRemark{
+          0, i, i, "", {engine::RemarkKind::kRefused, "", std::string(1 << 20, 'x')}});
+    }
+  }
+  EXPECT_EQ(record.failures.entries.size(), kMostEntriesListed);
+  EXPECT_EQ(record.failures.total, kMostEntriesListed + 2);
+  EXPECT_EQ(record.failuresOf[static_cast<std::size_t>(FailureKind::kNotParsed)],
+            kMostEntriesListed + 2);
+  EXPECT_EQ(record.RemarksOf(engine::RemarkKind::kRefused).entries.size(), 31u);
+  EXPECT_EQ(record.RemarksOf(engine::RemarkKind::kRefused).total, 40u);
+  std::size_t largest = 0;
+  Report(record, [&](std::string_view text) { largest = std::max(largest, text.size()); });
+  EXPECT_LT(largest, std::size_t{32} << 20);
+}
+
 // What is rare in tests of the whole program: large files, long lists, dates.
 TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
   ConversionRecord record;
   record.destination = u"mail.pst";
   record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 1'200, 1'188, 12, 0});
   for (std::uint64_t i = 1; i <= 12; ++i) {
-    record.failures.push_back(
-        {0, i, 100 * i, i == 2 ? "<2@x>" : "", FailureKind::kNotConverted, "why", ""});
+    record.Add(
+        FailedMessage{0, i, 100 * i, i == 2 ? "<2@x>" : "", FailureKind::kNotConverted, "why", ""});
   }
   record.leftBehind.Add({u"a\x1b.txt", engine::SkipReason::kOtherExtension, ""});
   record.withoutDate = 2;

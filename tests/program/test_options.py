@@ -438,8 +438,13 @@ class Output(PstTest):
         source, log = self.source / 'Inbox.mbox', self.folder / 'log'
         other = self.folder / 'other.pst'
         self.convert(source, other)
-        before, pst = source.read_bytes(), other.read_bytes()
+        # No reader takes it for mail, but its owner does.
+        odd = self.source / 'odd'
+        odd.write_bytes(b'\nFrom a@b Fri Mar  1 07:00:00 2019\nSubject: odd\n\nbody\n')
+        before, pst, kept = source.read_bytes(), other.read_bytes(), odd.read_bytes()
         for arguments in (('--log', source, source), ('--report', source, self.source),
+                          ('--log', odd, source), ('--detailed-log', odd, source),
+                          ('--report', odd, source),
                           ('--log', other, source), ('--report', other, source),
                           ('--detailed-log', self.pst, source),
                           # Of what is not there yet, by other names.
@@ -450,8 +455,11 @@ class Output(PstTest):
                 run = self.parvane('convert', *arguments, self.pst, cwd=self.folder)
                 self.assertEqual(run.code, 3, run)
                 self.assertEqual(len(run.err.splitlines()), 1, run)
-                self.assertEqual((source.read_bytes(), other.read_bytes()), (before, pst))
+                self.assertEqual((source.read_bytes(), other.read_bytes(), odd.read_bytes()),
+                                 (before, pst, kept))
                 self.assertFalse(self.pst.exists())
+        for _ in range(2):
+            self.convert('--overwrite', '--log', log, source, self.pst)  # over its own log
 
     @linux
     def test_progress(self):

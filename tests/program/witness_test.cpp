@@ -52,9 +52,9 @@ TEST_F(WitnessTest, NamesAFailedMessageByWhatOfItsIdCanBeShown) {
   EXPECT_FALSE(witness.Cancel());
   Read();
   EXPECT_FALSE(witness.Cancel());
-  ASSERT_EQ(record.failures.size(), 2u);
-  EXPECT_EQ(record.failures[0].messageId, "<a@b>");
-  EXPECT_EQ(record.failures[1].messageId, "") << "the name of another message";
+  ASSERT_EQ(record.failures.entries.size(), 2u);
+  EXPECT_EQ(record.failures.entries[0].messageId, "<a@b>");
+  EXPECT_EQ(record.failures.entries[1].messageId, "") << "the name of another message";
 }
 
 TEST_F(WitnessTest, SplitsTheAccountOfAFolderThatGoesOnInAnother) {
@@ -80,8 +80,9 @@ TEST_F(WitnessTest, SplitsTheAccountOfAFolderThatGoesOnInAnother) {
     EXPECT_EQ(folder.written, folder.read);
     EXPECT_EQ(folder.bytes, 100 * folder.read);
   }
-  EXPECT_NE(Report(record).find("\"continuedFolders\": [\n    {\n      \"path\": [\n"),
-            std::string::npos);
+  std::string report;
+  Report(record, [&](std::string_view text) { report += text; });
+  EXPECT_NE(report.find("\"continuedFolders\": [\n    {\n      \"path\": [\n"), std::string::npos);
   EXPECT_NE(Summary(record).find("Mail / Inbox (2): its mail goes on in Mail / Inbox (3)"),
             std::string::npos);
 }
@@ -114,8 +115,8 @@ TEST_F(WitnessTest, TellsWhatAMessageWasWrittenWithout) {
   EXPECT_EQ(record.Written(), 4u);
   EXPECT_EQ(record.leftOutParts.total, 5u);
   EXPECT_EQ(Outcome(record), ExitCode::kMailLeftBehind);
-  ASSERT_EQ(record.failures.size(), 1u);
-  EXPECT_EQ(ReasonText(record.failures[0]),
+  ASSERT_EQ(record.failures.entries.size(), 1u);
+  EXPECT_EQ(ReasonText(record.failures.entries[0]),
             "could not be saved: x.pst: a message of 2 GiB or more");
   std::vector<std::string> told;
   for (const MessageRemark& entry : record.RemarksOf(engine::RemarkKind::kRefused).entries)
