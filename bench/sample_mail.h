@@ -11,15 +11,15 @@
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_email.h"
 #include "mime/facade/ts_string.h"
-#include "mime/transfer_encoding.h"
+#include "tests/support/transfer_encoders.h"
 
 namespace parvane::bench {
 
-using Tessary::EncodeBase64;
-using Tessary::EncodeQuotedPrintable;
 using Tessary::TsByteData;
 using Tessary::TsEmail;
 using Tessary::TsString;
+using test::EncodeBase64;
+using test::EncodeQuotedPrintable;
 
 struct Mailbox {
   std::string name;

@@ -201,7 +201,7 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
   }
 }
 
-void Witness::MessageRead(const engine::MessageLocation& message, std::string_view) {
+void Witness::MessageRead(const engine::MessageLocation& message) {
   if (!_copying) return;
   _item = {_folder,
            static_cast<std::uint64_t>(message.index) + 1,

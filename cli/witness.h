@@ -62,7 +62,7 @@ class Witness : public engine::SourceObserver,
   // ILogger
   void WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) override;
   // SourceObserver
-  void MessageRead(const engine::MessageLocation& message, std::string_view bytes) override;
+  void MessageRead(const engine::MessageLocation& message) override;
   void MessageNamed(const engine::MessageLocation& message, std::string_view messageId) override;
   void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
                           engine::SuspiciousSeparatorReason reason, std::string_view line) override;

@@ -111,10 +111,9 @@ class SourceObserver {
  public:
   virtual ~SourceObserver() = default;
 
-  // A message has been read from its file; exactly one call for each item a folder yields. `bytes`
-  // are the message's, `message.size` of them, and hold during the call; empty for a message that
-  // memory did not suffice for, of which the size alone is known.
-  virtual void MessageRead(const MessageLocation& /*message*/, std::string_view /*bytes*/) {}
+  // A message has been read from its file; exactly one call for each item a folder yields.
+  // Of a message that memory did not suffice for, the size alone is known.
+  virtual void MessageRead(const MessageLocation& /*message*/) {}
   // What the message's header says its Message-ID is, as it stands there: folds, blanks and all. No
   // call for a message without one, and for one that memory did not suffice to parse.
   virtual void MessageNamed(const MessageLocation& /*message*/, std::string_view /*messageId*/) {}

@@ -6,8 +6,11 @@
 #include "fuzz/expect.h"
 #include "mime/transfer_encoding.h"
 #include "platform/cpu.h"
+#include "tests/support/transfer_encoders.h"
 
 using namespace Tessary;
+using parvane::test::EncodeBase64;
+using parvane::test::EncodeQuotedPrintable;
 
 namespace {
 

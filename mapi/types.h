@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "platform/abi.h"
 #include "platform/time.h"
@@ -74,12 +73,6 @@ struct MAPIUID {
   BYTE ab[16];
   friend constexpr bool operator==(const MAPIUID&, const MAPIUID&) = default;
 };
-
-inline GUID ToGuid(const MAPIUID& uid) {
-  GUID guid;
-  std::memcpy(&guid, &uid, sizeof guid);
-  return guid;
-}
 
 // HRESULTs: negative is failure; positive values are warnings.
 constexpr bool Succeeded(HRESULT result) { return result >= 0; }

@@ -160,39 +160,4 @@ std::string DecodeBase64(std::string_view encoded) {
   return out;
 }
 
-std::string EncodeBase64(std::string_view bytes, std::size_t lineLength) {
-  const std::size_t characters = (bytes.size() + 2) / 3 * 4;
-  std::string out;
-  out.reserve(characters + (lineLength == 0 ? 0 : (characters / lineLength + 1) * 2));
-  const auto byte = [&](std::size_t i) {
-    return std::uint32_t{static_cast<unsigned char>(bytes[i])};
-  };
-  std::size_t column = 0;
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const std::size_t count = std::min<std::size_t>(bytes.size() - i, 3);
-    std::uint32_t bits = byte(i) << 16;
-    if (count > 1) bits |= byte(i + 1) << 8;
-    if (count > 2) bits |= byte(i + 2);
-    const char group[] = {kAlphabet[bits >> 18], kAlphabet[bits >> 12 & 63],
-                          count > 1 ? kAlphabet[bits >> 6 & 63] : '=',
-                          count > 2 ? kAlphabet[bits & 63] : '='};
-    if (lineLength == 0 || column + 4 <= lineLength) {
-      out.append(group, 4);
-      column += 4;
-      continue;
-    }
-    // The line ends inside the group, or before it.
-    for (const char c : group) {
-      if (column == lineLength) {
-        out += "\r\n";
-        column = 0;
-      }
-      out += c;
-      ++column;
-    }
-  }
-  if (lineLength != 0 && column > 0) out += "\r\n";
-  return out;
-}
-
 }  // namespace Tessary

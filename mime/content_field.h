@@ -33,7 +33,6 @@ class ContentField : public parvane::platform::PooledObject<ContentField> {
   // In the letter case of the message, without white space and comments.
   const std::string& value() const { return _value; }
   void SetValue(std::string_view value) { _value = value; }
-  const std::vector<Parameter>& parameters() const { return _parameters; }
   // Null when there is none of that (lower-case) name.
   const Parameter* Find(std::string_view name) const;
   // The value of that parameter, empty when there is none.

@@ -39,7 +39,6 @@ class DateValue {
 
   // Seconds since 1970-01-01 UTC. 0 when cleared.
   std::int64_t UnixSeconds() const { return _valid ? _seconds - _offset : 0; }
-  bool SetFromUnixSeconds(std::int64_t seconds);
   // The offset stated by the text, in seconds east of UTC.
   std::int32_t OffsetSeconds() const { return _offset; }
 

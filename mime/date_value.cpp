@@ -32,13 +32,6 @@ void PutTwo(unsigned value, char* out) {
 
 bool DateValue::SetFromRfc822(std::string_view text) { return DateParser::ParseRfc822(text, this); }
 
-bool DateValue::SetFromUnixSeconds(std::int64_t seconds) {
-  _valid = true;
-  _seconds = seconds;
-  _offset = 0;
-  return true;
-}
-
 bool DateValue::GetAsRfc822(bool local, std::string& out) const {
   out.clear();
   if (!_valid) return false;

@@ -74,7 +74,6 @@ class MimeMessage2 {
   unsigned charset() const;
   // The declared charset's name under the same rules.
   std::string_view charsetName() const;
-  bool isBinary() const { return _binary; }
 
   bool IsMultipart() const;
   bool ContentTypeIs(std::string_view type) const;

@@ -24,14 +24,15 @@ int HexDigit(char c) { return kHexDigits[static_cast<unsigned char>(c)]; }
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
 // Where the next byte stands that text does not simply copy: "=", CR or LF; else the end.
-std::size_t FindMark(std::string_view text, std::size_t from) {
-  return from +
-         parvane::platform::simd::FindQuotedPrintableMark(text.data() + from, text.size() - from);
+std::size_t FindMark(std::string_view text) {
+  return parvane::platform::simd::FindQuotedPrintableMark(text.data(), text.size());
 }
+
+}  // namespace
 
 // Writes behind what a string holds, without a check for each byte: there is room for all that the
 // input can give.
-class Writer {
+class QuotedPrintableDecoder::Writer {
  public:
   Writer(std::string& out, std::size_t room) : _out(out), _base(out.size()) {
     _out.resize(_base + room + kChunk);
@@ -62,88 +63,82 @@ class Writer {
   char* _at;
 };
 
-constexpr char kHex[] = "0123456789ABCDEF";
-constexpr std::size_t kLongestLine = 76;
-
-}  // namespace
-
-// What is held between pieces is either a run of blanks, or "=" followed by one hexadecimal digit
-// or by blanks.
 void QuotedPrintableDecoder::Append(std::string_view encoded, std::string& decoded) {
   Writer out(decoded, _held.size() + encoded.size());
-  std::size_t i = 0;
-  if (_skipLineFeed && !encoded.empty()) {
-    if (encoded[0] == '\n') ++i;
-    _skipLineFeed = false;
+  while (!encoded.empty()) {
+    if (_skipLineFeed) {
+      _skipLineFeed = false;
+      if (encoded.front() == '\n') encoded.remove_prefix(1);
+    } else if (!_held.empty() && _held.front() == '=') {
+      GoOnWithEscape(encoded, out);
+    } else {
+      TakeText(encoded, out);
+    }
   }
-  while (i < encoded.size()) {
-    if (!_held.empty() && _held[0] == '=') {
-      const char c = encoded[i];
-      const bool afterHex = _held.size() == 2 && HexDigit(_held[1]) >= 0;
-      if (afterHex && HexDigit(c) >= 0) {
-        out.Put(static_cast<char>(HexDigit(_held[1]) * 16 + HexDigit(c)));
-        _held.clear();
-        ++i;
-      } else if (_held.size() == 1 && HexDigit(c) >= 0) {
-        _held += c;
-        ++i;
-      } else if (!afterHex && IsBlank(c)) {
-        _held += c;
-        ++i;
-      } else if (!afterHex && (c == '\r' || c == '\n')) {
-        _held.clear();
-        ++i;
-        if (c == '\r') {
-          if (i == encoded.size()) {
-            _skipLineFeed = true;
-          } else if (encoded[i] == '\n') {
-            ++i;
-          }
-        }
-      } else {
-        // No escape after all. What follows the "=" is ordinary text, blanks perhaps at the end
-        // of a line among it.
-        std::size_t blanks = _held.size();
-        while (blanks > 1 && IsBlank(_held[blanks - 1])) --blanks;
-        out.Put(std::string_view(_held).substr(0, blanks));
-        _held.erase(0, blanks);
-      }
-      continue;
-    }
-    const std::size_t end = FindMark(encoded, i);
-    std::size_t solid = end;
-    while (solid > i && IsBlank(encoded[solid - 1])) --solid;
-    const bool atLineEnd = end < encoded.size() && encoded[end] != '=';
-    if (solid > i || (end < encoded.size() && !atLineEnd)) {
-      out.Put(_held);
-      _held.clear();
-    }
-    out.PutRun(encoded.substr(i, solid - i), encoded.data() + encoded.size());
-    if (end == encoded.size()) {
-      _held.append(encoded, solid, end - solid);
-      return;
-    }
-    if (atLineEnd) {
-      _held.clear();
-      i = end;
-      out.Put(encoded[i++]);
-      if (encoded[end] == '\r' && i < encoded.size() && encoded[i] == '\n') out.Put(encoded[i++]);
-      continue;
-    }
-    if (end > solid) out.Put(encoded.substr(solid, end - solid));
-    // The common escapes, without a detour over _held.
-    if (encoded.size() - end >= 3) {
-      const int high = HexDigit(encoded[end + 1]);
-      const int low = HexDigit(encoded[end + 2]);
-      if (high >= 0 && low >= 0) {
-        out.Put(static_cast<char>(high * 16 + low));
-        i = end + 3;
-        continue;
-      }
-    }
+}
+
+// With one byte more of what may be an escape or a soft line break.
+void QuotedPrintableDecoder::GoOnWithEscape(std::string_view& encoded, Writer& out) {
+  const char c = encoded.front();
+  const int high = _held.size() == 2 ? HexDigit(_held[1]) : -1;
+  if (high >= 0 && HexDigit(c) >= 0) {
+    out.Put(static_cast<char>(high * 16 + HexDigit(c)));
+    _held.clear();
+  } else if (high < 0 && (IsBlank(c) || (_held.size() == 1 && HexDigit(c) >= 0))) {
+    _held += c;
+  } else if (high < 0 && (c == '\r' || c == '\n')) {
+    _held.clear();
+    _skipLineFeed = c == '\r';
+  } else {
+    // No escape after all. What follows the "=" is ordinary text, blanks perhaps at the end of a
+    // line among it.
+    std::size_t solid = _held.size();
+    while (solid > 1 && IsBlank(_held[solid - 1])) --solid;
+    out.Put(std::string_view(_held).substr(0, solid));
+    _held.erase(0, solid);
+    return;
+  }
+  encoded.remove_prefix(1);
+}
+
+// Up to the next "=" or the end of the line, with that.
+void QuotedPrintableDecoder::TakeText(std::string_view& encoded, Writer& out) {
+  const std::size_t end = FindMark(encoded);
+  std::size_t solid = end;
+  while (solid > 0 && IsBlank(encoded[solid - 1])) --solid;
+  const std::string_view blanks = encoded.substr(solid, end - solid);
+  const bool goesOn = end == encoded.size();
+  const bool escape = !goesOn && encoded[end] == '=';
+  if (solid > 0 || escape) {
+    out.Put(_held);
+    _held.clear();
+  }
+  out.PutRun(encoded.substr(0, solid), encoded.data() + encoded.size());
+  if (goesOn) {
+    _held += blanks;
+    encoded = {};
+  } else if (escape) {
+    out.Put(blanks);
+    encoded.remove_prefix(end + 1);
+    BeginEscape(encoded, out);
+  } else {
+    _held.clear();
+    const std::size_t size = encoded.substr(end, 2) == "\r\n" ? 2 : 1;
+    out.Put(encoded.substr(end, size));
+    encoded.remove_prefix(end + size);
+  }
+}
+
+// Behind the "=". The common escapes take no detour over what is held.
+void QuotedPrintableDecoder::BeginEscape(std::string_view& encoded, Writer& out) {
+  const int high = encoded.size() < 2 ? -1 : HexDigit(encoded[0]);
+  const int low = high < 0 ? -1 : HexDigit(encoded[1]);
+  if (low < 0) {
     _held.assign(1, '=');
-    i = end + 1;
+    return;
   }
+  out.Put(static_cast<char>(high * 16 + low));
+  encoded.remove_prefix(2);
 }
 
 void QuotedPrintableDecoder::Finish(std::string& out) {
@@ -158,41 +153,6 @@ std::string DecodeQuotedPrintable(std::string_view encoded) {
   QuotedPrintableDecoder decoder;
   decoder.Append(encoded, out);
   decoder.Finish(out);
-  return out;
-}
-
-std::string EncodeQuotedPrintable(std::string_view bytes) {
-  std::string out;
-  out.reserve(bytes.size() + bytes.size() / 8);
-  std::size_t column = 0;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const char c = bytes[i];
-    const bool lineEnd = c == '\n' || (c == '\r' && i + 1 < bytes.size() && bytes[i + 1] == '\n');
-    if (lineEnd) {
-      if (c == '\r') ++i;
-      out += "\r\n";
-      column = 0;
-      continue;
-    }
-    const bool last = i + 1 == bytes.size() || bytes[i + 1] == '\n' ||
-                      (bytes[i + 1] == '\r' && i + 2 < bytes.size() && bytes[i + 2] == '\n');
-    const bool plain = (c > ' ' && c <= '~' && c != '=') || (IsBlank(c) && !last);
-    const std::size_t width = plain ? 1 : 3;
-    // A line that goes on needs room for its "=".
-    if (column + width > kLongestLine - (last ? 0 : 1)) {
-      out += "=\r\n";
-      column = 0;
-    }
-    if (plain) {
-      out += c;
-    } else {
-      const auto byte = static_cast<unsigned char>(c);
-      out += '=';
-      out += kHex[byte >> 4];
-      out += kHex[byte & 15];
-    }
-    column += width;
-  }
   return out;
 }
 

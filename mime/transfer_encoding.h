@@ -1,4 +1,4 @@
-// Content-Transfer-Encoding: decoding what is out there, encoding by the RFCs.
+// Content-Transfer-Encoding: decoding what is out there.
 //
 // Decoders take their input in pieces of any size and give the same bytes for every way of cutting
 // it. They never fail and lose no byte that was encoded: noise is skipped.
@@ -56,8 +56,17 @@ class QuotedPrintableDecoder {
   void Finish(std::string& out);
 
  private:
-  std::string _held;  // white space or a sequence begun, whose meaning the next bytes decide
-  bool _skipLineFeed = false;
+  class Writer;
+
+  // These take from the front of `encoded` what they used.
+  void GoOnWithEscape(std::string_view& encoded, Writer& out);
+  void TakeText(std::string_view& encoded, Writer& out);
+  void BeginEscape(std::string_view& encoded, Writer& out);
+
+  // What the next bytes decide about: a run of blanks, or "=" and behind it nothing, one
+  // hexadecimal digit or blanks.
+  std::string _held;
+  bool _skipLineFeed = false;  // the CR before it ended a soft line break
 };
 
 // uuencode. Everything before a line "begin <mode> <name>" and after "end" is left out; without a
@@ -83,11 +92,6 @@ class UuDecoder {
 std::string DecodeBase64(std::string_view encoded);
 std::string DecodeQuotedPrintable(std::string_view encoded);
 std::string DecodeUu(std::string_view encoded);
-
-// base64 in lines of 76 characters, each ended by CR LF; `lineLength` 0: one line without an end.
-std::string EncodeBase64(std::string_view bytes, std::size_t lineLength = 76);
-// quoted-printable text: line ends (CR LF or LF) come out as CR LF, lines are at most 76 long.
-std::string EncodeQuotedPrintable(std::string_view bytes);
 
 enum class TransferEncoding { kIdentity, kQuotedPrintable, kBase64, kUuencode };
 

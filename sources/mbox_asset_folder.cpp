@@ -116,7 +116,7 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
       }
       continue;
     }
-    if (observer) observer->MessageRead(*location, _message->view());
+    if (observer) observer->MessageRead(*location);
     if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
     auto asset = _message->lost() > 0 ? std::make_unique<MBOXEmailAsset>(observer, *location)
                                       : std::make_unique<MBOXEmailAsset>(

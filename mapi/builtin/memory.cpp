@@ -1,5 +1,6 @@
 #include "mapi/builtin/memory.h"
 
+#include <cstring>
 #include <limits>
 #include <new>
 

@@ -42,9 +42,6 @@ inline std::uint64_t LoadU64(std::span<const std::byte> bytes, std::size_t offse
   return detail::LoadInteger<std::uint64_t>(bytes, offset);
 }
 
-inline void StoreU8(std::span<std::byte> bytes, std::size_t offset, std::uint8_t value) {
-  bytes[offset] = static_cast<std::byte>(value);
-}
 inline void StoreU16(std::span<std::byte> bytes, std::size_t offset, std::uint16_t value) {
   detail::StoreInteger(bytes, offset, value);
 }

@@ -23,9 +23,9 @@ Result<BlockId> NodeDatabase::Impl::WriteBlock(std::span<const std::byte> bytes,
   }
   if (Status s = PrepareToModify(); !s.ok()) return s;
   const std::uint64_t size = BlockSizeOnDisk(bytes.size());
-  Result<FileOffset> offset = NewBlockPlace(size);
+  auto offset = NewBlockPlace(size);
   if (!offset.ok()) return offset.status();
-  Result<std::span<std::byte>> block = _buffer.Reserve(*_file, offset->value, size);
+  auto block = _buffer.Reserve(*_file, offset->value, size);
   if (!block.ok()) return Latch(block.status());
   const BlockId bid(current.nextBlockId | (internal ? 2U : 0U));
   current.nextBlockId += 4;
@@ -41,14 +41,14 @@ Result<BlockId> NodeDatabase::Impl::WriteBlock(std::span<const std::byte> bytes,
 
 Result<BlockPlace> NodeDatabase::Impl::FindBlock(BlockId bid) {
   if (const NewBlock* block = LooseOrNew(bid)) return block->place;
-  Result<BlockRecord> record = CommittedBlock(bid);
+  auto record = CommittedBlock(bid);
   if (!record.ok()) return record.status();
   return record->place;
 }
 
 Result<BlockSlice> NodeDatabase::Impl::ReadBlock(BlockId bid) {
   if (auto cached = _blockCache.Find(bid)) return std::move(*cached);
-  Result<BlockPlace> place = FindBlock(bid);
+  auto place = FindBlock(bid);
   if (!place.ok()) return place.status();
   const BlockPlace at = *place;
   const std::size_t size = BlockSizeOnDisk(at.dataSize);
@@ -75,7 +75,7 @@ Result<BlockSlice> NodeDatabase::Impl::ReadBlock(BlockId bid) {
 
 Status NodeDatabase::Impl::ReadExactly(std::uint64_t offset, std::span<std::byte> bytes) {
   if (_file == nullptr) return {StatusCode::kClosed, "the file is closed"};
-  Result<std::size_t> got = _file->ReadAt(offset, bytes);
+  auto got = _file->ReadAt(offset, bytes);
   if (!got.ok()) return got.status();
   if (*got != bytes.size()) {
     return {StatusCode::kCorrupt, "the file ends within the " + std::to_string(bytes.size()) +
@@ -91,14 +91,14 @@ Status NodeDatabase::Impl::PutNode(const NodeRecord& record) {
   if (Status s = PrepareToModify(); !s.ok()) return s;
   if (Status s = EnsureRoom(0); !s.ok()) return s;
   std::array<std::byte, kNodeEntrySize> entry;
-  Result<bool> exists = nodes.Find(record.nid.value, entry);
+  auto exists = nodes.Find(record.nid.value, entry);
   if (!exists.ok()) return exists.status();
   const NodeRecord old = *exists ? DecodeNode(entry) : NodeRecord{};
   const bool newData = record.data && record.data != old.data;
   const bool newSub = record.sub && record.sub != old.sub;
   for (const BlockId bid : {newData ? record.data : BlockId(), newSub ? record.sub : BlockId()}) {
     if (!bid) continue;
-    Result<bool> room = CanShare(bid);
+    auto room = CanShare(bid);
     if (!room.ok()) return room.status();
     if (!*room) {
       return {StatusCode::kTooBig, "block " + ToString(bid) + " has too many references"};
@@ -127,12 +127,12 @@ Status NodeDatabase::Impl::DeleteNode(NodeId nid) {
   if (Status s = PrepareToModify(); !s.ok()) return s;
   if (Status s = EnsureRoom(0); !s.ok()) return s;
   std::array<std::byte, kNodeEntrySize> entry;
-  Result<bool> exists = nodes.Find(nid.value, entry);
+  auto exists = nodes.Find(nid.value, entry);
   if (!exists.ok()) return exists.status();
   if (!*exists) return {StatusCode::kNotFound, "node " + ToString(nid)};
   const NodeRecord old = DecodeNode(entry);
   changed = true;
-  Result<bool> erased = nodes.Erase(nid.value);
+  auto erased = nodes.Erase(nid.value);
   if (!erased.ok()) return Latch(erased.status());
   for (const BlockId bid : {old.data, old.sub}) {
     if (!bid) continue;
@@ -175,7 +175,7 @@ Result<NodeId> NodeDatabase::Impl::AllocateNodeId(NodeKind kind) {
   for (const NodeKind k : group) {
     if (_countersProven) break;
     std::array<std::byte, kNodeEntrySize> entry;
-    Result<bool> taken = nodes.Find(NodeId(k, index).value, entry);
+    auto taken = nodes.Find(NodeId(k, index).value, entry);
     if (!taken.ok()) return taken.status();
     if (!*taken) continue;
     // A counter that lies: now the whole tree has to tell.
@@ -239,7 +239,6 @@ void NodeDatabase::GiveUp(const Status& why) { _impl->GiveUp(why); }
 Status NodeDatabase::PrepareToModify() { return _impl->WithPath(_impl->PrepareToModify()); }
 const std::u16string& NodeDatabase::path() const { return _impl->path; }
 CryptMethod NodeDatabase::crypt() const { return _impl->committed.crypt; }
-const OpenReport& NodeDatabase::openReport() const { return _impl->report; }
 bool NodeDatabase::mapsWereRebuilt() const { return _impl->mapsRebuilt; }
 bool NodeDatabase::sizeLimitReached() const { return _impl->sizeLimitReached; }
 std::uint64_t NodeDatabase::FileSize() const { return _impl->committed.endOfFile; }
@@ -247,7 +246,7 @@ std::uint32_t NodeDatabase::Unique() const { return _impl->committed.unique; }
 
 Result<std::optional<NodeRecord>> NodeDatabase::FindNode(NodeId nid) const {
   std::array<std::byte, kNodeEntrySize> entry;
-  Result<bool> found = _impl->nodes.Find(nid.value, entry);
+  auto found = _impl->nodes.Find(nid.value, entry);
   if (!found.ok()) return _impl->WithPath(found.status());
   if (!*found) return std::optional<NodeRecord>();
   return std::optional(DecodeNode(entry));
@@ -259,7 +258,7 @@ Status NodeDatabase::PutNode(const NodeRecord& record) {
 Status NodeDatabase::DeleteNode(NodeId nid) { return _impl->WithPath(_impl->DeleteNode(nid)); }
 
 Result<NodeId> NodeDatabase::AllocateNodeId(NodeKind kind) {
-  Result<NodeId> nid = _impl->AllocateNodeId(kind);
+  auto nid = _impl->AllocateNodeId(kind);
   return nid.ok() ? nid : Result<NodeId>(_impl->WithPath(nid.status()));
 }
 
@@ -268,22 +267,22 @@ Status NodeDatabase::ReserveNodeId(NodeId nid) {
 }
 
 Result<BlockId> NodeDatabase::WriteBlock(std::span<const std::byte> bytes) {
-  Result<BlockId> bid = _impl->WriteBlock(bytes, false);
+  auto bid = _impl->WriteBlock(bytes, false);
   return bid.ok() ? bid : Result<BlockId>(_impl->WithPath(bid.status()));
 }
 
 Result<BlockId> NodeDatabase::WriteInternalBlock(std::span<const std::byte> bytes) {
-  Result<BlockId> bid = _impl->WriteBlock(bytes, true);
+  auto bid = _impl->WriteBlock(bytes, true);
   return bid.ok() ? bid : Result<BlockId>(_impl->WithPath(bid.status()));
 }
 
 Result<BlockSlice> NodeDatabase::ReadBlock(BlockId bid) const {
-  Result<BlockSlice> block = _impl->ReadBlock(bid);
+  auto block = _impl->ReadBlock(bid);
   return block.ok() ? std::move(block) : Result<BlockSlice>(_impl->WithPath(block.status()));
 }
 
 Result<std::size_t> NodeDatabase::BlockDataSize(BlockId bid) const {
-  Result<BlockPlace> place = _impl->FindBlock(bid);
+  auto place = _impl->FindBlock(bid);
   if (!place.ok()) return _impl->WithPath(place.status());
   return static_cast<std::size_t>(place->dataSize);
 }
@@ -295,7 +294,7 @@ void NodeDatabase::AbandonBlockOnly(BlockId bid) { _impl->Abandon(bid, false); }
 bool NodeDatabase::IsLoose(BlockId bid) const { return _impl->IsLoose(bid); }
 
 Result<bool> NodeDatabase::CanShare(BlockId bid) const {
-  Result<bool> can = _impl->CanShare(bid);
+  auto can = _impl->CanShare(bid);
   return can.ok() ? can : Result<bool>(_impl->WithPath(can.status()));
 }
 

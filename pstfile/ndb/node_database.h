@@ -93,16 +93,6 @@ struct CreateOptions {
   OpenOptions open;
 };
 
-// What Open had to do without, or to make up for.
-struct OpenReport {
-  bool headerFromCopy = false;     // the header was torn; its copy was whole
-  bool headerFromPartial = false;  // only the first part of the header was whole
-  bool sizeMismatch = false;       // the file's size is not the one its header tells
-  // The allocation maps are not to be trusted: the last writer did not close the file. Reading
-  // needs no maps; the next Close of a modified file rebuilds them.
-  bool mapsInvalid = false;
-};
-
 class NodeDatabase {
  public:
   // Opens `path`. Fails with kNotFound, kAccessDenied ... as the file system does, kUnsupported for
@@ -146,7 +136,6 @@ class NodeDatabase {
 
   const std::u16string& path() const;  // the name asked for, not the temporary one
   CryptMethod crypt() const;
-  const OpenReport& openReport() const;
   bool mapsWereRebuilt() const;    // by this object, at Close or at the first modification
   bool sizeLimitReached() const;   // a write failed with kDiskFull for OpenOptions::sizeLimit
   std::uint64_t FileSize() const;  // as the last committed header tells

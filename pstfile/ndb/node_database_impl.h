@@ -74,7 +74,6 @@ class NodeDatabase::Impl : private PageSink {
   platform::FileSystem& files;
   std::u16string path;
   OpenOptions options;
-  OpenReport report;
   platform::Status status;  // why nothing may be modified any more
   FileHeader committed;     // as last written
   FileHeader current;       // counters as they are now
@@ -174,6 +173,7 @@ class NodeDatabase::Impl : private PageSink {
   bool _closed = false;
   bool _locked = false;
   std::array<std::byte, kHeaderSize> _headerAsRead{};
+  bool _headerIsPartial = false;  // only its first part was whole, and no copy is
   std::uint8_t _mapStateAtOpen = kMapsInvalid;
   // Of the space from here on this session knows all; the maps before it are only corrected.
   std::uint64_t _knownFrom = 0;

@@ -62,13 +62,13 @@ Status NodeDatabase::Impl::OpenFile(OpenMode mode) {
   _file = std::move(*file);
   if (Status s = ReadHeader(); !s.ok()) return s;
   StartFromHeader();
-  if (report.headerFromPartial) {
+  if (_headerIsPartial) {
     if (Status s = CompletePartialHeader(); !s.ok()) return s;
     StartFromHeader();
   }
   // A file whose roots cannot be read is refused now rather than at the first message.
   for (const BTree* tree : {&nodes, &blocks}) {
-    if (Result<std::optional<std::uint64_t>> last = tree->LastKey(); !last.ok()) {
+    if (auto last = tree->LastKey(); !last.ok()) {
       return last.status();
     }
   }
@@ -76,15 +76,13 @@ Status NodeDatabase::Impl::OpenFile(OpenMode mode) {
 }
 
 Status NodeDatabase::Impl::ReadHeader() {
-  Result<std::uint64_t> size = _file->Size();
+  auto size = _file->Size();
   if (!size.ok()) return size.status();
-  Result<std::size_t> got = _file->ReadAt(0, _headerAsRead);
+  auto got = _file->ReadAt(0, _headerAsRead);
   if (!got.ok()) return got.status();
   if (*got < kHeaderSize) return KindOf(std::span(_headerAsRead).first(*got)).status;
   if (Status s = ChooseHeader(_headerAsRead); !s.ok()) return s;
   if (Status s = committed.CheckFields(); !s.ok()) return s;
-  report.sizeMismatch = *size != committed.endOfFile;
-  report.mapsInvalid = committed.mapState != kMapsValid;
   _mapStateAtOpen = committed.mapState;
   return {};
 }
@@ -100,17 +98,16 @@ Status NodeDatabase::Impl::ChooseHeader(std::span<const std::byte, kHeaderSize> 
     return {};
   }
   std::array<std::byte, kHeaderSize> copy{};
-  Result<std::size_t> got = _file->ReadAt(kHeaderCopyOffset, copy);
+  auto got = _file->ReadAt(kHeaderCopyOffset, copy);
   if (got.ok() && *got == kHeaderSize && FileHeader::CheckKind(copy).ok() &&
       FileHeader::CheckFullCrc(copy).ok() && FileHeader::CheckPartialCrc(copy).ok()) {
     committed = FileHeader::Decode(copy);
-    report.headerFromCopy = true;
     return {};
   }
   if (!kind.ok()) return kind;
   if (!partial.ok()) return partial;
   committed = FileHeader::Decode(bytes);
-  report.headerFromPartial = true;
+  _headerIsPartial = true;
   // What the intact part does not cover is found out from the file itself, or is always the same.
   const auto tail = std::span(committed.raw).subspan(8 + 471);
   std::ranges::fill(tail, std::byte{0});
@@ -122,10 +119,10 @@ Status NodeDatabase::Impl::ChooseHeader(std::span<const std::byte, kHeaderSize> 
 }
 
 Status NodeDatabase::Impl::CompletePartialHeader() {
-  Result<std::optional<std::uint64_t>> last = blocks.LastKey();
+  auto last = blocks.LastKey();
   if (!last.ok()) return last.status();
   committed.nextBlockId = (last->value_or(0) & ~std::uint64_t{3}) + 4;
-  Result<CryptMethod> crypt = GuessCrypt();
+  auto crypt = GuessCrypt();
   if (!crypt.ok()) return crypt.status();
   committed.crypt = *crypt;
   return {};
@@ -136,7 +133,7 @@ Result<CryptMethod> NodeDatabase::Impl::GuessCrypt() {
   const Status unknown(StatusCode::kCorrupt,
                        "header: bCryptMethod is lost and the data do not tell");
   std::array<std::byte, kNodeEntrySize> entry;
-  Result<bool> found = nodes.Find(kNidMessageStore.value, entry);
+  auto found = nodes.Find(kNidMessageStore.value, entry);
   if (!found.ok()) return found.status();
   if (!*found) return unknown;
   BlockId bid = DecodeNode(entry).data;
@@ -147,7 +144,7 @@ Result<CryptMethod> NodeDatabase::Impl::GuessCrypt() {
     bid = below.front();
   }
   if (!bid || bid.IsInternal()) return unknown;
-  Result<BlockSlice> stored = ReadBlock(bid);  // as stored: the method is still kNone
+  auto stored = ReadBlock(bid);  // as stored: the method is still kNone
   if (!stored.ok()) return stored.status();
   _blockCache.Forget(bid);
   for (const CryptMethod method :
@@ -196,7 +193,7 @@ Status NodeDatabase::Impl::PrepareToModify() {
 }
 
 Status NodeDatabase::Impl::MarkAsChanging() {
-  Result<std::uint64_t> size = _file->Size();
+  auto size = _file->Size();
   if (!size.ok()) return size.status();
   const std::uint64_t end = _space.end();
   if (*size > end) {
@@ -252,7 +249,7 @@ Status NodeDatabase::Impl::OpenNewFile(const CreateOptions& create) {
   _creating = !_inPlace;  // from here on there is something to remove
   Status locked = _file->LockExclusive();
   if (!_inPlace || !locked.ok()) return locked;
-  Result<std::uint64_t> size = _file->Size();
+  auto size = _file->Size();
   if (!size.ok()) return size.status();
   return *size == 0 ? Status() : Status(StatusCode::kExists, "the file is not empty");
 }

@@ -91,8 +91,6 @@ struct StoreStatistics {
   std::uint64_t messagesCommitted = 0;  // of those, durable
   std::uint64_t foldersCreated = 0;
   std::uint64_t foldersCommitted = 0;
-  std::uint64_t bytesSaved = 0;  // sizes of the messages saved
-  std::uint64_t commits = 0;
 };
 
 struct FolderCounts {

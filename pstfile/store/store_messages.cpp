@@ -88,7 +88,6 @@ Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, b
   }
   ++s.messagesSinceCommit;
   ++s.statistics.messagesSaved;
-  s.statistics.bytesSaved += message.size;
   // The caller is told that it failed, so it was never accepted.
   if (Status saved = s.Checkpoint(); !saved.ok()) {
     --s.statistics.messagesSaved;
@@ -128,7 +127,6 @@ Status PstStore::ReplaceMessage(NodeId id, StoredMessage replacement) {
   }
   ++s.messagesSinceCommit;
   ++s.statistics.messagesSaved;
-  s.statistics.bytesSaved += replacement.size;
   if (Status saved = s.Checkpoint(); !saved.ok()) {
     --s.statistics.messagesSaved;
     return saved;

@@ -105,7 +105,6 @@ void PstStore::State::BreakOff() {
 Status PstStore::State::CommitAll() {
   if (Status flushed = FlushAll(); !flushed.ok()) return flushed;
   if (Status committed = database->Commit(); !committed.ok()) return committed;
-  ++statistics.commits;
   statistics.messagesCommitted = statistics.messagesSaved;
   statistics.foldersCommitted = statistics.foldersCreated;
   return {};

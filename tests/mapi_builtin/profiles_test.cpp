@@ -1,4 +1,6 @@
 // Profiles, services and log-on, odd paths included.
+#include <cstring>
+
 #include "tests/mapi_builtin/session_fixture.h"
 
 namespace parvane::mapi {

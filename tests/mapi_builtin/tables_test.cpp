@@ -1,4 +1,6 @@
 // Tables, recipients and attachments.
+#include <cstring>
+
 #include "tests/mapi_builtin/session_fixture.h"
 
 namespace parvane::mapi {

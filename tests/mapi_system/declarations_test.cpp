@@ -1,6 +1,7 @@
 // Our declarations of Extended MAPI against those of the system's headers: what this file asserts
 // about values, sizes, offsets and parameters fails at compile time.
 #include <array>
+#include <cstring>
 #include <string>
 #include <string_view>
 

@@ -1,4 +1,5 @@
 // parvanemapi.dll as another program meets it: by the names of its exports and nothing else.
+#include <cstring>
 #include <string>
 
 #include "mapi/mapi.h"

@@ -4,8 +4,13 @@
 
 #include "mime/transfer_encoding.h"
 #include "platform/cpu.h"
+#include "tests/support/transfer_encoders.h"
 
 namespace Tessary {
+
+using parvane::test::EncodeBase64;
+using parvane::test::EncodeQuotedPrintable;
+
 namespace {
 
 struct Case {

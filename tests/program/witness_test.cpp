@@ -39,7 +39,7 @@ struct WitnessTest : ::testing::Test {
     witness.BeginCopying();
     witness.BeginFolder(0);
   }
-  void Read() { witness.MessageRead({nullptr, items++, 0, 100}, {}); }
+  void Read() { witness.MessageRead({nullptr, items++, 0, 100}); }
   void Save() {
     ++pst.messagesSaved;
     EXPECT_FALSE(witness.Cancel());

@@ -202,8 +202,8 @@ TEST_F(TreeTest, ContradictoryDataTreesAreRefused) {
   const auto xblock = [&](std::uint8_t level, std::uint32_t total,
                           std::vector<BlockId> ids) -> BlockId {
     Bytes bytes(8 + 8 * ids.size());
-    StoreU8(bytes, 0, 1);
-    StoreU8(bytes, 1, level);
+    bytes[0] = std::byte{1};
+    bytes[1] = std::byte{level};
     StoreU16(bytes, 2, static_cast<std::uint16_t>(ids.size()));
     StoreU32(bytes, 4, total);
     for (std::size_t i = 0; i < ids.size(); ++i) StoreU64(bytes, 8 + 8 * i, ids[i].value);
@@ -331,8 +331,8 @@ TEST_F(TreeTest, DamagedSubnodeTreesAreRefusedAndGarbageIsIgnored) {
   const auto write = [&](std::uint8_t level, std::size_t size,
                          std::vector<std::uint64_t> values) -> BlockId {
     Bytes bytes(8 + 8 * values.size());
-    StoreU8(bytes, 0, 2);
-    StoreU8(bytes, 1, level);
+    bytes[0] = std::byte{2};
+    bytes[1] = std::byte{level};
     StoreU16(bytes, 2, static_cast<std::uint16_t>(8 * values.size() / size));
     for (std::size_t i = 0; i < values.size(); ++i) StoreU64(bytes, 8 + 8 * i, values[i]);
     auto bid = db->WriteInternalBlock(bytes);

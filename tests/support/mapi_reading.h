@@ -1,6 +1,7 @@
 // Reading MAPI objects back in tests, through the published interfaces alone.
 #pragma once
 
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
