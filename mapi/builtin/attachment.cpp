@@ -31,11 +31,9 @@ HRESULT FindOfAttachment(StoreCore& core, PropertyReader& reader,
 }
 
 Attachment::Attachment(StoreCorePtr core, Message& message, ULONG number, bool writable)
-    : _core(std::move(core)),
+    : TransactedObject(std::move(core), writable),
       _message(ComPointer<Message>::Share(&message)),
-      _properties(*_core),
-      _number(number),
-      _writable(writable) {}
+      _number(number) {}
 
 Attachment* Attachment::Create(StoreCorePtr core, Message& message, ULONG number) {
   auto attachment =
@@ -59,8 +57,6 @@ HRESULT Attachment::Open(StoreCorePtr core, Message& message, const Message::Slo
 Attachment::~Attachment() {
   if (_embedded && _core->store() != nullptr) _core->store()->Abandon(*_embedded);
 }
-
-HRESULT Attachment::Prepare() { return _core->store() == nullptr ? MAPI_E_END_OF_SESSION : S_OK; }
 
 HRESULT Attachment::OpenReader(PropertyReader*& reader) {
   reader = nullptr;
@@ -114,19 +110,11 @@ bool Attachment::IsComputed(ULONG tag) const {
   return IsIdentity(id) || id == PropId(PR_ATTACH_NUM) || id == PropId(PR_ATTACH_SIZE);
 }
 
-HRESULT Attachment::Set(const SPropValue& value) {
-  return _properties.Set(value, kDefaultHtmlCodePage);
-}
-
 HRESULT Attachment::Remove(ULONG id) {
-  PropertyReader* reader = nullptr;
-  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
-  if (id == kDataId && _embedded) {
-    _core->store()->Abandon(*_embedded);
-    _embedded.reset();
-    return S_OK;
-  }
-  return _properties.Remove(id, reader);
+  if (id != kDataId || !_embedded || _core->store() == nullptr) return TransactedObject::Remove(id);
+  _core->store()->Abandon(*_embedded);
+  _embedded.reset();
+  return S_OK;
 }
 
 HRESULT Attachment::OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) {
@@ -135,42 +123,14 @@ HRESULT Attachment::OpenValue(ULONG id, Value& value, std::optional<pstfile::Val
   return _properties.Open(id, base, value, reader);
 }
 
-HRESULT Attachment::InstallBytes(ULONG tag, std::span<const std::byte> bytes) {
-  _properties.SetBytes(tag, bytes);
-  return S_OK;
+HRESULT Attachment::OpenOther(ULONG tag, const IID& wanted, ULONG options, ULONG flags,
+                              IUnknown** out) {
+  return wanted == IID_IMessage && tag == PR_ATTACH_DATA_OBJ
+             ? OpenEmbedded(flags, &wanted, out)
+             : TransactedObject::OpenOther(tag, wanted, options, flags, out);
 }
 
-HRESULT Attachment::InstallStored(ULONG tag, const pstfile::StoredValue& stored) {
-  _properties.SetStored(tag, stored);
-  return S_OK;
-}
-
-HRESULT Attachment::OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                                 ULONG ulFlags, IUnknown** lppUnk) {
-  return Guarded([&]() -> HRESULT {
-    if (!ClearOut(lppUnk) || lpiid == nullptr || PropType(ulPropTag) == PT_UNSPECIFIED) {
-      return MAPI_E_INVALID_PARAMETER;
-    }
-    if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (*lpiid == IID_IMessage) {
-      if (ulPropTag != PR_ATTACH_DATA_OBJ) return MAPI_E_NO_SUPPORT;
-      return OpenEmbedded(ulFlags, lpiid, lppUnk);
-    }
-    if (*lpiid == IID_IMAPITable || *lpiid == IID_IStreamDocfile) return MAPI_E_NO_SUPPORT;
-    if (!(*lpiid == IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    if ((ulFlags & (MAPI_CREATE | MAPI_MODIFY)) != 0 && IsComputed(ulPropTag)) {
-      return MAPI_E_NO_ACCESS;
-    }
-    IStream* stream = nullptr;
-    const HRESULT result =
-        OpenPropertyStream(*this, ulPropTag, ulInterfaceOptions, ulFlags, _writable, &stream);
-    *lppUnk = stream;
-    return result;
-  });
-}
-
-// ---- The message inside
-// ---------------------------------------------------------------------------
+// ---- The message inside -------------------------------------------------------------------------
 
 HRESULT Attachment::LocateEmbedded(pstfile::ObjectLocation& location) {
   if (_embedded) {
@@ -223,24 +183,6 @@ HRESULT Attachment::PutEmbedded(pstfile::StoredMessage message) {
 }
 
 // ---- Saving -------------------------------------------------------------------------------------
-
-HRESULT Attachment::SaveChanges(ULONG ulFlags) {
-  return Guarded([&]() -> HRESULT {
-    if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (!_writable) return MAPI_E_NO_ACCESS;
-    // What a failed save has given back cannot be saved again.
-    if (Failed(_failure)) return _failure;
-    const bool changed = !_saved || _properties.modified() || _embedded;
-    if (changed) {
-      // Stays when an exception leaves it half done.
-      _failure = MAPI_E_NOT_ENOUGH_MEMORY;
-      _failure = WriteOut();
-    }
-    if (Failed(_failure)) return _failure;
-    if (EndsWriting(ulFlags)) _writable = false;
-    return S_OK;
-  });
-}
 
 HRESULT Attachment::WriteOut() {
   pstfile::PstStore& store = *_core->store();

@@ -20,10 +20,9 @@ bool Contains(const std::vector<ULONG>& tags, ULONG id) {
 }  // namespace
 
 Folder::Folder(StoreCorePtr core, IUnknown* parent, NodeId node, bool writable)
-    : _core(std::move(core)),
+    : ImmediateObject(std::move(core), writable),
       _parent(ComPointer<IUnknown>::Share(parent)),
-      _node(node),
-      _writable(writable) {}
+      _node(node) {}
 
 HRESULT Folder::Open(StoreCorePtr core, IUnknown* parent, NodeId node, bool writable,
                      Folder** out) {
@@ -49,14 +48,8 @@ HRESULT Folder::Prepare() {
   pstfile::PstStore* store = _core->store();
   if (store == nullptr) return MAPI_E_END_OF_SESSION;
   auto reader = store->OpenFolderProperties(_node);
-  if (!reader.ok()) {
-    return reader.status().code() == platform::StatusCode::kNotFound ? MAPI_E_OBJECT_DELETED
-                                                                     : _core->Note(reader.status());
-  }
-  _reader.emplace(std::move(reader).value());
-  _pending.Clear();
-  _pendingRemovals.clear();
-  return S_OK;
+  if (reader.status().code() == platform::StatusCode::kNotFound) return MAPI_E_OBJECT_DELETED;
+  return Begin(std::move(reader));
 }
 
 HRESULT Folder::ListTags(std::vector<ULONG>& tags) {
@@ -80,65 +73,23 @@ bool Folder::IsComputed(ULONG tag) const {
   return IsIdentity(PropId(tag)) || Contains(ComputedFolderTags(), PropId(tag));
 }
 
-HRESULT Folder::Set(const SPropValue& value) {
-  return StoreValue(value, kDefaultHtmlCodePage, _pending);
-}
-
 HRESULT Folder::Remove(ULONG id) {
-  if (!_reader->TagOf(static_cast<std::uint16_t>(id))) return MAPI_E_NOT_FOUND;
-  if (id == PropId(PR_DISPLAY_NAME_W)) return MAPI_E_NO_ACCESS;
-  _pendingRemovals.push_back(static_cast<std::uint16_t>(id));
-  return S_OK;
+  const bool isName = id == PropId(PR_DISPLAY_NAME_W);
+  return isName && _reader->TagOf(static_cast<std::uint16_t>(id)) ? MAPI_E_NO_ACCESS
+                                                                  : ImmediateObject::Remove(id);
 }
 
-HRESULT Folder::FlushChanges() {
-  if (_pending.empty() && _pendingRemovals.empty()) return S_OK;
-  _reader.reset();
-  const Status status = _core->store()->ChangeFolderProperties(_node, _pending, _pendingRemovals);
-  _pending.Clear();
-  _pending.ShrinkToFit();  // callers keep thousands of folders open
-  _pendingRemovals.clear();
-  _core->Publish();
-  return status.ok() ? S_OK : _core->Note(status);
-}
-
-HRESULT Folder::SaveChanges(ULONG) {
-  return _core->store() == nullptr ? MAPI_E_END_OF_SESSION : S_OK;
-}
-
-HRESULT Folder::OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) {
-  return OpenInFile(*_core, *_reader, id, value, reader);
-}
-
-HRESULT Folder::OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                             ULONG ulFlags, IUnknown** lppUnk) {
-  return Guarded([&]() -> HRESULT {
-    if (!ClearOut(lppUnk) || lpiid == nullptr || PropType(ulPropTag) == PT_UNSPECIFIED) {
-      return MAPI_E_INVALID_PARAMETER;
+HRESULT Folder::OpenOther(ULONG tag, const IID& wanted, ULONG options, ULONG flags,
+                          IUnknown** out) {
+  auto** table = reinterpret_cast<IMAPITable**>(out);
+  if (wanted == IID_IMAPITable) {
+    if (tag == PR_CONTAINER_CONTENTS) return GetContentsTable(options, table);
+    if (tag == PR_CONTAINER_HIERARCHY) return GetHierarchyTable(options, table);
+    if (tag == PR_FOLDER_ASSOCIATED_CONTENTS) {
+      return GetContentsTable(options | MAPI_ASSOCIATED, table);
     }
-    if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (*lpiid == IID_IMAPITable) {
-      auto** table = reinterpret_cast<IMAPITable**>(lppUnk);
-      switch (ulPropTag) {
-        case PR_CONTAINER_CONTENTS:
-          return GetContentsTable(ulInterfaceOptions, table);
-        case PR_CONTAINER_HIERARCHY:
-          return GetHierarchyTable(ulInterfaceOptions, table);
-        case PR_FOLDER_ASSOCIATED_CONTENTS:
-          return GetContentsTable(ulInterfaceOptions | MAPI_ASSOCIATED, table);
-        default:
-          return MAPI_E_NO_SUPPORT;
-      }
-    }
-    if (*lpiid == IID_IMessage) return MAPI_E_NO_SUPPORT;
-    if (!(*lpiid == IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    if ((ulFlags & (MAPI_CREATE | MAPI_MODIFY)) != 0) return MAPI_E_NO_SUPPORT;
-    IStream* stream = nullptr;
-    const HRESULT result =
-        OpenPropertyStream(*this, ulPropTag, ulInterfaceOptions, ulFlags, false, &stream);
-    *lppUnk = stream;
-    return result;
-  });
+  }
+  return ImmediateObject::OpenOther(tag, wanted, options, flags, out);
 }
 
 // ---- Tables and entries -------------------------------------------------------------------------

@@ -5,14 +5,13 @@
 #include <vector>
 
 #include "mapi/builtin/identity.h"
-#include "mapi/builtin/property_object.h"
-#include "mapi/builtin/stream.h"
+#include "mapi/builtin/store_object.h"
 #include "mapi/com_pointer.h"
 #include "mapi/folder.h"
 
 namespace parvane::mapi::builtin {
 
-class Folder final : public PropertyObject<IMAPIFolder>, public StreamHost {
+class Folder final : public ImmediateObject<IMAPIFolder> {
  public:
   // `parent` is kept alive.
   static HRESULT Open(StoreCorePtr core, IUnknown* parent, pstfile::NodeId node, bool writable,
@@ -22,9 +21,6 @@ class Folder final : public PropertyObject<IMAPIFolder>, public StreamHost {
     return iid == IID_IMAPIFolder || iid == IID_IMAPIContainer || iid == IID_IMAPIProp;
   }
 
-  HRESULT PARVANE_STDCALL SaveChanges(ULONG ulFlags) override;
-  HRESULT PARVANE_STDCALL OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                                       ULONG ulFlags, IUnknown** lppUnk) override;
   HRESULT PARVANE_STDCALL GetContentsTable(ULONG ulFlags, IMAPITable** lppTable) override;
   HRESULT PARVANE_STDCALL GetHierarchyTable(ULONG ulFlags, IMAPITable** lppTable) override;
   HRESULT PARVANE_STDCALL OpenEntry(ULONG cbEntryID, ENTRYID* lpEntryID, const IID* lpInterface,
@@ -57,35 +53,24 @@ class Folder final : public PropertyObject<IMAPIFolder>, public StreamHost {
   HRESULT Prepare() override;
   HRESULT ListTags(std::vector<ULONG>& tags) override;
   HRESULT Find(ULONG id, Value& value) override;
-  bool IsWritable() const override { return _writable; }
   bool IsComputed(ULONG tag) const override;
-  HRESULT Set(const SPropValue& value) override;
   HRESULT Remove(ULONG id) override;
-  HRESULT FlushChanges() override;
-  StoreCore* NameScope() override { return _core.get(); }
-
-  // Streams on a folder's properties only read.
-  IUnknown* Anchor() override { return static_cast<IMAPIFolder*>(this); }
-  StoreCore& Core() override { return *_core; }
-  HRESULT OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) override;
-  HRESULT InstallBytes(ULONG, std::span<const std::byte>) override { return MAPI_E_NO_SUPPORT; }
-  HRESULT InstallStored(ULONG, const pstfile::StoredValue&) override { return MAPI_E_NO_SUPPORT; }
-  unsigned StreamCodePage() override { return kDefaultHtmlCodePage; }
 
  private:
   Folder(StoreCorePtr core, IUnknown* parent, pstfile::NodeId node, bool writable);
   Identity MakeIdentity() const;
+  HRESULT OpenOther(ULONG tag, const IID& wanted, ULONG options, ULONG flags,
+                    IUnknown** out) override;
+  platform::Status Change(pstfile::PstStore& store, const pstfile::PropertyList& set,
+                          const std::vector<std::uint16_t>& removed) override {
+    return store.ChangeFolderProperties(_node, set, removed);
+  }
   HRESULT OpenOrCreateFolder(const std::u16string& name, const std::u16string& comment,
                              bool openExisting, pstfile::NodeId& node);
 
-  StoreCorePtr _core;
   ComPointer<IUnknown> _parent;
   pstfile::NodeId _node;
   pstfile::NodeId _parentNode;
-  std::optional<pstfile::PropertyReader> _reader;  // as of the current call
-  pstfile::PropertyList _pending;                  // set in the current call
-  std::vector<std::uint16_t> _pendingRemovals;
-  bool _writable;
 };
 
 // IMsgStore::OpenEntry and IMAPIContainer::OpenEntry. No entry id: `top`.

@@ -15,7 +15,9 @@ namespace parvane::mapi::builtin {
 using pstfile::PropertyReader;
 
 Message::Message(MessagePlace place)
-    : _place(std::move(place)), _properties(*_place.core), _recipients(*_place.core) {}
+    : TransactedObject(std::move(place.core), place.writable),
+      _place(std::move(place)),
+      _recipients(*_core) {}
 
 Message* Message::Create(MessagePlace place) {
   auto message = ComPointer<Message>::Attach(new Message(std::move(place)));
@@ -40,27 +42,23 @@ HRESULT Message::Open(MessagePlace place, Message** out) {
 Message::~Message() { AbandonPending(); }
 
 void Message::AbandonPending() {
-  pstfile::PstStore* store = _place.core->store();
+  pstfile::PstStore* store = _core->store();
   for (Slot& slot : _attachments) {
     if (slot.pending && store != nullptr) store->Abandon(*slot.pending);
     slot.pending.reset();
   }
 }
 
-HRESULT Message::Prepare() {
-  return _place.core->store() == nullptr ? MAPI_E_END_OF_SESSION : S_OK;
-}
-
 HRESULT Message::OpenReader(PropertyReader*& reader) {
   reader = nullptr;
-  if (_place.core->store() == nullptr) return MAPI_E_END_OF_SESSION;
+  if (_core->store() == nullptr) return MAPI_E_END_OF_SESSION;
   if (!_inFile) return S_OK;
   if (!_reader) {
-    pstfile::PstStore& store = *_place.core->store();
+    pstfile::PstStore& store = *_core->store();
     auto opened =
         IsEmbedded() ? pstfile::MessageReader::Open(store.database(), _place.location, _place.depth)
                      : store.OpenMessage(_place.node);
-    if (!opened.ok()) return _place.core->Note(opened.status());
+    if (!opened.ok()) return _core->Note(opened.status());
     _reader.emplace(std::move(opened).value());
   }
   reader = &_reader->properties();
@@ -68,8 +66,7 @@ HRESULT Message::OpenReader(PropertyReader*& reader) {
 }
 
 Identity Message::MakeIdentity() const {
-  return {MAPI_MESSAGE, IsEmbedded() ? pstfile::NodeId{} : _place.node, _place.folder,
-          _place.writable};
+  return {MAPI_MESSAGE, IsEmbedded() ? pstfile::NodeId{} : _place.node, _place.folder, _writable};
 }
 
 // ---- Properties ---------------------------------------------------------------------------------
@@ -97,7 +94,7 @@ HRESULT Message::ListTags(std::vector<ULONG>& tags) {
 }
 
 HRESULT Message::Find(ULONG id, Value& value) {
-  if (IsIdentity(id)) return FindIdentity(*_place.core, MakeIdentity(), id, value);
+  if (IsIdentity(id)) return FindIdentity(*_core, MakeIdentity(), id, value);
   PropertyReader* reader = nullptr;
   if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
   if (id == PropId(PR_MESSAGE_RECIPIENTS) || id == PropId(PR_MESSAGE_ATTACHMENTS)) {
@@ -114,24 +111,12 @@ HRESULT Message::Find(ULONG id, Value& value) {
   }
   return FindDerived(
       [&](ULONG stored, Value& found) {
-        return reader == nullptr ? MAPI_E_NOT_FOUND
-                                 : FindInFile(*_place.core, *reader, stored, found);
+        return reader == nullptr ? MAPI_E_NOT_FOUND : FindInFile(*_core, *reader, stored, found);
       },
       id, value);
 }
 
 bool Message::IsComputed(ULONG tag) const { return IsComputedOfMessage(PropId(tag), _inFile); }
-
-HRESULT Message::Set(const SPropValue& value) {
-  const bool wideHtml = value.ulPropTag == PR_BODY_HTML_W;
-  return _properties.Set(value, wideHtml ? HtmlCodePage() : kDefaultHtmlCodePage);
-}
-
-HRESULT Message::Remove(ULONG id) {
-  PropertyReader* reader = nullptr;
-  if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
-  return _properties.Remove(id, reader);
-}
 
 HRESULT Message::OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) {
   PropertyReader* base = nullptr;
@@ -143,42 +128,14 @@ HRESULT Message::OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueR
   return Succeeded(result) && value.large ? _properties.Open(id, base, value, reader) : result;
 }
 
-HRESULT Message::InstallBytes(ULONG tag, std::span<const std::byte> bytes) {
-  _properties.SetBytes(tag, bytes);
-  return S_OK;
-}
-
-HRESULT Message::InstallStored(ULONG tag, const pstfile::StoredValue& stored) {
-  _properties.SetStored(tag, stored);
-  return S_OK;
-}
-
-HRESULT Message::OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                              ULONG ulFlags, IUnknown** lppUnk) {
-  return Guarded([&]() -> HRESULT {
-    if (!ClearOut(lppUnk) || lpiid == nullptr || PropType(ulPropTag) == PT_UNSPECIFIED) {
-      return MAPI_E_INVALID_PARAMETER;
-    }
-    if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (*lpiid == IID_IMAPITable) {
-      auto** table = reinterpret_cast<IMAPITable**>(lppUnk);
-      if (ulPropTag == PR_MESSAGE_RECIPIENTS) return GetRecipientTable(ulInterfaceOptions, table);
-      if (ulPropTag == PR_MESSAGE_ATTACHMENTS) {
-        return GetAttachmentTable(ulInterfaceOptions, table);
-      }
-      return MAPI_E_NO_SUPPORT;
-    }
-    if (*lpiid == IID_IMessage || *lpiid == IID_IStreamDocfile) return MAPI_E_NO_SUPPORT;
-    if (!(*lpiid == IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    if ((ulFlags & (MAPI_CREATE | MAPI_MODIFY)) != 0 && IsComputed(ulPropTag)) {
-      return MAPI_E_NO_ACCESS;
-    }
-    IStream* stream = nullptr;
-    const HRESULT result =
-        OpenPropertyStream(*this, ulPropTag, ulInterfaceOptions, ulFlags, _place.writable, &stream);
-    *lppUnk = stream;
-    return result;
-  });
+HRESULT Message::OpenOther(ULONG tag, const IID& wanted, ULONG options, ULONG flags,
+                           IUnknown** out) {
+  auto** table = reinterpret_cast<IMAPITable**>(out);
+  if (wanted == IID_IMAPITable) {
+    if (tag == PR_MESSAGE_RECIPIENTS) return GetRecipientTable(options, table);
+    if (tag == PR_MESSAGE_ATTACHMENTS) return GetAttachmentTable(options, table);
+  }
+  return TransactedObject::OpenOther(tag, wanted, options, flags, out);
 }
 
 // ---- Recipients ---------------------------------------------------------------------------------
@@ -188,10 +145,10 @@ HRESULT Message::LoadRecipients() {
   PropertyReader* reader = nullptr;
   if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
   auto table = _reader->Recipients();
-  if (!table.ok()) return _place.core->Note(table.status());
+  if (!table.ok()) return _core->Note(table.status());
   if (table->has_value()) {
     const platform::Status status = _recipients.Load(**table);
-    if (!status.ok()) return _place.core->Note(status);
+    if (!status.ok()) return _core->Note(status);
   }
   _recipientsLoaded = true;
   return S_OK;
@@ -201,7 +158,7 @@ HRESULT Message::ModifyRecipients(ULONG ulFlags, ADRLIST* lpMods) {
   return Guarded([&]() -> HRESULT {
     if (const HRESULT result = Prepare(); Failed(result)) return result;
     if (lpMods == nullptr) return MAPI_E_INVALID_PARAMETER;
-    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (!_writable) return MAPI_E_NO_ACCESS;
     if (const HRESULT result = LoadRecipients(); Failed(result)) return result;
     const HRESULT result = _recipients.Modify(ulFlags, *lpMods);
     if (Succeeded(result)) _recipientsModified = true;
@@ -223,7 +180,7 @@ HRESULT Message::SubmitMessage(ULONG) { return MAPI_E_NO_SUPPORT; }
 HRESULT Message::SetReadFlag(ULONG ulFlags) {
   return Guarded([&]() -> HRESULT {
     if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (!_writable) return MAPI_E_NO_ACCESS;
     Value value;
     if (const HRESULT result = Find(PropId(PR_MESSAGE_FLAGS), value); Failed(result)) {
       return result;
@@ -232,9 +189,7 @@ HRESULT Message::SetReadFlag(ULONG ulFlags) {
     if ((ulFlags & CLEAR_READ_FLAG) != 0) flags &= ~std::uint64_t{MSGFLAG_READ};
     if (flags == value.scalar) return S_OK;
     // Takes effect at once, but must not publish what the caller has not saved yet.
-    const bool quiet =
-        _inFile && !_properties.modified() && !_recipientsModified && !_attachmentsModified;
-    if (IsNew() || quiet) {
+    if (IsNew() || !IsChanged()) {
       _properties.SetScalar(PR_MESSAGE_FLAGS, flags);
       if (!IsNew()) _failure = WriteOut();
       return _failure;
@@ -251,7 +206,7 @@ HRESULT Message::LoadAttachments() {
   PropertyReader* reader = nullptr;
   if (const HRESULT result = OpenReader(reader); Failed(result)) return result;
   auto nodes = _reader->AttachmentNodes();
-  if (!nodes.ok()) return _place.core->Note(nodes.status());
+  if (!nodes.ok()) return _core->Note(nodes.status());
   for (const pstfile::NodeId node : *nodes) {
     _attachments.push_back({_nextAttachment++, node, std::nullopt});
   }
@@ -272,7 +227,7 @@ Message::Slot* Message::SlotOf(ULONG number) {
 
 HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>& reader,
                                 pstfile::ObjectLocation& location) {
-  StoreCore& core = *_place.core;
+  StoreCore& core = *_core;
   if (core.store() == nullptr) return MAPI_E_END_OF_SESSION;
   if (slot.pending) {
     location = {slot.pending->node, slot.pending->data, slot.pending->subnodes};
@@ -291,21 +246,21 @@ HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>&
 
 HRESULT Message::CheckRoomForAttachment() const {
   if (_attachments.size() < pstfile::kMaxAttachments) return S_OK;
-  return _place.core->Note({platform::StatusCode::kTooBig,
-                            "a message holds no more than " +
-                                std::to_string(pstfile::kMaxAttachments) + " attachments"});
+  return _core->Note({platform::StatusCode::kTooBig, "a message holds no more than " +
+                                                         std::to_string(pstfile::kMaxAttachments) +
+                                                         " attachments"});
 }
 
 HRESULT Message::PutAttachment(ULONG number, pstfile::StoredAttachment attachment) {
   Slot* slot = SlotOf(number);
   if (slot == nullptr) {
     if (const HRESULT result = CheckRoomForAttachment(); Failed(result)) {
-      _place.core->store()->Abandon(attachment);
+      _core->store()->Abandon(attachment);
       return result;
     }
     slot = &*_attachments.insert(PlaceOf(number), Slot{number, {}, std::nullopt});
   }
-  if (slot->pending) _place.core->store()->Abandon(*slot->pending);
+  if (slot->pending) _core->store()->Abandon(*slot->pending);
   slot->pending = std::move(attachment);
   _attachmentsModified = true;
   return S_OK;
@@ -317,12 +272,12 @@ HRESULT Message::CreateAttach(const IID* lpInterface, ULONG, ULONG* lpulAttachme
     const bool hasNumber = ClearOut(lpulAttachmentNum);
     if (!ClearOut(lppAttach) || !hasNumber) return MAPI_E_INVALID_PARAMETER;
     if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (!_writable) return MAPI_E_NO_ACCESS;
     if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
     // Said before anything is written for it.
     if (const HRESULT result = CheckRoomForAttachment(); Failed(result)) return result;
     const ULONG number = _nextAttachment;
-    auto* attachment = Attachment::Create(_place.core, *this, number);
+    auto* attachment = Attachment::Create(_core, *this, number);
     const HRESULT result = HandOut(attachment, lpInterface, lppAttach);
     if (Failed(result)) return result;
     *lpulAttachmentNum = number;
@@ -336,13 +291,13 @@ HRESULT Message::OpenAttach(ULONG ulAttachmentNum, const IID* lpInterface, ULONG
   return Guarded([&]() -> HRESULT {
     if (!ClearOut(lppAttach)) return MAPI_E_INVALID_PARAMETER;
     if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if ((ulFlags & MAPI_MODIFY) != 0 && !_place.writable) return MAPI_E_NO_ACCESS;
+    if ((ulFlags & MAPI_MODIFY) != 0 && !_writable) return MAPI_E_NO_ACCESS;
     if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
     const Slot* slot = SlotOf(ulAttachmentNum);
     if (slot == nullptr) return MAPI_E_NOT_FOUND;
-    const bool writable = (ulFlags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0 && _place.writable;
+    const bool writable = (ulFlags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0 && _writable;
     Attachment* attachment = nullptr;
-    const HRESULT result = Attachment::Open(_place.core, *this, *slot, writable, &attachment);
+    const HRESULT result = Attachment::Open(_core, *this, *slot, writable, &attachment);
     return Failed(result) ? result : HandOut(attachment, lpInterface, lppAttach);
   });
 }
@@ -350,11 +305,11 @@ HRESULT Message::OpenAttach(ULONG ulAttachmentNum, const IID* lpInterface, ULONG
 HRESULT Message::DeleteAttach(ULONG ulAttachmentNum, ULONG_PTR, IMAPIProgress*, ULONG) {
   return Guarded([&]() -> HRESULT {
     if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (!_place.writable) return MAPI_E_NO_ACCESS;
+    if (!_writable) return MAPI_E_NO_ACCESS;
     if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
     const Slot* slot = SlotOf(ulAttachmentNum);
     if (slot == nullptr) return MAPI_E_NOT_FOUND;
-    if (slot->pending) _place.core->store()->Abandon(*slot->pending);
+    if (slot->pending) _core->store()->Abandon(*slot->pending);
     _attachments.erase(_attachments.begin() + (slot - _attachments.data()));
     _attachmentsModified = true;
     return S_OK;

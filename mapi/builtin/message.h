@@ -6,10 +6,8 @@
 #include <vector>
 
 #include "mapi/builtin/identity.h"
-#include "mapi/builtin/property_object.h"
 #include "mapi/builtin/recipients.h"
-#include "mapi/builtin/stream.h"
-#include "mapi/builtin/transacted.h"
+#include "mapi/builtin/store_object.h"
 #include "mapi/com_pointer.h"
 #include "mapi/message.h"
 #include "platform/pooled_object.h"
@@ -31,9 +29,7 @@ struct MessagePlace {
   bool writable = false;
 };
 
-class Message final : public PropertyObject<IMessage>,
-                      public StreamHost,
-                      public platform::PooledObject<Message> {
+class Message final : public TransactedObject<IMessage>, public platform::PooledObject<Message> {
  public:
   // A message that is not in the file yet.
   static Message* Create(MessagePlace place);
@@ -45,9 +41,6 @@ class Message final : public PropertyObject<IMessage>,
     return iid == IID_IMessage || iid == IID_IMAPIProp;
   }
 
-  HRESULT PARVANE_STDCALL SaveChanges(ULONG ulFlags) override;
-  HRESULT PARVANE_STDCALL OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                                       ULONG ulFlags, IUnknown** lppUnk) override;
   HRESULT PARVANE_STDCALL GetAttachmentTable(ULONG ulFlags, IMAPITable** lppTable) override;
   HRESULT PARVANE_STDCALL OpenAttach(ULONG ulAttachmentNum, const IID* lpInterface, ULONG ulFlags,
                                      IAttach** lppAttach) override;
@@ -60,21 +53,11 @@ class Message final : public PropertyObject<IMessage>,
   HRESULT PARVANE_STDCALL SubmitMessage(ULONG ulFlags) override;
   HRESULT PARVANE_STDCALL SetReadFlag(ULONG ulFlags) override;
 
-  HRESULT Prepare() override;
   HRESULT ListTags(std::vector<ULONG>& tags) override;
   HRESULT Find(ULONG id, Value& value) override;
-  bool IsWritable() const override { return _place.writable; }
   bool IsComputed(ULONG tag) const override;
-  HRESULT Set(const SPropValue& value) override;
-  HRESULT Remove(ULONG id) override;
-  HRESULT FlushChanges() override { return S_OK; }
-  StoreCore* NameScope() override { return _place.core.get(); }
 
-  IUnknown* Anchor() override { return static_cast<IMessage*>(this); }
-  StoreCore& Core() override { return *_place.core; }
   HRESULT OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) override;
-  HRESULT InstallBytes(ULONG tag, std::span<const std::byte> bytes) override;
-  HRESULT InstallStored(ULONG tag, const pstfile::StoredValue& stored) override;
   unsigned StreamCodePage() override { return HtmlCodePage(); }
 
   // ---- For attachments and tables of this message ----
@@ -103,36 +86,32 @@ class Message final : public PropertyObject<IMessage>,
   bool IsNew() const { return !_inFile; }
   bool IsEmbedded() const { return _place.attachment != nullptr; }
   Identity MakeIdentity() const;
-  // What is in the file, opened when first needed; null for a new message.
-  HRESULT OpenReader(pstfile::PropertyReader*& reader);
+  bool IsChanged() const override {
+    return IsNew() || _properties.modified() || _recipientsModified || _attachmentsModified;
+  }
+  HRESULT CheckUnchanged(bool force) override;
+  HRESULT WriteOut() override;
+  HRESULT OpenReader(pstfile::PropertyReader*& reader) override;
+  HRESULT OpenOther(ULONG tag, const IID& wanted, ULONG options, ULONG flags,
+                    IUnknown** out) override;
   std::vector<Slot>::iterator PlaceOf(ULONG number);
   Slot* SlotOf(ULONG number);
-  // Before a new version is written: the one it builds on must still be the message's.
-  HRESULT CheckUnchanged(bool force);
-  HRESULT WriteOut();
   HRESULT TakeAttachments(std::vector<pstfile::StoredAttachment>& attachments);
   HRESULT PutInPlace(pstfile::StoredMessage written);
   HRESULT CheckRoomForAttachment() const;
   void AbandonPending();
 
-  MessagePlace _place;
-  TransactedProperties _properties;
+  MessagePlace _place;  // without the core, which is the object's
   RecipientList _recipients;
   std::vector<Slot> _attachments;
   ULONG _nextAttachment = 0;
   std::optional<pstfile::MessageReader> _reader;
-  HRESULT _failure = 0;  // of a save
   bool _inFile = false;
   bool _recipientsLoaded = false;
   bool _recipientsModified = false;
   bool _attachmentsLoaded = false;
   bool _attachmentsModified = false;
 };
-
-// True when these flags of SaveChanges end writing. Callers that pass none of the "keep open" flags
-// promise to release the object next; FORCE_SAVE alone, which some take for "keep open", does not
-// hold them to it.
-bool EndsWriting(ULONG saveFlags);
 
 // A message as a new one that is not reachable yet: what an attachment needs to keep an embedded
 // message while itself is written anew.

@@ -34,37 +34,15 @@ bool EndsWriting(ULONG saveFlags) {
          (saveFlags & (KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE)) == KEEP_OPEN_READONLY;
 }
 
-HRESULT Message::SaveChanges(ULONG ulFlags) {
-  return Guarded([&]() -> HRESULT {
-    if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (!_place.writable) return MAPI_E_NO_ACCESS;
-    // What a failed save has given back cannot be saved again; half a message must not pass for a
-    // whole one.
-    if (Failed(_failure)) return _failure;
-    const bool changed =
-        IsNew() || _properties.modified() || _recipientsModified || _attachmentsModified;
-    if (changed) {
-      const HRESULT unchanged = CheckUnchanged((ulFlags & FORCE_SAVE) != 0);
-      if (Failed(unchanged)) return unchanged;
-      // Stays when an exception leaves it half done.
-      _failure = MAPI_E_NOT_ENOUGH_MEMORY;
-      _failure = WriteOut();
-    }
-    if (Failed(_failure)) return _failure;
-    if (EndsWriting(ulFlags)) _place.writable = false;
-    return S_OK;
-  });
-}
-
 // The file has no versions: that somebody else has saved the message since shows in its blocks,
 // which are never written anew in place.
 HRESULT Message::CheckUnchanged(bool force) {
   if (IsNew() || IsEmbedded()) return S_OK;
-  auto current = _place.core->store()->OpenMessage(_place.node);
+  auto current = _core->store()->OpenMessage(_place.node);
   if (!current.ok()) {
     return current.status().code() == platform::StatusCode::kNotFound
                ? MAPI_E_OBJECT_DELETED
-               : _place.core->Note(current.status());
+               : _core->Note(current.status());
   }
   if (!_reader) return S_OK;  // nothing was read: nothing can have changed since
   const pstfile::ObjectLocation& now = current->location();
@@ -79,7 +57,7 @@ HRESULT Message::CheckUnchanged(bool force) {
 // later step fails; with InsertMessage or ReplaceMessage, the last of them, the message is the
 // folder's. WriteMessage takes what it is handed, whether it succeeds or not.
 HRESULT Message::WriteOut() {
-  StoreCore& core = *_place.core;
+  StoreCore& core = *_core;
   pstfile::PstStore& store = *core.store();
   PropertyReader* base = nullptr;
   if (const HRESULT result = OpenReader(base); Failed(result)) return result;
@@ -116,8 +94,8 @@ HRESULT Message::TakeAttachments(std::vector<StoredAttachment>& attachments) {
       slot.pending.reset();
       continue;
     }
-    auto shared = _place.core->store()->ShareAttachment(*_reader, slot.node);
-    if (!shared.ok()) return _place.core->Note(shared.status());
+    auto shared = _core->store()->ShareAttachment(*_reader, slot.node);
+    if (!shared.ok()) return _core->Note(shared.status());
     attachments.push_back(std::move(shared).value());
   }
   return S_OK;
@@ -125,7 +103,7 @@ HRESULT Message::TakeAttachments(std::vector<StoredAttachment>& attachments) {
 
 // Into its attachment, or its folder, or the place of its former version.
 HRESULT Message::PutInPlace(pstfile::StoredMessage written) {
-  StoreCore& core = *_place.core;
+  StoreCore& core = *_core;
   if (IsEmbedded()) {
     _place.location = {{}, written.data, written.subnodes};
     return _place.attachment->PutEmbedded(std::move(written));

@@ -31,10 +31,11 @@ ULONG SupportMask(bool writable) {
 }  // namespace
 
 MessageStore::MessageStore(StoreCorePtr core, IUnknown* session, bool isDefault, bool writable)
-    : _core(std::move(core)),
+    : ImmediateObject(std::move(core), writable),
       _session(ComPointer<IUnknown>::Share(session)),
-      _isDefault(isDefault),
-      _writable(writable && _core->writable()) {}
+      _isDefault(isDefault) {
+  _writable = writable && _core->writable();
+}
 
 HRESULT MessageStore::QueryInterface(const IID& riid, void** ppvObj) {
   if (ppvObj == nullptr || !(riid == DiagnosedStoreIid()))
@@ -48,12 +49,7 @@ HRESULT MessageStore::QueryInterface(const IID& riid, void** ppvObj) {
 
 HRESULT MessageStore::Prepare() {
   if (_core->store() == nullptr) return MAPI_E_END_OF_SESSION;
-  auto reader = _core->store()->OpenStoreProperties();
-  if (!reader.ok()) return _core->Note(reader.status());
-  _reader.emplace(std::move(reader).value());
-  _pending.Clear();
-  _pendingRemovals.clear();
-  return S_OK;
+  return Begin(_core->store()->OpenStoreProperties());
 }
 
 HRESULT MessageStore::ListTags(std::vector<ULONG>& tags) {
@@ -94,53 +90,6 @@ HRESULT MessageStore::Find(ULONG id, Value& value) {
 }
 
 bool MessageStore::IsComputed(ULONG tag) const { return IsComputedId(PropId(tag)); }
-
-HRESULT MessageStore::Set(const SPropValue& value) {
-  return StoreValue(value, kDefaultHtmlCodePage, _pending);
-}
-
-HRESULT MessageStore::Remove(ULONG id) {
-  if (!_reader->TagOf(static_cast<std::uint16_t>(id))) return MAPI_E_NOT_FOUND;
-  _pendingRemovals.push_back(static_cast<std::uint16_t>(id));
-  return S_OK;
-}
-
-HRESULT MessageStore::FlushChanges() {
-  if (_pending.empty() && _pendingRemovals.empty()) return S_OK;
-  _reader.reset();
-  const platform::Status status = _core->store()->ChangeStoreProperties(_pending, _pendingRemovals);
-  _pending.Clear();
-  _pendingRemovals.clear();
-  _core->Publish();
-  return status.ok() ? S_OK : _core->Note(status);
-}
-
-HRESULT MessageStore::SaveChanges(ULONG) {
-  return _core->store() == nullptr ? MAPI_E_END_OF_SESSION : S_OK;
-}
-
-HRESULT MessageStore::OpenValue(ULONG id, Value& value,
-                                std::optional<pstfile::ValueReader>& reader) {
-  return OpenInFile(*_core, *_reader, id, value, reader);
-}
-
-HRESULT MessageStore::OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                                   ULONG ulFlags, IUnknown** lppUnk) {
-  return Guarded([&]() -> HRESULT {
-    if (!ClearOut(lppUnk) || lpiid == nullptr || PropType(ulPropTag) == PT_UNSPECIFIED) {
-      return MAPI_E_INVALID_PARAMETER;
-    }
-    if (const HRESULT result = Prepare(); Failed(result)) return result;
-    if (*lpiid == IID_IMAPITable || *lpiid == IID_IMessage) return MAPI_E_NO_SUPPORT;
-    if (!(*lpiid == IID_IStream)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    if ((ulFlags & (MAPI_CREATE | MAPI_MODIFY)) != 0) return MAPI_E_NO_SUPPORT;
-    IStream* stream = nullptr;
-    const HRESULT result =
-        OpenPropertyStream(*this, ulPropTag, ulInterfaceOptions, ulFlags, false, &stream);
-    *lppUnk = stream;
-    return result;
-  });
-}
 
 // ---- Entries ------------------------------------------------------------------------------------
 

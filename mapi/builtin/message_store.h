@@ -3,16 +3,13 @@
 
 #include <optional>
 
-#include "mapi/builtin/property_object.h"
-#include "mapi/builtin/stream.h"
+#include "mapi/builtin/store_object.h"
 #include "mapi/com_pointer.h"
 #include "mapi/message_store.h"
 
 namespace parvane::mapi::builtin {
 
-class MessageStore final : public PropertyObject<IMsgStore>,
-                           public StreamHost,
-                           public DiagnosedStore {
+class MessageStore final : public ImmediateObject<IMsgStore>, public DiagnosedStore {
  public:
   // `session` is kept alive. `isDefault`: the profile's default store.
   MessageStore(StoreCorePtr core, IUnknown* session, bool isDefault, bool writable);
@@ -22,9 +19,6 @@ class MessageStore final : public PropertyObject<IMsgStore>,
   }
 
   HRESULT PARVANE_STDCALL QueryInterface(const IID& riid, void** ppvObj) override;
-  HRESULT PARVANE_STDCALL SaveChanges(ULONG ulFlags) override;
-  HRESULT PARVANE_STDCALL OpenProperty(ULONG ulPropTag, const IID* lpiid, ULONG ulInterfaceOptions,
-                                       ULONG ulFlags, IUnknown** lppUnk) override;
   HRESULT PARVANE_STDCALL Advise(ULONG, ENTRYID*, ULONG, IMAPIAdviseSink*,
                                  ULONG_PTR* lpulConnection) override;
   HRESULT PARVANE_STDCALL Unadvise(ULONG_PTR) override;
@@ -47,31 +41,18 @@ class MessageStore final : public PropertyObject<IMsgStore>,
   HRESULT Prepare() override;
   HRESULT ListTags(std::vector<ULONG>& tags) override;
   HRESULT Find(ULONG id, Value& value) override;
-  bool IsWritable() const override { return _writable; }
   bool IsComputed(ULONG tag) const override;
-  HRESULT Set(const SPropValue& value) override;
-  HRESULT Remove(ULONG id) override;
-  HRESULT FlushChanges() override;
-  StoreCore* NameScope() override { return _core.get(); }
 
   std::shared_ptr<const StoreDiagnostics> Diagnostics() const override { return _core->record(); }
 
-  // Streams on a store's properties only read.
-  IUnknown* Anchor() override { return static_cast<IMsgStore*>(this); }
-  StoreCore& Core() override { return *_core; }
-  HRESULT OpenValue(ULONG id, Value& value, std::optional<pstfile::ValueReader>& reader) override;
-  HRESULT InstallBytes(ULONG, std::span<const std::byte>) override { return MAPI_E_NO_SUPPORT; }
-  HRESULT InstallStored(ULONG, const pstfile::StoredValue&) override { return MAPI_E_NO_SUPPORT; }
-  unsigned StreamCodePage() override { return kDefaultHtmlCodePage; }
-
  private:
-  StoreCorePtr _core;
+  platform::Status Change(pstfile::PstStore& store, const pstfile::PropertyList& set,
+                          const std::vector<std::uint16_t>& removed) override {
+    return store.ChangeStoreProperties(set, removed);
+  }
+
   ComPointer<IUnknown> _session;
-  std::optional<pstfile::PropertyReader> _reader;  // as of the current call
-  pstfile::PropertyList _pending;
-  std::vector<std::uint16_t> _pendingRemovals;
   bool _isDefault;
-  bool _writable;
 };
 
 // Equal identifiers of one store's objects are equal byte for byte; two of stores when they name
