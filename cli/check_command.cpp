@@ -178,7 +178,7 @@ ExitCode RunCheck(const CheckCommandOptions& options) {
   check.notes = options.notes;
   Results results(StyleForResults(options.progress));
   auto& files = platform::FileSystem::Default();
-  platform::Result<CheckSummary> result = CheckSummary();
+  platform::Result<CheckSummary> result{CheckSummary()};
   if (options.json) {
     JsonFindings findings(file, results);
     result = pstfile::CheckFile(files, options.file, check, findings);

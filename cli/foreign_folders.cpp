@@ -97,8 +97,7 @@ Result<ForeignFolders> ForeignFolders::In(std::u16string_view pst) {
   auto session = PstSession::Open(pst);
   if (!session.ok()) return session.status();
   ForeignFolders found;
-  Status status = Walker(*session, pst, found).Run();
-  if (!status.ok()) return status;
+  if (Status status = Walker(*session, pst, found).Run(); !status.ok()) return status;
   return found;
 }
 

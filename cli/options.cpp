@@ -56,49 +56,58 @@ constexpr const char* kDefaultSizeLimit = "50GB";
 // What CLI11 fills: byte strings, turned into paths and text afterwards.
 struct RawConvert {
   std::vector<std::string> paths;
-  std::string from = "auto", progress = "auto", mapi = "builtin", keep = "all", name, log,
-              detailedLog, report;
+  std::string keep = "all", name, log, detailedLog, report;
   std::optional<std::string> sizeLimit;
 };
 
 struct RawFile {
-  std::string path, mapi = "builtin", progress = "auto", dump;
+  std::string path, dump;
 };
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
 
+// The words that stand for an option's values.
+template <typename Choice>
+struct Word {
+  const char* name;
+  Choice choice;
+};
+constexpr Word<SourceChoice> kSources[] = {{"auto", SourceChoice::kAuto},
+                                           {"mbox", SourceChoice::kMbox},
+                                           {"thunderbird", SourceChoice::kThunderbird}};
+constexpr Word<MapiChoice> kMapis[] = {{"builtin", MapiChoice::kBuiltin},
+                                       {"outlook", MapiChoice::kOutlook}};
+constexpr Word<ProgressChoice> kProgress[] = {{"auto", ProgressChoice::kAuto},
+                                              {"lines", ProgressChoice::kLines},
+                                              {"never", ProgressChoice::kNever}};
+
+// `words` outlive the command, as does `choice`.
+template <typename Choice, std::size_t kCount>
+void AddChoice(CLI::App& command, const char* option, Choice& choice,
+               const Word<Choice> (&words)[kCount], const std::string& about) {
+  std::vector<std::string> names;
+  std::string type;
+  for (const Word<Choice>& word : words) {
+    names.emplace_back(word.name);
+    type.append(type.empty() ? "" : "|").append(word.name);
+  }
+  const auto take = [&choice, &words](const std::string& name) {
+    choice = std::ranges::find(words, name, &Word<Choice>::name)->choice;
+  };
+  command.add_option_function<std::string>(option, take, about)
+      ->check(CLI::IsMember(names).description(""))
+      ->type_name(type);
+}
+
 // The option is there on every system, so that it can say where it works.
-void DescribeMapi(CLI::App& command, std::string& mapi, const std::string& does) {
-  command
-      .add_option(
-          "--mapi", mapi,
-          "who " + does + " the PST: this program, or Outlook through its MAPI (Windows only)")
-      ->check(CLI::IsMember({"builtin", "outlook"}).description(""))
-      ->type_name("builtin|outlook");
+void DescribeMapi(CLI::App& command, MapiChoice& mapi, const std::string& does) {
+  AddChoice(command, "--mapi", mapi, kMapis,
+            "who " + does + " the PST: this program, or Outlook through its MAPI (Windows only)");
 }
 
-void DescribeProgress(CLI::App& command, std::string& progress, const std::string& elsewhere) {
-  command
-      .add_option("--progress", progress,
-                  "progress on standard error; auto: a live line on a terminal, " + elsewhere)
-      ->check(CLI::IsMember({"auto", "lines", "never"}).description(""))
-      ->type_name("auto|lines|never");
-}
-
-MapiChoice MapiNamed(const std::string& name) {
-  return name == "outlook" ? MapiChoice::kOutlook : MapiChoice::kBuiltin;
-}
-
-SourceChoice SourceNamed(const std::string& name) {
-  return name == "mbox"          ? SourceChoice::kMbox
-         : name == "thunderbird" ? SourceChoice::kThunderbird
-                                 : SourceChoice::kAuto;
-}
-
-ProgressChoice ProgressNamed(const std::string& name) {
-  return name == "lines"   ? ProgressChoice::kLines
-         : name == "never" ? ProgressChoice::kNever
-                           : ProgressChoice::kAuto;
+void DescribeProgress(CLI::App& command, ProgressChoice& progress, const std::string& elsewhere) {
+  AddChoice(command, "--progress", progress, kProgress,
+            "progress on standard error; auto: a live line on a terminal, " + elsewhere);
 }
 
 struct KeepGroup {
@@ -138,9 +147,7 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
                   "(or a folder for it)")
       ->option_text("SOURCE... DEST.pst")
       ->type_name("");
-  command.add_option("--from", raw.from, "what the sources are; auto looks at each")
-      ->check(CLI::IsMember({"auto", "mbox", "thunderbird"}).description(""))
-      ->type_name("auto|mbox|thunderbird");
+  AddChoice(command, "--from", options.from, kSources, "what the sources are; auto looks at each");
   command.add_option("--name", raw.name, "name of the top folder for the mail in the PST")
       ->type_name("NAME");
   CLI::Option* append =
@@ -156,7 +163,7 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       ->type_name("all|none|LIST");
   command.add_flag("--skip-deleted", options.skipDeleted,
                    "leave out messages that their mail program has marked as deleted");
-  DescribeMapi(command, raw.mapi, "writes");
+  DescribeMapi(command, options.mapi, "writes");
   command
       .add_option("--size-limit", raw.sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
@@ -173,26 +180,27 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command.add_flag("--timings", options.timings,
                    "tell where the time went: seconds and bytes of each stage");
   command.add_flag("--quiet,-q", options.quiet, "say nothing but errors");
-  DescribeProgress(command, raw.progress,
+  DescribeProgress(command, options.progress,
                    "elsewhere a line every few seconds; lines: such lines on a terminal too");
   command.footer(kConvertExamples);
 }
 
-void DescribeFile(CLI::App& command, RawFile& raw, bool& json) {
+template <typename Options>
+void DescribeFile(CLI::App& command, RawFile& raw, Options& options) {
   command.add_option("FILE.pst", raw.path, "the PST; it is only read")->required()->type_name("");
-  command.add_flag("--json", json, "write JSON");
-  DescribeProgress(command, raw.progress, "elsewhere nothing; lines: a line every few seconds");
+  command.add_flag("--json", options.json, "write JSON");
+  DescribeProgress(command, options.progress, "elsewhere nothing; lines: a line every few seconds");
 }
 
 void DescribeList(CLI::App& command, RawFile& raw, ListOptions& options) {
-  DescribeFile(command, raw, options.json);
+  DescribeFile(command, raw, options);
   command.add_flag("--messages", options.messages, "list every message");
-  DescribeMapi(command, raw.mapi, "reads");
+  DescribeMapi(command, options.mapi, "reads");
   command.footer(kListExamples);
 }
 
 void DescribeCheck(CLI::App& command, RawFile& raw, CheckCommandOptions& options) {
-  DescribeFile(command, raw, options.json);
+  DescribeFile(command, raw, options);
   command.add_flag("--notes", options.notes,
                    "also tell what is harmless and usual in files by Outlook");
   command
@@ -273,7 +281,7 @@ std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& conv
     }
   }
   if (raw.paths.size() < 2) return WrongUsage("convert needs at least one SOURCE and the DEST.pst");
-  if (MapiNamed(raw.mapi) == MapiChoice::kOutlook && raw.sizeLimit)
+  if (convert.mapi == MapiChoice::kOutlook && raw.sizeLimit)
     return WrongUsage("--size-limit is for the built-in MAPI: Outlook has a limit of its own");
   const auto sizeLimit = ParseSize(raw.sizeLimit.value_or(kDefaultSizeLimit));
   if (!sizeLimit)
@@ -285,9 +293,6 @@ std::variant<Command, ExitCode> Understand(RawConvert& raw, ConvertOptions& conv
   }
   convert.keep = *keep;
   convert.sizeLimit = *sizeLimit;
-  convert.from = SourceNamed(raw.from);
-  convert.mapi = MapiNamed(raw.mapi);
-  convert.progress = ProgressNamed(raw.progress);
   convert.destination = Path(raw.paths.back());
   raw.paths.pop_back();
   for (const std::string& source : raw.paths) convert.sources.push_back(Path(source));
@@ -341,13 +346,10 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
 
   if (listCommand->parsed()) {
     list.file = Path(file.path);
-    list.mapi = MapiNamed(file.mapi);
-    list.progress = ProgressNamed(file.progress);
     return Command(std::move(list));
   }
   if (checkCommand->parsed()) {
     check.file = Path(file.path);
-    check.progress = ProgressNamed(file.progress);
     check.dump = NodeNamed(file.dump);
     if (!file.dump.empty() && (!check.dump || check.json)) {
       return WrongUsage(check.json ? "--dump writes no JSON"

@@ -42,6 +42,39 @@ std::size_t FieldNameLength(std::string_view line, std::size_t* colon) {
   return end < line.size() && line[end] == ':' ? length : 0;
 }
 
+// Which of the changes is the line's; their number when none is.
+std::size_t ChangeOf(const MimeField& line, std::span<const FieldChange> changes) {
+  std::size_t index = 0;
+  while (index < changes.size() && !EqualsIgnoreAsciiCase(line.Name(), changes[index].name)) {
+    ++index;
+  }
+  return index;
+}
+
+// Lines that stay as they are mostly stand side by side, and are copied together.
+class LineRuns {
+ public:
+  explicit LineRuns(std::string& text) : _text(text) {}
+
+  // Where the line will be once it has been copied. The text has room for it.
+  const char* Add(std::string_view line) {
+    if (line.data() != _run.data() + _run.size()) {
+      Copy();
+      _run = line.substr(0, 0);
+    }
+    _run = {_run.data(), _run.size() + line.size()};
+    return _text.data() + _text.size() + (line.data() - _run.data());
+  }
+  void Copy() {
+    _text.append(_run);
+    _run = {};
+  }
+
+ private:
+  std::string& _text;
+  std::string_view _run;  // not copied yet
+};
+
 }  // namespace
 
 std::string_view MimeField::RawValue() const { return WithoutLineEnd(Raw().substr(_valueStart)); }
@@ -178,67 +211,49 @@ void MimeHeader::AppendTo(std::string& out) const {
   if (!_lines.empty() && out.back() != '\n') out.append("\r\n");
 }
 
-void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text) {
-  // Enough, whatever is folded: the lines look into the text while it is being written.
+// Enough, whatever is folded: the lines look into the text while it is being written.
+std::size_t MimeHeader::RewrittenBound(std::span<const FieldChange> changes) const {
   std::size_t bound = 0;
   for (const MimeField& line : _lines) bound += line._length + 2;
-  std::uint64_t names = 0;
   for (const FieldChange& change : changes) {
     bound += change.name.size() + 3 * change.value.size() + 8;
-    names |= NameBit(MimeField::KeyOf(change.name));
   }
+  return bound;
+}
+
+void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text) {
   text.clear();
-  text.reserve(bound);
+  text.reserve(RewrittenBound(changes));
+  std::uint64_t names = 0;
+  for (const FieldChange& change : changes) names |= NameBit(MimeField::KeyOf(change.name));
 
   std::uint64_t done = 0;  // a bit for each change that has been written
   std::size_t kept = 0;
-  // Lines that stay as they are mostly stand side by side and are copied together: the run of them
-  // that has not been copied yet, and where its lines will be.
-  const char* run = nullptr;
-  const char* runEnd = nullptr;
-  const char* runCopy = nullptr;
-  const auto copyRun = [&] {
-    text.append(run, static_cast<std::size_t>(runEnd - run));
-    run = runEnd;
-  };
-  const auto is = [](const MimeField& line, std::string_view name) {
-    return EqualsIgnoreAsciiCase(line.Name(), name);
-  };
+  LineRuns unchanged(text);
   for (std::size_t i = 0; i < _lines.size(); ++i) {
-    const MimeField& line = _lines[i];
-    std::size_t index = changes.size();
-    if ((NameBit(line._key) & names) != 0 && line.IsField()) {
-      for (index = 0; index < changes.size() && !is(line, changes[index].name);) ++index;
-    }
+    const MimeField line = _lines[i];
+    const bool mayChange = (NameBit(line._key) & names) != 0 && line.IsField();
+    const std::size_t index = mayChange ? ChangeOf(line, changes) : changes.size();
     if (index == changes.size()) {
-      if (line._raw != runEnd) {
-        copyRun();
-        run = line._raw;
-        runCopy = text.data() + text.size();
-      }
-      runEnd = line._raw + line._length;
-      if (kept < i) _lines[kept] = line;
-      _lines[kept]._raw = runCopy + (_lines[kept]._raw - run);
-      if (*(runEnd - 1) != '\n') {
-        copyRun();
+      MimeField& moved = _lines[kept++];
+      moved = line;
+      moved._raw = unchanged.Add(line.Raw());
+      if (!line.Raw().ends_with('\n')) {
+        unchanged.Copy();
         text.append("\r\n");
-        _lines[kept]._length += 2;
-        runEnd = run = nullptr;
+        moved._length += 2;
       }
-      ++kept;
-      continue;
+    } else if ((done >> index & 1) == 0) {
+      done |= std::uint64_t{1} << index;
+      unchanged.Copy();
+      const std::size_t start = text.size();
+      const FieldChange& change = changes[index];
+      AppendFoldedField(change.name, change.value, text);
+      _lines[kept++] = MimeField(std::string_view(text).substr(start), change.name.size(),
+                                 change.name.size() + 2);
     }
-    if ((done >> index & 1) != 0) continue;
-    done |= std::uint64_t{1} << index;
-    copyRun();
-    runEnd = run = nullptr;
-    const std::size_t start = text.size();
-    const FieldChange& change = changes[index];
-    AppendFoldedField(change.name, change.value, text);
-    _lines[kept++] =
-        MimeField(std::string_view(text).substr(start), change.name.size(), change.name.size() + 2);
   }
-  copyRun();
+  unchanged.Copy();
   if (kept < _lines.size()) {
     _lines.erase(_lines.begin() + static_cast<std::ptrdiff_t>(kept), _lines.end());
     ForgetPlaces();

@@ -145,6 +145,7 @@ class MimeHeader {
   void AppendTo(std::string& out) const;
 
  private:
+  std::size_t RewrittenBound(std::span<const FieldChange> changes) const;
   // Names that may be alike have the same slot, each with a bit: a name whose bit is clear is not
   // there.
   static constexpr std::uint32_t NameSlot(std::uint32_t key) { return key * 0x9E3779B1U >> 26; }

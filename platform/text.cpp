@@ -139,25 +139,11 @@ bool IsAscii(std::string_view bytes) {
   return simd::AsciiPrefix(bytes.data(), bytes.size()) == bytes.size();
 }
 
-Utf8Tally TallyUtf8(std::string_view bytes) {
-  Utf8Tally tally;
-  const char* in = bytes.data();
-  std::size_t left = bytes.size();
-  while (left > 0) {
-    const std::size_t run = simd::AsciiPrefix(in, left);
-    in += run;
-    left -= run;
-    while (left > 0 && static_cast<unsigned char>(*in) >= 0x80) {
-      const Utf8Step step = StepUtf8(in, left);
-      ++(step.valid ? tally.multiByte : tally.invalid);
-      in += step.length;
-      left -= step.length;
-    }
-  }
-  return tally;
-}
+namespace {
 
-bool IsValidUtf8(std::string_view bytes) {
+// Calls `take` with each step beyond ASCII until it returns false, and returns what it did.
+template <typename Take>
+bool ForEachWideStep(std::string_view bytes, Take take) {
   const char* in = bytes.data();
   std::size_t left = bytes.size();
   while (left > 0) {
@@ -166,12 +152,27 @@ bool IsValidUtf8(std::string_view bytes) {
     left -= run;
     while (left > 0 && static_cast<unsigned char>(*in) >= 0x80) {
       const Utf8Step step = StepUtf8(in, left);
-      if (!step.valid) return false;
+      if (!take(step)) return false;
       in += step.length;
       left -= step.length;
     }
   }
   return true;
+}
+
+}  // namespace
+
+Utf8Tally TallyUtf8(std::string_view bytes) {
+  Utf8Tally tally;
+  ForEachWideStep(bytes, [&](const Utf8Step& step) {
+    ++(step.valid ? tally.multiByte : tally.invalid);
+    return true;
+  });
+  return tally;
+}
+
+bool IsValidUtf8(std::string_view bytes) {
+  return ForEachWideStep(bytes, [](const Utf8Step& step) { return step.valid; });
 }
 
 bool ReplaceUnpairedSurrogates(std::u16string& text) {

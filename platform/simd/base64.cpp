@@ -34,6 +34,18 @@ std::size_t LineEndAt(const char* in, std::size_t size, std::size_t at) {
   return at + 1 < size && in[at] == '\r' && in[at + 1] == '\n' ? 2 : 0;
 }
 
+// `bad` has a bit for each character read at in[i] that is none of base64. The groups before the
+// first are whole; false when no line end follows these.
+inline bool GoBehindLine(std::uint64_t bad, const char* in, std::size_t size, std::size_t& i,
+                         char*& out) {
+  const std::size_t whole = static_cast<std::size_t>(std::countr_zero(bad)) / 4;
+  i += whole * 4;
+  out += whole * 3;
+  const std::size_t lineEnd = LineEndAt(in, size, i);
+  i += lineEnd;
+  return lineEnd != 0;
+}
+
 Base64Progress DecodePlain(const char* in, std::size_t size, char* out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(in);
   char* const start = out;
@@ -98,13 +110,7 @@ Base64Progress DecodeAvx2(const char* in, std::size_t size, char* out) {
       out += 24;
       continue;
     }
-    // The groups before the character that is none are whole.
-    const std::size_t whole = static_cast<std::size_t>(std::countr_zero(bad)) / 4;
-    i += whole * 4;
-    out += whole * 3;
-    const std::size_t lineEnd = LineEndAt(in, size, i);
-    if (lineEnd == 0) break;
-    i += lineEnd;
+    if (!GoBehindLine(bad, in, size, i, out)) break;
   }
   return {i, static_cast<std::size_t>(out - start)};
 }
@@ -137,13 +143,7 @@ Base64Progress DecodeSsse3(const char* in, std::size_t size, char* out) {
       out += 12;
       continue;
     }
-    // The groups before the character that is none are whole.
-    const std::size_t whole = static_cast<std::size_t>(std::countr_zero(bad)) / 4;
-    i += whole * 4;
-    out += whole * 3;
-    const std::size_t lineEnd = LineEndAt(in, size, i);
-    if (lineEnd == 0) break;
-    i += lineEnd;
+    if (!GoBehindLine(bad, in, size, i, out)) break;
   }
   return {i, static_cast<std::size_t>(out - start)};
 }
@@ -188,13 +188,7 @@ Base64Progress DecodeAvx512(const char* in, std::size_t size, char* out) {
       out += 48;
       continue;
     }
-    // The groups before the character that is none are whole.
-    const std::size_t whole = static_cast<std::size_t>(std::countr_zero(bad)) / 4;
-    i += whole * 4;
-    out += whole * 3;
-    const std::size_t lineEnd = LineEndAt(in, size, i);
-    if (lineEnd == 0) break;
-    i += lineEnd;
+    if (!GoBehindLine(bad, in, size, i, out)) break;
   }
   return {i, static_cast<std::size_t>(out - start)};
 }

@@ -23,6 +23,28 @@ constexpr std::size_t kIndexRecordSize = kKeySize + 4;
 // One index item suffices for all 65,536 property ids.
 static_assert(65536 / kPropertyRecordsPerLeaf + 1 <= kMaxHeapItem / kIndexRecordSize);
 
+void Abandon(NodeDatabase& database, const SubnodeEntry& entry) {
+  database.AbandonBlock(entry.data);
+  database.AbandonBlock(entry.sub);
+}
+
+// The tree of these entries, in any order; loose. Takes over their loose blocks.
+Result<BlockId> WriteSubnodes(NodeDatabase& database,
+                              platform::RecycledVector<SubnodeEntry> entries) {
+  if (entries.empty()) return BlockId();
+  if (!std::ranges::is_sorted(entries, {}, &SubnodeEntry::nid)) {
+    std::ranges::sort(entries, {}, &SubnodeEntry::nid);
+  }
+  SubnodeTreeBuilder builder(database);
+  Status status;
+  for (const SubnodeEntry& entry : entries) {
+    if (status.ok()) status = builder.Add(entry);
+    if (!status.ok()) Abandon(database, entry);
+  }
+  if (!status.ok()) return status;
+  return builder.Finish();
+}
+
 Status Refused(PropTag tag, const char* why) {
   return {StatusCode::kInvalidArgument, "property " + ToString(tag) + ": " + why};
 }
@@ -161,23 +183,20 @@ void PropertyContextBuilder::SetInt32(PropTag tag, std::int32_t value) {
   StoreField(RecordAt(low), fields::PropertyRecord::kValue, static_cast<std::uint32_t>(value));
 }
 
-Result<BlockId> WriteSubnodes(NodeDatabase& database,
-                              platform::RecycledVector<SubnodeEntry> entries) {
-  if (entries.empty()) return BlockId();
-  if (!std::ranges::is_sorted(entries, {}, &SubnodeEntry::nid)) {
-    std::ranges::sort(entries, {}, &SubnodeEntry::nid);
+Result<WrittenContext> PropertyContextBuilder::Write(
+    platform::RecycledVector<SubnodeEntry> others) {
+  others.insert(others.end(), _subnodes.begin(), _subnodes.end());
+  auto data = _heap.Write(*_database);
+  if (!data.ok()) {
+    for (const SubnodeEntry& entry : others) Abandon(*_database, entry);
+    return data.status();
   }
-  SubnodeTreeBuilder builder(database);
-  Status status;
-  for (const SubnodeEntry& entry : entries) {
-    if (status.ok()) status = builder.Add(entry);
-    if (!status.ok()) {
-      database.AbandonBlock(entry.data);
-      database.AbandonBlock(entry.sub);
-    }
+  auto subnodes = WriteSubnodes(*_database, std::move(others));
+  if (!subnodes.ok()) {
+    _database->AbandonBlock(*data);
+    return subnodes.status();
   }
-  if (!status.ok()) return status;
-  return builder.Finish();
+  return WrittenContext{*data, *subnodes};
 }
 
 void AbandonValues(NodeDatabase& database, const PropertyList& properties) {
@@ -196,14 +215,7 @@ Result<WrittenContext> WritePropertyContext(NodeDatabase& database, PropertyList
   };
   if (Status status = builder.Prepare(properties); !status.ok()) return fail(status);
   if (Status status = builder.Build(properties); !status.ok()) return fail(status);
-  auto data = builder.WriteHeap();
-  if (!data.ok()) return fail(data.status());
-  auto subnodes = WriteSubnodes(database, builder.subnodes());
-  if (!subnodes.ok()) {
-    database.AbandonBlock(*data);
-    return subnodes.status();
-  }
-  return WrittenContext{*data, *subnodes};
+  return builder.Write();
 }
 
 }  // namespace parvane::pstfile

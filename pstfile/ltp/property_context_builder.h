@@ -9,7 +9,7 @@
 //   PropertyContextBuilder builder(database);
 //   builder.Build(properties);                      // lays out, in memory
 //   builder.SetInt32(tags::kMessageSize, ...);      // what depends on the layout's size
-//   builder.WriteHeap();  builder.subnodes();       // data root and entries for the subnode tree
+//   builder.Write(others);                          // with the entries of its other subnodes
 #pragma once
 
 #include <cstddef>
@@ -30,6 +30,12 @@ namespace parvane::pstfile {
 inline constexpr std::size_t kPropertyRecordSize = 8;
 inline constexpr std::size_t kPropertyRecordsPerLeaf = kMaxHeapItem / kPropertyRecordSize;
 
+// The properties of an object, written: data and subnode roots, both loose.
+struct WrittenContext {
+  BlockId data;
+  BlockId subnodes;
+};
+
 class PropertyContextBuilder {
  public:
   explicit PropertyContextBuilder(NodeDatabase& database)
@@ -45,10 +51,9 @@ class PropertyContextBuilder {
   std::uint64_t size() const { return _heap.size() + _storedBytes; }
   // Overwrites an Int32 that Build has laid out.
   void SetInt32(PropTag tag, std::int32_t value);
-  // One entry for each stored value, unsorted.
-  const platform::RecycledVector<SubnodeEntry>& subnodes() const { return _subnodes; }
-  // The loose root of the heap.
-  platform::Result<BlockId> WriteHeap() { return _heap.Write(*_database); }
+  // Writes what was laid out; `others` go into the object's subnode tree, too. These and the list's
+  // stored values pass to what is written; on failure they are abandoned.
+  platform::Result<WrittenContext> Write(platform::RecycledVector<SubnodeEntry> others = {});
 
  private:
   platform::Result<std::uint32_t> Place(const PropertyList& properties,
@@ -64,22 +69,14 @@ class PropertyContextBuilder {
   std::size_t _count = 0;  // of properties
   platform::RecycledVector<std::uint16_t> _ranks;
   platform::RecycledVector<HeapId> _leaves;
-  platform::RecycledVector<SubnodeEntry> _subnodes;
+  platform::RecycledVector<SubnodeEntry> _subnodes;  // one for each stored value
   std::uint64_t _storedBytes = 0;
 };
 
-// The properties of an object, written: data and subnode roots, both loose.
-struct WrittenContext {
-  BlockId data;
-  BlockId subnodes;
-};
 // Prepares, builds and writes an object that has no subnodes but its values. The list's stored
 // values pass to it; on failure they are abandoned.
 platform::Result<WrittenContext> WritePropertyContext(NodeDatabase& database,
                                                       PropertyList& properties);
-// The tree of these entries, in any order; loose. Takes over their loose blocks.
-platform::Result<BlockId> WriteSubnodes(NodeDatabase& database,
-                                        platform::RecycledVector<SubnodeEntry> entries);
 // Gives back the stored values of a list.
 void AbandonValues(NodeDatabase& database, const PropertyList& properties);
 

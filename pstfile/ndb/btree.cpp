@@ -315,7 +315,7 @@ Status BTree::WriteSlot(std::size_t slot, PageSink& sink) {
       finished->SetChild(i, _dirty[SlotOf(child)].place);
     }
   }
-  Result<PageRef> place = sink.NewPage();
+  auto place = sink.NewPage();
   if (!place.ok()) return place.status();
   _dirty[slot].place = *place;
   if (Status s = sink.WritePage(*place, finished->Seal(*place)); !s.ok()) return s;

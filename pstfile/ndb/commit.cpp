@@ -262,7 +262,7 @@ Status NodeDatabase::Impl::Close() {
 }
 
 Status NodeDatabase::Impl::Finish() {
-  Result<MapTotals> totals = WriteMaps();
+  auto totals = WriteMaps();
   if (!totals.ok()) return totals.status();
   PageBytes dlist{};
   SealPage(dlist, PageType::kDList, FileOffset(kDListOffset), committed.nextPageId);

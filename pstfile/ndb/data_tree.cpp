@@ -33,13 +33,13 @@ Status DataTree::Load(BlockId root) {
   _root = root;
   if (!root) return {};
   if (!root.IsInternal()) {
-    Result<std::size_t> size = _database->BlockDataSize(root);
+    auto size = _database->BlockDataSize(root);
     if (!size.ok()) return size.status();
     _size = *size;
     _blockCount = 1;
     return {};
   }
-  Result<XBlockContent> top = ReadXBlock(*_database, root);
+  auto top = ReadXBlock(*_database, root);
   if (!top.ok()) return top.status();
   _level = top->level;
   _size = top->total;
@@ -65,7 +65,7 @@ Status DataTree::Load(BlockId root) {
 Status DataTree::LoadXBlock(std::size_t index) const {
   if (_loaded == index) return {};
   const BlockId bid = _xblocks[index];
-  Result<XBlockContent> content = ReadXBlock(*_database, bid);
+  auto content = ReadXBlock(*_database, bid);
   if (!content.ok()) return content.status();
   const std::size_t first = index * kMaximumXBlockEntries;
   const std::size_t expected = std::min(kMaximumXBlockEntries, _blockCount - first);
@@ -95,9 +95,9 @@ Result<BlockId> DataTree::BlockAt(std::size_t n) const {
 }
 
 Result<BlockSlice> DataTree::ReadBlock(std::size_t n) const {
-  Result<BlockId> bid = BlockAt(n);
+  auto bid = BlockAt(n);
   if (!bid.ok()) return bid.status();
-  Result<BlockSlice> block = _database->ReadBlock(*bid);
+  auto block = _database->ReadBlock(*bid);
   if (!block.ok()) return block;
   if (block->size() != BlockSize(n)) {
     return CorruptTree(*bid, std::to_string(block->size()) + " bytes as block " +
@@ -111,7 +111,7 @@ Result<std::size_t> DataTree::ReadAt(std::uint64_t offset, std::span<std::byte> 
   std::size_t done = 0;
   while (done < buffer.size() && offset < _size) {
     const auto n = static_cast<std::size_t>(offset / kMaximumBlockData);
-    Result<BlockSlice> block = ReadBlock(n);
+    auto block = ReadBlock(n);
     if (!block.ok()) return block.status();
     const auto bytes = block->bytes().subspan(static_cast<std::size_t>(offset % kMaximumBlockData));
     const std::size_t count = std::min(bytes.size(), buffer.size() - done);
@@ -129,7 +129,7 @@ Result<std::vector<std::byte>> DataTree::ReadAll(std::uint64_t limit) const {
   // Grows with what is really there: a damaged lcbTotal must not cost gigabytes.
   std::vector<std::byte> all;
   for (std::size_t n = 0; n < _blockCount; ++n) {
-    Result<BlockSlice> block = ReadBlock(n);
+    auto block = ReadBlock(n);
     if (!block.ok()) return block.status();
     all.insert(all.end(), block->bytes().begin(), block->bytes().end());
   }
@@ -180,7 +180,7 @@ Status DataTreeWriter::FlushBlock(std::span<const std::byte> bytes) {
   if (_leaves.size() == kMaximumXBlockEntries) {
     if (Status s = FlushXBlock(); !s.ok()) return s;
   }
-  Result<BlockId> bid = _database->WriteBlock(bytes);
+  auto bid = _database->WriteBlock(bytes);
   if (!bid.ok()) return bid.status();
   _leaves.push_back(*bid);
   return {};
@@ -189,7 +189,7 @@ Status DataTreeWriter::FlushBlock(std::span<const std::byte> bytes) {
 Status DataTreeWriter::FlushXBlock() {
   const std::uint64_t before = _xblocks.size() * kXBlockBytes;
   const std::uint64_t total = std::min(kXBlockBytes, _size - before);
-  Result<BlockId> bid = WriteXBlock(*_database, 1, total, _leaves);
+  auto bid = WriteXBlock(*_database, 1, total, _leaves);
   if (!bid.ok()) return bid.status();
   _xblocks.push_back(*bid);
   _leaves.clear();
@@ -209,7 +209,7 @@ Result<BlockId> DataTreeWriter::Finish() {
     if (Status s = FlushXBlock(); !s.ok()) return s;
     root = _xblocks.front();
     if (_xblocks.size() > 1) {
-      Result<BlockId> top = WriteXBlock(*_database, 2, _size, _xblocks);
+      auto top = WriteXBlock(*_database, 2, _size, _xblocks);
       if (!top.ok()) return top.status();
       root = *top;
     }

@@ -15,7 +15,7 @@ using platform::StatusCode;
 
 Result<DataTreeEditor> DataTreeEditor::Open(NodeDatabase& database, BlockId root) {
   DataTreeEditor editor(database);
-  Result<DataTree> tree = DataTree::Open(database, root);
+  auto tree = DataTree::Open(database, root);
   if (!tree.ok()) return tree.status();
   editor._root = root;
   editor._blockCount = tree->_blockCount;
@@ -67,7 +67,7 @@ std::uint64_t DataTreeEditor::size() const {
 // The XBLOCK's leaves in memory; others that did not change make room.
 Result<DataTreeEditor::XBlock*> DataTreeEditor::Touch(std::size_t xblock) const {
   if (const auto found = _loaded.find(xblock); found != _loaded.end()) return &found->second;
-  Result<XBlockContent> content = ReadXBlock(*_database, _xblocks[xblock]);
+  auto content = ReadXBlock(*_database, _xblocks[xblock]);
   if (!content.ok()) return content.status();
   const std::size_t expected =
       std::min(kMaximumXBlockEntries, _blockCount - xblock * kMaximumXBlockEntries);
@@ -84,7 +84,7 @@ Result<DataTreeEditor::XBlock*> DataTreeEditor::Touch(std::size_t xblock) const 
 
 Result<BlockSlice> DataTreeEditor::ReadBlock(std::size_t n) const {
   if (n >= _blockCount) return NoSuchBlock(n, _blockCount);
-  Result<XBlock*> xblock = Touch(n / kMaximumXBlockEntries);
+  auto xblock = Touch(n / kMaximumXBlockEntries);
   if (!xblock.ok()) return xblock.status();
   return _database->ReadBlock((*xblock)->leaves[n % kMaximumXBlockEntries]);
 }
@@ -106,14 +106,14 @@ Status DataTreeEditor::AppendBlock(std::span<const std::byte> bytes) {
   if (index == _xblocks.size()) {
     if (Status s = SpillFullXBlocks(); !s.ok()) return s;
   }
-  Result<BlockId> bid = _database->WriteBlock(bytes);
+  auto bid = _database->WriteBlock(bytes);
   if (!bid.ok()) return bid.status();
   _fresh.insert(*bid);
   if (index == _xblocks.size()) {
     _xblocks.emplace_back();
     _loaded[index] = {};
   }
-  Result<XBlock*> xblock = Touch(index);
+  auto xblock = Touch(index);
   if (!xblock.ok()) {
     Drop(*bid);
     return xblock.status();
@@ -135,9 +135,9 @@ Status DataTreeEditor::ReplaceBlock(std::size_t n, std::span<const std::byte> by
     return TreeTooLarge();
   }
   const std::size_t index = n / kMaximumXBlockEntries;
-  Result<XBlock*> xblock = Touch(index);
+  auto xblock = Touch(index);
   if (!xblock.ok()) return xblock.status();
-  Result<BlockId> bid = _database->WriteBlock(bytes);
+  auto bid = _database->WriteBlock(bytes);
   if (!bid.ok()) return bid.status();
   _fresh.insert(*bid);
   MarkDirty(index, **xblock);
@@ -153,7 +153,7 @@ Status DataTreeEditor::Truncate(std::size_t count) {
   while (_blockCount > count) {
     const std::size_t index = (_blockCount - 1) / kMaximumXBlockEntries;
     const std::size_t first = index * kMaximumXBlockEntries;
-    Result<XBlock*> touched = Touch(index);
+    auto touched = Touch(index);
     if (!touched.ok()) return touched.status();
     XBlock& xblock = **touched;
     MarkDirty(index, xblock);
@@ -173,7 +173,7 @@ Status DataTreeEditor::Truncate(std::size_t count) {
 Result<BlockId> DataTreeEditor::WriteXBlock(std::size_t index, const XBlock& xblock) {
   const std::uint64_t before = index * kXBlockBytes;
   const std::uint64_t total = std::min(kXBlockBytes, size() - before);
-  Result<BlockId> bid = pstfile::WriteXBlock(*_database, 1, total, xblock.leaves);
+  auto bid = pstfile::WriteXBlock(*_database, 1, total, xblock.leaves);
   if (bid.ok()) _fresh.insert(*bid);
   return bid;
 }
@@ -182,7 +182,7 @@ Result<BlockId> DataTreeEditor::WriteXBlock(std::size_t index, const XBlock& xbl
 Status DataTreeEditor::SpillFullXBlocks() {
   for (auto it = _loaded.begin(); it != _loaded.end();) {
     if (it->second.dirty) {
-      Result<BlockId> bid = WriteXBlock(it->first, it->second);
+      auto bid = WriteXBlock(it->first, it->second);
       if (!bid.ok()) return bid.status();
       _xblocks[it->first] = *bid;
     }
@@ -201,14 +201,14 @@ Result<BlockId> DataTreeEditor::Flush() {
     for (auto& [index, xblock] : _loaded) {
       // A single block that got company has an XBLOCK that was never written.
       if (_xblocks[index] && !xblock.dirty) continue;
-      Result<BlockId> bid = WriteXBlock(index, xblock);
+      auto bid = WriteXBlock(index, xblock);
       if (!bid.ok()) return bid.status();
       _xblocks[index] = *bid;
       xblock.dirty = false;
     }
     root = _xblocks.front();
     if (_xblocks.size() > 1) {
-      Result<BlockId> top = pstfile::WriteXBlock(*_database, 2, size(), _xblocks);
+      auto top = pstfile::WriteXBlock(*_database, 2, size(), _xblocks);
       if (!top.ok()) return top.status();
       root = *top;
     }

@@ -13,7 +13,6 @@
 
 namespace parvane::pstfile {
 
-using platform::Result;
 using platform::Status;
 using platform::StatusCode;
 
@@ -99,7 +98,7 @@ Status NodeDatabase::Impl::WalkUsed(const UsedSpace& used) {
 }
 
 Status NodeDatabase::Impl::Examine() {
-  Result<std::uint64_t> size = _file->Size();
+  auto size = _file->Size();
   if (!size.ok()) return size.status();
   if (*size < committed.endOfFile) {
     if (Status s = CheckNothingBeyond(*size); !s.ok()) return s;
@@ -168,10 +167,10 @@ Status NodeDatabase::Impl::RaiseIds() {
   }
   RaisePageId(header, header.nodeRoot.id);
   RaisePageId(header, header.blockRoot.id);
-  Result<std::optional<std::uint64_t>> block = blocks.LastKey();
+  auto block = blocks.LastKey();
   if (!block.ok()) return block.status();
   RaiseBlockId(header, BlockId(block->value_or(0)));
-  Result<std::optional<std::uint64_t>> node = nodes.LastKey();
+  auto node = nodes.LastKey();
   if (!node.ok()) return node.status();
   RaiseCounter(header, NodeId(static_cast<std::uint32_t>(node->value_or(0))));
   if (_knownFrom == kFirstAMapOffset) {

@@ -10,7 +10,6 @@ namespace parvane::pstfile {
 
 using fields::Header;
 using platform::Result;
-using platform::Status;
 using platform::StatusCode;
 
 namespace {
@@ -61,7 +60,7 @@ Result<FileKind> KindOfFile(platform::FileSystem& files, std::u16string_view pat
   auto file = files.Open(path, platform::FileSystem::OpenMode::kRead);
   if (!file.ok()) return file.status();
   std::array<std::byte, kHeaderSize> start;
-  const Result<std::size_t> count = (*file)->ReadAt(0, start);
+  const auto count = (*file)->ReadAt(0, start);
   if (!count.ok()) return count.status();
   return KindOf(std::span(start).first(*count));
 }

@@ -31,7 +31,7 @@ NodeDatabase::Impl::NewBlock* NodeDatabase::Impl::LooseOrNew(BlockId bid) {
 
 Result<BlockRecord> NodeDatabase::Impl::CommittedBlock(BlockId bid) {
   std::array<std::byte, kBlockEntrySize> entry;
-  Result<bool> found = blocks.Find(bid.value, entry);
+  auto found = blocks.Find(bid.value, entry);
   if (!found.ok()) return found.status();
   if (!*found) {
     return Status(StatusCode::kCorrupt, "block " + ToString(bid) + " is not in the block B-tree");
@@ -52,7 +52,7 @@ Result<BlockRecord> NodeDatabase::Impl::CommittedBlock(BlockId bid) {
 Result<NodeDatabase::Impl::ReferenceChange*> NodeDatabase::Impl::ChangeOf(BlockId bid) {
   const auto [change, added] = _changes.try_emplace(bid);
   if (added) {
-    Result<BlockRecord> record = CommittedBlock(bid);
+    auto record = CommittedBlock(bid);
     if (!record.ok()) {
       _changes.erase(change);
       return record.status();
@@ -68,15 +68,15 @@ Status NodeDatabase::Impl::AppendReferencesOf(BlockId bid, std::vector<BlockId>&
     // Mostly not written out yet, and never encoded.
     const std::size_t size = own->place.dataSize;
     if (const auto buffered = _buffer.Find(own->place.offset.value, size)) {
-      Result<InternalBlock> block = InternalBlock::Parse(*buffered, bid);
+      auto block = InternalBlock::Parse(*buffered, bid);
       if (!block.ok()) return block.status();
       block->AppendReferences(to);
       return {};
     }
   }
-  Result<BlockSlice> bytes = ReadBlock(bid);
+  auto bytes = ReadBlock(bid);
   if (!bytes.ok()) return bytes.status();
-  Result<InternalBlock> block = InternalBlock::Parse(bytes->bytes(), bid);
+  auto block = InternalBlock::Parse(bytes->bytes(), bid);
   if (!block.ok()) return block.status();
   block->AppendReferences(to);
   return {};
@@ -96,7 +96,7 @@ Status NodeDatabase::Impl::AddReference(BlockId root) {
       if (block->references == 0xFFFF) return full();
       first = block->references++ == 1;
     } else {
-      Result<ReferenceChange*> change = ChangeOf(bid);
+      auto change = ChangeOf(bid);
       if (!change.ok()) return change.status();
       const std::int64_t references = (*change)->before + std::int64_t{(*change)->delta};
       if (references >= 0xFFFF) return full();
@@ -122,7 +122,7 @@ Status NodeDatabase::Impl::DropReference(BlockId root) {
       last = --block->references == 1;
     } else {
       // A reference to a block that a damaged file does not have ends here.
-      Result<ReferenceChange*> change = ChangeOf(bid);
+      auto change = ChangeOf(bid);
       if (change.status().code() == StatusCode::kIoError) return change.status();
       if (!change.ok()) continue;
       last = (*change)->before + --(*change)->delta == 1;
@@ -186,7 +186,7 @@ Result<bool> NodeDatabase::Impl::CanShare(BlockId bid) {
   if (const NewBlock* block = LooseOrNew(bid)) return block->references < kLimit;
   const auto change = _changes.find(bid);
   const std::int64_t delta = change == _changes.end() ? 0 : change->second.delta;
-  Result<BlockRecord> record = CommittedBlock(bid);
+  auto record = CommittedBlock(bid);
   if (!record.ok()) return record.status();
   return record->references + delta < kLimit;
 }
@@ -197,11 +197,11 @@ Status NodeDatabase::Impl::ApplyReferences() {
   std::vector<std::pair<BlockId, ReferenceChange>> changes(_changes.begin(), _changes.end());
   std::ranges::sort(changes, {}, &std::pair<BlockId, ReferenceChange>::first);
   for (const auto& [bid, change] : changes) {
-    Result<BlockRecord> record = CommittedBlock(bid);
+    auto record = CommittedBlock(bid);
     if (!record.ok()) return record.status();
     const std::int64_t references = change.before + std::int64_t{change.delta};
     if (references <= 1) {
-      Result<bool> erased = blocks.Erase(bid.value);
+      auto erased = blocks.Erase(bid.value);
       if (!erased.ok()) return erased.status();
       _space.FreeAfterCommit(record->place.offset.value, BlockSizeOnDisk(record->place.dataSize));
       _blockCache.Forget(bid);

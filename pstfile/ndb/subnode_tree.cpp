@@ -33,9 +33,9 @@ struct SubnodeBlock {
 
 Result<SubnodeBlock> ReadSubnodeBlock(const NodeDatabase& database, BlockId bid) {
   if (!bid.IsInternal()) return Corrupt(bid, "a data block as part of a subnode tree");
-  Result<BlockSlice> bytes = database.ReadBlock(bid);
+  auto bytes = database.ReadBlock(bid);
   if (!bytes.ok()) return bytes.status();
-  Result<InternalBlock> block = InternalBlock::Parse(bytes->bytes(), bid);
+  auto block = InternalBlock::Parse(bytes->bytes(), bid);
   if (!block.ok()) return block.status();
   if (block->type != kSubnodeTreeBlock) return Corrupt(bid, "not part of a subnode tree");
   return SubnodeBlock{std::move(*bytes), *block};
@@ -120,10 +120,10 @@ Result<SubnodeTree> SubnodeTree::Open(const NodeDatabase& database, BlockId root
   tree._database = &database;
   tree._root = root;
   if (!root) return tree;
-  Result<SubnodeBlock> top = ReadSubnodeBlock(database, root);
+  auto top = ReadSubnodeBlock(database, root);
   if (!top.ok()) return top.status();
   if (top->block.level == 0) {
-    Result<std::vector<SubnodeEntry>> entries = DecodeLeaf(root, top->block);
+    auto entries = DecodeLeaf(root, top->block);
     if (!entries.ok()) return entries.status();
     tree._leaves = {{entries->front().nid, root}};
     tree._entries = std::move(*entries);
@@ -143,10 +143,10 @@ Result<SubnodeTree> SubnodeTree::Open(const NodeDatabase& database, BlockId root
 Status SubnodeTree::LoadLeaf(std::size_t index) const {
   if (_loaded == index) return {};
   const BlockId bid = _leaves[index].block;
-  Result<SubnodeBlock> leaf = ReadSubnodeBlock(*_database, bid);
+  auto leaf = ReadSubnodeBlock(*_database, bid);
   if (!leaf.ok()) return leaf.status();
   if (leaf->block.level != 0) return Corrupt(bid, "a SIBLOCK below a SIBLOCK");
-  Result<std::vector<SubnodeEntry>> entries = DecodeLeaf(bid, leaf->block);
+  auto entries = DecodeLeaf(bid, leaf->block);
   if (!entries.ok()) return entries.status();
   // A search goes by the SIBLOCK alone, and would miss what lies in a leaf it does not expect.
   if (entries->front().nid != _leaves[index].first ||
@@ -164,7 +164,7 @@ std::size_t SubnodeTree::LeafFor(NodeId nid) const {
 }
 
 Result<std::optional<SubnodeEntry>> SubnodeTree::Find(NodeId nid) const {
-  Result<std::optional<SubnodeEntry>> next = Next(nid);
+  auto next = Next(nid);
   if (next.ok() && *next && (*next)->nid != nid) return std::optional<SubnodeEntry>();
   return next;
 }
@@ -204,7 +204,7 @@ Status SubnodeTreeBuilder::Add(const SubnodeEntry& entry) {
 }
 
 Status SubnodeTreeBuilder::FlushLeaf() {
-  Result<BlockId> leaf = WriteLeaf(*_database, _entries);
+  auto leaf = WriteLeaf(*_database, _entries);
   if (!leaf.ok()) return leaf.status();
   _leaves.push_back({_entries.front().nid, *leaf});
   _entries.clear();
@@ -215,7 +215,7 @@ Result<BlockId> SubnodeTreeBuilder::Finish() {
   if (!_entries.empty()) {
     if (Status s = FlushLeaf(); !s.ok()) return s;
   }
-  Result<BlockId> root = WriteRoot(*_database, std::span<const SubnodeTree::Leaf>(_leaves));
+  auto root = WriteRoot(*_database, std::span<const SubnodeTree::Leaf>(_leaves));
   if (!root.ok()) return root;
   _leaves.clear();
   _last.reset();
@@ -236,7 +236,7 @@ void SubnodeTreeBuilder::Abandon() {
 // ---- SubnodeTreeEditor --------------------------------------------------------------------------
 
 Result<SubnodeTreeEditor> SubnodeTreeEditor::Open(NodeDatabase& database, BlockId root) {
-  Result<SubnodeTree> tree = SubnodeTree::Open(database, root);
+  auto tree = SubnodeTree::Open(database, root);
   if (!tree.ok()) return tree.status();
   return SubnodeTreeEditor(database, std::move(*tree));
 }
@@ -304,9 +304,8 @@ Result<BlockId> SubnodeTreeEditor::Flush() {
   const bool loose = _root && _database->IsLoose(_root);
   Rebuilt now;
   Status status = Rebuild(now);
-  Result<BlockId> root = status.ok()
-                             ? WriteRoot(*_database, std::span<const SubnodeTree::Leaf>(now.leaves))
-                             : Result<BlockId>(status);
+  auto root = status.ok() ? WriteRoot(*_database, std::span<const SubnodeTree::Leaf>(now.leaves))
+                          : Result<BlockId>(status);
   if (!root.ok()) {
     for (const BlockId bid : now.fresh) _database->AbandonBlockOnly(bid);
     return root;
@@ -371,7 +370,7 @@ Status SubnodeTreeEditor::WriteLeaves(std::span<const SubnodeEntry> entries, boo
        parts > 0; --parts) {
     const std::size_t size = appends ? std::min(entries.size(), kMaximumSlBlockEntries)
                                      : (entries.size() + parts - 1) / parts;
-    Result<BlockId> leaf = WriteLeaf(*_database, entries.first(size));
+    auto leaf = WriteLeaf(*_database, entries.first(size));
     if (!leaf.ok()) return leaf.status();
     now.fresh.push_back(*leaf);
     now.leaves.push_back({entries.front().nid, *leaf});
@@ -391,7 +390,7 @@ void SubnodeTreeEditor::AbandonReplaced(const Rebuilt& now) const {
 void SubnodeTreeEditor::Forget() {
   for (const auto& [nid, entry] : _changes) {
     if (!entry) continue;
-    Result<std::optional<SubnodeEntry>> old = _tree.Find(nid);
+    auto old = _tree.Find(nid);
     DropReplaced(*entry, old.ok() && *old ? **old : SubnodeEntry{});
   }
   _changes.clear();

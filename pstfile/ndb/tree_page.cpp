@@ -153,7 +153,7 @@ Result<std::shared_ptr<const TreePage>> TreePageCache::Read(PageRef ref, PageTyp
     return Corrupt(tree, ref.offset, "not a place for a page");
   }
   PageBytes bytes;
-  Result<std::size_t> got = _file->ReadAt(ref.offset.value, bytes);
+  auto got = _file->ReadAt(ref.offset.value, bytes);
   if (!got.ok()) return got.status();
   if (*got != kPageSize) return Corrupt(tree, ref.offset, "beyond the end of the file");
   if (Status s = CheckPage(bytes, tree, ref.offset, ref.id.value); !s.ok()) return s;

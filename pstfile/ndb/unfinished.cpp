@@ -29,7 +29,7 @@ void MarkUnfinished(std::span<std::byte, kHeaderSize> header) {
 
 Result<bool> IsUnfinished(platform::RandomAccessFile& file) {
   std::array<std::byte, kHeaderSize> start;
-  const Result<std::size_t> count = file.ReadAt(0, start);
+  const auto count = file.ReadAt(0, start);
   if (!count.ok()) return count.status();
   const auto read = std::span<const std::byte>(start).first(*count);
   return KindOf(read).status.ok() &&
@@ -37,7 +37,7 @@ Result<bool> IsUnfinished(platform::RandomAccessFile& file) {
 }
 
 Status MarkFinished(platform::RandomAccessFile& file) {
-  const Result<bool> marked = IsUnfinished(file);
+  const auto marked = IsUnfinished(file);
   if (!marked.ok() || !*marked) return marked.status();
   constexpr std::array<std::byte, kSize> kNone{};
   return file.WriteAt(Header::kMark.offset, kNone);

@@ -21,9 +21,9 @@ Status NoSuchBlock(std::size_t n, std::size_t count) {
 Status TreeTooLarge() { return {StatusCode::kTooBig, "a value of 4 GiB or more cannot be stored"}; }
 
 Result<XBlockContent> ReadXBlock(const NodeDatabase& database, BlockId bid) {
-  Result<BlockSlice> bytes = database.ReadBlock(bid);
+  auto bytes = database.ReadBlock(bid);
   if (!bytes.ok()) return bytes.status();
-  Result<InternalBlock> block = InternalBlock::Parse(bytes->bytes(), bid);
+  auto block = InternalBlock::Parse(bytes->bytes(), bid);
   if (!block.ok()) return block.status();
   if (block->type != kDataTreeBlock) return CorruptTree(bid, "not part of a data tree");
   if (block->count > kMaximumXBlockEntries) {

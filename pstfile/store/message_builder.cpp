@@ -143,9 +143,6 @@ class Parts {
     }
   }
   void Add(NodeId node, BlockId data, BlockId sub) { _entries.push_back({node, data, sub}); }
-  void Add(std::span<const SubnodeEntry> entries) {
-    _entries.insert(_entries.end(), entries.begin(), entries.end());
-  }
   platform::RecycledVector<SubnodeEntry> Take() { return std::move(_entries); }
 
  private:
@@ -244,19 +241,13 @@ Result<StoredAttachment> BuildAttachment(NodeDatabase& database, PackedRows& row
   auto node = database.AllocateNodeId(NodeKind::kAttachment);
   if (!node.ok()) return fail(node.status());
   attachment.node = *node;
-  auto data = builder.WriteHeap();
-  if (!data.ok()) return fail(data.status());
-  parts.Add(builder.subnodes());
-  auto subnodes = WriteSubnodes(database, parts.Take());
-  if (!subnodes.ok()) {
-    database.AbandonBlock(*data);
-    return subnodes.status();
-  }
-  attachment.data = *data;
-  attachment.subnodes = *subnodes;
+  const auto written = builder.Write(parts.Take());
+  if (!written.ok()) return written.status();
+  attachment.data = written->data;
+  attachment.subnodes = written->subnodes;
   if (Status status = KeepAttachmentRow(database, rows, properties, attachment); !status.ok()) {
-    database.AbandonBlock(*data);
-    database.AbandonBlock(*subnodes);
+    database.AbandonBlock(attachment.data);
+    database.AbandonBlock(attachment.subnodes);
     return status;
   }
   return attachment;
@@ -306,16 +297,10 @@ Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properti
   properties.SetInt32(tags::kMessageSize, static_cast<std::int32_t>(size));
 
   StoredMessage message;
-  auto data = builder.WriteHeap();
-  if (!data.ok()) return fail(data.status());
-  parts.Add(builder.subnodes());
-  auto subnodes = WriteSubnodes(database, parts.Take());
-  if (!subnodes.ok()) {
-    database.AbandonBlock(*data);
-    return subnodes.status();
-  }
-  message.data = *data;
-  message.subnodes = *subnodes;
+  const auto written = builder.Write(parts.Take());
+  if (!written.ok()) return written.status();
+  message.data = written->data;
+  message.subnodes = written->subnodes;
   message.size = size;
   message.properties = std::move(properties);
   return message;
