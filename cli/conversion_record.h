@@ -168,6 +168,15 @@ struct ConversionRecord {
   // Written messages by what was kept of their state; none of them are counted when none was asked
   // for.
   std::optional<std::array<std::uint64_t, carry::kStateKinds>> stateKept;
+  // Files winmail.dat of written messages, and such messages with correspondents that repair would
+  // have lost; likewise.
+  struct WinmailTotals {
+    std::uint64_t opened = 0;
+    std::uint64_t attachments = 0;
+    std::uint64_t kept = 0;
+  };
+  std::optional<WinmailTotals> winmail;
+  std::optional<std::uint64_t> addressesKept;
   std::uint64_t deletedSkipped = 0;  // messages, as was asked for
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;

@@ -53,6 +53,8 @@ class Conversion {
     _record.destination = _options.destination;
     _record.mapi = _options.mapi;
     if (_options.keep.state) _record.stateKept.emplace();
+    if (_options.keep.winmail) _record.winmail.emplace();
+    if (_options.keep.addresses) _record.addressesKept.emplace();
     const bool began = PrepareAndCopy();
     TakeName();
     _progress.Finish();

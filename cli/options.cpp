@@ -114,7 +114,9 @@ struct KeepGroup {
   std::string_view name;
   bool KeepChoice::*member;
 };
-constexpr KeepGroup kKeepGroups[] = {{"state", &KeepChoice::state}};
+constexpr KeepGroup kKeepGroups[] = {{"state", &KeepChoice::state},
+                                     {"winmail", &KeepChoice::winmail},
+                                     {"addresses", &KeepChoice::addresses}};
 
 std::string NamesOfKeepGroups() {
   std::string names;
@@ -159,7 +161,8 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
   command
       .add_option("--keep", raw.keep,
                   "what comes along beside the messages themselves: state (read, answered, flags, "
-                  "tags, importance); all by default")
+                  "tags, importance), winmail (what is in a winmail.dat), addresses (names and "
+                  "addresses that repair would lose); all by default")
       ->type_name("all|none|LIST");
   command.add_flag("--skip-deleted", options.skipDeleted,
                    "leave out messages that their mail program has marked as deleted");

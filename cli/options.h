@@ -18,7 +18,9 @@ enum class ProgressChoice { kAuto, kLines, kNever };
 
 // What comes along with a message beside what the conversion itself writes.
 struct KeepChoice {
-  bool state = true;  // read, answered, flagged, tagged...
+  bool state = true;      // read, answered, flagged, tagged...
+  bool winmail = true;    // what is in a winmail.dat, in its place
+  bool addresses = true;  // correspondents as the header names them
 };
 
 struct ConvertOptions {

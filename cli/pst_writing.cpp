@@ -64,7 +64,10 @@ void PstWriting::Watch() {
   _account = builtin ? BuiltinAccount(_claim.path()) : SystemAccount(_claim.path());
   _witness.Watch(*_account);
   engine::ObserveDestination(*_store, &_witness);
-  if (_options.keep.state) engine::InsertItemStep(*_store, &_stateStep);
+  if (_options.keep.state) _steps.Add(_stateStep);
+  if (_options.keep.winmail) _steps.Add(_winmailStep);
+  if (_options.keep.addresses) _steps.Add(_addressStep);
+  if (!_steps.empty()) engine::InsertItemStep(*_store, &_steps);
 }
 
 void PstWriting::Close() {

@@ -5,7 +5,10 @@
 #include <optional>
 #include <string_view>
 
+#include "carry/address_step.h"
 #include "carry/state_step.h"
+#include "carry/step_chain.h"
+#include "carry/winmail_step.h"
 #include "cli/conversion_record.h"
 #include "cli/destination.h"
 #include "cli/destination_claim.h"
@@ -60,6 +63,9 @@ class PstWriting {
   Witness& _witness;
   Progress& _progress;
   carry::StateStep _stateStep{_witness};
+  carry::WinmailStep _winmailStep{_witness};
+  carry::AddressStep _addressStep{_witness};
+  carry::StepChain _steps;
   std::optional<MapiRun> _mapi;
   std::unique_ptr<PstAccount> _account;
   std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStoreMutable> _store;

@@ -186,6 +186,8 @@ RemarkWords WordsOf(RemarkKind kind) {
     case RemarkKind::kTagNameless:
       return {"tag-nameless", "TAG",
               "Tags without a name, which became categories named by their keys"};
+    case RemarkKind::kWinmailKept:
+      return {"winmail-kept", "KEPT", "Files winmail.dat that could not be opened, or not wholly"};
     case RemarkKind::kFetchedInPart:
       return {"fetched-in-part", "IN PART",
               "Messages of which only the beginning had been fetched"};

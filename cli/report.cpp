@@ -131,6 +131,7 @@ class ReportWriter {
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
     StateKept();
+    Kept();
     _json.Key("failures").BeginObject();
     for (std::size_t i = 0; i < kFailureKinds; ++i) {
       _json.Key(ReasonOf(static_cast<FailureKind>(i)).code).Number(_record.failuresOf[i]);
@@ -152,6 +153,25 @@ class ReportWriter {
           .Number((*_record.stateKept)[kind]);
     }
     _json.EndObject();
+  }
+
+  void Kept() {
+    _json.Key("winmail");
+    if (_record.winmail) {
+      _json.BeginObject();
+      _json.Key("opened").Number(_record.winmail->opened);
+      _json.Key("attachments").Number(_record.winmail->attachments);
+      _json.Key("kept").Number(_record.winmail->kept);
+      _json.EndObject();
+    } else {
+      _json.Null();
+    }
+    _json.Key("addressesKept");
+    if (_record.addressesKept) {
+      _json.Number(*_record.addressesKept);
+    } else {
+      _json.Null();
+    }
   }
 
   void Folders() {

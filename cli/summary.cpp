@@ -108,6 +108,15 @@ class SummaryWriter {
       }
     }
     if (!kept.empty()) Line("State kept: " + kept);
+    if (_record.winmail && _record.winmail->opened > 0) {
+      Line(fmt::format("Files winmail.dat opened: {}, with {}",
+                       WithThousands(_record.winmail->opened),
+                       Counted(_record.winmail->attachments, "attachment")));
+    }
+    if (_record.addressesKept.value_or(0) > 0) {
+      Line(fmt::format("Messages with names or addresses that repair would have lost: {}",
+                       WithThousands(*_record.addressesKept)));
+    }
     if (_record.deletedSkipped > 0) {
       Line(fmt::format("Messages marked as deleted and left out: {}",
                        WithThousands(_record.deletedSkipped)));

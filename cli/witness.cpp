@@ -164,6 +164,12 @@ void Witness::CountCommitted() {
 
 void Witness::CountWritten(const Item& item) {
   ++_record.folders[item.folder].written;
+  if (_record.winmail) {
+    _record.winmail->opened += item.winmail.opened;
+    _record.winmail->attachments += item.winmail.attachments;
+    _record.winmail->kept += item.winmail.partly + item.winmail.unreadable;
+  }
+  if (_record.addressesKept) *_record.addressesKept += item.addressesKept.any();
   if (!_record.stateKept) return;
   for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
     (*_record.stateKept)[kind] += item.stateKept[kind];
@@ -209,6 +215,8 @@ void Witness::MessageRead(const engine::MessageLocation& message) {
            message.size,
            {},
            false,
+           {},
+           {},
            {}};
   _itemOpen = true;
   _failures = _pst->Failures();
@@ -326,7 +334,9 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   _record.withoutDate += notes.dateMissing;
   _record.unreadableDate += notes.dateUnreadable;
   _itemRefusals = notes.refusals;
-  for (const engine::Remark& remark : notes.remarks) AddRemark(remark);
+  for (const engine::Remark& remark : notes.remarks) {
+    if (!IsKeptAfterAll(remark)) AddRemark(remark);
+  }
   if (notes.dateChangedByRepair) {
     const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
     AddRemark({engine::RemarkKind::kDateChanged, "Date",
@@ -360,6 +370,29 @@ void Witness::StateCarried(carry::CarriedState carried) {
     AddRemark({engine::RemarkKind::kTagNameless, keyword, {}});
   if (carried.partial) AddRemark({engine::RemarkKind::kFetchedInPart, {}, {}});
   std::ranges::move(carried.refusals, std::back_inserter(_itemRefusals));
+}
+
+void Witness::WinmailCarried(const carry::CarriedWinmail& carried) {
+  if (!_itemOpen) return;
+  _item.winmail = carried;
+  for (std::uint32_t i = 0; i < carried.unreadable; ++i)
+    AddRemark({engine::RemarkKind::kWinmailKept, "winmail.dat", "it cannot be read"});
+  for (std::uint32_t i = 0; i < carried.partly; ++i) {
+    AddRemark({engine::RemarkKind::kWinmailKept, "winmail.dat",
+               "not all of it could be read; what could is on the message too"});
+  }
+}
+
+void Witness::AddressesCarried(const carry::AddressFields& fields) {
+  if (_itemOpen) _item.addressesKept = fields;
+}
+
+bool Witness::IsKeptAfterAll(const engine::Remark& remark) const {
+  if (remark.kind != engine::RemarkKind::kHeaderTextLost) return false;
+  const auto* field = std::ranges::find(Tessary::kAddressFields, remark.place);
+  return field != Tessary::kAddressFields.end() &&
+         _item.addressesKept.test(
+             static_cast<std::size_t>(field - Tessary::kAddressFields.begin()));
 }
 
 }  // namespace parvane::cli

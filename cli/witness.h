@@ -13,7 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "carry/address_step.h"
 #include "carry/state_step.h"
+#include "carry/winmail_step.h"
 #include "cli/conversion_record.h"
 #include "cli/logs.h"
 #include "cli/pst_account.h"
@@ -27,6 +29,8 @@ namespace parvane::cli {
 class Witness : public engine::SourceObserver,
                 public engine::DestinationObserver,
                 public carry::CarryObserver,
+                public carry::WinmailObserver,
+                public carry::AddressObserver,
                 public QuelmarMIMEEngineCommon::ILogger,
                 public QuelmarMIMEEngineCommon::ICancelable {
  public:
@@ -83,6 +87,10 @@ class Witness : public engine::SourceObserver,
 
   // CarryObserver
   void StateCarried(carry::CarriedState carried) override;
+  // WinmailObserver
+  void WinmailCarried(const carry::CarriedWinmail& carried) override;
+  // AddressObserver
+  void AddressesCarried(const carry::AddressFields& fields) override;
 
   // DestinationObserver
   void MapiAnswered(engine::DestinationStep step, std::int32_t result) override;
@@ -101,11 +109,15 @@ class Witness : public engine::SourceObserver,
     std::string messageId;
     bool failed = false;
     std::bitset<carry::kStateKinds> stateKept;
+    carry::CarriedWinmail winmail;
+    carry::AddressFields addressesKept;
   };
 
   void FinishItem();
   void AddFailure(const Item& item, FailureKind kind, std::string detail, std::string details);
   void AddRemark(engine::Remark remark);  // about the item in hand
+  // What repair lost and a step has put back.
+  bool IsKeptAfterAll(const engine::Remark& remark) const;
   // The item in hand was saved without something.
   void AddRefusals();
   void CountWritten(const Item& item);

@@ -6,8 +6,11 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "mapi/message.h"
+#include "mime/header_facts.h"
+#include "mime/mailbox.h"
 
 namespace Tessary {
 class Email2;
@@ -16,6 +19,8 @@ struct LeftoverPart;
 }  // namespace Tessary
 
 namespace parvane::convert {
+
+using QuelmarMIMEEngineCommon::MailBox;
 
 // The mail in hand; holds during the call.
 struct MailInHand {
@@ -31,6 +36,12 @@ class ConversionStep {
   virtual ~ConversionStep() = default;
   // The message is empty yet. Calls for messages inside it come before MailWritten for itself.
   virtual void MailBegins(const MailInHand& /*mail*/, mapi::IMessage& /*message*/) {}
+  // Originators or recipients are to be made of the field. Not null: of these mailboxes, which hold
+  // until the next call, and not of those that the mail as repaired names.
+  virtual const std::vector<MailBox>* Correspondents(const MailInHand& /*mail*/,
+                                                     Tessary::AddressField /*field*/) {
+    return nullptr;
+  }
   // An attachment is to be made of the part. True when the step has seen to it: then none is.
   virtual bool TakePart(const MailInHand& /*mail*/, PartKind /*kind*/,
                         const Tessary::Email2& /*part*/, mapi::IMessage& /*message*/) {

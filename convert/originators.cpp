@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -61,6 +62,13 @@ bool ForEachMailBoxOf(EmailMessage& email, AddressField field,
                                   ForEachMailBoxOf(email, Tessary::NameOf(field), take));
 }
 
+// Those that a step has read instead.
+void ForEachOf(const std::vector<MailBox>& mailBoxes, const EmailMessage::TakeMailBox& take) {
+  for (const MailBox& mailBox : mailBoxes) {
+    if (!take(mailBox)) return;
+  }
+}
+
 // One correspondent takes four properties, always in this order.
 struct OriginatorTags {
   ULONG entryId;
@@ -100,17 +108,27 @@ void MIMEToMAPIMessageConverter::WriteSender(TsEmail* email, IMessage* message) 
   EmailMessage* parsed = email ? MessageOf(*email) : nullptr;
   if (!parsed || !message) return;
   std::optional<MailBox> sender;
-  ForEachMailBoxOf(*parsed, AddressField::kSender, [&](const MailBox& mailBox) {
+  const auto takeSender = [&](const MailBox& mailBox) {
     sender = mailBox;
     return false;
-  });
-  parsed->ForEachMailbox(AddressField::kFrom, [&](const MailBox& author) {
+  };
+  if (const auto* read = _stepP->Correspondents({*parsed, _depth}, AddressField::kSender)) {
+    ForEachOf(*read, takeSender);
+  } else {
+    ForEachMailBoxOf(*parsed, AddressField::kSender, takeSender);
+  }
+  const auto takeAuthor = [&](const MailBox& author) {
     if (!HasText(author.name) && !HasText(author.address)) return false;
     const OneOffEntry from(_addressBookP, author.name, author.address);
     WriteOriginator(*message, kSentRepresentingTags, from);
     if (!sender) WriteOriginator(*message, kSenderTags, from);
     return false;
-  });
+  };
+  if (const auto* read = _stepP->Correspondents({*parsed, _depth}, AddressField::kFrom)) {
+    ForEachOf(*read, takeAuthor);
+  } else {
+    parsed->ForEachMailbox(AddressField::kFrom, std::ref(takeAuthor));
+  }
   if (sender) {
     WriteOriginator(*message, kSenderTags,
                     OneOffEntry(_addressBookP, sender->name, sender->address));
@@ -124,22 +142,25 @@ void MIMEToMAPIMessageConverter::WriteReplyTo(TsEmail* email, IMessage* message)
   std::u16string addresses;
   parvane::convert::FlatEntryList entries;
   bool first = true;
-  const bool hasField =
-      ForEachMailBoxOf(*parsed, AddressField::kReplyTo, [&](const MailBox& mailBox) {
-        const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
-        // They are one value each, however many there are.
-        constexpr std::size_t kMostBytes = 4 << 20;
-        if (entries.size() > kMostBytes) {
-          parvane::mapi::NoteRefusal(MAPI_E_TOO_BIG, PR_REPLY_RECIPIENT_ENTRIES);
-          return false;
-        }
-        AppendItem(names, entry.displayName(), first);
-        AppendItem(addresses, entry.emailAddress(), first);
-        entries.Add({entry.entryId(), entry.entryIdSize()});
-        first = false;
-        return true;
-      });
-  if (!hasField) return;
+  const auto take = [&](const MailBox& mailBox) {
+    const OneOffEntry entry(_addressBookP, mailBox.name, mailBox.address);
+    // They are one value each, however many there are.
+    constexpr std::size_t kMostBytes = 4 << 20;
+    if (entries.size() > kMostBytes) {
+      parvane::mapi::NoteRefusal(MAPI_E_TOO_BIG, PR_REPLY_RECIPIENT_ENTRIES);
+      return false;
+    }
+    AppendItem(names, entry.displayName(), first);
+    AppendItem(addresses, entry.emailAddress(), first);
+    entries.Add({entry.entryId(), entry.entryIdSize()});
+    first = false;
+    return true;
+  };
+  if (const auto* read = _stepP->Correspondents({*parsed, _depth}, AddressField::kReplyTo)) {
+    ForEachOf(*read, take);
+  } else if (!ForEachMailBoxOf(*parsed, AddressField::kReplyTo, std::ref(take))) {
+    return;
+  }
   SetPropString(message, PR_REPLY_RECIPIENT_NAMES_W, names.c_str());
   SetPropString(message, kReplyRecipientAddressesTag, addresses.c_str());
   const std::vector<BYTE>& list = entries.Bytes();

@@ -1,5 +1,6 @@
 // To, Cc and Bcc.
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <string>
@@ -33,7 +34,11 @@ void MIMEToMAPIMessageConverter::WriteRecipients(TsEmail* email, IMessage* messa
       AddRecipient(mailBox.name, mailBox.address, *message, type);
       return true;
     };
-    parsed->ForEachMailbox(list, std::ref(add));  // by reference, which takes no memory
+    if (const auto* read = _stepP->Correspondents({*parsed, _depth}, list)) {
+      std::ranges::for_each(*read, add);
+    } else {
+      parsed->ForEachMailbox(list, std::ref(add));  // by reference, which takes no memory
+    }
   };
   writeList(AddressField::kTo, MAPI_TO);
   writeList(AddressField::kCc, MAPI_CC);

@@ -79,10 +79,11 @@ enum class RemarkKind {
   kMarkedDeleted,       // its mail program no longer shows it, and would remove it in time
   kStateLost,           // of its marks, one has no place in a MAPI message
   kTagNameless,         // a tag of it is named by its key, because nobody knows its name
+  kWinmailKept,         // a winmail.dat of it could not be opened, or not all of it
   kFetchedInPart,       // its mail program had fetched its beginning only
   kRefused,             // MAPI did not take a part of it; told by the refusals below
 };
-inline constexpr std::size_t kRemarkKinds = 8;
+inline constexpr std::size_t kRemarkKinds = 9;
 
 struct Remark {
   RemarkKind kind{};

@@ -44,6 +44,7 @@ class HeaderFacts : public parvane::platform::PooledObject<HeaderFacts> {
     places.first = _lengths.size();
     const auto rewritten = QuelmarMIMEEngineCommon::RewriteMailBoxes(list, out, _lengths);
     places.count = _lengths.size() - places.first;
+    places.plain = rewritten.complete && rewritten.literal;
     return rewritten.complete;
   }
 
@@ -54,11 +55,14 @@ class HeaderFacts : public parvane::platform::PooledObject<HeaderFacts> {
     return QuelmarMIMEEngineCommon::ForEachMailBox(value, LengthsOf(field), take);
   }
   bool Knows(AddressField field) const { return !LengthsOf(field).empty(); }
+  // Whoever reads the field finds all that was in it before it was rewritten, and nothing else.
+  bool IsPlain(AddressField field) const { return _places[static_cast<std::size_t>(field)].plain; }
 
  private:
   struct Places {
     std::size_t first = 0;
     std::size_t count = 0;
+    bool plain = false;
   };
 
   std::span<const MailBoxLengths> LengthsOf(AddressField field) const {

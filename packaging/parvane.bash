@@ -25,7 +25,7 @@ _parvane() {
       return
       ;;
     --keep)
-      mapfile -t COMPREPLY < <(compgen -W 'all none state' -- "$current")
+      mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses' -- "$current")
       return
       ;;
     --name | --size-limit | --dump) return ;;

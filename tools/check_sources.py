@@ -61,7 +61,7 @@ LONGEST_FUNCTION = 60
 SETTLED = ('QuelmarMIMEEngineCommon', 'CWLEngine', 'QuelmarDiskUtilities', 'Tessary')
 NAMESPACE = re.compile(r'^(?:inline )?namespace ([A-Za-z_][\w:]*) \{')
 # Of a room, where that is not its folder's name.
-OWN_NAMESPACE = {'mapi/builtin': 'parvane::mapi', 'mime': 'Tessary'}
+OWN_NAMESPACE = {'mapi/builtin': 'parvane::mapi', 'mime': 'Tessary', 'mime/tnef': 'parvane::tnef'}
 INNER = re.compile(r'^(?:\w+)$')
 
 RESULT = re.compile(r'^ *(?:(?:if|for) \()?(?:const )?(?:platform::)?Result<[^;=()]*> \w+ = ')

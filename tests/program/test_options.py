@@ -408,7 +408,7 @@ class Output(PstTest):
             b'From b@c Fri Mar  1 07:00:00 2019\nTo: "A" <a@x>; "B" <b@x>\nCc: boss@x (The Boss)\n'
             b'Date: Fri, 01 Mar 2019 7:00:00 +0000\nX-Mozilla-Status: 0008\n\nb\n'))
         log = self.folder / 'brief.log'
-        run = self.parvane('convert', '--log', log, '--name', ' know\t', mail, self.pst)
+        run = self.parvane('convert', '--keep', 'state', '--log', log, '--name', ' know\t', mail, self.pst)
         self.assertEqual((run.code, run.err), (0, ''), run)
         for text in (run.out, log.read_text('utf-8')):
             for line in ('  %s, byte 52: no date behind "From ": From here on it is text\n' % shown(mail),

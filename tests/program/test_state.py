@@ -91,7 +91,7 @@ class State(PstTest):
         for keep in ('some', 'state,', ''):
             run = self.parvane('convert', '--keep', keep, source, self.folder / 'x.pst')
             self.assertEqual(run.code, 2, run)
-            self.assertIn('is neither all, none nor a list of: state', run.err)
+            self.assertIn('is neither all, none nor a list of: state,', run.err)
 
     def test_deleted_messages_are_left_out_on_request(self):
         pst = self.folder / 'mail.pst'
