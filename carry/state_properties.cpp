@@ -38,6 +38,8 @@ constexpr ULONG kRed = 6;
 constexpr ULONG kToDoItem = 1;
 constexpr ULONG kNotStarted = 0;
 constexpr const char16_t* kFollowUp = u"Follow up";
+// Of what has not been put in order by hand ([MS-OXOFLAG] 2.2.1.14).
+constexpr const char16_t* kFirstOrdinal = u"5555555";
 
 // Outlook takes shorter ones only.
 constexpr std::size_t kLongestCategory = 255;
@@ -55,13 +57,22 @@ ULONG Typed(const SPropTagArray& tags, ULONG index, ULONG type) {
   return PropId(tag) == 0 || PropType(tag) == PT_ERROR ? 0 : PropTag(type, PropId(tag));
 }
 
-std::u16string SubjectOf(IMAPIProp& message) {
-  SizedSPropTagArray<1> wanted = {1, {PR_SUBJECT_W}};
+// What the conversion has written of it.
+struct Converted {
+  std::u16string subject;
+  std::optional<FILETIME> delivered;
+};
+
+Converted ConvertedOf(IMAPIProp& message) {
+  SizedSPropTagArray<2> wanted = {2, {PR_SUBJECT_W, PR_MESSAGE_DELIVERY_TIME}};
   ULONG count = 0;
   MapiBuffer<SPropValue> values;
   message.GetProps(wanted.get(), MAPI_UNICODE, &count, values.Put());
-  const bool found = values && count == 1 && values[0].ulPropTag == PR_SUBJECT_W;
-  return found ? values[0].Value.lpszW : u"";
+  Converted converted;
+  if (!values || count != 2) return converted;
+  if (values[0].ulPropTag == PR_SUBJECT_W) converted.subject = values[0].Value.lpszW;
+  if (values[1].ulPropTag == PR_MESSAGE_DELIVERY_TIME) converted.delivered = values[1].Value.ft;
+  return converted;
 }
 
 std::u16string Shortened(std::u16string name) {
@@ -82,9 +93,10 @@ const StateNames::Tags& StateNames::For(IMAPIProp& object) {
     name.Kind.lID = id;
     return name;
   };
-  std::array<MAPINAMEID, 6> names = {number(kCommon, 0),      number(kCommon, 0x8530),
+  std::array<MAPINAMEID, 8> names = {number(kCommon, 0),      number(kCommon, 0x8530),
                                      number(kCommon, 0x85A4), number(kTask, 0x8101),
-                                     number(kTask, 0x8102),   number(kTask, 0x811C)};
+                                     number(kTask, 0x8102),   number(kTask, 0x811C),
+                                     number(kCommon, 0x85A0), number(kCommon, 0x85A1)};
   std::u16string keywords = u"Keywords";
   names[0].lpguid = const_cast<GUID*>(&kPublicStrings);
   names[0].ulKind = MNID_STRING;
@@ -99,9 +111,14 @@ const StateNames::Tags& StateNames::For(IMAPIProp& object) {
     static constexpr Tags kNone;
     return kNone;
   }
-  _tags = {Typed(*tags.get(), 0, PT_MV_UNICODE), Typed(*tags.get(), 1, PT_UNICODE),
-           Typed(*tags.get(), 2, PT_UNICODE),    Typed(*tags.get(), 3, PT_LONG),
-           Typed(*tags.get(), 4, PT_DOUBLE),     Typed(*tags.get(), 5, PT_BOOLEAN)};
+  _tags = {.keywords = Typed(*tags.get(), 0, PT_MV_UNICODE),
+           .flagRequest = Typed(*tags.get(), 1, PT_UNICODE),
+           .toDoTitle = Typed(*tags.get(), 2, PT_UNICODE),
+           .toDoOrdinalDate = Typed(*tags.get(), 6, PT_SYSTIME),
+           .toDoSubOrdinal = Typed(*tags.get(), 7, PT_UNICODE),
+           .taskStatus = Typed(*tags.get(), 3, PT_LONG),
+           .percentComplete = Typed(*tags.get(), 4, PT_DOUBLE),
+           .taskComplete = Typed(*tags.get(), 5, PT_BOOLEAN)};
   return *_tags;
 }
 
@@ -109,13 +126,18 @@ void WriteFlagsAndIcon(IMAPIProp& message, const engine::MessageState& state) {
   // What is not known to be read is shown as unread, so that nobody overlooks it.
   const ULONG flags =
       (state.read.Is(true) ? MSGFLAG_READ : 0u) | (state.draft.Is(true) ? MSGFLAG_UNSENT : 0u);
-  std::vector<SPropValue> values = {properties::NumberOf(PR_MESSAGE_FLAGS, flags)};
+  std::array<SPropValue, 3> values;
+  ULONG count = 0;
+  // 0 is what the conversion has written, unless the header has told it otherwise.
+  if (flags != 0 || state.statusInHeader) {
+    values[count++] = properties::NumberOf(PR_MESSAGE_FLAGS, flags);
+  }
   if (state.replied.Is(true) || state.forwarded.Is(true)) {
     const Verb& verb = state.replied.Is(true) ? kReplied : kForwarded;
-    values.push_back(properties::NumberOf(PR_ICON_INDEX, verb.icon));
-    values.push_back(properties::NumberOf(PR_LAST_VERB_EXECUTED, verb.verb));
+    values[count++] = properties::NumberOf(PR_ICON_INDEX, verb.icon);
+    values[count++] = properties::NumberOf(PR_LAST_VERB_EXECUTED, verb.verb);
   }
-  properties::SetProperties(message, static_cast<ULONG>(values.size()), values.data());
+  if (count > 0) properties::SetProperties(message, count, values.data());
 }
 
 void WriteImportance(IMAPIProp& message, engine::Importance importance) {
@@ -131,7 +153,7 @@ void WriteImportance(IMAPIProp& message, engine::Importance importance) {
 
 void WriteFollowUp(IMAPIProp& message, StateNames& names) {
   const StateNames::Tags& tags = names.For(message);
-  const std::u16string subject = SubjectOf(message);
+  const Converted converted = ConvertedOf(message);
   std::vector<SPropValue> values = {
       properties::NumberOf(PR_FLAG_STATUS, kFlagged),
       properties::NumberOf(PR_FOLLOWUP_ICON, kRed),
@@ -140,8 +162,15 @@ void WriteFollowUp(IMAPIProp& message, StateNames& names) {
       TruthOf(PR_RESPONSE_REQUESTED, true),
   };
   if (tags.flagRequest) values.push_back(properties::TextOf(tags.flagRequest, kFollowUp));
-  if (tags.toDoTitle && !subject.empty())
-    values.push_back(properties::TextOf(tags.toDoTitle, subject.c_str()));
+  if (tags.toDoTitle && !converted.subject.empty()) {
+    values.push_back(properties::TextOf(tags.toDoTitle, converted.subject.c_str()));
+  }
+  // The list of things to do is sorted by it. When the flag was set, nobody tells.
+  if (tags.toDoOrdinalDate && converted.delivered) {
+    values.push_back(properties::NumberOf(tags.toDoOrdinalDate, 0));
+    values.back().Value.ft = *converted.delivered;
+  }
+  if (tags.toDoSubOrdinal) values.push_back(properties::TextOf(tags.toDoSubOrdinal, kFirstOrdinal));
   if (tags.taskStatus) values.push_back(properties::NumberOf(tags.taskStatus, kNotStarted));
   if (tags.taskComplete) values.push_back(TruthOf(tags.taskComplete, false));
   if (tags.percentComplete) {

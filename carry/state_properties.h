@@ -17,6 +17,8 @@ class StateNames {
     mapi::ULONG keywords = 0;  // categories; 0, here and below: the store has none to give
     mapi::ULONG flagRequest = 0;
     mapi::ULONG toDoTitle = 0;
+    mapi::ULONG toDoOrdinalDate = 0;
+    mapi::ULONG toDoSubOrdinal = 0;
     mapi::ULONG taskStatus = 0;
     mapi::ULONG percentComplete = 0;
     mapi::ULONG taskComplete = 0;

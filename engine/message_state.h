@@ -63,6 +63,9 @@ struct MessageState {
   // Those of them whose names are not known: the keys that stand for the names.
   std::vector<std::string> namelessKeywords;
   std::size_t moreCategories = 0;  // than a message can have
+  // X-Mozilla-Status stands somewhere in the header: a conversion by the header alone takes "read"
+  // from it, which may not be so.
+  bool statusInHeader = false;
   // Fetched in part only: the rest of the message never came to this disk.
   bool partial = false;
 };

@@ -268,11 +268,12 @@ void FolderSet::CountsChanged(Folder& folder) {
   _changed.emplace(folder.parent, folder.node);
 }
 
-// A node with the table's template and whatever blocks it may share. An empty template of the
-// file itself serves, so that new folders look like the others; else our own columns do.
-Result<NodeRecord> FolderSet::TemplateFor(NodeKind kind) {
+// A node with an empty table and whatever blocks it may share. An empty template of the file itself
+// serves, so that new folders look like the others, but for contents: those get all the columns
+// that views need.
+Result<NodeRecord> FolderSet::EmptyTable(NodeKind kind, std::span<const PropTag> contents) {
   std::optional<NodeRecord>& known = _templates[Slot(kind)];
-  if (!known) {
+  if (!known && kind != NodeKind::kContentsTable) {
     auto node = _database->FindNode(TemplateOf(kind));
     if (!node.ok()) return node.status();
     if (node->has_value()) {
@@ -285,8 +286,9 @@ Result<NodeRecord> FolderSet::TemplateFor(NodeKind kind) {
     auto share = _database->CanShare(known->data);
     if (share.ok() && *share) return *known;
   }
-  auto table =
-      TableEditor::Create(*_database, TableLayout::FromTags(TemplateColumns(TemplateOf(kind))));
+  const auto columns =
+      kind == NodeKind::kContentsTable ? contents : TemplateColumns(TemplateOf(kind));
+  auto table = TableEditor::Create(*_database, TableLayout::FromTags(columns));
   if (!table.ok()) return table.status();
   auto roots = (*table)->Flush();
   if (!roots.ok()) return roots.status();
@@ -294,9 +296,9 @@ Result<NodeRecord> FolderSet::TemplateFor(NodeKind kind) {
   return *known;
 }
 
-Status FolderSet::PutTemplateTables(NodeId folder) {
+Status FolderSet::PutTables(NodeId folder, std::span<const PropTag> contents) {
   for (const NodeKind kind : kTableKinds) {
-    auto source = TemplateFor(kind);
+    auto source = EmptyTable(kind, contents);
     if (!source.ok()) return source.status();
     Status status = _database->PutNode({folder.Sibling(kind), source->data, source->sub, NodeId()});
     if (!status.ok()) return status;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -57,8 +58,9 @@ class FolderSet {
   platform::Result<TableEditor*> Table(NodeId folder, NodeKind kind);
 
   void CountsChanged(Folder& folder);
-  // Puts the three tables of a new folder, sharing the templates' blocks.
-  platform::Status PutTemplateTables(NodeId folder);
+  // Puts the three tables of a new folder, its contents with these columns; empty tables share
+  // blocks.
+  platform::Status PutTables(NodeId folder, std::span<const PropTag> contents);
   // A folder was created: adds it to its parent's table and names.
   platform::Status AddCreated(NodeId folder, NodeId parent, std::u16string_view name,
                               const PropertyList& properties);
@@ -81,7 +83,7 @@ class FolderSet {
   void DropNames();
   void DropIdle();
   platform::Result<std::unique_ptr<TableEditor>> OpenTable(NodeId table);
-  platform::Result<NodeRecord> TemplateFor(NodeKind kind);
+  platform::Result<NodeRecord> EmptyTable(NodeKind kind, std::span<const PropTag> contents);
 
   NodeDatabase* _database;
   std::size_t _maxTables;

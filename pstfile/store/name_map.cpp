@@ -83,12 +83,11 @@ PropTag BucketTag(std::uint32_t bucket) {
 }  // namespace
 
 NameMap NameMap::Initial() {
-  constexpr Guid kCommon = MakeGuid(0x00062008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46});
   NameMap map;
   map._buckets = kBuckets;
   map._properties.SetInt32(kBucketCount, kBuckets);
   for (const PropertyName& name :
-       {PropertyName::Number(kCommon, 0x8580), PropertyName::Number(kCommon, 0x8581),
+       {PropertyName::Number(kPsetCommon, 0x8580), PropertyName::Number(kPsetCommon, 0x8581),
         PropertyName::String(kPsPublicStrings, u"Keywords"),
         PropertyName::String(kPsInternetHeaders, u"content-class")}) {
     if (!map.Add(name).ok()) break;

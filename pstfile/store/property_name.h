@@ -23,6 +23,8 @@ constexpr Guid MakeGuid(std::uint32_t a, std::uint16_t b, std::uint16_t c,
 
 inline constexpr Guid kPsMapi = MakeGuid(0x00020328, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46});
 inline constexpr Guid kPsPublicStrings = MakeGuid(0x00020329, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46});
+// What mail items of all kinds have in Outlook.
+inline constexpr Guid kPsetCommon = MakeGuid(0x00062008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46});
 // Its names are header fields and are stored in lower case.
 inline constexpr Guid kPsInternetHeaders =
     MakeGuid(0x00020386, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46});

@@ -85,7 +85,7 @@ Result<NodeId> PstStore::CreateFolder(NodeId parentId, std::u16string_view name,
   auto id = s.database->AllocateNodeId(NodeKind::kFolder);
   if (!id.ok()) return s.End(id);
   Status status = ReplaceProperties(*s.database, {*id, BlockId(), BlockId(), parentId}, all);
-  if (status.ok()) status = s.folders->PutTemplateTables(*id);
+  if (status.ok()) status = s.folders->PutTables(*id, s.ContentsColumns());
   if (status.ok()) status = s.folders->AddCreated(*id, parentId, clean, all);
   if (!status.ok()) {
     // Nothing of it stays, so that what is committed after a full disk is whole.

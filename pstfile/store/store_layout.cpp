@@ -18,6 +18,7 @@ constexpr auto kContents =
           0x00390040, 0x0E080003, 0x0E04001F, 0x0E03001F, 0x0057000B, 0x0058000B, 0x00360003,
           0x10970003, 0x0070001F, 0x00710102, 0x30130102, 0x65C60003, 0x30080040, 0x0E300102,
           0x0E330014, 0x0E340102, 0x0E3D0102, 0x0E3C0102, 0x0E380003});
+constexpr auto kView = Tags({0x10800003, 0x10950003, 0x10900003, 0x0E2B0003});
 constexpr auto kAssociatedContents =
     Tags({0x0E170003, 0x001A001F, 0x0E070003, 0x3001001F, 0x70030003, 0x70040102, 0x70050102,
           0x7006001F, 0x70070003, 0x6800001F, 0x6803000B, 0x68051003, 0x682F001F});
@@ -53,6 +54,8 @@ constexpr std::array<TemplateTable, 11> kTemplates{{
 }  // namespace
 
 std::span<const TemplateTable> TemplateTables() { return kTemplates; }
+
+std::span<const PropTag> ViewColumns() { return kView; }
 
 std::span<const PropTag> TemplateColumns(NodeId templateNode) {
   for (const TemplateTable& table : kTemplates) {

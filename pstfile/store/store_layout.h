@@ -20,6 +20,10 @@ struct TemplateTable {
 std::span<const TemplateTable> TemplateTables();
 // The columns of one of them; empty for other nodes.
 std::span<const PropTag> TemplateColumns(NodeId templateNode);
+// What the contents tables of new folders have beyond the template: the columns from which views
+// show a message's icon, its flag and what becomes of it in the list of things to do. Named ones
+// come on top, by the ids that the file gives them (PstStore::State::ContentsColumns).
+std::span<const PropTag> ViewColumns();
 // The template of a folder's table of this kind.
 constexpr NodeId TemplateOf(NodeKind table) {
   switch (table) {

@@ -4,6 +4,7 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/store/folder_set.h"
@@ -36,6 +37,8 @@ struct PstStore::State {
   // What is kept of the message store object.
   platform::Status LoadStoreObject();
   platform::Result<NameMap*> Names();
+  // The columns of a new folder's contents table.
+  std::vector<PropTag> ContentsColumns();
 
   // Before reading: not closed.
   platform::Status Ready() const;

@@ -139,6 +139,7 @@ void ReadImportance(const StateHeaders& headers, MessageState& state) {
 
 void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer, const StateWishes& wishes,
                      MessageState& state) {
+  state.statusInHeader = headers.HasStatusAnywhere();
   if (writer == MailboxWriter::kThunderbirdCopy) {
     ReadCopy(headers, state);
   } else {

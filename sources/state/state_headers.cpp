@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/simd/scan.h"
 #include "platform/text.h"
 
 namespace parvane::sources {
@@ -36,26 +37,25 @@ constexpr std::size_t kMostLabelFields = 64;
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
-std::optional<StateField> FieldOf(std::string_view line) {
-  const char first = platform::AsciiToLower(line.front());
-  if (first != 'x' && first != 's' && first != 'r' && first != 'p' && first != 'i' && first != 'm')
-    return {};
+// `first` is the line's first character in lower case.
+std::optional<StateField> FieldOf(std::string_view line, char first) {
   std::size_t length = line.substr(0, kLongestName + 2).find(':');
   if (length == line.npos) return {};
   while (length > 0 && IsBlank(line[length - 1])) --length;
   const std::string_view name = line.substr(0, length);
   for (const Name& known : kNames) {
-    // Most names are told apart by their length.
-    if (known.name.size() == length && platform::EqualsIgnoreAsciiCase(known.name, name))
+    // Most names are told apart by their length and first letter.
+    if (known.name.size() == length && known.name.front() == first &&
+        platform::EqualsIgnoreAsciiCase(known.name, name)) {
       return known.field;
+    }
   }
   return {};
 }
 
-// Where the line that holds `at` ends, behind its LF.
-std::size_t NextLine(std::string_view text, std::size_t at) {
-  const std::size_t lf = text.find('\n', at);
-  return lf == text.npos ? text.size() : lf + 1;
+bool MayBegin(char first) {
+  return first == 'x' || first == 's' || first == 'r' || first == 'p' || first == 'i' ||
+         first == 'm';
 }
 
 std::string_view Trimmed(std::string_view text) {
@@ -78,18 +78,25 @@ std::string Unfold(std::string_view raw) {
 }  // namespace
 
 StateHeaders::StateHeaders(std::string_view message) {
+  platform::simd::LineFeeds lineFeeds(message.data(), message.size());
+  const auto nextLine = [&] { return std::min(lineFeeds.Next() + 1, message.size()); };
   for (std::size_t at = 0, next = 0; at < message.size(); at = next) {
-    if (message[at] == '\n' || message.substr(at, 2) == "\r\n") return;
-    next = NextLine(message, at);
-    const auto field = FieldOf(message.substr(at, next - at));
-    if (!field || (IsOfThunderbirdAlone(*field) && at >= kMozillaReach)) continue;
-    while (next < message.size() && IsBlank(message[next])) next = NextLine(message, next);
+    if (message[at] == '\n' || (message[at] == '\r' && message.substr(at, 2) == "\r\n")) return;
+    next = nextLine();
+    const char first = platform::AsciiToLower(message[at]);
+    if (!MayBegin(first)) continue;
+    const auto field = FieldOf(message.substr(at, next - at), first);
+    if (!field) continue;
+    if (*field == StateField::kMozillaStatus) _statusAnywhere = true;
+    if (IsOfThunderbirdAlone(*field) && at >= kMozillaReach) continue;
+    while (next < message.size() && IsBlank(message[next])) next = nextLine();
     const std::size_t colon = message.find(':', at);
     const std::string_view value = Trimmed(message.substr(colon + 1, next - colon - 1));
-    std::string_view& first = _first[static_cast<std::size_t>(*field)];
-    if (first.data() == nullptr) first = value;
-    if (*field == StateField::kGmailLabels && _gmailLabels.size() < kMostLabelFields)
+    std::string_view& known = _first[static_cast<std::size_t>(*field)];
+    if (known.data() == nullptr) known = value;
+    if (*field == StateField::kGmailLabels && _gmailLabels.size() < kMostLabelFields) {
       _gmailLabels.push_back(value);
+    }
   }
 }
 

@@ -37,6 +37,8 @@ class StateHeaders {
   // `message` must outlive the result. Lines may end in LF or CR LF.
   explicit StateHeaders(std::string_view message);
 
+  // X-Mozilla-Status is there, wherever it stands.
+  bool HasStatusAnywhere() const { return _statusAnywhere; }
   bool Has(StateField field) const { return Raw(field).data() != nullptr; }
   // The first field's value without the blanks around it; folded lines are still apart.
   std::string_view Raw(StateField field) const { return _first[static_cast<std::size_t>(field)]; }
@@ -48,6 +50,7 @@ class StateHeaders {
  private:
   std::array<std::string_view, kStateFields> _first;
   std::vector<std::string_view> _gmailLabels;
+  bool _statusAnywhere = false;
 };
 
 }  // namespace parvane::sources

@@ -118,7 +118,16 @@ class State(PstTest):
             self.assertEqual(properties.get(tag), value, tag)
         named = [value for tag, value in properties.items() if tag.startswith('80')]
         two_words = '020000000C000000120000006F006E00650074' + '0077006F00'
-        self.assertCountEqual(named, [two_words, '"Follow up"', '"x"', '0 (0x0)', '0 (0x0)', 'false'])
+        day = '2025-01-01 12:00:00 UTC (0x1DB5C44AEEF2000)'
+        self.assertCountEqual(named, [two_words, '"Follow up"', '"x"', '0 (0x0)', '0 (0x0)', 'false',
+                                      day, '"5555555"'])
+        # The columns that views show, in the folder's table of contents.
+        dump = self.parvane('check', '--dump', '0x808E', pst).out
+        self.assertIn('34 columns, 1 rows', dump)
+        cells = dict(re.findall(r'^    ([0-9A-F]{8}) (?:PR_\w+)? *(.*)$', dump, re.M))
+        for tag in ('10800003', '10900003', '10950003', '0E2B0003', '00170003'):
+            self.assertEqual(cells.get(tag), properties[tag], tag)
+        self.assertIn(two_words, cells.values())
 
 
 @unittest.skipUnless(GENERATORS.exists(), 'needs generators of mail that are not part of the project')
