@@ -58,21 +58,24 @@ class LineRuns {
 
   // Where the line will be once it has been copied. The text has room for it.
   const char* Add(std::string_view line) {
-    if (line.data() != _run.data() + _run.size()) {
+    if (line.data() != _end) {
       Copy();
-      _run = line.substr(0, 0);
+      _begin = line.data();
+      _copy = _text.data() + _text.size();
     }
-    _run = {_run.data(), _run.size() + line.size()};
-    return _text.data() + _text.size() + (line.data() - _run.data());
+    _end = line.data() + line.size();
+    return _copy + (line.data() - _begin);
   }
   void Copy() {
-    _text.append(_run);
-    _run = {};
+    if (_begin != _end) _text.append(_begin, _end);
+    _begin = _end = nullptr;
   }
 
  private:
   std::string& _text;
-  std::string_view _run;  // not copied yet
+  const char* _begin = nullptr;  // of what has not been copied yet
+  const char* _end = nullptr;
+  const char* _copy = nullptr;  // where it will be
 };
 
 }  // namespace
@@ -231,14 +234,15 @@ void MimeHeader::Rewrite(std::span<const FieldChange> changes, std::string& text
   std::size_t kept = 0;
   LineRuns unchanged(text);
   for (std::size_t i = 0; i < _lines.size(); ++i) {
-    const MimeField line = _lines[i];
+    const MimeField& line = _lines[i];
     const bool mayChange = (NameBit(line._key) & names) != 0 && line.IsField();
     const std::size_t index = mayChange ? ChangeOf(line, changes) : changes.size();
     if (index == changes.size()) {
-      MimeField& moved = _lines[kept++];
-      moved = line;
-      moved._raw = unchanged.Add(line.Raw());
-      if (!line.Raw().ends_with('\n')) {
+      const std::string_view raw = line.Raw();
+      MimeField& moved = _lines[kept];
+      if (kept++ < i) moved = line;
+      moved._raw = unchanged.Add(raw);
+      if (!raw.ends_with('\n')) {
         unchanged.Copy();
         text.append("\r\n");
         moved._length += 2;

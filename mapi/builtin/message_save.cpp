@@ -34,8 +34,8 @@ bool EndsWriting(ULONG saveFlags) {
          (saveFlags & (KEEP_OPEN_READONLY | KEEP_OPEN_READWRITE)) == KEEP_OPEN_READONLY;
 }
 
-// The file has no versions: that somebody else has saved the message since shows in its blocks,
-// which are never written anew in place.
+// The file has no versions: that somebody else has saved the message since shows in the block of
+// its properties, which every save writes anew and none in place.
 HRESULT Message::CheckUnchanged(bool force) {
   if (IsNew() || IsEmbedded()) return S_OK;
   auto current = _core->store()->OpenMessage(_place.node);
@@ -45,9 +45,7 @@ HRESULT Message::CheckUnchanged(bool force) {
                : _core->Note(current.status());
   }
   if (!_reader) return S_OK;  // nothing was read: nothing can have changed since
-  const pstfile::ObjectLocation& now = current->location();
-  const pstfile::ObjectLocation& then = _reader->location();
-  if (now.data == then.data && now.subnodes == then.subnodes) return S_OK;
+  if (current->location().data == _reader->location().data) return S_OK;
   if (!force) return MAPI_E_OBJECT_CHANGED;
   _reader.emplace(std::move(current).value());
   return S_OK;

@@ -10,6 +10,7 @@
 #include "convert/properties/one_off.h"
 #include "convert/properties/strings.h"
 #include "mapi/builtin_entry_points.h"
+#include "mapi/identifiers.h"
 #include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
@@ -69,6 +70,36 @@ TEST(Writing, NotesWhatAMapiRefuses) {
   EXPECT_EQ(refused[1].result, MAPI_E_NOT_ENOUGH_DISK);
   EXPECT_EQ(refused[2].tag, PR_BODY_W);
   EXPECT_EQ(refused[2].file, u"big.zip");
+}
+
+// A MAPI that has one named property and remembers what was set last.
+class Naming final : public UnwillingObject {
+ public:
+  SPropValue last{};
+
+  HRESULT PARVANE_STDCALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG,
+                                          SPropTagArray** tags) override {
+    MAPIAllocateBuffer(NewSizeSPropTagArray(1), reinterpret_cast<void**>(tags));
+    **tags = {1, {PropTag(PT_UNSPECIFIED, 0x8001)}};
+    return S_OK;
+  }
+  HRESULT PARVANE_STDCALL SetProps(ULONG, SPropValue* values, SPropProblemArray**) override {
+    last = *values;
+    return S_OK;
+  }
+};
+
+TEST(Writing, FindsNamedPropertiesAndWritesTruth) {
+  SelectEntryPoints(BuiltinEntryPoints());  // for its memory
+  Naming object;
+  PropertyList list;
+  for (const std::int32_t value : {0, 5}) {
+    SetNamedPropBool(&object, 7, &PSETID_Common, value);
+    EXPECT_EQ(object.last.ulPropTag, PropTag(PT_BOOLEAN, 0x8001));
+    EXPECT_EQ(object.last.Value.b, value != 0 ? 1 : 0);
+    AddProperty_BOOL(list, PR_HASATTACH, value);
+    EXPECT_EQ(list.back().Value.b, value != 0 ? 1 : 0);
+  }
 }
 
 TEST(OneOffNames, AreNeverWrittenEmpty) {

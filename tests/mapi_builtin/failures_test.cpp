@@ -196,6 +196,8 @@ TEST_F(Failures, WhatIsNotSavedTakesNoSpace) {
     const auto inner = NewInner(*attach);
     ASSERT_EQ(WriteStream(*inner, PR_BODY_W, std::string(200'000, 'i')), S_OK);
     ASSERT_EQ(inner->SaveChanges(FORCE_SAVE), S_OK);
+    EXPECT_EQ(Get(*attach, PR_ATTACH_METHOD).number(), ATTACH_EMBEDDED_MSG);
+    ASSERT_EQ(WriteStream(*message, PR_BODY_W, std::string(200'000, 'r')), S_OK);  // over the last
   }
   EXPECT_LT(files[path].size(), 6'000'000u);
 }

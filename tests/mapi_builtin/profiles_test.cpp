@@ -115,6 +115,9 @@ TEST_F(Profiles, AProfileWithoutStoreStillLogsOn) {
   ASSERT_EQ(NewService(*services), S_OK);
   MAPIUID id = ServiceIds(*services)[0];
   EXPECT_EQ(services->ConfigureMsgService(&id, 0, 0, 0, nullptr), MAPI_E_UNCONFIGURED);
+  EXPECT_EQ(services->ConfigureMsgService(nullptr, 0, 0, 0, nullptr), MAPI_E_INVALID_PARAMETER);
+  EXPECT_EQ(services->RenameMsgService(nullptr, 0, nullptr), MAPI_E_INVALID_PARAMETER);
+  EXPECT_EQ(services->DeleteMsgService(nullptr), MAPI_E_INVALID_PARAMETER);
   EXPECT_TRUE(files.contents.empty());  // no file before there is a path
   ASSERT_EQ(TryLogOn(u"test.profile"), S_OK);
   EXPECT_EQ(StoreRows(), 0u);
@@ -134,7 +137,9 @@ TEST_F(Profiles, AFileThatIsNoStoreIsNeverTouched) {
     EXPECT_TRUE(Failed(Configure(*services, id, path)));
     EXPECT_EQ(files[path], Text(content));
     EXPECT_TRUE(Failed(LastFailure().result));
-    EXPECT_NE(LastFailure().text.find("/mail/out.pst"), std::string::npos);
+    const std::string told = LastFailure().text;
+    EXPECT_NE(told.find("/mail/out.pst"), std::string::npos);
+    EXPECT_EQ(told.find("/mail/out.pst"), told.rfind("/mail/out.pst")) << told;
   }
   ASSERT_EQ(TryLogOn(u"test.profile"), S_OK);
   EXPECT_EQ(StoreRows(), 0u);

@@ -126,6 +126,8 @@ TEST_F(Streams, DropOneTerminatorOfText) {
   EXPECT_EQ(ReadStream(*message, PR_HTML), "<p>");
   ASSERT_EQ(WriteStream(*message, PR_HTML, std::string("<p>\0", 4)), S_OK);
   EXPECT_EQ(ReadStream(*message, PR_HTML), std::string("<p>\0", 4));
+  ASSERT_EQ(WriteStream(*message, PR_BODY_HTML_W, BytesOf(longText + u"x")), S_OK);
+  EXPECT_EQ(ReadStream(*message, PR_HTML), std::string(50'001, 'x'));
 }
 
 TEST_F(Streams, AreOpenedByTheRules) {

@@ -123,6 +123,7 @@ TEST(DecodeText, ClimbsTheLadder) {
                    "a\0",
                    4),
        "", "", 1200},
+      {"marked, the other way round", std::string("\xFE\xFF\0a", 4), "", "", 1201},
   };
   for (const auto& c : kCases) {
     EXPECT_EQ(ChooseCodePage(c.bytes, c.declared, c.fallback), c.page) << c.name;

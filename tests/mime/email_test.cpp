@@ -94,8 +94,9 @@ std::string Show(TsEmail& e) {
     add("message", inner == nullptr ? "null" : Get(*inner, &TsEmail::get_Subject));
   }
   for (int i = 0; i < e.get_NumLeftoverParts(); ++i) {
+    const std::string name = Get(e, &TsEmail::GetLeftoverPartName, i);
     add("left", Get(e, &TsEmail::GetLeftoverPartContentType, i) + ":" +
-                    std::to_string(e.GetLeftoverPartSize(i)));
+                    std::to_string(e.GetLeftoverPartSize(i)) + (name.empty() ? "" : ":" + name));
   }
   return text;
 }
@@ -207,12 +208,12 @@ TEST(Structure, SortsParts) {
       {"a signature of the message is no file unless it says so",
        "multipart/mixed\n  text/plain | hi\n"
        "  application/pkcs7-signature; name=a.p7s / Content-Disposition: inline | 12345",
-       "plain=hi left=application/pkcs7-signature:5"},
+       "plain=hi left=application/pkcs7-signature:5:a.p7s"},
       {"blank parts are nothing", "multipart/mixed\n  text/plain | hi\n  text/plain |      ",
        "plain=hi"},
       {"blank parts with a name are something",
        "multipart/mixed\n  text/plain | hi\n  text/plain; name=a |  ",
-       "plain=hi left=text/plain:1"},
+       "plain=hi left=text/plain:1:a"},
       {"unknown types are data", "multipart/mixed\n  application/x-new | 12345",
        "file=attachedFile.dat:12345"},
   };
