@@ -26,6 +26,7 @@ void SetOne(IMAPIProp* object, SPropValue& value) {
   if (object) SetProperties(*object, 1, &value);
 }
 
+// The structures of MAPI know no const; what is only set is only read.
 SBinary ToBinary(ULONG size, const void* bytes) {
   return {size, static_cast<parvane::mapi::BYTE*>(const_cast<void*>(bytes))};
 }

@@ -74,6 +74,7 @@ bool Folder::IsComputed(ULONG tag) const {
 }
 
 HRESULT Folder::Remove(ULONG id) {
+  // A folder is found by its name.
   const bool isName = id == PropId(PR_DISPLAY_NAME_W);
   return isName && _reader->TagOf(static_cast<std::uint16_t>(id)) ? MAPI_E_NO_ACCESS
                                                                   : ImmediateObject::Remove(id);
@@ -251,6 +252,7 @@ HRESULT Folder::DeleteMessages(ENTRYLIST* lpMsgList, ULONG_PTR, IMAPIProgress*, 
       const auto folder = node ? _core->store()->ParentOf(*node)
                                : platform::Result<NodeId>(Status(platform::StatusCode::kNotFound,
                                                                  "no entry of this store"));
+      // Of other folders nothing is deleted: the list came from somewhere else then.
       const bool here =
           node && node->Kind() != pstfile::NodeKind::kFolder && folder.ok() && *folder == _node;
       if (!here) {

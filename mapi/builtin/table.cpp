@@ -10,6 +10,7 @@ namespace parvane::mapi::builtin {
 namespace {
 
 constexpr BOOKMARK kFirstBookmark = 16;  // above the predefined ones
+// Who never frees any must not take all memory.
 constexpr std::size_t kMostBookmarks = 4096;
 
 class Table final : public Object<IMAPITable> {

@@ -80,6 +80,8 @@ std::string_view ClsString::Utf8() const {
     if (_form == Form::kUtf16) {
       _utf8 = platform::Utf16ToUtf8(_utf16);
     } else {
+      // What would be read as the UTF-8 that it is, is shown as it stands, without a copy; a byte
+      // order mark in front would be shown, too.
       const std::string_view bytes = _bytes.view();
       _bytesAreUtf8 =
           !bytes.starts_with("\xEF\xBB\xBF") && platform::IsValidUtf8(bytes) &&

@@ -121,6 +121,7 @@ bool Table::OpenMatrix() {
   }
   _inHeap = false;
   _matrix = std::move(*matrix);
+  // No row spans two blocks; what is left of each is padding ([MS-PST] 2.3.4.4).
   _rowsPerBlock = static_cast<std::uint32_t>(kMaximumBlockData / _ends[3]);
   if (_matrix.blockCount() == 0) return true;
   if (!_heap.context().Spend(_matrix.blockCount(), where())) return false;

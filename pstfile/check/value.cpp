@@ -33,6 +33,7 @@ bool IsKnownType(PropType type) {
       element == PropType::kBinary) {
     return true;
   }
+  // There are no lists of Booleans and of error codes ([MS-OXCDATA] 2.11.1).
   return FixedSize(element) != 0 && element != PropType::kBoolean && element != PropType::kError;
 }
 
@@ -151,6 +152,8 @@ std::string Value::FaultAs(PropType type) {
   return IsMultiValue(type) ? FaultAsMultiValue(type) : std::string();
 }
 
+// Values of one size stand side by side; of others there is the count, then where each begins, from
+// the first byte on, then the values ([MS-PST] 2.3.3.4).
 std::string Value::FaultAsMultiValue(PropType type) {
   const PropType element = ElementOf(type);
   if (const std::size_t each = FixedSize(element); each != 0) {

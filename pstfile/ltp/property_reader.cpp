@@ -28,6 +28,8 @@ Status TooLarge(std::uint64_t size, std::uint64_t limit) {
 
 // ---- Values ------------------------------------------------------------------------------------
 
+// A value that is not in its record: on the heap where the low five bits of its id are zero, else
+// in a subnode ([MS-PST] 2.3.3.2).
 Result<std::unique_ptr<ValueReader::State>> OpenHeapValue(const Heap& heap, HeapId id) {
   auto state = std::make_unique<ValueReader::State>();
   if (id.IsHeapItem()) {
@@ -144,6 +146,7 @@ Result<std::uint64_t> PropertyReader::Scalar(PropTag tag) {
   if (entry == nullptr) return Missing(tag);
   const std::size_t size = FixedSize(tag.Type());
   if (!IsScalar(tag.Type())) return Status(StatusCode::kInvalidArgument, "not a scalar type");
+  // In the record itself; wider ones are on the heap.
   if (size <= 4) return LoadSized(std::as_bytes(std::span(&entry->value, 1)), 0, size);
   auto item = _heap->Item(HeapId(entry->value));
   if (!item.ok()) return item.status();

@@ -208,6 +208,7 @@ Status TableEditor::AppendRow(std::uint32_t rowId, std::uint32_t version,
     _layout.SetPresent(_row, *column, true);
     StoreU32(_row, column->offset, value);
   }
+  // The matrix last: what goes before it can be undone.
   const auto number = static_cast<std::uint32_t>(rows());
   if (Status status = _index->Insert(rowId, number); !status.ok()) return undo(status);
   if (Status status = _matrix->Append(_row); !status.ok()) {
@@ -303,6 +304,7 @@ Status TableEditor::RemoveRow(std::uint32_t rowId) {
     }
   }
   if (Status status = _index->Remove(rowId); !status.ok()) return status;
+  // The matrix has no holes: its last row moves into this one, and the index learns of it.
   if (const std::uint64_t last = rows() - 1; last != *number) {
     auto moved = _matrix->Edit(last);
     if (!moved.ok()) return moved.status();
@@ -320,6 +322,8 @@ Status TableEditor::RemoveRow(std::uint32_t rowId) {
 }
 
 Result<TableEditor::Roots> TableEditor::Flush() {
+  // From the inside out: the index lives on the heap, a matrix that has grown moves from there into
+  // a subnode, and the header on the heap tells where it is.
   if (Status status = _index->Flush(); !status.ok()) return status;
   auto place = _matrix->Flush(_heap);
   if (!place.ok()) return place.status();

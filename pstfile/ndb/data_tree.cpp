@@ -152,6 +152,7 @@ DataTreeWriter::DataTreeWriter(DataTreeWriter&& other) noexcept
 
 Status DataTreeWriter::Append(std::span<const std::byte> bytes) {
   if (!_failure.ok()) return _failure;
+  // What lacks a piece must not pass for whole: who failed once fails from then on.
   _failure = AppendBlocks(bytes);
   return _failure;
 }

@@ -182,6 +182,7 @@ void NodeDatabase::Impl::AbandonAllLoose() {
 }
 
 Result<bool> NodeDatabase::Impl::CanShare(BlockId bid) {
+  // A block counts its references in 16 bits (cRef, [MS-PST] 2.2.2.7.7.3).
   constexpr std::int64_t kLimit = 65000;
   if (const NewBlock* block = LooseOrNew(bid)) return block->references < kLimit;
   const auto change = _changes.find(bid);

@@ -85,6 +85,7 @@ Status PstStore::Commit() {
 Status PstStore::Close() {
   State& s = *_state;
   if (s.closed) return {};
+  // Its failure is in the status; the file is closed all the same, as of the last commit.
   if (s.status.ok()) (void)s.Commit();
   s.closed = true;
   s.folders.reset();
@@ -108,6 +109,7 @@ EntryId PstStore::ToEntryId(NodeId node) const { return MakeEntryId(_state->reco
 std::optional<NodeId> PstStore::FromEntryId(std::span<const std::byte> entryId) const {
   if (entryId.size() != EntryId().size()) return std::nullopt;
   const NodeId node(LoadField<std::uint32_t>(entryId, fields::EntryId::kNode));
+  // With its record key: the nodes of another store have the same numbers.
   if (!std::ranges::equal(entryId, ToEntryId(node))) return std::nullopt;
   return node;
 }

@@ -148,6 +148,7 @@ Status PstStore::ChangeFolderProperties(NodeId id, const PropertyList& set,
   auto properties = CopyProperties(*s.database, *node);
   if (!properties.ok()) return properties.status();
   const std::u16string oldName = properties->Text(tags::kDisplayName).value_or(u"");
+  // The top folder is its own parent and stands in nobody's table.
   const bool hasRow = node->parent != id;
   if (const auto newName = set.Text(tags::kDisplayName); newName && hasRow) {
     auto sibling = FindFolder(node->parent, *newName);

@@ -15,6 +15,7 @@
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "platform/text.h"
+#include "tests/convert/mail_file.h"
 #include "tests/support/environment.h"
 #include "tests/support/unwilling_object.h"
 
@@ -23,6 +24,7 @@ namespace {
 
 using namespace OrvMAPIUtilities;
 using namespace parvane::mapi;
+using namespace mapi_reading;
 namespace platform = parvane::platform;
 
 // An object of a MAPI that refuses what is written and tells it by results alone.
@@ -72,34 +74,75 @@ TEST(Writing, NotesWhatAMapiRefuses) {
   EXPECT_EQ(refused[2].file, u"big.zip");
 }
 
-// A MAPI that has one named property and remembers what was set last.
-class Naming final : public UnwillingObject {
- public:
-  SPropValue last{};
+void WritePropertiesOfEveryKind(IMAPIProp* object) {
+  constexpr GUID kSet = PSETID_Common;
+  SetNamedPropLong(object, 0x8001, &kSet, -7);
+  SetNamedPropShort(object, 0x8002, &kSet, -2);
+  SetNamedPropBool(object, 0x8003, &kSet, 5);
+  SetNamedPropTime(object, 0x8004, &kSet, {1, 2});
+  SetNamedPropBin(object, 0x8005, &kSet, 3, "abc");
+  SetNamedPropString(object, 0x8006, &kSet, u"text");
+  SetNamedPropString(object, 0x8007, &kSet, u"");
+  SetNamedPropMVString(object, 0x8008, &kSet, {"a", "ü"});
+  const auto tag = [&](LONG id, ULONG type) {
+    return ChangePropType(GetNamedPropId(object, id, &kSet), type);
+  };
+  EXPECT_EQ(Long(*object, tag(0x8001, PT_LONG)), -7);
+  EXPECT_EQ(Property(*object, tag(0x8002, PT_I2)).get()->i, -2);
+  EXPECT_EQ(Property(*object, tag(0x8003, PT_BOOLEAN)).get()->b, 1);
+  EXPECT_EQ(Property(*object, tag(0x8004, PT_SYSTIME)).get()->ft.dwHighDateTime, 2u);
+  EXPECT_EQ(Bytes(*object, tag(0x8005, PT_BINARY)), "abc");
+  EXPECT_EQ(Text(*object, tag(0x8006, PT_UNICODE)), "text");
+  EXPECT_EQ(Text(*object, tag(0x8007, PT_UNICODE)), std::nullopt);
+  const Property strings(*object, tag(0x8008, PT_MV_UNICODE));
+  ASSERT_NE(strings.get(), nullptr);
+  ASSERT_EQ(strings.get()->MVszW.cValues, 2u);
+  EXPECT_EQ(mapi_reading::Utf8(strings.get()->MVszW.lppszW[1]), "ü");
+  EXPECT_EQ(GetNamedPropId(object, u"name", &kSet), GetNamedPropId(object, u"name", &kSet));
+  EXPECT_NE(GetNamedPropId(object, u"name", &kSet), GetNamedPropId(object, u"other", &kSet));
 
-  HRESULT PARVANE_STDCALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG,
-                                          SPropTagArray** tags) override {
-    MAPIAllocateBuffer(NewSizeSPropTagArray(1), reinterpret_cast<void**>(tags));
-    **tags = {1, {PropTag(PT_UNSPECIFIED, 0x8001)}};
-    return S_OK;
-  }
-  HRESULT PARVANE_STDCALL SetProps(ULONG, SPropValue* values, SPropProblemArray**) override {
-    last = *values;
-    return S_OK;
-  }
-};
+  SetPropString(object, PR_SUBJECT_W, static_cast<const char16_t*>(nullptr));
+  SetPropString(object, PR_SUBJECT_A, "");
+  EXPECT_EQ(Text(*object, PR_SUBJECT_W), std::nullopt) << "never written empty";
+  SetPropMVString(object, 0x6801101F, std::vector<std::u16string>{});
+  SetPropMVBin(object, 0x68021102, {});
+  EXPECT_EQ(Property(*object, 0x6801101F).get(), nullptr);
+  SetPropLong(nullptr, PR_PRIORITY, 1);
+  EXPECT_EQ(GetNamedPropId(nullptr, 1, &kSet), 0u);
 
-TEST(Writing, FindsNamedPropertiesAndWritesTruth) {
-  SelectEntryPoints(BuiltinEntryPoints());  // for its memory
-  Naming object;
+  // A list written with one call.
   PropertyList list;
-  for (const std::int32_t value : {0, 5}) {
-    SetNamedPropBool(&object, 7, &PSETID_Common, value);
-    EXPECT_EQ(object.last.ulPropTag, PropTag(PT_BOOLEAN, 0x8001));
-    EXPECT_EQ(object.last.Value.b, value != 0 ? 1 : 0);
-    AddProperty_BOOL(list, PR_HASATTACH, value);
-    EXPECT_EQ(list.back().Value.b, value != 0 ? 1 : 0);
-  }
+  AddProperty_STRW(list, PR_SUBJECT_W, u"s");
+  AddProperty_ULONG(list, PR_PRIORITY, 1);
+  AddProperty_LONG(list, PR_IMPORTANCE, 2);
+  AddProperty_BOOL(list, PR_READ_RECEIPT_REQUESTED, 9);
+  AddProperty_BIN(list, PR_CONVERSATION_INDEX, 2, "xy");
+  parvane::platform::SystemTime noTime{};
+  AddProperty_TIME(list, PR_CLIENT_SUBMIT_TIME, noTime);
+  EXPECT_EQ(object->SetProps(static_cast<ULONG>(list.size()), list.data(), nullptr), 0);
+  EXPECT_EQ(Text(*object, PR_SUBJECT_W), "s");
+  EXPECT_EQ(Long(*object, PR_IMPORTANCE), 2);
+  EXPECT_EQ(Property(*object, PR_READ_RECEIPT_REQUESTED).get()->b, 1);
+  EXPECT_EQ(Time(*object, PR_CLIENT_SUBMIT_TIME), -1);
+}
+
+TEST_F(MailFile, TakesPropertiesOfEveryKind) {
+  Convert({"X: y\r\n\r\n"}, [](Converter&, Tessary::TsEmail&, IMessage& message) {
+    WritePropertiesOfEveryKind(&message);
+  });
+}
+
+TEST(EntryIds, AreCopiedAndGivenBack) {
+  SelectEntryPoints(BuiltinEntryPoints());  // for its memory
+  SBinary* copy = nullptr;
+  CloneEntryId(4, "\1\2\3\4", &copy);
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(copy->cb, 4u);
+  EXPECT_EQ(copy->lpb[3], 4);
+  DeleteEntryId(&copy);
+  EXPECT_EQ(copy, nullptr);
+  DeleteEntryId(&copy);
+  DeleteEntryId(nullptr);
 }
 
 TEST(OneOffNames, AreNeverWrittenEmpty) {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "convert/properties/mapi_properties.h"
-#include "convert/properties/strings.h"
 #include "engine/destination_observer.h"
 #include "mapi/builtin/environment.h"
 #include "mapi/builtin_entry_points.h"
@@ -560,78 +559,6 @@ TEST_F(RawFolders, AreRecordedAsSpecialFolders) {
   }
   EXPECT_EQ(PSTStoreHelper::CreateSpecialFolder(nullptr, kAssetFolderTypeTask, u"x"), nullptr);
   EXPECT_EQ(CloseAndList().size(), std::size(cases));
-}
-
-TEST_F(RawFolders, TakeNamedPropertiesOfEveryKind) {
-  using namespace OrvMAPIUtilities;
-  constexpr GUID kSet = PSETID_Common;
-  const auto message = [&] {
-    ComPointer<IMessage> created;
-    root->CreateMessage(nullptr, 0, created.Put());
-    return created;
-  }();
-  IMAPIProp* object = message.get();
-  SetNamedPropLong(object, 0x8001, &kSet, -7);
-  SetNamedPropShort(object, 0x8002, &kSet, -2);
-  SetNamedPropBool(object, 0x8003, &kSet, 5);
-  SetNamedPropTime(object, 0x8004, &kSet, {1, 2});
-  SetNamedPropBin(object, 0x8005, &kSet, 3, "abc");
-  SetNamedPropString(object, 0x8006, &kSet, u"text");
-  SetNamedPropString(object, 0x8007, &kSet, u"");
-  SetNamedPropMVString(object, 0x8008, &kSet, {"a", "ü"});
-  const auto tag = [&](LONG id, ULONG type) {
-    return ChangePropType(GetNamedPropId(object, id, &kSet), type);
-  };
-  EXPECT_EQ(Long(*object, tag(0x8001, PT_LONG)), -7);
-  EXPECT_EQ(Property(*object, tag(0x8002, PT_I2)).get()->i, -2);
-  EXPECT_EQ(Property(*object, tag(0x8003, PT_BOOLEAN)).get()->b, 1);
-  EXPECT_EQ(Property(*object, tag(0x8004, PT_SYSTIME)).get()->ft.dwHighDateTime, 2u);
-  EXPECT_EQ(Bytes(*object, tag(0x8005, PT_BINARY)), "abc");
-  EXPECT_EQ(Text(*object, tag(0x8006, PT_UNICODE)), "text");
-  EXPECT_EQ(Text(*object, tag(0x8007, PT_UNICODE)), std::nullopt);
-  const Property strings(*object, tag(0x8008, PT_MV_UNICODE));
-  ASSERT_NE(strings.get(), nullptr);
-  ASSERT_EQ(strings.get()->MVszW.cValues, 2u);
-  EXPECT_EQ(mapi_reading::Utf8(strings.get()->MVszW.lppszW[1]), "ü");
-  EXPECT_EQ(GetNamedPropId(object, u"name", &kSet), GetNamedPropId(object, u"name", &kSet));
-  EXPECT_NE(GetNamedPropId(object, u"name", &kSet), GetNamedPropId(object, u"other", &kSet));
-
-  SetPropString(object, PR_SUBJECT_W, static_cast<const char16_t*>(nullptr));
-  SetPropString(object, PR_SUBJECT_A, "");
-  EXPECT_EQ(Text(*object, PR_SUBJECT_W), std::nullopt) << "never written empty";
-  SetPropMVString(object, 0x6801101F, std::vector<std::u16string>{});
-  SetPropMVBin(object, 0x68021102, {});
-  EXPECT_EQ(Property(*object, 0x6801101F).get(), nullptr);
-  SetPropLong(nullptr, PR_PRIORITY, 1);
-  EXPECT_EQ(GetNamedPropId(nullptr, 1, &kSet), 0u);
-
-  // A list written with one call.
-  PropertyList list;
-  AddProperty_STRW(list, PR_SUBJECT_W, u"s");
-  AddProperty_ULONG(list, PR_PRIORITY, 1);
-  AddProperty_LONG(list, PR_IMPORTANCE, 2);
-  AddProperty_BOOL(list, PR_READ_RECEIPT_REQUESTED, 9);
-  AddProperty_BIN(list, PR_CONVERSATION_INDEX, 2, "xy");
-  parvane::platform::SystemTime noTime{};
-  AddProperty_TIME(list, PR_CLIENT_SUBMIT_TIME, noTime);
-  EXPECT_EQ(object->SetProps(static_cast<ULONG>(list.size()), list.data(), nullptr), 0);
-  EXPECT_EQ(Text(*object, PR_SUBJECT_W), "s");
-  EXPECT_EQ(Long(*object, PR_IMPORTANCE), 2);
-  EXPECT_EQ(Property(*object, PR_READ_RECEIPT_REQUESTED).get()->b, 1);
-  EXPECT_EQ(Time(*object, PR_CLIENT_SUBMIT_TIME), -1);
-}
-
-TEST_F(RawFolders, GiveAwayCopiesOfTheirIdentifiers) {
-  using namespace OrvMAPIUtilities;
-  SBinary* copy = nullptr;
-  CloneEntryId(4, "\1\2\3\4", &copy);
-  ASSERT_NE(copy, nullptr);
-  EXPECT_EQ(copy->cb, 4u);
-  EXPECT_EQ(copy->lpb[3], 4);
-  DeleteEntryId(&copy);
-  EXPECT_EQ(copy, nullptr);
-  DeleteEntryId(&copy);
-  DeleteEntryId(nullptr);
 }
 
 }  // namespace
