@@ -31,6 +31,11 @@ const std::vector<convert::MailBox>* StepChain::Correspondents(const convert::Ma
   return nullptr;
 }
 
+bool StepChain::TakeHeader(const convert::MailInHand& mail, mapi::IMessage& message) {
+  return std::ranges::any_of(_mailSteps,
+                             [&](MailStep* step) { return step->TakeHeader(mail, message); });
+}
+
 bool StepChain::TakePart(const convert::MailInHand& mail, convert::PartKind kind,
                          const Tessary::Email2& part, mapi::IMessage& message) {
   return std::ranges::any_of(

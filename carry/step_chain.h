@@ -30,6 +30,7 @@ class StepChain : public engine::ItemStep, public convert::ConversionStep {
   void MailBegins(const convert::MailInHand& mail, mapi::IMessage& message) override;
   const std::vector<convert::MailBox>* Correspondents(const convert::MailInHand& mail,
                                                       Tessary::AddressField field) override;
+  bool TakeHeader(const convert::MailInHand& mail, mapi::IMessage& message) override;
   bool TakePart(const convert::MailInHand& mail, convert::PartKind kind,
                 const Tessary::Email2& part, mapi::IMessage& message) override;
   void AttachmentWritten(const convert::MailInHand& mail, const Tessary::Email2& part,

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "carry/item_in_hand.h"
 #include "carry/state_step.h"
 #include "cli/options.h"
 #include "cli/reasons.h"
@@ -177,6 +178,8 @@ struct ConversionRecord {
   };
   std::optional<WinmailTotals> winmail;
   std::optional<std::uint64_t> addressesKept;
+  // How much came along of the groups that have no counts of their own; likewise.
+  std::array<std::optional<std::uint64_t>, carry::kMailCounts> mailKept;
   std::uint64_t deletedSkipped = 0;  // messages, as was asked for
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;
@@ -197,6 +200,11 @@ struct ConversionRecord {
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
   std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
 
+  void AddKept(const carry::MailCounts& counts) {
+    for (std::size_t i = 0; i < carry::kMailCounts; ++i) {
+      if (mailKept[i]) *mailKept[i] += counts[i];
+    }
+  }
   const Listing<MessageRemark>& RemarksOf(engine::RemarkKind kind) const {
     return remarks[static_cast<std::size_t>(kind)];
   }

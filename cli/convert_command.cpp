@@ -55,6 +55,12 @@ class Conversion {
     if (_options.keep.state) _record.stateKept.emplace();
     if (_options.keep.winmail) _record.winmail.emplace();
     if (_options.keep.addresses) _record.addressesKept.emplace();
+    for (const auto& [asked, count] : {std::pair(_options.keep.headers, carry::MailCount::kHeaders),
+                                       std::pair(_options.keep.dates, carry::MailCount::kDates),
+                                       std::pair(_options.keep.inlines, carry::MailCount::kInline),
+                                       std::pair(_options.keep.parts, carry::MailCount::kParts)}) {
+      if (asked) _record.mailKept[static_cast<std::size_t>(count)] = 0;
+    }
     const bool began = PrepareAndCopy();
     TakeName();
     _progress.Finish();

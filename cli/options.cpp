@@ -114,9 +114,11 @@ struct KeepGroup {
   std::string_view name;
   bool KeepChoice::*member;
 };
-constexpr KeepGroup kKeepGroups[] = {{"state", &KeepChoice::state},
-                                     {"winmail", &KeepChoice::winmail},
-                                     {"addresses", &KeepChoice::addresses}};
+constexpr KeepGroup kKeepGroups[] = {
+    {"state", &KeepChoice::state},         {"winmail", &KeepChoice::winmail},
+    {"addresses", &KeepChoice::addresses}, {"headers", &KeepChoice::headers},
+    {"dates", &KeepChoice::dates},         {"inline", &KeepChoice::inlines},
+    {"parts", &KeepChoice::parts}};
 
 std::string NamesOfKeepGroups() {
   std::string names;
@@ -162,7 +164,9 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       .add_option("--keep", raw.keep,
                   "what comes along beside the messages themselves: state (read, answered, flags, "
                   "tags, importance), winmail (what is in a winmail.dat), addresses (names and "
-                  "addresses that repair would lose); all by default")
+                  "addresses that repair would lose), headers (as they came), dates (of messages "
+                  "without one), inline (pictures in the text, not beside it), parts (what no "
+                  "property takes, as attachments); all by default")
       ->type_name("all|none|LIST");
   command.add_flag("--skip-deleted", options.skipDeleted,
                    "leave out messages that their mail program has marked as deleted");

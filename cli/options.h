@@ -21,6 +21,10 @@ struct KeepChoice {
   bool state = true;      // read, answered, flagged, tagged...
   bool winmail = true;    // what is in a winmail.dat, in its place
   bool addresses = true;  // correspondents as the header names them
+  bool headers = true;    // as they came
+  bool dates = true;      // of messages without a usable one
+  bool inlines = true;    // what the text shows in itself is no attachment beside it
+  bool parts = true;      // those that would reach no property
 };
 
 struct ConvertOptions {

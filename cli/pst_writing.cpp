@@ -64,9 +64,16 @@ void PstWriting::Watch() {
   _account = builtin ? BuiltinAccount(_claim.path()) : SystemAccount(_claim.path());
   _witness.Watch(*_account);
   engine::ObserveDestination(*_store, &_witness);
-  if (_options.keep.state) _steps.Add(_stateStep);
-  if (_options.keep.winmail) _steps.Add(_winmailStep);
-  if (_options.keep.addresses) _steps.Add(_addressStep);
+  const KeepChoice& keep = _options.keep;
+  if (keep.state) _steps.Add(_stateStep);
+  if (keep.headers || keep.dates || keep.parts || keep.inlines) _steps.Add(_itemInHand);
+  if (keep.headers) _steps.Add(_headerStep);
+  if (keep.dates) _steps.Add(_dateStep);
+  if (keep.parts) _steps.Add(_onceStep);
+  if (keep.winmail) _steps.Add(_winmailStep);
+  if (keep.addresses) _steps.Add(_addressStep);
+  if (keep.parts) _steps.Add(_partsStep);
+  if (keep.inlines) _steps.Add(_inlineStep);
   if (!_steps.empty()) engine::InsertItemStep(*_store, &_steps);
 }
 

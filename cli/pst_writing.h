@@ -6,6 +6,11 @@
 #include <string_view>
 
 #include "carry/address_step.h"
+#include "carry/date_step.h"
+#include "carry/header_step.h"
+#include "carry/inline_step.h"
+#include "carry/once_step.h"
+#include "carry/parts_step.h"
 #include "carry/state_step.h"
 #include "carry/step_chain.h"
 #include "carry/winmail_step.h"
@@ -65,6 +70,12 @@ class PstWriting {
   carry::StateStep _stateStep{_witness};
   carry::WinmailStep _winmailStep{_witness};
   carry::AddressStep _addressStep{_witness};
+  carry::ItemInHand _itemInHand{_witness};
+  carry::HeaderStep _headerStep{_itemInHand};
+  carry::DateStep _dateStep{_itemInHand};
+  carry::OnceStep _onceStep;
+  carry::PartsStep _partsStep{_itemInHand, _steps};
+  carry::InlineStep _inlineStep{_itemInHand};
   carry::StepChain _steps;
   std::optional<MapiRun> _mapi;
   std::unique_ptr<PstAccount> _account;

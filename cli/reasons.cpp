@@ -212,4 +212,14 @@ StateWords WordsOf(carry::StateKind kind) {
   return kWords[static_cast<std::size_t>(kind)];
 }
 
+StateWords WordsOf(carry::MailCount count) {
+  constexpr StateWords kWords[carry::kMailCounts] = {
+      {"headers", ""},
+      {"dates", "Dates found for messages without a usable one"},
+      {"inline", "Attachments shown in the text"},
+      {"parts", "Parts kept as attachments"},
+  };
+  return kWords[static_cast<std::size_t>(count)];
+}
+
 }  // namespace parvane::cli

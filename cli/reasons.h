@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "carry/item_in_hand.h"
 #include "carry/state_step.h"
 #include "engine/source_observer.h"
 #include "platform/status.h"
@@ -69,6 +70,8 @@ struct StateWords {
   std::string_view text;
 };
 StateWords WordsOf(carry::StateKind kind);
+// The summary says nothing of what has no text: nearly every message has it.
+StateWords WordsOf(carry::MailCount count);
 
 // True when the reason means that mail is, or may be, left behind.
 inline bool MeansMailLeftBehind(engine::SkipReason reason) {

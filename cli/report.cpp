@@ -132,6 +132,7 @@ class ReportWriter {
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
     StateKept();
     Kept();
+    MailKept();
     _json.Key("failures").BeginObject();
     for (std::size_t i = 0; i < kFailureKinds; ++i) {
       _json.Key(ReasonOf(static_cast<FailureKind>(i)).code).Number(_record.failuresOf[i]);
@@ -151,6 +152,20 @@ class ReportWriter {
     for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind) {
       _json.Key(WordsOf(static_cast<carry::StateKind>(kind)).code)
           .Number((*_record.stateKept)[kind]);
+    }
+    _json.EndObject();
+  }
+
+  void MailKept() {
+    _json.Key("kept").BeginObject();
+    for (std::size_t i = 0; i < carry::kMailCounts; ++i) {
+      const auto kind = static_cast<carry::MailCount>(i);
+      _json.Key(WordsOf(kind).code);
+      if (_record.mailKept[i]) {
+        _json.Number(*_record.mailKept[i]);
+      } else {
+        _json.Null();
+      }
     }
     _json.EndObject();
   }

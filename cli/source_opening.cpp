@@ -152,9 +152,10 @@ IAssetStore* SourceOpening::OpenOne(CWLEngine::StoreType type, const std::u16str
 }
 
 void SourceOpening::AskForState(IAssetStore& store, const std::u16string& path) {
-  if (!_options.keep.state && !_options.skipDeleted) return;
+  if (!_options.keep.state && !_options.keep.dates && !_options.skipDeleted) return;
   auto wishes = std::make_unique<engine::StateWishes>();
   wishes->skipDeleted = _options.skipDeleted;
+  wishes->datesOnly = !_options.keep.state && !_options.skipDeleted;
   if (_options.keep.state) wishes->tagNames = TagNamesFor(path);
   engine::OfferState(store, wishes.get());
   _wishes.push_back(std::move(wishes));

@@ -117,6 +117,11 @@ class SummaryWriter {
       Line(fmt::format("Messages with names or addresses that repair would have lost: {}",
                        WithThousands(*_record.addressesKept)));
     }
+    for (std::size_t kind = 0; kind < carry::kMailCounts; ++kind) {
+      const std::uint64_t count = _record.mailKept[kind].value_or(0);
+      const std::string_view text = WordsOf(static_cast<carry::MailCount>(kind)).text;
+      if (count > 0 && !text.empty()) Line(fmt::format("{}: {}", text, WithThousands(count)));
+    }
     if (_record.deletedSkipped > 0) {
       Line(fmt::format("Messages marked as deleted and left out: {}",
                        WithThousands(_record.deletedSkipped)));

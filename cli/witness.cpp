@@ -170,6 +170,7 @@ void Witness::CountWritten(const Item& item) {
     _record.winmail->kept += item.winmail.partly + item.winmail.unreadable;
   }
   if (_record.addressesKept) *_record.addressesKept += item.addressesKept.any();
+  _record.AddKept(item.mailKept);
   if (!_record.stateKept) return;
   for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
     (*_record.stateKept)[kind] += item.stateKept[kind];

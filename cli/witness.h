@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "carry/address_step.h"
+#include "carry/item_in_hand.h"
 #include "carry/state_step.h"
 #include "carry/winmail_step.h"
 #include "cli/conversion_record.h"
@@ -29,6 +30,7 @@ namespace parvane::cli {
 class Witness : public engine::SourceObserver,
                 public engine::DestinationObserver,
                 public carry::CarryObserver,
+                public carry::MailObserver,
                 public carry::WinmailObserver,
                 public carry::AddressObserver,
                 public QuelmarMIMEEngineCommon::ILogger,
@@ -91,6 +93,8 @@ class Witness : public engine::SourceObserver,
   void WinmailCarried(const carry::CarriedWinmail& carried) override;
   // AddressObserver
   void AddressesCarried(const carry::AddressFields& fields) override;
+  // MailObserver
+  void MailCarried(const carry::MailCounts& counts) override { _item.mailKept = counts; }
 
   // DestinationObserver
   void MapiAnswered(engine::DestinationStep step, std::int32_t result) override;
@@ -111,6 +115,7 @@ class Witness : public engine::SourceObserver,
     std::bitset<carry::kStateKinds> stateKept;
     carry::CarriedWinmail winmail;
     carry::AddressFields addressesKept;
+    carry::MailCounts mailKept{};
   };
 
   void FinishItem();

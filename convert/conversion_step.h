@@ -42,6 +42,8 @@ class ConversionStep {
                                                      Tessary::AddressField /*field*/) {
     return nullptr;
   }
+  // The header is to be written. True when the step has written it.
+  virtual bool TakeHeader(const MailInHand& /*mail*/, mapi::IMessage& /*message*/) { return false; }
   // An attachment is to be made of the part. True when the step has seen to it: then none is.
   virtual bool TakePart(const MailInHand& /*mail*/, PartKind /*kind*/,
                         const Tessary::Email2& /*part*/, mapi::IMessage& /*message*/) {

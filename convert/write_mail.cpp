@@ -134,7 +134,9 @@ bool MIMEToMAPIMessageConverter::WriteMetaData(TsEmail* email, IMessage* message
 void MIMEToMAPIMessageConverter::WriteHeaderTexts(TsEmail* email, IMessage* message) {
   EmailMessage* parsed = MessageOf(*email);
   if (!parsed) return;
-  if (const char* header = PlainHeader(parsed->entity())) {
+  if (_stepP->TakeHeader({*parsed, _depth}, *message)) {
+    // It is as the step wants it.
+  } else if (const char* header = PlainHeader(parsed->entity())) {
     SetPropString(message, PR_TRANSPORT_MESSAGE_HEADERS_A, header);
   } else {
     TsString text;

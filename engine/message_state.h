@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/time.h"
+
 namespace QuelmarMIMEEngineCommon {
 class IAssetStore;
 }
@@ -27,6 +29,10 @@ namespace parvane::engine {
 enum class StateOrigin {
   kNobody,
   kIndex,           // Thunderbird's index beside the mailbox
+  kDateField,       // the Date, where repair did not understand it and it reads all the same
+  kDeliveryDate,    // the field of that name
+  kReceived,        // the topmost Received field with a date
+  kSeparator,       // the line before the message
   kMozillaHeaders,  // X-Mozilla-Status, X-Mozilla-Status2, X-Mozilla-Keys
   kStatusHeaders,   // Status, X-Status, X-Keywords, X-Label
   kLabels,          // X-Gmail-Labels
@@ -66,6 +72,9 @@ struct MessageState {
   // X-Mozilla-Status stands somewhere in the header: a conversion by the header alone takes "read"
   // from it, which may not be so.
   bool statusInHeader = false;
+  // No usable Date; only then is looked for a date elsewhere.
+  bool undated = false;
+  KnownState<platform::FileTime> date;
   // Fetched in part only: the rest of the message never came to this disk.
   bool partial = false;
 };
@@ -77,6 +86,8 @@ struct StateWishes {
   std::map<std::string, std::u16string, std::less<>> tagNames;
   // Messages that are marked as deleted are no items; the observer hears of each.
   bool skipDeleted = false;
+  // Only messages without a usable Date have a state, for the date in it.
+  bool datesOnly = false;
 };
 
 // An item that offers its state; found by dynamic_cast.

@@ -25,7 +25,7 @@ _parvane() {
       return
       ;;
     --keep)
-      mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses' -- "$current")
+      mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses headers dates inline parts' -- "$current")
       return
       ;;
     --name | --size-limit | --dump) return ;;

@@ -124,7 +124,7 @@ std::string_view DateInside(std::string_view text) {
 
 }  // namespace
 
-bool RewriteDate(std::string_view dateText, std::string& fixed) {
+bool RewriteDate(std::string_view dateText, std::string& fixed, bool* complete) {
   dateText = dateText.substr(0, kMaximumDateLength);
   LooseDate date;
   StandardDate standard;
@@ -143,6 +143,7 @@ bool RewriteDate(std::string_view dateText, std::string& fixed) {
     date.hasDay = date.hasMonth = date.hasYear = false;
     date.TakeAll(texts[i]);
   }
+  if (complete) *complete = date.IsComplete();
 
   DateValue value;
   const bool local = !date.hasZone;
@@ -193,7 +194,7 @@ void RepairDate(const MimeMessage2& entity, FieldChanges& changes, DateBefore* b
   if (ascii && Tessary::ReadStandardDate(value, standard)) {
     // As in nearly all mail: what it means is known now, and repair does not change it.
     const DateValue date = DateValue::Of(standard);
-    if (before) date.GetAsFileTime(false, &before->time);
+    if (before) before->usable = date.GetAsFileTime(false, &before->time);
     if (IsWellFormed(standard, date)) {
       changes.facts().date = date;
       changes.Add("Date", [&](std::string& out) { out += standard.text; });
@@ -205,12 +206,14 @@ void RepairDate(const MimeMessage2& entity, FieldChanges& changes, DateBefore* b
   if (value.empty()) return;
   std::string fixed;
   bool rewritten;
+  bool complete = false;
   if (ascii) {
-    rewritten = RewriteDate(DateInside(value), fixed);
+    rewritten = RewriteDate(DateInside(value), fixed, &complete);
   } else {
     const std::u16string text = Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
-    rewritten = RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed);
+    rewritten = RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed, &complete);
   }
+  if (before) before->usable = rewritten && complete;
   if (!rewritten) return;
   changes.facts().date.emplace().SetFromRfc822(fixed);
   changes.Add("Date", [&](std::string& out) { out += fixed; });

@@ -16,12 +16,14 @@ class TsString;
 
 namespace parvane::sources {
 
-// DateTimeUtilities::TryFixTimeStr of UTF-8 text; `fixed` holds the new date when it succeeds.
-bool RewriteDate(std::string_view dateText, std::string& fixed);
+// DateTimeUtilities::TryFixTimeStr of UTF-8 text; `fixed` holds the new date when it succeeds, and
+// `complete` (may be null) tells whether day, month and year were found.
+bool RewriteDate(std::string_view dateText, std::string& fixed, bool* complete = nullptr);
 
 // The Date field as the message came with it.
 struct DateBefore {
   platform::FileTime time;  // 0: it could not be read, or there is none
+  bool usable = false;      // what repair made of it is a date that it says
   // As it stands, cut after 100 bytes; empty for a date that repair only writes anew.
   std::string text;
 };

@@ -1,11 +1,15 @@
 #include "sources/mbox_asset_folder.h"
 
+#include <array>
 #include <exception>
+#include <span>
 #include <utility>
 
 #include "engine/source_observer.h"
+#include "mime/email_message.h"
 #include "mime/mime_header.h"
 #include "sources/mbox_email_asset.h"
+#include "sources/state/fallback_date.h"
 #include "sources/state/header_state.h"
 
 namespace QuelmarMIMEEngineCommon {
@@ -122,6 +126,10 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
                                       : std::make_unique<MBOXEmailAsset>(
                                             Tessary::ByteSlice::Share(_message, _message->view()),
                                             _header, observer, *location);
+    if (StateWishes() && asset->LacksDate()) {
+      if (!state) state = ReadState();
+      LookForDate(*asset, *state);
+    }
     asset->SetState(std::move(state));
     return std::make_unique<AssetQueryResult>(std::move(asset),
                                               static_cast<std::int64_t>(location->size));
@@ -142,8 +150,27 @@ const engine::StateWishes* MBOXAssetFolder::StateWishes() const {
 
 std::unique_ptr<engine::MessageState> MBOXAssetFolder::StateInHand() {
   const engine::StateWishes* wishes = StateWishes();
-  if (!wishes) return nullptr;
-  return std::make_unique<engine::MessageState>(StateOf(_place, _message->view(), *wishes));
+  return wishes && !wishes->datesOnly ? ReadState() : nullptr;
+}
+
+std::unique_ptr<engine::MessageState> MBOXAssetFolder::ReadState() {
+  return std::make_unique<engine::MessageState>(StateOf(_place, _message->view(), *StateWishes()));
+}
+
+void MBOXAssetFolder::LookForDate(const MBOXEmailAsset& asset, engine::MessageState& state) {
+  using namespace parvane::sources;
+  state.undated = true;
+  LearnDate(asset.DateAsItCame(), engine::StateOrigin::kDateField, state);
+  LearnDateOfHeader(asset.Parsed()->entity().header(), state);
+  if (state.date.value) return;
+  // Few messages come to this, so that their separators are read once more rather than all kept.
+  constexpr std::size_t kLongestLine = 512;
+  std::array<char, kLongestLine> line;
+  auto file =
+      platform::FileSystem::Default().Open(*_mboxFilePath, platform::FileSystem::OpenMode::kRead);
+  if (!file.ok()) return;
+  const auto count = (*file)->ReadAt(_place.separator, std::as_writable_bytes(std::span(line)));
+  if (count.ok()) LearnDateOfSeparator({line.data(), *count}, state);
 }
 
 void MBOXAssetFolder::ReportBreak(const platform::Status& why) {

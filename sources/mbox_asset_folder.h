@@ -15,6 +15,8 @@
 
 namespace QuelmarMIMEEngineCommon {
 
+class MBOXEmailAsset;
+
 // The content count is -1: messages are not counted before they are read.
 class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::SeparatorWatcher {
  public:
@@ -52,6 +54,9 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   std::optional<parvane::engine::MessageLocation> ReadMessage();
   // The state of the message in hand; null when nobody asks for it.
   std::unique_ptr<parvane::engine::MessageState> StateInHand();
+  std::unique_ptr<parvane::engine::MessageState> ReadState();
+  // For an item without a usable Date: when it came, by whatever tells.
+  void LookForDate(const MBOXEmailAsset& asset, parvane::engine::MessageState& state);
   void Close();
   void ReportBreak(const parvane::platform::Status& why);
   void ReportChangeOfSize();

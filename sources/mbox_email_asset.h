@@ -61,6 +61,10 @@ class MBOXEmailAsset : public EmailAssetBase,
   }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
   Tessary::EmailMessage* Parsed() const override;
+  // Its Date is missing or says nothing usable. Known only to observed items.
+  bool LacksDate() const { return _observer && Parsed() && !_dateBefore.usable; }
+  // The Date as it came, before repair; 0 when it cannot be read.
+  parvane::platform::FileTime DateAsItCame() const { return _dateBefore.time; }
 
   void SetConversionStep(parvane::convert::ConversionStep* step) override { _step = step; }
   std::string_view HeaderAsItCame(const parvane::convert::MailInHand& mail) const override;

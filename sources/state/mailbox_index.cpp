@@ -7,6 +7,7 @@
 
 #include "platform/path.h"
 #include "platform/text.h"
+#include "sources/state/fallback_date.h"
 #include "sources/state/keywords.h"
 #include "sources/state/mozilla_flags.h"
 
@@ -54,6 +55,9 @@ void ReadRow(const ThunderbirdIndex& index, const ThunderbirdIndex::Row& row,
   constexpr auto kOrigin = StateOrigin::kIndex;
   ReadMozillaFlags(row.flags, kOrigin, state);
   if (row.junk) state.junk.Learn(*row.junk, kOrigin);
+  LearnDate(platform::FileTimeFromTicks((platform::kUnixEpochInFileTimeSeconds + row.received) *
+                                        platform::kTicksPerSecond),
+            kOrigin, state);
   Categories categories;
   ReadKeywords(index.KeywordsOf(row), KeywordKind::kThunderbird, wishes, kOrigin, state,
                categories);

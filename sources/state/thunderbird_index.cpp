@@ -38,6 +38,7 @@ enum Name : mork::Column {
   kLabel,
   kKeywords,
   kJunkScore,
+  kDateReceived,
   kEndOfColumns,
   // Columns of the folder.
   kFolderSize = kEndOfColumns,
@@ -59,6 +60,7 @@ constexpr std::pair<std::string_view, Name> kNames[] = {
     {"label", kLabel},
     {"keywords", kKeywords},
     {"junkscore", kJunkScore},
+    {"dateReceived", kDateReceived},
     {"folderSize", kFolderSize},
     {"UIDValidity", kUidValidity},
 };
@@ -242,6 +244,8 @@ class IndexBuilder : public mork::Sink {
     row.offset = CellIn(raw, kStoreToken)
                      .value_or(CellIn(raw, kMessageOffset).value_or(ThunderbirdIndex::kNowhere));
     row.size = static_cast<std::uint32_t>(std::min<std::uint64_t>(number(kSize), 0xFFFFFFFF));
+    row.received =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(number(kDateReceived), 0xFFFFFFFF));
     row.flags = static_cast<std::uint32_t>(number(kFlags));
     row.keywords = static_cast<std::uint32_t>(number(kKeywords));
     row.priority = static_cast<std::uint8_t>(std::min<std::uint64_t>(number(kPriority), 7));

@@ -30,6 +30,7 @@ class ThunderbirdIndex {
     std::uint64_t offset = kNowhere;  // in the mailbox, of its separator line
     std::uint64_t idHash = 0;         // 0: it has none
     std::uint32_t size = 0;           // without the separator and the empty line behind; 0: unknown
+    std::uint32_t received = 0;       // seconds since 1970; 0: unknown
     std::uint32_t flags = 0;          // of X-Mozilla-Status and -Status2 together
     std::uint32_t keywords = 0;       // which of those below
     std::uint8_t priority = 0;        // 2 lowest ... 6 highest; 0 and 1: none
