@@ -46,7 +46,7 @@ SYSTEM_HEADER = re.compile(
 THREAD_HEADER = re.compile(r'^(thread|future|condition_variable|pthread\.h)$')
 
 FACADE = 'mime/facade/'
-FACADES_OWN = re.compile(rf'^{FACADE}(cls_\w+|implementation|operation_log)\.h$')
+FACADES_OWN = re.compile(rf'^{FACADE}(arguments|cls_\w+|implementation|operation_log)\.h$')
 
 FILE_NAME = re.compile(r'^[a-z0-9]+(_[a-z0-9]+)*\.(h|cpp)$')
 LONGEST_FILE = 400

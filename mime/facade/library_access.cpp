@@ -10,7 +10,7 @@ namespace Tessary {
 
 EmailMessage* MessageOf(const TsEmail& email) { return ImplementationOf(email).message(); }
 
-MimeMessage2& EntityOf(const TsMime& mime) { return ImplementationOf(mime).Entity(); }
+MimeMessage2& EntityOf(const TsMime& mime) { return ImplementationOf(mime).entity(); }
 
 bool SetFromEntity(TsEmail& email, std::shared_ptr<MimeMessage2> entity) {
   return ImplementationOf(email).SetFromEntity(std::move(entity));

@@ -5,13 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "mime/facade/cls_byte_data.h"
+#include "mime/facade/arguments.h"
 #include "mime/facade/cls_email.h"
-#include "mime/facade/cls_string.h"
-#include "mime/facade/implementation.h"
 #include "mime/facade/ts_byte_data.h"
 #include "mime/facade/ts_string.h"
-#include "platform/text.h"
 
 namespace Tessary {
 namespace {
@@ -19,32 +16,6 @@ namespace {
 static_assert(TsEmail::kMaxMessageBytes == MimeLimits::kMessageBytes);
 
 using MailBoxText = std::u16string MailBox::*;
-
-ClsString& Cleared(TsString& out) {
-  out.clear();
-  return ImplementationOf(out);
-}
-
-ClsByteData& Cleared(TsByteData& out) {
-  out.clear();
-  return ImplementationOf(out);
-}
-
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && parvane::platform::IsAsciiWhiteSpace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && parvane::platform::IsAsciiWhiteSpace(text.back())) text.remove_suffix(1);
-  return text;
-}
-
-// Null, with the reason (which has the index in place of "%d") in the log, for a bad index.
-template <typename Item>
-const Item* At(const std::vector<Item>& items, int index, const char* reason, ParseLog& log) {
-  if (index >= 0 && static_cast<std::size_t>(index) < items.size()) {
-    return &items[static_cast<std::size_t>(index)];
-  }
-  log.Say(reason, index);
-  return nullptr;
-}
 
 // ---- Header ------------------------------------------------------------------------------------
 
@@ -182,7 +153,7 @@ bool GivePartField(ClsEmail& email, const char* operation, const PartList& list,
                     if (value) {
                       text.SetUtf8(std::move(*value));
                     } else {
-                      log.Say("Header field does not exist");
+                      log.Say(kNoSuchField);
                     }
                     return value.has_value();
                   });
@@ -252,9 +223,9 @@ bool TsEmail::get_Header(TsString& out) {
 bool TsEmail::GetHeaderField(const char* name, TsString& out) {
   ClsString& text = Cleared(out);
   return _implP->Run("GetHeaderField", [&](EmailMessage& message, ParseLog& log) {
-    const std::string_view trimmed = Trim(name == nullptr ? "" : name);
+    const std::string_view trimmed = Trim(View(name));
     if (!trimmed.empty() && GiveField(message, trimmed, text)) return true;
-    log.Say(trimmed.empty() ? "Field name is missing" : "Header field does not exist");
+    log.Say(trimmed.empty() ? kFieldNameMissing : kNoSuchField);
     return false;
   });
 }

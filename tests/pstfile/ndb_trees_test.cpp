@@ -223,7 +223,11 @@ TEST_F(TreeTest, ContradictoryDataTreesAreRefused) {
       xblock(3, 8276, {good}),                     // deeper
       xblock(1, 8276, {full, BlockId(0x7777774)}),
       xblock(2, 8276, {xblock(1, 8275, {full, part})}),  // totals that differ
+      xblock(2, 8276, {xblock(2, 8276, {full, part})}),  // an XXBLOCK of blocks, not of XBLOCKs
   };
+  auto editor = DataTreeEditor::Open(*db, std::end(cases)[-1]);
+  ASSERT_OK(editor);
+  EXPECT_EQ(editor->ReadBlock(0).status().code(), StatusCode::kCorrupt);
   for (const BlockId bid : cases) {
     auto tree = DataTree::Open(*db, bid);
     const auto status = tree.ok() ? tree->ReadAll().status() : tree.status();

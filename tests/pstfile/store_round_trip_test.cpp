@@ -343,6 +343,16 @@ TEST_F(StoreRoundTrip, AssociatedMessagesStayApart) {
   ExpectFlawless();
 }
 
+TEST_F(StoreRoundTrip, MessagesThatSumUpToTwoGiBAreRefused) {
+  Create();
+  StoredAttachment large = Attachment(u"a", "x");
+  large.size = 0x7FFFFFFF;  // as if it were
+  const auto written = store->WriteMessage(Message(u"s", u"b"), ListRowSource({}), {large});
+  EXPECT_EQ(written.status().code(), platform::StatusCode::kTooBig);
+  Close();
+  ExpectFlawless();
+}
+
 TEST_F(StoreRoundTrip, NamedProperties) {
   const PropertyName names[] = {
       PropertyName::String(kPsInternetHeaders, u"X-Custom-Header"),
