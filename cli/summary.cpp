@@ -126,6 +126,10 @@ class SummaryWriter {
       Line(fmt::format("Messages marked as deleted and left out: {}",
                        WithThousands(_record.deletedSkipped)));
     }
+    if (_record.folderDataSkipped > 0) {
+      Line(fmt::format("Notes of mail programs about their folders, no messages, left out: {}",
+                       WithThousands(_record.folderDataSkipped)));
+    }
   }
 
   void Unfinished() {

@@ -1,7 +1,5 @@
 #include "cli/witness.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -347,6 +345,16 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   }
 }
 
+void Witness::FolderDataSkipped(const engine::MessageLocation& message) {
+  if (!_copying) return;
+  ++_record.folderDataSkipped;
+  const FolderAccount& folder = _record.folders[_folder];
+  _logs.Both(
+      fmt::format("Passed over: {}, at byte {} of {}: a mail program's notes about the "
+                  "folder, no message",
+                  FolderPath(folder.path), message.offset, PathForDisplay(folder.sourcePath)));
+}
+
 void Witness::DeletedMessageSkipped(const engine::MessageLocation& message,
                                     std::string_view messageId) {
   if (!_copying) return;
@@ -354,46 +362,6 @@ void Witness::DeletedMessageSkipped(const engine::MessageLocation& message,
   _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
                              message.index + 1, message.offset, messageId.empty() ? "" : ", ",
                              Printable(messageId)));
-}
-
-void Witness::StateCarried(carry::CarriedState carried) {
-  if (!_itemOpen) return;
-  _item.stateKept = carried.kept;
-  if (carried.forwardedLost) {
-    AddRemark({engine::RemarkKind::kStateLost, "forwarded",
-               "it was answered too, and a message shows one of both"});
-  }
-  if (carried.moreCategories > 0) {
-    AddRemark({engine::RemarkKind::kStateLost, "categories",
-               fmt::format("{} more than a message takes", WithThousands(carried.moreCategories))});
-  }
-  for (const std::string& keyword : carried.namelessKeywords)
-    AddRemark({engine::RemarkKind::kTagNameless, keyword, {}});
-  if (carried.partial) AddRemark({engine::RemarkKind::kFetchedInPart, {}, {}});
-  std::ranges::move(carried.refusals, std::back_inserter(_itemRefusals));
-}
-
-void Witness::WinmailCarried(const carry::CarriedWinmail& carried) {
-  if (!_itemOpen) return;
-  _item.winmail = carried;
-  for (std::uint32_t i = 0; i < carried.unreadable; ++i)
-    AddRemark({engine::RemarkKind::kWinmailKept, "winmail.dat", "it cannot be read"});
-  for (std::uint32_t i = 0; i < carried.partly; ++i) {
-    AddRemark({engine::RemarkKind::kWinmailKept, "winmail.dat",
-               "not all of it could be read; what could is on the message too"});
-  }
-}
-
-void Witness::AddressesCarried(const carry::AddressFields& fields) {
-  if (_itemOpen) _item.addressesKept = fields;
-}
-
-bool Witness::IsKeptAfterAll(const engine::Remark& remark) const {
-  if (remark.kind != engine::RemarkKind::kHeaderTextLost) return false;
-  const auto* field = std::ranges::find(Tessary::kAddressFields, remark.place);
-  return field != Tessary::kAddressFields.end() &&
-         _item.addressesKept.test(
-             static_cast<std::size_t>(field - Tessary::kAddressFields.begin()));
 }
 
 }  // namespace parvane::cli

@@ -122,6 +122,9 @@ class SourceObserver {
   // and neither MessageRead nor MessageNamed is called for it.
   virtual void DeletedMessageSkipped(const MessageLocation& /*message*/,
                                      std::string_view /*messageId*/) {}
+  // It is no message but a mail program's notes about the folder, and left out like that; told only
+  // where the messages' state is asked for.
+  virtual void FolderDataSkipped(const MessageLocation& /*message*/) {}
   // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
                                   std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,

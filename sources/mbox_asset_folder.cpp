@@ -111,36 +111,51 @@ std::unique_ptr<IAssetQueryResult> MBOXAssetFolder::NextAsset() {
   if (!EnsureOpen() || !_mboxFileStreamP) return nullptr;
   engine::SourceObserver* observer = Observer();
   while (const auto location = ReadMessage()) {
-    auto state = StateInHand();
-    if (state && state->deleted.Is(true) && StateWishes()->skipDeleted) {
-      if (observer) {
-        Tessary::MimeHeader header;
-        header.Load(_message->view());
-        observer->DeletedMessageSkipped(*location, MessageIdIn(header));
-      }
-      continue;
-    }
+    if (IsLeftOut(*location)) continue;
     if (observer) observer->MessageRead(*location);
     if (!_header || _header.use_count() > 1) _header = std::make_shared<std::string>();
+    MBOXEmailAsset::StateReader readState;
+    if (const engine::StateWishes* wishes = StateWishes(); wishes && !wishes->datesOnly) {
+      readState = [this, wishes](const Tessary::MimeHeader& header, std::string_view message) {
+        const parvane::sources::StateHeaders headers(header, message);
+        return std::make_unique<engine::MessageState>(StateOf(_place, headers, *wishes));
+      };
+    }
     auto asset = _message->lost() > 0 ? std::make_unique<MBOXEmailAsset>(observer, *location)
                                       : std::make_unique<MBOXEmailAsset>(
                                             Tessary::ByteSlice::Share(_message, _message->view()),
-                                            _header, observer, *location);
-    if (StateWishes() && asset->LacksDate()) {
-      if (!state) state = ReadState();
-      LookForDate(*asset, *state);
-    }
-    asset->SetState(std::move(state));
+                                            _header, observer, *location, readState);
+    if (StateWishes() && asset->LacksDate()) LookForDate(*asset);
     return std::make_unique<AssetQueryResult>(std::move(asset),
                                               static_cast<std::int64_t>(location->size));
   }
   return nullptr;
 }
 
+bool MBOXAssetFolder::IsLeftOut(const engine::MessageLocation& location) {
+  const engine::StateWishes* wishes = StateWishes();
+  // Before the first is read, the observer hears what there is to say of the whole folder.
+  if (!wishes || wishes->datesOnly || (location.index > 0 && !wishes->skipDeleted)) return false;
+  Tessary::MimeHeader header;
+  header.Load(_message->view());
+  if (location.index == 0 && parvane::sources::IsFolderData(header)) {
+    if (Observer()) Observer()->FolderDataSkipped(location);
+    return true;
+  }
+  const parvane::sources::StateHeaders headers(header, _message->view());
+  const engine::MessageState state = StateOf(_place, headers, *wishes);
+  if (!wishes->skipDeleted || !state.deleted.Is(true)) return false;
+  if (Observer()) Observer()->DeletedMessageSkipped(location, MessageIdIn(header));
+  return true;
+}
+
 engine::MessageState MBOXAssetFolder::StateOf(const parvane::sources::MessagePlace&,
-                                              std::string_view bytes,
+                                              const parvane::sources::StateHeaders& headers,
                                               const engine::StateWishes& wishes) {
-  return parvane::sources::StateInHeader(bytes, parvane::sources::MailboxWriter::kOther, wishes);
+  engine::MessageState state;
+  parvane::sources::ReadHeaderState(headers, parvane::sources::MailboxWriter::kOther, wishes,
+                                    state);
+  return state;
 }
 
 const engine::StateWishes* MBOXAssetFolder::StateWishes() const {
@@ -148,17 +163,16 @@ const engine::StateWishes* MBOXAssetFolder::StateWishes() const {
   return store ? store->StateWishes() : nullptr;
 }
 
-std::unique_ptr<engine::MessageState> MBOXAssetFolder::StateInHand() {
-  const engine::StateWishes* wishes = StateWishes();
-  return wishes && !wishes->datesOnly ? ReadState() : nullptr;
-}
-
-std::unique_ptr<engine::MessageState> MBOXAssetFolder::ReadState() {
-  return std::make_unique<engine::MessageState>(StateOf(_place, _message->view(), *StateWishes()));
-}
-
-void MBOXAssetFolder::LookForDate(const MBOXEmailAsset& asset, engine::MessageState& state) {
+void MBOXAssetFolder::LookForDate(MBOXEmailAsset& asset) {
   using namespace parvane::sources;
+  if (!asset.MutableState()) {
+    Tessary::MimeHeader header;
+    header.Load(_message->view());
+    const StateHeaders headers(header, _message->view());
+    asset.SetState(
+        std::make_unique<engine::MessageState>(StateOf(_place, headers, *StateWishes())));
+  }
+  engine::MessageState& state = *asset.MutableState();
   state.undated = true;
   LearnDate(asset.DateAsItCame(), engine::StateOrigin::kDateField, state);
   LearnDateOfHeader(asset.Parsed()->entity().header(), state);

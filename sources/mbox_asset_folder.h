@@ -12,6 +12,7 @@
 #include "engine/source_observer.h"
 #include "platform/input_stream.h"
 #include "sources/mbox_reading.h"
+#include "sources/state/state_headers.h"
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -39,9 +40,9 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
  protected:
   // Opens the file for shared reading.
   virtual parvane::platform::Result<std::unique_ptr<parvane::platform::InputStream>> OpenMbox();
-  // What there is to know of a message beside its bytes.
+  // What there is to know of a message, beside what its header says and with it.
   virtual parvane::engine::MessageState StateOf(const parvane::sources::MessagePlace& place,
-                                                std::string_view bytes,
+                                                const parvane::sources::StateHeaders& headers,
                                                 const parvane::engine::StateWishes& wishes);
   parvane::engine::SourceObserver* Observer() const;
 
@@ -52,11 +53,10 @@ class MBOXAssetFolder : public AssetFolderBase, private parvane::sources::Separa
   std::unique_ptr<IAssetQueryResult> NextAsset();
   // Reads the next message; nothing at the end of the file.
   std::optional<parvane::engine::MessageLocation> ReadMessage();
-  // The state of the message in hand; null when nobody asks for it.
-  std::unique_ptr<parvane::engine::MessageState> StateInHand();
-  std::unique_ptr<parvane::engine::MessageState> ReadState();
+  // The message in hand is to be no item, which the observer is told.
+  bool IsLeftOut(const parvane::engine::MessageLocation& location);
   // For an item without a usable Date: when it came, by whatever tells.
-  void LookForDate(const MBOXEmailAsset& asset, parvane::engine::MessageState& state);
+  void LookForDate(MBOXEmailAsset& asset);
   void Close();
   void ReportBreak(const parvane::platform::Status& why);
   void ReportChangeOfSize();

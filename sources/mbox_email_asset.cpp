@@ -81,14 +81,15 @@ std::string_view MessageIdIn(const Tessary::MimeHeader& header) {
 }
 
 MBOXEmailAsset::MBOXEmailAsset(ByteVector mimeBytes) {
-  Parse(ByteSlice::Adopt(std::move(mimeBytes)), false, nullptr);
+  Parse(ByteSlice::Adopt(std::move(mimeBytes)), false, nullptr, {});
 }
 
 MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
                                parvane::engine::SourceObserver* observer,
-                               const parvane::engine::MessageLocation& location)
+                               const parvane::engine::MessageLocation& location,
+                               const StateReader& readState)
     : _observer(observer), _location(location) {
-  Parse(message, true, std::move(headerBuffer));
+  Parse(message, true, std::move(headerBuffer), readState);
 }
 
 MBOXEmailAsset::MBOXEmailAsset(parvane::engine::SourceObserver* observer,
@@ -106,9 +107,10 @@ void MBOXEmailAsset::ReportTooLarge(std::string_view step) const {
 }
 
 void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
-                           std::shared_ptr<std::string> headerBuffer) {
+                           std::shared_ptr<std::string> headerBuffer,
+                           const StateReader& readState) {
   try {
-    ParseUnguarded(message, isCrLf, std::move(headerBuffer));
+    ParseUnguarded(message, isCrLf, std::move(headerBuffer), readState);
   } catch (const std::bad_alloc&) {
     _emailP.reset();
     _details.reset();
@@ -117,7 +119,8 @@ void MBOXEmailAsset::Parse(const ByteSlice& message, bool isCrLf,
 }
 
 void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
-                                    std::shared_ptr<std::string> headerBuffer) {
+                                    std::shared_ptr<std::string> headerBuffer,
+                                    const StateReader& readState) {
   const parvane::platform::StageMark mark(parvane::platform::Stage::kParse, message.size());
   _emailP = std::make_unique<TsEmail>();
   _emailP->put_Utf8(true);
@@ -133,6 +136,7 @@ void MBOXEmailAsset::ParseUnguarded(const ByteSlice& message, bool isCrLf,
     _header = entity->headerSlice();
     const std::string_view messageId = MessageIdIn(entity->header());
     if (_observer && !messageId.empty()) _observer->MessageNamed(_location, messageId);
+    if (readState) _state = readState(entity->header(), message.view());
     parvane::sources::RepairNotes notes;
     parvane::sources::RepairMessage(*entity, std::move(headerBuffer), _observer ? &notes : nullptr);
     Remember(std::move(notes));

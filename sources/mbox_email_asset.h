@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -39,10 +40,14 @@ class MBOXEmailAsset : public EmailAssetBase,
   // file; the asset then has no details, and every conversion of it fails.
   explicit MBOXEmailAsset(ByteVector mimeBytes);
   // The same for a message as ScanMboxMessage reads it, all its line ends being CR LF; `observer`
-  // (may be null) learns what becomes of it. The repaired header is put into `headerBuffer`.
+  // (may be null) learns what becomes of it. The repaired header is put into `headerBuffer`;
+  // `readState` (may be empty) is called with the header as it came, and the bytes it views.
+  using StateReader = std::function<std::unique_ptr<parvane::engine::MessageState>(
+      const Tessary::MimeHeader& header, std::string_view message)>;
   MBOXEmailAsset(const Tessary::ByteSlice& message, std::shared_ptr<std::string> headerBuffer,
                  parvane::engine::SourceObserver* observer,
-                 const parvane::engine::MessageLocation& location);
+                 const parvane::engine::MessageLocation& location,
+                 const StateReader& readState = {});
   // For a message that memory did not suffice to read, which `observer` (may be null) is told.
   MBOXEmailAsset(parvane::engine::SourceObserver* observer,
                  const parvane::engine::MessageLocation& location);
@@ -56,9 +61,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   void Release() override;
 
   // Before it is converted.
-  void SetState(std::unique_ptr<const parvane::engine::MessageState> state) {
-    _state = std::move(state);
-  }
+  void SetState(std::unique_ptr<parvane::engine::MessageState> state) { _state = std::move(state); }
+  parvane::engine::MessageState* MutableState() { return _state.get(); }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
   Tessary::EmailMessage* Parsed() const override;
   // Its Date is missing or says nothing usable. Known only to observed items.
@@ -71,9 +75,9 @@ class MBOXEmailAsset : public EmailAssetBase,
 
  private:
   void Parse(const Tessary::ByteSlice& message, bool isCrLf,
-             std::shared_ptr<std::string> headerBuffer);
+             std::shared_ptr<std::string> headerBuffer, const StateReader& readState);
   void ParseUnguarded(const Tessary::ByteSlice& message, bool isCrLf,
-                      std::shared_ptr<std::string> headerBuffer);
+                      std::shared_ptr<std::string> headerBuffer, const StateReader& readState);
   bool Convert(parvane::mapi::IMessage& message, parvane::mapi::IMAPISession& session);
   // Tells the observer that memory did not suffice for `step`.
   void ReportTooLarge(std::string_view step) const;
@@ -83,8 +87,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   std::unique_ptr<Tessary::TsEmail> _emailP;  // null when parsing failed
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::MessageLocation _location;
-  std::unique_ptr<const parvane::engine::MessageState> _state;  // null: nobody asked
-  std::vector<parvane::engine::Remark> _remarks;                // of what the parse saw
+  std::unique_ptr<parvane::engine::MessageState> _state;  // null: nobody asked
+  std::vector<parvane::engine::Remark> _remarks;          // of what the parse saw
   parvane::sources::DateBefore _dateBefore;
   Tessary::ByteSlice _header;                                          // as it came
   std::unordered_map<std::size_t, Tessary::ByteSlice> _headersInside;  // see RepairNotes

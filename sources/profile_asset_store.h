@@ -26,7 +26,7 @@ class TBAssetFolder : public MBOXAssetFolder {
  protected:
   // Of the mailbox and the index beside it.
   parvane::engine::MessageState StateOf(const parvane::sources::MessagePlace& place,
-                                        std::string_view bytes,
+                                        const parvane::sources::StateHeaders& headers,
                                         const parvane::engine::StateWishes& wishes) override;
 
  private:

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "mime/encoded_words.h"
+#include "mime/mime_header.h"
 #include "platform/text.h"
 #include "sources/state/gmail_labels.h"
 #include "sources/state/keywords.h"
@@ -151,10 +152,21 @@ void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer, const St
   ReadImportance(headers, state);
 }
 
+bool IsFolderData(const Tessary::MimeHeader& header) {
+  // RFC 3501's servers keep the folder's UIDVALIDITY in the first of these fields.
+  if (header.Find("X-IMAP") == nullptr && header.Find("X-IMAPbase") == nullptr) return false;
+  const Tessary::MimeField* subject = header.Find("Subject");
+  return subject != nullptr &&
+         subject->RawValue().find("DON'T DELETE THIS MESSAGE -- FOLDER INTERNAL DATA") !=
+             std::string_view::npos;
+}
+
 MessageState StateInHeader(std::string_view message, MailboxWriter writer,
                            const StateWishes& wishes) {
+  Tessary::MimeHeader header;
+  header.Load(message);
   MessageState state;
-  ReadHeaderState(StateHeaders(message), writer, wishes, state);
+  ReadHeaderState(StateHeaders(header, message), writer, wishes, state);
   return state;
 }
 

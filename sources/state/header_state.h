@@ -20,6 +20,9 @@ enum class MailboxWriter {
 // Adds what the header of `message` tells to what is known already.
 void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer,
                      const engine::StateWishes& wishes, engine::MessageState& state);
+// True of what some mail programs put in front of a mailbox's messages, in the form of one, to keep
+// notes about the folder; no mail.
+bool IsFolderData(const Tessary::MimeHeader& header);
 engine::MessageState StateInHeader(std::string_view message, MailboxWriter writer,
                                    const engine::StateWishes& wishes);
 

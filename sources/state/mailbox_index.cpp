@@ -5,6 +5,7 @@
 #include <span>
 #include <utility>
 
+#include "mime/mime_header.h"
 #include "platform/path.h"
 #include "platform/text.h"
 #include "sources/state/fallback_date.h"
@@ -122,7 +123,9 @@ bool MailboxIndex::StandsAt(std::uint64_t offset, std::uint64_t idHash) {
   std::string_view text(look.data(), *count);
   if (!text.starts_with("From ")) return false;
   text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
-  const std::uint64_t found = IdHashIn(StateHeaders(text));
+  Tessary::MimeHeader header;
+  header.Load(text);
+  const std::uint64_t found = IdHashIn(StateHeaders(header, text));
   return idHash == 0 || found == 0 || found == idHash;
 }
 
@@ -145,10 +148,9 @@ MailboxIndex::Found MailboxIndex::Find(const MessagePlace& place, std::uint64_t 
   return {nullptr, gone};
 }
 
-engine::MessageState MailboxIndex::StateOf(const MessagePlace& place, std::string_view message,
+engine::MessageState MailboxIndex::StateOf(const MessagePlace& place, const StateHeaders& headers,
                                            const engine::StateWishes& wishes) {
   engine::MessageState state;
-  const StateHeaders headers(message);
   if (_index) {
     const Found found = Find(place, IdHashIn(headers));
     const bool marked = headers.Has(StateField::kMozillaStatus);

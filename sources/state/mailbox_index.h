@@ -30,7 +30,7 @@ class MailboxIndex {
   const platform::Status& status() const { return _status; }
   const std::u16string& path() const { return _path; }
 
-  engine::MessageState StateOf(const MessagePlace& place, std::string_view message,
+  engine::MessageState StateOf(const MessagePlace& place, const StateHeaders& headers,
                                const engine::StateWishes& wishes);
 
  private:

@@ -1,62 +1,18 @@
 #include "sources/state/state_headers.h"
 
-#include <algorithm>
-#include <optional>
-
-#include "platform/simd/scan.h"
+#include "mime/mime_header.h"
 #include "platform/text.h"
 
 namespace parvane::sources {
 namespace {
 
-struct Name {
-  std::string_view name;
-  StateField field;
-};
-
-constexpr Name kNames[] = {
-    {"x-mozilla-status", StateField::kMozillaStatus},
-    {"x-mozilla-status2", StateField::kMozillaStatus2},
-    {"x-mozilla-keys", StateField::kMozillaKeys},
-    {"x-mozilla-draft-info", StateField::kMozillaDraftInfo},
-    {"status", StateField::kStatus},
-    {"x-status", StateField::kXStatus},
-    {"x-keywords", StateField::kXKeywords},
-    {"x-label", StateField::kXLabel},
-    {"x-gmail-labels", StateField::kGmailLabels},
-    {"importance", StateField::kImportance},
-    {"x-priority", StateField::kXPriority},
-    {"x-msmail-priority", StateField::kXMsMailPriority},
-    {"priority", StateField::kPriority},
-    {"received", StateField::kReceived},
-    {"message-id", StateField::kMessageId},
-};
-constexpr std::size_t kLongestName = std::string_view("x-mozilla-draft-info").size();
+// In the order of StateField, but for the last two, which nearly every message has.
+constexpr std::array<std::string_view, kStateFields - 2> kNames = {
+    "X-Mozilla-Status", "X-Mozilla-Status2", "X-Mozilla-Keys", "X-Mozilla-Draft-Info", "Status",
+    "X-Status",         "X-Keywords",        "X-Label",        "X-Gmail-Labels",       "Importance",
+    "X-Priority",       "X-MSMail-Priority", "Priority"};
 // More than anybody writes.
 constexpr std::size_t kMostLabelFields = 64;
-
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-
-// `first` is the line's first character in lower case.
-std::optional<StateField> FieldOf(std::string_view line, char first) {
-  std::size_t length = line.substr(0, kLongestName + 2).find(':');
-  if (length == line.npos) return {};
-  while (length > 0 && IsBlank(line[length - 1])) --length;
-  const std::string_view name = line.substr(0, length);
-  for (const Name& known : kNames) {
-    // Most names are told apart by their length and first letter.
-    if (known.name.size() == length && known.name.front() == first &&
-        platform::EqualsIgnoreAsciiCase(known.name, name)) {
-      return known.field;
-    }
-  }
-  return {};
-}
-
-bool MayBegin(char first) {
-  return first == 'x' || first == 's' || first == 'r' || first == 'p' || first == 'i' ||
-         first == 'm';
-}
 
 std::string_view Trimmed(std::string_view text) {
   while (!text.empty() && platform::IsAsciiWhiteSpace(text.front())) text.remove_prefix(1);
@@ -77,27 +33,26 @@ std::string Unfold(std::string_view raw) {
 
 }  // namespace
 
-StateHeaders::StateHeaders(std::string_view message) {
-  platform::simd::LineFeeds lineFeeds(message.data(), message.size());
-  const auto nextLine = [&] { return std::min(lineFeeds.Next() + 1, message.size()); };
-  for (std::size_t at = 0, next = 0; at < message.size(); at = next) {
-    if (message[at] == '\n' || (message[at] == '\r' && message.substr(at, 2) == "\r\n")) return;
-    next = nextLine();
-    const char first = platform::AsciiToLower(message[at]);
-    if (!MayBegin(first)) continue;
-    const auto field = FieldOf(message.substr(at, next - at), first);
-    if (!field) continue;
-    if (*field == StateField::kMozillaStatus) _statusAnywhere = true;
-    if (IsOfThunderbirdAlone(*field) && at >= kMozillaReach) continue;
-    while (next < message.size() && IsBlank(message[next])) next = nextLine();
-    const std::size_t colon = message.find(':', at);
-    const std::string_view value = Trimmed(message.substr(colon + 1, next - colon - 1));
-    std::string_view& known = _first[static_cast<std::size_t>(*field)];
-    if (known.data() == nullptr) known = value;
-    if (*field == StateField::kGmailLabels && _gmailLabels.size() < kMostLabelFields) {
+StateHeaders::StateHeaders(const Tessary::MimeHeader& header, std::string_view message) {
+  header.ForEach(kNames, [&](std::size_t place, const Tessary::MimeField& line) {
+    const auto field = static_cast<StateField>(place);
+    const auto at = static_cast<std::size_t>(line.Raw().data() - message.data());
+    if (field == StateField::kMozillaStatus) _statusAnywhere = true;
+    if (IsOfThunderbirdAlone(field) && at >= kMozillaReach) return;
+    std::string_view& first = _first[place];
+    if (first.data() != nullptr && field != StateField::kGmailLabels) return;
+    const std::string_view value = Trimmed(line.RawValue());
+    if (first.data() == nullptr) first = value;
+    if (field == StateField::kGmailLabels && _gmailLabels.size() < kMostLabelFields) {
       _gmailLabels.push_back(value);
     }
-  }
+  });
+  const auto find = [&](StateField field, std::string_view name) {
+    const Tessary::MimeField* line = header.Find(name);
+    if (line != nullptr) _first[static_cast<std::size_t>(field)] = Trimmed(line->RawValue());
+  };
+  find(StateField::kMessageId, "Message-ID");
+  if (Has(StateField::kMozillaDraftInfo)) find(StateField::kReceived, "Received");
 }
 
 std::string StateHeaders::Unfolded(StateField field) const { return Unfold(Raw(field)); }

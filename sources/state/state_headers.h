@@ -1,4 +1,4 @@
-// The header fields that tell a message's state, found in one pass over its header.
+// The header fields that tell a message's state, found in one pass over its parsed header.
 #pragma once
 
 #include <array>
@@ -6,6 +6,10 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace Tessary {
+class MimeHeader;
+}
 
 namespace parvane::sources {
 
@@ -23,7 +27,7 @@ enum class StateField : std::size_t {
   kXPriority,
   kXMsMailPriority,
   kPriority,
-  kReceived,
+  kReceived,  // looked for only where there is kMozillaDraftInfo
   kMessageId,
 };
 inline constexpr std::size_t kStateFields = static_cast<std::size_t>(StateField::kMessageId) + 1;
@@ -34,8 +38,8 @@ class StateHeaders {
   // them itself; what a sender wrote farther down is not its state.
   static constexpr std::size_t kMozillaReach = 512;
 
-  // `message` must outlive the result. Lines may end in LF or CR LF.
-  explicit StateHeaders(std::string_view message);
+  // `header` was read from the beginning of `message`, which must outlive the result.
+  StateHeaders(const Tessary::MimeHeader& header, std::string_view message);
 
   // X-Mozilla-Status is there, wherever it stands.
   bool HasStatusAnywhere() const { return _statusAnywhere; }

@@ -6,7 +6,7 @@ import subprocess
 import sys
 import unittest
 
-from harness import SHARED, PstTest, linux
+from harness import SHARED, PstTest, linux, shown
 
 GENERATORS = SHARED / 'mail' / 'fixtures' / 'generators'
 
@@ -102,6 +102,21 @@ class State(PstTest):
         self.assertIn('message 10 (at byte', (self.folder / 'log').read_text())
         # The others keep the places that they have in their mailbox.
         self.assertIn(11, [r['position'] for r in account['remarks']])
+
+    def test_notes_about_the_folder_are_no_mail(self):
+        notes = message("DON'T DELETE THIS MESSAGE -- FOLDER INTERNAL DATA",
+                        'X-IMAP: 1136073600 0000000002')
+        # Only in front of all others, and only with what the notes are kept in.
+        source = self.write('box.mbox', notes + message('mail', 'Status: R') + notes)
+        odd = self.write('odd.mbox', notes.replace(b'X-IMAP', b'X-Other'))
+        for keep, skipped, read in (('all', 1, 3), ('none', 0, 4)):
+            account = self.convert('--keep', keep, '--overwrite', '--log', self.folder / 'log', source,
+                                   odd, self.folder / 'mail.pst')
+            self.assertEqual((account['totals']['folderDataSkipped'], account['totals']['written']),
+                             (skipped, read))
+            named = "at byte 32 of %s: a mail program's notes" % shown(source)
+            log = (self.folder / 'log').read_text('utf-8')
+            self.assertEqual(named in log, keep == 'all', log)
 
     @linux
     def test_the_properties_that_outlook_writes(self):
