@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <deque>
 #include <map>
 #include <unordered_map>
 #include <utility>
@@ -75,12 +76,33 @@ std::optional<std::uint64_t> NumberIn(std::string_view text, int base) {
 
 int BaseOf(Name column) { return column == kStoreToken || column == kJunkScore ? 10 : 16; }
 
-// One message while the index is read: a value where it is known, the number of one else.
-struct RawRow {
-  std::array<std::uint64_t, kColumns> cells{};
+// One message while the index is read: a value where it is known, the number of one else. There may
+// be two million of them, and so only what needs 64 bits has them.
+class RawRow {
+ public:
   std::uint16_t set = 0;       // a bit for each column
   std::uint16_t numbered = 0;  // whose cell is the number of a value
   std::uint32_t listed = 0;    // by the table as it was after so many emptyings; 0: not
+
+  std::uint64_t At(std::size_t column) const {
+    if (column < kWhole) return _whole[column];
+    const std::uint32_t cell = _short[column - kWhole];
+    return cell == kNone ? ThunderbirdIndex::kNowhere : cell;
+  }
+  void Put(std::size_t column, std::uint64_t cell) {
+    if (column < kWhole) {
+      _whole[column] = cell;
+    } else {
+      _short[column - kWhole] = static_cast<std::uint32_t>(std::min<std::uint64_t>(cell, kNone));
+    }
+  }
+
+ private:
+  static constexpr std::size_t kWhole = kSize - kFirstColumn;
+  static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+
+  std::array<std::uint64_t, kWhole> _whole{};
+  std::array<std::uint32_t, kColumns - kWhole> _short{};
 };
 
 constexpr std::uint16_t BitOf(Name column) {
@@ -141,11 +163,10 @@ class IndexBuilder : public mork::Sink {
   void DefineValue(std::uint32_t number, std::string_view text) override {
     if (!_resolving) return;
     if (_folderSizeNumber == number) _index._folder.mailboxSize = NumberIn(text, 16);
-    const auto found = _wanted.find(number);
-    if (found == _wanted.end()) return;
-    for (Name column = kFirstColumn; column < kEndOfColumns;
-         column = static_cast<Name>(column + 1)) {
-      if (found->second & BitOf(column)) _values[KeyOf(number, column)] = Coded(column, text);
+    for (auto at = std::ranges::lower_bound(_wanted, KeyOf(number, 0));
+         at != _wanted.end() && *at < KeyOf(number + std::uint64_t{1}, 0); ++at) {
+      const auto column = static_cast<Name>(*at - KeyOf(number, 0));
+      _values[static_cast<std::size_t>(at - _wanted.begin())] = Coded(column, text);
     }
   }
 
@@ -154,22 +175,38 @@ class IndexBuilder : public mork::Sink {
   // Whether a second reading is needed.
   bool BeginResolving() {
     _resolving = true;
-    for (const auto& [number, row] : _rows) {
-      for (std::size_t i = 0; IsListed(row) && i < kColumns; ++i) {
-        if (row.numbered >> i & 1) _wanted[static_cast<std::uint32_t>(row.cells[i])] |= 1u << i;
+    _places = {};
+    const auto forEach = [this](auto take) {
+      for (const RawRow& row : _rows) {
+        for (std::size_t i = 0; IsListed(row) && i < kColumns; ++i) {
+          if (row.numbered >> i & 1) take(KeyOf(row.At(i), kFirstColumn + i));
+        }
       }
-    }
+    };
+    std::size_t count = 0;
+    forEach([&](std::uint64_t) { ++count; });
+    _wanted.reserve(count);
+    forEach([&](std::uint64_t key) { _wanted.push_back(key); });
+    std::ranges::sort(_wanted);
+    _wanted.erase(std::unique(_wanted.begin(), _wanted.end()), _wanted.end());
+    _values.assign(_wanted.size(), ThunderbirdIndex::kNowhere);
     return !_wanted.empty() || _folderSizeNumber.has_value();
   }
 
   bool ListsMessages() const {
-    return std::ranges::any_of(_rows, [this](const auto& row) { return IsListed(row.second); });
+    return std::ranges::any_of(_rows, [this](const RawRow& row) { return IsListed(row); });
   }
 
   ThunderbirdIndex Take() {
-    for (const auto& [number, raw] : _rows) {
-      if (IsListed(raw)) _index._rows.push_back(Finished(raw));
+    const auto listed =
+        std::ranges::count_if(_rows, [this](const RawRow& r) { return IsListed(r); });
+    _index._rows.reserve(static_cast<std::size_t>(listed));
+    for (; !_rows.empty(); _rows.pop_front()) {
+      if (IsListed(_rows.front())) _index._rows.push_back(Finished(_rows.front()));
     }
+    _wanted = {};
+    _values = {};
+    _index._byId.reserve(_index._rows.size());
     std::ranges::sort(_index._rows, {}, &ThunderbirdIndex::Row::offset);
     for (std::uint32_t i = 0; i < _index._rows.size(); ++i) {
       if (_index._rows[i].idHash) _index._byId.emplace_back(_index._rows[i].idHash, i);
@@ -181,27 +218,31 @@ class IndexBuilder : public mork::Sink {
  private:
   using Row = ThunderbirdIndex::Row;
 
-  static std::uint64_t KeyOf(std::uint64_t number, Name column) {
-    return number << 8 | static_cast<std::uint64_t>(column);
+  // Sorts by number first.
+  static std::uint64_t KeyOf(std::uint64_t number, std::size_t column) {
+    return number << 8 | column;
   }
 
   bool IsListed(const RawRow& row) const { return row.listed == _emptied; }
 
   RawRow* Find(std::uint32_t number) {
-    if (_rows.size() >= ThunderbirdIndex::kMostRows && !_rows.contains(number)) {
+    const auto known = _places.find(number);
+    if (known != _places.end()) return &_rows[known->second];
+    if (_rows.size() >= ThunderbirdIndex::kMostRows) {
       _tooMany = true;
       return nullptr;
     }
-    return &_rows[number];
+    _places.emplace(number, static_cast<std::uint32_t>(_rows.size()));
+    return &_rows.emplace_back();
   }
 
   void CellOfMessage(Name column, const mork::Value& value) {
     const std::uint16_t bit = BitOf(column);
-    std::uint64_t& cell = _row->cells[static_cast<std::size_t>(column - kFirstColumn)];
     _row->set |= bit;
     _row->numbered =
         static_cast<std::uint16_t>(value.isNumber ? _row->numbered | bit : _row->numbered & ~bit);
-    cell = value.isNumber ? value.number : Coded(column, value.text);
+    _row->Put(static_cast<std::size_t>(column - kFirstColumn),
+              value.isNumber ? value.number : Coded(column, value.text));
   }
 
   // Text in eight bytes; ~0 where it is not what the column should hold.
@@ -228,11 +269,11 @@ class IndexBuilder : public mork::Sink {
 
   std::optional<std::uint64_t> CellIn(const RawRow& raw, Name column) const {
     if (!(raw.set & BitOf(column))) return {};
-    std::uint64_t cell = raw.cells[static_cast<std::size_t>(column - kFirstColumn)];
+    std::uint64_t cell = raw.At(static_cast<std::size_t>(column - kFirstColumn));
     if (raw.numbered & BitOf(column)) {
-      const auto value = _values.find(KeyOf(cell, column));
-      if (value == _values.end()) return {};
-      cell = value->second;
+      const auto wanted = std::ranges::lower_bound(_wanted, KeyOf(cell, column));
+      if (wanted == _wanted.end() || *wanted != KeyOf(cell, column)) return {};
+      cell = _values[static_cast<std::size_t>(wanted - _wanted.begin())];
     }
     return cell == ThunderbirdIndex::kNowhere ? std::nullopt : std::optional(cell);
   }
@@ -256,16 +297,17 @@ class IndexBuilder : public mork::Sink {
   }
 
   ThunderbirdIndex _index;
-  std::unordered_map<std::uint32_t, RawRow> _rows;
-  RawRow* _row = nullptr;  // the one in hand
+  std::deque<RawRow> _rows;
+  std::unordered_map<std::uint32_t, std::uint32_t> _places;  // in it, by the rows' numbers
+  RawRow* _row = nullptr;                                    // the one in hand
   mork::Column _scope = 0;
   bool _ofMessages = false;
   std::uint32_t _emptied = 1;  // counted from 1
   bool _tooMany = false;
   bool _resolving = false;
   std::optional<std::uint32_t> _folderSizeNumber;
-  std::unordered_map<std::uint32_t, std::uint32_t> _wanted;  // values: bits of columns
-  std::unordered_map<std::uint64_t, std::uint64_t> _values;  // by KeyOf
+  std::vector<std::uint64_t> _wanted;  // values, by KeyOf; sorted, each once
+  std::vector<std::uint64_t> _values;  // in the same order; kNowhere: not defined
   std::map<std::string, std::uint64_t, std::less<>> _keywordSets;
   std::size_t _keywordBytes = 0;
 };
