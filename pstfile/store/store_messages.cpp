@@ -86,13 +86,7 @@ Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, b
     if (IsUnread(flags)) ++(*folder)->unread;
     s.folders->CountsChanged(**folder);
   }
-  ++s.messagesSinceCommit;
-  ++s.statistics.messagesSaved;
-  // The caller is told that it failed, so it was never accepted.
-  if (Status saved = s.Checkpoint(); !saved.ok()) {
-    --s.statistics.messagesSaved;
-    return saved;
-  }
+  if (Status accepted = s.AcceptMessage(); !accepted.ok()) return accepted;
   return id;
 }
 
@@ -125,13 +119,7 @@ Status PstStore::ReplaceMessage(NodeId id, StoredMessage replacement) {
     (*folder)->unread += IsUnread(flags) ? 1u : (*folder)->unread > 0 ? ~0u : 0u;
     s.folders->CountsChanged(**folder);
   }
-  ++s.messagesSinceCommit;
-  ++s.statistics.messagesSaved;
-  if (Status saved = s.Checkpoint(); !saved.ok()) {
-    --s.statistics.messagesSaved;
-    return saved;
-  }
-  return {};
+  return s.AcceptMessage();
 }
 
 Status PstStore::DeleteMessage(NodeId id) {

@@ -166,6 +166,15 @@ Status PstStore::State::Checkpoint() {
   return {};
 }
 
+Status PstStore::State::AcceptMessage() {
+  ++messagesSinceCommit;
+  ++statistics.messagesSaved;
+  Status status = Checkpoint();
+  // The caller is told that it failed, so it was never accepted.
+  if (!status.ok()) --statistics.messagesSaved;
+  return status;
+}
+
 Result<NodeRecord> PstStore::State::Node(NodeId id) {
   auto node = database->FindNode(id);
   if (!node.ok()) return node.status();

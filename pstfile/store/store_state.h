@@ -79,6 +79,8 @@ struct PstStore::State {
   platform::Status Commit();
   // After something was saved: commits when the open transaction is large or old enough.
   platform::Status Checkpoint();
+  // Counts a message that has been put in its place, then the same.
+  platform::Status AcceptMessage();
   platform::Result<NodeRecord> Node(NodeId node);
   platform::Result<TableReader> OpenFolderTable(NodeId folder, NodeKind kind);
 };
