@@ -91,6 +91,7 @@ void FolderPlan::Avoid(const ForeignFolders& foreign) {
   for (PlannedFolder& folder : _folders) {
     const std::vector<std::u16string> before = folder.path;
     const std::u16string wanted = folder.name;
+    // Parents stand before their children: the path above this one is right already.
     if (folder.parent != kTopFolder) folder.path = _folders[folder.parent].path;
     folder.path.resize(before.size());
     folder.path.back() = folder.name;

@@ -61,6 +61,7 @@ Status PstSession::LogOn(std::u16string_view path) {
   ComPointer<mapi::IProfAdmin> profiles;
   mapi::HRESULT result = mapi::MAPIAdminProfiles(0, profiles.Put());
   if (!profiles) return MapiFailure(path, "MAPI gives no profiles", result);
+  // One that a killed run has left serves as well: its first service is pointed at this file below.
   profiles->CreateProfile(ToTString(kListProfile), nullptr, 0, 0);
   ComPointer<mapi::IMsgServiceAdmin> services;
   profiles->AdminServices(ToTString(kListProfile), nullptr, 0, 0, services.Put());
@@ -113,6 +114,7 @@ Status PstSession::OpenStore() {
 }
 
 PstSession::~PstSession() {
+  // From the inside out: the store lives in the session, the session in its profile.
   _store.Reset();
   if (!_session) return;
   _session->Logoff(0, 0, 0);

@@ -68,6 +68,7 @@ pstfile::StoreEncoding EncodingFor(const Settings& settings) {
   BlockEncoding chosen = CurrentBuiltinOptions().newFileEncoding;
   if (settings.encryption) {
     const ULONG wanted = *settings.encryption;
+    // Of several flags the strongest.
     if ((wanted & PSTF_NO_ENCRYPTION) != 0) chosen = BlockEncoding::kNone;
     if ((wanted & PSTF_COMPRESSABLE_ENCRYPTION) != 0) chosen = BlockEncoding::kCompressible;
     if ((wanted & PSTF_BEST_ENCRYPTION) != 0) chosen = BlockEncoding::kBest;
@@ -151,6 +152,7 @@ HRESULT ConfigureService(Service& service, std::span<const SPropValue> values) {
     }
   }
   const pstfile::RecordKey key = (*store)->recordKey();
+  // The log-on opens it again, and holds it from then on.
   const Status closed = (*store)->Close();
   if (status.ok()) status = closed;
   if (!status.ok()) return NoteFileFailure(path, status);

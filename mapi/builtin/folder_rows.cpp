@@ -135,6 +135,7 @@ HRESULT HierarchyRows::Walk(bool deep) {
     auto children = _core->store()->Subfolders(at.node);
     if (!children.ok()) {
       const HRESULT result = _core->Note(children.status());
+      // A folder further down that cannot be read hides no other.
       if (at.node == _folder) return result;
       continue;
     }
