@@ -223,7 +223,7 @@ TEST_F(TreeTest, ContradictoryDataTreesAreRefused) {
       xblock(3, 8276, {good}),                     // deeper
       xblock(1, 8276, {full, BlockId(0x7777774)}),
       xblock(2, 8276, {xblock(1, 8275, {full, part})}),  // totals that differ
-      xblock(2, 8276, {xblock(2, 8276, {full, part})}),  // an XXBLOCK of blocks, not of XBLOCKs
+      xblock(2, 8276, {xblock(2, 8276, {good, good})}),  // too deep, and as many
   };
   auto editor = DataTreeEditor::Open(*db, std::end(cases)[-1]);
   ASSERT_OK(editor);
