@@ -73,10 +73,9 @@ const Case kCases[] = {
      "read, unread, read"},
     {"rows of threads, and rows that no table lists",
      All("", "", "") + "[1:m(^88=1)][9:^80" + At(0) +
-         "(^88=1)]{2:^80 {(k^97:c)} 9 }{FFFFFFFE:^80 {(k^97:c)} 9 }",
+         "(^88=1)]{2:^80 {(k^97:c)} 9 }{1:^80 {(k=ns:msg:db:table:kind:thread)} 9 }",
      "unread, unread, unread"},
-    {"a table emptied, its kind spelt out",
-     All("", "", "") + "{-1:^80 {(k=ns:msg:db:table:kind:msgs)} 2 }", "gone, unread, gone"},
+    {"a table emptied", All("", "", "") + "{-1:^80 {(k^96:c)} 2 }", "gone, unread, gone"},
     {"an offset in hexadecimal",
      Info(3 * kSize) + "{1:^80 {(k^96:c)}[1(^9C=0)(^88=4)][2(^9C=31)(^88=4)]}",
      "unread*, unread*, gone"},
