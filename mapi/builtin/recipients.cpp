@@ -118,8 +118,8 @@ platform::Result<const PropertyList*> RecipientList::Row(std::size_t index) cons
   if (index < _rows.size()) return &_rows[index].properties;
   pstfile::PstStore* store = _core->store();
   if (store == nullptr) return Status(StatusCode::kClosed, "the file is closed");
-  Status status = _packed->rows.Read(
-      store->database(), _packed->entries[index - _rows.size()].Position(), _packed->unpacked);
+  Status status = _packed->rows.Read(store->database(), _packed->positions[index - _rows.size()],
+                                     _packed->unpacked);
   if (!status.ok()) return status;
   return &_packed->unpacked;
 }
@@ -145,15 +145,17 @@ Status RecipientList::Append(PropertyList properties, bool spill) {
     _rows.push_back({_nextId++, std::move(properties)});
     return {};
   }
-  if (!_packed) _packed = std::make_unique<Packed>();
+  if (!_packed) {
+    _packed = std::make_unique<Packed>();
+    _packed->firstId = _nextId;
+  }
   std::uint64_t position = 0;
   Status status = spill ? _core->store()->KeepRow(_packed->rows, properties, position)
                         : _packed->rows.Add(nullptr, properties, position);
   if (!status.ok()) return status;
-  PackedEntry entry;
-  entry.id = _nextId++;
-  entry.SetPosition(position);
-  _packed->entries.push_back(entry);
+  if (_packed->ids) _packed->ids->push_back(_nextId);
+  _packed->positions.push_back(position);
+  ++_nextId;
   return {};
 }
 
@@ -162,12 +164,12 @@ Status RecipientList::Replace(std::size_t index, PropertyList properties) {
     _rows[index].properties = std::move(properties);
     return {};
   }
-  PackedEntry& entry = _packed->entries[index - _rows.size()];
+  std::uint64_t& known = _packed->positions[index - _rows.size()];
   std::uint64_t position = 0;
   Status status = _core->store()->KeepRow(_packed->rows, properties, position);
   if (!status.ok()) return status;
-  _packed->rows.Release(_core->store()->database(), entry.Position());
-  entry.SetPosition(position);
+  _packed->rows.Release(_core->store()->database(), known);
+  known = position;
   return {};
 }
 
@@ -176,9 +178,21 @@ void RecipientList::Erase(std::size_t index) {
     _rows.erase(_rows.begin() + static_cast<std::ptrdiff_t>(index));
     return;
   }
-  const auto entry = _packed->entries.begin() + static_cast<std::ptrdiff_t>(index - _rows.size());
-  _packed->rows.Release(_core->store()->database(), entry->Position());
-  _packed->entries.erase(entry);
+  const std::size_t place = index - _rows.size();
+  _packed->rows.Release(_core->store()->database(), _packed->positions[place]);
+  _packed->Erase(place);
+}
+
+void RecipientList::Packed::Erase(std::size_t index) {
+  if (!ids) {
+    ids.emplace();
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+      ids->push_back(firstId + static_cast<ULONG>(i));
+    }
+  }
+  const auto at = static_cast<std::ptrdiff_t>(index);
+  ids->erase(ids->begin() + at);
+  positions.erase(positions.begin() + at);
 }
 
 void RecipientList::Clear() {

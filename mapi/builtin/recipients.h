@@ -3,6 +3,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "mapi/builtin/store_core.h"
@@ -31,11 +32,11 @@ class RecipientList final : public pstfile::RowSource {
 
   // Rows as they are stored, with the columns a provider adds.
   std::size_t RowCount() const override {
-    return _rows.size() + (_packed ? _packed->entries.size() : 0);
+    return _rows.size() + (_packed ? _packed->positions.size() : 0);
   }
   platform::Result<const pstfile::PropertyList*> Row(std::size_t index) const override;
   ULONG RowId(std::size_t index) const {
-    return index < _rows.size() ? _rows[index].id : _packed->entries[index - _rows.size()].id;
+    return index < _rows.size() ? _rows[index].id : _packed->IdOf(index - _rows.size());
   }
 
  private:
@@ -43,19 +44,16 @@ class RecipientList final : public pstfile::RowSource {
     ULONG id = 0;  // PR_ROWID
     pstfile::PropertyList properties;
   };
-  // In twelve bytes, because there may be millions.
-  struct PackedEntry {
-    ULONG id = 0;
-    std::uint32_t low = 0;
-    std::uint32_t high = 0;
-    std::uint64_t Position() const { return std::uint64_t{high} << 32 | low; }
-    void SetPosition(std::uint64_t position) {
-      low = static_cast<std::uint32_t>(position);
-      high = static_cast<std::uint32_t>(position >> 32);
-    }
-  };
   struct Packed {
-    std::deque<PackedEntry> entries;
+    // There may be millions: as long as none was taken out, their ids follow one another.
+    ULONG IdOf(std::size_t index) const {
+      return ids ? (*ids)[index] : firstId + static_cast<ULONG>(index);
+    }
+    void Erase(std::size_t index);
+
+    ULONG firstId = 0;
+    std::deque<std::uint64_t> positions;
+    std::optional<std::deque<ULONG>> ids;
     pstfile::PackedRows rows;
     pstfile::PropertyList unpacked;  // the row read last
   };

@@ -169,10 +169,10 @@ Status PstStore::State::Checkpoint() {
 Status PstStore::State::AcceptMessage() {
   ++messagesSinceCommit;
   ++statistics.messagesSaved;
-  Status status = Checkpoint();
+  Status saved = Checkpoint();
   // The caller is told that it failed, so it was never accepted.
-  if (!status.ok()) --statistics.messagesSaved;
-  return status;
+  if (!saved.ok()) --statistics.messagesSaved;
+  return saved;
 }
 
 Result<NodeRecord> PstStore::State::Node(NodeId id) {
