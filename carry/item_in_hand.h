@@ -6,9 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/conversion_step.h"
-#include "engine/item_step.h"
-#include "engine/message_state.h"
+#include "carry/step_chain.h"
 
 namespace parvane::carry {
 
@@ -18,29 +16,27 @@ using MailCounts = std::array<std::uint32_t, kMailCounts>;
 
 class MailObserver {
  public:
-  // Of the message in hand, before it is saved.
+  // Of the mail in hand, when it has been converted.
   virtual void MailCarried(const MailCounts& counts) = 0;
 
  protected:
   ~MailObserver() = default;
 };
 
-class ItemInHand : public engine::ItemStep {
+// The last of its chain, since it tells what the others have counted.
+class ItemInHand : public MailStep {
  public:
   explicit ItemInHand(MailObserver& observer) : _observer(observer) {}
-  void BeforeConversion(QuelmarMIMEEngineCommon::IAsset& item) override;
-  void BeforeSave(QuelmarMIMEEngineCommon::IAsset& item, mapi::IMessage& message) override;
+  void Begin(const convert::IMailAsset& mail) override;
+  void MailWritten(const convert::MailInHand& mail, mapi::IMessage& message) override;
 
-  // Only while the item is converted from mail.
+  // While it is converted.
   const convert::IMailAsset& mail() const { return *_mail; }
-  // Null: its source does not tell.
-  const engine::MessageState* state() const { return _state; }
   void Count(MailCount count) { ++_counts[static_cast<std::size_t>(count)]; }
 
  private:
   MailObserver& _observer;
   const convert::IMailAsset* _mail = nullptr;
-  const engine::MessageState* _state = nullptr;
   MailCounts _counts{};
 };
 

@@ -66,7 +66,6 @@ void PstWriting::Watch() {
   engine::ObserveDestination(*_store, &_witness);
   const KeepChoice& keep = _options.keep;
   if (keep.state) _steps.Add(_stateStep);
-  if (keep.headers || keep.dates || keep.parts || keep.inlines) _steps.Add(_itemInHand);
   if (keep.headers) _steps.Add(_headerStep);
   if (keep.dates) _steps.Add(_dateStep);
   if (keep.parts) _steps.Add(_onceStep);
@@ -74,6 +73,7 @@ void PstWriting::Watch() {
   if (keep.addresses) _steps.Add(_addressStep);
   if (keep.parts) _steps.Add(_partsStep);
   if (keep.inlines) _steps.Add(_inlineStep);
+  if (keep.headers || keep.dates || keep.parts || keep.inlines) _steps.Add(_itemInHand);
   if (!_steps.empty()) engine::InsertItemStep(*_store, &_steps);
 }
 

@@ -65,8 +65,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   parvane::engine::MessageState* MutableState() { return _state.get(); }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
   Tessary::EmailMessage* Parsed() const override;
-  // Its Date is missing or says nothing usable. Known only to observed items.
-  bool LacksDate() const { return _observer && Parsed() && !_dateBefore.usable; }
+  // Known only to observed items.
+  bool LacksDate() const override { return _observer && _emailP && !_dateBefore.usable; }
   // The Date as it came, before repair; 0 when it cannot be read.
   parvane::platform::FileTime DateAsItCame() const { return _dateBefore.time; }
 
