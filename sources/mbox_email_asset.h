@@ -14,7 +14,6 @@
 #include "convert/conversion_step.h"
 #include "engine/asset_bases.h"
 #include "engine/message_state.h"
-#include "engine/parsed_asset.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
 #include "sources/mbox_reading.h"
@@ -33,7 +32,6 @@ std::string_view MessageIdIn(const Tessary::MimeHeader& header);
 
 class MBOXEmailAsset : public EmailAssetBase,
                        public parvane::engine::IStatefulAsset,
-                       public parvane::engine::IParsedAsset,
                        public parvane::convert::IMailAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
@@ -64,7 +62,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   void SetState(std::unique_ptr<parvane::engine::MessageState> state) { _state = std::move(state); }
   parvane::engine::MessageState* MutableState() { return _state.get(); }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
-  Tessary::EmailMessage* Parsed() const override;
+  // As it is converted, its header repaired. Null when it could not be parsed.
+  Tessary::EmailMessage* Parsed() const;
   // Known only to observed items.
   bool LacksDate() const override { return _observer && _emailP && !_dateBefore.usable; }
   // The Date as it came, before repair; 0 when it cannot be read.

@@ -50,6 +50,10 @@ std::string InWords(const engine::MessageState& state) {
   if (state.flagged.Is(true)) words += "*";
   if (state.junk.Is(true)) words += " junk";
   if (state.importance.Is(engine::Importance::kHigh)) words += "!";
+  if (state.date.value) {
+    const std::uint64_t seconds = platform::FileTimeTicks(*state.date.value) / 10'000'000;
+    words += " at " + std::to_string(seconds - platform::kUnixEpochInFileTimeSeconds);
+  }
   for (const std::u16string& name : state.categories.value.value_or(std::vector<std::u16string>()))
     words += " " + platform::Utf16ToUtf8(name);
   return words;
@@ -57,8 +61,9 @@ std::string InWords(const engine::MessageState& state) {
 
 const Case kCases[] = {
     {"flags in hexadecimal, keys, priority",
-     All("(^88=84)(^B6=\\$label4 $4Eame)", "(^88=1)(^89=6)", "(^88=0)(^B7=100)"),
-     "unread* To Do Name, read!, unread junk"},
+     All("(^88=84)(^B6=\\$label4 $4Eame)", "(^88=1)(^89=6)(dateReceived=5E0BE100)",
+         "(^88=0)(^B7=100)(dateReceived=0)"),
+     "unread* To Do Name, read! at 1577836800, unread junk"},
     {"values from the dictionary, whose numbers are the columns'",
      "<(88=5)(B6=\\$label\\\n1)(83=b)>" + All("(^88^88)(^B6^B6)", "", "(^B6\n =x)"),
      "read* Important, unread, unread x"},
