@@ -66,7 +66,10 @@ void AddressStep::Begin(const convert::IMailAsset& mail) {
 const std::vector<MailBox>* AddressStep::Correspondents(const convert::MailInHand& mail,
                                                         AddressField field) {
   const Tessary::HeaderFacts* const facts = mail.email.entity().facts();
-  if (!_mail || !mail.email.MayHave(field) || (facts && facts->IsPlain(field))) return nullptr;
+  if (!_mail || (facts && facts->IsPlain(field)) ||
+      !mail.email.entity().header().Find(Tessary::NameOf(field))) {
+    return nullptr;
+  }
   MimeHeader original;
   original.Load(_mail->HeaderAsItCame(mail));
   const std::u16string list = ListIn(original, field, mail);

@@ -217,18 +217,19 @@ void WriteHtml(IMessage& message, const Texts& texts) {
 ULONG TnefMessageWriter::TagOf(IMAPIProp& object, const tnef::Property& property) {
   if (!property.name) return property.tag();
   const ULONG id = _names.For(object, *property.name);
+  _named &= id != 0;
   return id == 0 ? 0 : PropTag(property.type, id);
 }
 
 bool TnefMessageWriter::WriteBeside(IMessage& message, const tnef::Message& tnef) {
-  WriteMeeting(message, tnef);
+  const bool meeting = WriteMeeting(message, tnef);
   const bool bodies = WriteBodies(message, tnef);
-  return WriteAttachments(message, tnef) && bodies;
+  return WriteAttachments(message, tnef) && meeting && bodies && _named;
 }
 
-void TnefMessageWriter::WriteMeeting(IMessage& message, const tnef::Message& tnef) {
+bool TnefMessageWriter::WriteMeeting(IMessage& message, const tnef::Message& tnef) {
   const Texts texts = TextsOf(tnef);
-  if (!IsMeeting(texts.messageClass)) return;
+  if (!IsMeeting(texts.messageClass)) return true;
   TnefProperties out(&message, tnef.codePage);
   out.AddText(PR_MESSAGE_CLASS_W, texts.messageClass);
   tnef::ByteReader reader(tnef.properties);
@@ -238,6 +239,7 @@ void TnefMessageWriter::WriteMeeting(IMessage& message, const tnef::Message& tne
     if (const ULONG tag = TagOf(message, property)) out.Add(property, tag);
   }
   out.Set();
+  return out.whole();
 }
 
 // Of several bodies Outlook shows the best, and so the others need not be there.
@@ -287,7 +289,8 @@ bool TnefMessageWriter::WriteWhole(IMessage& message, const tnef::Message& tnef)
   const bool rtf = texts.rtf.empty() || IsRtf(texts.rtf);
   const bool recipients = WriteRecipients(message, tnef);
   _referencesResolve = true;
-  return WriteAttachments(message, tnef) && recipients && rtf && texts.whole && tnef.whole;
+  return WriteAttachments(message, tnef) && recipients && rtf && texts.whole && out.whole() &&
+         tnef.whole;
 }
 
 }  // namespace parvane::carry

@@ -27,7 +27,7 @@ class TnefMessageWriter {
 
   // All of a message in a message.
   bool WriteWhole(mapi::IMessage& message, const tnef::Message& tnef);
-  void WriteMeeting(mapi::IMessage& message, const tnef::Message& tnef);
+  bool WriteMeeting(mapi::IMessage& message, const tnef::Message& tnef);
   bool WriteBodies(mapi::IMessage& message, const tnef::Message& tnef);
   mapi::ULONG TagOf(mapi::IMAPIProp& object, const tnef::Property& property);
 
@@ -41,6 +41,7 @@ class TnefMessageWriter {
   NamedIds& _names;
   std::uint32_t _attachments = 0;
   int _depth = 0;                   // messages around the one in hand
+  bool _named = true;               // the store had an id for every name
   bool _referencesResolve = false;  // the text that shows hidden attachments is on the message
 };
 

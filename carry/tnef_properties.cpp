@@ -152,6 +152,7 @@ void TnefProperties::AddSeveral(const tnef::Property& property, ULONG tag) {
   SPropUnion& value = Append(text ? PropTag(PT_MV_UNICODE, PropId(tag)) : tag).Value;
   tnef::ValueReader reader(property);
   std::string_view one;
+  _whole &= property.count <= kMostValues;
   const auto fill = [&](auto& list, auto made) {
     while (list.size() < kMostValues && reader.Next(one)) list.push_back(made());
     return static_cast<ULONG>(list.size());

@@ -50,6 +50,8 @@ class TnefProperties {
   void AddBytes(mapi::ULONG tag, std::string_view bytes);
   // Sets what has been gathered.
   void Set();
+  // Nothing was left out because there was too much of it.
+  bool whole() const { return _whole; }
 
   // What has been gathered, for whoever sets it otherwise.
   std::vector<mapi::SPropValue>& values() { return _values; }
@@ -62,6 +64,7 @@ class TnefProperties {
 
   mapi::IMAPIProp* _object;  // null: nothing is written through streams
   unsigned _codePage;
+  bool _whole = true;
   std::vector<mapi::SPropValue> _values;
   // What the values point at.
   std::deque<std::u16string> _texts;
