@@ -17,7 +17,8 @@ constexpr std::size_t kSet = 16;
 
 void Walk(std::string_view bytes, int depth);
 
-void WalkList(ByteReader& reader, int depth) {
+// Whether what follows the list can be read.
+bool WalkList(ByteReader& reader, int depth) {
   PropertyReader list(reader);
   for (Property property; list.Next(property);) {
     Expect(property.name.has_value() == (property.id >= 0x8000), "named ids have names");
@@ -41,6 +42,7 @@ void WalkList(ByteReader& reader, int depth) {
     if (property.tag() == kObject && property.value.size() > kSet)
       Walk(property.value.substr(kSet), depth + 1);
   }
+  return list.whole();
 }
 
 void Walk(std::string_view bytes, int depth) {
@@ -55,7 +57,8 @@ void Walk(std::string_view bytes, int depth) {
   ByteReader recipients(message->recipients);
   std::uint32_t rows = 0;
   recipients.Take(rows);
-  while (rows-- > 0 && !recipients.rest().empty()) WalkList(recipients, depth);
+  while (rows-- > 0 && WalkList(recipients, depth)) {
+  }
   std::size_t size = 0;
   for (const Attachment& attachment : message->attachments) {
     size += attachment.data.size() + attachment.title.size();
