@@ -10,7 +10,7 @@ using engine::Importance;
 using engine::MessageState;
 
 void StateStep::BeforeSave(QuelmarMIMEEngineCommon::IAsset& item, mapi::IMessage& message) {
-  const auto* stateful = dynamic_cast<const engine::IStatefulAsset*>(&item);
+  const engine::IStatefulAsset* stateful = _stateOf(item);
   const MessageState* state = stateful ? stateful->State() : nullptr;
   if (!state) return;
   CarriedState carried;

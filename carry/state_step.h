@@ -9,6 +9,8 @@
 
 #include "carry/state_properties.h"
 #include "engine/item_step.h"
+#include "engine/message_state.h"
+#include "engine/sibling_cast.h"
 #include "mapi/refusals.h"
 
 namespace parvane::carry {
@@ -53,6 +55,7 @@ class StateStep : public engine::ItemStep {
 
  private:
   CarryObserver& _observer;
+  engine::SiblingCast<engine::IStatefulAsset, QuelmarMIMEEngineCommon::IAsset> _stateOf;
   StateNames _names;
 };
 

@@ -9,7 +9,7 @@ namespace parvane::carry {
 void StepChain::BeforeConversion(QuelmarMIMEEngineCommon::IAsset& item) {
   for (engine::ItemStep* step : _itemSteps) step->BeforeConversion(item);
   if (_mailSteps.empty()) return;
-  auto* const mail = dynamic_cast<convert::IMailAsset*>(&item);
+  convert::IMailAsset* const mail = _mailOf(item);
   if (!mail) return;
   mail->SetConversionStep(this);
   for (MailStep* step : _mailSteps) step->Begin(*mail);

@@ -6,6 +6,7 @@
 
 #include "convert/conversion_step.h"
 #include "engine/item_step.h"
+#include "engine/sibling_cast.h"
 
 namespace parvane::carry {
 
@@ -40,6 +41,7 @@ class StepChain : public engine::ItemStep, public convert::ConversionStep {
   void MailWritten(const convert::MailInHand& mail, mapi::IMessage& message) override;
 
  private:
+  engine::SiblingCast<convert::IMailAsset, QuelmarMIMEEngineCommon::IAsset> _mailOf;
   std::vector<engine::ItemStep*> _itemSteps;
   std::vector<MailStep*> _mailSteps;
 };
