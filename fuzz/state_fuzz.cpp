@@ -4,8 +4,8 @@
 
 #include "fuzz/expect.h"
 #include "sources/state/gmail_labels.h"
-#include "sources/state/header_state.h"
 #include "sources/state/keywords.h"
+#include "tests/support/state_in_header.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace parvane;

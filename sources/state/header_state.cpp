@@ -161,13 +161,4 @@ bool IsFolderData(const Tessary::MimeHeader& header) {
              std::string_view::npos;
 }
 
-MessageState StateInHeader(std::string_view message, MailboxWriter writer,
-                           const StateWishes& wishes) {
-  Tessary::MimeHeader header;
-  header.Load(message);
-  MessageState state;
-  ReadHeaderState(StateHeaders(header, message), writer, wishes, state);
-  return state;
-}
-
 }  // namespace parvane::sources

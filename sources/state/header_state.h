@@ -1,8 +1,6 @@
 // The state of a message as its own header tells it: a pure function of its bytes.
 #pragma once
 
-#include <string_view>
-
 #include "engine/message_state.h"
 #include "sources/state/state_headers.h"
 
@@ -17,13 +15,11 @@ enum class MailboxWriter {
   kOther,
 };
 
-// Adds what the header of `message` tells to what is known already.
+// Adds what the header tells to what is known already.
 void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer,
                      const engine::StateWishes& wishes, engine::MessageState& state);
 // True of what some mail programs put in front of a mailbox's messages, in the form of one, to keep
 // notes about the folder; no mail.
 bool IsFolderData(const Tessary::MimeHeader& header);
-engine::MessageState StateInHeader(std::string_view message, MailboxWriter writer,
-                                   const engine::StateWishes& wishes);
 
 }  // namespace parvane::sources

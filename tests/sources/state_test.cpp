@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/text.h"
-#include "sources/state/header_state.h"
+#include "tests/support/state_in_header.h"
 
 namespace parvane::sources {
 namespace {
