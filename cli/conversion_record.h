@@ -139,6 +139,12 @@ struct StageTiming {
   std::uint64_t bytes = 0;
 };
 
+struct WinmailTotals {
+  std::uint64_t opened = 0;
+  std::uint64_t attachments = 0;
+  std::uint64_t kept = 0;
+};
+
 struct ConversionRecord {
   std::vector<std::u16string> sources;
   std::u16string destination;
@@ -171,11 +177,6 @@ struct ConversionRecord {
   std::optional<std::array<std::uint64_t, carry::kStateKinds>> stateKept;
   // Files winmail.dat of written messages, and such messages with correspondents that repair would
   // have lost; likewise.
-  struct WinmailTotals {
-    std::uint64_t opened = 0;
-    std::uint64_t attachments = 0;
-    std::uint64_t kept = 0;
-  };
   std::optional<WinmailTotals> winmail;
   std::optional<std::uint64_t> addressesKept;
   // How much came along of the groups that have no counts of their own; likewise.

@@ -24,7 +24,7 @@ class Destination(PstTest):
 
     def start_many(self, *arguments, **options):
         """Begins to write more than it can finish before it is stopped."""
-        many = self.write('many.mbox', mailboxes.attachments(400, 100_000))
+        many = self.write('many.mbox', mailboxes.attachments(1000, 100_000))
         process = self.start(*arguments, many, self.pst, **options)
         while process.poll() is None and not any(
                 self.has_grown(pst, 5_000_000) for pst in self.folder.glob('*.pst')):
@@ -94,12 +94,12 @@ class Destination(PstTest):
 
     def test_two_runs_of_which_one_wins(self):
         """Started together on one destination, again and again."""
-        counts = {'few.mbox': 7, 'other.mbox': 400}
-        self.write('other.mbox', mailboxes.many(400))
+        counts = {'other.mbox': 4000, 'few.mbox': 7}
+        self.write('other.mbox', mailboxes.many(4000))
         winners = set()
         for round in range(12):
             runs = {}
-            for name in counts:
+            for name in sorted(counts, reverse=round % 2 == 0):
                 runs[name] = self.start('--overwrite', self.folder / name, self.pst)
                 time.sleep(0.001 * round)
             for run in runs.values():
@@ -146,7 +146,7 @@ class Destination(PstTest):
                 self.refused('--overwrite replaces it', self.few, self.pst)
                 growing.rename(self.pst)
                 self.convert('--append', self.few, self.pst)
-                self.assertEqual(self.messages(self.pst), 407)
+                self.assertEqual(self.messages(self.pst), 1007)
                 self.pst.rename(growing)
                 self.refused('is in the way', '--overwrite', self.few, self.pst)
                 growing.unlink()

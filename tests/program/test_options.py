@@ -1,5 +1,6 @@
 """The command line: options, names, logs, listings, and what wrong usage gets."""
 import base64
+import contextlib
 import fcntl
 import json
 import os
@@ -8,6 +9,7 @@ import re
 import resource
 import signal
 import subprocess
+import threading
 import time
 import unittest
 
@@ -462,6 +464,25 @@ class Output(PstTest):
             self.convert('--overwrite', '--log', log, source, self.pst)  # over its own log
 
     @linux
+    def held_up(self):
+        """Options for a run that a fast machine would end before there is progress to show: it is
+        stopped for a moment."""
+        if WINDOWS:
+            return {}
+        reader, writer = os.pipe()
+
+        def hold():
+            process = int(os.read(reader, 20))
+            time.sleep(0.02)
+            for number in (signal.SIGSTOP, signal.SIGCONT):
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(process, number)
+                time.sleep(0.3)
+            os.close(reader)
+            os.close(writer)
+        threading.Thread(target=hold).start()
+        return {'preexec_fn': lambda: os.write(writer, b'%d' % os.getpid())}
+
     def test_progress(self):
         many = self.write('many.mbox', mailboxes.many(20_000))
         few = self.write('few.mbox', mailboxes.many(1))
@@ -471,7 +492,8 @@ class Output(PstTest):
                 ('lines', few, True, None), ('auto', few, False, None)):
             with self.subTest(option=option, terminal=terminal):
                 run = self.parvane_on_terminal if terminal else self.parvane
-                run = run('convert', '--overwrite', '--progress', option, source, self.pst)
+                run = run('convert', '--overwrite', '--progress', option, source, self.pst,
+                          **(self.held_up() if says else {}))
                 self.assertEqual(run.code, 0, run)
                 if says:
                     self.assertRegex(run.err, r'\r' + says)
@@ -482,7 +504,8 @@ class Output(PstTest):
         self.convert('--overwrite', many, self.pst)
         for option, says in (('auto', r'^(\r\S+  .*\d%  .*/s.*\x1b\[K)+$'), ('never', '^$')):
             with open(self.folder / 'out', 'w') as out:
-                run = self.parvane_on_terminal('check', '--progress', option, self.pst, stdout=out)
+                run = self.parvane_on_terminal('check', '--progress', option, self.pst, stdout=out,
+                                               **self.held_up())
             self.assertRegex(run.err, says)
         self.assertEqual(self.parvane_on_terminal('check', self.pst).err, '')  # perhaps a pager's
 
