@@ -1,5 +1,6 @@
 // What the built-in MAPI costs, seen from its callers: saving mail, long streams, reading lists.
 // Files are written to the temporary folder.
+#include <cstring>
 #include <string>
 
 #include <benchmark/benchmark.h>
