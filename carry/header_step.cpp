@@ -1,12 +1,14 @@
 #include "carry/header_step.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "convert/message_streams.h"
 #include "convert/properties/mapi_properties.h"
 #include "mapi/tags.h"
 #include "mime/email_message.h"
 #include "mime/text_decoding.h"
+#include "platform/code_pages/code_page.h"
 
 namespace parvane::carry {
 namespace {
@@ -14,7 +16,7 @@ namespace {
 using namespace mapi;
 using namespace QuelmarMIMEEngineCommon::OrvMAPIUtilities;
 
-// What is longer goes through a stream, which holds no copy of it.
+// What is longer goes through a stream.
 constexpr std::size_t kLong = 1 << 20;
 
 // Readers take a NUL for the end.
@@ -22,14 +24,19 @@ bool IsPlain(std::string_view header) {
   return Tessary::ReadsAsAscii(header, {}) && header.find('\0') == header.npos;
 }
 
-void WriteText(IMessage& message, const std::u16string& text) {
-  if (text.size() <= kLong) {
-    SetPropString(&message, PR_TRANSPORT_MESSAGE_HEADERS_W, text.c_str());
-    return;
-  }
-  convert::WritePropertyStream(
-      message, PR_TRANSPORT_MESSAGE_HEADERS_W,
-      {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)});
+// In pieces: the text of a header of 100 MB takes twice that.
+void WriteLong(IMessage& message, std::string_view header, std::string_view charset) {
+  convert::PropertyWriter writer(message, PR_TRANSPORT_MESSAGE_HEADERS_W);
+  const unsigned codePage = Tessary::ChooseCodePage(header, {}, charset);
+  bool first = true;
+  std::u16string clean;
+  platform::DecodeInPieces(codePage, header, [&](std::u16string_view text) {
+    if (std::exchange(first, false) && text.starts_with(u'\xFEFF')) text.remove_prefix(1);
+    clean = text;
+    std::erase(clean, u'\0');
+    writer.Write({reinterpret_cast<const char*>(clean.data()), clean.size() * sizeof(char16_t)});
+  });
+  writer.Commit();
 }
 
 }  // namespace
@@ -38,12 +45,12 @@ bool HeaderStep::TakeHeader(const convert::MailInHand& mail, IMessage& message) 
   const std::string_view header = _item.mail().HeaderAsItCame(mail);
   if (header.empty() || header == mail.email.entity().headerText()) return false;
   if (mail.depth == 0) _item.Count(MailCount::kHeaders);
-  if (!IsPlain(header)) {
+  if (header.size() > kLong) {
+    WriteLong(message, header, mail.email.charset());
+  } else if (!IsPlain(header)) {
     std::u16string text = Tessary::DecodeText(header, {}, mail.email.charset());
     std::erase(text, u'\0');
-    WriteText(message, text);
-  } else if (header.size() > kLong) {
-    convert::WriteAsciiAsUtf16Stream(message, PR_TRANSPORT_MESSAGE_HEADERS_W, header);
+    SetPropString(&message, PR_TRANSPORT_MESSAGE_HEADERS_W, text.c_str());
   } else {
     _text.assign(header);
     SetPropString(&message, PR_TRANSPORT_MESSAGE_HEADERS_A, _text.c_str());
