@@ -34,12 +34,12 @@ struct Attachment {
 
 struct Message {
   unsigned codePage = 1252;  // of 8-bit text here (attOemCodepage)
-  std::string_view
-      messageClass;           // attMessageClass, here and below 8-bit text that ends with a zero
-  std::string_view subject;   // attSubject
-  std::string_view body;      // attBody
-  std::string_view from;      // attFrom: see ReadOriginator
-  std::string_view dateSent;  // attDateSent: see ReadDate
+  // The first three are 8-bit text that ends with a zero.
+  std::string_view messageClass;  // attMessageClass
+  std::string_view subject;       // attSubject
+  std::string_view body;          // attBody
+  std::string_view from;          // attFrom: see ReadOriginator
+  std::string_view dateSent;      // attDateSent: see ReadDate
   std::string_view dateReceived;  // attDateRecd
   std::string_view properties;    // attMsgProps: a list for PropertyReader
   std::string_view recipients;    // attRecipTable: the number of rows, and as many lists

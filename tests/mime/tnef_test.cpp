@@ -67,9 +67,10 @@ TEST(Tnef, ReadsTheAttributesOfAMessage) {
       Number(4, 2) + Number(24, 2) + Number(4, 2) + Number(9, 2) + "Ann\0"s + "smtp:a@b\0"s;
   const std::string date = Number(2026, 2) + Number(2, 2) + Number(3, 2) + Number(4, 2) +
                            Number(5, 2) + Number(6, 2) + Number(2, 2);
-  const auto message = ReadTnef(Stream(
+  const std::string bytes = Stream(
       AttributeOf(1, 0x00069007, Number(1251, 4) + Number(0, 4)) + AttributeOf(1, 0x8000, from) +
-      AttributeOf(1, 0x00018004, "Subject\0"sv) + AttributeOf(1, 0x00038005, date)));
+      AttributeOf(1, 0x00018004, "Subject\0"sv) + AttributeOf(1, 0x00038005, date));
+  const auto message = ReadTnef(bytes);
   ASSERT_TRUE(message && message->whole);
   EXPECT_EQ(message->codePage, 1251u);
   EXPECT_EQ(UpToZero(message->subject), "Subject");
