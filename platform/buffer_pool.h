@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <memory>
 
+#include "platform/of_thread.h"
+
 namespace parvane::platform {
 
 template <std::size_t kSize>
@@ -41,10 +43,7 @@ class BufferPool {
   };
   // The stock is gone with the thread. Not part of it: compilers drop what destructors store last.
   static inline constinit thread_local bool s_ended = false;
-  static Stock& Mine() {
-    thread_local Stock stock;
-    return stock;
-  }
+  static Stock& Mine() { return OfThread<Stock>(); }
 };
 
 template <std::size_t kSize>

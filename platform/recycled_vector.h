@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/of_thread.h"
+
 namespace parvane::platform {
 
 template <typename T>
@@ -47,10 +49,7 @@ class RecycledVector : public std::vector<T> {
   };
   // The stock is gone with the thread. Not part of it: compilers drop what destructors store last.
   static inline constinit thread_local bool s_ended = false;
-  static Stock& Mine() {
-    thread_local Stock stock;
-    return stock;
-  }
+  static Stock& Mine() { return OfThread<Stock>(); }
 };
 
 }  // namespace parvane::platform

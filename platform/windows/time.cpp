@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "platform/of_thread.h"
 #include "platform/windows/windows_text.h"
 
 namespace parvane::platform {
@@ -35,7 +36,7 @@ const TIME_ZONE_INFORMATION* RulesOf(USHORT year) {
     std::wstring zone;
     TIME_ZONE_INFORMATION rules;
   };
-  thread_local Known known;
+  Known& known = OfThread<Known>();
   auto& chosen = ChosenZone();
   const std::wstring_view zone = chosen ? chosen->TimeZoneKeyName : L"";
   if (known.year != year || known.zone != zone) {
