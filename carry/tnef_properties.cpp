@@ -85,7 +85,7 @@ std::u16string TextOf(std::string_view bytes, unsigned codePage) {
 
 std::u16string WideTextOf(std::string_view utf16) {
   std::u16string text(utf16.size() / 2, u'\0');
-  std::memcpy(text.data(), utf16.data(), text.size() * 2);
+  if (!text.empty()) std::memcpy(text.data(), utf16.data(), text.size() * 2);
   text.resize(std::min(text.find(u'\0'), text.size()));
   platform::ReplaceUnpairedSurrogates(text);
   return text;

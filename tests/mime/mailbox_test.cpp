@@ -210,10 +210,10 @@ TEST(AddressList, ReadsTheSameInPieces) {
 }
 
 TEST(AddressList, TakesLinearTimeOnHostileLists) {
-  // Of the thread's own time, whatever else the machine does.
+  // Of the process's own time, whatever else the machine does (Windows counts all time).
   const auto seconds = [](const std::u16string& list) {
     double least = 1e9;
-    for (int run = 0; run < 3; ++run) {
+    for (int run = 0; run < 5; ++run) {
       const std::clock_t start = std::clock();
       Tessary::ParseAddressList(list);
       least = std::min(least, static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
@@ -229,7 +229,7 @@ TEST(AddressList, TakesLinearTimeOnHostileLists) {
         return closed ? text + u" a@b " + std::u16string(size / 2, u':') + u">;" : text;
       };
       // Eight times the text: eight times the time, where a quadratic step makes it 64 times.
-      EXPECT_LT(seconds(list(160'000)), 24 * std::max(seconds(list(20'000)), 0.001))
+      EXPECT_LT(seconds(list(160'000)), 40 * std::max(seconds(list(20'000)), 0.001))
           << Utf16ToUtf8(piece) << closed;
     }
   }
