@@ -27,6 +27,7 @@ struct MessageLocation {
   std::int64_t index = 0;    // within its folder, from 0
   std::uint64_t offset = 0;  // of its first header line in the file
   std::uint64_t size = 0;    // bytes as handed on: lines ended by CR LF, without the separator
+  std::u16string path = {};  // of the message's own file; empty where a file holds many
 };
 
 // Why a line that begins with "From " may have been text and not a separator. It did split.

@@ -2,25 +2,19 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <new>
 #include <optional>
 #include <span>
 #include <string>
 
-#include "platform/simd/lines.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
+#include "sources/line_cursor.h"
 
 namespace parvane::sources {
 namespace {
 
 constexpr std::string_view kFrom = "From ";
-constexpr std::string_view kLineEnd = "\r\n";
-// How much of a stream's buffer is copied at a time; the room for it is twice that.
-constexpr std::size_t kPiece = 32u << 10;
-// What is kept of lines that are passed over.
-constexpr std::size_t kLineBeginning = 512;
 
 bool IsSeparator(std::string_view line) { return line.starts_with(kFrom); }
 
@@ -29,112 +23,6 @@ bool IsQuotedSeparator(std::string_view line) {
   const std::size_t text = line.find_first_not_of('>');
   return text != line.npos && line.substr(text).starts_with(kFrom);
 }
-
-// The first CR or LF, or `end`. Looks for one byte at a time in growing windows: fast for either
-// line end, and never far past the first one found.
-const char* FindLineEnd(const char* begin, const char* end) {
-  std::size_t window = 256;
-  while (begin != end) {
-    const std::size_t size = std::min(window, static_cast<std::size_t>(end - begin));
-    const auto* lf = static_cast<const char*>(std::memchr(begin, '\n', size));
-    const char* stop = lf ? lf : begin + size;
-    const auto* cr =
-        static_cast<const char*>(std::memchr(begin, '\r', static_cast<std::size_t>(stop - begin)));
-    if (cr) return cr;
-    if (lf) return lf;
-    begin += size;
-    window *= 2;
-  }
-  return end;
-}
-
-// Reads lines off a stream and tells the stream only once a buffer has been used up.
-class LineCursor {
- public:
-  explicit LineCursor(platform::InputStream& stream) : _stream(stream) { Fill(); }
-  ~LineCursor() { _stream.Skip(_used); }
-  LineCursor(const LineCursor&) = delete;
-  LineCursor& operator=(const LineCursor&) = delete;
-
-  std::uint64_t Position() const { return _stream.Position() + _used; }
-
-  // Copies lines that need no closer look, as many as there are in one piece of the stream's
-  // buffer. False when there was none.
-  bool CopyPlainLines(MessageBuffer& out, bool& lastWasEmpty) {
-    if (!Ready()) return false;
-    const std::size_t size = std::min(_buffer.size() - _used, kPiece);
-    char* const room = out.Room(platform::simd::MailLinesRoom(size));
-    const auto done = platform::simd::CopyMailLines(_buffer.data() + _used, size, room);
-    out.Grow(done.made);
-    _used += done.taken;
-    if (done.any) lastWasEmpty = done.lastWasEmpty;
-    return done.any;
-  }
-
-  // Appends the next line, without its end, to `out`, where there is then room for an end as well.
-  // False when there is none.
-  bool AppendLine(MessageBuffer& out) {
-    if (!Ready()) return false;
-    do {
-      const char* begin = _buffer.data() + _used;
-      const char* end = _buffer.data() + _buffer.size();
-      const char* stop = FindLineEnd(begin, end);
-      const auto size = static_cast<std::size_t>(stop - begin);
-      std::memcpy(out.Room(size + kLineEnd.size()), begin, size);
-      out.Grow(size);
-      _used += size;
-      if (stop != end) {
-        TakeLineEnd(*stop);
-        return true;
-      }
-    } while (Ready());
-    return true;
-  }
-
-  // Passes over the next line; its first bytes are put behind what `beginning` holds, up to
-  // kLineBeginning of them. The length of the line, without its end; none: there is no line.
-  std::optional<std::uint64_t> SkipLine(std::string& beginning) {
-    if (!Ready()) return std::nullopt;
-    std::uint64_t length = 0;
-    do {
-      const char* begin = _buffer.data() + _used;
-      const char* end = _buffer.data() + _buffer.size();
-      const char* stop = FindLineEnd(begin, end);
-      const auto size = static_cast<std::size_t>(stop - begin);
-      beginning.append(begin,
-                       std::min(size, kLineBeginning - std::min(kLineBeginning, beginning.size())));
-      length += size;
-      _used += size;
-      if (stop != end) {
-        TakeLineEnd(*stop);
-        break;
-      }
-    } while (Ready());
-    return length;
-  }
-
- private:
-  bool Ready() {
-    if (_used < _buffer.size()) return true;
-    _stream.Skip(_used);
-    return Fill();
-  }
-
-  bool Fill() {
-    _buffer = _stream.Buffer();
-    _used = 0;
-    return !_buffer.empty();
-  }
-
-  void TakeLineEnd(char first) {
-    ++_used;
-    if (first == '\r' && Ready() && _buffer[_used] == '\n') ++_used;
-  }
-
-  platform::InputStream& _stream;
-  std::span<const char> _buffer;
-  std::size_t _used = 0;
-};
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -215,7 +103,7 @@ void ReadMessage(LineCursor& cursor, MessageBuffer& message, SeparatorWatcher* w
 void LoseMessage(LineCursor& cursor, MessageBuffer& message, SeparatorWatcher* watcher,
                  LinePlace line) {
   const std::string_view held = message.view().substr(line.start);
-  std::string text(held.substr(0, kLineBeginning));
+  std::string text(held.substr(0, LineCursor::kLineBeginning));
   std::uint64_t size = line.start + held.size();
   message.Lose(size);
   while (const auto length = cursor.SkipLine(text)) {

@@ -29,15 +29,14 @@ TBAssetFolder::TBAssetFolder(NullableString folderDiskPath, NullableString folde
 
 TBAssetFolder::~TBAssetFolder() = default;
 
-parvane::engine::MessageState TBAssetFolder::StateOf(const parvane::sources::MessagePlace& place,
-                                                     const parvane::sources::StateHeaders& headers,
+parvane::engine::MessageState TBAssetFolder::StateOf(const parvane::sources::StateHeaders& headers,
                                                      const parvane::engine::StateWishes& wishes) {
   if (!_index) {
     _index = std::make_unique<parvane::sources::MailboxIndex>(FolderDiskPath().value_or(u""));
     if (_index->fault() && Observer())
       Observer()->IndexNotUsed(_index->path(), *_index->fault(), _index->status());
   }
-  return _index->StateOf(place, headers, wishes);
+  return _index->StateOf(Place(), headers, wishes);
 }
 
 void TBAssetFolder::ResetQuery() {

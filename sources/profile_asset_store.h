@@ -25,8 +25,7 @@ class TBAssetFolder : public MBOXAssetFolder {
 
  protected:
   // Of the mailbox and the index beside it.
-  parvane::engine::MessageState StateOf(const parvane::sources::MessagePlace& place,
-                                        const parvane::sources::StateHeaders& headers,
+  parvane::engine::MessageState StateOf(const parvane::sources::StateHeaders& headers,
                                         const parvane::engine::StateWishes& wishes) override;
 
  private:
