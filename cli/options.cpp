@@ -17,6 +17,8 @@
 namespace parvane::cli {
 namespace {
 
+using factory::SourceKind;
+
 constexpr const char* kExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst
   parvane convert ~/.thunderbird/x1y2z3.default mail.pst
@@ -72,9 +74,8 @@ struct Word {
   const char* name;
   Choice choice;
 };
-constexpr Word<SourceChoice> kSources[] = {{"auto", SourceChoice::kAuto},
-                                           {"mbox", SourceChoice::kMbox},
-                                           {"thunderbird", SourceChoice::kThunderbird}};
+constexpr Word<std::optional<SourceKind>> kSources[] = {
+    {"auto", std::nullopt}, {"mbox", SourceKind::kMbox}, {"thunderbird", SourceKind::kThunderbird}};
 constexpr Word<MapiChoice> kMapis[] = {{"builtin", MapiChoice::kBuiltin},
                                        {"outlook", MapiChoice::kOutlook}};
 constexpr Word<ProgressChoice> kProgress[] = {{"auto", ProgressChoice::kAuto},

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "cli/exit_code.h"
+#include "factory/source_factory.h"
 
 namespace parvane::cli {
 
-enum class SourceChoice { kAuto, kMbox, kThunderbird };
 // Who writes and reads PSTs: this program, or the mail program of the system (Windows).
 enum class MapiChoice { kBuiltin, kOutlook };
 enum class ProgressChoice { kAuto, kLines, kNever };
@@ -30,7 +30,7 @@ struct KeepChoice {
 struct ConvertOptions {
   std::vector<std::u16string> sources;  // at least one
   std::u16string destination;
-  SourceChoice from = SourceChoice::kAuto;
+  std::optional<factory::SourceKind> from;  // of all sources; none: look at each
   MapiChoice mapi = MapiChoice::kBuiltin;
   std::u16string name;  // of the top folder; empty: from the source
   bool append = false;

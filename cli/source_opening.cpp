@@ -14,6 +14,7 @@ namespace parvane::cli {
 namespace {
 
 using engine::SkipReason;
+using factory::SourceKind;
 using platform::PathForDisplay;
 using platform::StatusCode;
 using QuelmarMIMEEngineCommon::IAssetStore;
@@ -106,9 +107,9 @@ void SourceOpening::TellOf(const SourcePlan& sources) {
 bool SourceOpening::OpenStore(const SourceStore& source) {
   const std::size_t firstFolder = _plan.folders().size();
   Remember(source.path);
-  const IAssetStore* store = OpenOne(source.type, source.path);
+  const IAssetStore* store = OpenOne(source.kind, source.path);
   if (!store) return false;
-  _plan.AddStore(*store, source.topName, source.type == CWLEngine::kMBOXAssetStore);
+  _plan.AddStore(*store, source.topName, source.kind == SourceKind::kMbox);
   return OpenOrphans(source, firstFolder);
 }
 
@@ -126,7 +127,7 @@ bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFold
       continue;
     }
     const std::size_t before = _plan.folders().size();
-    const IAssetStore* store = OpenOne(CWLEngine::kThunderbirdStore, orphans[i]);
+    const IAssetStore* store = OpenOne(SourceKind::kThunderbird, orphans[i]);
     if (!store) return false;
     if (!store->GetStoreRootFolder()->GetSubFolders().empty())
       _plan.AddFoldersOf(*store, places.Of(orphans[i]));
@@ -136,9 +137,8 @@ bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFold
   return true;
 }
 
-IAssetStore* SourceOpening::OpenOne(CWLEngine::StoreType type, const std::u16string& path) {
-  std::unique_ptr<IAssetStore> store =
-      CWLEngine::StoreFactory::CreateStore(type, path, std::nullopt);
+IAssetStore* SourceOpening::OpenOne(SourceKind kind, const std::u16string& path) {
+  std::unique_ptr<IAssetStore> store = factory::CreateSource(kind, path);
   engine::ObserveSource(*store, &_witness);
   AskForState(*store, path);
   const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);

@@ -33,7 +33,7 @@ class SourceOpening {
   void TellOf(const SourcePlan& sources);
   bool OpenStore(const SourceStore& source);
   // Null when it could not be opened, which has been told.
-  Store* OpenOne(CWLEngine::StoreType type, const std::u16string& path);
+  Store* OpenOne(factory::SourceKind kind, const std::u16string& path);
   // Asks the store to tell its messages' state, where it is wanted.
   void AskForState(Store& store, const std::u16string& path);
   bool OpenOrphans(const SourceStore& source, std::size_t firstFolder);

@@ -16,6 +16,7 @@ namespace parvane::cli {
 namespace {
 
 using engine::SkipReason;
+using factory::SourceKind;
 using platform::DirectoryEntry;
 using platform::FileKind;
 using platform::FileSystem;
@@ -97,7 +98,7 @@ class Recogniser {
       return beginning.status();
     }
     if (*beginning == Beginning::kOther) return NotAMailbox(path);
-    _plan.stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
+    _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
     return {};
   }
 
@@ -105,7 +106,7 @@ class Recogniser {
     auto entries = Files().List(path);
     if (!entries.ok()) return entries.status();
     const FolderEvidence here = LookInto(path, *entries);
-    if (_options.from != SourceChoice::kMbox && !here.profileRoot && !here.mboxFiles &&
+    if (_options.from != SourceKind::kMbox && !here.profileRoot && !here.mboxFiles &&
         !here.Thunderbird()) {
       const std::vector<std::u16string> profiles = ProfilesIn(path);
       if (profiles.size() == 1) return AddProfile(profiles.front());
@@ -122,15 +123,15 @@ class Recogniser {
   Status AddFolderOfMail(const std::u16string& path, const FolderEvidence& here) {
     auto evidence = SearchFolder(path);
     if (!evidence.ok()) return evidence.status();
-    const bool mbox = _options.from == SourceChoice::kMbox ||
-                      (_options.from == SourceChoice::kAuto && evidence->mboxFiles &&
+    const bool mbox = _options.from == SourceKind::kMbox ||
+                      (!_options.from && evidence->mboxFiles &&
                        !(evidence->mailFiles && evidence->indexFiles) && !evidence->profileRoot);
     if (mbox) {
-      _plan.stores.push_back({CWLEngine::kMBOXAssetStore, path, TopName(path)});
+      _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
       return {};
     }
     if (evidence->profileRoot) return AddProfile(path);
-    if (_options.from == SourceChoice::kAuto && !evidence->Thunderbird())
+    if (!_options.from && !evidence->Thunderbird())
       return {StatusCode::kNotFound, PathForDisplay(path) + ": " + NoMailText(*evidence)};
     const std::size_t before = _plan.stores.size();
     if (HoldsAccounts(path) && !here.Thunderbird())
@@ -141,7 +142,7 @@ class Recogniser {
 
   void AddMailFolder(const std::u16string& path) {
     const bool alone = _options.sources.size() == 1 && _options.name.empty();
-    _plan.stores.push_back({CWLEngine::kThunderbirdStore, path, alone ? u"" : TopName(path)});
+    _plan.stores.push_back({SourceKind::kThunderbird, path, alone ? u"" : TopName(path)});
   }
 
   Status AddProfile(const std::u16string& profile) {
@@ -179,8 +180,8 @@ class Recogniser {
       const auto account = std::find_if(accounts.begin(), accounts.end(), [&](const auto& one) {
         return one.folder == canonical && !one.name.empty();
       });
-      _plan.stores.push_back({CWLEngine::kThunderbirdStore, path,
-                              account == accounts.end() ? entry.name : account->name});
+      _plan.stores.push_back(
+          {SourceKind::kThunderbird, path, account == accounts.end() ? entry.name : account->name});
     }
   }
 

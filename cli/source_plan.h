@@ -6,14 +6,14 @@
 
 #include "cli/options.h"
 #include "engine/source_observer.h"
-#include "factory/store_factory.h"
+#include "factory/source_factory.h"
 #include "platform/status.h"
 
 namespace parvane::cli {
 
 // One source store to open.
 struct SourceStore {
-  CWLEngine::StoreType type = CWLEngine::kMBOXAssetStore;
+  factory::SourceKind kind = factory::SourceKind::kMbox;
   std::u16string path;
   // The folder that takes its mail; empty: the mail folders go directly under the PST's top.
   std::u16string topName;

@@ -43,6 +43,11 @@ class MessageBuffer {
     _size += bytes.size();
   }
   void Cut(std::size_t size) { _size = size; }
+  void EraseFront(std::size_t count) {
+    if (count == 0) return;
+    std::memmove(_bytes.get(), _bytes.get() + count, _size - count);
+    _size -= count;
+  }
   void EraseByte(std::size_t at) {
     std::memmove(_bytes.get() + at, _bytes.get() + at + 1, _size - at - 1);
     --_size;

@@ -1,0 +1,25 @@
+#include "factory/source_factory.h"
+
+#include <optional>
+#include <utility>
+
+#include "factory/error_dump.h"
+#include "sources/mbox_asset_store.h"
+#include "sources/profile_asset_store.h"
+
+namespace parvane::factory {
+
+using namespace QuelmarMIMEEngineCommon;
+
+std::unique_ptr<IAssetStore> CreateSource(SourceKind kind, NullableString diskPath) {
+  PrepareErrorDump();
+  switch (kind) {
+    case SourceKind::kMbox:
+      return std::make_unique<MBOXAssetStore>(std::move(diskPath), std::nullopt);
+    case SourceKind::kThunderbird:
+      return std::make_unique<TBAssetStore>(std::move(diskPath), std::nullopt);
+  }
+  return nullptr;
+}
+
+}  // namespace parvane::factory

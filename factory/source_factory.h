@@ -1,0 +1,22 @@
+// Where the program gets its sources. StoreFactory has those that every application may rely on by
+// number; the kinds here are all that are read, by name.
+#pragma once
+
+#include <memory>
+
+#include "engine/stores.h"
+#include "engine/values.h"
+
+namespace parvane::factory {
+
+enum class SourceKind {
+  kMbox,         // an mbox file, or a directory of them
+  kThunderbird,  // a mail profile's directory
+};
+
+// A store that is not yet opened. Prepares the file for messages nobody could parse, as
+// StoreFactory does.
+std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreateSource(
+    SourceKind kind, QuelmarMIMEEngineCommon::NullableString diskPath);
+
+}  // namespace parvane::factory
