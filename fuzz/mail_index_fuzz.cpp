@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "fuzz/expect.h"
+#include "platform/memory_input_stream.h"
 #include "sources/state/thunderbird_index.h"
-#include "tests/support/memory_input_stream.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace parvane;

@@ -3,9 +3,9 @@
 #include <string_view>
 
 #include "fuzz/expect.h"
+#include "platform/memory_input_stream.h"
 #include "sources/mbox_reading.h"
 #include "sources/message_buffer.h"
-#include "tests/support/memory_input_stream.h"
 
 namespace {
 

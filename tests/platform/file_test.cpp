@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/input_stream.h"
+#include "platform/memory_input_stream.h"
 #include "platform/path.h"
 #include "tests/pstfile/ndb_memory_files.h"
-#include "tests/support/memory_input_stream.h"
 #include "tests/support/temporary_folder.h"
 
 namespace parvane::platform {

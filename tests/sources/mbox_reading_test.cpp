@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/memory_input_stream.h"
 #include "sources/bytes_stream.h"
-#include "tests/support/memory_input_stream.h"
 #include "tests/support/temporary_folder.h"
 
 namespace QuelmarMIMEEngineCommon {

@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "engine/source_observer.h"
+#include "platform/memory_input_stream.h"
 #include "platform/path.h"
 #include "platform/text.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/mbox_email_asset.h"
 #include "sources/profile_asset_store.h"
 #include "sources/state/thunderbird_index.h"
-#include "tests/support/memory_input_stream.h"
 #include "tests/support/temporary_folder.h"
 
 namespace QuelmarMIMEEngineCommon {
