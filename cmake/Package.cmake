@@ -3,7 +3,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(library_rooms platform mapi pstfile mapi_builtin mime mime_facade tnef engine properties convert sources
+set(library_rooms platform archives mapi pstfile mapi_builtin mime mime_facade tnef engine properties convert sources
     pst factory)
 add_library(parvane_library STATIC)
 set_target_properties(parvane_library PROPERTIES OUTPUT_NAME parvane EXPORT_NAME parvane
@@ -17,7 +17,7 @@ endforeach()
 target_compile_features(parvane_library INTERFACE cxx_std_20)
 target_link_libraries(parvane_library INTERFACE
   $<INSTALL_INTERFACE:ICU::i18n> $<INSTALL_INTERFACE:ICU::uc> $<INSTALL_INTERFACE:ICU::data>
-  $<INSTALL_INTERFACE:pugixml::pugixml>)
+  $<INSTALL_INTERFACE:pugixml::pugixml> $<INSTALL_INTERFACE:LibArchive::LibArchive>)
 
 # The asset model, the store factory, the MAPI declarations with entry points and diagnostics, the
 # integrity checker, the mail facade, and what these include.
@@ -65,7 +65,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${PARVANE_SUPPORT_CONTACT}")
 set(CPACK_DEBIAN_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libicu-dev, libpugixml-dev")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libicu-dev, libpugixml-dev, libarchive-dev")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_STRIP_FILES ON)
 include(CPack)

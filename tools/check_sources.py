@@ -31,7 +31,7 @@ import pathlib
 import re
 import sys
 
-ROOMS = ('platform', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'carry', 'factory',
+ROOMS = ('platform', 'archives', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'carry', 'factory',
          'cli')
 
 CONDITIONAL = re.compile(

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Prints the folder that holds the sources of a Debian (or Ubuntu) package, fetched and unpacked
-# where that has not happened yet.
+# where that has not happened yet; with the distribution's patches.
 #
 #   debian_source.sh PACKAGE
 #
@@ -39,7 +39,17 @@ if [ ! -d "$target" ]; then
   apt update
   apt source --download-only "$package"
   for archive in *.orig.tar.*; do
+    case $archive in *.asc) continue ;; esac
     tar -C unpacked --strip-components=1 -xf "$archive"
+  done
+  # With what the distribution mends in them: its fixes for security come this way.
+  for archive in *.debian.tar.*; do
+    [ -f "$archive" ] || continue
+    tar -C unpacked -xf "$archive"
+    [ -f unpacked/debian/patches/series ] || continue
+    sed 's/#.*//' unpacked/debian/patches/series | while read -r name _; do
+      [ -z "$name" ] || patch -s -d unpacked -p1 <"unpacked/debian/patches/$name"
+    done
   done
   # Another build may have been faster.
   mv -T "$work/unpacked" "$target" 2>/dev/null || [ -d "$target" ]

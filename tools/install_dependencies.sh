@@ -12,11 +12,11 @@
 set -eu
 
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
-libgtest-dev libgmock-dev libbenchmark-dev python3"
+libarchive-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel"
 clang="clang libclang-rt-dev"
 bench="libgmime-3.0-dev zlib1g-dev"
-windows="g++-mingw-w64-x86-64-posix googletest wine wine64"
+windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev patch googletest wine wine64"
 
 wanted=$build
 for group in "$@"; do

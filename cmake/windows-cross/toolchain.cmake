@@ -6,6 +6,8 @@ set(CMAKE_SYSTEM_PROCESSOR x86_64)
 # Debian's name comes first: there the plain one may be the compiler that lacks C++ locks.
 find_program(PARVANE_MINGW NAMES x86_64-w64-mingw32-g++-posix x86_64-w64-mingw32-g++ REQUIRED)
 set(CMAKE_CXX_COMPILER ${PARVANE_MINGW})
+find_program(PARVANE_MINGW_C NAMES x86_64-w64-mingw32-gcc-posix x86_64-w64-mingw32-gcc REQUIRED)
+set(CMAKE_C_COMPILER ${PARVANE_MINGW_C})
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
