@@ -76,11 +76,11 @@ class Populator {
     Put({node, written->data, written->subnodes, parent});
   }
 
-  // A table with the columns of a template and these rows, by row id.
-  void PutTable(NodeId node, NodeId layout,
+  // A table with these columns and rows, by row id.
+  void PutTable(NodeId node, std::span<const PropTag> columns,
                 std::span<const std::pair<std::uint32_t, PropertyList>> rows) {
     if (!_status.ok()) return;
-    auto table = TableEditor::Create(_database, TableLayout::FromTags(TemplateColumns(layout)));
+    auto table = TableEditor::Create(_database, TableLayout::FromTags(columns));
     if (!table.ok()) {
       _status = table.status();
       return;
@@ -123,7 +123,7 @@ class Populator {
   }
 
   // The folder's hierarchy table lists those of kFolders that name it as their parent.
-  void PutFolder(const FolderPlan& plan) {
+  void PutFolder(const FolderPlan& plan, std::span<const PropTag> contents) {
     PutProperties(plan.node, plan.parent, FolderProperties(plan));
     if (plan.node.Kind() == NodeKind::kSearchFolder) return;
     std::vector<std::pair<std::uint32_t, PropertyList>> rows;
@@ -136,9 +136,9 @@ class Populator {
     if (rows.empty()) {
       PutCopy(hierarchy, kNidHierarchyTableTemplate);
     } else {
-      PutTable(hierarchy, kNidHierarchyTableTemplate, rows);
+      PutTable(hierarchy, TemplateColumns(kNidHierarchyTableTemplate), rows);
     }
-    PutCopy(plan.node.Sibling(NodeKind::kContentsTable), kNidContentsTableTemplate);
+    PutTable(plan.node.Sibling(NodeKind::kContentsTable), contents, {});
     PutCopy(plan.node.Sibling(NodeKind::kAssociatedContentsTable),
             kNidAssociatedContentsTableTemplate);
     if (_status.ok() && plan.node != kNidRootFolder) _status = _database.ReserveNodeId(plan.node);
@@ -184,16 +184,19 @@ Status PopulateStore(NodeDatabase& database, const StoreCreateOptions& options,
   Populator populate(database);
   populate.PutProperties(kNidMessageStore, NodeId(), StoreProperties(options, recordKey));
   if (!populate.status().ok()) return populate.status();
-  if (Status status = NameMap::Initial().Write(database); !status.ok()) return status;
+  NameMap names = NameMap::Initial();
+  const std::vector<PropTag> contents = ContentsColumns(&names);
+  if (Status status = names.Write(database); !status.ok()) return status;
   for (const TemplateTable& table : TemplateTables()) {
-    if (table.node != kNidReceiveFolderTable) populate.PutTable(table.node, table.node, {});
+    if (table.node != kNidReceiveFolderTable) populate.PutTable(table.node, table.columns, {});
   }
   // One row: every message class is received in the root folder until there is an inbox.
   std::pair<std::uint32_t, PropertyList> allClasses{1, {}};
   allClasses.second.SetText(tags::kMessageClass, u"");
   allClasses.second.SetInt32(kReceiveFolderNid, kNidRootFolder.value);
-  populate.PutTable(kNidReceiveFolderTable, kNidReceiveFolderTable, {&allClasses, 1});
-  for (const FolderPlan& plan : kFolders) populate.PutFolder(plan);
+  populate.PutTable(kNidReceiveFolderTable, TemplateColumns(kNidReceiveFolderTable),
+                    {&allClasses, 1});
+  for (const FolderPlan& plan : kFolders) populate.PutFolder(plan, contents);
 
   populate.Put({kNidSpamQueue, BlockId(), BlockId(), NodeId()});
   PropertyList criteria;

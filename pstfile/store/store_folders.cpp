@@ -5,6 +5,7 @@
 #include "platform/text.h"
 #include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/store/pst_store.h"
+#include "pstfile/store/store_layout.h"
 #include "pstfile/store/store_state.h"
 
 namespace parvane::pstfile {
@@ -85,7 +86,10 @@ Result<NodeId> PstStore::CreateFolder(NodeId parentId, std::u16string_view name,
   auto id = s.database->AllocateNodeId(NodeKind::kFolder);
   if (!id.ok()) return s.End(id);
   Status status = ReplaceProperties(*s.database, {*id, BlockId(), BlockId(), parentId}, all);
-  if (status.ok()) status = s.folders->PutTables(*id, s.ContentsColumns());
+  // A map that cannot be read costs its columns and not the folder.
+  auto names = s.Names();
+  if (status.ok())
+    status = s.folders->PutTables(*id, ContentsColumns(names.ok() ? *names : nullptr));
   if (status.ok()) status = s.folders->AddCreated(*id, parentId, clean, all);
   if (!status.ok()) {
     // Nothing of it stays, so that what is committed after a full disk is whole.

@@ -1,5 +1,9 @@
 #include "pstfile/store/store_layout.h"
 
+#include <utility>
+
+#include "pstfile/store/name_map.h"
+
 namespace parvane::pstfile {
 namespace {
 
@@ -55,7 +59,21 @@ constexpr std::array<TemplateTable, 11> kTemplates{{
 
 std::span<const TemplateTable> TemplateTables() { return kTemplates; }
 
-std::span<const PropTag> ViewColumns() { return kView; }
+std::vector<PropTag> ContentsColumns(NameMap* names) {
+  std::vector<PropTag> columns(kContents.begin(), kContents.end());
+  columns.insert(columns.end(), kView.begin(), kView.end());
+  if (names == nullptr) return columns;
+  // PidNameKeywords and PidLidSmartNoAttach: categories, and whether the paper clip is left out.
+  const std::pair<PropertyName, PropType> named[] = {
+      {PropertyName::String(kPsPublicStrings, u"Keywords"), PropType::kMultiUnicode},
+      {PropertyName::Number(kPsetCommon, 0x8514), PropType::kBoolean}};
+  for (const auto& [name, type] : named) {
+    auto id = names->IdOf(name);
+    if (!id.ok()) id = names->Add(name);
+    if (id.ok()) columns.push_back(PropTag(*id, type));
+  }
+  return columns;
+}
 
 std::span<const PropTag> TemplateColumns(NodeId templateNode) {
   for (const TemplateTable& table : kTemplates) {

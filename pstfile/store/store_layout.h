@@ -4,11 +4,14 @@
 
 #include <array>
 #include <span>
+#include <vector>
 
 #include "pstfile/ltp/property_tag.h"
 #include "pstfile/ndb/ids.h"
 
 namespace parvane::pstfile {
+
+class NameMap;
 
 struct TemplateTable {
   NodeId node;
@@ -20,10 +23,10 @@ struct TemplateTable {
 std::span<const TemplateTable> TemplateTables();
 // The columns of one of them; empty for other nodes.
 std::span<const PropTag> TemplateColumns(NodeId templateNode);
-// What the contents tables of new folders have beyond the template: the columns from which views
-// show a message's icon, its flag and what becomes of it in the list of things to do. Named ones
-// come on top, by the ids that the file gives them (PstStore::State::ContentsColumns).
-std::span<const PropTag> ViewColumns();
+// Those of the contents tables of folders that are made here: the template's, and those from which
+// views show a message's icon, flag, categories and paper clip, and what becomes of it in the list
+// of things to do. `names` gives the named ones their ids; null, or where it is full: without them.
+std::vector<PropTag> ContentsColumns(NameMap* names);
 // The template of a folder's table of this kind.
 constexpr NodeId TemplateOf(NodeKind table) {
   switch (table) {

@@ -7,7 +7,6 @@
 #include "platform/time.h"
 #include "pstfile/ndb/little_endian.h"
 #include "pstfile/store/store_creation.h"
-#include "pstfile/store/store_layout.h"
 
 namespace parvane::pstfile {
 
@@ -55,26 +54,6 @@ Result<NameMap*> PstStore::State::Names() {
     names = std::move(*loaded);
   }
   return &*names;
-}
-
-// A map that cannot be read, or is full, costs its columns and not the folder.
-std::vector<PropTag> PstStore::State::ContentsColumns() {
-  const auto base = TemplateColumns(kNidContentsTableTemplate);
-  std::vector<PropTag> columns(base.begin(), base.end());
-  const auto view = ViewColumns();
-  columns.insert(columns.end(), view.begin(), view.end());
-  auto map = Names();
-  if (!map.ok()) return columns;
-  // PidNameKeywords and PidLidSmartNoAttach: categories, and whether the paper clip is left out.
-  const std::pair<PropertyName, PropType> named[] = {
-      {PropertyName::String(kPsPublicStrings, u"Keywords"), PropType::kMultiUnicode},
-      {PropertyName::Number(kPsetCommon, 0x8514), PropType::kBoolean}};
-  for (const auto& [name, type] : named) {
-    auto id = (*map)->IdOf(name);
-    if (!id.ok()) id = (*map)->Add(name);
-    if (id.ok()) columns.push_back(PropTag(*id, type));
-  }
-  return columns;
 }
 
 Status PstStore::State::Ready() const {

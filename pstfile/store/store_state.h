@@ -37,8 +37,6 @@ struct PstStore::State {
   // What is kept of the message store object.
   platform::Status LoadStoreObject();
   platform::Result<NameMap*> Names();
-  // The columns of a new folder's contents table.
-  std::vector<PropTag> ContentsColumns();
 
   // Before reading: not closed.
   platform::Status Ready() const;

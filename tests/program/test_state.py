@@ -137,6 +137,7 @@ class State(PstTest):
         self.assertCountEqual(named, [two_words, '"Follow up"', '"x"', '0 (0x0)', '0 (0x0)', 'false',
                                       day, '"5555555"'])
         # The columns that views show, in the folder's table of contents.
+        self.assertIn('34 columns, 0 rows', self.parvane('check', '--dump', '0x806E', pst).out, 'Deleted Items')
         dump = self.parvane('check', '--dump', '0x808E', pst).out
         self.assertIn('34 columns, 1 rows', dump)
         cells = dict(re.findall(r'^    ([0-9A-F]{8}) (?:PR_\w+)? *(.*)$', dump, re.M))
