@@ -124,7 +124,7 @@ std::string_view DateInside(std::string_view text) {
 
 }  // namespace
 
-bool RewriteDate(std::string_view dateText, std::string& fixed, bool* complete) {
+bool RewriteDate(std::string_view dateText, std::string& fixed, DateFound* found) {
   dateText = dateText.substr(0, kMaximumDateLength);
   LooseDate date;
   StandardDate standard;
@@ -143,7 +143,10 @@ bool RewriteDate(std::string_view dateText, std::string& fixed, bool* complete) 
     date.hasDay = date.hasMonth = date.hasYear = false;
     date.TakeAll(texts[i]);
   }
-  if (complete) *complete = date.IsComplete();
+  if (found) {
+    found->day = date.IsComplete();
+    found->time = date.hasTime || dateText.find(':') == dateText.npos;
+  }
 
   DateValue value;
   const bool local = !date.hasZone;
@@ -206,14 +209,18 @@ void RepairDate(const MimeMessage2& entity, FieldChanges& changes, DateBefore* b
   if (value.empty()) return;
   std::string fixed;
   bool rewritten;
-  bool complete = false;
+  DateFound found;
   if (ascii) {
-    rewritten = RewriteDate(DateInside(value), fixed, &complete);
+    rewritten = RewriteDate(DateInside(value), fixed, &found);
   } else {
     const std::u16string text = Tessary::DecodeText(value, {}, entity.contentType().Get("charset"));
-    rewritten = RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed, &complete);
+    rewritten = RewriteDate(platform::Utf16ToUtf8(DateInside(text)), fixed, &found);
   }
-  if (before) before->usable = rewritten && complete;
+  if (before) {
+    // A day without its time is less than what the mail library read, if it read anything.
+    const bool read = before->time != platform::FileTime{};
+    before->usable = rewritten && found.day && (found.time || !read);
+  }
   if (!rewritten) return;
   changes.facts().date.emplace().SetFromRfc822(fixed);
   changes.Add("Date", [&](std::string& out) { out += fixed; });

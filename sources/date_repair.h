@@ -16,9 +16,14 @@ class TsString;
 
 namespace parvane::sources {
 
+struct DateFound {
+  bool day = false;   // with its month and year
+  bool time = false;  // or none is written
+};
+
 // DateTimeUtilities::TryFixTimeStr of UTF-8 text; `fixed` holds the new date when it succeeds, and
-// `complete` (may be null) tells whether day, month and year were found.
-bool RewriteDate(std::string_view dateText, std::string& fixed, bool* complete = nullptr);
+// `found` (may be null) what of it the text says.
+bool RewriteDate(std::string_view dateText, std::string& fixed, DateFound* found = nullptr);
 
 // The Date field as the message came with it.
 struct DateBefore {

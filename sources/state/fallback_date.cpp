@@ -60,8 +60,8 @@ void LearnDateOfSeparator(std::string_view line, MessageState& state) {
   line = WithoutBlanksBefore(line.substr(kFrom.size()));
   line.remove_prefix(std::min(line.find(' '), line.size()));
   std::string fixed;
-  bool complete = false;
-  if (RewriteDate(line, fixed, &complete) && complete)
+  DateFound found;
+  if (RewriteDate(line, fixed, &found) && found.day)
     LearnDate(Read(fixed), StateOrigin::kSeparator, state);
 }
 
