@@ -1,7 +1,6 @@
 #include "sources/mbox_email_asset.h"
 
 #include <array>
-#include <functional>
 #include <new>
 #include <span>
 #include <string_view>
@@ -227,9 +226,8 @@ bool MBOXEmailAsset::ConvertToEML(std::ostream*) { return false; }
 std::string_view MBOXEmailAsset::HeaderAsItCame(const parvane::convert::MailInHand& mail) const {
   if (mail.depth == 0) return _header.view();
   const std::string_view text = mail.email.entity().headerText();
-  if (_headersInside.empty()) return text;
-  const auto before = _headersInside.find(std::hash<std::string_view>()(text));
-  return before == _headersInside.end() ? text : before->second.view();
+  const auto before = _headersInside.find(text);
+  return before == _headersInside.end() || before->second.empty() ? text : before->second.view();
 }
 
 void MBOXEmailAsset::Release() {

@@ -7,7 +7,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -89,8 +88,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   std::unique_ptr<parvane::engine::MessageState> _state;  // null: nobody asked
   std::vector<parvane::engine::Remark> _remarks;          // of what the parse saw
   parvane::sources::DateBefore _dateBefore;
-  Tessary::ByteSlice _header;                                          // as it came
-  std::unordered_map<std::size_t, Tessary::ByteSlice> _headersInside;  // see RepairNotes
+  Tessary::ByteSlice _header;  // as it came
+  parvane::sources::RepairNotes::HeadersInside _headersInside;
   parvane::convert::ConversionStep* _step = nullptr;
 };
 

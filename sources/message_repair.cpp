@@ -1,6 +1,5 @@
 #include "sources/message_repair.h"
 
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -43,7 +42,9 @@ void RepairAttachedMessage(MimeMessage2& attachment, int depth, RepairNotes* not
                                      : message.headerSlice();
   Adjust(message, depth + 1, nullptr, notes);
   if (notes && message.headerText() != header.view()) {
-    notes->headersInside.try_emplace(std::hash<std::string_view>()(message.headerText()), header);
+    const auto [known, added] =
+        notes->headersInside.try_emplace(std::string(message.headerText()), header);
+    if (!added && known->second.view() != header.view()) known->second = {};
   }
   if (encoded) attachment.SetField("Content-Transfer-Encoding", "8bit");
   attachment.ReplaceBody(message.Serialise());

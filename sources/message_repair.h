@@ -6,10 +6,10 @@
 // stays as it is.
 #pragma once
 
-#include <cstddef>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 
 #include "mime/byte_slice.h"
 #include "sources/address_repair.h"
@@ -26,9 +26,10 @@ namespace parvane::sources {
 struct RepairNotes {
   RepairLosses losses;
   DateBefore date;
-  // Headers of attached messages that were written anew, as they came, by the hash of their new
-  // text.
-  std::unordered_map<std::size_t, Tessary::ByteSlice> headersInside;
+  // Headers of attached messages that were written anew, as they came, by their new text. Empty
+  // where two that differed came to the same text: then nobody can tell which is meant.
+  using HeadersInside = std::map<std::string, Tessary::ByteSlice, std::less<>>;
+  HeadersInside headersInside;
 };
 
 // All repairs: related parts and attached messages, then the address headers, then Date. The
