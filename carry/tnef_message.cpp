@@ -12,6 +12,7 @@
 #include "mapi/results.h"
 #include "mapi/tags.h"
 #include "mime/tnef/rtf_compression.h"
+#include "mime/tnef/rtf_text.h"
 #include "platform/text.h"
 #include "platform/time.h"
 
@@ -74,8 +75,10 @@ bool IsMeeting(std::u16string_view messageClass) {
          messageClass.starts_with(u"IPM.TaskRequest");
 }
 
+}  // namespace
+
 // Those properties of a message that others depend on.
-struct Texts {
+struct TnefTexts {
   std::u16string messageClass;
   std::optional<tnef::Property> body;
   std::optional<tnef::Property> html;
@@ -87,39 +90,48 @@ struct Texts {
   bool hasReceived = false;
   bool hasFlags = false;
   bool whole = true;
+
+  static TnefTexts Of(const tnef::Message& tnef);
+  // Whether those who read plain text have nothing but the RTF.
+  bool HasRtfOnly(const tnef::Message& tnef) const {
+    return !rtf.empty() && !html && !body && tnef.body.empty();
+  }
+
+ private:
+  void Note(const tnef::Property& property, unsigned codePage);
 };
 
-void Note(const tnef::Property& property, unsigned codePage, Texts& texts) {
+void TnefTexts::Note(const tnef::Property& property, unsigned codePage) {
   switch (property.id) {
     case PropId(PR_MESSAGE_CLASS_W):
-      texts.messageClass = TextOf(property, codePage);
+      messageClass = TextOf(property, codePage);
       break;
     case PropId(PR_BODY_W):
-      texts.body = property;
+      body = property;
       break;
     case PropId(PR_HTML):
-      texts.html = property;
+      html = property;
       break;
     case PropId(PR_RTF_COMPRESSED):
-      texts.rtf = property.value;
+      rtf = property.value;
       break;
     case PropId(PR_INTERNET_CPID):
-      texts.htmlCodePage = NumberIn(property);
+      htmlCodePage = NumberIn(property);
       break;
     default:
-      texts.hasSubject |= property.id == PropId(PR_SUBJECT_W);
-      texts.hasSender |= property.id == PropId(PR_SENDER_NAME_W);
-      texts.hasSent |= property.id == PropId(PR_CLIENT_SUBMIT_TIME);
-      texts.hasReceived |= property.id == PropId(PR_MESSAGE_DELIVERY_TIME);
-      texts.hasFlags |= property.id == PropId(PR_MESSAGE_FLAGS);
+      hasSubject |= property.id == PropId(PR_SUBJECT_W);
+      hasSender |= property.id == PropId(PR_SENDER_NAME_W);
+      hasSent |= property.id == PropId(PR_CLIENT_SUBMIT_TIME);
+      hasReceived |= property.id == PropId(PR_MESSAGE_DELIVERY_TIME);
+      hasFlags |= property.id == PropId(PR_MESSAGE_FLAGS);
   }
 }
 
-Texts TextsOf(const tnef::Message& tnef) {
-  Texts texts;
+TnefTexts TnefTexts::Of(const tnef::Message& tnef) {
+  TnefTexts texts;
   tnef::ByteReader reader(tnef.properties);
   tnef::PropertyReader list(reader);
-  for (tnef::Property property; list.Next(property);) Note(property, tnef.codePage, texts);
+  for (tnef::Property property; list.Next(property);) texts.Note(property, tnef.codePage);
   texts.whole = list.whole() || tnef.properties.empty();
   if (texts.messageClass.empty()) texts.messageClass = ClassNamed(tnef.messageClass);
   if (texts.messageClass.empty()) texts.messageClass = u"IPM.Note";
@@ -127,8 +139,27 @@ Texts TextsOf(const tnef::Message& tnef) {
   return texts;
 }
 
+namespace {
+
 bool IsRtf(std::string_view compressed) {
   return tnef::DecompressRtf(compressed, [](std::string_view) { return true; });
+}
+
+// IsRtf, and what text it holds becomes the plain body.
+bool WriteTextOfRtf(IMessage& message, std::string_view compressed) {
+  std::optional<convert::PropertyWriter> writer;
+  tnef::RtfText text([&](std::u16string_view piece) {
+    if (!writer && std::ranges::all_of(piece, platform::IsWhiteSpace)) return;
+    if (!writer) writer.emplace(message, PR_BODY_W);
+    writer->Write({reinterpret_cast<const char*>(piece.data()), piece.size() * sizeof piece[0]});
+  });
+  const bool whole = tnef::DecompressRtf(compressed, [&](std::string_view piece) {
+    text.Take(piece);
+    return true;
+  });
+  text.End();
+  if (writer) writer->Commit();
+  return whole;
 }
 
 std::optional<std::uint64_t> TicksOf(std::string_view attribute) {
@@ -147,7 +178,7 @@ std::optional<std::uint64_t> TicksOf(std::string_view attribute) {
 }
 
 // What older attributes say where no property does.
-void AddOlder(const tnef::Message& tnef, const Texts& texts, TnefProperties& out) {
+void AddOlder(const tnef::Message& tnef, const TnefTexts& texts, TnefProperties& out) {
   out.AddText(PR_MESSAGE_CLASS_W, texts.messageClass);
   if (!texts.hasSubject) out.AddText(PR_SUBJECT_W, TextOf(tnef.subject, tnef.codePage));
   if (const auto sent = TicksOf(tnef.dateSent); sent && !texts.hasSent)
@@ -205,9 +236,9 @@ bool HasText(IMessage& message, ULONG tag) {
   return !std::ranges::all_of(text, platform::IsWhiteSpace);
 }
 
-void WriteHtml(IMessage& message, const Texts& texts) {
-  const std::string_view html = texts.html->value;
-  const bool wide = texts.html->type == PT_UNICODE;
+void WriteHtml(IMessage& message, const tnef::Property& property) {
+  const std::string_view html = property.value;
+  const bool wide = property.type == PT_UNICODE;
   convert::WritePropertyStream(message, wide ? PR_BODY_HTML_W : PR_HTML,
                                wide ? html : tnef::UpToZero(html));
 }
@@ -222,13 +253,14 @@ ULONG TnefMessageWriter::TagOf(IMAPIProp& object, const tnef::Property& property
 }
 
 bool TnefMessageWriter::WriteBeside(IMessage& message, const tnef::Message& tnef) {
-  const bool meeting = WriteMeeting(message, tnef);
-  const bool bodies = WriteBodies(message, tnef);
+  const auto texts = TnefTexts::Of(tnef);
+  const bool meeting = WriteMeeting(message, tnef, texts);
+  const bool bodies = WriteBodies(message, tnef, texts);
   return WriteAttachments(message, tnef) && meeting && bodies && _named;
 }
 
-bool TnefMessageWriter::WriteMeeting(IMessage& message, const tnef::Message& tnef) {
-  const Texts texts = TextsOf(tnef);
+bool TnefMessageWriter::WriteMeeting(IMessage& message, const tnef::Message& tnef,
+                                     const TnefTexts& texts) {
   if (!IsMeeting(texts.messageClass)) return true;
   TnefProperties out(&message, tnef.codePage);
   out.AddText(PR_MESSAGE_CLASS_W, texts.messageClass);
@@ -243,17 +275,19 @@ bool TnefMessageWriter::WriteMeeting(IMessage& message, const tnef::Message& tne
 }
 
 // Of several bodies Outlook shows the best, and so the others need not be there.
-bool TnefMessageWriter::WriteBodies(IMessage& message, const tnef::Message& tnef) {
-  const Texts texts = TextsOf(tnef);
+bool TnefMessageWriter::WriteBodies(IMessage& message, const tnef::Message& tnef,
+                                    const TnefTexts& texts) {
   bool whole = texts.whole;
   TnefProperties out(&message, tnef.codePage);
   const bool hasHtml = HasText(message, PR_BODY_HTML_A);
+  const bool hasText = HasText(message, PR_BODY_W);
   if (texts.html && !hasHtml) {
     out.AddNumber(PR_INTERNET_CPID, texts.htmlCodePage);
     out.Set();
-    WriteHtml(message, texts);
+    WriteHtml(message, *texts.html);
   } else if (!texts.rtf.empty()) {
-    if (!IsRtf(texts.rtf)) {
+    const bool isBody = !hasHtml && !hasText && texts.HasRtfOnly(tnef);
+    if (!(isBody ? WriteTextOfRtf(message, texts.rtf) : IsRtf(texts.rtf))) {
       whole = false;
     } else if (hasHtml) {
       whole = WriteRtfAsFile(message, texts.rtf) && whole;
@@ -263,7 +297,7 @@ bool TnefMessageWriter::WriteBodies(IMessage& message, const tnef::Message& tnef
     }
   }
   _referencesResolve = !hasHtml && (texts.html || !texts.rtf.empty());
-  if (!HasText(message, PR_BODY_W)) {
+  if (!hasText) {
     if (texts.body) {
       out.Add(*texts.body, texts.body->tag());
     } else {
@@ -275,18 +309,19 @@ bool TnefMessageWriter::WriteBodies(IMessage& message, const tnef::Message& tnef
 }
 
 bool TnefMessageWriter::WriteWhole(IMessage& message, const tnef::Message& tnef) {
-  const Texts texts = TextsOf(tnef);
+  const auto texts = TnefTexts::Of(tnef);
+  const bool rtf = texts.rtf.empty() ||
+                   (texts.HasRtfOnly(tnef) ? WriteTextOfRtf(message, texts.rtf) : IsRtf(texts.rtf));
   TnefProperties out(&message, tnef.codePage);
   AddOlder(tnef, texts, out);
   tnef::ByteReader reader(tnef.properties);
   tnef::PropertyReader list(reader);
   for (tnef::Property property; list.Next(property);) {
     if (property.id < kFirstNamed && !IsIn(property.id, kCarried)) continue;
-    if (property.id == PropId(PR_RTF_COMPRESSED) && !IsRtf(property.value)) continue;
+    if (property.id == PropId(PR_RTF_COMPRESSED) && !rtf) continue;
     if (const ULONG tag = TagOf(message, property)) out.Add(property, tag);
   }
   out.Set();
-  const bool rtf = texts.rtf.empty() || IsRtf(texts.rtf);
   const bool recipients = WriteRecipients(message, tnef);
   _referencesResolve = true;
   return WriteAttachments(message, tnef) && recipients && rtf && texts.whole && out.whole() &&

@@ -11,6 +11,8 @@
 
 namespace parvane::carry {
 
+struct TnefTexts;  // those properties of a message that others depend on
+
 class TnefMessageWriter {
  public:
   explicit TnefMessageWriter(NamedIds& names) : _names(names) {}
@@ -27,8 +29,8 @@ class TnefMessageWriter {
 
   // All of a message in a message.
   bool WriteWhole(mapi::IMessage& message, const tnef::Message& tnef);
-  bool WriteMeeting(mapi::IMessage& message, const tnef::Message& tnef);
-  bool WriteBodies(mapi::IMessage& message, const tnef::Message& tnef);
+  bool WriteMeeting(mapi::IMessage& message, const tnef::Message& tnef, const TnefTexts& texts);
+  bool WriteBodies(mapi::IMessage& message, const tnef::Message& tnef, const TnefTexts& texts);
   mapi::ULONG TagOf(mapi::IMAPIProp& object, const tnef::Property& property);
 
   bool WriteAttachments(mapi::IMessage& message, const tnef::Message& tnef);

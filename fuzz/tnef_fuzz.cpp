@@ -5,6 +5,7 @@
 #include "fuzz/expect.h"
 #include "mime/tnef/property_reader.h"
 #include "mime/tnef/rtf_compression.h"
+#include "mime/tnef/rtf_text.h"
 #include "mime/tnef/tnef_reader.h"
 
 namespace {
@@ -33,10 +34,15 @@ bool WalkList(ByteReader& reader, int depth) {
     Expect(size <= property.all.size(), "values lie in the list");
     if (property.tag() == kRtf) {
       std::size_t unpacked = 0;
+      std::size_t characters = 0;
+      RtfText text([&](std::u16string_view piece) { characters += piece.size(); });
       DecompressRtf(property.value, [&](std::string_view piece) {
         unpacked += piece.size();
+        text.Take(piece);
         return true;
       });
+      text.End();
+      Expect(characters <= unpacked, "text is less than its RTF");
       Expect(unpacked <= property.value.size() * 9, "RTF grows by what an item can stand for");
     }
     if (property.tag() == kObject && property.value.size() > kSet)
@@ -74,5 +80,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   Walk(bytes, 0);
   DecompressRtf(bytes, [](std::string_view) { return true; });
+  RtfText text([](std::u16string_view) {});
+  text.Take(bytes);
+  text.End();
   return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "mime/tnef/property_reader.h"
 #include "mime/tnef/rtf_compression.h"
+#include "mime/tnef/rtf_text.h"
 #include "mime/tnef/tnef_reader.h"
 #include "tests/mime/tnef_bytes.h"
 
@@ -176,6 +177,38 @@ TEST(Tnef, UnpacksRtf) {
     wrong[size] ^= 0x10;
     Unpacked(wrong, whole);
     EXPECT_EQ(whole, size >= 4 && size < 8) << "a bit of byte " << size;
+  }
+}
+
+TEST(Tnef, ReadsTextOutOfRtf) {
+  const struct {
+    std::string_view rtf;
+    std::u16string_view text;
+  } kCases[] = {
+      {R"({\rtf1\ansi\ansicpg1252\deff0{\fonttbl{\f0 Arial;}}{\colortbl;\red1;}\pard one\par
+two\tab 3\line\{4\}})",
+       u"one\r\ntwo\t3\r\n{4}"},
+      {R"({\rtf1\ansi\ansicpg1251 \'cf\'f0{\*\generator x;}{\pict ff\bin3 }}}00}!})",
+       u"\u041F\u0440!"},
+      {R"({\rtf1\ansi{\fonttbl{\f0\fcharset0 A;}{\f1\fcharset204 B;}}\f0\'e9{\f1\'e9}\'e9\f1\'e9\plain\'e9})",
+       u"\u00E9\u0439\u00E9\u0439\u00E9"},
+      {R"({\rtf1\ansi\ansicpg932\'93\'fa\'96{\b {}}\'83A)", u"\u65E5\uFFFD\u30A2"},
+      {R"({\rtf1\uc1 \u8364 ?\u8364\'80\uc2\u-10179 ??\uc0\u-8704 ?\u55357 x\u0 y})",
+       u"\u20AC\u20AC\xD83D\xDE00?\uFFFDxy"},
+      {R"({\rtf1\fromhtml1{\*\htmltag64 <p>}\htmlrtf {\htmlrtf0 text\htmlrtf\par}\htmlrtf0
+{\*\htmltag72 </p>}})",
+       u"text\r\n"},
+      {R"(\~\_\-\lquote a\rquote\emdash)", u"\u00A0-\u2018a\u2019\u2014"},
+      {"}}{{{{", u""},
+  };
+  for (const auto& c : kCases) {
+    for (const std::size_t step : {std::size_t{1}, std::size_t{7}, c.rtf.size()}) {
+      std::u16string text;
+      RtfText reader([&](std::u16string_view piece) { text += piece; });
+      for (std::size_t at = 0; at < c.rtf.size(); at += step) reader.Take(c.rtf.substr(at, step));
+      reader.End();
+      EXPECT_EQ(text, c.text) << c.rtf << " in pieces of " << step;
+    }
   }
 }
 

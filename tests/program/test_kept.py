@@ -52,6 +52,8 @@ WINMAILS = {
                                    name='WinMail.dat'), {'ein langer Name – 1.txt': b'contents'}, []),
     'rtf': (with_winmail('rtf', tnef.winmail(RTF)), {},
             [r'10090102 .*2D000000', r'0E1F000B .*true', r'1000001F .*see there']),
+    'rtf alone': (with_winmail('rtf alone', tnef.winmail(RTF), text=None), {},
+                  [r'10090102 .*2D000000', r'1000001F \w+ +"hello world"']),
     'html': (with_winmail('html', tnef.winmail(HTML), text=None), {},
              [r'10130102 .*3C703ECFF0E8E2E5F23C2F703E', r'3FDE0003 .*1251']),
     'text': (with_winmail('text', tnef.winmail(tnef.attribute(1, 0x0002800C, b'gr\xfc\xdfe\0')), text=' '),
@@ -93,10 +95,10 @@ class Winmail(PstTest):
             self.assertEqual(files, attachments, subject)
             for pattern in patterns:
                 self.assertRegex(dumps[subject], pattern, subject)
-        self.assertEqual(account['totals']['winmail'], {'opened': 7, 'attachments': 5, 'kept': 2})
+        self.assertEqual(account['totals']['winmail'], {'opened': 8, 'attachments': 5, 'kept': 2})
         self.assertEqual({(r['code'], r['position']) for r in account['remarks']},
-                         {('winmail-kept', 8), ('winmail-kept', 9)})
-        self.assertIn('Files winmail.dat opened: 7, with 5 attachments',
+                         {('winmail-kept', 9), ('winmail-kept', 10)})
+        self.assertIn('Files winmail.dat opened: 8, with 5 attachments',
                       self.parvane('convert', source, self.folder / 'again.pst').out)
         # By the letter nothing is opened.
         none = self.folder / 'none.pst'
