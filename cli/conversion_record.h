@@ -165,8 +165,8 @@ struct ConversionRecord {
   Listing<SkippedPath> leftBehind;  // there is, or may be, mail in them
   Listing<SkippedPath> passedOver;  // one would expect some, and there is none
   Listing<SkippedPath> otherFiles;  // nobody would expect any
-  std::vector<ReadFailure> readFailures;
-  std::vector<UnusedIndex> unusedIndexes;
+  Listing<ReadFailure> readFailures;
+  Listing<UnusedIndex> unusedIndexes;
   std::vector<std::u16string> profilesInUse;  // Thunderbird was at work on them
   std::vector<RenamedFolder> renamed;
   Listing<FolderRefusal> folderRefusals;

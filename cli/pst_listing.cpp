@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -9,6 +10,7 @@
 #include "cli/pst_rows.h"
 #include "mapi/constants.h"
 #include "mapi/diagnostics.h"
+#include "mapi/identifiers.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
 
@@ -205,10 +207,9 @@ class Walker {
 
   // The tag of the categories in this PST; 0: nothing in it has any.
   static mapi::ULONG KeywordsIn(mapi::IMsgStore& store) {
-    mapi::GUID set = {0x00020329, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};  // PS_PUBLIC_STRINGS
     std::u16string text = u"Keywords";
     mapi::MAPINAMEID name{};
-    name.lpguid = &set;
+    name.lpguid = const_cast<mapi::GUID*>(&mapi::PS_PUBLIC_STRINGS);
     name.ulKind = mapi::MNID_STRING;
     name.Kind.lpwstrName = text.data();
     mapi::MAPINAMEID* names = &name;
@@ -228,12 +229,16 @@ class Walker {
     ComPointer<IMAPITable> table;
     if (message) message->GetAttachmentTable(mapi::MAPI_UNICODE, table.Put());
     if (!table) return false;
-    mapi::SizedSPropTagArray<3> columns = {
-        3, {mapi::PR_ATTACH_LONG_FILENAME_W, mapi::PR_ATTACH_FILENAME_W, mapi::PR_DISPLAY_NAME_W}};
+    mapi::SizedSPropTagArray<4> columns = {
+        4,
+        {mapi::PR_ATTACH_LONG_FILENAME_W, mapi::PR_ATTACH_FILENAME_W, mapi::PR_DISPLAY_NAME_W,
+         mapi::PR_ATTACHMENT_HIDDEN}};
     bool complete = true;
     const auto add = [&](const SRow& row, std::uint64_t) {
+      const SPropValue* hidden = FindProperty(row, mapi::PR_ATTACHMENT_HIDDEN);
+      if (hidden && hidden->Value.b) return;
       std::u16string name;
-      for (mapi::ULONG tag : columns.aulPropTag) {
+      for (mapi::ULONG tag : std::span(columns.aulPropTag).first<3>()) {
         if (name.empty()) name = TextOf(FindProperty(row, tag));
       }
       listed.attachments.push_back(std::move(name));

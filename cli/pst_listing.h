@@ -22,7 +22,8 @@ struct ListedMessage {
   enum class Flag { kNone, kFlagged, kCompleted } flag = Flag::kNone;
   enum class Importance { kLow, kNormal, kHigh } importance = Importance::kNormal;
   std::vector<std::u16string> categories;
-  std::vector<std::u16string> attachments;  // file names; empty text for those without
+  std::vector<std::u16string> attachments;  // file names (empty text: none) of those
+                                            // that are not shown in the text
 };
 
 struct ListedFolder {

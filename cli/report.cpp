@@ -124,16 +124,15 @@ class ReportWriter {
     _json.Key("pathsPassedOver")
         .Number(_record.leftBehind.total + _record.passedOver.total + _record.otherFiles.total);
     _json.Key("pathsLeftBehind").Number(_record.leftBehind.total);
-    _json.Key("readFailures").Number(_record.readFailures.size());
+    _json.Key("readFailures").Number(_record.readFailures.total);
+    _json.Key("indexesNotUsed").Number(_record.unusedIndexes.total);
     _json.Key("folderRefusals").Number(_record.folderRefusals.total);
     _json.Key("withoutDate").Number(_record.withoutDate);
     _json.Key("unreadableDate").Number(_record.unreadableDate);
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
     _json.Key("folderDataSkipped").Number(_record.folderDataSkipped);
-    StateKept();
     Kept();
-    MailKept();
     _json.Key("failures").BeginObject();
     for (std::size_t i = 0; i < kFailureKinds; ++i) {
       _json.Key(ReasonOf(static_cast<FailureKind>(i)).code).Number(_record.failuresOf[i]);
@@ -146,48 +145,38 @@ class ReportWriter {
     _json.EndObject();
   }
 
-  void StateKept() {
-    _json.Key("stateKept");
-    if (!_record.stateKept) return _json.Null(), void();
-    _json.BeginObject();
-    for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind) {
-      _json.Key(WordsOf(static_cast<carry::StateKind>(kind)).code)
-          .Number((*_record.stateKept)[kind]);
-    }
-    _json.EndObject();
-  }
-
-  void MailKept() {
-    _json.Key("kept").BeginObject();
-    for (std::size_t i = 0; i < carry::kMailCounts; ++i) {
-      const auto kind = static_cast<carry::MailCount>(i);
-      _json.Key(WordsOf(kind).code);
-      if (_record.mailKept[i]) {
-        _json.Number(*_record.mailKept[i]);
-      } else {
-        _json.Null();
-      }
-    }
-    _json.EndObject();
+  // null: nobody asked for it, which is not the same as none.
+  template <typename Count>
+  void Optional(std::string_view key, const std::optional<Count>& count) {
+    _json.Key(key);
+    count ? _json.Number(*count) : _json.Null();
   }
 
   void Kept() {
-    _json.Key("winmail");
-    if (_record.winmail) {
+    _json.Key("stateKept");
+    if (const auto& kept = _record.stateKept) {
       _json.BeginObject();
-      _json.Key("opened").Number(_record.winmail->opened);
-      _json.Key("attachments").Number(_record.winmail->attachments);
-      _json.Key("kept").Number(_record.winmail->kept);
+      for (std::size_t i = 0; i < carry::kStateKinds; ++i)
+        _json.Key(WordsOf(static_cast<carry::StateKind>(i)).code).Number((*kept)[i]);
       _json.EndObject();
     } else {
       _json.Null();
     }
-    _json.Key("addressesKept");
-    if (_record.addressesKept) {
-      _json.Number(*_record.addressesKept);
+    _json.Key("winmail");
+    if (const auto& winmail = _record.winmail) {
+      _json.BeginObject();
+      _json.Key("opened").Number(winmail->opened);
+      _json.Key("attachments").Number(winmail->attachments);
+      _json.Key("kept").Number(winmail->kept);
+      _json.EndObject();
     } else {
       _json.Null();
     }
+    Optional("addressesKept", _record.addressesKept);
+    _json.Key("kept").BeginObject();
+    for (std::size_t i = 0; i < carry::kMailCounts; ++i)
+      Optional(WordsOf(static_cast<carry::MailCount>(i)).code, _record.mailKept[i]);
+    _json.EndObject();
   }
 
   void Folders() {
@@ -295,25 +284,25 @@ class ReportWriter {
 
   void ReadFailures() {
     _json.Key("readFailures").BeginArray();
-    for (const ReadFailure& entry : _record.readFailures) {
+    for (const ReadFailure& entry : _record.readFailures.entries) {
       _json.BeginObject();
       _json.Key("path").String(PathForDisplay(entry.path));
       _json.Key("offset").Number(entry.offset);
       Code(CodeOf(entry.code), entry.reason);
-      _json.EndObject();
+      EndEntry();
     }
     _json.EndArray();
   }
 
   void UnusedIndexes() {
     _json.Key("indexesNotUsed").BeginArray();
-    for (const UnusedIndex& entry : _record.unusedIndexes) {
+    for (const UnusedIndex& entry : _record.unusedIndexes.entries) {
       _json.BeginObject();
       _json.Key("path").String(PathForDisplay(entry.path));
       const Reason reason = ReasonOf(entry.fault);
       Code(reason.code, reason.text);
       _json.Key("detail").String(entry.detail);
-      _json.EndObject();
+      EndEntry();
     }
     _json.EndArray();
   }

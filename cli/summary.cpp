@@ -51,7 +51,7 @@ class SummaryWriter {
     more(_record.RemarksOf(engine::RemarkKind::kRefused).total, "part",
          "of messages refused by the PST");
     more(_record.folderRefusals.total, "property", "of folders refused by the PST");
-    more(_record.readFailures.size(), "mailbox", "not read as it is");
+    more(_record.readFailures.total, "mailbox", "not read as it is");
     return line;
   }
 

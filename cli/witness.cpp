@@ -298,14 +298,14 @@ void Witness::IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
                            const platform::Status& status) {
   const UnusedIndex unused{std::u16string(index), fault, status.message()};
   _logs.Both("CHECK: index not used: " + Describe(_record, unused));
-  _record.unusedIndexes.push_back(unused);
+  _record.unusedIndexes.Add(unused);
 }
 
 void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
                          const platform::Status& status) {
   const ReadFailure failure{DiskPath(folder), offset, status.code(), status.message()};
   _logs.Both("LEFT BEHIND: " + Describe(_record, failure));
-  _record.readFailures.push_back(failure);
+  _record.readFailures.Add(failure);
 }
 
 void Witness::MessageNotParsed(const engine::MessageLocation& message,
@@ -336,7 +336,9 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   for (const engine::Remark& remark : notes.remarks) {
     if (!IsKeptAfterAll(remark)) AddRemark(remark);
   }
-  if (notes.dateChangedByRepair) {
+  // The message may have a better date than the one that repair made.
+  if (notes.dateChangedByRepair &&
+      _item.mailKept[static_cast<std::size_t>(carry::MailCount::kDates)] == 0) {
     const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
     AddRemark({engine::RemarkKind::kDateChanged, "Date",
                fmt::format("{} became {}; it reads \"{}\"",

@@ -116,6 +116,9 @@ class Carry(PstTest):
             self.assertEqual(found, expected, subject)
             clipless = [t for t, v in own.items() if t.startswith('8') and t.endswith('000B') and v == 'true']
             self.assertEqual(len(clipless), int(bool(expected) and all(h for _, h in expected)), subject)
+        shown = [i['attachments'] for f in self.listing(pst, '--messages')['folders'] for i in f['items']]
+        self.assertEqual(shown, [[name or '' for name, hidden in expected if not hidden]
+                                 for _, expected in PARTS.values()])
         data = self.dump(pst, list(PARTS).index('texts'))[1][0]['37010102']
         self.assertEqual(bytes.fromhex(data), '\ufeffgrüße'.encode(), 'a text tells its charset')
         self.check_structure(pst)
@@ -145,6 +148,7 @@ class Carry(PstTest):
             (['Delivery-Date: Sat, 4 Jan 2025 00:00:00 +0000', 'Received: by c; 3 Jan 2025 01:00:00 +0000'],
              '2025-01-04 00:00'),
             (['Date: 2013-06-03T10:20:30Z'], '2013-06-03 10:20'),
+            (['Date: Mon, 3 Jun 2013 7:08:09 +0200'], '2013-06-03 05:08'),
         ]
         box = b''.join(message('Subject: x', *lines, '', 'text') for lines, _ in cases)
         box += message('Subject: unknown', 'Date: nonsense', '', 'text',
@@ -152,6 +156,7 @@ class Carry(PstTest):
         pst = self.folder / 'out.pst'
         account = self.convert(self.write('box.mbox', box), pst)
         self.assertEqual(account['totals']['kept']['dates'], len(cases) - 1)
+        self.assertEqual(account['totals']['remarks']['date-changed'], 0, 'each is right in the end')
         for number, (lines, date) in enumerate(cases):
             own, _ = self.dump(pst, number)
             header = '  '.join(['Subject: x', *lines])
@@ -165,7 +170,10 @@ class Carry(PstTest):
     def test_an_independent_reader_finds_what_came_along(self):
         inner = 'From: A <a@x>, b@x\n' + multi('related', HTML('<img src="cid:a@x">'), A)
         box = self.write('box.mbox', message('Subject: outer', DATE, multi(
-            'mixed', TEXT, part('message/rfc822', inner, 'Content-Disposition: attachment'), part('text/plain', 'more'))))
+            'mixed', TEXT, part('message/rfc822', inner, 'Content-Disposition: attachment'), part('text/plain', 'more'),
+            # Repair makes the same of both headers.
+            *(part('message/rfc822', f'Date: Wed, 1 Jan 2025 {hour}:00:00 +0000\n\nx', 'Content-Disposition: attachment')
+              for hour in (7, 8)))))
         pst = self.folder / 'out.pst'
         self.convert(box, pst)
         run = Run(['pffexport', '-q', '-t', self.folder / 'pff', pst])
@@ -175,6 +183,7 @@ class Carry(PstTest):
         self.assertEqual(next(f for n, f in files.items() if n.endswith('_text.txt')).read_text(), 'more')
         headers = [f.read_text() for f in (self.folder / 'pff.export').rglob('InternetHeaders.txt')]
         self.assertTrue(any(h.startswith('From: A <a@x>, b@x') for h in headers), headers)
+        self.assertLessEqual(sum(' 7:00:00' in h for h in headers), 1, "no message has another's header")
 
 
 if __name__ == '__main__':
