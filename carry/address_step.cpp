@@ -17,13 +17,17 @@ using Tessary::MimeHeader;
 
 // "Doe, Jane, PhD, MBA". More are a list of something.
 constexpr std::size_t kMostCutOff = 3;
-// Characters. What is longer is no list that anyone wrote, and left as repair has it.
+// Bytes, as they came. What is longer is no list that anyone wrote, and left as repair has it.
 constexpr std::size_t kLongestList = 512 * 1024;
 
+// Empty when it is too long, which is looked at first: decoding multiplies what it is given.
 std::u16string ListIn(const MimeHeader& header, AddressField field,
                       const convert::MailInHand& mail) {
   std::u16string list;
   std::string scratch;
+  std::size_t size = 0;
+  header.ForEach(Tessary::NameOf(field), [&](const MimeField& one) { size += one.Raw().size(); });
+  if (size > kLongestList) return list;
   header.ForEach(Tessary::NameOf(field), [&](const MimeField& one) {
     if (!list.empty()) list += u',';
     list += Tessary::DecodeText(one.Value(scratch), {}, mail.email.charset());
@@ -73,7 +77,7 @@ const std::vector<MailBox>* AddressStep::Correspondents(const convert::MailInHan
   MimeHeader original;
   original.Load(_mail->HeaderAsItCame(mail));
   const std::u16string list = ListIn(original, field, mail);
-  if (list.empty() || list.size() > kLongestList) return nullptr;
+  if (list.empty()) return nullptr;
   _read = ReadCorrespondents(list);
   const bool ofRecipients =
       field == AddressField::kTo || field == AddressField::kCc || field == AddressField::kBcc;

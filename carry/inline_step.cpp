@@ -6,6 +6,7 @@
 #include "convert/properties/mapi_properties.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
+#include "mapi/identifiers.h"
 #include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
@@ -21,8 +22,7 @@ using convert::MailInHand;
 using Tessary::Email2;
 namespace properties = QuelmarMIMEEngineCommon::OrvMAPIUtilities;
 
-// [MS-OXPROPS] 1.3.2, 2.315.
-constexpr GUID kCommon = {0x00062008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+// Of PSETID_Common ([MS-OXPROPS] 2.315).
 constexpr LONG kSmartNoAttach = 0x8514;
 // PR_ATTACH_FLAGS: rendered in the body ([MS-OXCMSG] 2.2.2.18).
 constexpr ULONG kInBody = 4;
@@ -147,18 +147,9 @@ void InlineStep::MailWritten(const MailInHand& mail, IMessage& message) {
 
 void InlineStep::HidePaperClip(IMessage& message) {
   if (!_smartNoAttach) {
-    MAPINAMEID name{};
-    name.lpguid = const_cast<GUID*>(&kCommon);
-    name.ulKind = MNID_ID;
-    name.Kind.lID = kSmartNoAttach;
-    MAPINAMEID* names = &name;
-    MapiBuffer<SPropTagArray> tags;
-    const HRESULT result = message.GetIDsFromNames(1, &names, MAPI_CREATE, tags.Put());
-    const ULONG tag = tags && tags->cValues == 1 ? tags->aulPropTag[0] : 0;
-    if (PropId(tag) == 0 || PropType(tag) == PT_ERROR) {
-      NoteRefusal(Failed(result) ? result : MAPI_E_CALL_FAILED, 0);
-      return;
-    }
+    const ULONG tag = properties::GetNamedPropId(&message, kSmartNoAttach, &PSETID_Common);
+    if (PropId(tag) == 0 || PropType(tag) == PT_ERROR)
+      return NoteRefusal(MAPI_E_CALL_FAILED, PR_ATTACHMENT_HIDDEN);
     _smartNoAttach = PropTag(PT_BOOLEAN, PropId(tag));
   }
   SPropValue value = True(*_smartNoAttach);

@@ -8,6 +8,7 @@
 #include "convert/properties/mapi_properties.h"
 #include "mapi/com_pointer.h"
 #include "mapi/constants.h"
+#include "mapi/identifiers.h"
 #include "mapi/refusals.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
@@ -18,11 +19,6 @@ namespace {
 
 using namespace mapi;
 namespace properties = QuelmarMIMEEngineCommon::OrvMAPIUtilities;
-
-// [MS-OXPROPS] 1.3.2.
-constexpr GUID kPublicStrings = {0x00020329, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-constexpr GUID kCommon = {0x00062008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-constexpr GUID kTask = {0x00062003, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
 // Verbs and icons: [MS-OXOMSG] 2.2.1.38, [MS-OXOMSG] 2.2.1.39.
 struct Verb {
@@ -93,12 +89,12 @@ const StateNames::Tags& StateNames::For(IMAPIProp& object) {
     name.Kind.lID = id;
     return name;
   };
-  std::array<MAPINAMEID, 8> names = {number(kCommon, 0),      number(kCommon, 0x8530),
-                                     number(kCommon, 0x85A4), number(kTask, 0x8101),
-                                     number(kTask, 0x8102),   number(kTask, 0x811C),
-                                     number(kCommon, 0x85A0), number(kCommon, 0x85A1)};
+  std::array<MAPINAMEID, 8> names = {number(PSETID_Common, 0),      number(PSETID_Common, 0x8530),
+                                     number(PSETID_Common, 0x85A4), number(PSETID_Task, 0x8101),
+                                     number(PSETID_Task, 0x8102),   number(PSETID_Task, 0x811C),
+                                     number(PSETID_Common, 0x85A0), number(PSETID_Common, 0x85A1)};
   std::u16string keywords = u"Keywords";
-  names[0].lpguid = const_cast<GUID*>(&kPublicStrings);
+  names[0].lpguid = const_cast<GUID*>(&PS_PUBLIC_STRINGS);
   names[0].ulKind = MNID_STRING;
   names[0].Kind.lpwstrName = keywords.data();
   std::array<MAPINAMEID*, names.size()> pointers{};

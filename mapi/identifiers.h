@@ -33,6 +33,7 @@ inline constexpr IID IID_ISequentialStream = {
 inline constexpr GUID PS_MAPI = OleGuid(0x00020328);
 inline constexpr GUID PS_PUBLIC_STRINGS = OleGuid(0x00020329);
 inline constexpr GUID PS_INTERNET_HEADERS = OleGuid(0x00020386);
+inline constexpr GUID PSETID_Task = OleGuid(0x00062003);
 inline constexpr GUID PSETID_Common = OleGuid(0x00062008);
 
 // The provider of personal folder files, in PR_MDB_PROVIDER and in the entry ids of its stores.
