@@ -11,12 +11,13 @@ namespace {
 
 using platform::PathForDisplay;
 
-std::string MessagePlace(const ConversionRecord& record, std::size_t folderIndex,
-                         std::uint64_t position, std::uint64_t offset, std::string_view messageId) {
-  const FolderAccount& folder = record.folders[folderIndex];
-  return fmt::format("{}, message {} (at byte {} of {}{}{})", FolderPath(folder.path), position,
-                     offset, PathForDisplay(folder.sourcePath), messageId.empty() ? "" : ", ",
-                     messageId);
+std::string InWords(const ConversionRecord& record, const MessagePlace& place) {
+  const FolderAccount& folder = record.folders[place.folder];
+  const std::string file = place.path.empty() ? fmt::format("at byte {} of {}", place.offset,
+                                                            PathForDisplay(folder.sourcePath))
+                                              : PathForDisplay(place.path);
+  return fmt::format("{}, message {} ({}{}{})", FolderPath(folder.path), place.position, file,
+                     place.messageId.empty() ? "" : ", ", place.messageId);
 }
 
 std::string Joined(std::string_view first, std::string_view second) {
@@ -33,8 +34,7 @@ std::string About(const std::u16string& path, std::string words) {
 }  // namespace
 
 EntryWords Words(const ConversionRecord& record, const FailedMessage& failure) {
-  return {MessagePlace(record, failure.folder, failure.position, failure.offset, failure.messageId),
-          std::string(KindOf(failure)), failure.detail};
+  return {InWords(record, failure), std::string(KindOf(failure)), failure.detail};
 }
 
 EntryWords Words(const ConversionRecord& record, const SuspectedSeparator& separator) {
@@ -52,9 +52,7 @@ EntryWords Words(const ConversionRecord& record, const LeftOutPart& part) {
 }
 
 EntryWords Words(const ConversionRecord& record, const MessageRemark& remark) {
-  return {MessagePlace(record, remark.folder, remark.position, remark.offset, remark.messageId),
-          {},
-          Joined(remark.remark.place, remark.remark.text)};
+  return {InWords(record, remark), {}, Joined(remark.remark.place, remark.remark.text)};
 }
 
 EntryWords Words(const ConversionRecord&, const SkippedPath& path) {

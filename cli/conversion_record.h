@@ -56,11 +56,16 @@ struct FolderAccount {
   std::uint64_t bytes = 0;  // of messages read
 };
 
-struct FailedMessage {
+// Where a message comes from.
+struct MessagePlace {
   std::size_t folder = 0;
   std::uint64_t position = 0;  // in its folder, from 1
   std::uint64_t offset = 0;    // in the source file, of its first header line
+  std::u16string path;         // of its own file; empty where a file holds many
   std::string messageId;       // empty when it has none
+};
+
+struct FailedMessage : MessagePlace {
   FailureKind kind{};
   std::string detail;   // what is known beyond the kind
   std::string details;  // sender, date and subject, as far as they could be read
@@ -73,11 +78,7 @@ struct LeftOutPart {
 };
 
 // Of a message that was written: what its owner should know about it.
-struct MessageRemark {
-  std::size_t folder = 0;
-  std::uint64_t position = 0;
-  std::uint64_t offset = 0;
-  std::string messageId;
+struct MessageRemark : MessagePlace {
   engine::Remark remark;
 };
 
@@ -86,6 +87,7 @@ struct SuspectedSeparator {
   std::uint64_t offset = 0;
   engine::SuspiciousSeparatorReason reason{};
   std::string line;
+  bool textByStrictRule = false;
 };
 
 struct SkippedPath {
@@ -162,6 +164,10 @@ struct ConversionRecord {
   Listing<LeftOutPart> leftOutParts;
   std::array<Listing<MessageRemark>, engine::kRemarkKinds> remarks;  // a list for each kind
   Listing<SuspectedSeparator> separators;
+  std::uint64_t separatorsTextByStrictRule = 0;  // of those
+  bool strictSeparators = false;                 // is the rule
+  // Mailboxes with a byte order mark or blank lines before their first separator.
+  std::uint64_t beginningsPassedOver = 0;
   Listing<SkippedPath> leftBehind;  // there is, or may be, mail in them
   Listing<SkippedPath> passedOver;  // one would expect some, and there is none
   Listing<SkippedPath> otherFiles;  // nobody would expect any

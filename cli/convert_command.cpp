@@ -52,6 +52,7 @@ class Conversion {
     _record.sources = _options.sources;
     _record.destination = _options.destination;
     _record.mapi = _options.mapi;
+    _record.strictSeparators = _options.separators == engine::SeparatorRule::kStrict;
     if (_options.keep.state) _record.stateKept.emplace();
     if (_options.keep.winmail) _record.winmail.emplace();
     if (_options.keep.addresses) _record.addressesKept.emplace();

@@ -17,6 +17,7 @@
 namespace parvane::cli {
 namespace {
 
+using engine::SeparatorRule;
 using factory::SourceKind;
 
 constexpr const char* kExamples = R"(Examples:
@@ -76,6 +77,8 @@ struct Word {
 };
 constexpr Word<std::optional<SourceKind>> kSources[] = {
     {"auto", std::nullopt}, {"mbox", SourceKind::kMbox}, {"thunderbird", SourceKind::kThunderbird}};
+constexpr Word<SeparatorRule> kSeparatorRules[] = {{"standard", SeparatorRule::kStandard},
+                                                   {"strict", SeparatorRule::kStrict}};
 constexpr Word<MapiChoice> kMapis[] = {{"builtin", MapiChoice::kBuiltin},
                                        {"outlook", MapiChoice::kOutlook}};
 constexpr Word<ProgressChoice> kProgress[] = {{"auto", ProgressChoice::kAuto},
@@ -171,6 +174,11 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       ->type_name("all|none|LIST");
   command.add_flag("--skip-deleted", options.skipDeleted,
                    "leave out messages that their mail program has marked as deleted");
+  AddChoice(
+      command, "--separators", options.separators, kSeparatorRules,
+      "what parts the messages of a mailbox: standard, every line that begins with \"From \"; "
+      "strict, only where an empty line before it, a date in it or a header behind it speak for "
+      "it too");
   DescribeMapi(command, options.mapi, "writes");
   command
       .add_option("--size-limit", raw.sizeLimit,

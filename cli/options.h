@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/exit_code.h"
+#include "engine/mailbox_wishes.h"
 #include "factory/source_factory.h"
 
 namespace parvane::cli {
@@ -41,6 +42,7 @@ struct ConvertOptions {
   ProgressChoice progress = ProgressChoice::kAuto;
   KeepChoice keep;
   bool skipDeleted = false;
+  engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
   bool quiet = false;
   bool timings = false;
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to

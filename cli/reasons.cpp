@@ -16,9 +16,11 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kNotAnMbox:
       return {"not-an-mbox", "does not begin with \"From \", so it is no mailbox"};
     case SkipReason::kDamagedBeginning:
-      return {"damaged-beginning",
-              "something stands before its first separator line, so it is not read as a mailbox",
-              "remove what stands before its first line that begins with \"From \""};
+      return {
+          "damaged-beginning",
+          "what stands before its first separator line is no message, and was passed over",
+          "if it is one, put a line like \"From - Thu Jan  1 00:00:00 1970\" in front of it and "
+          "convert again"};
     case SkipReason::kUnreadable:
       return {"unreadable", "could not be read", "check its permissions and convert it again"};
     case SkipReason::kOtherExtension:
@@ -68,6 +70,10 @@ Reason ReasonOf(SuspiciousSeparatorReason reason) {
       return {"no-date", "no date behind \"From \""};
     case SuspiciousSeparatorReason::kNoEmptyLineBefore:
       return {"no-empty-line", "no empty line before it"};
+    case SuspiciousSeparatorReason::kPatch:
+      return {"patch", "how a patch begins"};
+    case SuspiciousSeparatorReason::kTakenAsText:
+      return {"taken-as-text", "taken for text"};
   }
   return {"other", "unusual"};
 }

@@ -202,7 +202,9 @@ class ReportWriter {
 
   template <typename Entry>
   void Message(const Entry& entry) {
-    Place(entry.folder);
+    Path(_json, "folder", _record.folders[entry.folder].path);
+    _json.Key("source").String(
+        PathForDisplay(entry.path.empty() ? _record.folders[entry.folder].sourcePath : entry.path));
     _json.Key("position").Number(entry.position);
     _json.Key("offset").Number(entry.offset);
     Optional("messageId", entry.messageId);
@@ -258,6 +260,7 @@ class ReportWriter {
       _json.Key("offset").Number(entry.offset);
       Code(ReasonOf(entry.reason).code, ReasonOf(entry.reason).text);
       _json.Key("line").String(entry.line);
+      _json.Key("textByStrictRule").Bool(entry.textByStrictRule);
       EndEntry();
     }
     _json.EndArray();

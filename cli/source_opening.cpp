@@ -140,6 +140,7 @@ bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFold
 IAssetStore* SourceOpening::OpenOne(SourceKind kind, const std::u16string& path) {
   std::unique_ptr<IAssetStore> store = factory::CreateSource(kind, path);
   engine::ObserveSource(*store, &_witness);
+  engine::CutMailboxes(*store, &_mailboxWishes);
   AskForState(*store, path);
   const OperationResultCode opened = store->OpenStore(&_progress, &_witness, false, &_witness);
   if (opened == OperationResultCode::Completed) return _stores.emplace_back(std::move(store)).get();

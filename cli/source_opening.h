@@ -11,6 +11,7 @@
 #include "cli/progress.h"
 #include "cli/source_plan.h"
 #include "cli/witness.h"
+#include "engine/mailbox_wishes.h"
 #include "engine/message_state.h"
 
 namespace parvane::cli {
@@ -20,7 +21,11 @@ class SourceOpening {
   // All must outlive it.
   SourceOpening(const ConvertOptions& options, ConversionRecord& record, Witness& witness,
                 Progress& progress)
-      : _options(options), _record(record), _witness(witness), _progress(progress) {}
+      : _options(options),
+        _record(record),
+        _witness(witness),
+        _progress(progress),
+        _mailboxWishes{.separators = options.separators, .anyBeginning = true} {}
 
   // False when there is nothing to convert, or when the user has had enough; the record then says
   // which. What a source leaves behind, and one that holds no mail among others, is told.
@@ -44,6 +49,7 @@ class SourceOpening {
   ConversionRecord& _record;
   Witness& _witness;
   Progress& _progress;
+  const engine::MailboxWishes _mailboxWishes;
   FolderPlan _plan;
   std::set<std::pair<std::uint64_t, std::uint64_t>> _opened;  // folders: device and identity
   std::vector<std::unique_ptr<engine::StateWishes>> _wishes;  // of the stores

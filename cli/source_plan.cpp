@@ -97,7 +97,8 @@ class Recogniser {
         return {StatusCode::kNotFound, PathForDisplay(path) + ": no file matches this"};
       return beginning.status();
     }
-    if (*beginning == Beginning::kOther) return NotAMailbox(path);
+    if (*beginning == Beginning::kOther && !factory::HasMailAnywhere(path))
+      return NotAMailbox(path);
     _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
     return {};
   }

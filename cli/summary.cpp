@@ -142,7 +142,7 @@ class SummaryWriter {
   void Lists() {
     List(_record.failures, "Failed messages");
     PathLists();
-    List(_record.separators, "Separator lines that may have cut a message in two");
+    Separators();
     List(_record.leftOutParts, "Parts left out of their messages");
     for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
       List(_record.remarks[i], WordsOf(static_cast<engine::RemarkKind>(i)).heading);
@@ -150,6 +150,21 @@ class SummaryWriter {
     List(_record.renamed, "Renamed folders");
     List(_record.folderRefusals, "Folders made without what the PST refused");
     List(_record.continued, "Folders that are full");
+  }
+
+  void Separators() {
+    List(_record.separators, _record.strictSeparators
+                                 ? "Lines much like separators that were taken for text"
+                                 : "Separator lines that may have cut a message in two");
+    if (!_record.strictSeparators && _record.separatorsTextByStrictRule > 0) {
+      Line(fmt::format(
+          "  --separators strict would take {} of them for text: so many messages fewer",
+          WithThousands(_record.separatorsTextByStrictRule)));
+    }
+    if (_record.beginningsPassedOver > 0) {
+      Line(fmt::format("Mailboxes read from behind a byte order mark or blank lines: {}",
+                       WithThousands(_record.beginningsPassedOver)));
+    }
   }
 
   // Mail left behind first, each with what to do about it.

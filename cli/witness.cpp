@@ -118,15 +118,13 @@ void Witness::AddFailure(const Item& item, FailureKind kind, std::string detail,
                          std::string details) {
   FolderAccount& folder = _record.folders[item.folder];
   ++folder.failed;
-  FailedMessage failure{item.folder, item.position,     item.offset,       item.messageId,
-                        kind,        std::move(detail), std::move(details)};
+  FailedMessage failure{item, kind, std::move(detail), std::move(details)};
   _logs.Both("FAILED: " + Describe(_record, failure));
   _record.Add(std::move(failure));
 }
 
 void Witness::AddRemark(engine::Remark remark) {
-  MessageRemark entry{_item.folder, _item.position, _item.offset, _item.messageId,
-                      std::move(remark)};
+  MessageRemark entry{_item, std::move(remark)};
   _logs.Detailed(
       fmt::format("{}: {}", WordsOf(entry.remark.kind).logMark, Describe(_record, entry)));
   _record.Add(std::move(entry));
@@ -208,15 +206,12 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
 
 void Witness::MessageRead(const engine::MessageLocation& message) {
   if (!_copying) return;
-  _item = {_folder,
-           static_cast<std::uint64_t>(message.index) + 1,
-           message.offset,
-           message.size,
-           {},
-           false,
-           {},
-           {},
-           {}};
+  _item = {};
+  _item.folder = _folder;
+  _item.position = static_cast<std::uint64_t>(message.index) + 1;
+  _item.offset = message.offset;
+  _item.path = message.path;
+  _item.size = message.size;
   _itemOpen = true;
   _failures = _pst->Failures();
   _itemProblem.reset();
@@ -266,13 +261,25 @@ void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {
   _record.folders.push_back(std::move(account));
 }
 
-void Witness::SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
-                                 engine::SuspiciousSeparatorReason reason, std::string_view line) {
+void Witness::SeparatorSuspected(const IAssetFolder&, const engine::SuspectedSeparator& suspected) {
   if (!_copying) return;
-  const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(line));
-  const SuspectedSeparator separator{_folder, offset, reason, text};
-  _logs.Both("CHECK: a message may be cut in two here: " + Describe(_record, separator));
-  _record.separators.Add(separator);
+  const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(suspected.line));
+  const SuspectedSeparator separator{_folder, suspected.offset, suspected.reason, text,
+                                     suspected.textByStrictRule};
+  _logs.Both((_record.strictSeparators ? "CHECK: " : "CHECK: a message may be cut in two here: ") +
+             Describe(_record, separator));
+  _record.separators.Add(separator, text.size());
+  if (separator.textByStrictRule) ++_record.separatorsTextByStrictRule;
+}
+
+void Witness::BeginningPassedOver(const IAssetFolder& folder, std::uint64_t bytes, bool text) {
+  if (text) {
+    return PathSkipped(DiskPath(folder), engine::SkipReason::kDamagedBeginning,
+                       {platform::StatusCode::kCorrupt, Size(bytes)});
+  }
+  ++_record.beginningsPassedOver;
+  _logs.Detailed("Passed over a byte order mark or blank lines at the beginning of " +
+                 PathForDisplay(DiskPath(folder)));
 }
 
 void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,

@@ -70,8 +70,10 @@ class Witness : public engine::SourceObserver,
   // SourceObserver
   void MessageRead(const engine::MessageLocation& message) override;
   void MessageNamed(const engine::MessageLocation& message, std::string_view messageId) override;
-  void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
-                          engine::SuspiciousSeparatorReason reason, std::string_view line) override;
+  void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& folder,
+                          const engine::SuspectedSeparator& separator) override;
+  void BeginningPassedOver(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t bytes,
+                           bool text) override;
   void PathSkipped(std::u16string_view path, engine::SkipReason reason,
                    const platform::Status& status) override;
   void IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
@@ -106,12 +108,8 @@ class Witness : public engine::SourceObserver,
                        const QuelmarMIMEEngineCommon::IAssetFolder& next) override;
 
  private:
-  struct Item {
-    std::size_t folder = 0;
-    std::uint64_t position = 0;
-    std::uint64_t offset = 0;
+  struct Item : MessagePlace {
     std::uint64_t size = 0;
-    std::string messageId;
     bool failed = false;
     std::bitset<carry::kStateKinds> stateKept;
     carry::CarriedWinmail winmail;

@@ -4,6 +4,7 @@
 
 #include "engine/destination_observer.h"
 #include "engine/item_step.h"
+#include "engine/mailbox_wishes.h"
 #include "engine/message_state.h"
 #include "engine/source_observer.h"
 #include "platform/path.h"
@@ -137,6 +138,12 @@ bool ObserveDestination(QuelmarMIMEEngineCommon::IAssetStore& store,
 bool OfferState(QuelmarMIMEEngineCommon::IAssetStore& store, const StateWishes* wishes) {
   auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&store);
   if (base) base->SetStateWishes(wishes);
+  return base != nullptr;
+}
+
+bool CutMailboxes(QuelmarMIMEEngineCommon::IAssetStore& store, const MailboxWishes* wishes) {
+  auto* base = dynamic_cast<QuelmarMIMEEngineCommon::AssetStoreBase*>(&store);
+  if (base) base->SetMailboxWishes(wishes);
   return base != nullptr;
 }
 

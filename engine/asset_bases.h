@@ -20,6 +20,7 @@ namespace parvane::engine {
 class DestinationObserver;
 class ItemStep;
 class SourceObserver;
+struct MailboxWishes;
 struct StateWishes;
 }  // namespace parvane::engine
 
@@ -140,6 +141,10 @@ class AssetStoreBase : public virtual IAssetStore {
   // Null when nobody asks for the messages' state.
   const parvane::engine::StateWishes* StateWishes() const { return _stateWishes; }
 
+  void SetMailboxWishes(const parvane::engine::MailboxWishes* wishes) { _mailboxWishes = wishes; }
+  // Null when mailboxes are cut as ever.
+  const parvane::engine::MailboxWishes* MailboxWishes() const { return _mailboxWishes; }
+
   void SetItemStep(parvane::engine::ItemStep* step) { _itemStep = step; }
   parvane::engine::ItemStep* ItemStep() const { return _itemStep; }
 
@@ -153,6 +158,7 @@ class AssetStoreBase : public virtual IAssetStore {
   parvane::engine::SourceObserver* _observer = nullptr;
   parvane::engine::DestinationObserver* _destinationObserver = nullptr;
   const parvane::engine::StateWishes* _stateWishes = nullptr;
+  const parvane::engine::MailboxWishes* _mailboxWishes = nullptr;
   parvane::engine::ItemStep* _itemStep = nullptr;
 };
 

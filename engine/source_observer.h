@@ -30,10 +30,21 @@ struct MessageLocation {
   std::u16string path = {};  // of the message's own file; empty where a file holds many
 };
 
-// Why a line that begins with "From " may have been text and not a separator. It did split.
+// Why a line that begins with "From " may be text and no separator.
 enum class SuspiciousSeparatorReason {
-  kNoDate,            // nothing like a date stands behind "From "
-  kNoEmptyLineBefore  // the line before it is not empty
+  kNoDate,             // nothing like a date stands behind "From "
+  kNoEmptyLineBefore,  // the line before it is not empty
+  kPatch,              // it is how a patch begins: a commit's hash and a certain date
+  // It might be one by what stands around it, and was taken for text by the strict rule.
+  kTakenAsText
+};
+
+struct SuspectedSeparator {
+  std::uint64_t offset = 0;  // of the line in its file
+  SuspiciousSeparatorReason reason{};
+  std::string_view line;  // cut after some length; holds until the call returns
+  // The strict rule (engine/mailbox_wishes.h) takes it for text.
+  bool textByStrictRule = false;
 };
 
 enum class SkipReason {
@@ -126,10 +137,13 @@ class SourceObserver {
   // It is no message but a mail program's notes about the folder, and left out like that; told only
   // where the messages' state is asked for.
   virtual void FolderDataSkipped(const MessageLocation& /*message*/) {}
-  // `offset` is that of the separator line, `line` its text (cut after some hundred bytes).
   virtual void SeparatorSuspected(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
-                                  std::uint64_t /*offset*/, SuspiciousSeparatorReason /*reason*/,
-                                  std::string_view /*line*/) {}
+                                  const SuspectedSeparator& /*separator*/) {}
+  // A mailbox's first `bytes` bytes were passed over, because they are no message; told only where
+  // such mailboxes are read at all (engine/mailbox_wishes.h). `text`: there is more in them than a
+  // byte order mark and blank lines.
+  virtual void BeginningPassedOver(const QuelmarMIMEEngineCommon::IAssetFolder& /*folder*/,
+                                   std::uint64_t /*bytes*/, bool /*text*/) {}
   // `index` is its path; before the first message of its folder is read.
   virtual void IndexNotUsed(std::u16string_view /*index*/, IndexFault /*fault*/,
                             const platform::Status& /*status*/) {}

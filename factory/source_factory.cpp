@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "factory/error_dump.h"
+#include "sources/mailbox_cutting.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/profile_asset_store.h"
 
@@ -20,6 +21,10 @@ std::unique_ptr<IAssetStore> CreateSource(SourceKind kind, NullableString diskPa
       return std::make_unique<TBAssetStore>(std::move(diskPath), std::nullopt);
   }
   return nullptr;
+}
+
+bool HasMailAnywhere(std::u16string_view path) {
+  return sources::LookAtBeginning(path) != sources::Beginning::kOther;
 }
 
 }  // namespace parvane::factory

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "engine/stores.h"
 #include "engine/values.h"
@@ -18,5 +19,9 @@ enum class SourceKind {
 // StoreFactory does.
 std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreateSource(
     SourceKind kind, QuelmarMIMEEngineCommon::NullableString diskPath);
+
+// True of a file in which messages are found behind whatever it begins with, by a reader that does
+// not mind (engine/mailbox_wishes.h).
+bool HasMailAnywhere(std::u16string_view path);
 
 }  // namespace parvane::factory

@@ -24,6 +24,10 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'auto lines never' -- "$current")
       return
       ;;
+    --separators)
+      mapfile -t COMPREPLY < <(compgen -W 'standard strict' -- "$current")
+      return
+      ;;
     --keep)
       mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses headers dates inline parts' -- "$current")
       return
@@ -32,7 +36,7 @@ _parvane() {
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
-      --detailed-log --report --progress --keep --skip-deleted --timings -q --quiet --help' -- "$current")
+      --detailed-log --report --progress --keep --skip-deleted --separators --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then

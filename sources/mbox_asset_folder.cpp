@@ -4,7 +4,10 @@
 #include <span>
 #include <utility>
 
+#include "engine/mailbox_wishes.h"
 #include "platform/file.h"
+#include "sources/line_cursor.h"
+#include "sources/separators.h"
 #include "sources/state/fallback_date.h"
 #include "sources/state/header_state.h"
 
@@ -58,23 +61,86 @@ bool MBOXAssetFolder::EnsureOpen() {
   _mboxFileStreamP = std::move(stream).value();
   _mboxFileOpened = true;
   _sizeAtStart = QueryTotalAssetUnits();
+  BeginCutting();
   return true;
+}
+
+void MBOXAssetFolder::BeginCutting() {
+  const std::span<const char> start = _mboxFileStreamP->Buffer();
+  const std::string_view line(start.data(), start.size());
+  _ofPatches =
+      parvane::sources::SignsOf(line.substr(0, line.find_first_of("\r\n")), {}, true).patch;
+  const AssetStoreBase* store = EngineStore();
+  const engine::MailboxWishes* wishes = store ? store->MailboxWishes() : nullptr;
+  _cut = Cut::kStandard;
+  if (!wishes) return;
+  if (wishes->separators == engine::SeparatorRule::kStrict) {
+    auto file =
+        platform::FileSystem::Default().Open(*_mboxFilePath, platform::FileSystem::OpenMode::kRead);
+    _judge = std::make_unique<parvane::sources::StrictJudge>(
+        file.ok() ? std::move(file).value() : nullptr,
+        [this](std::uint64_t offset) { return IndexHasSeparatorAt(offset); },
+        [this](const parvane::sources::SeparatorCandidate& candidate) {
+          if (Observer()) {
+            Observer()->SeparatorSuspected(
+                *this, {candidate.offset, engine::SuspiciousSeparatorReason::kTakenAsText,
+                        candidate.line.substr(0, kReportedLineLimit), true});
+          }
+        });
+    _judged.emplace(*_judge);
+    _cut = Cut::kStrict;
+  }
+  if (wishes->anyBeginning) PassOverBeginning();
+}
+
+void MBOXAssetFolder::PassOverBeginning() {
+  using parvane::sources::Beginning;
+  const std::span<const char> start = _mboxFileStreamP->Buffer();
+  const auto beginning = parvane::sources::BeginningOf({start.data(), start.size()});
+  if (beginning.kind == Beginning::kMmdf) _cut = Cut::kMmdf;
+  if (beginning.kind != Beginning::kMark && beginning.kind != Beginning::kText) return;
+  _mboxFileStreamP->Skip(beginning.separator);
+  std::string line;
+  parvane::sources::LineCursor(*_mboxFileStreamP).SkipLine(line);
+  if (_judge) _judge->Begins(line);
+  _nextSeparator = beginning.separator;
+  if (Observer()) {
+    Observer()->BeginningPassedOver(*this, beginning.separator, beginning.kind == Beginning::kText);
+  }
+}
+
+bool MBOXAssetFolder::AtEnd() {
+  return _cut == Cut::kStrict ? _judged->AtEnd(*_mboxFileStreamP)
+                              : _mboxFileStreamP->Buffer().empty();
+}
+
+std::uint64_t MBOXAssetFolder::Scan(parvane::sources::MessageBuffer& message) {
+  // Who wants to know where a message stands sees the separators.
+  parvane::sources::SeparatorWatcher* watcher = Observer() || StateWishes() ? this : nullptr;
+  switch (_cut) {
+    case Cut::kStrict:
+      return _judged->Read(*_mboxFileStreamP, message, watcher);
+    case Cut::kMmdf:
+      return parvane::sources::ScanMmdfMessage(*_mboxFileStreamP, message, watcher);
+    case Cut::kStandard:
+      break;
+  }
+  return parvane::sources::ScanMboxMessage(*_mboxFileStreamP, message, watcher);
 }
 
 std::optional<MailAssetFolder::MessageOrigin> MBOXAssetFolder::ReadMessage(
     parvane::sources::MessageBuffer& message) {
   if (!EnsureOpen() || !_mboxFileStreamP) return std::nullopt;
   engine::SourceObserver* observer = Observer();
-  // Who wants to know where a message stands sees the separators.
-  const bool watched = observer || StateWishes();
   // Nothing between two separators is no message; reading goes on behind it.
   do {
     _place.separator = _nextSeparator.value_or(0);
     _nextSeparator.reset();
-    _place.begin =
-        parvane::sources::ScanMboxMessage(*_mboxFileStreamP, message, watched ? this : nullptr);
+    std::optional<Suspect> suspect = std::exchange(_suspect, std::nullopt);
+    _place.begin = Scan(message);
     _place.end = _nextSeparator.value_or(_mboxFileStreamP->Position());
-  } while (message.empty() && message.lost() == 0 && !_mboxFileStreamP->Buffer().empty());
+    if (suspect) TellOf(*suspect, message.view().substr(0, message.view().find('\r')));
+  } while (message.empty() && message.lost() == 0 && !AtEnd());
 
   if (observer && !_mboxFileStreamP->status().ok()) ReportBreak(_mboxFileStreamP->status());
   if (!message.empty() || message.lost() > 0) return MessageOrigin{_place.begin, {}};
@@ -122,13 +188,26 @@ void MBOXAssetFolder::ReportChangeOfSize() {
 void MBOXAssetFolder::SeparatorFound(std::uint64_t offset, std::string_view line,
                                      bool afterEmptyLine) {
   _nextSeparator = offset;
-  const bool hasDate = parvane::sources::SeparatorHasDate(line);
-  engine::SourceObserver* observer = Observer();
-  if (!observer || (hasDate && afterEmptyLine)) return;
-  observer->SeparatorSuspected(*this, offset,
-                               hasDate ? engine::SuspiciousSeparatorReason::kNoEmptyLineBefore
-                                       : engine::SuspiciousSeparatorReason::kNoDate,
-                               line.substr(0, kReportedLineLimit));
+  if (!Observer() || _cut != Cut::kStandard) return;
+  const auto signs = parvane::sources::SignsOf(line, {}, afterEmptyLine);
+  if (signs.dated && afterEmptyLine && (!signs.patch || _ofPatches)) return;
+  _suspect = Suspect{offset, std::string(line.substr(0, kReportedLineLimit)), afterEmptyLine};
+}
+
+void MBOXAssetFolder::TellOf(const Suspect& suspect, std::string_view nextLine) {
+  using engine::SuspiciousSeparatorReason;
+  const auto signs = parvane::sources::SignsOf(suspect.line, nextLine, suspect.afterEmptyLine);
+  const auto reason = signs.patch    ? SuspiciousSeparatorReason::kPatch
+                      : !signs.dated ? SuspiciousSeparatorReason::kNoDate
+                                     : SuspiciousSeparatorReason::kNoEmptyLineBefore;
+  Observer()->SeparatorSuspected(*this, {suspect.offset, reason, suspect.line, !signs.Suffice()});
+}
+
+void MBOXAssetFolder::Close() {
+  _mboxFileStreamP.reset();
+  _judged.reset();
+  _judge.reset();
+  _suspect.reset();
 }
 
 void MBOXAssetFolder::ResetQuery() {

@@ -17,7 +17,7 @@ MBOXAssetStore::MBOXAssetStore(NullableString storeDiskPath, NullableString stor
 OperationResultCode MBOXAssetStore::OpenStore(IProgressPresenter* progressPresenter,
                                               ICancelable* cancelable, bool, ILogger*) {
   _storeRootAssetFolder = MakeFolder<MBOXAssetFolder>(std::nullopt, std::nullopt, this, nullptr);
-  SourceWalk walk(progressPresenter, cancelable, Observer());
+  SourceWalk walk(progressPresenter, cancelable, Observer(), MailboxWishes());
   const std::u16string path = _storeRootDiskPath.value_or(u"");
   walk.Guard(path, [&] {
     auto* folder = MakeFolder<MBOXAssetFolder>(path, platform::FileNameOfPath(path), this,

@@ -18,57 +18,6 @@ constexpr std::string_view kFrom = "From ";
 
 bool IsSeparator(std::string_view line) { return line.starts_with(kFrom); }
 
-bool IsQuotedSeparator(std::string_view line) {
-  if (line.empty() || line.front() != '>') return false;
-  const std::size_t text = line.find_first_not_of('>');
-  return text != line.npos && line.substr(text).starts_with(kFrom);
-}
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
-bool HasClockTime(std::string_view text) {
-  for (std::size_t i = 1; i + 2 < text.size(); ++i) {
-    if (text[i] == ':' && IsDigit(text[i - 1]) && IsDigit(text[i + 1]) && IsDigit(text[i + 2]))
-      return true;
-  }
-  return false;
-}
-
-// Three letters in one number, lower case.
-constexpr std::uint32_t PackedName(std::string_view name) {
-  const auto letter = [&](std::size_t at) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(platform::AsciiToLower(name[at])));
-  };
-  return letter(0) | letter(1) << 8 | letter(2) << 16;
-}
-
-bool HasDayOrMonthName(std::string_view text) {
-  static constexpr std::size_t kLetters = 3;
-  static constexpr auto kNames = [] {
-    constexpr std::string_view kAll = "sunmontuewedthufrisatjanfebmaraprmayjunjulaugsepoctnovdec";
-    std::array<std::uint32_t, kAll.size() / kLetters> names{};
-    for (std::size_t i = 0; i < names.size(); ++i)
-      names[i] = PackedName(kAll.substr(i * kLetters, kLetters));
-    return names;
-  }();
-  const auto separates = [](char c) { return c == ' ' || c == '\t' || c == ',' || c == '-'; };
-  for (std::size_t at = 0; at < text.size();) {
-    std::size_t end = at;
-    while (end < text.size() && !separates(text[end])) ++end;
-    const std::string_view word = text.substr(at, end - at);
-    if (word.size() == kLetters &&
-        std::find(kNames.begin(), kNames.end(), PackedName(word)) != kNames.end()) {
-      return true;
-    }
-    at = end + 1;
-  }
-  return false;
-}
-
-}  // namespace
-
-namespace {
-
 // Where reading is, in the lines of one message.
 struct LinePlace {
   std::size_t start = 0;     // of the line in the message
@@ -121,6 +70,12 @@ void LoseMessage(LineCursor& cursor, MessageBuffer& message, SeparatorWatcher* w
 
 }  // namespace
 
+bool IsQuotedSeparator(std::string_view line) {
+  if (line.empty() || line.front() != '>') return false;
+  const std::size_t text = line.find_first_not_of('>');
+  return text != line.npos && line.substr(text).starts_with(kFrom);
+}
+
 std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher) {
   const platform::StageMark mark(platform::Stage::kSplit);
@@ -137,12 +92,6 @@ std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& mess
   }
   mark.CountBytes(message.size());
   return messageOffset;
-}
-
-bool SeparatorHasDate(std::string_view line) {
-  if (!IsSeparator(line)) return false;
-  line.remove_prefix(kFrom.size());
-  return HasClockTime(line) && HasDayOrMonthName(line);
 }
 
 MboxProbe ProbeMboxFile(std::u16string_view path, platform::Status* status) {

@@ -67,8 +67,8 @@ class SeparatorWatcher {
 std::uint64_t ScanMboxMessage(platform::InputStream& stream, MessageBuffer& message,
                               SeparatorWatcher* watcher);
 
-// True when something like a date stands in a separator line, as every mail program puts there.
-bool SeparatorHasDate(std::string_view line);
+// One ">" at least, and "From " behind it: text that mail programs keep from being a separator.
+bool IsQuotedSeparator(std::string_view line);
 
 enum class MboxProbe { kMbox, kEmpty, kOther, kUnreadable };
 // What IsValidMBOXFile looks at; `status` (may be null) says why a file is unreadable.

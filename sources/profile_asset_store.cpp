@@ -31,12 +31,20 @@ TBAssetFolder::~TBAssetFolder() = default;
 
 parvane::engine::MessageState TBAssetFolder::StateOf(const parvane::sources::StateHeaders& headers,
                                                      const parvane::engine::StateWishes& wishes) {
+  return Index().StateOf(Place(), headers, wishes);
+}
+
+std::optional<bool> TBAssetFolder::IndexHasSeparatorAt(std::uint64_t offset) {
+  return Index().HasSeparatorAt(offset);
+}
+
+parvane::sources::MailboxIndex& TBAssetFolder::Index() {
   if (!_index) {
     _index = std::make_unique<parvane::sources::MailboxIndex>(FolderDiskPath().value_or(u""));
     if (_index->fault() && Observer())
       Observer()->IndexNotUsed(_index->path(), *_index->fault(), _index->status());
   }
-  return _index->StateOf(Place(), headers, wishes);
+  return *_index;
 }
 
 void TBAssetFolder::ResetQuery() {
@@ -52,7 +60,7 @@ OperationResultCode TBAssetStore::OpenStore(IProgressPresenter* progressPresente
                                             ICancelable* cancelable, bool, ILogger*) {
   auto* root = MakeFolder<TBAssetFolder>(std::nullopt, std::nullopt, this, nullptr);
   _storeRootAssetFolder = root;
-  SourceWalk walk(progressPresenter, cancelable, Observer());
+  SourceWalk walk(progressPresenter, cancelable, Observer(), MailboxWishes());
   const std::u16string path = _storeRootDiskPath.value_or(u"");
   walk.Guard(path, [&] { PopulateMailFolders(path, root, walk); });
   return walk.Canceled() ? OperationResultCode::Canceled : OperationResultCode::Completed;

@@ -2,6 +2,9 @@
 // the subfolders of a mailbox lie in a directory named after it ("Inbox.sbd").
 #pragma once
 
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string_view>
 
 #include "engine/asset_bases.h"
@@ -28,7 +31,12 @@ class TBAssetFolder : public MBOXAssetFolder {
   parvane::engine::MessageState StateOf(const parvane::sources::StateHeaders& headers,
                                         const parvane::engine::StateWishes& wishes) override;
 
+  std::optional<bool> IndexHasSeparatorAt(std::uint64_t offset) override;
+
  private:
+  // Read when it is first needed; the observer is told why it is not used.
+  parvane::sources::MailboxIndex& Index();
+
   std::unique_ptr<parvane::sources::MailboxIndex> _index;  // from the first message to the last
 };
 

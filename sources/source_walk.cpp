@@ -8,6 +8,7 @@
 #include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
+#include "sources/mailbox_cutting.h"
 #include "sources/state/thunderbird_index.h"
 
 namespace parvane::sources {
@@ -18,29 +19,6 @@ using platform::FileKind;
 using platform::FileSystem;
 
 namespace {
-
-// As far as a file that does not begin with a separator line is searched for one.
-constexpr std::size_t kBeginning = 64 << 10;
-
-// Something stands before the first message: an empty line, a byte order mark, a piece of a
-// message whose first half is gone.
-bool HasSeparatorFartherOn(std::u16string_view path) {
-  auto file = FileSystem::Default().Open(path, FileSystem::OpenMode::kRead);
-  if (!file.ok()) return false;
-  std::string beginning(kBeginning, '\0');
-  const auto count = (*file)->ReadAt(0, std::as_writable_bytes(std::span(beginning)));
-  if (!count.ok()) return false;
-  beginning.resize(*count);
-  const std::string_view text = beginning;
-  for (std::size_t at = text.find("From "); at != text.npos; at = text.find("From ", at + 1)) {
-    const std::string_view before = text.substr(0, at);
-    const bool startsLine =
-        before.ends_with('\n') || before.ends_with('\r') || before == "\xEF\xBB\xBF";
-    const std::string_view line = text.substr(at, text.find_first_of("\r\n", at) - at);
-    if (startsLine && SeparatorHasDate(line)) return true;
-  }
-  return false;
-}
 
 // As the folders of a maildir are named, which come in threes.
 bool IsOfMaildir(std::u16string_view directory) {
@@ -134,15 +112,20 @@ bool SourceWalk::AcceptMbox(std::u16string_view path) {
     case MboxProbe::kEmpty:
       return true;
     case MboxProbe::kOther:
-      if (_observer) {
-        Skipped(path, HasSeparatorFartherOn(path) ? SkipReason::kDamagedBeginning
-                                                  : SkipReason::kNotAnMbox);
-      }
-      return false;
+      return AcceptBeginning(path);
     case MboxProbe::kUnreadable:
       Skipped(path, SkipReason::kUnreadable, status);
       return false;
   }
+  return false;
+}
+
+bool SourceWalk::AcceptBeginning(std::u16string_view path) {
+  if (!_anyBeginning && !_observer) return false;
+  const Beginning beginning = LookAtBeginning(path);
+  if (_anyBeginning && beginning != Beginning::kOther) return true;
+  const bool damaged = beginning == Beginning::kMark || beginning == Beginning::kText;
+  Skipped(path, damaged ? SkipReason::kDamagedBeginning : SkipReason::kNotAnMbox);
   return false;
 }
 

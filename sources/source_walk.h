@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "engine/callbacks.h"
+#include "engine/mailbox_wishes.h"
 #include "engine/source_observer.h"
 #include "platform/file.h"
 #include "sources/mbox_reading.h"
@@ -21,10 +22,14 @@ namespace parvane::sources {
 
 class SourceWalk {
  public:
-  // All three may be null.
+  // All may be null. Mailboxes are accepted as their user wishes.
   SourceWalk(QuelmarMIMEEngineCommon::IProgressPresenter* progress,
-             QuelmarMIMEEngineCommon::ICancelable* cancelable, engine::SourceObserver* observer)
-      : _progress(progress), _cancelable(cancelable), _observer(observer) {}
+             QuelmarMIMEEngineCommon::ICancelable* cancelable, engine::SourceObserver* observer,
+             const engine::MailboxWishes* wishes = nullptr)
+      : _progress(progress),
+        _cancelable(cancelable),
+        _observer(observer),
+        _anyBeginning(wishes && wishes->anyBeginning) {}
 
   // Runs a whole walk. A failure that is raised in it, for want of memory, ends it quietly where it
   // is; the observer is told that not all below `directory` was read.
@@ -74,6 +79,8 @@ class SourceWalk {
     }
   };
 
+  // Of a file that does not begin with a separator.
+  bool AcceptBeginning(std::u16string_view path);
   void StepInto(std::u16string_view directory, const platform::FileInformation& information);
   // Why the directory entered last is not to be read, when it is not.
   std::optional<engine::SkipReason> ReasonNotToRead();
@@ -84,6 +91,7 @@ class SourceWalk {
   QuelmarMIMEEngineCommon::IProgressPresenter* _progress;
   QuelmarMIMEEngineCommon::ICancelable* _cancelable;
   engine::SourceObserver* _observer;
+  bool _anyBeginning;  // of mailboxes is accepted
   std::vector<Step> _way;
   bool _linked = false;  // its last step, through a link
   std::set<Identity> _read;

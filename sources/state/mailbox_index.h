@@ -6,6 +6,7 @@
 // not list has been deleted or replaced.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,6 +31,10 @@ class MailboxIndex {
   const platform::Status& status() const { return _status; }
   const std::u16string& path() const { return _path; }
 
+  // Whether the index, if it is to be believed, has a message whose separator stands there.
+  std::optional<bool> HasSeparatorAt(std::uint64_t offset) const {
+    return _index ? std::optional(_index->At(offset) != nullptr) : std::nullopt;
+  }
   engine::MessageState StateOf(const MessagePlace& place, const StateHeaders& headers,
                                const engine::StateWishes& wishes);
 

@@ -238,10 +238,10 @@ TEST(Lists, AreCutByTheirBytesAndEntriesButCounted) {
   ConversionRecord record;
   record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 0, 0, 0, 0});
   for (std::uint64_t i = 0; i < kMostEntriesListed + 2; ++i) {
-    record.Add(FailedMessage{0, i, i, "", FailureKind::kNotParsed, "", ""});
+    record.Add(FailedMessage{{0, i, i, u"", ""}, FailureKind::kNotParsed, "", ""});
     if (i < 40) {
-      record.Add(MessageRemark{
-          0, i, i, "", {engine::RemarkKind::kRefused, "", std::string(1 << 20, 'x')}});
+      record.Add(MessageRemark{{0, i, i, u"", ""},
+                               {engine::RemarkKind::kRefused, "", std::string(1 << 20, 'x')}});
     }
   }
   EXPECT_EQ(record.failures.entries.size(), kMostEntriesListed);
@@ -261,8 +261,8 @@ TEST(Summaries, NameWhatTheOwnerOfTheMailShouldKnow) {
   record.destination = u"mail.pst";
   record.folders.push_back({{u"Inbox"}, u"Inbox.mbox", 1'200, 1'188, 12, 0});
   for (std::uint64_t i = 1; i <= 12; ++i) {
-    record.Add(
-        FailedMessage{0, i, 100 * i, i == 2 ? "<2@x>" : "", FailureKind::kNotConverted, "why", ""});
+    record.Add(FailedMessage{
+        {0, i, 100 * i, u"", i == 2 ? "<2@x>" : ""}, FailureKind::kNotConverted, "why", ""});
   }
   record.leftBehind.Add({u"a\x1b.txt", engine::SkipReason::kOtherExtension, ""});
   record.withoutDate = 2;

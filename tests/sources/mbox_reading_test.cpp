@@ -145,21 +145,6 @@ TEST(MboxMessages, OfHugeLinesTakeTimeInProportion) {
   EXPECT_TRUE(stream->Buffer().empty());
 }
 
-TEST(MboxSeparators, AreTakenForTextOnlyWithoutADate) {
-  const std::pair<const char*, bool> cases[] = {
-      {"From a@b Tue Jan  1 00:00:00 2002", true},
-      {"From - Sat Nov 06 8:49 1994 -0500", true},
-      {"From ???@??? Mon, 3 Jun 2013 10:20:30", true},
-      {"From the start, I said 10:30", false},
-      {"From Monday to Friday", false},
-      {"From Monday at 10:30 sat and waited", true},  // cannot be told from a date
-      {"From ", false},
-      {"To Tue Jan 1 00:00:00 2002", false},
-  };
-  for (const auto& [line, expected] : cases)
-    EXPECT_EQ(parvane::sources::SeparatorHasDate(line), expected) << line;
-}
-
 TEST(MboxFiles, AreRecognisedByTheirFirstBytes) {
   const TemporaryFolder folder;
   EXPECT_TRUE(IsValidMBOXFile(folder.Write("empty", "")));

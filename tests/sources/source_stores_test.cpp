@@ -51,10 +51,9 @@ class Observer : public engine::SourceObserver {
   void MessageNamed(const engine::MessageLocation&, std::string_view messageId) override {
     names.emplace_back(messageId);
   }
-  void SeparatorSuspected(const IAssetFolder&, std::uint64_t offset,
-                          engine::SuspiciousSeparatorReason reason,
-                          std::string_view line) override {
-    separators.push_back({offset, reason, std::string(line)});
+  void SeparatorSuspected(const IAssetFolder&,
+                          const engine::SuspectedSeparator& separator) override {
+    separators.push_back({separator.offset, separator.reason, std::string(separator.line)});
   }
   void PathSkipped(std::u16string_view path, engine::SkipReason reason,
                    const platform::Status&) override {
