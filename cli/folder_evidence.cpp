@@ -30,6 +30,7 @@ void LookAtFile(std::u16string_view folder, const DirectoryEntry& entry,
   // That of an account stands beside the account's folder.
   evidence.indexFiles |= engine::HasExtension(entry.name, u".msf") &&
                          !folderNames.contains(platform::StemOfPath(entry.name));
+  evidence.appleMail |= engine::HasExtension(entry.name, u".emlx") && !entry.name.starts_with(u'.');
   evidence.singleMessages |= engine::IsNamedLikeAMessage(entry.name);
   evidence.compressed |= engine::IsNamedLikeAnArchive(entry.name);
   if (extension.empty() && entry.size > 0 && !evidence.mailFiles) {
@@ -57,6 +58,7 @@ FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryE
     (entry.kind == FileKind::kFolder ? folderNames : fileNames).insert(entry.name);
   for (const DirectoryEntry& entry : entries) {
     if (entry.kind == FileKind::kFolder) {
+      evidence.appleMail |= engine::IsMailboxFolder(entry.name);
       evidence.subfolders |= platform::ExtensionOfPath(entry.name) == u".sbd" &&
                              fileNames.contains(platform::StemOfPath(entry.name));
     } else if (entry.kind == FileKind::kFile) {
@@ -67,6 +69,8 @@ FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryE
                             !entry.name.starts_with(u'.');
     }
   }
+  evidence.appleMail |= engine::IsMailboxFolder(platform::FileNameOfPath(folder)) &&
+                        (fileNames.contains(u"mbox") || folderNames.contains(u"Messages"));
   evidence.profileRoot = fileNames.contains(u"prefs.js") &&
                          (folderNames.contains(u"Mail") || folderNames.contains(u"ImapMail"));
   evidence.singleMessages |=
@@ -86,12 +90,16 @@ Result<FolderEvidence> SearchFolder(const std::u16string& top) {
     auto entries = Files().List(folder);
     if (!entries.ok()) {
       if (folder == top) return entries.status();
+      unread.locked |= entries.status().code() == platform::StatusCode::kAccessDenied;
       continue;
     }
     FolderEvidence evidence = LookInto(folder, *entries);
     // Above the mail itself a profile's root is only that.
     if (folder != top) evidence.profileRoot = false;
-    if (evidence.profileRoot || evidence.mboxFiles || evidence.Thunderbird()) return evidence;
+    if (evidence.profileRoot || evidence.mboxFiles || evidence.appleMail ||
+        evidence.Thunderbird()) {
+      return evidence;
+    }
     unread.singleMessages |= evidence.singleMessages;
     unread.compressed |= evidence.compressed;
     unread.deadLinks |= evidence.deadLinks;
@@ -107,11 +115,12 @@ std::string NoMailText(const FolderEvidence& found) {
   std::string text = "no mail found in it that is read here";
   if (found.singleMessages) {
     return text +
-           ", but messages in files of their own (maildir, .eml, Apple Mail): let the program that "
+           ", but messages in files of their own (maildir, .eml): let the program that "
            "keeps them export them as mbox";
   }
   if (found.compressed) return text + ", but compressed files or archives: unpack them first";
   if (found.deadLinks) return text + ", but links that lead nowhere: connect the disk they lead to";
+  if (found.locked) return "no mail found in it, but folders that may not be opened";
   return "no mail found in it";
 }
 

@@ -16,11 +16,13 @@ struct FolderEvidence {
   bool indexFiles = false;   // "name.msf" of a mailbox
   bool subfolders = false;   // "name" beside the folder "name.sbd"
   bool profileRoot = false;  // "prefs.js" beside "Mail" or "ImapMail"
+  bool appleMail = false;    // folders named like mailboxes ("NAME.mbox"), ".emlx" files
   // What is not read: messages in files of their own, what would have to be unpacked, links to
   // where nothing is.
   bool singleMessages = false;
   bool compressed = false;
   bool deadLinks = false;
+  bool locked = false;  // folders that may not be listed
 
   bool Thunderbird() const { return mailFiles || indexFiles || subfolders; }
 };

@@ -67,20 +67,21 @@ void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::
   }
 }
 
-void FolderPlan::AddStore(const IAssetStore& store, std::u16string_view topName, bool holdsItself) {
+void FolderPlan::AddStore(const IAssetStore& store, std::u16string_view topName, bool holdsItself,
+                          Naming naming) {
   const IAssetFolder* root = store.GetStoreRootFolder();
   if (!root || root->GetSubFolders().empty()) return;
-  if (!holdsItself) return AddFoldersOf(store, AddTop(topName));
+  if (!holdsItself) return AddFoldersOf(store, AddTop(topName), naming);
   for (IAssetFolder* folder : root->GetSubFolders()) {
     const bool holdsMail = folder->FolderType() == QuelmarMIMEEngineCommon::kAssetFolderTypeEmail ||
                            !folder->GetSubFolders().empty();
-    if (holdsMail) AddTree(folder, topName, _commonTop, Naming::kAsTheyAre);
+    if (holdsMail) AddTree(folder, topName, _commonTop, naming);
   }
 }
 
-void FolderPlan::AddFoldersOf(const IAssetStore& store, std::size_t parent) {
+void FolderPlan::AddFoldersOf(const IAssetStore& store, std::size_t parent, Naming naming) {
   for (IAssetFolder* folder : store.GetStoreRootFolder()->GetSubFolders())
-    AddTree(folder, NameOf(*folder, Naming::kOfServers), parent, Naming::kOfServers);
+    AddTree(folder, NameOf(*folder, naming), parent, naming);
 }
 
 void FolderPlan::Avoid(const ForeignFolders& foreign) {

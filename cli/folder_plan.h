@@ -30,7 +30,7 @@ struct PlannedFolder {
 // Parents come before their children.
 class FolderPlan {
  public:
-  // The folders of a mail profile may be named as a server spells them (cli/modified_utf7.h).
+  // Folders may be named as a server spells them (cli/modified_utf7.h).
   enum class Naming { kAsTheyAre, kOfServers };
 
   // Every store's mail goes below this folder.
@@ -39,9 +39,10 @@ class FolderPlan {
   // directly under the top. `holdsItself`: the store's root has one folder, which stands for the
   // source and takes topName.
   void AddStore(const QuelmarMIMEEngineCommon::IAssetStore& store, std::u16string_view topName,
-                bool holdsItself);
-  // The folders of a mail profile's store, as children of one that is there.
-  void AddFoldersOf(const QuelmarMIMEEngineCommon::IAssetStore& store, std::size_t parent);
+                bool holdsItself, Naming naming);
+  // The folders of a store, as children of one that is there.
+  void AddFoldersOf(const QuelmarMIMEEngineCommon::IAssetStore& store, std::size_t parent,
+                    Naming naming);
   // A folder that only holds others; its place.
   std::size_t AddHolder(std::u16string_view wanted, std::size_t parent);
   // The one for all mail of a store; without a name, what is above the store's folders.

@@ -75,8 +75,10 @@ struct Word {
   const char* name;
   Choice choice;
 };
-constexpr Word<std::optional<SourceKind>> kSources[] = {
-    {"auto", std::nullopt}, {"mbox", SourceKind::kMbox}, {"thunderbird", SourceKind::kThunderbird}};
+constexpr Word<std::optional<SourceKind>> kSources[] = {{"auto", std::nullopt},
+                                                        {"mbox", SourceKind::kMbox},
+                                                        {"thunderbird", SourceKind::kThunderbird},
+                                                        {"apple-mail", SourceKind::kAppleMail}};
 constexpr Word<SeparatorRule> kSeparatorRules[] = {{"standard", SeparatorRule::kStandard},
                                                    {"strict", SeparatorRule::kStrict}};
 constexpr Word<MapiChoice> kMapis[] = {{"builtin", MapiChoice::kBuiltin},

@@ -55,6 +55,9 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kCompressed:
       return {"compressed", "a compressed file or an archive",
               "unpack it and convert what is in it"};
+    case SkipReason::kOlderCopy:
+      return {"older-copy", "left behind by an older version of the mail program",
+              "convert it by itself if anything is missing"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};
@@ -197,6 +200,9 @@ RemarkWords WordsOf(RemarkKind kind) {
     case RemarkKind::kFetchedInPart:
       return {"fetched-in-part", "IN PART",
               "Messages of which only the beginning had been fetched"};
+    case RemarkKind::kPartNotFetched:
+      return {"part-not-fetched", "NOT FETCHED",
+              "Attachments that the mail program had never fetched, which are empty"};
     case RemarkKind::kRefused:
       return {"refused", "WRITTEN WITHOUT", "Written without what the PST refused"};
   }

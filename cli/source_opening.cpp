@@ -28,6 +28,11 @@ std::ptrdiff_t LevelsOf(const std::u16string& path) {
   return std::count(path.begin(), path.end(), platform::kPathSeparator);
 }
 
+FolderPlan::Naming NamingOf(SourceKind kind) {
+  return kind == SourceKind::kThunderbird ? FolderPlan::Naming::kOfServers
+                                          : FolderPlan::Naming::kAsTheyAre;
+}
+
 // Which folders of the plan stand for the directories of one source. Those without mail of their
 // own are not in the plan before something is found below them.
 class DirectoryPlaces {
@@ -109,7 +114,7 @@ bool SourceOpening::OpenStore(const SourceStore& source) {
   Remember(source.path);
   const IAssetStore* store = OpenOne(source.kind, source.path);
   if (!store) return false;
-  _plan.AddStore(*store, source.topName, source.kind == SourceKind::kMbox);
+  _plan.AddStore(*store, source.topName, source.kind == SourceKind::kMbox, NamingOf(source.kind));
   return OpenOrphans(source, firstFolder);
 }
 
@@ -130,7 +135,7 @@ bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFold
     const IAssetStore* store = OpenOne(SourceKind::kThunderbird, orphans[i]);
     if (!store) return false;
     if (!store->GetStoreRootFolder()->GetSubFolders().empty())
-      _plan.AddFoldersOf(*store, places.Of(orphans[i]));
+      _plan.AddFoldersOf(*store, places.Of(orphans[i]), NamingOf(SourceKind::kThunderbird));
     places.Add(before);
     for (std::u16string& orphan : _witness.TakeOrphans()) orphans.push_back(std::move(orphan));
   }

@@ -49,6 +49,19 @@ Status NotAMailbox(const std::u16string& path) {
   return {StatusCode::kUnsupported, PathForDisplay(path) + ": " + why};
 }
 
+// A Mac keeps programs from its mail until they are let in, whosever they are.
+Status WithAdvice(const std::u16string& path, const Status& status) {
+  const std::u16string mail = platform::JoinPath(u"Library", u"Mail");
+  const std::u16string below = platform::JoinPath(mail, u"");
+  const bool mailOfMac = path.ends_with(mail) || path.find(below) != path.npos;
+  if (status.code() != StatusCode::kAccessDenied || !mailOfMac) return status;
+  return {status.code(),
+          status.message() +
+              "; allow it under System Settings, Privacy & Security, Full Disk Access (for the "
+              "program in which you type this), or copy the folder in the Finder and convert the "
+              "copy"};
+}
+
 class Recogniser {
  public:
   explicit Recogniser(const ConvertOptions& options) : _options(options) {}
@@ -105,8 +118,9 @@ class Recogniser {
 
   Status AddFolder(const std::u16string& path) {
     auto entries = Files().List(path);
-    if (!entries.ok()) return entries.status();
+    if (!entries.ok()) return WithAdvice(path, entries.status());
     const FolderEvidence here = LookInto(path, *entries);
+    if (IsForAppleMail(here)) return AddAppleMail(path);
     if (_options.from != SourceKind::kMbox && !here.profileRoot && !here.mboxFiles &&
         !here.Thunderbird()) {
       const std::vector<std::u16string> profiles = ProfilesIn(path);
@@ -124,6 +138,7 @@ class Recogniser {
   Status AddFolderOfMail(const std::u16string& path, const FolderEvidence& here) {
     auto evidence = SearchFolder(path);
     if (!evidence.ok()) return evidence.status();
+    if (IsForAppleMail(*evidence)) return AddAppleMail(path);
     const bool mbox = _options.from == SourceKind::kMbox ||
                       (!_options.from && evidence->mboxFiles &&
                        !(evidence->mailFiles && evidence->indexFiles) && !evidence->profileRoot);
@@ -141,9 +156,17 @@ class Recogniser {
     return {};
   }
 
+  bool IsForAppleMail(const FolderEvidence& evidence) const {
+    return _options.from == SourceKind::kAppleMail || (!_options.from && evidence.appleMail);
+  }
+
+  Status AddAppleMail(const std::u16string& path) {
+    _plan.stores.push_back({SourceKind::kAppleMail, path, NameAmongOthers(path)});
+    return {};
+  }
+
   void AddMailFolder(const std::u16string& path) {
-    const bool alone = _options.sources.size() == 1 && _options.name.empty();
-    _plan.stores.push_back({SourceKind::kThunderbird, path, alone ? u"" : TopName(path)});
+    _plan.stores.push_back({SourceKind::kThunderbird, path, NameAmongOthers(path)});
   }
 
   Status AddProfile(const std::u16string& profile) {
@@ -190,6 +213,12 @@ class Recogniser {
   void NoteIfDangling(const std::u16string& path, const DirectoryEntry& entry) {
     if (entry.link && entry.kind == FileKind::kNone)
       _plan.leftBehind.push_back({path, SkipReason::kDanglingLink, {}});
+  }
+
+  // Of what holds several folders: when it is alone, they stand directly under the PST's top.
+  std::u16string NameAmongOthers(std::u16string_view path) const {
+    const bool alone = _options.sources.size() == 1 && _options.name.empty();
+    return alone ? std::u16string() : TopName(path);
   }
 
   // With one source --name is its folder's name; with several it is the folder above them all.

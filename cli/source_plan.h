@@ -42,7 +42,9 @@ struct SourcePlan {
 //   a folder of .mbox files  becomes a folder of its own name
 //   a Thunderbird profile    each account below its Mail/ and ImapMail/ becomes a folder
 //   a folder of profiles     stands for its profile when there is only one
-//   a folder of mail files   as Thunderbird keeps them ("Inbox" beside "Inbox.sbd"): the mail
+//   Apple Mail's folder      each account becomes a folder; so do exported mailboxes
+//   (NAME.mbox/mbox) a folder of mail files   as Thunderbird keeps them ("Inbox" beside
+//   "Inbox.sbd"): the mail
 //                            folders go directly under the PST's top; with several sources under
 //                            the folder's name
 //

@@ -27,6 +27,10 @@ bool HasExtension(std::u16string_view path, std::u16string_view extension) {
   return HasOneOf(path, {&extension, 1});
 }
 bool IsNamedLikeAMessage(std::u16string_view path) { return HasOneOf(path, kMessages); }
+bool IsMailboxFolder(std::u16string_view name) {
+  constexpr std::u16string_view kFolders[] = {u".mbox", u".imapmbox"};
+  return !platform::StemOfPath(name).empty() && HasOneOf(name, kFolders);
+}
 bool IsNamedLikeAnArchive(std::u16string_view path) { return HasOneOf(path, kArchives); }
 
 }  // namespace parvane::engine

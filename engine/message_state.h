@@ -29,6 +29,7 @@ namespace parvane::engine {
 enum class StateOrigin {
   kNobody,
   kIndex,           // Thunderbird's index beside the mailbox
+  kEmlxList,        // the property list behind the message in an EMLX file
   kDateField,       // the Date, where repair did not understand it and it reads all the same
   kDeliveryDate,    // the field of that name
   kReceived,        // the topmost Received field with a date

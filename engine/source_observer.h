@@ -63,6 +63,7 @@ enum class SkipReason {
   kSingleMessages,         // a folder with files of one message each (maildir, .eml)
   kNotDownloaded,          // an index ("X.msf") lists messages, and there is no mailbox with them
   kCompressed,             // a compressed file or an archive, by its extension
+  kOlderCopy,              // what an older version of its mail program left behind
   kElsewhere,              // a folder that belongs to the source and lies outside of it
   kUnusableSource,         // what was given as a source is none: see the status
 };
@@ -93,9 +94,10 @@ enum class RemarkKind {
   kTagNameless,         // a tag of it is named by its key, because nobody knows its name
   kWinmailKept,         // a winmail.dat of it could not be opened, or not all of it
   kFetchedInPart,       // its mail program had fetched its beginning only
+  kPartNotFetched,      // its mail program had never fetched an attachment of it
   kRefused,             // MAPI did not take a part of it; told by the refusals below
 };
-inline constexpr std::size_t kRemarkKinds = 9;
+inline constexpr std::size_t kRemarkKinds = 10;
 
 struct Remark {
   RemarkKind kind{};

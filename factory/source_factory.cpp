@@ -7,6 +7,7 @@
 #include "sources/mailbox_cutting.h"
 #include "sources/mbox_asset_store.h"
 #include "sources/profile_asset_store.h"
+#include "sources/stores/apple/apple_mail_store.h"
 
 namespace parvane::factory {
 
@@ -19,6 +20,8 @@ std::unique_ptr<IAssetStore> CreateSource(SourceKind kind, NullableString diskPa
       return std::make_unique<MBOXAssetStore>(std::move(diskPath), std::nullopt);
     case SourceKind::kThunderbird:
       return std::make_unique<TBAssetStore>(std::move(diskPath), std::nullopt);
+    case SourceKind::kAppleMail:
+      return std::make_unique<AppleMailStore>(std::move(diskPath));
   }
   return nullptr;
 }

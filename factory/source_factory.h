@@ -13,6 +13,7 @@ namespace parvane::factory {
 enum class SourceKind {
   kMbox,         // an mbox file, or a directory of them
   kThunderbird,  // a mail profile's directory
+  kAppleMail,    // ~/Library/Mail, an account or a mailbox in it, exported mailboxes
 };
 
 // A store that is not yet opened. Prepares the file for messages nobody could parse, as

@@ -160,4 +160,36 @@ std::string DecodeBase64(std::string_view encoded) {
   return out;
 }
 
+char* Base64Encoder::WriteGroup(std::size_t bytes, char* to) {
+  if (_column == kLine) {
+    *to++ = '\r';
+    *to++ = '\n';
+    _column = 0;
+  }
+  const unsigned bits = unsigned{_held[0]} << 16 | unsigned{_held[1]} << 8 | _held[2];
+  *to++ = kAlphabet[bits >> 18];
+  *to++ = kAlphabet[bits >> 12 & 63];
+  *to++ = bytes > 1 ? kAlphabet[bits >> 6 & 63] : '=';
+  *to++ = bytes > 2 ? kAlphabet[bits & 63] : '=';
+  _column += 4;
+  _count = 0;
+  return to;
+}
+
+std::size_t Base64Encoder::Encode(std::string_view bytes, char* out) {
+  char* to = out;
+  for (const char byte : bytes) {
+    _held[_count++] = static_cast<unsigned char>(byte);
+    if (_count == 3) to = WriteGroup(3, to);
+  }
+  return static_cast<std::size_t>(to - out);
+}
+
+std::size_t Base64Encoder::Finish(char* out) {
+  if (_count == 0) return 0;
+  const std::size_t bytes = _count;
+  std::fill(_held + bytes, _held + 3, static_cast<unsigned char>(0));
+  return static_cast<std::size_t>(WriteGroup(bytes, out) - out);
+}
+
 }  // namespace Tessary

@@ -1,4 +1,4 @@
-// Content-Transfer-Encoding: decoding what is out there.
+// Content-Transfer-Encoding: decoding what is out there, and base64 for what is put together here.
 //
 // Decoders take their input in pieces of any size and give the same bytes for every way of cutting
 // it. They never fail and lose no byte that was encoded: noise is skipped.
@@ -45,6 +45,29 @@ class Base64Decoder {
   bool _padded = false;  // behind padding: the line that follows decides
   bool _ended = false;
   std::string _line;  // that line, as far as it has come
+};
+
+// base64 in lines of 76 characters, each but the last ended by CR LF. The memory written to has room
+// for RoomFor(the bytes handed in by this call).
+class Base64Encoder {
+ public:
+  static constexpr std::size_t RoomFor(std::size_t bytes) {
+    const std::size_t characters = (bytes + 2) / 3 * 4;
+    return characters + 4 + (characters / kLine + 1) * 2;
+  }
+  // Both return how many characters were written; what is left of an unfinished group of three
+  // bytes comes with the next.
+  std::size_t Encode(std::string_view bytes, char* out);
+  std::size_t Finish(char* out);
+
+ private:
+  static constexpr std::size_t kLine = 76;
+
+  char* WriteGroup(std::size_t bytes, char* to);
+
+  unsigned char _held[3] = {};
+  std::size_t _count = 0;   // bytes in _held
+  std::size_t _column = 0;  // characters on the line in hand
 };
 
 // quoted-printable (RFC 2045, 6.7). Hexadecimal digits of either case; white space before a line

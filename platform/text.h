@@ -60,5 +60,8 @@ std::u16string FoldCase(std::u16string_view text);
 bool EqualsIgnoreCase(std::u16string_view a, std::u16string_view b);
 // Full Unicode upper-casing without a locale.
 std::u16string ToUpper(std::u16string_view text);
+// Letters and the accents behind them as one character where there is one (Unicode's form C): Macs
+// write the names of files the other way.
+std::u16string ComposeAccents(std::u16string_view text);
 
 }  // namespace parvane::platform

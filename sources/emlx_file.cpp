@@ -43,29 +43,50 @@ std::optional<FirstLine> ReadFirstLine(std::string_view file) {
   return first;
 }
 
-// A list that is cut off or damaged gives nothing.
-std::map<std::string, std::string> ReadProperties(std::string_view list) {
-  std::map<std::string, std::string> properties;
-  pugi::xml_document document;
-  if (document.load_buffer(list.data(), list.size())) ReadPlist(document, properties);
-  return properties;
+// Where the list begins: npos unless it is whole.
+std::size_t FindList(std::string_view rest) {
+  constexpr std::string_view kEnd = "</plist>";
+  const std::size_t last = rest.find_last_not_of(std::string_view(" \t\r\n\0", 5));
+  if (last == rest.npos || !rest.substr(0, last + 1).ends_with(kEnd)) return rest.npos;
+  return rest.rfind("<?xml");
 }
 
 }  // namespace
 
-Result<EmlxContent> ParseEMLX(std::string_view file) {
+Result<EmlxPieces> SplitEMLX(std::string_view file) {
   const auto first = ReadFirstLine(file);
   if (!first) {
     return Status(StatusCode::kCorrupt,
                   "does not begin with the number of its bytes, so it is no EMLX message");
   }
   const std::string_view rest = file.substr(first->size);
-  const std::uint64_t there = std::min<std::uint64_t>(first->count, rest.size());
-  const std::string_view message = rest.substr(0, static_cast<std::size_t>(there));
+  EmlxPieces pieces;
+  std::size_t end = FindList(rest);
+  if (end == rest.npos) {
+    end = static_cast<std::size_t>(std::min<std::uint64_t>(first->count, rest.size()));
+    pieces.missing = first->count - end;
+  }
+  pieces.message = rest.substr(0, end);
+  pieces.list = rest.substr(end);
+  return pieces;
+}
+
+std::map<std::string, std::string> ReadEMLXProperties(std::string_view list) {
+  constexpr std::size_t kLongestList = 1 << 20;
+  std::map<std::string, std::string> properties;
+  pugi::xml_document document;
+  if (list.size() <= kLongestList && document.load_buffer(list.data(), list.size()))
+    ReadPlist(document, properties);
+  return properties;
+}
+
+Result<EmlxContent> ParseEMLX(std::string_view file) {
+  const auto pieces = SplitEMLX(file);
+  if (!pieces.ok()) return pieces.status();
   EmlxContent content;
-  content.message.assign(message.begin(), message.end());
-  content.missing = first->count - there;
-  content.properties = ReadProperties(rest.substr(message.size()));
+  content.message.assign(pieces->message.begin(), pieces->message.end());
+  content.missing = pieces->missing;
+  content.properties = ReadEMLXProperties(pieces->list);
   return content;
 }
 

@@ -78,8 +78,11 @@ std::unique_ptr<MBOXEmailAsset> MailAssetFolder::MakeAsset(
       return std::make_unique<engine::MessageState>(StateOf(headers, *wishes));
     };
   }
-  return std::make_unique<MBOXEmailAsset>(Tessary::ByteSlice::Share(_message, _message->view()),
-                                          _header, Observer(), location, readState);
+  auto asset =
+      std::make_unique<MBOXEmailAsset>(Tessary::ByteSlice::Share(_message, _message->view()),
+                                       _header, Observer(), location, readState);
+  asset->AddRemarks(TakeRemarks());
+  return asset;
 }
 
 bool MailAssetFolder::IsLeftOut(const engine::MessageLocation& location) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "engine/asset_bases.h"
 #include "engine/message_state.h"
@@ -48,6 +49,8 @@ class MailAssetFolder : public AssetFolderBase {
                                                 const parvane::engine::StateWishes& wishes) = 0;
   // When the message read last came, where neither its Date nor the rest of its header tells.
   virtual void LearnDateElsewhere(parvane::engine::MessageState& /*state*/) {}
+  // What its owner is to know of the message read last.
+  virtual std::vector<parvane::engine::Remark> TakeRemarks() { return {}; }
   // Closes what was open for reading: at the end, and before reading begins anew.
   virtual void Close() {}
   // Reading has ended here, for want of memory or by a fault of the file.

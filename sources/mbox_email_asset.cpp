@@ -1,6 +1,8 @@
 #include "sources/mbox_email_asset.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <new>
 #include <span>
 #include <string_view>
@@ -166,6 +168,10 @@ void MBOXEmailAsset::Remember(parvane::sources::RepairNotes&& notes) {
   }
   _dateBefore = std::move(notes.date);
   _headersInside = std::move(notes.headersInside);
+}
+
+void MBOXEmailAsset::AddRemarks(std::vector<parvane::engine::Remark> remarks) {
+  std::ranges::move(remarks, std::back_inserter(_remarks));
 }
 
 void MBOXEmailAsset::FillMembers() {

@@ -57,7 +57,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   bool ConvertToEML(std::ostream* emlStream) override;    // false
   void Release() override;
 
-  // Before it is converted.
+  // Before it is converted, as is SetState; told to the observer with what the conversion notes.
+  void AddRemarks(std::vector<parvane::engine::Remark> remarks);
   void SetState(std::unique_ptr<parvane::engine::MessageState> state) { _state = std::move(state); }
   parvane::engine::MessageState* MutableState() { return _state.get(); }
   const parvane::engine::MessageState* State() const override { return _state.get(); }

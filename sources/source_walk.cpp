@@ -101,7 +101,7 @@ std::vector<platform::DirectoryEntry> SourceWalk::Enter(std::u16string_view dire
     SkippedUnlisted(platform::JoinPath(directory, entry.name), entry.link);
     return true;
   });
-  if (_observer) SkippedSingleMessages(directory, *entries);
+  if (_observer && !_takesSingleMessages) SkippedSingleMessages(directory, *entries);
   return std::move(entries).value();
 }
 

@@ -43,6 +43,9 @@ class SourceWalk {
     }
   }
 
+  // This source reads messages in files of their own; else the observer is told of such folders.
+  void TakeSingleMessages() { _takesSingleMessages = true; }
+
   bool Canceled() const { return _cancelable && _cancelable->Cancel(); }
 
   // Shows the directory and lists it, sorted by name: nothing when it cannot be listed, when it is
@@ -94,6 +97,7 @@ class SourceWalk {
   bool _anyBeginning;  // of mailboxes is accepted
   std::vector<Step> _way;
   bool _linked = false;  // its last step, through a link
+  bool _takesSingleMessages = false;
   std::set<Identity> _read;
 };
 

@@ -1,4 +1,5 @@
 #include <unicode/uchar.h>
+#include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 
 #include "platform/text.h"
@@ -59,6 +60,20 @@ std::u16string ToUpper(std::u16string_view text) {
   if (U_FAILURE(error)) return out;
   upper.resize(static_cast<std::size_t>(length));
   return upper;
+}
+
+std::u16string ComposeAccents(std::u16string_view text) {
+  UErrorCode error = U_ZERO_ERROR;
+  const UNormalizer2* const composer = unorm2_getNFCInstance(&error);
+  // A character may become three ("\U0001D160").
+  std::u16string composed(text.size() * 3, u'\0');
+  if (U_FAILURE(error)) return std::u16string(text);
+  const std::int32_t length =
+      unorm2_normalize(composer, text.data(), static_cast<std::int32_t>(text.size()),
+                       composed.data(), static_cast<std::int32_t>(composed.size()), &error);
+  if (U_FAILURE(error)) return std::u16string(text);
+  composed.resize(static_cast<std::size_t>(length));
+  return composed;
 }
 
 }  // namespace parvane::platform

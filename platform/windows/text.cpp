@@ -74,4 +74,16 @@ std::u16string ToUpper(std::u16string_view text) {
   return out;
 }
 
+std::u16string ComposeAccents(std::u16string_view text) {
+  if (text.empty()) return {};
+  const std::wstring wide = ToWide(text);
+  const int size = static_cast<int>(wide.size());
+  // A character may become three.
+  std::wstring composed(wide.size() * 3, L'\0');
+  const int length = ::FoldStringW(MAP_PRECOMPOSED, wide.c_str(), size, composed.data(),
+                                   static_cast<int>(composed.size()));
+  if (length <= 0) return std::u16string(text);
+  return FromWide(std::wstring_view(composed).substr(0, static_cast<std::size_t>(length)));
+}
+
 }  // namespace parvane::platform

@@ -110,6 +110,7 @@ TEST(Text, ComparesWithoutRegardToCase) {
   EXPECT_EQ(FoldCase(u"A\u00C6\u03A3\U00010400"), u"a\u00E6\u03C3\U00010428");
   EXPECT_EQ(ToUpper(u"stra\u00DFe \uFB03"), u"STRASSE FFI");
   EXPECT_EQ(ToUpper(u"plain i"), u"PLAIN I");
+  EXPECT_EQ(ComposeAccents(u"Tu\u0308r \u00FC e\u0301x"), u"T\u00FCr \u00FC \u00E9x");
   EXPECT_TRUE(EqualsIgnoreAsciiCase("Content-TYPE", "content-type"));
   EXPECT_FALSE(EqualsIgnoreAsciiCase("\xC6", "\xE6"));
   EXPECT_TRUE(StartsWithIgnoreAsciiCase("From: x", "from:"));
