@@ -169,7 +169,7 @@ struct ConversionRecord {
   // Mailboxes with a byte order mark or blank lines before their first separator.
   std::uint64_t beginningsPassedOver = 0;
   Listing<SkippedPath> leftBehind;  // there is, or may be, mail in them
-  Listing<SkippedPath> passedOver;  // one would expect some, and there is none
+  Listing<SkippedPath> passedOver;  // one would expect some, and there is none, or none but copies
   Listing<SkippedPath> otherFiles;  // nobody would expect any
   Listing<ReadFailure> readFailures;
   Listing<UnusedIndex> unusedIndexes;

@@ -56,8 +56,9 @@ Reason ReasonOf(SkipReason reason) {
       return {"compressed", "a compressed file or an archive",
               "unpack it and convert what is in it"};
     case SkipReason::kOlderCopy:
-      return {"older-copy", "left behind by an older version of the mail program",
-              "convert it by itself if anything is missing"};
+      return {"older-copy",
+              "of an older version of the mail program, which had this mail before; convert it by "
+              "itself if anything is missing"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};

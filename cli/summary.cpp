@@ -172,7 +172,7 @@ class SummaryWriter {
     for (const std::u16string& profile : _record.profilesInUse) Line(InUseText(profile));
     List(_record.readFailures, "Files that were not read as they are");
     List(_record.leftBehind, "Mail left behind");
-    List(_record.passedOver, "Passed over, no mail found in them");
+    List(_record.passedOver, "Passed over");
     if (!_record.otherFiles.empty()) {
       Line(fmt::format("Other files beside the mail: {} (the report names them)",
                        WithThousands(_record.otherFiles.total)));

@@ -84,6 +84,15 @@ TEST_P(Base64Path, RoundTripsEveryLengthAndLayout) {
       ASSERT_EQ(DecodeBase64(encoded), bytes) << length << " in lines of " << line;
       ASSERT_EQ(InPieces<Base64Decoder>(encoded, 33), bytes);
     }
+    for (const std::size_t piece : {1, 7, 700}) {
+      Base64Encoder encoder;
+      std::string made(Base64Encoder::RoomFor(length) + 700, '\0');
+      std::size_t size = 0;
+      for (std::size_t at = 0; at < length; at += piece)
+        size += encoder.Encode(std::string_view(bytes).substr(at, piece), made.data() + size);
+      size += encoder.Finish(made.data() + size);
+      ASSERT_EQ(made.substr(0, size) + (length > 0 ? "\r\n" : ""), EncodeBase64(bytes, 76));
+    }
   }
   const std::string big(100'000, 'x');
   EXPECT_EQ(DecodeBase64(EncodeBase64(big)), big);

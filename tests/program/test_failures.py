@@ -103,6 +103,10 @@ class Refusals(PstTest):
         self.assert_one_line(run, closed / 'out.pst', 'denied')
         run = self.parvane('convert', locked, shared / 'out.pst', **plain)
         self.assert_one_line(run, locked, 'denied')
+        mac = self.folder / 'Library/Mail'
+        mac.mkdir(parents=True, mode=0)
+        run = self.parvane('convert', mac, shared / 'out.pst', **plain)
+        self.assert_one_line(run, mac, 'denied', 'Full Disk Access')
 
         # Among others it is passed over, as are folders, each alone; the exit code says that mail
         # was left behind.

@@ -120,6 +120,11 @@ TEST(EmlxFiles, HoldACountAMessageAndAList) {
            {"no list", "1\nx", "x"},
            {"an empty message", "0\n" + list, "", 0, kProperties},
            {"a broken list", "1\nx<plist><dict><key>a</key>", "x"},
+           {"a count one short", "3\nabc-" + list, "abc-", 0, kProperties},
+           {"a count far too large", "900\nab" + list, "ab", 0, kProperties},
+           {"a count that stops in a list that is mail", "2\n<?xml?><plist/>" + list,
+            "<?xml?><plist/>", 0, kProperties},
+           {"a list of 2 MB", "1\nx<?xml?>" + std::string(2 << 20, ' ') + "</plist>", "x"},
            {"a count beyond the end", "900\nSubject: s\n", "Subject: s\n", 889},
            {"the largest count", "18446744073709551615\nab", "ab", 18446744073709551613u},
        }) {

@@ -1,5 +1,4 @@
-// base64 and quoted-printable by RFC 2045, for messages that tests and benchmarks make up. Mail is
-// only read here, so the mail library has no encoders.
+// base64 and quoted-printable by RFC 2045, for messages that tests and benchmarks make up.
 #pragma once
 
 #include <cstddef>
