@@ -47,8 +47,8 @@ class Base64Decoder {
   std::string _line;  // that line, as far as it has come
 };
 
-// base64 in lines of 76 characters, each but the last ended by CR LF. The memory written to has room
-// for RoomFor(the bytes handed in by this call).
+// base64 in lines of 76 characters, each but the last ended by CR LF. The memory written to has
+// room for RoomFor(the bytes handed in by this call).
 class Base64Encoder {
  public:
   static constexpr std::size_t RoomFor(std::size_t bytes) {

@@ -1,5 +1,5 @@
-// Toolkit for a store of EMLX files: one message a file, with large parts kept beside it and a
-// property list behind it. No store uses it yet.
+// Toolkit for EMLX files: one message a file, with large parts kept beside it and a property list
+// behind it. The store of Apple Mail puts parts back before it parses (sources/stores/apple).
 #pragma once
 
 #include <map>

@@ -42,7 +42,7 @@ unsigned VersionOf(std::u16string_view name) {
 
 std::u16string MailboxName(std::u16string_view name) {
   return platform::ComposeAccents(engine::IsMailboxFolder(name) ? platform::StemOfPath(name)
-                                                      : platform::FileNameOfPath(name));
+                                                                : platform::FileNameOfPath(name));
 }
 
 std::u16string AccountName(std::u16string_view folder) {
@@ -82,9 +82,10 @@ bool HoldsMailboxes(const std::u16string& directory) {
 std::vector<std::u16string> AccountsIn(std::u16string_view directory, const Entries& entries) {
   std::vector<std::u16string> accounts;
   for (const DirectoryEntry& entry : entries) {
-    if (entry.kind != FileKind::kFolder || engine::IsMailboxFolder(entry.name) || IsNoMail(entry.name))
-      continue;
-    if (HoldsMailboxes(platform::JoinPath(directory, entry.name))) accounts.push_back(entry.name);
+    const bool mayBe = entry.kind == FileKind::kFolder && !IsNoMail(entry.name) &&
+                       !engine::IsMailboxFolder(entry.name);
+    if (mayBe && HoldsMailboxes(platform::JoinPath(directory, entry.name)))
+      accounts.push_back(entry.name);
   }
   return accounts;
 }
