@@ -6,7 +6,7 @@ import subprocess
 import sys
 import unittest
 
-from harness import SHARED, PstTest, linux, shown
+from harness import SHARED, WINDOWS, PstTest, Run, linux, shown
 
 GENERATORS = SHARED / 'mail' / 'fixtures' / 'generators'
 
@@ -146,6 +146,32 @@ class State(PstTest):
         self.assertIn(two_words, cells.values())
 
 
+def exported_properties(path):
+    """{id or name: bytes} of one message, as pffexport -d dumps it."""
+    found = {}
+    for entry in path.read_text('utf-8').split('\n\n'):
+        kind = (re.search(r'^Maps to entry:\s+(\S+)$', entry, re.M) or
+                re.search(r'^Entry type:\s+(\S+)$', entry, re.M))
+        lines = re.findall(r'^0x[0-9a-f]{8}: ((?:[0-9a-f]{2} {1,2})+)', entry, re.M)
+        if kind and lines:
+            found[kind[1]] = bytes.fromhex(''.join(lines))
+    return found
+
+
+def exported_marks(properties):
+    """What State.items tells of a message, and its subject."""
+    number = lambda id: int.from_bytes(properties.get(f'0x0000{id}', b''), 'little')
+    flags, verb = number('0e07'), number('1081')
+    names = properties.get('Keywords', bytes(4))
+    count = int.from_bytes(names[:4], 'little')
+    starts = [int.from_bytes(names[i:i + 4], 'little') for i in range(4, 4 + 4 * count, 4)] + [len(names)]
+    return (re.sub('^\x01.', '', properties.get('0x00000037', b'').decode('utf-16le'), flags=re.S), {
+        'unread': not flags & 1, 'draft': bool(flags & 8), 'replied': verb in (102, 103), 'forwarded': verb == 104,
+        'flag': ('none', 'completed', 'flagged')[number('1090')],
+        'importance': ('low', 'normal', 'high')[number('0017')],
+        'categories': [names[a:b].decode('utf-16le') for a, b in zip(starts, starts[1:])]})
+
+
 @unittest.skipUnless(GENERATORS.exists(), 'needs generators of mail that are not part of the project')
 class GeneratedProfiles(PstTest):
 
@@ -156,18 +182,31 @@ class GeneratedProfiles(PstTest):
                        capture_output=True)
         return out, json.loads((out / 'expected.json').read_text())
 
+    def items(self, pst):
+        """The messages as the program lists them, of which an independent reader says the same."""
+        items = [i for f in self.listing(pst, '--messages')['folders'] for i in f['items']]
+        if not WINDOWS:
+            run = Run(['pffexport', '-q', '-d', '-t', self.folder / pst.stem, pst])
+            self.assertEqual((run.code, run.err), (0, ''), run)
+            exported = [exported_marks(exported_properties(path)) for path in
+                        (self.folder / f'{pst.stem}.export').rglob('Message*/ItemValues.txt')]
+            in_order = lambda found: sorted(found, key=repr)
+            self.assertEqual(in_order(exported),
+                             in_order([(i['subject'], {mark: i[mark] for mark in MARKS}) for i in items]))
+        return items
+
     def converted(self, source):
         """The messages of a source of one folder."""
         pst = self.folder / f'{source.name}.pst'
         self.convert(source, pst)
-        return [i for f in self.listing(pst, '--messages')['folders'] for i in f['items']]
+        return self.items(pst)
 
     def test_marks_in_indexes_of_a_profile(self):
         for tag in ('tag1', 'tag2'):
             out, expected = self.generated('thunderbird', tag)
             pst = self.folder / f'{tag}.pst'
             account = self.convert(out, pst)
-            items = {i['subject']: i for f in self.listing(pst, '--messages')['folders'] for i in f['items']}
+            items = {i['subject']: i for i in self.items(pst)}
             for folder in ('INBOX', 'Archive', 'Hashed', 'NoMsf'):
                 for number, wanted in enumerate(expected[folder], 1):
                     item = items[f'{tag} {folder} {number}']
