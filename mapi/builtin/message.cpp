@@ -44,8 +44,8 @@ Message::~Message() { AbandonPending(); }
 void Message::AbandonPending() {
   pstfile::PstStore* store = _core->store();
   for (Slot& slot : _attachments) {
-    if (slot.pending && store != nullptr) store->Abandon(*slot.pending);
-    slot.pending.reset();
+    if (slot.isPending && store != nullptr) store->Abandon(slot.stored);
+    slot.isPending = false;
   }
 }
 
@@ -208,7 +208,7 @@ HRESULT Message::LoadAttachments() {
   auto nodes = _reader->AttachmentNodes();
   if (!nodes.ok()) return _core->Note(nodes.status());
   for (const pstfile::NodeId node : *nodes) {
-    _attachments.push_back({_nextAttachment++, node, std::nullopt});
+    _attachments.push_back({_nextAttachment++, false, {node}});
   }
   _attachmentsLoaded = true;
   return S_OK;
@@ -229,12 +229,12 @@ HRESULT Message::ReadAttachment(const Slot& slot, std::optional<PropertyReader>&
                                 pstfile::ObjectLocation& location) {
   StoreCore& core = *_core;
   if (core.store() == nullptr) return MAPI_E_END_OF_SESSION;
-  if (slot.pending) {
-    location = {slot.pending->node, slot.pending->data, slot.pending->subnodes};
+  if (slot.isPending) {
+    location = {slot.stored.node, slot.stored.data, slot.stored.subnodes};
   } else {
     PropertyReader* base = nullptr;
     if (const HRESULT result = OpenReader(base); Failed(result)) return result;
-    auto found = _reader->OpenAttachment(slot.node);
+    auto found = _reader->OpenAttachment(slot.stored.node);
     if (!found.ok()) return core.Note(found.status());
     location = found->location();
   }
@@ -258,10 +258,16 @@ HRESULT Message::PutAttachment(ULONG number, pstfile::StoredAttachment attachmen
       _core->store()->Abandon(attachment);
       return result;
     }
-    slot = &*_attachments.insert(PlaceOf(number), Slot{number, {}, std::nullopt});
+    // So many that a place twice as large beside the old one would cost more than they do.
+    constexpr std::size_t kMany = 16'384;
+    const std::size_t size = _attachments.size();
+    if (size >= kMany && size == _attachments.capacity())
+      _attachments.reserve(pstfile::kMaxAttachments);
+    slot = &*_attachments.insert(PlaceOf(number), Slot{number});
   }
-  if (slot->pending) _core->store()->Abandon(*slot->pending);
-  slot->pending = std::move(attachment);
+  if (slot->isPending) _core->store()->Abandon(slot->stored);
+  slot->isPending = true;
+  slot->stored = attachment;
   _attachmentsModified = true;
   return S_OK;
 }
@@ -309,7 +315,7 @@ HRESULT Message::DeleteAttach(ULONG ulAttachmentNum, ULONG_PTR, IMAPIProgress*, 
     if (const HRESULT result = LoadAttachments(); Failed(result)) return result;
     const Slot* slot = SlotOf(ulAttachmentNum);
     if (slot == nullptr) return MAPI_E_NOT_FOUND;
-    if (slot->pending) _core->store()->Abandon(*slot->pending);
+    if (slot->isPending) _core->store()->Abandon(slot->stored);
     _attachments.erase(_attachments.begin() + (slot - _attachments.data()));
     _attachmentsModified = true;
     return S_OK;

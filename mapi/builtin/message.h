@@ -72,8 +72,8 @@ class Message final : public TransactedObject<IMessage>, public platform::Pooled
   // An attachment of this message that counts: of the file, or saved since.
   struct Slot {
     ULONG number = 0;
-    pstfile::NodeId node;
-    std::optional<pstfile::StoredAttachment> pending;
+    bool isPending = false;                 // saved, and in no saved message yet
+    pstfile::StoredAttachment stored = {};  // of others only the node
   };
   const std::vector<Slot>& attachments() const { return _attachments; }
   // The properties of one of them.

@@ -86,13 +86,12 @@ HRESULT Message::WriteOut() {
 HRESULT Message::TakeAttachments(std::vector<StoredAttachment>& attachments) {
   attachments.reserve(_attachments.size());
   for (Slot& slot : _attachments) {
-    if (slot.pending) {
-      slot.node = slot.pending->node;
-      attachments.push_back(*std::move(slot.pending));
-      slot.pending.reset();
+    if (slot.isPending) {
+      attachments.push_back(slot.stored);
+      slot.isPending = false;
       continue;
     }
-    auto shared = _core->store()->ShareAttachment(*_reader, slot.node);
+    auto shared = _core->store()->ShareAttachment(*_reader, slot.stored.node);
     if (!shared.ok()) return _core->Note(shared.status());
     attachments.push_back(std::move(shared).value());
   }

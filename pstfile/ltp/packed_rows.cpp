@@ -173,6 +173,8 @@ Status PackedRows::Read(const NodeDatabase& database, std::uint64_t position, Pr
   std::span<const std::byte> bytes = piece->bytes;
   if (piece->stored.root) {
     if (_loadedRoot != piece->stored.root) {
+      _loadedRoot = {};
+      _loaded = std::vector<std::byte>();  // before the next one takes as much
       auto read = ReadStored(database, piece->stored, piece->stored.size);
       if (!read.ok()) return read.status();
       _loaded = std::move(*read);

@@ -127,7 +127,9 @@ Result<std::vector<std::byte>> DataTree::ReadAll(std::uint64_t limit) const {
     return Status(StatusCode::kTooBig, "a value of " + std::to_string(_size) + " bytes");
   }
   // Grows with what is really there: a damaged lcbTotal must not cost gigabytes.
+  constexpr std::uint64_t kAtOnce = 1 << 21;
   std::vector<std::byte> all;
+  all.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(_size, kAtOnce)));
   for (std::size_t n = 0; n < _blockCount; ++n) {
     auto block = ReadBlock(n);
     if (!block.ok()) return block.status();

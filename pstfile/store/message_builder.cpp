@@ -142,6 +142,7 @@ class Parts {
       _database.AbandonBlock(entry.sub);
     }
   }
+  void Reserve(std::size_t size) { _entries.reserve(size); }
   void Add(NodeId node, BlockId data, BlockId sub) { _entries.push_back({node, data, sub}); }
   platform::RecycledVector<SubnodeEntry> Take() { return std::move(_entries); }
 
@@ -260,6 +261,8 @@ Result<StoredMessage> BuildMessage(NodeDatabase& database, PropertyList properti
   Parts parts(database);
   PropertyContextBuilder builder(database);
   std::uint64_t size = 0;
+  constexpr std::size_t kBesideAttachments = 64;  // tables and long values
+  parts.Reserve(attachments.size() + kBesideAttachments);
   for (const StoredAttachment& attachment : attachments) {
     parts.Add(attachment.node, attachment.data, attachment.subnodes);
     size += attachment.size;

@@ -32,11 +32,11 @@ inline constexpr std::size_t kMaxAttachments = 172'000;
 // An attachment (PstStore::WriteAttachment).
 struct StoredAttachment {
   NodeId node;
-  BlockId data;
-  BlockId subnodes;
+  std::uint32_t columns = 0;  // those of its cells that not every attachment table has
+  BlockId data = {};
+  BlockId subnodes = {};
   std::uint64_t size = 0;  // logical bytes, as they count in the message's size
   std::uint64_t row = 0;   // where the store keeps its row's cells, until it is used or abandoned
-  std::uint32_t columns = 0;  // those of its cells that not every attachment table has
 };
 
 }  // namespace parvane::pstfile

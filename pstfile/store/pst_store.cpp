@@ -215,7 +215,7 @@ Result<StoredAttachment> PstStore::ShareAttachment(MessageReader& message, NodeI
   auto properties =
       CopyProperties(*_state->database, {attachment, location->data, location->subnodes, NodeId()});
   if (!properties.ok()) return properties.status();
-  StoredAttachment shared{attachment, location->data, location->subnodes, *size};
+  StoredAttachment shared{attachment, 0, location->data, location->subnodes, *size};
   if (Status status = _state->Begin(); !status.ok()) return status;
   Status status = _state->End(
       KeepAttachmentRow(*_state->database, _state->attachmentRows, *properties, shared));
