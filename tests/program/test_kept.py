@@ -148,6 +148,7 @@ CORRESPONDENTS = {
     'To: "A" <a@x>; "B" <b@x>; c@x': (None, ['A <a@x>', 'B <b@x>', 'c@x <c@x>']),
     'To: Team: a@x, "Doe, J" <b@x>;, d@x': (None, ['a@x <a@x>', 'Doe, J <b@x>', 'd@x <d@x>']),
     'To: undisclosed-recipients:;': (None, []),
+    'To: Nobody:;, "Doe, J" <b@x>, None: ; d@x': (None, ['Doe, J <b@x>', 'd@x <d@x>']),
     'To: =?utf-8?Q?M=C3=BCller,_Hans?= <a@x>, b@x (=?utf-8?Q?J=C3=B6rg?=)':
         (None, ['Müller, Hans <a@x>', 'Jörg <b@x>']),
     'To: root, Bob <b@x>': (None, ['root <-@->', 'Bob <b@x>']),
@@ -171,7 +172,7 @@ class Addresses(PstTest):
             self.assertEqual([f'{n} <{a}>' for n, a in zip(names, addresses)], recipients, header)
             for name, address in (('0042', '0065'), ('0C1A', '0C1F')):
                 self.assertEqual(f'{value(name)[0]} <{value(address)[0]}>', originator or 'z@x <z@x>', header)
-        self.assertEqual(account['totals']['addressesKept'], 5)
+        self.assertEqual(account['totals']['addressesKept'], 6)
         self.assertEqual(account['totals']['remarks']['header-text-lost'], 0)
         letter = self.convert('--keep', 'none', source, self.folder / 'none.pst')
         self.assertIsNone(letter['totals']['addressesKept'])
