@@ -21,6 +21,7 @@ using pstfile::CheckSummary;
 using pstfile::Finding;
 using pstfile::Severity;
 
+// These words are codes of the JSON, too.
 std::string_view NameOf(Severity severity) {
   switch (severity) {
     case Severity::kNote:
@@ -33,6 +34,8 @@ std::string_view NameOf(Severity severity) {
   return "error";
 }
 
+// Findings are written as they come: a check of 50 GB takes minutes, and the first fault may be all
+// that its reader wants to know.
 class FindingsWithProgress : public pstfile::FindingSink {
  public:
   FindingsWithProgress(std::string file, Results& results)
@@ -62,6 +65,8 @@ class TextFindings : public FindingsWithProgress {
   void Finish(std::string_view path, const CheckSummary& summary) {
     std::string file;
     AppendPrintable(file, path);
+    // The checker tells a hundred of a kind and counts the rest: one damaged page may spoil a
+    // million messages, each in the same way.
     for (const auto& [code, count] : summary.counts) {
       const std::uint64_t shown = _shown[code];
       if (count > shown) {
@@ -140,6 +145,7 @@ class DumpedLines : public pstfile::DumpSink {
  public:
   explicit DumpedLines(Results& results) : _results(results) {}
 
+  // Beside the dump and not in it: what is dumped is what the file holds.
   void OnFinding(const Finding& finding) override {
     _results.Complain(fmt::format("{} [{}]", finding.message, finding.code));
   }
@@ -154,6 +160,7 @@ class DumpedLines : public pstfile::DumpSink {
   Results& _results;
 };
 
+// Most reasons name the file already.
 ExitCode FailWith(const std::string& file, const std::string& why) {
   WriteError(why.find(file) == std::string::npos ? file + ": " + why : why);
   return ExitCode::kCouldNotFinish;

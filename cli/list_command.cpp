@@ -27,6 +27,7 @@ class Listing : public ListingSink {
   Listing(bool messages, Results& results) : _wantsMessages(messages), _results(results) {}
 
   bool WantsMessages() const override { return _wantsMessages; }
+  // A look at the clock for each message would be felt in folders of a million.
   void Progress(const ListedFolder& folder, std::uint64_t messages) override {
     if (messages % kMessagesAtATime != 0) return;
     _results.Progress({Utf16ToUtf8(folder.path.back()), 0, 0, messages});
@@ -55,6 +56,8 @@ std::string_view NameOf(ListedMessage::Importance importance) {
                                                          : "normal";
 }
 
+// Written while the walk goes on: nobody has to wait for the last of two million messages to see
+// the first, and a folder costs no more memory than a message of it.
 class TextListing : public Listing {
  public:
   using Listing::Listing;
@@ -97,9 +100,11 @@ class TextListing : public Listing {
     for (const std::u16string& name : message.categories) add(true, "#" + Shown(name));
     return marks;
   }
+  // Deep folders are not pushed out of the terminal.
   static unsigned Width(const std::string& indent) {
     return std::min<unsigned>(static_cast<unsigned>(indent.size()), 24);
   }
+  // Subjects may hold line ends and what turns a terminal's text, and have any length.
   static std::string Shown(const std::u16string& text) {
     return FitColumns(Utf16ToUtf8(text), 200);
   }
@@ -190,6 +195,8 @@ class JsonListing : public Listing {
   }
 
  private:
+  // All are complained of as they come; these are kept to the end, where JSON has its place for
+  // them.
   static constexpr std::size_t kMostUnreadable = 1'000;
 
   JsonWriter _json;
@@ -204,6 +211,7 @@ ExitCode Fail(const platform::Status& status) {
 }
 
 platform::Status List(const ListOptions& options, Results& results) {
+  // Outlook knows a PST by the path that its profile has, so that a link to it would be another.
   auto session = PstSession::Open(
       options.mapi == MapiChoice::kOutlook ? platform::CanonicalPath(options.file) : options.file);
   if (!session.ok()) return session.status();
@@ -213,6 +221,7 @@ platform::Status List(const ListOptions& options, Results& results) {
   }
   JsonListing listing(options.file, options.messages, results);
   platform::Status status = WalkPst(*session, listing);
+  // Whatever stopped the walk: half a document is one that no program can read.
   listing.Finish();
   return status;
 }
@@ -222,6 +231,8 @@ platform::Status List(const ListOptions& options, Results& results) {
 ExitCode RunList(const ListOptions& options) {
   if (platform::Status handled = CheckIsHandled(options.file, options.mapi); !handled.ok())
     return Fail(handled);
+  // Before MAPI starts: a store that could be written would be locked against others, and changed
+  // by the mere opening of it.
   mapi::BuiltinOptions builtin = mapi::CurrentBuiltinOptions();
   builtin.readOnly = true;
   mapi::SetBuiltinOptions(builtin);
@@ -234,6 +245,7 @@ ExitCode RunList(const ListOptions& options) {
   const MapiRun mapiRun(options.mapi);
   if (!mapiRun.status().ok()) return Fail(mapiRun.status());
   Results results(StyleForResults(options.progress));
+  // The session ends in List, before MAPI does.
   const platform::Status listed = List(options, results);
   if (!results.Finish()) return ExitCode::kCouldNotFinish;
   if (!listed.ok()) return Fail(listed);

@@ -6,6 +6,13 @@
 
 namespace parvane::cli {
 
+// No switch here has a default, so that the compiler asks for the words of every new kind; what
+// stands behind them is for values that no enumerator has.
+//
+// Codes are read by other people's programs: one that is published keeps its meaning, and what
+// means something else gets another. Texts are put behind the name of what they are about ("x.mbox:
+// ..."). Advice marks what leaves mail behind (MeansMailLeftBehind), and with it decides the exit
+// code: a reason gets some exactly if there is, or may be, mail in what was passed over.
 using engine::RemarkKind;
 using engine::SkipReason;
 using engine::SuspiciousSeparatorReason;
@@ -173,6 +180,7 @@ std::string_view CodeOf(RunProblem problem) {
 }
 
 std::string InWords(const std::exception& error) {
+  // Sizes out of a file that no memory could hold show as either.
   if (dynamic_cast<const std::bad_alloc*>(&error) || dynamic_cast<const std::length_error*>(&error))
     return "there is not enough memory";
   if (dynamic_cast<const std::system_error*>(&error)) return error.what();
@@ -210,6 +218,7 @@ RemarkWords WordsOf(RemarkKind kind) {
   return {"other", "NOTE", "Other remarks"};
 }
 
+// In the order of their kinds, which the compiler does not check: the count of rows it does.
 StateWords WordsOf(carry::StateKind kind) {
   constexpr StateWords kWords[carry::kStateKinds] = {
       {"read", "read"},

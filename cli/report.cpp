@@ -9,6 +9,8 @@ namespace {
 
 using platform::PathForDisplay;
 
+// A word for what the exit code says as a number; failed messages and mail left behind share a
+// code.
 std::string_view OutcomeName(const ConversionRecord& record) {
   switch (Outcome(record)) {
     case ExitCode::kDone:
@@ -29,7 +31,9 @@ void Path(JsonWriter& json, std::string_view key, const std::vector<std::u16stri
 }
 
 // Each list is written with all its fields, empty or not, so that a query never meets a missing
-// key.
+// key. Codes never change their meaning; the words beside them may.
+//
+// Text is handed on while it is made: of lists of 100,000 entries the record in memory is enough.
 class ReportWriter {
  public:
   ReportWriter(const ConversionRecord& record, const TakeText& take)
@@ -66,7 +70,7 @@ class ReportWriter {
   }
 
  private:
-  // Ends an entry of a list that may be long.
+  // Ends an entry of a list that may be long: some 100 KB are handed on at a time.
   void EndEntry() {
     constexpr std::size_t kPiece = 500;
     _json.EndObject();
@@ -194,7 +198,8 @@ class ReportWriter {
     _json.EndArray();
   }
 
-  // Where a message stands: its folder in the PST, and its place in the source file.
+  // Where a message stands: its folder in the PST, and its place in the source file. A Message-ID
+  // alone would not do: it may be missing, or there twice.
   void Place(std::size_t folder) {
     Path(_json, "folder", _record.folders[folder].path);
     _json.Key("source").String(PathForDisplay(_record.folders[folder].sourcePath));
@@ -266,6 +271,7 @@ class ReportWriter {
     _json.EndArray();
   }
 
+  // One list, mail left behind first: who reads no further than its cap reads what matters.
   void Skipped() {
     _json.Key("passedOver").BeginArray();
     for (const SkippedPath& entry : _record.leftBehind.entries) Skipped(entry, true);
@@ -370,6 +376,8 @@ class ReportWriter {
 
 }  // namespace
 
+// The worst that happened decides. Remarks that tell of a change to a message, and parts left out
+// of it, are no failure: the message is there. What the PST refused is one.
 ExitCode Outcome(const ConversionRecord& record) {
   if (!record.error.empty()) return ExitCode::kCouldNotFinish;
   if (record.interrupted) return ExitCode::kInterrupted;

@@ -10,7 +10,10 @@
 namespace parvane::mapi::builtin {
 namespace {
 
-// Made for every message that is converted.
+// There are no address books behind it: converting mail needs entry ids for people who stand in no
+// directory, and CreateOneOff makes those out of the address alone. All that would look somebody up
+// or show a dialog is refused, with its out parameters cleared, as callers that look at nothing but
+// them expect. Made for every message that is converted, so it comes out of a pool.
 class AddressBook final : public PropertyObject<IAddrBook>,
                           public platform::PooledObject<AddressBook> {
  public:
@@ -44,6 +47,8 @@ class AddressBook final : public PropertyObject<IAddrBook>,
                                     ULONG* lpulObjType, IUnknown** lppUnk) override {
     ClearOut(lpulObjType);
     if (!ClearOut(lppUnk)) return MAPI_E_INVALID_PARAMETER;
+    // The two answers differ: a one-off id is known to be good and has no object, any other is not
+    // ours to judge.
     return IsOneOff(lpEntryID, cbEntryID) ? MAPI_E_NO_SUPPORT : MAPI_E_UNKNOWN_ENTRYID;
   }
   HRESULT PARVANE_STDCALL Advise(ULONG, ENTRYID*, ULONG, IMAPIAdviseSink*,
@@ -93,6 +98,7 @@ class AddressBook final : public PropertyObject<IAddrBook>,
     return MAPI_E_NO_SUPPORT;
   }
 
+  // Nothing can be changed, so saving has nothing to refuse.
   HRESULT PARVANE_STDCALL SaveChanges(ULONG) override { return S_OK; }
   HRESULT PARVANE_STDCALL OpenProperty(ULONG, const IID*, ULONG, ULONG,
                                        IUnknown** lppUnk) override {
@@ -114,6 +120,7 @@ class AddressBook final : public PropertyObject<IAddrBook>,
   HRESULT Set(const SPropValue&) override { return MAPI_E_NO_ACCESS; }
   HRESULT Remove(ULONG) override { return MAPI_E_NO_ACCESS; }
   HRESULT FlushChanges() override { return S_OK; }
+  // Names of properties are a store's.
   StoreCore* NameScope() override { return nullptr; }
 
  private:
@@ -123,7 +130,7 @@ class AddressBook final : public PropertyObject<IAddrBook>,
     return MAPI_E_NO_SUPPORT;
   }
 
-  ComPointer<IUnknown> _session;
+  ComPointer<IUnknown> _session;  // lives as long, at least
 };
 
 }  // namespace

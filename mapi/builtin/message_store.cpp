@@ -12,6 +12,8 @@
 namespace parvane::mapi::builtin {
 namespace {
 
+// These are answered here whatever the file says: a PST may have been written by a store with other
+// abilities, and copied since, so that its own entry ids lead nowhere.
 constexpr ULONG kComputed[] = {PR_STORE_SUPPORT_MASK, PR_STORE_STATE,   PR_MDB_PROVIDER,
                                PR_DEFAULT_STORE,      PR_OBJECT_TYPE,   PR_ENTRYID,
                                PR_RECORD_KEY,         PR_STORE_ENTRYID, PR_STORE_RECORD_KEY,
@@ -22,6 +24,8 @@ bool IsComputedId(ULONG id) {
                      [id](ULONG tag) { return PropId(tag) == id; });
 }
 
+// Only what holds. Without STORE_SEARCH_OK, STORE_NOTIFY_OK and STORE_SUBMIT_OK clients ask for no
+// search folders, no notifications and no sending, and need not be refused later.
 ULONG SupportMask(bool writable) {
   const ULONG always = STORE_ENTRYID_UNIQUE | STORE_MV_PROPS_OK | STORE_RTF_OK | STORE_HTML_OK |
                        STORE_UNICODE_OK | STORE_ATTACH_OK;
@@ -38,6 +42,8 @@ MessageStore::MessageStore(StoreCorePtr core, IUnknown* session, bool isDefault,
 }
 
 HRESULT MessageStore::QueryInterface(const IID& riid, void** ppvObj) {
+  // A face of our own beside the published ones, for who wants to know what was committed. It is no
+  // base of IMsgStore, so that the published slots stay where they are.
   if (ppvObj == nullptr || !(riid == DiagnosedStoreIid()))
     return PropertyObject::QueryInterface(riid, ppvObj);
   AddRef();
@@ -100,6 +106,8 @@ HRESULT CompareEntryIds(ULONG size1, const ENTRYID* id1, ULONG size2, const ENTR
   }
   const std::span<const std::byte> first(reinterpret_cast<const std::byte*>(id1), size1);
   const std::span<const std::byte> second(reinterpret_cast<const std::byte*>(id2), size2);
+  // A store's id holds the path of its file: two that name the same one are the same, whatever
+  // stands beside it. All other ids are compared as bytes, for they are made in one way only.
   std::u16string path1;
   std::u16string path2;
   if (PathOfStoreEntryId(first, path1) && PathOfStoreEntryId(second, path2)) {
@@ -135,6 +143,7 @@ HRESULT MessageStore::GetReceiveFolder(LPTSTR, ULONG, ULONG* lpcbEntryID, ENTRYI
     if (_core->store() == nullptr) return MAPI_E_END_OF_SESSION;
     // No transport delivers here: the top folder stands for all classes.
     const auto id = _core->EntryIdOf(_core->store()->rootFolder());
+    // Both results before either is handed out: the second may find no memory.
     Chain explicitClass;
     if (lppszExplicitClass != nullptr) explicitClass.Copy(std::u16string_view{});
     Chain chain;
@@ -149,7 +158,10 @@ HRESULT MessageStore::GetReceiveFolder(LPTSTR, ULONG, ULONG* lpcbEntryID, ENTRYI
 HRESULT MessageStore::StoreLogoff(ULONG* lpulFlags) {
   return Guarded([&]() -> HRESULT {
     if (lpulFlags == nullptr) return MAPI_E_INVALID_PARAMETER;
+    // Logged off already, or never opened: nothing of it is left to lose.
     if (_core->store() == nullptr) return S_OK;
+    // The store stays open, since objects of it may still be held; the last of them closes it. But
+    // who logs off is told now whether what was written has reached the file.
     const platform::Status status = _core->store()->Commit();
     _core->Publish();
     return status.ok() ? S_OK : _core->Note(status);

@@ -69,6 +69,16 @@ class Object : public Face {
   ULONG _references = 1;
 };
 
+// Object for the faces that can be asked about their last error, which is nearly all of them: there
+// is never more to say than the result said. Why something failed is in mapi/diagnostics.h.
+template <typename Face>
+class ExplainedObject : public Object<Face> {
+ public:
+  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR** lppMAPIError) override {
+    return ClearOut(lppMAPIError) ? S_OK : MAPI_E_INVALID_PARAMETER;
+  }
+};
+
 // Hands a new object out through an out parameter of another face when the caller's choice of
 // interface (null: the object's own) is one it has; otherwise the object goes.
 template <typename T, typename Out>

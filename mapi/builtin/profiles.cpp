@@ -28,13 +28,10 @@ bool IsProfileName(const std::u16string& name) {
 // Passwords are accepted as long as there is none.
 bool IsNoPassword(LPTSTR password, ULONG flags) { return TextArgument(password, flags).empty(); }
 
-class ProfileAdmin final : public Object<IProfAdmin> {
+class ProfileAdmin final : public ExplainedObject<IProfAdmin> {
  public:
   bool Implements(const IID& iid) const override { return iid == IID_IProfAdmin; }
 
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR** lppMAPIError) override {
-    return ClearOut(lppMAPIError) ? S_OK : MAPI_E_INVALID_PARAMETER;
-  }
   HRESULT PARVANE_STDCALL GetProfileTable(ULONG ulFlags, IMAPITable** lppTable) override {
     return Guarded([&]() -> HRESULT {
       if (!ClearOut(lppTable)) return MAPI_E_INVALID_PARAMETER;

@@ -8,11 +8,8 @@
 namespace parvane::mapi::builtin {
 
 template <typename Face>
-class PropertyObject : public Object<Face>, public PropertyHolder {
+class PropertyObject : public ExplainedObject<Face>, public PropertyHolder {
  public:
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR** lppMAPIError) override {
-    return ClearOut(lppMAPIError) ? S_OK : MAPI_E_INVALID_PARAMETER;
-  }
   HRESULT PARVANE_STDCALL GetProps(SPropTagArray* lpPropTagArray, ULONG ulFlags, ULONG* lpcValues,
                                    SPropValue** lppPropArray) override {
     return Guarded(

@@ -10,21 +10,24 @@
 namespace parvane::mapi::builtin {
 namespace {
 
+// What the system's own service for personal folders says of itself: whoever looks for that one
+// finds this.
 constexpr char16_t kServiceLibrary[] = u"mspst.dll";
 constexpr char16_t kServiceEntry[] = u"PSTServiceEntry";
 
-class ServiceAdmin final : public Object<IMsgServiceAdmin> {
+// Services of a profile. They live in memory for as long as the profile does; what CreateMsgService
+// makes has no file yet, and so no store: ConfigureMsgService names the file, and only then can a
+// session open it. A profile holds services of personal folders alone.
+class ServiceAdmin final : public ExplainedObject<IMsgServiceAdmin> {
  public:
   explicit ServiceAdmin(ProfilePtr profile) : _profile(std::move(profile)) {}
 
   bool Implements(const IID& iid) const override { return iid == IID_IMsgServiceAdmin; }
 
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR** lppMAPIError) override {
-    return ClearOut(lppMAPIError) ? S_OK : MAPI_E_INVALID_PARAMETER;
-  }
   HRESULT PARVANE_STDCALL GetMsgServiceTable(ULONG ulFlags, IMAPITable** lppTable) override {
     return Guarded([&]() -> HRESULT {
       if (!ClearOut(lppTable)) return MAPI_E_INVALID_PARAMETER;
+      // A copy, so that a caller who deletes services while it reads the table reads on.
       std::vector<pstfile::PropertyList> rows;
       for (const Service& service : _profile->services) {
         const auto uid = std::as_bytes(std::span(&service.uid, 1));
@@ -53,6 +56,8 @@ class ServiceAdmin final : public Object<IMsgServiceAdmin> {
       if (lpszService == nullptr) return MAPI_E_INVALID_PARAMETER;
       if (TextArgument(lpszService, ulFlags) != kServiceName) return MAPI_E_NOT_FOUND;
       Service service;
+      // This method does not tell the id: callers look for it in the table, among services that may
+      // have the same name.
       platform::FillRandom(std::as_writable_bytes(std::span(&service.uid, 1)));
       service.displayName = TextArgument(lpszDisplayName, ulFlags);
       if (service.displayName.empty()) service.displayName = kProviderDisplay;
@@ -69,6 +74,7 @@ class ServiceAdmin final : public Object<IMsgServiceAdmin> {
       return S_OK;
     });
   }
+  // Below is what takes transports, address books or a second profile, of which there are none.
   HRESULT PARVANE_STDCALL CopyMsgService(MAPIUID*, LPTSTR, const IID*, const IID*, void*, ULONG_PTR,
                                          ULONG) override {
     return MAPI_E_NO_SUPPORT;

@@ -13,16 +13,13 @@
 namespace parvane::mapi::builtin {
 namespace {
 
-class Session final : public Object<IMAPISession> {
+class Session final : public ExplainedObject<IMAPISession> {
  public:
   explicit Session(ProfilePtr profile) : _profile(std::move(profile)) { ++_profile->sessions; }
   ~Session() override { End(); }
 
   bool Implements(const IID& iid) const override { return iid == IID_IMAPISession; }
 
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR** lppMAPIError) override {
-    return ClearOut(lppMAPIError) ? S_OK : MAPI_E_INVALID_PARAMETER;
-  }
   HRESULT PARVANE_STDCALL GetMsgStoresTable(ULONG ulFlags, IMAPITable** lppTable) override {
     return Guarded([&]() -> HRESULT {
       if (!ClearOut(lppTable)) return MAPI_E_INVALID_PARAMETER;

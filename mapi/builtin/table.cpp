@@ -13,7 +13,7 @@ constexpr BOOKMARK kFirstBookmark = 16;  // above the predefined ones
 // Who never frees any must not take all memory.
 constexpr std::size_t kMostBookmarks = 4096;
 
-class Table final : public Object<IMAPITable> {
+class Table final : public ExplainedObject<IMAPITable> {
  public:
   Table(std::unique_ptr<TableRows> rows, bool unicode)
       : _rows(std::move(rows)), _columns(_rows->DefaultColumns()), _unicode(unicode) {
@@ -22,9 +22,6 @@ class Table final : public Object<IMAPITable> {
 
   bool Implements(const IID& iid) const override { return iid == IID_IMAPITable; }
 
-  HRESULT PARVANE_STDCALL GetLastError(HRESULT, ULONG, MAPIERROR** lppMAPIError) override {
-    return ClearOut(lppMAPIError) ? S_OK : MAPI_E_INVALID_PARAMETER;
-  }
   HRESULT PARVANE_STDCALL Advise(ULONG, IMAPIAdviseSink*, ULONG_PTR* lpulConnection) override {
     return ClearOut(lpulConnection) ? MAPI_E_NO_SUPPORT : MAPI_E_INVALID_PARAMETER;
   }

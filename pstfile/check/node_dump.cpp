@@ -16,8 +16,10 @@ using namespace check;
 using platform::Status;
 using platform::StatusCode;
 
-// Of damaged files, whose subnodes can contain each other.
+// Of damaged files, whose subnodes can contain each other. A message in a message is two levels
+// deeper than it: below the attachment that holds it.
 constexpr int kMaximumNesting = 16;
+// A line that people read: enough to know a value again, and for entry ids whole (36 to 52 bytes).
 constexpr std::size_t kShownBytes = 64;
 constexpr std::size_t kShownText = 200;
 constexpr std::size_t kNameColumn = 40;
@@ -68,6 +70,7 @@ std::string InHex(std::span<const std::byte> bytes) {
 std::string Shown(PropType type, Value& value) {
   if (type == PropType::kBoolean) return value.Number() != 0 ? "true" : "false";
   if (type == PropType::kTime) {
+    // The number, too: dates that are none, and what lies below the second, are faults to look for.
     const std::uint64_t ticks = value.Number();
     platform::SystemTime t;
     if (!platform::FileTimeToSystemTime(platform::FileTimeFromTicks(ticks), &t))
@@ -87,6 +90,8 @@ std::string Shown(PropType type, Value& value) {
   return value.size() > bytes.size() ? Say(text, "... (", value.size(), " bytes)") : text;
 }
 
+// Walks with the checker's own readers, so that what it meets and cannot read is reported as a
+// check would, and nothing that the writer believes gets between the file and the eye.
 class Dump {
  public:
   Dump(Context& context, DumpSink& sink) : _context(context), _sink(sink) {}
@@ -96,6 +101,8 @@ class Dump {
     if (at.data) line += Say(", data in block ", at.data);
     if (at.sub) line += Say(", subnodes in block ", at.sub);
     Line(depth, line);
+    // The node's kind is only what its id promises; what its data is, a heap says itself. A dump is
+    // wanted most where the two disagree.
     const std::string where = Say(title, " ", nid);
     auto data = DataView::Open(_context.image, at.data);
     const auto first = data ? data->ReadBlock(0) : std::nullopt;
@@ -178,6 +185,8 @@ Status DumpNode(platform::FileSystem& files, std::u16string_view path, std::uint
   if (!image.ok()) return image.status();
   CheckSummary summary;
   summary.fileSize = (*image)->size();
+  // A node is looked at for itself: folders, names and the store around it stay unread, and what
+  // would take them to judge is not judged.
   const CheckOptions options;
   Reporter reporter(options, sink, summary);
   const auto node = (*image)->FindNode(NodeId(nid));
@@ -186,6 +195,7 @@ Status DumpNode(platform::FileSystem& files, std::u16string_view path, std::uint
   sink.OnLine(Say("in node ", node->parent));
   Context context{**image, reporter, folders, 100'000'000, std::nullopt, std::nullopt};
   Dump(context, sink).Node(node->nid, {node->data, node->sub}, "node", 0);
+  // What the disk refused looked like damage above.
   return (*image)->readStatus();
 }
 

@@ -30,6 +30,8 @@ std::optional<PropertyContext> PropertyContext::Open(Context& context, Location 
         {PropTag(static_cast<std::uint16_t>(key), LoadField<PropType>(record, Record::kType)),
          LoadField<std::uint32_t>(record, Record::kValue)});
   });
+  // After the walk: judging reads values of the same heap, whose tree the walk is still in. Where
+  // keys do not ascend, which has been reported by now, Find misses some.
   for (PropertyEntry& entry : pc._entries) pc.Judge(entry);
   return pc;
 }
@@ -43,6 +45,8 @@ void PropertyContext::Judge(PropertyEntry& entry) {
     fault("its type is unknown");
     return;
   }
+  // Nobody can ask for it by name, but it does no harm. Without a map that could be read nothing is
+  // said: the map has been reported.
   const auto& names = _heap.context().names;
   if (entry.tag.Id() >= kFirstNamedId && names &&
       entry.tag.Id() - kFirstNamedId >= static_cast<int>(*names)) {
@@ -55,7 +59,10 @@ void PropertyContext::Judge(PropertyEntry& entry) {
     fault(reason);
     return;
   }
+  // Sound means that there is a value to read, not that it is right: what follows finds fault with
+  // values that others may read all the same.
   entry.sound = true;
+  // PidTagAttachSize counts values so; an object counts with the size in its record instead.
   _valueBytes += type == PropType::kObject ? 0 : value->size();
   if (IsInPlace(type) && value->size() < 4 && entry.raw >> (8 * value->size()) != 0) {
     _heap.Habit(codes::kProperty, Say("property ", ToString(entry.tag),
@@ -73,6 +80,8 @@ void PropertyContext::Judge(PropertyEntry& entry) {
 }
 
 void PropertyContext::Finish() {
+  // Outlook keeps a change history beside the properties of a few objects, under the id of its
+  // template: a subnode that no property names.
   if (const SubnodeEntry* history = _heap.UseSubnode(kNidChangeHistoryTableTemplate)) {
     CheckTable(_heap.context(), {history->data, history->sub}, where() + " change history");
   }

@@ -18,6 +18,16 @@ bool Take(CharStream& in, std::string_view text) {
   return true;
 }
 
+// Finds the changes that were begun and never finished, or taken back: the program that wrote the
+// file was stopped in between. Their rows must not be read, but whether a group counts is known at
+// its end only, and groups are as large as the file; so they are looked for in a pass of their own,
+// before the one that reads rows.
+//
+//   group := "@$${" id "{@" ... "@$$}" id "}@"     counts
+//          | "@$${" id "{@" ... "@$$}~~}@"         taken back
+//          | "@$${" id "{@" ... (end of file, or another group)     cut off
+//
+// In values "$" is escaped by a backslash or as "$24", so that no value holds a marker.
 class GroupSearch {
  public:
   explicit GroupSearch(CharStream& in) : _in(in) {}
@@ -28,6 +38,7 @@ class GroupSearch {
       const std::uint64_t at = _in.Position();
       if (Take(_in, kGroup)) Marker(at);
     }
+    // Also what follows it: nobody knows where the group would have ended.
     if (_open) Skip(_at, kToTheEnd);
     return _found.size() <= kMostSkippedGroups;
   }
@@ -41,6 +52,7 @@ class GroupSearch {
     std::uint32_t id = 0;
     if (begins) {
       if (!ReadId(_in, id) || !Take(_in, "{@")) return;
+      // The program goes on behind what it left unfinished, with a group of its own.
       if (_open) Skip(_at, at);
       _open = true;
       _at = at;
@@ -54,6 +66,7 @@ class GroupSearch {
   }
 
   void Skip(std::uint64_t begin, std::uint64_t end) {
+    // Neighbours become one: what is bounded is the number of gaps, not of crashes.
     if (!_found.empty() && _found.back().end == begin) {
       _found.back().end = end;
     } else {
@@ -76,6 +89,8 @@ bool CharStream::Fill() {
   while (true) {
     _buffer = _stream.Buffer();
     if (_buffer.empty()) return false;
+    // Ranges ascend and the stream only goes forward, so what lies behind is done with. A buffer
+    // ends where a range begins: whoever reads characters never sees one of it.
     const std::uint64_t here = _stream.Position();
     while (!_skipped.empty() && _skipped.front().end <= here) _skipped = _skipped.subspan(1);
     if (_skipped.empty()) return true;
@@ -107,6 +122,7 @@ bool ReadId(CharStream& in, std::uint32_t& id) {
   int digits = 0;
   for (int digit = HexDigit(in.Peek()); digit >= 0; digit = HexDigit(in.Peek())) {
     in.Next();
+    // Goes on to the end of the digits even so: what follows an id too long is no id.
     if (digits <= kMostDigits) ++digits;
     id = id << 4 | static_cast<std::uint32_t>(digit);
   }
