@@ -157,11 +157,17 @@ class Recogniser {
   }
 
   bool IsForAppleMail(const FolderEvidence& evidence) const {
-    return _options.from == SourceKind::kAppleMail || (!_options.from && evidence.appleMail);
+    const bool thunderbird = evidence.profileRoot || evidence.indexFiles || evidence.subfolders;
+    return _options.from == SourceKind::kAppleMail ||
+           (!_options.from && evidence.appleMail && !thunderbird);
   }
 
   Status AddAppleMail(const std::u16string& path) {
-    _plan.stores.push_back({SourceKind::kAppleMail, path, NameAmongOthers(path)});
+    // What is one mailbox has a folder of its name in any case.
+    const bool named = _options.sources.size() == 1 && !_options.name.empty();
+    const bool mailbox = engine::IsMailboxFolder(platform::FileNameOfPath(path));
+    _plan.stores.push_back({SourceKind::kAppleMail, path,
+                            mailbox && !named ? std::u16string() : NameAmongOthers(path)});
     return {};
   }
 

@@ -121,8 +121,14 @@ class AppleMail(PstTest):
         self.write_message('Mail/V10/IMAP-a@example.invalid/In.mbox/x/Data/Messages/1.emlx')
         self.write_message('Mail/V10/IMAP-a@example.invalid/In.mbox/x/Data/Messages/2.emlx', flags=2)
         self.write('Mail/V10/IMAP-a@example.invalid/In.mbox/x/Data/Messages/3.emlx', b'')
+        self.write('A.mbox/mbox', b'From a Wed Jan  1 12:00:00 2025\nSubject: a\n\na\n')
+        self.write('B.mbox/mbox', b'From a Wed Jan  1 12:00:00 2025\nSubject: b\n\nb\n')
         pst = self.folder / 'mail.pst'
-        account = self.convert('--skip-deleted', self.folder / 'Mail', pst, code=1)
+        self.convert(self.folder / 'A.mbox', self.folder / 'B.mbox', pst)
+        self.assertEqual(self.listed_folders(pst), {('A',): 1, ('B',): 1})
+        self.convert('--overwrite', '--name', 'C', self.folder / 'A.mbox', pst)
+        self.assertEqual(self.listed_folders(pst), {('C',): 0, ('C', 'A'): 1})
+        account = self.convert('--overwrite', '--skip-deleted', self.folder / 'Mail', pst, code=1)
         self.assertEqual([f['path'] for f in account['folders'] if f['written']],
                          [['a@example.invalid', 'In']])
         self.assertEqual(account['totals']['written'], 1)

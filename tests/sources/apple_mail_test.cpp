@@ -238,11 +238,13 @@ TEST_F(AppleMail, IsFoundAsItWasAndAsItIsExported) {
   Message("old/Mailboxes/Work/Sub.mbox/Messages/102.emlx");
   Message("old/Mailboxes/Holder/Low.mbox/Messages/103.emlx");
   disk.MakeFolder("old/Mailboxes/Nothing/here");
-  EXPECT_EQ(Open("old"), "Work[101;](Sub[102;]) Holder(Low[103;])");
+  Message("old/Mailboxes/Work/Attachments.mbox/Messages/104.emlx");
+  Message("old/Mailboxes/Work/Attachments/Below.mbox/Messages/105.emlx");
+  const std::string work = "Work[101;](Attachments[104;](Below[105;]) Sub[102;]) Holder(Low[103;])";
+  EXPECT_EQ(Open("old"), work);
   Message("old/POP-a@b.example/INBOX.imapmbox/Messages/5.emlx");
   Message("old/POP-a@b.example/INBOX.imapmbox/Messages/note.emlx");
-  EXPECT_EQ(Open("old"),
-            "On My Mac(Work[101;](Sub[102;]) Holder(Low[103;])) a@b.example(INBOX[5;note;])");
+  EXPECT_EQ(Open("old"), "On My Mac(" + work + ") a@b.example(INBOX[5;note;])");
 
   const std::string mail = "From a Tue Jan  1 00:00:00 2002\nMessage-ID:m\n\nb\n";
   disk.Write("exported/Box.mbox/mbox", mail);
@@ -253,6 +255,11 @@ TEST_F(AppleMail, IsFoundAsItWasAndAsItIsExported) {
   EXPECT_EQ(Open("exported"), "plain[m;] Box[m;] More(Both[1;])");
   EXPECT_EQ(observer.skipped, (Skips{{"mbox", SkipReason::kOlderCopy}}));
   EXPECT_EQ(Open("exported/Box.mbox"), "Box[m;]");
+  disk.Write("years.mbox/2001.mbox", mail);
+  disk.Write("years.mbox/Inbox", mail);
+  Message("years.mbox/Attachments.mbox/Messages/8.emlx");
+  EXPECT_EQ(Open("years.mbox"), "years[](2001[m;] Attachments[8;])");
+  EXPECT_EQ(observer.skipped, (Skips{{"Inbox", SkipReason::kOtherExtension}}));
 }
 
 }  // namespace

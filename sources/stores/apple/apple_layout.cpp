@@ -1,6 +1,7 @@
 #include "sources/stores/apple/apple_layout.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "engine/file_kinds.h"
@@ -77,6 +78,16 @@ bool HoldsMailboxes(const std::u16string& directory) {
   return entries.ok() && std::ranges::any_of(*entries, [](const DirectoryEntry& entry) {
            return entry.kind == FileKind::kFolder && engine::IsMailboxFolder(entry.name);
          });
+}
+
+bool IsProgramsOwn(std::u16string_view file) {
+  constexpr std::u16string_view kNames[] = {u"mbox", u"table_of_contents", u"content_index"};
+  constexpr std::u16string_view kExtensions[] = {u".emlx", u".emlxpart", u".plist"};
+  const auto hasExtension = [&](std::u16string_view one) {
+    return engine::HasExtension(file, one);
+  };
+  return file.starts_with(u'.') || std::ranges::find(kNames, file) != std::end(kNames) ||
+         std::ranges::any_of(kExtensions, hasExtension);
 }
 
 std::vector<std::u16string> AccountsIn(std::u16string_view directory, const Entries& entries) {

@@ -34,6 +34,10 @@ bool IsVersion(std::u16string_view folder);
 std::optional<std::u16string> NewestVersion(std::u16string_view directory, const Entries& entries);
 
 bool HoldsMailboxes(const std::u16string& directory);
+// A file that is a message, or goes with messages or mailboxes: what else is there, people put
+// there.
+bool IsProgramsOwn(std::u16string_view file);
+
 // Of the folders in `directory` those that hold mailboxes themselves: the accounts.
 std::vector<std::u16string> AccountsIn(std::u16string_view directory, const Entries& entries);
 }  // namespace parvane::sources

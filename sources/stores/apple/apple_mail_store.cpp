@@ -90,7 +90,8 @@ class TreeWalk {
   // mailbox; in another directory that has some, there and in "Messages".
   void Inside(const std::u16string& path, const std::u16string& below, const Entries& entries,
               AppleMailFolder& folder, MessageList& messages, bool named) {
-    messages.AddDirectory(below, entries);
+    messages.AddDirectory(path, below, entries);
+    if (below.empty()) Files(path, entries, &folder);
     for (const DirectoryEntry& entry : entries) {
       if (_walk.Canceled()) return;
       const std::u16string child = JoinPath(path, entry.name);
@@ -143,11 +144,11 @@ class TreeWalk {
       if (folder) mailboxes.emplace(platform::StemOfPath(entry.name), folder);
     }
     for (const DirectoryEntry& entry : entries) {
-      if (entry.kind != FileKind::kFolder || IsMailboxFolder(entry.name) || IsNoMail(entry.name))
-        continue;
+      if (entry.kind != FileKind::kFolder || IsMailboxFolder(entry.name)) continue;
       if (_walk.Canceled()) return;
       const std::u16string child = JoinPath(path, entry.name);
       const auto sibling = mailboxes.find(entry.name);
+      if (IsNoMail(entry.name) && sibling == mailboxes.end()) continue;
       const bool soleAccount = accounts.size() == 1 && accounts.front() == entry.name &&
                                mailboxes.empty() && IsNamelessAccount(entry.name);
       if (version && entry.name != *version) {
@@ -169,13 +170,13 @@ class TreeWalk {
     _walk.Leave();
   }
 
-  // Exported and plain mailboxes are found side by side.
+  // Plain mailboxes are found beside folders that are mailboxes, and in them.
   void Files(const std::u16string& path, const Entries& entries, AssetFolderBase* parent) {
     for (const DirectoryEntry& entry : entries) {
-      if (entry.kind != FileKind::kFile || entry.name.starts_with(u'.')) continue;
+      if (entry.kind != FileKind::kFile || IsProgramsOwn(entry.name)) continue;
       const std::u16string file = JoinPath(path, entry.name);
       if (!IsMailboxFolder(entry.name)) {
-        if (platform::ExtensionOfPath(entry.name) != u".plist") _walk.SkippedByName(file);
+        _walk.SkippedByName(file);
       } else if (_walk.AcceptMbox(file)) {
         _store.MakeFolder<MBOXAssetFolder>(file, MailboxName(entry.name), &_store, parent);
       }

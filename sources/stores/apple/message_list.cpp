@@ -6,10 +6,12 @@
 
 #include "platform/path.h"
 #include "sources/stores/apple/emlx_name.h"
+#include "sources/stores/apple/part_files.h"
 
 namespace parvane::sources {
 
-void MessageList::AddDirectory(std::u16string_view below, const Entries& entries) {
+void MessageList::AddDirectory(std::u16string_view path, std::u16string_view below,
+                               const Entries& entries) {
   std::set<std::u16string> complete;
   const auto forEach = [&](auto take) {
     for (const platform::DirectoryEntry& entry : entries) {
@@ -27,7 +29,8 @@ void MessageList::AddDirectory(std::u16string_view below, const Entries& entries
   }
   forEach([&](const platform::DirectoryEntry& entry, const EmlxName& name) {
     if (name.partial && complete.contains(name.base)) return;
-    _messages.push_back({name.number, _directories.size(), entry.size, entry.name});
+    const std::uint64_t beside = name.partial ? PartFiles(path, name.base).Size() : 0;
+    _messages.push_back({name.number, _directories.size(), entry.size + beside, entry.name});
   });
   _directories.emplace_back(below);
 }

@@ -14,9 +14,10 @@ namespace parvane::sources {
 
 class MessageList {
  public:
-  // The messages among the entries of the mailbox's directory `below` (empty: of the mailbox
-  // itself). Of "7.emlx" and "7.partial.emlx", which are one message, the complete one counts.
-  void AddDirectory(std::u16string_view below, const Entries& entries);
+  // The messages among the entries of the directory `path`, which is `below` in the mailbox (empty:
+  // the mailbox's own). Their sizes count what lies beside them. Of "7.emlx" and "7.partial.emlx",
+  // which are one message, the complete one counts.
+  void AddDirectory(std::u16string_view path, std::u16string_view below, const Entries& entries);
 
   bool empty() const { return _messages.empty(); }
   void AddTo(QuelmarMIMEEngineCommon::MessageFileFolder& folder);

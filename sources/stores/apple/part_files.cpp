@@ -74,4 +74,18 @@ Result<PartBody> PartFiles::Find(const LeftOutPart& part) const {
   return Status(StatusCode::kNotFound, "it was never downloaded");
 }
 
+std::uint64_t PartFiles::Size() const {
+  std::uint64_t size = 0;
+  const auto parts = FileSystem::Default().List(_attachments);
+  if (!parts.ok()) return 0;
+  for (const DirectoryEntry& part : *parts) {
+    if (part.kind != platform::FileKind::kFolder) continue;
+    const auto files = FileSystem::Default().List(platform::JoinPath(_attachments, part.name));
+    if (!files.ok()) continue;
+    for (const DirectoryEntry& file : *files) size += file.size;
+  }
+  // As base64 in lines.
+  return size + size / 3 + size / 38;
+}
+
 }  // namespace parvane::sources

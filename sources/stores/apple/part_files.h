@@ -7,6 +7,7 @@
 // No name out of a message is ever part of a path.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,8 @@ class PartFiles {
 
   // kNotFound: the mail program never fetched the part; else why its file cannot be had.
   platform::Result<PartBody> Find(const LeftOutPart& part) const;
+  // About how much longer the message is with its parts; those of older versions are not counted.
+  std::uint64_t Size() const;
 
  private:
   std::u16string _attachments;
