@@ -13,7 +13,7 @@
 
 namespace parvane::sources {
 
-class StrictJudge : public SeparatorJudge {
+class StrictJudge final : public SeparatorJudge {
  public:
   // Whether a valid index of the mailbox has a message whose separator stands at an offset;
   // nothing: there is no such index. Called for lines in doubt only.
