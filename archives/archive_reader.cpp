@@ -327,7 +327,10 @@ class DecompressedFile final : public platform::InputStream {
   std::span<const char> Buffer() override {
     return _empty ? std::span<const char>() : _reader->Stream().Buffer();
   }
-  void Skip(std::size_t count) override { _reader->Stream().Skip(count); }
+  // Of nothing nothing may be taken.
+  void Skip(std::size_t count) override {
+    if (!_empty) _reader->Stream().Skip(count);
+  }
   std::uint64_t Position() const override { return _reader->Stream().Position(); }
   const Status& status() const override {
     return _empty ? _reader->status() : _reader->Stream().status();

@@ -11,6 +11,7 @@
 namespace parvane::cli {
 namespace {
 
+using engine::MessageLayout;
 using platform::DirectoryEntry;
 using platform::FileKind;
 using platform::FileSystem;
@@ -31,12 +32,23 @@ void LookAtFile(std::u16string_view folder, const DirectoryEntry& entry,
   evidence.indexFiles |= engine::HasExtension(entry.name, u".msf") &&
                          !folderNames.contains(platform::StemOfPath(entry.name));
   evidence.appleMail |= engine::HasExtension(entry.name, u".emlx") && !entry.name.starts_with(u'.');
-  evidence.singleMessages |= engine::IsNamedLikeAMessage(entry.name);
   evidence.compressed |= engine::IsNamedLikeAnArchive(entry.name);
   if (extension.empty() && entry.size > 0 && !evidence.mailFiles) {
     const auto beginning = LookAtBeginning(platform::JoinPath(folder, entry.name));
     evidence.mailFiles = beginning.ok() && *beginning == Beginning::kMail;
   }
+}
+
+bool IsMaildir(std::u16string_view folder) {
+  if (!Files().FolderExists(platform::JoinPath(folder, u"cur"))) return false;
+  const auto entries = Files().List(folder);
+  return entries.ok() && engine::LayoutOf(folder, *entries) == MessageLayout::kMaildir;
+}
+
+bool IsStrong(const FolderEvidence& evidence) {
+  return evidence.profileRoot || evidence.mboxFiles || evidence.appleMail ||
+         evidence.Thunderbird() || evidence.maildirs ||
+         evidence.layout == MessageLayout::kMaildir || evidence.layout == MessageLayout::kMh;
 }
 
 }  // namespace
@@ -61,6 +73,7 @@ FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryE
       evidence.appleMail |= engine::IsMailboxFolder(entry.name);
       evidence.subfolders |= platform::ExtensionOfPath(entry.name) == u".sbd" &&
                              fileNames.contains(platform::StemOfPath(entry.name));
+      evidence.maildirs |= IsMaildir(platform::JoinPath(folder, entry.name));
     } else if (entry.kind == FileKind::kFile) {
       LookAtFile(folder, entry, folderNames, evidence);
     } else {
@@ -73,8 +86,7 @@ FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryE
                         (fileNames.contains(u"mbox") || folderNames.contains(u"Messages"));
   evidence.profileRoot = fileNames.contains(u"prefs.js") &&
                          (folderNames.contains(u"Mail") || folderNames.contains(u"ImapMail"));
-  evidence.singleMessages |=
-      folderNames.contains(u"cur") && folderNames.contains(u"new") && folderNames.contains(u"tmp");
+  evidence.layout = engine::LayoutOf(folder, entries);
   return evidence;
 }
 
@@ -96,10 +108,8 @@ Result<FolderEvidence> SearchFolder(const std::u16string& top) {
     FolderEvidence evidence = LookInto(folder, *entries);
     // Above the mail itself a profile's root is only that.
     if (folder != top) evidence.profileRoot = false;
-    if (evidence.profileRoot || evidence.mboxFiles || evidence.appleMail ||
-        evidence.Thunderbird()) {
-      return evidence;
-    }
+    if (IsStrong(evidence)) return evidence;
+    if (unread.layout == MessageLayout::kNone) unread.layout = evidence.layout;
     unread.singleMessages |= evidence.singleMessages;
     unread.compressed |= evidence.compressed;
     unread.deadLinks |= evidence.deadLinks;
@@ -115,8 +125,8 @@ std::string NoMailText(const FolderEvidence& found) {
   std::string text = "no mail found in it that is read here";
   if (found.singleMessages) {
     return text +
-           ", but messages in files of their own (maildir, .eml): let the program that "
-           "keeps them export them as mbox";
+           ", but messages in files of their own: let the program that keeps them export them as "
+           "mbox";
   }
   if (found.compressed) return text + ", but compressed files or archives: unpack them first";
   if (found.deadLinks) return text + ", but links that lead nowhere: connect the disk they lead to";

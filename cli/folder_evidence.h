@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/message_layouts.h"
 #include "platform/file.h"
 #include "platform/status.h"
 
@@ -17,8 +18,11 @@ struct FolderEvidence {
   bool subfolders = false;   // "name" beside the folder "name.sbd"
   bool profileRoot = false;  // "prefs.js" beside "Mail" or "ImapMail"
   bool appleMail = false;    // folders named like mailboxes ("NAME.mbox"), ".emlx" files
-  // What is not read: messages in files of their own, what would have to be unpacked, links to
-  // where nothing is.
+  bool maildirs = false;     // a folder "name" with "cur" in it
+  // Of the folder itself.
+  engine::MessageLayout layout = engine::MessageLayout::kNone;
+  // What is not read: other messages in files of their own, what would have to be unpacked, links
+  // to where nothing is.
   bool singleMessages = false;
   bool compressed = false;
   bool deadLinks = false;
@@ -34,7 +38,8 @@ platform::Result<Beginning> LookAtBeginning(std::u16string_view path);
 FolderEvidence LookInto(std::u16string_view folder,
                         const std::vector<platform::DirectoryEntry>& entries);
 
-// The nearest folder that says something decides for all: breadth first, each folder once.
+// The nearest folder that says something decides for all: breadth first, each folder once. Letters
+// (".eml") are put aside by people too, so they decide only where there is nothing else.
 platform::Result<FolderEvidence> SearchFolder(const std::u16string& top);
 
 // Why there is nothing to convert, in words: what was found instead.

@@ -78,6 +78,9 @@ struct Word {
 constexpr Word<std::optional<SourceKind>> kSources[] = {{"auto", std::nullopt},
                                                         {"mbox", SourceKind::kMbox},
                                                         {"thunderbird", SourceKind::kThunderbird},
+                                                        {"maildir", SourceKind::kMaildir},
+                                                        {"mh", SourceKind::kMh},
+                                                        {"eml", SourceKind::kEml},
                                                         {"apple-mail", SourceKind::kAppleMail}};
 constexpr Word<SeparatorRule> kSeparatorRules[] = {{"standard", SeparatorRule::kStandard},
                                                    {"strict", SeparatorRule::kStrict}};

@@ -52,8 +52,8 @@ Reason ReasonOf(SkipReason reason) {
       return {"not-a-file", "not a regular file"};
     case SkipReason::kSingleMessages:
       return {"single-messages",
-              "holds messages in files of their own (maildir, .eml), which are not read",
-              "let the program that keeps them export them as mbox"};
+              "holds messages in files of their own, which are not of this kind of source",
+              "convert it by itself: parvane convert --append FOLDER DEST.pst"};
     case SkipReason::kNotDownloaded:
       return {
           "not-downloaded", "its messages are on the server only: this folder was never downloaded",

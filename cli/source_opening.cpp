@@ -17,6 +17,7 @@ using engine::SkipReason;
 using factory::SourceKind;
 using platform::PathForDisplay;
 using platform::StatusCode;
+using QuelmarMIMEEngineCommon::IAssetFolder;
 using QuelmarMIMEEngineCommon::IAssetStore;
 using QuelmarMIMEEngineCommon::OperationResultCode;
 
@@ -29,8 +30,9 @@ std::ptrdiff_t LevelsOf(const std::u16string& path) {
 }
 
 FolderPlan::Naming NamingOf(SourceKind kind) {
-  return kind == SourceKind::kThunderbird ? FolderPlan::Naming::kOfServers
-                                          : FolderPlan::Naming::kAsTheyAre;
+  return kind == SourceKind::kThunderbird || kind == SourceKind::kMaildir
+             ? FolderPlan::Naming::kOfServers
+             : FolderPlan::Naming::kAsTheyAre;
 }
 
 // Which folders of the plan stand for the directories of one source. Those without mail of their
@@ -114,8 +116,21 @@ bool SourceOpening::OpenStore(const SourceStore& source) {
   Remember(source.path);
   const IAssetStore* store = OpenOne(source.kind, source.path);
   if (!store) return false;
-  _plan.AddStore(*store, source.topName, source.kind == SourceKind::kMbox, NamingOf(source.kind));
+  AddToPlan(source, *store);
   return OpenOrphans(source, firstFolder);
+}
+
+void SourceOpening::AddToPlan(const SourceStore& source, const Store& store) {
+  const std::vector<IAssetFolder*> folders = store.GetStoreRootFolder()->GetSubFolders();
+  const FolderPlan::Naming naming = NamingOf(source.kind);
+  if (source.kind != SourceKind::kMaildir) {
+    const bool holdsItself =
+        source.kind != SourceKind::kThunderbird && source.kind != SourceKind::kAppleMail;
+    return _plan.AddStore(store, source.topName, holdsItself, naming);
+  }
+  const bool alone = folders.size() == 1 && folders[0]->FolderDiskPath() == source.path;
+  const std::u16string name = alone ? folders[0]->FolderName().value_or(u"") : u"";
+  _plan.AddStore(store, source.topName.empty() ? name : source.topName, alone, naming);
 }
 
 // Folders that hold no mail themselves have no mailbox beside their ".sbd": "[Gmail].sbd" with all

@@ -37,6 +37,8 @@ class SourceOpening {
 
   void TellOf(const SourcePlan& sources);
   bool OpenStore(const SourceStore& source);
+  // A maildir without others in it is one folder, as an mbox is.
+  void AddToPlan(const SourceStore& source, const Store& store);
   // Null when it could not be opened, which has been told.
   Store* OpenOne(factory::SourceKind kind, const std::u16string& path);
   // Asks the store to tell its messages' state, where it is wanted.

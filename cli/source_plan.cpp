@@ -33,9 +33,12 @@ std::u16string WithoutTrailingSeparators(std::u16string_view path) {
   return std::u16string(path);
 }
 
-bool HoldsAccounts(std::u16string_view folder) {
+// Other programs have a folder "Mail" too.
+bool HoldsAccounts(std::u16string_view folder, SourceKind kind) {
   const std::u16string name = platform::FileNameOfPath(folder);
-  return name == u"Mail" || name == u"ImapMail";
+  if (name != u"Mail" && name != u"ImapMail") return false;
+  return kind == SourceKind::kThunderbird ||
+         Files().FileExists(platform::JoinPath(platform::ParentOfPath(folder), u"prefs.js"));
 }
 
 // Why a file that does not begin like a mailbox is none.
@@ -103,6 +106,16 @@ class Recogniser {
   }
 
   Status AddFile(const std::u16string& path) {
+    const bool letter = !_options.from && engine::HasExtension(path, u".eml");
+    if (letter || _options.from == SourceKind::kEml) {
+      if (Files().Inspect(path).kind == FileKind::kNone) return LookAtBeginning(path).status();
+      _plan.stores.push_back({SourceKind::kEml, path, TopName(path)});
+      return {};
+    }
+    if (_options.from == SourceKind::kMaildir || _options.from == SourceKind::kMh) {
+      return {StatusCode::kUnsupported,
+              PathForDisplay(path) + ": a file; give the folder that it lies in"};
+    }
     const auto beginning = LookAtBeginning(path);
     if (!beginning.ok()) {
       // Shells hand on a pattern that matches nothing as it is.
@@ -119,10 +132,15 @@ class Recogniser {
   Status AddFolder(const std::u16string& path) {
     auto entries = Files().List(path);
     if (!entries.ok()) return WithAdvice(path, entries.status());
+    if (_options.from == SourceKind::kMaildir || _options.from == SourceKind::kMh ||
+        _options.from == SourceKind::kEml) {
+      AddMailFolder(*_options.from, path);
+      return {};
+    }
     const FolderEvidence here = LookInto(path, *entries);
     if (IsForAppleMail(here)) return AddAppleMail(path);
     if (_options.from != SourceKind::kMbox && !here.profileRoot && !here.mboxFiles &&
-        !here.Thunderbird()) {
+        !here.Thunderbird() && here.layout == engine::MessageLayout::kNone) {
       const std::vector<std::u16string> profiles = ProfilesIn(path);
       if (profiles.size() == 1) return AddProfile(profiles.front());
       if (!profiles.empty()) {
@@ -147,12 +165,14 @@ class Recogniser {
       return {};
     }
     if (evidence->profileRoot) return AddProfile(path);
-    if (!_options.from && !evidence->Thunderbird())
-      return {StatusCode::kNotFound, PathForDisplay(path) + ": " + NoMailText(*evidence)};
-    const std::size_t before = _plan.stores.size();
-    if (HoldsAccounts(path) && !here.Thunderbird())
+    const auto kind = _options.from ? _options.from : KindOf(*evidence);
+    if (kind && HoldsAccounts(path, *kind) && !here.Thunderbird()) {
+      const std::size_t before = _plan.stores.size();
       AddAccounts(path, AccountsOf(platform::ParentOfPath(path)));
-    if (_plan.stores.size() == before) AddMailFolder(path);
+      if (_plan.stores.size() > before) return {};
+    }
+    if (!kind) return {StatusCode::kNotFound, PathForDisplay(path) + ": " + NoMailText(*evidence)};
+    AddMailFolder(*kind, path);
     return {};
   }
 
@@ -171,8 +191,22 @@ class Recogniser {
     return {};
   }
 
-  void AddMailFolder(const std::u16string& path) {
-    _plan.stores.push_back({SourceKind::kThunderbird, path, NameAmongOthers(path)});
+  // Of a folder that is neither a profile nor one of .mbox files; none: there is no mail in it.
+  static std::optional<SourceKind> KindOf(const FolderEvidence& evidence) {
+    using engine::MessageLayout;
+    if (evidence.mailFiles || evidence.subfolders) return SourceKind::kThunderbird;
+    // Indexes stand beside maildirs too.
+    if (evidence.maildirs || evidence.layout == MessageLayout::kMaildir)
+      return SourceKind::kMaildir;
+    if (evidence.indexFiles) return SourceKind::kThunderbird;
+    if (evidence.layout == MessageLayout::kMh) return SourceKind::kMh;
+    if (evidence.layout == MessageLayout::kLetters) return SourceKind::kEml;
+    return std::nullopt;
+  }
+
+  void AddMailFolder(SourceKind kind, const std::u16string& path) {
+    const bool itself = kind == SourceKind::kMh || kind == SourceKind::kEml;
+    _plan.stores.push_back({kind, path, itself ? TopName(path) : NameAmongOthers(path)});
   }
 
   Status AddProfile(const std::u16string& profile) {
@@ -191,7 +225,7 @@ class Recogniser {
     for (const MailAccount& account : accounts) {
       if (account.outside) _plan.leftBehind.push_back({account.folder, SkipReason::kElsewhere, {}});
     }
-    if (_plan.stores.size() == before) AddMailFolder(profile);
+    if (_plan.stores.size() == before) AddMailFolder(SourceKind::kThunderbird, profile);
     return {};
   }
 
@@ -211,8 +245,15 @@ class Recogniser {
         return one.folder == canonical && !one.name.empty();
       });
       _plan.stores.push_back(
-          {SourceKind::kThunderbird, path, account == accounts.end() ? entry.name : account->name});
+          {KindOfAccount(path), path, account == accounts.end() ? entry.name : account->name});
     }
+  }
+
+  // Thunderbird keeps an account's folders as mailboxes or, if its user wants that, as maildirs.
+  static SourceKind KindOfAccount(const std::u16string& path) {
+    const auto entries = Files().List(path);
+    const auto kind = entries.ok() ? KindOf(LookInto(path, *entries)) : std::nullopt;
+    return kind == SourceKind::kMaildir ? SourceKind::kMaildir : SourceKind::kThunderbird;
   }
 
   // To an account on a disk that is not there.
@@ -245,7 +286,7 @@ std::u16string NameForSource(std::u16string_view path) {
     return platform::FileNameOfPath(platform::CanonicalPath(path));
   if (Files().FolderExists(path)) return name;
   const std::u16string extension = platform::ExtensionOfPath(name);
-  for (std::u16string_view mailbox : {u".mbox", u".mbx", u".mail"}) {
+  for (std::u16string_view mailbox : {u".mbox", u".mbx", u".mail", u".eml"}) {
     const std::u16string stem = platform::StemOfPath(name);
     if (platform::EqualsIgnoreCase(extension, mailbox) && !stem.empty()) return stem;
   }

@@ -43,8 +43,12 @@ struct SourcePlan {
 //   a Thunderbird profile    each account below its Mail/ and ImapMail/ becomes a folder
 //   a folder of profiles     stands for its profile when there is only one
 //   Apple Mail's folder      each account becomes a folder; so do exported mailboxes
-//   (NAME.mbox/mbox) a folder of mail files   as Thunderbird keeps them ("Inbox" beside
-//   "Inbox.sbd"): the mail
+//                            (NAME.mbox/mbox)
+//   a maildir, or a folder   the mail folders go directly under the PST's top; with several sources
+//   of maildirs              under the folder's name
+//   an MH folder, a folder   becomes a folder of its own name
+//   of .eml files, one such
+//   a folder of mail files   as Thunderbird keeps them ("Inbox" beside "Inbox.sbd"): the mail
 //                            folders go directly under the PST's top; with several sources under
 //                            the folder's name
 //

@@ -4,7 +4,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(library_rooms platform archives mapi pstfile mapi_builtin mime mime_facade tnef engine properties convert sources
-    pst factory)
+    stores pst factory)
 add_library(parvane_library STATIC)
 set_target_properties(parvane_library PROPERTIES OUTPUT_NAME parvane EXPORT_NAME parvane
                       LINKER_LANGUAGE CXX)

@@ -30,10 +30,13 @@ enum class StateOrigin {
   kNobody,
   kIndex,           // Thunderbird's index beside the mailbox
   kEmlxList,        // the property list behind the message in an EMLX file
+  kFileName,        // the name of a file in a maildir
+  kSequences,       // an MH folder's sequences
   kDateField,       // the Date, where repair did not understand it and it reads all the same
   kDeliveryDate,    // the field of that name
   kReceived,        // the topmost Received field with a date
   kSeparator,       // the line before the message
+  kFileTime,        // when the message's own file was written last
   kMozillaHeaders,  // X-Mozilla-Status, X-Mozilla-Status2, X-Mozilla-Keys
   kStatusHeaders,   // Status, X-Status, X-Keywords, X-Label
   kLabels,          // X-Gmail-Labels

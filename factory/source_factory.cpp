@@ -8,6 +8,9 @@
 #include "sources/mbox_asset_store.h"
 #include "sources/profile_asset_store.h"
 #include "sources/stores/apple/apple_mail_store.h"
+#include "sources/stores/eml/letter_store.h"
+#include "sources/stores/maildir/maildir_store.h"
+#include "sources/stores/mh/mh_store.h"
 
 namespace parvane::factory {
 
@@ -22,6 +25,12 @@ std::unique_ptr<IAssetStore> CreateSource(SourceKind kind, NullableString diskPa
       return std::make_unique<TBAssetStore>(std::move(diskPath), std::nullopt);
     case SourceKind::kAppleMail:
       return std::make_unique<AppleMailStore>(std::move(diskPath));
+    case SourceKind::kMaildir:
+      return std::make_unique<sources::MaildirStore>(std::move(diskPath));
+    case SourceKind::kMh:
+      return std::make_unique<sources::MhStore>(std::move(diskPath));
+    case SourceKind::kEml:
+      return std::make_unique<sources::LetterStore>(std::move(diskPath));
   }
   return nullptr;
 }

@@ -14,6 +14,9 @@ enum class SourceKind {
   kMbox,         // an mbox file, or a directory of them
   kThunderbird,  // a mail profile's directory
   kAppleMail,    // ~/Library/Mail, an account or a mailbox in it, exported mailboxes
+  kMaildir,      // a maildir, or a directory of them
+  kMh,           // an MH folder, or a directory of them
+  kEml,          // a directory of ".eml" files, or one of them
 };
 
 // A store that is not yet opened. Prepares the file for messages nobody could parse, as

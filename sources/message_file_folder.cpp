@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "archives/archive_reader.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "sources/state/fallback_date.h"
@@ -54,7 +55,19 @@ std::optional<MailAssetFolder::MessageOrigin> MessageFileFolder::ReadMessage(
 
 platform::Result<std::unique_ptr<platform::InputStream>> MessageFileFolder::OpenFile(
     const std::u16string& path) {
-  return platform::OpenInputStream(platform::FileSystem::Default(), path, kReadSize);
+  using parvane::archives::Packing;
+  platform::FileSystem& files = platform::FileSystem::Default();
+  auto stream = platform::OpenInputStream(files, path, kReadSize);
+  if (!stream.ok()) return stream;
+  const auto start = (*stream)->Buffer();
+  switch (parvane::archives::PackingOf({start.data(), start.size()})) {
+    case Packing::kNone:
+    case Packing::kZip:
+    case Packing::kTar:
+      return stream;
+    default:
+      return parvane::archives::OpenDecompressed(files, path, kReadSize);
+  }
 }
 
 platform::Status MessageFileFolder::ReadFile(const std::u16string& path, MessageBuffer& message) {

@@ -32,7 +32,8 @@ class MessageFileFolder : public MailAssetFolder {
   void ResetQuery() override;
 
  protected:
-  // Opens a file for reading.
+  // Opens a file for reading, unpacked if its first bytes say that it is compressed, as mail
+  // servers keep files without a word in their names.
   virtual parvane::platform::Result<std::unique_ptr<parvane::platform::InputStream>> OpenFile(
       const std::u16string& path);
   // Reads the message in the file at `path`, `message` being empty.

@@ -20,16 +20,12 @@ using platform::FileSystem;
 
 namespace {
 
-// As the folders of a maildir are named, which come in threes.
 bool IsOfMaildir(std::u16string_view directory) {
   const std::u16string name = platform::FileNameOfPath(directory);
-  return (name == u"cur" || name == u"new") &&
-         FileSystem::Default().FolderExists(
-             platform::JoinPath(platform::ParentOfPath(directory), u"tmp"));
-}
-
-bool IsSingleMessage(const DirectoryEntry& entry) {
-  return entry.kind == FileKind::kFile && engine::IsNamedLikeAMessage(entry.name);
+  if (name != u"cur" && name != u"new") return false;
+  const std::u16string maildir = platform::ParentOfPath(directory);
+  const auto entries = FileSystem::Default().List(maildir);
+  return entries.ok() && engine::LayoutOf(maildir, *entries) == engine::MessageLayout::kMaildir;
 }
 
 // Programs lock files and folders by links that lead nowhere on purpose: the mail program its
@@ -146,12 +142,26 @@ void SourceWalk::SkippedUnlisted(std::u16string_view path, bool link) const {
 
 void SourceWalk::SkippedSingleMessages(std::u16string_view directory,
                                        const std::vector<DirectoryEntry>& entries) const {
+  using engine::MessageLayout;
+  const std::u16string name = platform::FileNameOfPath(directory);
+  if (_reads == MessageLayout::kMaildir && (name == u"cur" || name == u"new")) return;
   const bool maildir = IsOfMaildir(directory) &&
                        std::any_of(entries.begin(), entries.end(), [](const DirectoryEntry& entry) {
                          return entry.kind == FileKind::kFile;
                        });
-  if (maildir || std::any_of(entries.begin(), entries.end(), IsSingleMessage))
+  const bool mh =
+      _reads != MessageLayout::kMh && engine::LayoutOf(directory, entries) == MessageLayout::kMh;
+  if (maildir || mh || std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
+        return IsOfAnotherSource(entry);
+      })) {
     Skipped(directory, SkipReason::kSingleMessages);
+  }
+}
+
+bool SourceWalk::IsOfAnotherSource(const DirectoryEntry& entry) const {
+  if (entry.kind != FileKind::kFile || !engine::IsNamedLikeAMessage(entry.name)) return false;
+  if (entry.name == engine::kMhSequences) return _reads != engine::MessageLayout::kMh;
+  return _reads != engine::MessageLayout::kLetters || !engine::HasExtension(entry.name, u".eml");
 }
 
 void SourceWalk::SkippedByName(std::u16string_view path) const {

@@ -14,6 +14,7 @@
 
 #include "engine/callbacks.h"
 #include "engine/mailbox_wishes.h"
+#include "engine/message_layouts.h"
 #include "engine/source_observer.h"
 #include "platform/file.h"
 #include "sources/mbox_reading.h"
@@ -30,6 +31,12 @@ class SourceWalk {
         _cancelable(cancelable),
         _observer(observer),
         _anyBeginning(wishes && wishes->anyBeginning) {}
+  // For messages in files of their own, those of the layout `reads`; the observer hears of
+  // directories with others.
+  SourceWalk(QuelmarMIMEEngineCommon::IProgressPresenter* progress,
+             QuelmarMIMEEngineCommon::ICancelable* cancelable, engine::SourceObserver* observer,
+             engine::MessageLayout reads)
+      : _progress(progress), _cancelable(cancelable), _observer(observer), _reads(reads) {}
 
   // Runs a whole walk. A failure that is raised in it, for want of memory, ends it quietly where it
   // is; the observer is told that not all below `directory` was read.
@@ -90,11 +97,13 @@ class SourceWalk {
   void SkippedUnlisted(std::u16string_view path, bool link) const;
   void SkippedSingleMessages(std::u16string_view directory,
                              const std::vector<platform::DirectoryEntry>& entries) const;
+  bool IsOfAnotherSource(const platform::DirectoryEntry& entry) const;
 
   QuelmarMIMEEngineCommon::IProgressPresenter* _progress;
   QuelmarMIMEEngineCommon::ICancelable* _cancelable;
   engine::SourceObserver* _observer;
-  bool _anyBeginning;  // of mailboxes is accepted
+  bool _anyBeginning = false;  // of mailboxes is accepted
+  engine::MessageLayout _reads = engine::MessageLayout::kNone;
   std::vector<Step> _way;
   bool _linked = false;  // its last step, through a link
   bool _takesSingleMessages = false;

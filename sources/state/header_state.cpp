@@ -148,6 +148,8 @@ void ReadHeaderState(const StateHeaders& headers, MailboxWriter writer, const St
     ReadStatus(headers, writer, state);
     ReadKeywordHeaders(headers, wishes, state);
   }
+  if (writer == MailboxWriter::kLetter && headers.Raw(StateField::kUnsent) == "1")
+    state.draft.Learn(true, StateOrigin::kStatusHeaders);
   if (headers.Has(StateField::kGmailLabels)) ReadGmailLabels(headers.GmailLabels(), state);
   ReadImportance(headers, state);
 }

@@ -12,6 +12,7 @@ enum class MailboxWriter {
   // Thunderbird again, copying from a server: it marks every message as read, and changes none of
   // it but "deleted".
   kThunderbirdCopy,
+  kLetter,  // who saves a message to a file of its own; such a file may be a draft
   kOther,
 };
 

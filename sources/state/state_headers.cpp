@@ -8,9 +8,10 @@ namespace {
 
 // In the order of StateField, but for the last two, which nearly every message has.
 constexpr std::array<std::string_view, kStateFields - 2> kNames = {
-    "X-Mozilla-Status", "X-Mozilla-Status2", "X-Mozilla-Keys", "X-Mozilla-Draft-Info", "Status",
-    "X-Status",         "X-Keywords",        "X-Label",        "X-Gmail-Labels",       "Importance",
-    "X-Priority",       "X-MSMail-Priority", "Priority"};
+    "X-Mozilla-Status", "X-Mozilla-Status2", "X-Mozilla-Keys", "X-Mozilla-Draft-Info",
+    "Status",           "X-Status",          "X-Keywords",     "X-Label",
+    "X-Gmail-Labels",   "Importance",        "X-Priority",     "X-MSMail-Priority",
+    "Priority",         "X-Unsent"};
 // More than anybody writes.
 constexpr std::size_t kMostLabelFields = 64;
 

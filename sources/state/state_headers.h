@@ -27,6 +27,7 @@ enum class StateField : std::size_t {
   kXPriority,
   kXMsMailPriority,
   kPriority,
+  kUnsent,
   kReceived,  // looked for only where there is kMozillaDraftInfo
   kMessageId,
 };

@@ -38,16 +38,12 @@ class Refusals(PstTest):
         text = self.write('notes.txt', b'from here to there\n')
         (self.folder / 'empty').mkdir()
         pst = self.folder / 'out.pst'
-        maildir = self.write('maildir/cur/1.host', b'Subject: s\n').parents[1]
-        (maildir / 'new').mkdir()
-        (maildir / 'tmp').mkdir()
         archive = self.write('old.mbox.gz', b'\x1f\x8b')
         missing = self.folder / 'missing'
         cases = (
             ('no source', (missing, pst), (missing, NO_SUCH_FILE)),
             ('no mbox', (text, pst), (text, 'not an mbox')),
             ('no mail', (self.folder / 'empty', pst), ('empty', 'no mail')),
-            ('no mail that is read', (maildir, pst), (maildir, 'files of their own')),
             ('archive', (archive, pst), (archive, 'unpack')),
             ('pattern', (self.folder / 'x*.mbox', pst), ('x*.mbox', 'no file matches')),
             ('no folder for the PST', (source, missing / 'out.pst'), (missing, 'does not exist')),

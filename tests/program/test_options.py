@@ -281,14 +281,13 @@ class Recognition(PstTest):
 
     def test_sources_without_mail(self):
         bad = self.write('text', b'just a note\n')
-        for file in ('eml/1.eml', 'gz/Inbox.gz', 'link/readme.txt'):
+        for file in ('gz/Inbox.gz', 'link/readme.txt'):
             self.write(f'found/{file}', b'x')
         (self.folder / 'found/link/Sent').symlink_to('/none')  # which Wine shows to nobody
         for source, options, why in (
                 (self.folder / 'm/boxes', ('--from', 'thunderbird'), 'no mail found in it'),
                 (self.folder / 'm' / self.LOCAL, ('--from', 'mbox'), 'no mail found in it'),
                 (self.folder / 'm/p.default/Mail/smart mailboxes', (), 'no mail found in it'),
-                (self.folder / 'found/eml', (), 'messages in files of their own'),
                 (self.folder / 'found/gz', (), 'compressed files'),
                 (self.folder / 'found/link', (),
                  'no mail found in it' if WINDOWS else 'links that lead nowhere'),

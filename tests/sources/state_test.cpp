@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "engine/message_layouts.h"
 #include "platform/text.h"
+#include "sources/state/maildir_marks.h"
+#include "sources/state/mh_sequences.h"
 #include "tests/support/state_in_header.h"
 
 namespace parvane::sources {
@@ -118,6 +121,76 @@ TEST(HeaderState, IsWhatTheHeaderTells) {
   }
   EXPECT_EQ(InWords(StateInHeader("Status: O\r\n\r\n", MailboxWriter::kThunderbird, wishes)),
             "read !replied !flagged !draft !deleted");
+}
+
+TEST(HeaderState, IsADraftInAFileOfItsOwn) {
+  const std::string_view message = "X-Unsent: 1\r\n\r\n";
+  EXPECT_EQ(InWords(StateInHeader(message, MailboxWriter::kLetter, Wishes())), "draft");
+  EXPECT_EQ(InWords(StateInHeader(message, MailboxWriter::kOther, Wishes())), "");
+}
+
+TEST(MaildirMarks, AreInTheNameOfTheFile) {
+  const MaildirKeywords keywords =
+      ParseDovecotKeywords("0 $Junk\n1 project_x\r\nrubbish\n26 beyond\n3 \n2 $Forwarded\n4 a b");
+  constexpr const char* kNo = "!replied !forwarded !flagged !draft !deleted";
+  const struct {
+    std::u16string_view name;
+    std::string state;
+    std::uint64_t delivered;
+    bool isNew = false;
+  } cases[] = {
+      {u"1735732801.M1P4711.host,S=200,W=208:2,S", std::string("read ") + kNo, 1735732801},
+      {u"1252168370_3.14675.cthulhu!2,", std::string("!read ") + kNo, 1252168370},
+      {u"1735732801.x;2,DFPRST", "read replied forwarded flagged draft deleted", 1735732801},
+      {u"1735732801.x\uF0222,F", "!read !replied !forwarded flagged !draft !deleted", 1735732801},
+      {u"1735732801.x:2,S,more", std::string("read ") + kNo, 1735732801},
+      {u"special!2,Sabc", "read !replied forwarded !flagged !draft junk !deleted [Project X;]", 0},
+      {u"a:2,yz", std::string("!read ") + kNo + " []", 0},
+      {u"1735732801.x", "", 1735732801},
+      {u"1735732801.x", "!read", 1735732801, true},
+      {u"1735732801.x:2,S", "!read !replied !forwarded !flagged !draft !deleted", 1735732801, true},
+      {u"1735732801.x:1,S", "", 1735732801},
+      {u"2,S", "", 0},
+      {u"host-2,S", "", 0},
+      {u"a:2,F:2,S", std::string("read ") + kNo, 0},
+      {u"20241231235959.eml", "", 0},
+  };
+  for (const auto& one : cases) {
+    const MaildirName name = ParseMaildirName(one.name);
+    MessageState state;
+    ReadMaildirMarks(name, one.isNew, keywords, Wishes(), state);
+    EXPECT_EQ(InWords(state), one.state) << platform::Utf16ToUtf8(one.name);
+    EXPECT_EQ(name.delivered.value_or(0), one.delivered) << platform::Utf16ToUtf8(one.name);
+  }
+}
+
+TEST(MhSequences, NameTheMessagesOfAFolder) {
+  const MhSequences sequences = MhSequences::Parse(
+      "cur: 10\nunseen: 2-3 9\n 5\r\nflagged: 10 7-6 x 4x-5\nReplied: 1-2 2-4294967296\n"
+      "forwarded: 0 8 7-8\nodd\n");
+  const std::pair<std::uint32_t, const char*> cases[] = {{1, "read replied !flagged"},
+                                                         {2, "!read replied !flagged"},
+                                                         {3, "!read !replied !flagged"},
+                                                         {4, "read !replied flagged"},
+                                                         {5, "!read !replied !flagged"},
+                                                         {6, "read !replied !flagged"},
+                                                         {7, "read !replied forwarded !flagged"},
+                                                         {8, "read !replied forwarded !flagged"},
+                                                         {9, "!read !replied !flagged"},
+                                                         {10, "read !replied flagged"}};
+  for (const auto& [number, state] : cases) {
+    MessageState known;
+    sequences.Read(number, known);
+    EXPECT_EQ(InWords(known), state) << number;
+  }
+  for (const auto& [name, number] : {std::pair<std::u16string_view, std::uint32_t>{u"12", 12u},
+                                     {u"012", 0u},
+                                     {u",4", 0u},
+                                     {u"", 0u},
+                                     {u"999999999", 999999999u},
+                                     {u"4294967297", 0u},
+                                     {u"1.eml", 0u}})
+    EXPECT_EQ(engine::MhNumber(name), number) << platform::Utf16ToUtf8(name);
 }
 
 TEST(HeaderState, TakesAHundredCategoriesAndCountsTheRest) {
