@@ -43,6 +43,13 @@ std::optional<FirstLine> ReadFirstLine(std::string_view file) {
   return first;
 }
 
+bool IsHeaderField(std::string_view file) {
+  constexpr std::size_t kLongestName = 78;
+  const std::size_t colon = file.substr(0, kLongestName).find(':');
+  return colon != file.npos && colon > 0 &&
+         std::ranges::all_of(file.substr(0, colon), [](char c) { return c > ' ' && c <= '~'; });
+}
+
 // Where the list begins: npos unless it is whole.
 std::size_t FindList(std::string_view rest) {
   constexpr std::string_view kEnd = "</plist>";
@@ -54,7 +61,8 @@ std::size_t FindList(std::string_view rest) {
 }  // namespace
 
 Result<EmlxPieces> SplitEMLX(std::string_view file) {
-  const auto first = ReadFirstLine(file);
+  auto first = ReadFirstLine(file);
+  if (!first && IsHeaderField(file)) first = FirstLine{file.size(), 0};
   if (!first) {
     return Status(StatusCode::kCorrupt,
                   "does not begin with the number of its bytes, so it is no EMLX message");

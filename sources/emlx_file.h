@@ -31,7 +31,8 @@ struct EmlxPieces {
   std::uint64_t missing = 0;
 };
 
-// kCorrupt when the first line is no count.
+// kCorrupt when the first line is no count, and no header field either: a message that somebody
+// took the count off is read all the same.
 parvane::platform::Result<EmlxPieces> SplitEMLX(std::string_view file);
 
 // What ReadPlist makes of a list; empty for none, for one that is damaged, and for one larger than

@@ -13,6 +13,7 @@
 #include "sources/state/emlx_state.h"
 #include "sources/stores/apple/apple_mail_store.h"
 #include "sources/stores/apple/left_out_parts.h"
+#include "sources/stores/apple/part_files.h"
 #include "tests/support/temporary_folder.h"
 
 namespace QuelmarMIMEEngineCommon {
@@ -192,6 +193,37 @@ class AppleMail : public testing::Test {
   const TemporaryFolder disk;
   Observer observer;
 };
+
+TEST_F(AppleMail, KeepsPartsInFilesOfOtherNames) {
+  disk.Write("a/Attachments/7/2/Mail-Anhang.png", "only");
+  disk.Write("a/Attachments/7/2/.DS_Store", "");
+  disk.Write("a/Attachments/7/3.1/other.bin", "other");
+  disk.Write("a/Attachments/7/3.1/tu\xCC\x88r.BIN", "named");
+  disk.Write("a/Messages/7.4.emlxpart", "encoded");
+  disk.Write("a/Messages/8.emlxpart", "alone");
+  disk.MakeFolder("a/Attachments/7/5/folder");
+  struct Case {
+    std::u16string message;
+    std::string number;
+    std::u16string name;
+    std::string expected;
+  };
+  for (const Case& c : std::initializer_list<Case>{
+           {u"7", "2", u"pixel", "only"},
+           {u"7", "3.1", u"T\u00FCr.bin", "named"},
+           {u"7", "3.1", u"../other.bin", "several files are in its place, none of its name"},
+           {u"7", "4", u"", "encoded"},
+           {u"7", "5", u"folder", "it was never downloaded"},
+           {u"7", "1", u"Mail-Anhang.png", "it was never downloaded"},
+           {u"8", "1", u"", "alone"},
+       }) {
+    const auto body =
+        sources::PartFiles(disk.Path("a/Messages"), c.message).Find({c.number, c.name});
+    const auto bytes = body.ok() ? body->bytes->Buffer() : std::span<const char>();
+    EXPECT_EQ(body.ok() ? std::string(bytes.begin(), bytes.end()) : body.status().message(),
+              c.expected);
+  }
+}
 
 using engine::SkipReason;
 using Skips = std::map<std::string, SkipReason>;

@@ -125,6 +125,8 @@ TEST(EmlxFiles, HoldACountAMessageAndAList) {
            {"a count that stops in a list that is mail", "2\n<?xml?><plist/>" + list,
             "<?xml?><plist/>", 0, kProperties},
            {"a list of 2 MB", "1\nx<?xml?>" + std::string(2 << 20, ' ') + "</plist>", "x"},
+           {"no count", "Subject: s\n\nb" + list, "Subject: s\n\nb", 0, kProperties},
+           {"neither count nor list", "Subject: s\n\nb", "Subject: s\n\nb"},
            {"a count beyond the end", "900\nSubject: s\n", "Subject: s\n", 889},
            {"the largest count", "18446744073709551615\nab", "ab", 18446744073709551613u},
        }) {
@@ -136,7 +138,7 @@ TEST(EmlxFiles, HoldACountAMessageAndAList) {
   }
 
   for (std::string_view file : {"", "12", "\nx", "  \nx", "-1\nx", "0x10\nx", "1 2\nx",
-                                "18446744073709551616\nx", "Subject: s\n\nb"}) {
+                                "18446744073709551616\nx", "Sub ject: s\n", ":\n"}) {
     const auto content = ParseEMLX(file);
     EXPECT_EQ(content.status().code(), parvane::platform::StatusCode::kCorrupt) << file;
   }

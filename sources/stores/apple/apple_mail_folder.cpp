@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "mime/byte_slice.h"
-#include "mime/mime_header.h"
 #include "mime/mime_message2.h"
 #include "platform/file.h"
 #include "platform/memory_input_stream.h"
@@ -30,16 +29,6 @@ using platform::Status;
 using sources::MessageBuffer;
 
 namespace {
-
-// A file without a count may be a message all the same: somebody took the list and the count off.
-platform::Result<EmlxPieces> Split(std::string_view file) {
-  auto pieces = SplitEMLX(file);
-  if (pieces.ok()) return pieces;
-  Tessary::MimeHeader header;
-  header.Load(file);
-  if (!header.HasFields()) return pieces;
-  return EmlxPieces{file, {}, 0};
-}
 
 std::string NameOf(const sources::LeftOutPart& part) {
   return part.name.empty() ? "part " + part.number : platform::Utf16ToUtf8(part.name);
@@ -68,7 +57,7 @@ Status AppleMailFolder::ReadUnguarded(const std::u16string& path, MessageBuffer&
   const auto file =
       platform::ReadWholeFile(FileSystem::Default(), path, Tessary::MimeLimits::kMessageBytes);
   if (!file.ok()) return file.status();
-  const auto pieces = Split(*file);
+  const auto pieces = SplitEMLX(*file);
   if (!pieces.ok()) return pieces.status();
   if (StateWishes()) _properties = ReadEMLXProperties(pieces->list);
   if (pieces->missing > 0) {

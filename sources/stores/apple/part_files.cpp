@@ -61,11 +61,10 @@ Result<PartBody> PartFiles::Find(const LeftOutPart& part) const {
   auto entries = FileSystem::Default().List(folder);
   if (entries.ok()) {
     const auto name = Choose(std::move(entries).value(), part.name);
-    if (name.ok()) return OpenBody(platform::JoinPath(folder, *name), false);
-    if (name.status().code() != StatusCode::kNotFound) return name.status();
-  } else if (entries.status().code() != StatusCode::kNotFound) {
-    return entries.status();
+    if (!name.ok()) return name.status();
+    return OpenBody(platform::JoinPath(folder, *name), false);
   }
+  if (entries.status().code() != StatusCode::kNotFound) return entries.status();
   // What is all of its message has no number in older versions.
   const std::u16string alone = part.number == "1" ? _encodedStem + u".emlxpart" : u"";
   for (const std::u16string& path : {_encodedStem + u"." + number + u".emlxpart", alone}) {
