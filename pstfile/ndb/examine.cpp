@@ -21,6 +21,11 @@ namespace {
 // No writer gets there; ids found above it are damage, and adding to them would wrap around.
 constexpr std::uint64_t kHighestId = std::uint64_t{1} << 62;
 
+// The end of a file that holds so many bytes, and whole intervals only.
+std::uint64_t EndCovering(std::uint64_t size) {
+  return IntervalOffset(IntervalOf(std::max(size, kSmallestFile) - 1) + 1);
+}
+
 void RaiseBlockId(FileHeader& header, BlockId bid) {
   header.nextBlockId = std::max(header.nextBlockId, (bid.value & ~std::uint64_t{3}) + 4);
 }
@@ -103,6 +108,9 @@ Status NodeDatabase::Impl::Examine() {
   if (*size < committed.endOfFile) {
     if (Status s = CheckNothingBeyond(*size); !s.ok()) return s;
     _mapStateAtOpen = kMapsInvalid;  // some are missing
+    // Nothing is there that a larger number would be about, and all that is done for each of the
+    // format's intervals would be done for as many as a damaged header likes to name.
+    committed.endOfFile = std::min(committed.endOfFile, EndCovering(*size));
   }
   if (Status s = FindFreeSpace(); !s.ok()) return s;
   return RaiseIds();

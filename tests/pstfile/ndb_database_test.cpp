@@ -499,5 +499,27 @@ TEST_F(NodeDatabaseTest, FilesThatWereCutOffAreLeftAlone) {
   }
 }
 
+TEST_F(NodeDatabaseTest, AnEndFarBeyondTheFileIsNotBelieved) {
+  Create();
+  Put(0x24, Pattern(5000, 1));
+  ASSERT_OK(db->Publish());
+  ASSERT_OK(db->Close());
+  db.reset();
+  const std::uint64_t size = files[kPath].size();
+  for (const bool oldPageMap : {false, true}) {
+    SCOPED_TRACE(oldPageMap);
+    Bytes& file = files[kPath];
+    FileHeader header = FileHeader::Decode(std::span(file).first<kHeaderSize>());
+    header.endOfFile = std::uint64_t{1} << 46;
+    if (oldPageMap) StoreU64(header.raw, 208, kPageSize);
+    std::ranges::copy(header.Encode(), file.begin());
+    Open(OpenMode::kReadWrite);
+    Put(0x44, Pattern(5000, 2));
+    ASSERT_OK(db->Close());
+    EXPECT_EQ(files[kPath].size(), size);
+    EXPECT_THAT(Problems(files, kPath, true), IsEmpty());
+  }
+}
+
 }  // namespace
 }  // namespace parvane::pstfile
