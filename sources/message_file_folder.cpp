@@ -45,7 +45,10 @@ std::optional<MailAssetFolder::MessageOrigin> MessageFileFolder::ReadMessage(
   while (_next < _ends.size()) {
     ++_next;
     std::u16string path = platform::JoinPath(FolderDiskPath().value_or(u""), FileInHand());
-    const platform::Status status = ReadFile(path, message);
+    platform::Status status = ReadFile(path, message);
+    // As a full disk or a crash leaves files.
+    if (status.ok() && message.empty() && message.lost() == 0)
+      status = {platform::StatusCode::kCorrupt, "there is nothing in it"};
     if (status.ok()) return MessageOrigin{0, std::move(path)};
     message.clear();
     if (Observer()) Observer()->PathSkipped(path, engine::SkipReason::kUnreadable, status);

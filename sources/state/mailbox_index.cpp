@@ -71,8 +71,9 @@ void ReadRow(const ThunderbirdIndex& index, const ThunderbirdIndex::Row& row,
 
 }  // namespace
 
-MailboxIndex::MailboxIndex(std::u16string mailbox)
-    : _mailbox(std::move(mailbox)),
+MailboxIndex::MailboxIndex(std::u16string mailbox, Kind kind)
+    : _kind(kind),
+      _mailbox(std::move(mailbox)),
       _path(_mailbox + u".msf"),
       _copy(HasPart(_mailbox, u"ImapMail")) {
   const bool there = FileSystem::Default().FileExists(_path);
@@ -90,6 +91,10 @@ MailboxIndex::MailboxIndex(std::u16string mailbox)
   if (!there && _copy) _fault = IndexFault::kMissing;
 }
 
+bool MailboxIndex::KnowsDirectory(const std::u16string& directory) {
+  return HasPart(directory, u"ImapMail") || FileSystem::Default().FileExists(directory + u".msf");
+}
+
 // Of folders kept here, the size must be that of the file, and samples must stand where they are
 // said to. A copy of a server's folder is current whenever it lists anything: it is written all the
 // time, and says nothing of the file.
@@ -98,7 +103,7 @@ void MailboxIndex::Judge() {
   const std::vector<ThunderbirdIndex::Row>& rows = _index->rows();
   if (_copy) {
     if (rows.empty()) _fault = IndexFault::kStale;
-  } else {
+  } else if (_kind == Kind::kFile) {
     const auto size = FileSystem::Default().Inspect(_mailbox).size;
     bool current = _index->folder().mailboxSize == size;
     const std::size_t step = std::max<std::size_t>(rows.size() / kSamples, 1);
@@ -161,6 +166,25 @@ engine::MessageState MailboxIndex::StateOf(const MessagePlace& place, const Stat
   }
   ReadHeaderState(headers, _copy ? MailboxWriter::kThunderbirdCopy : MailboxWriter::kThunderbird,
                   wishes, state);
+  return state;
+}
+
+engine::MessageState MailboxIndex::StateOfFile(const StateHeaders& headers,
+                                               const engine::StateWishes& wishes) {
+  engine::MessageState state;
+  const auto readHeader = [&] {
+    ReadHeaderState(headers, _copy ? MailboxWriter::kThunderbirdCopy : MailboxWriter::kThunderbird,
+                    wishes, state);
+  };
+  // Nothing tells whether the index of a directory is current: of folders kept here it is asked for
+  // what the messages do not say themselves.
+  if (!_copy) readHeader();
+  const std::uint64_t idHash = IdHashIn(headers);
+  if (_index && idHash != 0) {
+    const auto rows = _index->WithMessageId(idHash, kMostCopies);
+    if (rows.size() == 1) ReadRow(*_index, *rows.front(), wishes, state);
+  }
+  if (_copy) readHeader();
   return state;
 }
 

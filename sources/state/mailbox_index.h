@@ -23,8 +23,13 @@ namespace parvane::sources {
 
 class MailboxIndex {
  public:
+  // Thunderbird keeps a folder's messages in one file, or in files of their own in a directory.
+  enum class Kind { kFile, kDirectory };
+
   // Reads the index beside the mailbox, if there is one.
-  explicit MailboxIndex(std::u16string mailbox);
+  explicit MailboxIndex(std::u16string mailbox, Kind kind = Kind::kFile);
+  // Whether a directory is a folder of Thunderbird's.
+  static bool KnowsDirectory(const std::u16string& directory);
 
   // Why marks that an index should tell are not taken from one; nothing when all is well.
   const std::optional<engine::IndexFault>& fault() const { return _fault; }
@@ -37,6 +42,9 @@ class MailboxIndex {
   }
   engine::MessageState StateOf(const MessagePlace& place, const StateHeaders& headers,
                                const engine::StateWishes& wishes);
+  // Of a message in a file of its own, which has no place in the mailbox: its row is that of its
+  // Message-ID.
+  engine::MessageState StateOfFile(const StateHeaders& headers, const engine::StateWishes& wishes);
 
  private:
   struct Found {
@@ -49,6 +57,7 @@ class MailboxIndex {
   bool StandsAt(std::uint64_t offset, std::uint64_t idHash);
   Found Find(const MessagePlace& place, std::uint64_t idHash);
 
+  Kind _kind;
   std::u16string _mailbox;
   std::u16string _path;                    // of the index
   std::optional<ThunderbirdIndex> _index;  // only if it is to be believed

@@ -23,6 +23,11 @@ def letter(subject, *headers, end='\n', body='text'):
     return end.join(lines).encode()
 
 
+INDEX = """// <!-- <mdb:mork:z v="1.4"/> -->
+<<(a=c)>(80=ns:msg:db:row:scope:msgs:all)(81=message-id)(82=flags)(83=keywords)
+(96=ns:msg:db:table:kind:msgs)>
+{1:^80 {(k^96:c)(s=9)} [1(^81=i@example.invalid)(^82=6)(^83=project_x)] [2(^81=j@example.invalid)(^82=1)] }
+"""
 DATED = 'Date: Wed, 01 Jan 2025 12:00:00 +0000'
 
 
@@ -152,11 +157,16 @@ class Folders(FolderTest):
         marks = ('X-Mozilla-Status: 0005', 'X-Mozilla-Status2: 00000000', 'X-Mozilla-Keys: project_x')
         self.write('p/Mail/host/Inbox/cur/1.eml', letter('d', *marks, DATED))
         self.write('p/Mail/host/Inbox.sbd/Sub/cur/1.eml', letter('s', DATED))
-        for name in ('Inbox.msf', 'Trash.msf', 'msgFilterRules.dat'):
+        for name in ('Trash.msf', 'msgFilterRules.dat'):
             self.write(f'p/Mail/host/{name}', b'// index')
+        # Of a server's folders the messages themselves say "read" of everything.
+        for name in ('i', 'j', 'k'):
+            self.write(f'p/ImapMail/imap/INBOX/cur/{name}.eml', letter(name, 'X-Mozilla-Status: 0001', DATED))
+        self.write('p/ImapMail/imap/INBOX.msf', INDEX.encode())
         _, found = self.converted(self.folder / 'p')
         self.assertEqual(found, {'Local Folders/Inbox': [('m', '')], 'host/Inbox': [('d', 'read flagged Project X')],
-                                 'host/Inbox/Sub': [('s', '')]})
+                                 'host/Inbox/Sub': [('s', '')],
+                                 'imap/INBOX': [('i', 'replied flagged Project X'), ('j', 'read'), ('k', '')]})
 
 
 @unittest.skipUnless(FIXTURES.exists(), 'needs mail and generators that are not part of the project')

@@ -116,10 +116,12 @@ TEST_F(MessageStores, OfMaildirsKnowEveryWayOfNesting) {
 
 TEST_F(MessageStores, TellOfAFileThatCannotBeReadAndGoOn) {
   for (const char* file : {"m/1.eml", "m/2.eml", "m/3.eml"}) disk.Write(file, kMessage);
+  disk.Write("m/4.eml", "From a Tue Jan  1 00:00:00 2002\n");
   beforeReading = [&] { std::filesystem::remove(platform::PathToNative(disk.Path("m/2.eml"))); };
   EXPECT_EQ(Read<LetterStore>(), "m[2]");
   EXPECT_EQ(observer.paths, (std::vector<std::string>{"1.eml", "3.eml"}));
-  EXPECT_EQ(observer.skipped, (decltype(observer.skipped){{"2.eml", SkipReason::kUnreadable}}));
+  EXPECT_EQ(observer.skipped, (decltype(observer.skipped){{"2.eml", SkipReason::kUnreadable},
+                                                          {"4.eml", SkipReason::kUnreadable}}));
 }
 
 TEST_F(MessageStores, OfDirectoriesAreTheirTree) {

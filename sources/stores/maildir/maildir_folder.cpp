@@ -76,6 +76,25 @@ void MaildirFolder::TakeDirectory(std::u16string_view directory, SourceWalk& wal
     AddFile(platform::JoinPath(message.place, message.entry->name), message.entry->size);
 }
 
+engine::MessageState MaildirFolder::StateOf(const StateHeaders& headers,
+                                            const engine::StateWishes& wishes) {
+  if (!std::exchange(_indexed, true)) {
+    const std::u16string directory = FolderDiskPath().value_or(u"");
+    if (MailboxIndex::KnowsDirectory(directory))
+      _index = std::make_unique<MailboxIndex>(directory, MailboxIndex::Kind::kDirectory);
+    if (_index && _index->fault() && Observer())
+      Observer()->IndexNotUsed(_index->path(), *_index->fault(), _index->status());
+  }
+  return _index ? _index->StateOfFile(headers, wishes)
+                : MessageFileFolder::StateOf(headers, wishes);
+}
+
+void MaildirFolder::Close() {
+  _keywords.reset();
+  _index.reset();
+  _indexed = false;
+}
+
 void MaildirFolder::LearnState(std::u16string_view path, const engine::StateWishes& wishes,
                                engine::MessageState& state) {
   const MaildirName name = ParseMaildirName(platform::FileNameOfPath(path));
