@@ -29,6 +29,10 @@ struct FolderEvidence {
   bool locked = false;  // folders that may not be listed
 
   bool Thunderbird() const { return mailFiles || indexFiles || subfolders; }
+  bool Any() const {
+    return mboxFiles || profileRoot || appleMail || Thunderbird() || singleMessages || compressed ||
+           deadLinks || locked || layout != engine::MessageLayout::kNone;
+  }
 };
 
 // An mbox begins with a separator line; an empty file is an empty mbox.

@@ -81,7 +81,8 @@ class DirectoryPlaces {
 
 bool SourceOpening::Open(const SourcePlan& sources) {
   TellOf(sources);
-  if (_options.sources.size() > 1 && !_options.name.empty()) _plan.SetCommonTop(_options.name);
+  if ((_options.sources.size() > 1 || sources.severalKinds) && !_options.name.empty())
+    _plan.SetCommonTop(_options.name);
   std::size_t mailFolders = 0;
   std::string nothing;
   for (const SourceStore& source : sources.stores) {

@@ -1,6 +1,7 @@
 #include "cli/source_plan.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "cli/folder_evidence.h"
@@ -150,17 +151,60 @@ class Recogniser {
                                               ListOfProfiles(profiles)};
       }
     }
+    if (!_options.from && AddFoldersOfKinds(path, *entries, here)) return {};
     return AddFolderOfMail(path, here);
+  }
+
+  // What lies in a folder without mail of its own may be mail of several kinds: each folder in it
+  // is then a store by itself. False when it is not so.
+  bool AddFoldersOfKinds(const std::u16string& path, const std::vector<DirectoryEntry>& entries,
+                         const FolderEvidence& here) {
+    // More are no collection of mail, and would take long to look at.
+    constexpr std::size_t kMostFolders = 50;
+    if (here.Any() || HoldsAccounts(path, SourceKind::kThunderbird)) return false;
+    std::vector<std::u16string> folders;
+    std::set<std::u16string> empty;
+    std::set<SourceKind> kinds;
+    for (const DirectoryEntry& entry : entries) {
+      if (entry.kind != FileKind::kFolder) continue;
+      if (folders.size() == kMostFolders) return false;
+      folders.push_back(platform::JoinPath(path, entry.name));
+      const auto evidence = SearchFolder(folders.back());
+      const auto kind = evidence.ok() ? KindOfTree(*evidence) : std::nullopt;
+      if (kind) kinds.insert(*kind);
+      if (evidence.ok() && !evidence->Any()) empty.insert(folders.back());
+    }
+    if (kinds.size() < 2) return false;
+    _plan.severalKinds = true;
+    for (const std::u16string& folder : folders) {
+      const std::size_t before = _plan.stores.size();
+      if (Status status = AddFolder(folder); !status.ok() && !empty.contains(folder))
+        _plan.leftBehind.push_back({folder, SkipReason::kUnusableSource, std::move(status)});
+      for (std::size_t i = before; i < _plan.stores.size(); ++i) {
+        if (_plan.stores[i].topName.empty()) _plan.stores[i].topName = NameForSource(folder);
+      }
+    }
+    return true;
+  }
+
+  // Of all that was found in a folder.
+  std::optional<SourceKind> KindOfTree(const FolderEvidence& evidence) const {
+    if (evidence.profileRoot) return SourceKind::kThunderbird;
+    if (IsForAppleMail(evidence)) return SourceKind::kAppleMail;
+    return IsForMbox(evidence) ? SourceKind::kMbox : KindOf(evidence);
+  }
+
+  bool IsForMbox(const FolderEvidence& evidence) const {
+    return _options.from == SourceKind::kMbox ||
+           (!_options.from && evidence.mboxFiles && !(evidence.mailFiles && evidence.indexFiles) &&
+            !evidence.profileRoot);
   }
 
   Status AddFolderOfMail(const std::u16string& path, const FolderEvidence& here) {
     auto evidence = SearchFolder(path);
     if (!evidence.ok()) return evidence.status();
     if (IsForAppleMail(*evidence)) return AddAppleMail(path);
-    const bool mbox = _options.from == SourceKind::kMbox ||
-                      (!_options.from && evidence->mboxFiles &&
-                       !(evidence->mailFiles && evidence->indexFiles) && !evidence->profileRoot);
-    if (mbox) {
+    if (IsForMbox(*evidence)) {
       _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
       return {};
     }
@@ -270,7 +314,8 @@ class Recogniser {
 
   // With one source --name is its folder's name; with several it is the folder above them all.
   std::u16string TopName(std::u16string_view path) const {
-    if (_options.sources.size() == 1 && !_options.name.empty()) return _options.name;
+    if (_options.sources.size() == 1 && !_options.name.empty() && !_plan.severalKinds)
+      return _options.name;
     return NameForSource(path);
   }
 

@@ -28,6 +28,8 @@ struct SourcePlan {
   };
 
   std::vector<SourceStore> stores;
+  // One of the sources is several stores, by the kinds of the mail in it.
+  bool severalKinds = false;
   // Mail that belongs to the sources and is not in the stores: accounts that lie outside of their
   // profile (whether their mail is wanted, and not converted already, or somebody else's, only the
   // user knows) or cannot be reached; sources that cannot be used, beside others that can.
@@ -51,6 +53,9 @@ struct SourcePlan {
 //   a folder of mail files   as Thunderbird keeps them ("Inbox" beside "Inbox.sbd"): the mail
 //                            folders go directly under the PST's top; with several sources under
 //                            the folder's name
+//
+//   a folder without mail    each folder in it as if it were a source, when they hold mail of
+//   of its own               several kinds
 //
 // A source that cannot be used does not stop the others. When none can be used, the status of the
 // first names it and says why.

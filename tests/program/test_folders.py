@@ -151,6 +151,22 @@ class Folders(FolderTest):
                 told = [p['path'] for p in account['passedOver'] if p['code'] in ('single-messages', 'other-extension')]
                 self.assertEqual(set(told), {shown(source / p) for p in left})
 
+    def test_folders_of_several_kinds_are_as_many_sources(self):
+        self.write('all/boxes/a.mbox', b'From x Wed Jan  1 12:00:00 2025\n' + letter('m', DATED))
+        self.write('all/md/cur/1!2,S', letter('d', DATED))
+        self.write('all/md/new/2', letter('n', DATED))
+        self.write('all/mh/1', letter('h', DATED))
+        self.write('all/eml/1.eml', letter('e', DATED))
+        self.write('all/none/notes.txt', b'')
+        self.write('all/packed/x.7z', b'7z')
+        account, found = self.converted(self.folder / 'all', code=1)
+        folders = {'boxes/a': 1, 'md': 2, 'mh': 1, 'eml': 1}
+        self.assertEqual({f: len(m) for f, m in found.items()}, folders)
+        left = [(p['code'], p['path']) for p in account['passedOver'] if p['leftBehind']]
+        self.assertEqual(left, [('unusable-source', shown(self.folder / 'all/packed'))])
+        _, found = self.converted('--name', 'N', self.folder / 'all', code=1)
+        self.assertEqual(set(found), {f'N/{f}' for f in folders})
+
     def test_accounts_of_a_profile_that_are_maildirs(self):
         self.write('p/prefs.js', b'user_pref("mailnews.tags.project_x.tag", "Project X");\n')
         self.write('p/Mail/Local Folders/Inbox', b'From x Wed Jan  1 12:00:00 2025\n' + letter('m', DATED))
