@@ -113,6 +113,11 @@ class Recogniser {
       _plan.stores.push_back({SourceKind::kEml, path, TopName(path)});
       return {};
     }
+    if (engine::HasExtension(path, u".emlx") &&
+        _options.from.value_or(SourceKind::kAppleMail) == SourceKind::kAppleMail) {
+      if (!Files().FileExists(path)) return LookAtBeginning(path).status();
+      return AddAppleMail(path);
+    }
     if (_options.from == SourceKind::kMaildir || _options.from == SourceKind::kMh) {
       return {StatusCode::kUnsupported,
               PathForDisplay(path) + ": a file; give the folder that it lies in"};

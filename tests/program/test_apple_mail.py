@@ -128,6 +128,9 @@ class AppleMail(PstTest):
         self.assertEqual(self.listed_folders(pst), {('A',): 1, ('B',): 1})
         self.convert('--overwrite', '--name', 'C', self.folder / 'A.mbox', pst)
         self.assertEqual(self.listed_folders(pst), {('C',): 0, ('C', 'A'): 1})
+        one = self.folder / 'Mail/V10/IMAP-a@example.invalid/In.mbox/x/Data/Messages/1.emlx'
+        self.convert('--overwrite', one, pst)
+        self.assertEqual(self.listed_folders(pst), {('1',): 1})
         account = self.convert('--overwrite', '--skip-deleted', self.folder / 'Mail', pst, code=1)
         self.assertEqual([f['path'] for f in account['folders'] if f['written']],
                          [['a@example.invalid', 'In']])

@@ -259,6 +259,7 @@ TEST_F(AppleMail, IsFoundAsItIsKeptToday) {
   EXPECT_EQ(Open(in), "In[42;9100;13100;](T\xC3\xBCr[7;])");
   EXPECT_EQ(Open(in + box + "9"), "9[9100;]");
   EXPECT_EQ(Open(in + box + "9/Messages"), "9[9100;]");
+  EXPECT_EQ(Open(in + box + "1/3/Messages/13100.partial.emlx"), "13100[13100;]");
   EXPECT_EQ(Open("nowhere"), "");
 
   Message("Mail/V10/IMAP-a%40b.example@imap.c.example/In.mbox/Messages/3.emlx");

@@ -41,11 +41,16 @@ class TreeWalk {
  public:
   TreeWalk(AssetStoreBase& store, SourceWalk& walk) : _store(store), _walk(walk) {}
 
-  // What is given as the source: a mailbox, or what holds mailboxes.
+  // What is given as the source: a mailbox, what holds mailboxes, or a single message.
   void Top(const std::u16string& path, AssetFolderBase* root) {
     const Entries entries = _walk.Enter(path);
+    const platform::FileInformation source = platform::FileSystem::Default().Inspect(path);
     std::u16string name = platform::FileNameOfPath(path);
-    if (IsMailbox(name, entries)) {
+    if (source.kind == FileKind::kFile) {
+      auto* folder = _store.MakeFolder<AppleMailFolder>(platform::ParentOfPath(path),
+                                                        EmlxName(name).base, &_store, root);
+      folder->AddFile(name, source.size);
+    } else if (IsMailbox(name, entries)) {
       if (name == u"Messages") name = platform::FileNameOfPath(platform::ParentOfPath(path));
       Mailbox(path, name, entries, root);
     } else {

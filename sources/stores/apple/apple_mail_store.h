@@ -20,10 +20,11 @@ class AppleMailStore : public AssetStoreBase {
  public:
   explicit AppleMailStore(NullableString storeDiskPath);
 
-  // The path is the program's own folder (~/Library/Mail), one above it, an account, a mailbox, or
-  // a folder of exported ones; what kind a folder is, its entries tell. Mailboxes of accounts
-  // become children of a folder for the account; a single account without a readable name has none.
-  // `create` and `logger` are ignored. Canceled leaves what was built so far.
+  // The path is the program's own folder (~/Library/Mail), one above it, an account, a mailbox, a
+  // folder of exported ones, or a single message; what kind a folder is, its entries tell.
+  // Mailboxes of accounts become children of a folder for the account; a single account without a
+  // readable name has none. `create` and `logger` are ignored. Canceled leaves what was built so
+  // far.
   OperationResultCode OpenStore(IProgressPresenter* progressPresenter, ICancelable* cancelable,
                                 bool create, ILogger* logger) override;
   // Always null.
