@@ -17,6 +17,7 @@
 #include "cli/pst_writing.h"
 #include "cli/report.h"
 #include "cli/same_file.h"
+#include "cli/source_names.h"
 #include "cli/source_opening.h"
 #include "cli/source_plan.h"
 #include "cli/space_check.h"

@@ -1,5 +1,6 @@
 #include "cli/folder_copy.h"
 
+#include <algorithm>
 #include <exception>
 
 #include <fmt/format.h>
@@ -26,17 +27,70 @@ void FolderCopy::Run(IAssetFolderMutable& top) {
     IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
     made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
     if (!planned.TakesMail()) continue;
-    _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
+    engine::TurnTaker* taker = TakerOf(planned);
+    if (!taker || _turns.empty()) _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
     bytesBefore += planned.bytes;
-    if (!CopyFolder(planned, made.back())) return NoteNotBegun(i + 1);
+    if (taker) {
+      if (_turns.empty()) _firstTurn = _record.folders.size();
+      _turns.emplace(planned.source, Turn{&planned, made.back(), BeginAccount(planned)});
+      if (IsLastOf(*taker, i) && !CopyTurns(*taker)) return NoteNotBegun(i + 1);
+    } else if (!CopyFolder(planned, made.back())) {
+      return NoteNotBegun(i + 1);
+    }
   }
 }
 
-bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
-  const std::size_t first = _record.folders.size();
+engine::TurnTaker* FolderCopy::TakerOf(const PlannedFolder& planned) {
+  return planned.source->OwnerStore() ? engine::TurnTakerOf(*planned.source->OwnerStore())
+                                      : nullptr;
+}
+
+bool FolderCopy::IsLastOf(const engine::TurnTaker& taker, std::size_t folder) const {
+  const auto& folders = _plan.folders();
+  const auto next = std::find_if(folders.begin() + static_cast<std::ptrdiff_t>(folder) + 1,
+                                 folders.end(), [](const auto& one) { return one.TakesMail(); });
+  return next == folders.end() || TakerOf(*next) != &taker;
+}
+
+std::size_t FolderCopy::BeginAccount(const PlannedFolder& planned) {
+  const std::size_t account = _record.folders.size();
   _record.folders.push_back(
       {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
-  _witness.BeginFolder(first);
+  _witness.BeginFolder(account);
+  return account;
+}
+
+bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
+  const std::size_t first = BeginAccount(planned);
+  const bool goesOn = CopyInto(target, planned);
+  planned.source->ResetQuery();  // closes its file
+  if (_record.error.empty()) LogFolders(first);
+  return goesOn;
+}
+
+bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
+  const std::size_t first = _firstTurn;
+  bool goesOn = true;
+  source.BeginTurns();
+  while (goesOn) {
+    const auto turn = _turns.find(source.NextTurn());
+    if (turn == _turns.end()) break;
+    const auto& [planned, target, account] = turn->second;
+    _progress.GoOnWith(planned->path);
+    _witness.BeginFolder(account);
+    goesOn = CopyInto(target, *planned);
+  }
+  source.EndTurns();
+  for (const auto& [folder, turn] : _turns) {
+    if (!goesOn && _record.folders[turn.account].read == 0)
+      _record.notBegun.push_back({turn.planned->path, folder->FolderDiskPath().value_or(u"")});
+  }
+  _turns.clear();
+  if (_record.error.empty()) LogFolders(first);
+  return goesOn;
+}
+
+bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& planned) {
   if (!target) {
     _record.Fail(RunProblem::kFolderNotMade,
                  _witness.Reason("the folder " + FolderPath(planned.path) + " could not be made"));
@@ -51,12 +105,10 @@ bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* t
     problem = InWords(error);
   }
   _witness.EndFolder(problem);
-  planned.source->ResetQuery();  // closes its file
   if (!problem.empty()) {
     _record.Fail(RunProblem::kBrokeOff, FolderPath(planned.path) + ": " + problem);
     return false;
   }
-  LogFolders(first);
   if (code != OperationResultCode::Canceled) return true;
   _record.interrupted = _interrupt.Requested();
   return false;

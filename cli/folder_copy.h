@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "cli/conversion_record.h"
@@ -11,6 +12,7 @@
 #include "cli/progress.h"
 #include "cli/witness.h"
 #include "engine/folders.h"
+#include "engine/turns.h"
 #include "platform/process.h"
 
 namespace parvane::cli {
@@ -34,9 +36,24 @@ class FolderCopy {
   // False when the conversion has to stop here.
   bool CopyFolder(const PlannedFolder& planned,
                   QuelmarMIMEEngineCommon::IAssetFolderMutable* target);
+  // The same for the folders of a source that is read from front to back, which take turns.
+  bool CopyTurns(engine::TurnTaker& source);
+  // Null for folders that are read by themselves.
+  static engine::TurnTaker* TakerOf(const PlannedFolder& planned);
+  bool IsLastOf(const engine::TurnTaker& taker, std::size_t folder) const;
+  // A new account in the record.
+  std::size_t BeginAccount(const PlannedFolder& planned);
+  // False when the copy has to stop, which is noted.
+  bool CopyInto(QuelmarMIMEEngineCommon::IAssetFolderMutable* target, const PlannedFolder& planned);
   void LogFolders(std::size_t first);
   // From this folder of the plan on.
   void NoteNotBegun(std::size_t first);
+
+  struct Turn {
+    const PlannedFolder* planned;
+    QuelmarMIMEEngineCommon::IAssetFolderMutable* target;
+    std::size_t account;
+  };
 
   const FolderPlan& _plan;
   ConversionRecord& _record;
@@ -44,6 +61,8 @@ class FolderCopy {
   Logs& _logs;
   Progress& _progress;
   const platform::InterruptWatch& _interrupt;
+  std::size_t _firstTurn = 0;  // of the accounts of these
+  std::unordered_map<const QuelmarMIMEEngineCommon::IAssetFolder*, Turn> _turns;
 };
 
 }  // namespace parvane::cli

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/file_kinds.h"
+#include "factory/source_factory.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -26,8 +27,14 @@ FileSystem& Files() { return FileSystem::Default(); }
 void LookAtFile(std::u16string_view folder, const DirectoryEntry& entry,
                 const std::set<std::u16string_view>& folderNames, FolderEvidence& evidence) {
   const std::u16string extension = platform::ExtensionOfPath(entry.name);
-  evidence.mboxFiles |=
-      engine::HasExtension(entry.name, u".mbox") && !entry.name.starts_with(u"._");
+  if (engine::HasExtension(entry.name, u".mbox") && !entry.name.starts_with(u"._")) {
+    // The first is one or none is.
+    if (!evidence.mboxFiles) {
+      const auto packed = factory::PackedSourceAt(platform::JoinPath(folder, entry.name));
+      evidence.gmailExport = packed.ok() && *packed == factory::SourceKind::kTakeout;
+    }
+    evidence.mboxFiles = true;
+  }
   // That of an account stands beside the account's folder.
   evidence.indexFiles |= engine::HasExtension(entry.name, u".msf") &&
                          !folderNames.contains(platform::StemOfPath(entry.name));
@@ -128,7 +135,8 @@ std::string NoMailText(const FolderEvidence& found) {
            ", but messages in files of their own: let the program that keeps them export them as "
            "mbox";
   }
-  if (found.compressed) return text + ", but compressed files or archives: unpack them first";
+  if (found.compressed)
+    return text + ", but compressed files or archives: give these themselves as sources";
   if (found.deadLinks) return text + ", but links that lead nowhere: connect the disk they lead to";
   if (found.locked) return "no mail found in it, but folders that may not be opened";
   return "no mail found in it";

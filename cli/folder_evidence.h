@@ -13,6 +13,7 @@ namespace parvane::cli {
 
 struct FolderEvidence {
   bool mboxFiles = false;    // "name.mbox"
+  bool gmailExport = false;  // one of them is of an export of Gmail
   bool mailFiles = false;    // no extension, begins with a separator line
   bool indexFiles = false;   // "name.msf" of a mailbox
   bool subfolders = false;   // "name" beside the folder "name.sbd"

@@ -75,15 +75,21 @@ struct Word {
   const char* name;
   Choice choice;
 };
+constexpr Word<SeparatorRule> kSeparatorRules[] = {{"standard", SeparatorRule::kStandard},
+                                                   {"strict", SeparatorRule::kStrict}};
 constexpr Word<std::optional<SourceKind>> kSources[] = {{"auto", std::nullopt},
                                                         {"mbox", SourceKind::kMbox},
                                                         {"thunderbird", SourceKind::kThunderbird},
                                                         {"maildir", SourceKind::kMaildir},
                                                         {"mh", SourceKind::kMh},
                                                         {"eml", SourceKind::kEml},
-                                                        {"apple-mail", SourceKind::kAppleMail}};
-constexpr Word<SeparatorRule> kSeparatorRules[] = {{"standard", SeparatorRule::kStandard},
-                                                   {"strict", SeparatorRule::kStrict}};
+                                                        {"apple-mail", SourceKind::kAppleMail},
+                                                        {"archive", SourceKind::kArchive},
+                                                        {"takeout", SourceKind::kTakeout}};
+constexpr Word<std::optional<engine::LabelUse>> kLabels[] = {
+    {"folders", engine::LabelUse::kFolders},
+    {"copies", engine::LabelUse::kCopies},
+    {"off", engine::LabelUse::kOff}};
 constexpr Word<MapiChoice> kMapis[] = {{"builtin", MapiChoice::kBuiltin},
                                        {"outlook", MapiChoice::kOutlook}};
 constexpr Word<ProgressChoice> kProgress[] = {{"auto", ProgressChoice::kAuto},
@@ -184,6 +190,10 @@ void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options
       "what parts the messages of a mailbox: standard, every line that begins with \"From \"; "
       "strict, only where an empty line before it, a date in it or a header behind it speak for "
       "it too");
+  AddChoice(command, "--labels", options.labels, kLabels,
+            "what becomes of Gmail's labels: one copy of each message in the folder of its most "
+            "specific label, the others as categories; a copy in the folder of each label; or "
+            "nothing. folders is the default for exports of Gmail");
   DescribeMapi(command, options.mapi, "writes");
   command
       .add_option("--size-limit", raw.sizeLimit,

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/exit_code.h"
+#include "engine/label_use.h"
 #include "engine/mailbox_wishes.h"
 #include "factory/source_factory.h"
 
@@ -43,6 +44,7 @@ struct ConvertOptions {
   KeepChoice keep;
   bool skipDeleted = false;
   engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
+  std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail
   bool quiet = false;
   bool timings = false;
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/format.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -13,6 +14,8 @@ void Progress::BeginFolder(std::string name, std::uint64_t bytesBefore) {
   _done = bytesBefore;
   Update();
 }
+
+void Progress::GoOnWith(const std::vector<std::u16string>& path) { _folder = FolderPath(path); }
 
 void Progress::OverallTotal(std::int64_t units) {
   _line.Restart();  // what went before was only looking

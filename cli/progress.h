@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "cli/progress_line.h"
 #include "engine/callbacks.h"
@@ -15,6 +16,8 @@ class Progress : public QuelmarMIMEEngineCommon::IProgressPresenter {
 
   // Before each folder: its name, and the bytes of all folders before it.
   void BeginFolder(std::string name, std::uint64_t bytesBefore);
+  // The folder of the items that follow, where folders take turns.
+  void GoOnWith(const std::vector<std::u16string>& path);
   void Finish() { _line.Finish(); }
 
   void CurrentTotal(std::int64_t) override {}

@@ -61,11 +61,14 @@ Reason ReasonOf(SkipReason reason) {
           "File, Offline, Download/Sync Now"};
     case SkipReason::kCompressed:
       return {"compressed", "a compressed file or an archive",
-              "unpack it and convert what is in it"};
+              "convert it as a source of its own, or what is in it"};
     case SkipReason::kOlderCopy:
       return {"older-copy",
               "of an older version of the mail program, which had this mail before; convert it by "
               "itself if anything is missing"};
+    case SkipReason::kDamagedArchive:
+      return {"damaged-archive", "could not be read, or not to its end",
+              "get the archive once more, or unpack it and convert what comes out"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};

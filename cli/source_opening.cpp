@@ -115,7 +115,10 @@ void SourceOpening::TellOf(const SourcePlan& sources) {
 bool SourceOpening::OpenStore(const SourceStore& source) {
   const std::size_t firstFolder = _plan.folders().size();
   Remember(source.path);
-  const IAssetStore* store = OpenOne(source.kind, source.path);
+  std::unique_ptr<IAssetStore> made =
+      source.parts.empty() ? factory::CreateSource(source.kind, source.path)
+                           : factory::CreatePackedSource(source.parts, source.labels);
+  const IAssetStore* store = Open(std::move(made), source.path);
   if (!store) return false;
   AddToPlan(source, *store);
   return OpenOrphans(source, firstFolder);
@@ -125,8 +128,9 @@ void SourceOpening::AddToPlan(const SourceStore& source, const Store& store) {
   const std::vector<IAssetFolder*> folders = store.GetStoreRootFolder()->GetSubFolders();
   const FolderPlan::Naming naming = NamingOf(source.kind);
   if (source.kind != SourceKind::kMaildir) {
-    const bool holdsItself =
-        source.kind != SourceKind::kThunderbird && source.kind != SourceKind::kAppleMail;
+    const bool labelled = !source.parts.empty() && source.labels != engine::LabelUse::kOff;
+    const bool holdsItself = source.kind != SourceKind::kThunderbird &&
+                             source.kind != SourceKind::kAppleMail && !labelled;
     return _plan.AddStore(store, source.topName, holdsItself, naming);
   }
   const bool alone = folders.size() == 1 && folders[0]->FolderDiskPath() == source.path;
@@ -148,7 +152,8 @@ bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFold
       continue;
     }
     const std::size_t before = _plan.folders().size();
-    const IAssetStore* store = OpenOne(SourceKind::kThunderbird, orphans[i]);
+    const IAssetStore* store =
+        Open(factory::CreateSource(SourceKind::kThunderbird, orphans[i]), orphans[i]);
     if (!store) return false;
     if (!store->GetStoreRootFolder()->GetSubFolders().empty())
       _plan.AddFoldersOf(*store, places.Of(orphans[i]), NamingOf(SourceKind::kThunderbird));
@@ -158,8 +163,7 @@ bool SourceOpening::OpenOrphans(const SourceStore& source, std::size_t firstFold
   return true;
 }
 
-IAssetStore* SourceOpening::OpenOne(SourceKind kind, const std::u16string& path) {
-  std::unique_ptr<IAssetStore> store = factory::CreateSource(kind, path);
+IAssetStore* SourceOpening::Open(std::unique_ptr<IAssetStore> store, const std::u16string& path) {
   engine::ObserveSource(*store, &_witness);
   engine::CutMailboxes(*store, &_mailboxWishes);
   AskForState(*store, path);

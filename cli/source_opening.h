@@ -40,7 +40,7 @@ class SourceOpening {
   // A maildir without others in it is one folder, as an mbox is.
   void AddToPlan(const SourceStore& source, const Store& store);
   // Null when it could not be opened, which has been told.
-  Store* OpenOne(factory::SourceKind kind, const std::u16string& path);
+  Store* Open(std::unique_ptr<Store> store, const std::u16string& path);
   // Asks the store to tell its messages' state, where it is wanted.
   void AskForState(Store& store, const std::u16string& path);
   bool OpenOrphans(const SourceStore& source, std::size_t firstFolder);

@@ -6,6 +6,7 @@
 
 #include "cli/folder_evidence.h"
 #include "cli/profile_settings.h"
+#include "cli/source_names.h"
 #include "cli/thunderbird_profiles.h"
 #include "engine/file_kinds.h"
 #include "platform/file.h"
@@ -16,6 +17,7 @@
 namespace parvane::cli {
 namespace {
 
+using engine::LabelUse;
 using engine::SkipReason;
 using factory::SourceKind;
 using platform::DirectoryEntry;
@@ -44,12 +46,13 @@ bool HoldsAccounts(std::u16string_view folder, SourceKind kind) {
 
 // Why a file that does not begin like a mailbox is none.
 Status NotAMailbox(const std::u16string& path) {
-  const char* why = engine::IsNamedLikeAnArchive(path)
-                        ? "a compressed file or an archive; unpack it first"
-                    : engine::IsNamedLikeAMessage(path)
-                        ? "a message in a file of its own, which is not read; let the program that "
-                          "keeps it export it as mbox"
-                        : "not an mbox file (it does not begin with \"From \")";
+  const char* why =
+      engine::IsNamedLikeAnArchive(path)
+          ? "a compressed file or an archive of a kind that is not read; unpack it first"
+      : engine::IsNamedLikeAMessage(path)
+          ? "a message in a file of its own, which is not read; let the program that "
+            "keeps it export it as mbox"
+          : "not an mbox file (it does not begin with \"From \")";
   return {StatusCode::kUnsupported, PathForDisplay(path) + ": " + why};
 }
 
@@ -129,9 +132,48 @@ class Recogniser {
         return {StatusCode::kNotFound, PathForDisplay(path) + ": no file matches this"};
       return beginning.status();
     }
+    const bool mail = *beginning == Beginning::kMail;
+    if (_options.from != SourceKind::kMbox && _options.from != SourceKind::kThunderbird) {
+      auto packed = factory::PackedSourceAt(path);
+      if (!packed.ok()) return packed.status().WithContext(PathForDisplay(path));
+      if (mail && (_options.labels || _options.from == SourceKind::kTakeout))
+        *packed = SourceKind::kTakeout;
+      // A mailbox whose labels nobody wants is a mailbox.
+      if (*packed && !(mail && LabelsOf(**packed) == LabelUse::kOff))
+        return AddPacked(path, **packed);
+    }
     if (*beginning == Beginning::kOther && !factory::HasMailAnywhere(path))
       return NotAMailbox(path);
     _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
+    return {};
+  }
+
+  LabelUse LabelsOf(SourceKind kind) const {
+    const bool labelled = kind == SourceKind::kTakeout || _options.from == SourceKind::kTakeout;
+    return _options.labels.value_or(labelled ? LabelUse::kFolders : LabelUse::kOff);
+  }
+
+  // Parts of one export that are given together are one source.
+  Status AddPacked(const std::u16string& path, SourceKind kind) {
+    const LabelUse labels = LabelsOf(kind);
+    const std::u16string series = SeriesOf(path);
+    auto other = std::ranges::find_if(_plan.stores, [&](const SourceStore& store) {
+      return !store.parts.empty() && !series.empty() && SeriesOf(store.path) == series;
+    });
+    if (other == _plan.stores.end()) {
+      _plan.stores.push_back({kind, path, {}, {path}, labels});
+      other = std::prev(_plan.stores.end());
+    } else {
+      other->parts.push_back(path);
+      // One part of them may have no mail, or other people's.
+      if (labels != LabelUse::kOff) other->labels = labels;
+    }
+    const bool alone = _options.name.empty() &&
+                       std::ranges::all_of(_options.sources, [&](const std::u16string& source) {
+                         return source == path || (!series.empty() && SeriesOf(source) == series);
+                       });
+    other->topName =
+        alone && other->labels != LabelUse::kOff ? std::u16string() : TopName(other->path);
     return {};
   }
 
@@ -209,6 +251,10 @@ class Recogniser {
     auto evidence = SearchFolder(path);
     if (!evidence.ok()) return evidence.status();
     if (IsForAppleMail(*evidence)) return AddAppleMail(path);
+    const bool labelled =
+        _options.from == SourceKind::kTakeout || (!_options.from && evidence->gmailExport);
+    if (labelled && LabelsOf(SourceKind::kTakeout) != LabelUse::kOff)
+      return AddPacked(path, SourceKind::kTakeout);
     if (IsForMbox(*evidence)) {
       _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
       return {};
@@ -329,19 +375,6 @@ class Recogniser {
 };
 
 }  // namespace
-
-std::u16string NameForSource(std::u16string_view path) {
-  std::u16string name = platform::FileNameOfPath(path);
-  if (name.empty() || name == u"." || name == u"..")
-    return platform::FileNameOfPath(platform::CanonicalPath(path));
-  if (Files().FolderExists(path)) return name;
-  const std::u16string extension = platform::ExtensionOfPath(name);
-  for (std::u16string_view mailbox : {u".mbox", u".mbx", u".mail", u".eml"}) {
-    const std::u16string stem = platform::StemOfPath(name);
-    if (platform::EqualsIgnoreCase(extension, mailbox) && !stem.empty()) return stem;
-  }
-  return name;
-}
 
 bool LooksLikeMailbox(std::u16string_view path) {
   const auto beginning = LookAtBeginning(path);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/options.h"
+#include "engine/label_use.h"
 #include "engine/source_observer.h"
 #include "factory/source_factory.h"
 #include "platform/status.h"
@@ -17,6 +18,9 @@ struct SourceStore {
   std::u16string path;
   // The folder that takes its mail; empty: the mail folders go directly under the PST's top.
   std::u16string topName;
+  // Of packed mail: the files that are one source, and what becomes of their labels.
+  std::vector<std::u16string> parts = {};
+  engine::LabelUse labels = engine::LabelUse::kOff;
   std::size_t source = 0;  // its place among those of the command line
 };
 
@@ -41,6 +45,11 @@ struct SourcePlan {
 // Looks at every source:
 //
 //   a file                   must be an mbox (empty, or beginning with "From ")
+//                            or packed: compressed, or an archive of mailboxes
+//   an export of Gmail       its archives (several parts are one source), the folder that they
+//   make,
+//                            or its mailbox: the labels' folders go directly under the PST's top,
+//                            with several sources under the export's name
 //   a folder of .mbox files  becomes a folder of its own name
 //   a Thunderbird profile    each account below its Mail/ and ImapMail/ becomes a folder
 //   a folder of profiles     stands for its profile when there is only one
@@ -63,9 +72,5 @@ platform::Result<SourcePlan> RecogniseSources(const ConvertOptions& options);
 
 // Whether a file is there and begins with a separator line, as mailboxes do.
 bool LooksLikeMailbox(std::u16string_view path);
-
-// What a folder made for this path is called: the last component, without the extension of a
-// mailbox file.
-std::u16string NameForSource(std::u16string_view path);
 
 }  // namespace parvane::cli

@@ -249,16 +249,23 @@ void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {
   account.path = _record.folders[_folder].path;
   account.sourcePath = _record.folders[_folder].sourcePath;
   account.path.back() = next.FolderName().value_or(u"");
-  _record.continued.push_back({_record.folders[_folder].path, account.path});
+  // Where folders take turns, a full one is left for the same one every time.
+  const auto known = std::ranges::find_if(_record.folders, [&](const FolderAccount& one) {
+    return one.path == account.path && one.sourcePath == account.sourcePath;
+  });
+  const auto place = static_cast<std::size_t>(known - _record.folders.begin());
+  if (known == _record.folders.end()) {
+    _record.continued.push_back({_record.folders[_folder].path, account.path});
+    _record.folders.push_back(std::move(account));
+  }
   if (_itemOpen) {
     // The item in hand is the first that goes there.
     --_record.folders[_folder].read;
     _record.folders[_folder].bytes -= _item.size;
-    account.read = 1;
-    account.bytes = _item.size;
+    ++_record.folders[place].read;
+    _record.folders[place].bytes += _item.size;
   }
-  _folder = _item.folder = _record.folders.size();
-  _record.folders.push_back(std::move(account));
+  _folder = _item.folder = place;
 }
 
 void Witness::SeparatorSuspected(const IAssetFolder&, const engine::SuspectedSeparator& suspected) {

@@ -62,6 +62,7 @@ enum class SkipReason {
   kNotAFile,               // a FIFO, socket or device
   kSingleMessages,         // a folder with files of one message each (maildir, .eml)
   kNotDownloaded,          // an index ("X.msf") lists messages, and there is no mailbox with them
+  kDamagedArchive,         // an archive, or a file in it, that cannot be read (on): see the status
   kCompressed,             // a compressed file or an archive, by its extension
   kOlderCopy,              // what an older version of its mail program left behind
   kElsewhere,              // a folder that belongs to the source and lies outside of it

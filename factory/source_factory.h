@@ -3,10 +3,15 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "engine/label_use.h"
 #include "engine/stores.h"
 #include "engine/values.h"
+#include "platform/status.h"
 
 namespace parvane::factory {
 
@@ -17,6 +22,8 @@ enum class SourceKind {
   kMaildir,      // a maildir, or a directory of them
   kMh,           // an MH folder, or a directory of them
   kEml,          // a directory of ".eml" files, or one of them
+  kArchive,      // a compressed mailbox, or an archive with mailboxes in it
+  kTakeout,      // an export of Gmail: archives, the folder they make, or one mailbox
 };
 
 // A store that is not yet opened. Prepares the file for messages nobody could parse, as
@@ -27,5 +34,12 @@ std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreateSource(
 // True of a file in which messages are found behind whatever it begins with, by a reader that does
 // not mind (engine/mailbox_wishes.h).
 bool HasMailAnywhere(std::u16string_view path);
+// A source that is read from front to back (engine/turns.h): kArchive, whose labels are not looked
+// at, or kTakeout. Several paths are its parts.
+std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreatePackedSource(
+    std::vector<std::u16string> paths, engine::LabelUse labels);
+// Whether a file is one of these two by its first bytes; none: neither. Fails for what cannot be
+// opened, and for what cannot be unpacked on this system.
+platform::Result<std::optional<SourceKind>> PackedSourceAt(std::u16string_view path);
 
 }  // namespace parvane::factory

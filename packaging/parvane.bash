@@ -13,7 +13,11 @@ _parvane() {
   fi
   case $previous in
     --from)
-      mapfile -t COMPREPLY < <(compgen -W 'auto mbox thunderbird' -- "$current")
+      mapfile -t COMPREPLY < <(compgen -W 'auto mbox thunderbird maildir mh eml apple-mail archive takeout' -- "$current")
+      return
+      ;;
+    --labels)
+      mapfile -t COMPREPLY < <(compgen -W 'folders copies off' -- "$current")
       return
       ;;
     --mapi)
@@ -36,7 +40,7 @@ _parvane() {
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --append --overwrite --mapi --size-limit --log
-      --detailed-log --report --progress --keep --skip-deleted --separators --timings -q --quiet --help' -- "$current")
+      --detailed-log --report --progress --keep --labels --skip-deleted --separators --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then

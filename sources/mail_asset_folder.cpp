@@ -48,8 +48,7 @@ std::unique_ptr<IAssetQueryResult> MailAssetFolder::NextAsset() {
     if (Observer()) Observer()->MessageRead(*location);
     auto asset = MakeAsset(*location);
     if (StateWishes() && asset->LacksDate()) LookForDate(*asset);
-    return std::make_unique<AssetQueryResult>(std::move(asset),
-                                              static_cast<std::int64_t>(location->size));
+    return std::make_unique<AssetQueryResult>(std::move(asset), UnitsOf(*location));
   }
   return nullptr;
 }

@@ -51,6 +51,11 @@ class MailAssetFolder : public AssetFolderBase {
   virtual void LearnDateElsewhere(parvane::engine::MessageState& /*state*/) {}
   // What its owner is to know of the message read last.
   virtual std::vector<parvane::engine::Remark> TakeRemarks() { return {}; }
+  // What the message read last weighs, in progress units: its bytes, unless its folder counts
+  // others.
+  virtual std::int64_t UnitsOf(const parvane::engine::MessageLocation& message) const {
+    return static_cast<std::int64_t>(message.size);
+  }
   // Closes what was open for reading: at the end, and before reading begins anew.
   virtual void Close() {}
   // Reading has ended here, for want of memory or by a fault of the file.

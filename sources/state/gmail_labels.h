@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/message_state.h"
+#include "sources/state/gmail_label_names.h"
 
 namespace parvane::sources {
 
@@ -15,8 +16,12 @@ namespace parvane::sources {
 // a quote is a quote.
 std::vector<std::u16string> SplitGmailLabels(std::string_view field);
 
+// Those of all a message's fields.
+std::vector<std::u16string> LabelsIn(const std::vector<std::string>& fields);
+
 // What Gmail's own labels tell. Those that its user made are left: they are folders in their own
 // right.
-void ReadGmailLabels(const std::vector<std::string>& fields, engine::MessageState& state);
+void ReadGmailLabels(const std::vector<std::string>& fields, engine::MessageState& state,
+                     GmailLanguages languages = kEveryLanguage);
 
 }  // namespace parvane::sources

@@ -1,0 +1,17 @@
+// What is made of the names of sources.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace parvane::cli {
+
+// What a folder made for this path is called: the last component, without the extension of a
+// mailbox file.
+std::u16string NameForSource(std::u16string_view path);
+
+// "/x/takeout-20250101T120000Z-001.zip": what its other parts have in common with it; empty for a
+// file that is no part.
+std::u16string SeriesOf(std::u16string_view path);
+
+}  // namespace parvane::cli
