@@ -11,21 +11,7 @@
 using namespace Tessary;
 using parvane::test::EncodeBase64;
 using parvane::test::EncodeQuotedPrintable;
-
-namespace {
-
-template <typename Decoder>
-std::string InPieces(std::string_view input, std::size_t size) {
-  Decoder decoder;
-  std::string out;
-  for (std::size_t at = 0; at < input.size(); at += size) {
-    decoder.Append(input.substr(at, size), out);
-  }
-  decoder.Finish(out);
-  return out;
-}
-
-}  // namespace
+using parvane::test::InPieces;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

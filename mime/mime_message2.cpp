@@ -34,10 +34,11 @@ std::string ToCrLf(std::string_view text) {
   return out.append(text);
 }
 
-// An empty line that ends in CR LF behind a line that ends in a bare LF, before any other one.
+// An empty line that ends in CR LF behind a line that ends in a bare LF, before any other one. The
+// text does not begin with a line end.
 bool HeaderEndsInMixedLineEnds(std::string_view text) {
   for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at)) {
-    const bool bare = at == 0 || text[at - 1] != '\r';
+    const bool bare = text[at - 1] != '\r';
     ++at;
     if (text.substr(at, 2) == "\r\n") return bare;
   }
@@ -126,7 +127,7 @@ ByteSlice MimeMessage2::NormaliseLineEnds(const ByteSlice& text, Log& log) const
   const std::string_view bytes = text.view();
   if (bytes.starts_with("\r\n")) return text;
   const bool doubleLf = Tessary::HasDoubleLineFeed(bytes);
-  if (!doubleLf && !HeaderEndsInMixedLineEnds(bytes) && !bytes.starts_with('\n')) return text;
+  if (!doubleLf && !bytes.starts_with('\n') && !HeaderEndsInMixedLineEnds(bytes)) return text;
   if (doubleLf && bytes.find("\r\n\r\n") == std::string_view::npos) {
     log.Say("Double CRLF not found, but found double-LF");
     if (bytes.substr(0, bytes.find("\n\n")).find("\r\n") != std::string_view::npos) {

@@ -331,7 +331,6 @@ Result<TableEditor::Roots> TableEditor::Flush() {
   if (place->root) {
     auto known = _subnodes.Find(_matrixNode);
     if (!known.ok()) return known.status();
-    if (!known->has_value()) ++_subnodeCount;
     if (!known->has_value() || (*known)->data != *place->root) {
       if (Status status = _subnodes.Put({_matrixNode, *place->root, BlockId()}); !status.ok()) {
         return status;

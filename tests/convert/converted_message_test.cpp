@@ -7,6 +7,7 @@
 #include "mime/email_structure.h"
 #include "tests/convert/mail_file.h"
 #include "tests/support/time_zone.h"
+#include "tests/support/unwilling_object.h"
 
 namespace {
 
@@ -434,6 +435,45 @@ TEST_F(ConvertedMessage, CountsNoAttachmentThatWasNotSaved) {
   parvane::mapi::SetBuiltinOptions({});
   EXPECT_EQ(report.attachmentsWritten, 1u);
   EXPECT_EQ(report.attachmentsFailed, 3u) << "with the one that fills it all behind it";
+}
+
+// Saves what it did not take, as a message whose attachment saves, too, and its message does not.
+class Careless final : public parvane::mapi::UnwillingObject<IAttach> {
+ public:
+  HRESULT PARVANE_STDCALL SaveChanges(ULONG) override { return parvane::mapi::S_OK; }
+  HRESULT PARVANE_STDCALL OpenProperty(ULONG tag, const IID*, ULONG, ULONG,
+                                       IUnknown** out) override {
+    if (tag != PR_ATTACH_DATA_OBJ) return E_FAIL;
+    *out = &_inner;
+    return parvane::mapi::S_OK;
+  }
+
+ private:
+  parvane::mapi::UnwillingMessage _inner;
+};
+
+TEST_F(ConvertedMessage, CountsNoAttachmentThatWasNotTaken) {
+  class : public parvane::mapi::UnwillingMessage {
+   public:
+    HRESULT PARVANE_STDCALL CreateAttach(const IID*, ULONG, ULONG*, IAttach** out) override {
+      *out = &_attachment;
+      return parvane::mapi::S_OK;
+    }
+
+   private:
+    Careless _attachment;
+  } careless;
+  Convert(
+      {"Content-Type: multipart/related; boundary=m\r\n\r\n--m\r\nContent-Type: text/html\r\n\r\nx"
+       "\r\n--m\r\nContent-Type: image/png\r\n\r\nx\r\n--m--\r\n",
+       "Content-Type: multipart/mixed; boundary=m\r\n\r\n--m\r\nContent-Type: "
+       "application/x\r\n\r\nx"
+       "\r\n--m\r\nContent-Type: message/rfc822\r\n\r\nSubject: x\r\n\r\nx\r\n--m--\r\n"},
+      [&](Converter& converter, Tessary::TsEmail& email, IMessage&) {
+        converter.WriteAttachment(&email, &careless);
+      });
+  EXPECT_EQ(report.attachmentsWritten, 0u);
+  EXPECT_EQ(report.attachmentsFailed, 3u);
 }
 
 TEST_F(ConvertedMessage, NestsAsDeepAsItsSourceAndNoDeeperThanIsSafe) {

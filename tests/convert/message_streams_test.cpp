@@ -14,7 +14,7 @@ namespace {
 using namespace mapi;
 
 // An object with one property, whose stream takes `room` bytes.
-class Narrow : public UnwillingObject, public IStream {
+class Narrow : public UnwillingObject<>, public IStream {
  public:
   explicit Narrow(std::size_t room) : _room(room) {}
   std::string taken;

@@ -28,7 +28,7 @@ using namespace mapi_reading;
 namespace platform = parvane::platform;
 
 // An object of a MAPI that refuses what is written and tells it by results alone.
-class Refusing final : public UnwillingObject {
+class Refusing final : public UnwillingObject<> {
  public:
   HRESULT set = S_OK;
   SCODE problem = S_OK;  // of every property

@@ -10,6 +10,7 @@ namespace Tessary {
 
 using parvane::test::EncodeBase64;
 using parvane::test::EncodeQuotedPrintable;
+using parvane::test::InPieces;
 
 namespace {
 
@@ -18,18 +19,6 @@ struct Case {
   std::string input;
   std::string output;
 };
-
-// Feeds `input` in pieces of `size`.
-template <typename Decoder>
-std::string InPieces(std::string_view input, std::size_t size) {
-  Decoder decoder;
-  std::string out;
-  for (std::size_t at = 0; at < input.size(); at += size) {
-    decoder.Append(input.substr(at, size), out);
-  }
-  decoder.Finish(out);
-  return out;
-}
 
 template <typename Decoder>
 void Check(const Case& c) {

@@ -1,13 +1,17 @@
 // Heap pages and heaps: exact bytes, fill levels, growth.
+#include <array>
 #include <map>
 #include <random>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
+#include "pstfile/ltp/bth.h"
 #include "pstfile/ltp/heap.h"
 #include "pstfile/ltp/heap_editor.h"
 #include "pstfile/ltp/heap_page.h"
 #include "pstfile/ltp/property_context_builder.h"
+#include "pstfile/ltp/row_index_editor.h"
 #include "tests/pstfile/ndb_inspection.h"
 
 namespace parvane::pstfile {
@@ -53,6 +57,24 @@ TEST(LtpHeapPage, DamageIsRefusedOrStaysInBounds) {
         ASSERT_LE(decoded->Item(item).size(), bytes.size());
       }
     }
+  }
+}
+
+TEST(LtpHeap, RowIndexIsBelievedOnlyWithRecordsOfItsSizes) {
+  MemoryFiles files;
+  auto db = NodeDatabase::Create(files, u"h.pst");
+  ASSERT_OK(db);
+  auto heap = HeapEditor::Create(**db, HeapClient::kTableContext);
+  ASSERT_OK(heap);
+  for (const auto& [key, data, sound] : {std::tuple{4, 4, true}, {4, 2, false}, {2, 4, false}}) {
+    BthHeader header;
+    header.keySize = static_cast<std::uint8_t>(key);
+    header.dataSize = static_cast<std::uint8_t>(data);
+    std::array<std::byte, 8> bytes;
+    header.Encode(bytes);
+    auto id = heap->Add(bytes);
+    ASSERT_OK(id);
+    EXPECT_EQ(RowIndexEditor::Open(*heap, *id).ok(), sound) << key << " and " << data;
   }
 }
 

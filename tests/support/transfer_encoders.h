@@ -1,4 +1,5 @@
-// base64 and quoted-printable by RFC 2045, for messages that tests and benchmarks make up.
+// base64 and quoted-printable by RFC 2045, for messages that tests and benchmarks make up; and what
+// a decoder makes of text that comes in pieces.
 #pragma once
 
 #include <cstddef>
@@ -59,6 +60,18 @@ inline std::string EncodeQuotedPrintable(std::string_view bytes) {
     out += piece;
     column += piece.size();
   }
+  return out;
+}
+
+// Feeds `input` in pieces of `size`.
+template <typename Decoder>
+std::string InPieces(std::string_view input, std::size_t size) {
+  Decoder decoder;
+  std::string out;
+  for (std::size_t at = 0; at < input.size(); at += size) {
+    decoder.Append(input.substr(at, size), out);
+  }
+  decoder.Finish(out);
   return out;
 }
 
