@@ -1,12 +1,16 @@
 // Files of other programs, damaged files, failing disks.
+#include <array>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "platform/path.h"
+#include "pstfile/ltp/property_context_builder.h"
 #include "pstfile/ndb/data_tree.h"
+#include "pstfile/ndb/little_endian.h"
 #include "pstfile/ndb/node_database.h"
 #include "pstfile/ndb/subnode_tree.h"
+#include "pstfile/store/name_map.h"
 #include "tests/pstfile/ndb_inspection.h"
 #include "tests/pstfile/store_fixture.h"
 #include "tests/pstfile/store_walk.h"
@@ -44,6 +48,44 @@ TEST(StoreSamples, EverythingIsReadAndNothingTouched) {
 #endif
 
 // ---- Damage ------------------------------------------------------------------------------------
+
+// A map of one name, by what its entry and its string stream say.
+TEST(NameMapDamage, NothingIsReadBeyondTheStreams) {
+  constexpr std::uint32_t kFar = 0x70000000;
+  const struct {
+    const char* name;
+    std::uint32_t offset, length;
+    std::uint16_t set;
+    bool sound;
+  } cases[] = {
+      {"sound", 4, 2, 3, true},          {"a string far away", kFar, 2, 3, false},
+      {"a cut length", 7, 2, 3, false},  {"a string longer than all", 4, kFar, 3, false},
+      {"one byte more", 4, 3, 3, false}, {"a set far away", 4, 2, 0x7000, false},
+  };
+  for (const auto& c : cases) {
+    MemoryFiles files;
+    auto database = NodeDatabase::Create(files, kPath);
+    STORE_OK(database);
+    std::array<std::byte, 16> set{};
+    std::array<std::byte, 8> entry{};
+    std::array<std::byte, 10> strings{};
+    StoreU32(entry, 0, c.offset);
+    StoreU16(entry, 4, static_cast<std::uint16_t>(c.set << 1 | 1));
+    StoreU32(strings, 4, c.length);
+    strings[8] = std::byte{'x'};
+    PropertyList map;
+    map.SetInt32(PropTag(0x00010003), 251);
+    map.SetBytes(PropTag(0x00020102), set);
+    map.SetBytes(PropTag(0x00030102), entry);
+    map.SetBytes(PropTag(0x00040102), strings);
+    auto written = WritePropertyContext(**database, map);
+    STORE_OK(written);
+    STORE_OK((*database)->PutNode({kNidNameToIdMap, written->data, written->subnodes, NodeId()}));
+    auto names = NameMap::Load(**database);
+    STORE_OK(names);
+    EXPECT_EQ(names->NameOf(0x8000).ok(), c.sound) << c.name;
+  }
+}
 
 struct StoreDamage : StoreTest {
   MemoryFiles memory;
