@@ -17,6 +17,8 @@ namespace {
 using namespace mapi;
 namespace properties = QuelmarMIMEEngineCommon::OrvMAPIUtilities;
 
+// A PST has room for some 32,000 names, and none is ever taken out again: a hostile file, or a
+// mailbox full of odd ones, must leave some to the owner of the PST.
 constexpr std::size_t kMostNames = 2000;
 // What is longer goes through a stream.
 constexpr std::size_t kMostInHand = 16'384;
@@ -68,6 +70,7 @@ ULONG NamedIds::For(IMAPIProp& object, const tnef::PropertyName& name) {
     key.append(1, '#').append(std::to_string(name.number));
   }
   if (const auto known = _ids.find(key); known != _ids.end()) return known->second;
+  // What a store refused is remembered, too (0), and not asked for again.
   if (_ids.size() == kMostNames) return 0;
   GUID set = GuidOf(name.set);
   std::u16string text = WideTextOf(name.text);
@@ -77,6 +80,7 @@ ULONG NamedIds::For(IMAPIProp& object, const tnef::PropertyName& name) {
   return _ids.emplace(std::move(key), PropId(tag)).first->second;
 }
 
+// Texts end at their first zero, as they do in MAPI, and may have none at all here.
 std::u16string TextOf(std::string_view bytes, unsigned codePage) {
   std::u16string text;
   platform::DecodeCodePage(codePage, bytes.substr(0, bytes.find('\0')), text);
@@ -127,6 +131,7 @@ void TnefProperties::AddTime(ULONG tag, std::uint64_t ticks) {
   Append(tag).Value.ft = platform::FileTimeFromTicks(ticks);
 }
 
+// With no object to write to (rows of recipients), everything is gathered: such rows are short.
 void TnefProperties::AddText(ULONG tag, std::u16string text) {
   if (text.empty()) return;
   if (_object && text.size() > kMostInHand) {
@@ -135,6 +140,7 @@ void TnefProperties::AddText(ULONG tag, std::u16string text) {
     return;
   }
   SPropValue& value = Append(tag);
+  // A deque, whose texts stay where they are while values point at them.
   value.Value.lpszW = _texts.emplace_back(std::move(text)).data();
 }
 

@@ -53,6 +53,7 @@ void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::
     IAssetFolder* source;
     std::size_t parent;
   };
+  // No recursion: folders may nest deep.
   std::vector<Pending> pending;  // the next on top
   const auto queueChildren = [&](IAssetFolder* folder, std::size_t index) {
     const std::vector<IAssetFolder*> children = folder->GetSubFolders();
@@ -69,6 +70,7 @@ void FolderPlan::AddTree(IAssetFolder* source, std::u16string_view wanted, std::
 
 void FolderPlan::AddStore(const IAssetStore& store, std::u16string_view topName, bool holdsItself,
                           Naming naming) {
+  // A store without folders has no place in the PST, not even an empty one by its name.
   const IAssetFolder* root = store.GetStoreRootFolder();
   if (!root || root->GetSubFolders().empty()) return;
   if (!holdsItself) return AddFoldersOf(store, AddTop(topName), naming);
@@ -84,6 +86,9 @@ void FolderPlan::AddFoldersOf(const IAssetStore& store, std::size_t parent, Nami
     AddTree(folder, NameOf(*folder, naming), parent, naming);
 }
 
+// After the plan is whole, because what is in the PST is known only when it has been opened, and
+// that the sources hold mail at all is settled before. A folder renamed here takes its children
+// along; one that had been renamed before is told once, with the name it has in the end.
 void FolderPlan::Avoid(const ForeignFolders& foreign) {
   if (foreign.empty()) return;
   std::map<std::vector<std::u16string>, RenamedFolder*> renamedBefore;

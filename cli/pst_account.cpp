@@ -13,6 +13,7 @@ namespace {
 
 using engine::DestinationStep;
 
+// Of the built-in MAPI, which keeps a record of its own: what counts is in the file.
 class OfDiagnostics final : public PstAccount {
  public:
   OfDiagnostics(std::u16string_view path, std::shared_ptr<const mapi::StoreDiagnostics> record)
@@ -77,6 +78,7 @@ struct Meaning {
   bool ofTheFile;  // it will take no other message either
 };
 
+// Where two systems name one cause, both are here: streams answer with results of storage.
 constexpr Meaning kMeanings[] = {
     {mapi::MAPI_E_NO_ACCESS, "no access", false},
     {mapi::MAPI_E_NOT_ENOUGH_MEMORY, "not enough memory", false},
@@ -104,6 +106,8 @@ const Meaning* MeaningOf(std::int32_t result) {
   return nullptr;
 }
 
+// Of the system's MAPI, of which nothing is known but its results. What it took counts as written,
+// because nothing more can be learned; a report says so (writtenMeans).
 class OfResults final : public PstAccount {
  public:
   using PstAccount::PstAccount;
@@ -132,6 +136,8 @@ class OfResults final : public PstAccount {
       return;
     }
     const Meaning* meaning = MeaningOf(result);
+    // A refused message is one message; the file's own failures end the run, and so does a log-off
+    // that failed, which is where Outlook writes what it held back.
     const bool final = step == DestinationStep::kLogOff || (meaning && meaning->ofTheFile);
     ++_failures;
     _lastFailure = fmt::format("{}: {} ({})", platform::PathForDisplay(Path()), NameOf(step),

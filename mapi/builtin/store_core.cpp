@@ -60,6 +60,7 @@ HRESULT Record(const std::u16string& path, StoreDiagnostics* record, HRESULT res
 
 HRESULT NoteFailure(const std::u16string& path, StoreDiagnostics* record, const Status& status) {
   HRESULT result = ResultOf(status);
+  // Answers, and no failures: who asks whether something is there expects either.
   if (status.ok() || status.code() == StatusCode::kNotFound ||
       status.code() == StatusCode::kExists) {
     return result;
@@ -95,6 +96,8 @@ StoreCore::StoreCore(std::unique_ptr<pstfile::PstStore> store, const std::u16str
   _record->isOpen = true;
 }
 
+// Where the last object goes without a log-off, what was saved is committed even so;
+// that it could not be reaches the diagnostics, for there is nobody left to tell.
 StoreCore::~StoreCore() {
   Guarded([this] { return Close(); });
 }
@@ -106,6 +109,7 @@ HRESULT StoreCore::Close() {
   const Status status = _store->Close();
   Publish();
   const HRESULT result = Note(status);
+  // After the last word about it: Note writes into the record of an open store only.
   _isOpen = false;
   _record->isOpen = false;
   return result;
@@ -118,6 +122,8 @@ HRESULT StoreCore::Note(const Status& status) {
 
 void StoreCore::CountSavedMessage(bool first) {
   if (!_isOpen) return;
+  // The store counts every saving; people count messages. Later versions of one are therefore set
+  // aside, each by its place in the store's count, until a commit covers it.
   if (first) {
     ++_record->messagesSaved;
   } else {

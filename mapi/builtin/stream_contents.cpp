@@ -12,6 +12,12 @@ namespace {
 using platform::Status;
 using platform::StatusCode;
 
+// A value is in one of four states: in memory; in memory behind what a writer has taken (_writer);
+// on the disk and read from there (_reader, with _finished when it is ours to give back, without
+// when it is the object's own); in memory for good, because it was changed in its middle (_spills
+// false). The way back from the disk into memory is Load, which what is only appended to never
+// takes.
+//
 // Longer values leave memory as they are appended to.
 constexpr std::size_t kSpillAt = 32 * 1024;
 // Kept back from what is spilled: a terminator that turns out to be the value's end is not stored.
@@ -59,6 +65,8 @@ std::uint64_t StreamContents::Size() const {
 
 HRESULT StreamContents::Read(std::uint64_t offset, std::span<std::byte> out, std::size_t& read) {
   read = 0;
+  // What is being written cannot be read: it is finished, and written to no more but by way of
+  // Load.
   if (_writer) {
     if (const HRESULT result = FinishSpilled(); Failed(result)) return result;
   }
@@ -191,6 +199,7 @@ HRESULT StreamContents::Load() {
   std::size_t read = 0;
   if (const HRESULT result = Read(0, bytes, read); Failed(result)) return result;
   bytes.resize(read);
+  // Only now, when all of it is here: until then the value on the disk is the only one.
   _memory = std::move(bytes);
   _reader.reset();
   if (_finished && _core.store() != nullptr) _core.store()->Abandon(*_finished);
@@ -222,6 +231,7 @@ HRESULT StreamContents::Install(StreamHost& host, ULONG tag, std::size_t termina
     if (const HRESULT result = FinishSpilled(); Failed(result)) return result;
   }
   if (_finished) {
+    // On failure it stays ours, and goes with the stream.
     const HRESULT result = host.InstallStored(tag, *_finished);
     if (Succeeded(result)) _finished.reset();
     return result;

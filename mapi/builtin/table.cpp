@@ -13,6 +13,12 @@ constexpr BOOKMARK kFirstBookmark = 16;  // above the predefined ones
 // Who never frees any must not take all memory.
 constexpr std::size_t kMostBookmarks = 4096;
 
+// A cursor over rows that are read when they are asked for. It holds no row: tables of two million
+// messages are read through it, and rows may come and go while it stands, which is why every
+// position is held against the count of the moment before it is used.
+//
+// No sorting and no restricting: both would have to read all rows first. Clients that are told so
+// read them in the file's order.
 class Table final : public ExplainedObject<IMAPITable> {
  public:
   Table(std::unique_ptr<TableRows> rows, bool unicode)
@@ -117,6 +123,7 @@ class Table final : public ExplainedObject<IMAPITable> {
         if (_bookmarks.size() == kMostBookmarks) return MAPI_E_UNABLE_TO_COMPLETE;
         free = _bookmarks.insert(free, kFree);
       }
+      // A position and not a row: after a row before it has gone, it is one further on.
       *free = _position;
       *lpbkPosition = kFirstBookmark + static_cast<BOOKMARK>(free - _bookmarks.begin());
       return S_OK;
@@ -252,6 +259,7 @@ class Table final : public ExplainedObject<IMAPITable> {
         values[i].ulPropTag = PR_NULL;
         continue;
       }
+      // _value keeps its memory from cell to cell, and what each leaves in it.
       _value.large = false;
       const HRESULT found = IsHiddenId(PropId(tag)) ? MAPI_E_NOT_FOUND : _rows->Find(tag, _value);
       if (Failed(found)) {

@@ -11,11 +11,14 @@ namespace {
 
 constexpr std::size_t kPiece = 8192;
 constexpr std::size_t kLongestRun = 65536;  // without a blank
+// No writer nests so deep. What is deeper is read as if it stood at this depth.
 constexpr std::size_t kDeepest = 1000;
 constexpr std::size_t kMostFonts = 4096;
 constexpr std::size_t kLongestWord = 32;
 constexpr std::size_t kLongestNumber = 10;
 
+// Groups of these are read by programs. Those that this list lacks mostly begin with "\*", which
+// says the same of any group.
 constexpr std::string_view kNotText[] = {
     "colortbl", "stylesheet", "info",    "pict",      "object",  "header",    "headerl",
     "headerr",  "headerf",    "footer",  "footerl",   "footerr", "footerf",   "footnote",
@@ -142,6 +145,7 @@ void RtfText::EndWord(char c) {
 }
 
 void RtfText::Open() {
+  // Characters that stand for a \u stand in its own group.
   _skip = 0;
   if (_groups.size() == kDeepest) {
     ++_deeper;
@@ -208,6 +212,7 @@ void RtfText::Character(char c) {
     return;
   }
   if (!_group.isText) return;
+  // Plain characters, too, go through the code page: they may be the second halves of others.
   _bytes += c;
   if (_bytes.size() >= kPiece && c == ' ') DecodeBytes();
   if (_bytes.size() >= kLongestRun) DecodeBytes();
@@ -217,6 +222,7 @@ void RtfText::Unicode(char16_t c) {
   if (!_group.isText || c == 0) return;
   DecodeBytes();
   _text += c;
+  // The other half of a character beyond U+FFFF comes as a \u of its own.
   if (_text.size() >= kPiece && (c & 0xFC00) != 0xD800) Flush();
 }
 

@@ -44,7 +44,6 @@ struct Message {
   std::string_view properties;    // attMsgProps: a list for PropertyReader
   std::string_view recipients;    // attRecipTable: the number of rows, and as many lists
   std::vector<Attachment> attachments;
-  std::size_t wrongChecksums = 0;
   // Every byte belongs to an attribute, but for zeros and blanks at the end.
   bool whole = false;
 };

@@ -15,6 +15,8 @@ bool IsMessageKind(NodeKind kind) {
   return kind == NodeKind::kMessage || kind == NodeKind::kAssociatedMessage;
 }
 
+// The tree of nodes is walked twice: a node may stand before its parent, and whether that is a
+// folder must be known by then.
 class FolderCollector : public TreeVisitor {
  public:
   explicit FolderCollector(FolderDirectory& folders) : _folders(folders) {}
@@ -68,6 +70,8 @@ class NodeCheck : public TreeVisitor {
     _reporter.Error(code, Say("node ", node.nid, ": ", what));
   }
 
+  // Counts what each folder has by the parents that nodes name, for comparison with its tables
+  // later (folder_check): some readers build the tree from one, some from the other.
   void CheckParent(const NodeRecord& node) {
     const NodeKind kind = node.nid.Kind();
     const bool isFolder = IsFolderKind(kind);
@@ -147,6 +151,7 @@ void CheckReachability(FolderDirectory& folders, Reporter& reporter) {
 }
 
 void CheckMandatory(Image& image, Reporter& reporter) {
+  // Every known file of Outlook has these; it has the others, too, but nothing looks them up.
   static constexpr NodeId kRequired[] = {
       kNidMessageStore,
       kNidNameToIdMap,
@@ -192,6 +197,7 @@ bool FolderDirectory::Add(const FolderFacts& facts) {
 }
 
 FolderFacts* FolderDirectory::Find(NodeId nid) {
+  // Messages of a folder mostly come one behind the other.
   if (_lastFound < _folders.size() && _folders[_lastFound].nid == nid) return &_folders[_lastFound];
   const auto found = std::lower_bound(
       _folders.begin(), _folders.end(), nid,

@@ -17,6 +17,7 @@ constexpr std::size_t kEntryIdSize = fields::kSizeOf<fields::EntryId>;
 
 void CheckEntryId(Context& context, PropertyContext& store, PropTag tag) {
   const auto id = store.Bytes(tag, 256);
+  // An empty one says that there is no such folder.
   if (!id || id->empty()) return;
   const auto fault = [&](const std::string& what) {
     store.heap().Fault(codes::kEntryId, Say("property ", ToString(tag), ": ", what));
@@ -53,7 +54,8 @@ void CheckReceiveFolders(Context& context, const NodeRecord& node) {
   table->Finish();
 }
 
-// Arrays of folder numbers, and of records whose content is not examined.
+// What Outlook's search folders have still to look at; folders that have gone are left in it at
+// times. Arrays of folder numbers, and of records whose content is not examined.
 void CheckSearchList(Context& context, const NodeRecord& node) {
   auto data = DataView::Open(context.image, node.data);
   if (!data) return;  // told by the count of references
@@ -92,7 +94,8 @@ bool IsTemplate(NodeId nid) {
   return std::find(std::begin(kTemplates), std::end(kTemplates), nid) != std::end(kTemplates);
 }
 
-// Nodes that folders, messages and the store object account for.
+// Nodes that folders, messages and the store object account for: each is looked at once, where its
+// owner can say what it must be like.
 bool BelongsToAnother(NodeId nid) {
   switch (nid.Kind()) {
     case NodeKind::kFolder:

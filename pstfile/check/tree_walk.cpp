@@ -56,7 +56,9 @@ class Walker {
   TreeKind _kind;
   TreeVisitor& _visitor;
   Reporter* _judge;
-  std::optional<std::uint64_t> _last;  // key of the last entry visited
+  // The key of the last entry visited. Entries reach the visitor in ascending order whatever the
+  // pages say, so that none comes twice and a ring of pages comes to an end: visitors rely on both.
+  std::optional<std::uint64_t> _last;
 };
 
 void Walker::JudgeTrailer(const Visited& page, std::uint64_t id) {
@@ -132,6 +134,8 @@ void Walker::Page(PageRef ref, std::optional<unsigned> level, std::uint64_t low,
   const Visited page{*cached, offset, TreePageInfo::Decode(*cached)};
   if (level && page.info.count > 0) {
     const std::uint64_t first = Key(page, 0);
+    // A page in the wrong place, or reached a second time. What it holds belongs somewhere else,
+    // and would be told as missing there and as out of order here, entry by entry.
     if (first < low || first >= high || (_last && first <= *_last)) {
       Fault(codes::kTreeKey, offset,
             Say("begins with key ", Hex{first}, ", its parent says ", Hex{low},
@@ -145,6 +149,8 @@ void Walker::Page(PageRef ref, std::optional<unsigned> level, std::uint64_t low,
   }
   _visitor.OnPage(_kind, offset);
   if (_judge != nullptr) ++_judge->summary().pages;
+  // A wrong trailer is told, and the page is read all the same: its entries may be whole, and what
+  // hangs on them is worth the look. Not so with a format that leaves the entries' size in doubt.
   JudgeTrailer(page, ref.id.value);
   if (!JudgeFormat(page, level)) return;
   if (page.info.level > 0) {

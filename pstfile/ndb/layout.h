@@ -8,7 +8,6 @@ namespace parvane::pstfile {
 
 inline constexpr std::size_t kPageSize = 512;
 inline constexpr std::size_t kPageBodySize = 496;  // before the trailer
-inline constexpr std::size_t kPageTrailerSize = 16;
 
 inline constexpr std::size_t kBlockTrailerSize = 16;
 inline constexpr std::size_t kBlockAlignment = 64;

@@ -78,8 +78,6 @@ struct OpenOptions {
   // finds all space that is free and all ids that are. Larger files are added to at their end; only
   // space freed by the session itself is used again.
   std::uint64_t examinedSize = std::uint64_t{256} << 20;
-  std::size_t cachedPages = 4096;  // 512 bytes each, per database
-  std::size_t cachedBlocks = 64;   // up to 8 KiB each
 };
 
 struct CreateOptions {

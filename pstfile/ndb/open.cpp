@@ -17,6 +17,10 @@ using platform::StatusCode;
 
 namespace {
 
+// Of each database: 2 MiB, and up to half of one.
+constexpr std::size_t kCachedPages = 4096;
+constexpr std::size_t kCachedBlocks = 64;
+
 // Beside the file itself, so that renaming never crosses file systems, and a name that nobody can
 // have given to anything else.
 std::u16string TemporaryName(std::u16string_view path) {
@@ -41,8 +45,8 @@ NodeDatabase::Impl::Impl(platform::FileSystem& fileSystem, std::u16string_view f
       nodes(PageType::kNodeTree, _pages),
       blocks(PageType::kBlockTree, _pages),
       _actualPath(filePath),
-      _pages(openOptions.cachedPages),
-      _blockCache(openOptions.cachedBlocks) {}
+      _pages(kCachedPages),
+      _blockCache(kCachedBlocks) {}
 
 NodeDatabase::Impl::~Impl() {
   if (!_creating) return;

@@ -57,7 +57,6 @@ TEST(Tnef, FindsAttachmentsHoweverTheyAreLaidOut) {
       {"nothing at all", "", "-"},
   };
   for (const auto& c : kCases) EXPECT_EQ(Told(c.bytes), c.told) << c.name;
-  EXPECT_EQ(ReadTnef(Stream(title + wrongSum))->wrongChecksums, 1u);
   std::string many;
   for (std::size_t i = 0; i <= kMostAttachments; ++i) many += begins;
   EXPECT_EQ(Told(Stream(many)).substr(0, 5), "cut :");
