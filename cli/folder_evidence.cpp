@@ -89,7 +89,7 @@ FolderEvidence LookInto(std::u16string_view folder, const std::vector<DirectoryE
                             !entry.name.starts_with(u'.');
     }
   }
-  evidence.appleMail |= engine::IsMailboxFolder(platform::FileNameOfPath(folder)) &&
+  evidence.appleMail |= engine::IsMailboxFolder(engine::NameOfSource(folder)) &&
                         (fileNames.contains(u"mbox") || folderNames.contains(u"Messages"));
   evidence.profileRoot = fileNames.contains(u"prefs.js") &&
                          (folderNames.contains(u"Mail") || folderNames.contains(u"ImapMail"));

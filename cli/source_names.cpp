@@ -3,16 +3,14 @@
 #include "engine/file_kinds.h"
 #include "platform/file.h"
 #include "platform/path.h"
-#include "platform/process.h"
 #include "platform/text.h"
 
 namespace parvane::cli {
 
 std::u16string NameForSource(std::u16string_view path) {
-  std::u16string name = platform::FileNameOfPath(path);
-  if (name.empty() || name == u"." || name == u"..")
-    return platform::FileNameOfPath(platform::CanonicalPath(path));
-  if (platform::FileSystem::Default().FolderExists(path)) return name;
+  std::u16string name = engine::NameOfSource(path);
+  if (platform::FileSystem::Default().FolderExists(path))
+    return engine::IsMailboxFolder(name) ? platform::StemOfPath(name) : name;
   while (engine::IsNamedLikeAnArchive(name) && !platform::StemOfPath(name).empty())
     name = platform::StemOfPath(name);
   const std::u16string extension = platform::ExtensionOfPath(name);

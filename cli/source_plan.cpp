@@ -280,7 +280,7 @@ class Recogniser {
   Status AddAppleMail(const std::u16string& path) {
     // What is one mailbox has a folder of its name in any case.
     const bool named = _options.sources.size() == 1 && !_options.name.empty();
-    const bool mailbox = engine::IsMailboxFolder(platform::FileNameOfPath(path));
+    const bool mailbox = engine::IsMailboxFolder(engine::NameOfSource(path));
     _plan.stores.push_back({SourceKind::kAppleMail, path,
                             mailbox && !named ? std::u16string() : NameAmongOthers(path)});
     return {};

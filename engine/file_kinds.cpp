@@ -5,6 +5,7 @@
 
 #include "platform/file.h"
 #include "platform/path.h"
+#include "platform/process.h"
 #include "platform/text.h"
 
 namespace parvane::engine {
@@ -30,6 +31,12 @@ bool IsNamedLikeAMessage(std::u16string_view path) { return HasOneOf(path, kMess
 bool IsMailboxFolder(std::u16string_view name) {
   constexpr std::u16string_view kFolders[] = {u".mbox", u".imapmbox"};
   return !platform::StemOfPath(name).empty() && HasOneOf(name, kFolders);
+}
+std::u16string NameOfSource(std::u16string_view path) {
+  const std::u16string name = platform::FileNameOfPath(path);
+  return name.empty() || name == u"." || name == u".."
+             ? platform::FileNameOfPath(platform::CanonicalPath(path))
+             : name;
 }
 bool IsNamedLikeAnArchive(std::u16string_view path) { return HasOneOf(path, kArchives); }
 

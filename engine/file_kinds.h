@@ -1,6 +1,7 @@
 // What the name of a file says about mail in it.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace parvane::engine {
@@ -11,6 +12,8 @@ bool HasExtension(std::u16string_view path, std::u16string_view extension);
 bool IsNamedLikeAMessage(std::u16string_view path);
 // A folder that is a mailbox, as Macs have them: "NAME.mbox", "NAME.imapmbox".
 bool IsMailboxFolder(std::u16string_view name);
+// The name of what a path leads to, "." and ".." included.
+std::u16string NameOfSource(std::u16string_view path);
 // A compressed file or an archive.
 bool IsNamedLikeAnArchive(std::u16string_view path);
 

@@ -131,6 +131,8 @@ class AppleMail(PstTest):
         one = self.folder / 'Mail/V10/IMAP-a@example.invalid/In.mbox/x/Data/Messages/1.emlx'
         self.convert('--overwrite', one, pst)
         self.assertEqual(self.listed_folders(pst), {('1',): 1})
+        self.convert('--overwrite', '.', pst, cwd=self.folder / 'A.mbox')
+        self.assertEqual(self.listed_folders(pst), {('A',): 1})
         account = self.convert('--overwrite', '--skip-deleted', self.folder / 'Mail', pst, code=1)
         self.assertEqual([f['path'] for f in account['folders'] if f['written']],
                          [['a@example.invalid', 'In']])

@@ -45,13 +45,13 @@ class TreeWalk {
   void Top(const std::u16string& path, AssetFolderBase* root) {
     const Entries entries = _walk.Enter(path);
     const platform::FileInformation source = platform::FileSystem::Default().Inspect(path);
-    std::u16string name = platform::FileNameOfPath(path);
+    std::u16string name = parvane::engine::NameOfSource(path);
     if (source.kind == FileKind::kFile) {
       auto* folder = _store.MakeFolder<AppleMailFolder>(platform::ParentOfPath(path),
                                                         EmlxName(name).base, &_store, root);
       folder->AddFile(name, source.size);
     } else if (IsMailbox(name, entries)) {
-      if (name == u"Messages") name = platform::FileNameOfPath(platform::ParentOfPath(path));
+      if (name == u"Messages") name = parvane::engine::NameOfSource(platform::ParentOfPath(path));
       Mailbox(path, name, entries, root);
     } else {
       Container(path, entries, root);
