@@ -82,6 +82,19 @@ bool EndsADate(const LastWords& words, std::size_t first, std::size_t time, bool
   return true;
 }
 
+// As nearly all are written: "Wed Jan  1 12:00:00 2025". Spares nearly every message of a mailbox
+// the way through the words.
+bool EndsAsUsual(std::string_view line) {
+  constexpr std::string_view kShape = "??? ??? ?9 99:99:99 9999";
+  if (line.size() <= kShape.size()) return false;
+  line.remove_prefix(line.size() - kShape.size());
+  for (std::size_t i = 0; i < kShape.size(); ++i) {
+    const char shape = kShape[i];
+    if (shape != '?' && (shape == '9' ? !IsDigit(line[i]) : line[i] != shape)) return false;
+  }
+  return (line[8] == ' ' || IsDigit(line[8])) && ReadMonth(line.substr(4, 3), nullptr);
+}
+
 bool IsPatchLine(std::string_view line) {
   constexpr std::string_view kDate = " Mon Sep 17 00:00:00 2001";
   if (!line.ends_with(kDate)) return false;
@@ -103,6 +116,7 @@ bool LooksLikeField(std::string_view line) {
 
 bool SeparatorHasDate(std::string_view line) {
   if (!line.starts_with(kFrom)) return false;
+  if (EndsAsUsual(line)) return true;
   const LastWords words(line.substr(kFrom.size()));
   const std::size_t first = words[1] == "from" && words[2] == "remote" ? 3 : 0;
   std::size_t time = first;
