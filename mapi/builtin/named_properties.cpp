@@ -33,10 +33,13 @@ HRESULT TagOfName(StoreCore& core, const MAPINAMEID* argument, bool create, ULON
   tag = PropTag(PT_ERROR, 0);
   const auto name = ToName(argument);
   if (!name) return MAPI_W_ERRORS_RETURNED;
+  // Names of this set are the ids themselves, in every store.
   if (name->set == pstfile::kPsMapi && name->kind == pstfile::PropertyName::Kind::kNumber) {
     tag = PropTag(PT_UNSPECIFIED, name->number & 0xFFFF);
     return S_OK;
   }
+  // Then it is found or not, as if nobody had asked for it to be made: a store opened for reading
+  // must not learn names that it cannot keep.
   if (create && !core.writable()) create = false;
   const auto id = core.store()->PropertyIdOfName(*name, create);
   if (id.ok()) {

@@ -30,7 +30,8 @@ bool IsEmptyMultiValue(const SPropValue& value) {
   return (PropType(value.ulPropTag) & MV_FLAG) != 0 && value.Value.MVi.cValues == 0;
 }
 
-// A property that no call may hold: it fails the whole call.
+// A property that no call may hold: it fails the whole call, before any of the others is set. All
+// else that is wrong with one property is that property's problem, and the call succeeds.
 bool SpoilsCall(const SPropValue& value) {
   const ULONG type = PropType(value.ulPropTag);
   return type == PT_OBJECT || (type != PT_ERROR && IsEmptyMultiValue(value));
@@ -39,6 +40,7 @@ bool SpoilsCall(const SPropValue& value) {
 // Finds one property and fills in its result; false when that is an error value.
 bool ReturnOne(PropertyHolder& holder, ULONG tag, bool unicode, Chain& chain, Value& scratch,
                SPropValue& result) {
+  // Scratch is used for one property after the other, and keeps its memory.
   scratch.large = false;
   const HRESULT found =
       IsHiddenId(PropId(tag)) ? MAPI_E_NOT_FOUND : holder.Find(PropId(tag), scratch);
@@ -69,6 +71,8 @@ HRESULT GetPropsOf(PropertyHolder& holder, const SPropTagArray* tags, ULONG flag
   if (const HRESULT result = holder.Prepare(); Failed(result)) return result;
 
   const bool unicode = (flags & MAPI_UNICODE) != 0;
+  // Asked for by name, a property that is not there is an error value in its place; asked for all
+  // together, only what is there comes.
   std::vector<ULONG> all;
   const ULONG* wanted = nullptr;
   std::size_t wantedCount = 0;

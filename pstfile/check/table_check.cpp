@@ -13,6 +13,8 @@ std::unique_ptr<Table> Table::Open(Context& context, Location location, std::str
   auto heap = NodeHeap::Open(context, location, std::move(where), HeapClient::kTableContext);
   if (!heap) return nullptr;
   std::unique_ptr<Table> table(new Table(std::move(*heap)));
+  // Only what makes rows unreadable ends the look at them. Columns that are described wrongly cost
+  // their own cells (CellAt), and a wrong index costs nothing: rows are visited by their places.
   if (!table->ReadDescription()) return nullptr;
   table->JudgeColumns();
   if (!table->OpenMatrix()) return nullptr;
@@ -51,6 +53,7 @@ bool Table::ReadDescription() {
 }
 
 void Table::JudgeColumns() {
+  // Byte by byte, and bit by bit: that two columns share neither is all that keeps a cell its own.
   std::vector<bool> taken(_ends[2]);
   std::vector<bool> bits(_columns.size());
   bool hasId = false;
@@ -124,6 +127,8 @@ bool Table::OpenMatrix() {
   // No row spans two blocks; what is left of each is padding ([MS-PST] 2.3.4.4).
   _rowsPerBlock = static_cast<std::uint32_t>(kMaximumBlockData / _ends[3]);
   if (_matrix.blockCount() == 0) return true;
+  // The number of blocks is the file's word, and a small file may name the same ones in many
+  // tables.
   if (!_heap.context().Spend(_matrix.blockCount(), where())) return false;
   // Every block but the last is full (its own check tells), so the total tells the last one's size.
   const std::uint64_t before = (_matrix.blockCount() - 1) * std::uint64_t{kMaximumBlockData};

@@ -9,6 +9,7 @@
 namespace parvane::pstfile::check {
 namespace {
 
+// Values may have 2 GB, and are compared and judged without being in memory.
 constexpr std::size_t kPiece = kMaximumBlockData;
 
 PropType ElementOf(PropType multi) {
@@ -52,6 +53,7 @@ std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
   }
   if (type == PropType::kNull) return value;
   const std::size_t exact = type == PropType::kObject ? 8 : FixedSize(type);
+  // Empty: text of no characters, a list of no values. But 8 bytes are never none.
   if (raw == 0) {
     if (exact == 8) {
       reason = "a value of 8 bytes must be on the heap, the record says nowhere";

@@ -23,7 +23,8 @@ struct TableReader::State {
   DataTree matrix;
   bool inTree = false;
   std::uint64_t rows = 0;
-  // The selected row.
+  // The selected row. Its bytes are those of its block, which stays for as long; of a row in the
+  // heap, those of `small`.
   BlockSlice block;
   std::span<const std::byte> row;
 
@@ -97,6 +98,7 @@ std::optional<TableColumn> TableReader::ColumnOf(std::uint16_t id) const {
 
 Status TableReader::SelectRow(std::uint64_t index) {
   State& s = *_state;
+  // Whatever fails below, no row is selected: a cell of the one before is not taken for this one's.
   s.row = {};
   if (index >= s.rows) {
     return {StatusCode::kNotFound,

@@ -52,6 +52,10 @@ Status PstStore::CheckRoom(NodeId folder, bool associated) {
   return table.ok() ? (*table)->CheckRoom() : s.End(table.status());
 }
 
+// Each of the three below looks first at all that can refuse the change, and only then changes
+// anything. Until then a failure gives the message's blocks back and leaves the store as it was.
+// What fails behind it (a full disk, mostly) is undone where one step undoes it, and otherwise ends
+// writing (State::EndChange): what was committed before stands.
 Result<NodeId> PstStore::InsertMessage(NodeId folderId, StoredMessage message, bool associated) {
   const platform::StageMark mark(platform::Stage::kTables);
   State& s = *_state;
@@ -116,6 +120,7 @@ Status PstStore::ReplaceMessage(NodeId id, StoredMessage replacement) {
   if (!folder.ok()) return s.End(folder.status());
   if (id.Kind() == NodeKind::kMessage &&
       IsUnread(oldFlags->value_or(kReadFlag)) != IsUnread(flags)) {
+    // Files come with counts that are wrong; they are not to wrap on top of it.
     (*folder)->unread += IsUnread(flags) ? 1u : (*folder)->unread > 0 ? ~0u : 0u;
     s.folders->CountsChanged(**folder);
   }
