@@ -20,12 +20,16 @@ using platform::FileSystem;
 
 namespace {
 
-bool IsOfMaildir(std::u16string_view directory) {
-  const std::u16string name = platform::FileNameOfPath(directory);
-  if (name != u"cur" && name != u"new") return false;
-  const std::u16string maildir = platform::ParentOfPath(directory);
-  const auto entries = FileSystem::Default().List(maildir);
-  return entries.ok() && engine::LayoutOf(maildir, *entries) == engine::MessageLayout::kMaildir;
+bool IsMaildir(std::u16string_view directory) {
+  const auto entries = FileSystem::Default().List(directory);
+  return entries.ok() && engine::LayoutOf(directory, *entries) == engine::MessageLayout::kMaildir;
+}
+
+bool HoldsFiles(std::u16string_view directory) {
+  const auto entries = FileSystem::Default().List(directory);
+  return entries.ok() && std::ranges::any_of(*entries, [](const DirectoryEntry& entry) {
+           return entry.kind == FileKind::kFile;
+         });
 }
 
 // Programs lock files and folders by links that lead nowhere on purpose: the mail program its
@@ -144,16 +148,17 @@ void SourceWalk::SkippedSingleMessages(std::u16string_view directory,
                                        const std::vector<DirectoryEntry>& entries) const {
   using engine::MessageLayout;
   const std::u16string name = platform::FileNameOfPath(directory);
-  if (_reads == MessageLayout::kMaildir && (name == u"cur" || name == u"new")) return;
-  const bool maildir = IsOfMaildir(directory) &&
-                       std::any_of(entries.begin(), entries.end(), [](const DirectoryEntry& entry) {
-                         return entry.kind == FileKind::kFile;
-                       });
-  const bool mh =
-      _reads != MessageLayout::kMh && engine::LayoutOf(directory, entries) == MessageLayout::kMh;
-  if (maildir || mh || std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
-        return IsOfAnotherSource(entry);
-      })) {
+  // Told of the maildir, or read.
+  if ((name == u"cur" || name == u"new") && IsMaildir(platform::ParentOfPath(directory))) return;
+  const MessageLayout layout = engine::LayoutOf(directory, entries);
+  const auto holds = [&](std::u16string_view place) {
+    return HoldsFiles(platform::JoinPath(directory, place));
+  };
+  const bool others =
+      layout != _reads && (layout == MessageLayout::kMh ||
+                           (layout == MessageLayout::kMaildir && (holds(u"cur") || holds(u"new"))));
+  if (others ||
+      std::ranges::any_of(entries, [&](const auto& entry) { return IsOfAnotherSource(entry); })) {
     Skipped(directory, SkipReason::kSingleMessages);
   }
 }

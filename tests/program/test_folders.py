@@ -140,10 +140,10 @@ class Folders(FolderTest):
         self.write('mixed/mh/1', letter('h', DATED))
         self.write('mixed/eml/1.eml', letter('e', DATED))
         source = self.folder / 'mixed'
-        parts = {(): ('mixed/box', {'md/cur', 'mh', 'eml'}),
+        parts = {(): ('mixed/box', {'md', 'mh', 'eml'}),
                  ('--from', 'maildir'): ('md', {'box.mbox', 'mh', 'eml'}),
-                 ('--from', 'mh'): ('mixed/mh', {'box.mbox', 'md/cur', 'eml'}),
-                 ('--from', 'eml'): ('mixed/eml', {'box.mbox', 'md/cur', 'mh'})}
+                 ('--from', 'mh'): ('mixed/mh', {'box.mbox', 'md', 'eml'}),
+                 ('--from', 'eml'): ('mixed/eml', {'box.mbox', 'md', 'mh'})}
         for options, (folder, left) in parts.items():
             with self.subTest(options):
                 account, found = self.converted(*options, source, code=1)

@@ -136,7 +136,7 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
       {"1.host,S", SkipReason::kOtherFile},
       {"a.EML", SkipReason::kOtherFile},
       {"b.eml", SkipReason::kOtherFile},
-      {"cur", SkipReason::kSingleMessages},
+      {"maildir", SkipReason::kSingleMessages},
       {"half.mbox", SkipReason::kDamagedBeginning},
       {"letters", SkipReason::kSingleMessages},
       {"marked.mbox", SkipReason::kDamagedBeginning},
