@@ -116,8 +116,9 @@ bool SourceOpening::OpenStore(const SourceStore& source) {
   const std::size_t firstFolder = _plan.folders().size();
   Remember(source.path);
   std::unique_ptr<IAssetStore> made =
-      source.parts.empty() ? factory::CreateSource(source.kind, source.path)
-                           : factory::CreatePackedSource(source.parts, source.labels);
+      source.parts.empty()              ? factory::CreateSource(source.kind, source.path)
+      : source.kind == SourceKind::kEml ? factory::CreateLetters(source.parts)
+                                        : factory::CreatePackedSource(source.parts, source.labels);
   const IAssetStore* store = Open(std::move(made), source.path);
   if (!store) return false;
   AddToPlan(source, *store);

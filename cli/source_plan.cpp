@@ -110,12 +110,6 @@ class Recogniser {
   }
 
   Status AddFile(const std::u16string& path) {
-    const bool letter = !_options.from && engine::HasExtension(path, u".eml");
-    if (letter || _options.from == SourceKind::kEml) {
-      if (Files().Inspect(path).kind == FileKind::kNone) return LookAtBeginning(path).status();
-      _plan.stores.push_back({SourceKind::kEml, path, TopName(path)});
-      return {};
-    }
     if (engine::HasExtension(path, u".emlx") &&
         _options.from.value_or(SourceKind::kAppleMail) == SourceKind::kAppleMail) {
       if (!Files().FileExists(path)) return LookAtBeginning(path).status();
@@ -131,6 +125,10 @@ class Recogniser {
       if (path.find_first_of(u"*?") != path.npos && Files().Inspect(path).kind == FileKind::kNone)
         return {StatusCode::kNotFound, PathForDisplay(path) + ": no file matches this"};
       return beginning.status();
+    }
+    if (_options.from ? _options.from == SourceKind::kEml : engine::HasExtension(path, u".eml")) {
+      AddLetter(path);
+      return {};
     }
     const bool mail = *beginning == Beginning::kMail;
     if (_options.from != SourceKind::kMbox && _options.from != SourceKind::kThunderbird) {
@@ -175,6 +173,17 @@ class Recogniser {
     other->topName =
         alone && other->labels != LabelUse::kOff ? std::u16string() : TopName(other->path);
     return {};
+  }
+
+  // Those of one folder make one folder ("*.eml"), named like theirs.
+  void AddLetter(const std::u16string& path) {
+    const std::u16string folder = platform::ParentOfPath(path);
+    const bool goesOn = !_plan.stores.empty() && _plan.stores.back().kind == SourceKind::kEml &&
+                        !_plan.stores.back().parts.empty() &&
+                        platform::ParentOfPath(_plan.stores.back().path) == folder;
+    if (!goesOn) _plan.stores.push_back({SourceKind::kEml, path, TopName(path), {}});
+    if (goesOn) _plan.stores.back().topName = NameForSource(folder);
+    _plan.stores.back().parts.push_back(path);
   }
 
   Status AddFolder(const std::u16string& path) {

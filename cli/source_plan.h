@@ -18,7 +18,7 @@ struct SourceStore {
   std::u16string path;
   // The folder that takes its mail; empty: the mail folders go directly under the PST's top.
   std::u16string topName;
-  // Of packed mail: the files that are one source, and what becomes of their labels.
+  // Of packed mail and of letters: the files that are one source; what becomes of their labels.
   std::vector<std::u16string> parts = {};
   engine::LabelUse labels = engine::LabelUse::kOff;
   std::size_t source = 0;  // its place among those of the command line

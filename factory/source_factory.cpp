@@ -41,6 +41,11 @@ std::unique_ptr<IAssetStore> CreateSource(SourceKind kind, NullableString diskPa
   return nullptr;
 }
 
+std::unique_ptr<IAssetStore> CreateLetters(std::vector<std::u16string> files) {
+  PrepareErrorDump();
+  return std::make_unique<sources::LetterStore>(std::move(files));
+}
+
 bool HasMailAnywhere(std::u16string_view path) {
   return sources::LookAtBeginning(path) != sources::Beginning::kOther;
 }

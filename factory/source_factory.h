@@ -21,7 +21,7 @@ enum class SourceKind {
   kAppleMail,    // ~/Library/Mail, an account or a mailbox in it, exported mailboxes
   kMaildir,      // a maildir, or a directory of them
   kMh,           // an MH folder, or a directory of them
-  kEml,          // a directory of ".eml" files, or one of them
+  kEml,          // a directory of ".eml" files
   kArchive,      // a compressed mailbox, or an archive with mailboxes in it
   kTakeout,      // an export of Gmail: archives, the folder they make, or one mailbox
 };
@@ -30,6 +30,10 @@ enum class SourceKind {
 // StoreFactory does.
 std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreateSource(
     SourceKind kind, QuelmarMIMEEngineCommon::NullableString diskPath);
+
+// The same for letters (kEml), in one folder, that were given one by one.
+std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreateLetters(
+    std::vector<std::u16string> files);
 
 // True of a file in which messages are found behind whatever it begins with, by a reader that does
 // not mind (engine/mailbox_wishes.h).

@@ -129,8 +129,10 @@ class Folders(FolderTest):
             _, found = self.converted(*options, self.folder / 'letters')
             self.assertEqual(found, {'letters': [('a', 'draft'), ('b', 'read')],
                                      'letters/deep/er': [('c', '')]})
-        _, found = self.converted(self.folder / 'letters/a.EML')
-        self.assertEqual(found, {'a': [('a', 'draft')]})
+        a, b, c = (self.folder / 'letters' / name for name in ('a.EML', 'b.eml', 'deep/er/c.eml'))
+        self.assertEqual(self.converted(a)[1], {'a': [('a', 'draft')]})
+        self.assertEqual(self.converted(b, a, c)[1], {'letters': [('b', 'read'), ('a', 'draft')],
+                                                      'c': [('c', '')]})
 
     def test_mixed_trees_lose_nothing_without_a_word(self):
         mbox = b'From x Wed Jan  1 12:00:00 2025\n' + letter('m', DATED)

@@ -135,7 +135,6 @@ TEST_F(MessageStores, OfDirectoriesAreTheirTree) {
       testing::IsSupersetOf({std::pair{std::string("._a.eml"), SkipReason::kResourceForkCompanion},
                              {"i", SkipReason::kSingleMessages},
                              {"n.txt", SkipReason::kOtherFile}}));
-  EXPECT_EQ(Read<LetterStore>("m/a.EML"), "a.EML[1]");
   EXPECT_EQ(Read<MhStore>(), "m(i[2](s[1]))");
   EXPECT_EQ(observer.paths, (std::vector<std::string>{"9", "10", "1"}));
 }

@@ -1,5 +1,6 @@
 #include "sources/stores/eml/letter_store.h"
 
+#include "engine/callbacks.h"
 #include "engine/file_kinds.h"
 #include "platform/path.h"
 #include "sources/state/header_state.h"
@@ -13,6 +14,27 @@ engine::MessageState LetterFolder::StateOf(const StateHeaders& headers,
   engine::MessageState state;
   ReadHeaderState(headers, MailboxWriter::kLetter, wishes, state);
   return state;
+}
+
+LetterStore::LetterStore(std::vector<std::u16string> files)
+    : LetterStore(NullableString(platform::ParentOfPath(files.front()))) {
+  _files = std::move(files);
+}
+
+OperationResultCode LetterStore::OpenStore(IProgressPresenter* progressPresenter,
+                                           ICancelable* cancelable, bool create, ILogger* logger) {
+  if (_files.empty())
+    return DirectoryStore::OpenStore(progressPresenter, cancelable, create, logger);
+  _storeRootAssetFolder = MakeFolder<Folder>(std::nullopt, std::nullopt, this, nullptr);
+  const std::u16string directory = _storeRootDiskPath.value_or(u"");
+  Folder* folder =
+      MakeFolderFor(directory, platform::FileNameOfPath(directory), _storeRootAssetFolder);
+  for (const std::u16string& file : _files) {
+    if (cancelable && cancelable->Cancel()) return OperationResultCode::Canceled;
+    folder->AddFile(platform::FileNameOfPath(file),
+                    platform::FileSystem::Default().Inspect(file).size);
+  }
+  return OperationResultCode::Completed;
 }
 
 DirectoryStore::Folder* LetterStore::MakeFolderFor(std::u16string_view directory,

@@ -1,6 +1,9 @@
-// Messages saved one by one, as files with the extension ".eml": a directory tree of them, or one
-// such file.
+// Messages saved one by one, as files with the extension ".eml": a directory tree of them, or
+// some files of one directory.
 #pragma once
+
+#include <string>
+#include <vector>
 
 #include "sources/stores/message_files/directory_store.h"
 
@@ -20,6 +23,13 @@ class LetterStore : public DirectoryStore {
  public:
   explicit LetterStore(QuelmarMIMEEngineCommon::NullableString path)
       : DirectoryStore(std::move(path), u"Letters", engine::MessageLayout::kLetters) {}
+  // Over these files of one directory, in their order, as one folder.
+  explicit LetterStore(std::vector<std::u16string> files);
+
+  QuelmarMIMEEngineCommon::OperationResultCode OpenStore(
+      QuelmarMIMEEngineCommon::IProgressPresenter* progressPresenter,
+      QuelmarMIMEEngineCommon::ICancelable* cancelable, bool create,
+      QuelmarMIMEEngineCommon::ILogger* logger) override;
 
  protected:
   Folder* MakeFolderFor(std::u16string_view directory, std::u16string_view name,
@@ -27,6 +37,9 @@ class LetterStore : public DirectoryStore {
   // By name.
   void AddMessages(std::u16string_view directory, const Entries& entries, Folder& folder,
                    SourceWalk& walk) override;
+
+ private:
+  std::vector<std::u16string> _files;  // empty: the directory's
 };
 
 }  // namespace parvane::sources

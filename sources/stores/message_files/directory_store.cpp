@@ -16,15 +16,8 @@ OperationResultCode DirectoryStore::OpenStore(IProgressPresenter* progressPresen
   SourceWalk walk(progressPresenter, cancelable, Observer(), _layout);
   const std::u16string path = _storeRootDiskPath.value_or(u"");
   walk.Guard(path, [&] {
-    const platform::FileInformation itself = platform::FileSystem::Default().Inspect(path);
-    const std::u16string name = platform::FileNameOfPath(path);
-    if (itself.kind == FileKind::kFile) {
-      // One message, given by itself.
-      MakeFolderFor(platform::ParentOfPath(path), name, _storeRootAssetFolder)
-          ->AddFile(name, itself.size);
-    } else {
-      Populate(path, *MakeFolderFor(path, name, _storeRootAssetFolder), walk);
-    }
+    Populate(path, *MakeFolderFor(path, platform::FileNameOfPath(path), _storeRootAssetFolder),
+             walk);
   });
   return walk.Canceled() ? OperationResultCode::Canceled : OperationResultCode::Completed;
 }
