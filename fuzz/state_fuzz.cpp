@@ -5,6 +5,7 @@
 #include "fuzz/expect.h"
 #include "sources/state/gmail_labels.h"
 #include "sources/state/keywords.h"
+#include "sources/stores/packed/label_places.h"
 #include "tests/support/state_in_header.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -17,7 +18,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
          "categories are bounded");
   Expect(state.read.value.has_value() == (state.read.origin != engine::StateOrigin::kNobody),
          "what is known has an origin");
-  for (const std::u16string& label : sources::SplitGmailLabels(message))
+  const auto labels = sources::SplitGmailLabels(message);
+  sources::GmailLanguageVote vote;
+  for (const std::u16string& label : labels) {
     Expect(!label.empty(), "labels have names");
+    vote.Add(label, 1);
+  }
+  for (const engine::LabelUse use : {engine::LabelUse::kFolders, engine::LabelUse::kCopies}) {
+    const auto places = sources::PlacesOf(labels, vote.Winners(), use);
+    Expect(!places.empty() && places.size() <= labels.size() + 1, "mail goes somewhere");
+    for (const sources::LabelPlace& place : places) {
+      for (const std::u16string& level : sources::LevelsOf(place.name))
+        Expect(!level.empty() && level != u"..", "levels are names");
+      sources::CategoriesOf(labels, vote.Winners(), place);
+    }
+  }
   return 0;
 }

@@ -31,7 +31,7 @@ std::optional<MailAssetFolder::MessageOrigin> PackedMailFolder::ReadMessage(
   if (!_store.TakesTurns() && _atEnd) return std::nullopt;
   if (_store.ReadMessageOf(*this, message))
     return MessageOrigin{_store.Pass().Series().Offset(), {}};
-  _atEnd = true;
+  _atEnd = !_store.TakesTurns();
   return std::nullopt;
 }
 
