@@ -14,7 +14,11 @@ PackedMailFolder* MailPass::Next() {
     _units = _series.PackedBytes();
     _doubts = _series.Doubts();
     if (_store.Labels() == engine::LabelUse::kOff) {
-      _folders = _store.FoldersOfMailbox(_series.Mailbox());
+      if (_mailbox != _series.Mailbox()) {
+        _mailbox = _series.Mailbox();
+        _ofMailbox = _store.FoldersOfMailbox(_mailbox, _series.Mailboxes().Path());
+      }
+      _folders = _ofMailbox;
       continue;
     }
     Tessary::MimeHeader header;

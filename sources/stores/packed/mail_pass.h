@@ -39,6 +39,8 @@ class MailPass {
   MessageBuffer _message;
   std::vector<PackedMailFolder*> _folders;  // of the message in hand
   std::size_t _copy = 0;                    // the next among them
+  std::size_t _mailbox = static_cast<std::size_t>(-1);
+  std::vector<PackedMailFolder*> _ofMailbox;  // where labels have no say
   std::uint64_t _units = 0;
   std::vector<MessageSeries::Doubt> _doubts;
 };

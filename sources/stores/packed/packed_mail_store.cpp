@@ -184,9 +184,9 @@ bool PackedMailStore::SurveyLabels(IProgressPresenter* progress, ICancelable* ca
 std::vector<LabelPlace> PackedMailStore::PlacesOfKey(const std::string& key) const {
   if (const std::u16string group = LabelFields::GroupOfKey(key); !group.empty())
     return {{GmailLabel::kOfUser, std::u16string(kGroups) + group}};
-  // A mailbox of another kind among those of the export.
+  // A mailbox of another kind, among those of the export or alone.
   if (const std::u16string mailbox = LabelFields::MailboxOfKey(key);
-      !mailbox.empty() && _mailboxes > 1 && !_labelled.contains(mailbox)) {
+      !mailbox.empty() && !_labelled.contains(mailbox)) {
     return PlacesOf({WithoutMbox(platform::FileNameOfPath(mailbox))}, _languages, _labels);
   }
   return PlacesOf(LabelFields::LabelsOfKey(key), _languages, _labels);
@@ -208,9 +208,17 @@ PackedMailFolder* PackedMailStore::FolderOfPlace(const LabelPlace& place) {
   return known = folder;
 }
 
-std::vector<PackedMailFolder*> PackedMailStore::FoldersOfMailbox(std::size_t mailbox) const {
-  if (mailbox >= _ofMailbox.size()) return {};
-  return {_ofMailbox[mailbox]};
+std::vector<PackedMailFolder*> PackedMailStore::FoldersOfMailbox(std::size_t mailbox,
+                                                                 const std::u16string& path) {
+  const auto isIt = [&](const PackedMailFolder* folder) {
+    return folder->FolderDiskPath() == path;
+  };
+  if (mailbox < _ofMailbox.size() && isIt(_ofMailbox[mailbox])) return {_ofMailbox[mailbox]};
+  const auto found = std::ranges::find_if(_ofMailbox, isIt);
+  if (found != _ofMailbox.end()) return {*found};
+  NotRead(path, SkipReason::kDamagedArchive,
+          {platform::StatusCode::kCorrupt, "not in the archive's list of files"});
+  return {};
 }
 
 std::vector<PackedMailFolder*> PackedMailStore::FoldersOf(const LabelFields& fields) const {

@@ -56,7 +56,9 @@ class PackedMailStore : public QuelmarMIMEEngineCommon::AssetStoreBase,
   engine::LabelUse Labels() const { return _labels; }
   GmailLanguages Languages() const { return _languages; }
   bool HasSeveralMailboxes() const { return _mailboxes > 1; }
-  std::vector<PackedMailFolder*> FoldersOfMailbox(std::size_t mailbox) const;
+  // One, by its place and its path: damage may show an archive's entries otherwise than they were
+  // listed. None, which the observer is told, of one that was not listed.
+  std::vector<PackedMailFolder*> FoldersOfMailbox(std::size_t mailbox, const std::u16string& path);
   std::vector<PackedMailFolder*> FoldersOf(const LabelFields& fields) const;
 
  private:
