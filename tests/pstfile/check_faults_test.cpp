@@ -213,6 +213,8 @@ const Fault kFaults[] = {
     {"block-place", "beyond the file",
      [](S s, P p) { s.U64(Entry(s, p.message) + 8, s.file().size()); }},
     {"block-size", "nothing", [](S s, P p) { s.U16(Entry(s, p.message) + 16, 0); }},
+    {"tree-block", "shorter than its header",
+     [](S s, P p) { s.U16(s.BlockEntry(s.Node(p.message).sub) + 16, 4); }, false, "only 4 bytes"},
     {"block-trailer", "size", [](S s, P p) { s.U8(s.Trailer(s.Node(p.message).data)) ^= 1; }},
     {"block-trailer", "id", [](S s, P p) { s.U8(s.Trailer(s.Node(p.message).data) + 9) ^= 1; }},
     {"block-signature", "wSig", [](S s, P p) { s.U8(s.Trailer(s.Node(p.message).data) + 2) ^= 1; }},
