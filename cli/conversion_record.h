@@ -188,6 +188,7 @@ struct ConversionRecord {
   // How much came along of the groups that have no counts of their own; likewise.
   std::array<std::optional<std::uint64_t>, carry::kMailCounts> mailKept;
   std::uint64_t deletedSkipped = 0;     // messages, as was asked for
+  std::uint64_t copiesSkipped = 0;      // messages that another mailbox of an export has
   std::uint64_t folderDataSkipped = 0;  // notes of mail programs about their folders, no messages
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;

@@ -69,6 +69,9 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kDamagedArchive:
       return {"damaged-archive", "could not be read, or not to its end",
               "get the archive once more, or unpack it and convert what comes out"};
+    case SkipReason::kOtherPart:
+      return {"other-part", "another part of the same export, which was not given",
+              "give all parts together"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};

@@ -135,6 +135,7 @@ class ReportWriter {
     _json.Key("unreadableDate").Number(_record.unreadableDate);
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
+    _json.Key("copiesSkipped").Number(_record.copiesSkipped);
     _json.Key("folderDataSkipped").Number(_record.folderDataSkipped);
     Kept();
     _json.Key("failures").BeginObject();

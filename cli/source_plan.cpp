@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "cli/export_parts.h"
 #include "cli/folder_evidence.h"
 #include "cli/profile_settings.h"
 #include "cli/source_names.h"
@@ -88,6 +89,7 @@ class Recogniser {
       }
     }
     if (_plan.stores.empty()) return first;
+    NoteMissingParts(_plan);
     return std::move(_plan);
   }
 

@@ -126,6 +126,11 @@ class SummaryWriter {
       Line(fmt::format("Messages marked as deleted and left out: {}",
                        WithThousands(_record.deletedSkipped)));
     }
+    if (_record.copiesSkipped > 0) {
+      Line(
+          fmt::format("Copies of messages that are in several mailboxes of an export, left out: {}",
+                      WithThousands(_record.copiesSkipped)));
+    }
     if (_record.folderDataSkipped > 0) {
       Line(fmt::format("Notes of mail programs about their folders, no messages, left out: {}",
                        WithThousands(_record.folderDataSkipped)));

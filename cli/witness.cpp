@@ -361,6 +361,12 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   }
 }
 
+void Witness::CopySkipped(std::string_view messageId) {
+  if (!_copying) return;
+  ++_record.copiesSkipped;
+  _logs.Detailed("SKIPPED: in another mailbox of the export too: " + Printable(messageId));
+}
+
 void Witness::FolderDataSkipped(const engine::MessageLocation& message) {
   if (!_copying) return;
   ++_record.folderDataSkipped;

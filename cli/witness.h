@@ -86,6 +86,7 @@ class Witness : public engine::SourceObserver,
                        const platform::Status& status) override;
   void MessageConverted(const engine::MessageLocation& message, bool success,
                         const engine::ConversionNotes& notes) override;
+  void CopySkipped(std::string_view messageId) override;
   void FolderDataSkipped(const engine::MessageLocation& message) override;
   void DeletedMessageSkipped(const engine::MessageLocation& message,
                              std::string_view messageId) override;

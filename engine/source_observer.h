@@ -65,6 +65,7 @@ enum class SkipReason {
   kDamagedArchive,         // an archive, or a file in it, that cannot be read (on): see the status
   kCompressed,             // a compressed file or an archive, by its extension
   kOlderCopy,              // what an older version of its mail program left behind
+  kOtherPart,              // of an export of which this one was not given
   kElsewhere,              // a folder that belongs to the source and lies outside of it
   kUnusableSource,         // what was given as a source is none: see the status
 };
@@ -137,6 +138,9 @@ class SourceObserver {
   // and neither MessageRead nor MessageNamed is called for it.
   virtual void DeletedMessageSkipped(const MessageLocation& /*message*/,
                                      std::string_view /*messageId*/) {}
+  // A message that an earlier mailbox of the same export has; it is no item, as above. Told where
+  // folders take turns (engine/turns.h), once a copy.
+  virtual void CopySkipped(std::string_view /*messageId*/) {}
   // It is no message but a mail program's notes about the folder, and left out like that; told only
   // where the messages' state is asked for.
   virtual void FolderDataSkipped(const MessageLocation& /*message*/) {}

@@ -139,6 +139,7 @@ class Packed(PstTest):
                 account = self.convert('--overwrite', '--labels', labels, *parts, pst)
                 self.assertEqual(self.subjects(pst), expected)
                 self.assertEqual(account['totals']['read'], sum(map(len, expected.values())))
+                self.assertEqual(account['totals']['copiesSkipped'], 0 if labels == 'off' else 1)
         self.convert('--overwrite', *parts, pst)
         items = {s: i for folder in self.items(pst).values() for s, i in folder.items()}
         marks = {s: (i['unread'], i['flag'], i['categories'], i['importance']) for s, i in items.items()}
@@ -157,6 +158,11 @@ class Packed(PstTest):
                        self.write('one.mbox.gz', gzip.compress(mail)), self.write('one.zip', zipped({'x': mail}))):
             self.convert('--overwrite', source, pst)
             self.assertEqual(self.subjects(pst), {'Trip/Rome': ['a']})
+        self.write('takeout-1-001.zip', zipped({'x': mail}))
+        part = self.write('takeout-1-002.zip', zipped({'x': mail}))
+        account = self.convert('--overwrite', part, pst, code=LEFT_BEHIND)
+        self.assertEqual([(path['code'], path['path']) for path in account['passedOver']],
+                         [('other-part', str(self.folder / 'takeout-1-001.zip'))])
         self.convert('--overwrite', '--name', 'Google', source, pst)
         self.assertEqual(self.subjects(pst), {'Google/Trip/Rome': ['a']})
         self.convert('--overwrite', '--from', 'mbox', self.folder / 'one.mbox', pst)

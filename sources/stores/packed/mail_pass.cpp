@@ -25,6 +25,7 @@ PackedMailFolder* MailPass::Next() {
     header.Load(_message.view());
     const bool copy = _store.HasSeveralMailboxes() &&
                       _joined.IsCopy(header, _series.Separator(), _series.Mailbox());
+    if (copy) _store.TellOfCopy(header);
     if (!copy) _folders = _store.FoldersOf(LabelFields(header, _series.Mailboxes().Name()));
   }
   return _folders[_copy];

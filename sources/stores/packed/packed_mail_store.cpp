@@ -7,6 +7,7 @@
 #include "engine/mailbox_wishes.h"
 #include "platform/path.h"
 #include "platform/text.h"
+#include "sources/mbox_email_asset.h"
 
 namespace parvane::sources {
 
@@ -219,6 +220,10 @@ std::vector<PackedMailFolder*> PackedMailStore::FoldersOfMailbox(std::size_t mai
   NotRead(path, SkipReason::kDamagedArchive,
           {platform::StatusCode::kCorrupt, "not in the archive's list of files"});
   return {};
+}
+
+void PackedMailStore::TellOfCopy(const Tessary::MimeHeader& header) const {
+  if (_turns && Observer()) Observer()->CopySkipped(QuelmarMIMEEngineCommon::MessageIdIn(header));
 }
 
 std::vector<PackedMailFolder*> PackedMailStore::FoldersOf(const LabelFields& fields) const {

@@ -59,6 +59,8 @@ class PackedMailStore : public QuelmarMIMEEngineCommon::AssetStoreBase,
   // One, by its place and its path: damage may show an archive's entries otherwise than they were
   // listed. None, which the observer is told, of one that was not listed.
   std::vector<PackedMailFolder*> FoldersOfMailbox(std::size_t mailbox, const std::u16string& path);
+  // Of a message that an earlier mailbox has.
+  void TellOfCopy(const Tessary::MimeHeader& header) const;
   std::vector<PackedMailFolder*> FoldersOf(const LabelFields& fields) const;
 
  private:
