@@ -35,6 +35,10 @@ constexpr const char* kConvertExamples = R"(Examples:
       every .mbox file in a folder and the folders in it
   parvane convert ~/.thunderbird/x1y2z3.default mail.pst
       a Thunderbird profile with all its accounts
+  parvane convert takeout-*-001.zip takeout-*-002.zip mail.pst
+      an export of Gmail in two parts; its labels become folders
+  parvane convert ~/Library/Mail mail.pst
+      Apple Mail, its folders or a copy of them
   parvane convert --append --name "Archive 2019" old.mbox mail.pst
       adds a folder to a PST that is there already
   parvane convert --report run.json --detailed-log run.log inbox.mbox mail.pst
@@ -162,7 +166,8 @@ std::optional<KeepChoice> KeepNamed(const std::string& list) {
 void DescribeConvert(CLI::App& command, RawConvert& raw, ConvertOptions& options) {
   command
       .add_option("PATHS", raw.paths,
-                  "mbox files, folders of .mbox files or Thunderbird profiles, then the PST "
+                  "mailboxes, folders of mail, profiles of mail programs, exports or archives, "
+                  "then the PST "
                   "(or a folder for it)")
       ->option_text("SOURCE... DEST.pst")
       ->type_name("");
