@@ -94,7 +94,7 @@ TEST_F(MessageStores, OfMaildirsKnowEveryWayOfNesting) {
     disk.Write(file, kMessage);
   disk.Write("m/pointers/cur/arrow.cur", "\x02");
   disk.Write("m/notes", "text");
-  disk.Write("m/box", "From a Tue Jan  1 00:00:00 2002\n\n");
+  disk.Write("m/mailbox", "From a Tue Jan  1 00:00:00 2002\n\n");
   disk.MakeFolder("m/.Empty/cur");
   disk.MakeFolder("m/.Empty/new");
   EXPECT_EQ(Read<MaildirStore>(),
@@ -106,7 +106,7 @@ TEST_F(MessageStores, OfMaildirsKnowEveryWayOfNesting) {
       observer.skipped,
       testing::UnorderedElementsAre(
           Skipped{".noindex", SkipReason::kOtherFile}, Skipped{"notes", SkipReason::kOtherFile},
-          Skipped{"box", SkipReason::kOtherExtension},
+          Skipped{"mailbox", SkipReason::kOtherExtension},
           Skipped{"letters", SkipReason::kSingleMessages}, Skipped{"a.eml", SkipReason::kOtherFile},
           Skipped{"mh", SkipReason::kSingleMessages}, Skipped{"1", SkipReason::kOtherFile},
           Skipped{"arrow.cur", SkipReason::kOtherFile}));
