@@ -158,6 +158,10 @@ class Packed(PstTest):
                        self.write('one.mbox.gz', gzip.compress(mail)), self.write('one.zip', zipped({'x': mail}))):
             self.convert('--overwrite', source, pst)
             self.assertEqual(self.subjects(pst), {'Trip/Rome': ['a']})
+        # Without Gmail's own numbers two messages may have one Message-ID.
+        two = self.write('two.zip', zipped({'a.mbox': mail.replace(b'1@xxx', b'b@xxx'),
+                                            'b.mbox': mail.replace(b'1@xxx', b'b@xxx')}))
+        self.assertEqual(self.convert('--overwrite', '--labels', 'folders', two, pst)['totals']['read'], 2)
         self.write('takeout-1-001.zip', zipped({'x': mail}))
         part = self.write('takeout-1-002.zip', zipped({'x': mail}))
         account = self.convert('--overwrite', part, pst, code=LEFT_BEHIND)

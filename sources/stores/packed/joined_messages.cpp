@@ -42,7 +42,7 @@ bool JoinedMessages::IsCopy(const Tessary::MimeHeader& header, std::string_view 
   const std::string_view id = ValueOf(header, "Message-ID");
   const std::string_view thread = ValueOf(header, "X-GM-THRID");
   const std::string_view number = NumberOfGmail(separator);
-  if (id.empty() && number.empty()) return false;
+  if (thread.empty() && number.empty()) return false;
   Key key = {0xCBF29CE484222325, 0x9AE16A3B2F90404F};
   for (const std::string_view part : {id, thread, number}) {
     Add(key, part);

@@ -17,8 +17,9 @@ std::string_view NumberOfGmail(std::string_view separator);
 class JoinedMessages {
  public:
   // Whether an earlier mailbox has the message, by its Message-ID, its thread and its number in the
-  // line before it, as Gmail writes it. Without any of these nothing is known to be the same;
-  // within one mailbox nothing is taken for the same.
+  // line before it, as Gmail writes it. With neither of the last two, which are Gmail's own,
+  // nothing is known to be the same: others send two messages under one Message-ID. Within one
+  // mailbox nothing is taken for the same.
   bool IsCopy(const Tessary::MimeHeader& header, std::string_view separator, std::size_t mailbox);
 
  private:

@@ -74,8 +74,10 @@ void LabelSurvey::Run(const std::vector<std::u16string>& files, SeriesWatcher& w
     if (joined.IsCopy(header, series.Separator(), series.Mailbox())) continue;
     const LabelFields fields(header, series.Mailboxes().Name());
     auto found = _sets.find(fields.Key());
-    if (found == _sets.end())
-      found = _sets.emplace(_sets.size() < kMostSets ? fields.Key() : std::string(), Set{}).first;
+    if (found == _sets.end()) {
+      found = _sets.emplace(IsFull() ? std::string() : fields.Key(), Set{}).first;
+      _bytes += found->first.size();
+    }
     if (LabelFields::MailboxOfKey(fields.Key()).empty())
       _labelled.insert(series.Mailboxes().Name());
     ++found->second.messages;

@@ -39,6 +39,7 @@ class LabelSurvey {
  public:
   // Different sets of labels; further ones are not told apart.
   static constexpr std::size_t kMostSets = 100'000;
+  static constexpr std::size_t kMostBytes = 64u << 20;  // of all their labels
 
   struct Set {
     std::uint64_t messages = 0;
@@ -52,12 +53,14 @@ class LabelSurvey {
 
   const std::map<std::string, Set>& Sets() const { return _sets; }
   std::size_t Mailboxes() const { return _mailboxes; }
+  bool IsFull() const { return _sets.size() >= kMostSets || _bytes >= kMostBytes; }
   // Names of mailboxes with labels on their messages.
   std::set<std::u16string> TakeLabelled() { return std::move(_labelled); }
   GmailLanguages Languages() const;
 
  private:
   std::map<std::string, Set> _sets;
+  std::size_t _bytes = 0;  // of their keys
   std::set<std::u16string> _labelled;
   std::size_t _mailboxes = 0;
 };

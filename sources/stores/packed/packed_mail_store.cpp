@@ -167,7 +167,7 @@ bool PackedMailStore::SurveyLabels(IProgressPresenter* progress, ICancelable* ca
   for (const auto& [key, set] : survey.Sets()) {
     for (LabelPlace& place : PlacesOfKey(key)) places.insert(std::move(place));
   }
-  if (survey.Sets().size() >= LabelSurvey::kMostSets) places.insert({GmailLabel::kArchived, {}});
+  if (survey.IsFull()) places.insert({GmailLabel::kArchived, {}});
   const auto isOfUser = [](const LabelPlace& place) { return place.label == GmailLabel::kOfUser; };
   for (const bool ofUser : {false, true}) {
     for (const LabelPlace& place : places) {
