@@ -167,6 +167,9 @@ class Packed(PstTest):
         account = self.convert('--overwrite', part, pst, code=LEFT_BEHIND)
         self.assertEqual([(path['code'], path['path']) for path in account['passedOver']],
                          [('other-part', str(self.folder / 'takeout-1-001.zip'))])
+        self.write('export/part.zip', zipped({'x': mail}))
+        account = self.convert('--overwrite', self.folder / 'export', pst, code=LEFT_BEHIND)
+        self.assertEqual([path['code'] for path in account['passedOver']], ['compressed'])
         self.convert('--overwrite', '--name', 'Google', source, pst)
         self.assertEqual(self.subjects(pst), {'Google/Trip/Rome': ['a']})
         self.convert('--overwrite', '--from', 'mbox', self.folder / 'one.mbox', pst)

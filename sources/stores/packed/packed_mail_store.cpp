@@ -76,8 +76,12 @@ void PackedMailStore::FindFiles(const std::u16string& path, int depth) {
     const bool mailbox = entry.kind == platform::FileKind::kFile &&
                          engine::HasExtension(entry.name, u".mbox") &&
                          !entry.name.starts_with(u"._");
-    if (mailbox || (entry.kind == platform::FileKind::kFolder && !entry.link))
+    if (mailbox || (entry.kind == platform::FileKind::kFolder && !entry.link)) {
       FindFiles(below, depth + 1);
+    } else if (entry.kind == platform::FileKind::kFile && engine::IsNamedLikeAnArchive(below)) {
+      // Another part of the export, perhaps, that nobody has unpacked.
+      NotRead(below, SkipReason::kCompressed, {});
+    }
   }
 }
 
