@@ -7,6 +7,7 @@
 #include "cli/export_parts.h"
 #include "cli/folder_evidence.h"
 #include "cli/profile_settings.h"
+#include "cli/source_kinds.h"
 #include "cli/source_names.h"
 #include "cli/thunderbird_profiles.h"
 #include "engine/file_kinds.h"
@@ -197,7 +198,7 @@ class Recogniser {
       return {};
     }
     const FolderEvidence here = LookInto(path, *entries);
-    if (IsForAppleMail(here)) return AddAppleMail(path);
+    if (IsForAppleMail(here, _options.from)) return AddAppleMail(path);
     if (_options.from != SourceKind::kMbox && !here.profileRoot && !here.mboxFiles &&
         !here.Thunderbird() && here.layout == engine::MessageLayout::kNone) {
       const std::vector<std::u16string> profiles = ProfilesIn(path);
@@ -245,28 +246,15 @@ class Recogniser {
     return true;
   }
 
-  // Of all that was found in a folder.
-  std::optional<SourceKind> KindOfTree(const FolderEvidence& evidence) const {
-    if (evidence.profileRoot) return SourceKind::kThunderbird;
-    if (IsForAppleMail(evidence)) return SourceKind::kAppleMail;
-    return IsForMbox(evidence) ? SourceKind::kMbox : KindOf(evidence);
-  }
-
-  bool IsForMbox(const FolderEvidence& evidence) const {
-    return _options.from == SourceKind::kMbox ||
-           (!_options.from && evidence.mboxFiles && !(evidence.mailFiles && evidence.indexFiles) &&
-            !evidence.profileRoot);
-  }
-
   Status AddFolderOfMail(const std::u16string& path, const FolderEvidence& here) {
     auto evidence = SearchFolder(path);
     if (!evidence.ok()) return evidence.status();
-    if (IsForAppleMail(*evidence)) return AddAppleMail(path);
+    if (IsForAppleMail(*evidence, _options.from)) return AddAppleMail(path);
     const bool labelled =
         _options.from == SourceKind::kTakeout || (!_options.from && evidence->gmailExport);
     if (labelled && LabelsOf(SourceKind::kTakeout) != LabelUse::kOff)
       return AddPacked(path, SourceKind::kTakeout);
-    if (IsForMbox(*evidence)) {
+    if (IsForMbox(*evidence, _options.from)) {
       _plan.stores.push_back({SourceKind::kMbox, path, TopName(path)});
       return {};
     }
@@ -282,12 +270,6 @@ class Recogniser {
     return {};
   }
 
-  bool IsForAppleMail(const FolderEvidence& evidence) const {
-    const bool thunderbird = evidence.profileRoot || evidence.indexFiles || evidence.subfolders;
-    return _options.from == SourceKind::kAppleMail ||
-           (!_options.from && evidence.appleMail && !thunderbird);
-  }
-
   Status AddAppleMail(const std::u16string& path) {
     // What is one mailbox has a folder of its name in any case.
     const bool named = _options.sources.size() == 1 && !_options.name.empty();
@@ -295,19 +277,6 @@ class Recogniser {
     _plan.stores.push_back({SourceKind::kAppleMail, path,
                             mailbox && !named ? std::u16string() : NameAmongOthers(path)});
     return {};
-  }
-
-  // Of a folder that is neither a profile nor one of .mbox files; none: there is no mail in it.
-  static std::optional<SourceKind> KindOf(const FolderEvidence& evidence) {
-    using engine::MessageLayout;
-    if (evidence.mailFiles || evidence.subfolders) return SourceKind::kThunderbird;
-    // Indexes stand beside maildirs too.
-    if (evidence.maildirs || evidence.layout == MessageLayout::kMaildir)
-      return SourceKind::kMaildir;
-    if (evidence.indexFiles) return SourceKind::kThunderbird;
-    if (evidence.layout == MessageLayout::kMh) return SourceKind::kMh;
-    if (evidence.layout == MessageLayout::kLetters) return SourceKind::kEml;
-    return std::nullopt;
   }
 
   void AddMailFolder(SourceKind kind, const std::u16string& path) {
