@@ -95,11 +95,15 @@ bool StrictJudge::InsideProvenBody(const SeparatorCandidate& candidate) {
 }
 
 std::uint64_t StrictJudge::ProvenEnd(const SeparatorCandidate& candidate) {
-  const std::string_view start = candidate.before.substr(0, kLongestHeader);
-  const auto length = ContentLengthIn(start.substr(0, start.find("\r\n\r\n")));
+  constexpr std::string_view kEnd = "\r\n\r\n";
+  const std::size_t header = candidate.before.substr(0, kLongestHeader).find(kEnd);
+  if (header == std::string::npos) return 0;
+  const auto length = ContentLengthIn(candidate.before.substr(0, header));
   const auto size = _mailbox->Size();
   if (!length || !size.ok() || *length > *size) return 0;
-  const std::size_t body = BodyIn(ReadUpTo(*_mailbox, candidate.messageBegin, kLongestHeader));
+  // In the file its lines may end in less.
+  const std::size_t body =
+      BodyIn(ReadUpTo(*_mailbox, candidate.messageBegin, header + kEnd.size()));
   if (body == std::string::npos) return 0;
   const std::uint64_t end = candidate.messageBegin + body + *length;
   if (end > *size) return 0;
