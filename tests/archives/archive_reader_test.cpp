@@ -91,11 +91,14 @@ TEST(OpenDecompressed, UnpacksByTheFirstBytesWhateverTheName) {
 }
 
 TEST(OpenDecompressed, StopsWhatUnpacksBeyondAllMeasure) {
-  if (!IsReadHere(Packing::kBzip2)) GTEST_SKIP();
   const TemporaryFolder folder;
   std::string bomb;
   for (int i = 0; i < 8; ++i) bomb += kZeros;
   auto stream = OpenDecompressed(platform::FileSystem::Default(), folder.Write("bomb.bz2", bomb));
+  if (!IsReadHere(Packing::kBzip2)) {
+    EXPECT_EQ(stream.status().message(), "cannot be read on this system: bzip2");
+    return;
+  }
   ASSERT_TRUE(stream.ok());
   while (!(*stream)->Buffer().empty()) (*stream)->Skip((*stream)->Buffer().size());
   EXPECT_EQ((*stream)->status().code(), platform::StatusCode::kTooBig);

@@ -1,8 +1,8 @@
 // Where Apple Mail keeps the parts that it leaves out of a message.
 //
 //   Messages/61900.partial.emlx                  the message
-//   Attachments/61900/2.1/picture.png            part 2.1, decoded
-//   Messages/61900.2.1.emlxpart                  part 2.1 as older versions wrote it: still encoded
+//   Attachments/61900/2.1/picture.png            what stood at 2.1 in it, decoded
+//   Messages/61900.2.1.emlxpart                  the same as older versions wrote it: still encoded
 //
 // No name out of a message is ever part of a path.
 #pragma once
