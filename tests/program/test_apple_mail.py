@@ -24,15 +24,15 @@ class AppleMail(PstTest):
                 if f['items']}
 
     def attachments(self, pst):
-        """{subject: {name: bytes}} of every message, by pffexport."""
+        """[(subject, {name: bytes})...] of every message, in no order, by pffexport."""
         out = self.folder / 'exported'
         run = Run(['pffexport', '-q', '-t', out, pst])
         self.assertEqual((run.code, run.err), (0, ''), run)
-        found = {}
+        found = []
         for headers in out.with_suffix('.export').rglob('OutlookHeaders.txt'):
             subject = re.search(r'^Subject:\s*(.*)$', headers.read_text(), re.M)[1]
-            found[subject] = {f.name.partition('_')[2]: f.read_bytes()
-                              for f in (headers.parent / 'Attachments').glob('*')}
+            found.append((subject, {f.name.partition('_')[2]: f.read_bytes()
+                                    for f in (headers.parent / 'Attachments').glob('*')}))
         for leftover in self.folder.glob('exported.*'):
             shutil.rmtree(leftover)
         return found
@@ -57,7 +57,7 @@ class AppleMail(PstTest):
         for folder, messages in expected.items():
             self.assertEqual({i['subject']: self.marks(i) for i in found[folder]},
                              {self.subject(m): m.get('flags', []) for m in messages})
-        attachments = self.attachments(pst)
+        attachments = dict(self.attachments(pst))
         for message in (m for messages in expected.values() for m in messages):
             there = attachments[self.subject(message)]
             wanted = message.get('attachments', [])
@@ -105,7 +105,7 @@ class AppleMail(PstTest):
             for path in (PUBLISHED / 'input' / 'Attachments' / number).rglob('*'):
                 if path.is_file():
                     put_back.setdefault(path.read_bytes(), path)
-        written = [file for files in self.attachments(pst).values() for file in files.items()]
+        written = [file for _, files in self.attachments(pst) for file in files.items()]
         names, contents = map(set, zip(*written))
         self.assertEqual([path for data, path in put_back.items() if data not in contents], [])
         self.assertLess({'original.doc', 'Tu\u0308bingen.pdf'}, names)
