@@ -27,24 +27,29 @@ struct KeepChoice {
   bool dates = true;      // of messages without a usable one
   bool inlines = true;    // what the text shows in itself is no attachment beside it
   bool parts = true;      // those that would reach no property
+  bool keys = true;       // by which a later run knows the message again
 };
 
-struct ConvertOptions {
-  std::vector<std::u16string> sources;  // at least one
-  std::u16string destination;
+// Of every command that reads mail.
+struct SourceOptions {
+  std::vector<std::u16string> sources;      // at least one
   std::optional<factory::SourceKind> from;  // of all sources; none: look at each
+  std::u16string name;                      // of the top folder; empty: from the source
+  KeepChoice keep;
+  bool skipDeleted = false;
+  engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
+  std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail
+};
+
+struct ConvertOptions : SourceOptions {
+  std::u16string destination;
   MapiChoice mapi = MapiChoice::kBuiltin;
-  std::u16string name;  // of the top folder; empty: from the source
   bool append = false;
   bool overwrite = false;
   std::u16string log;  // empty: none, here and below
   std::u16string detailedLog;
   std::u16string report;
   ProgressChoice progress = ProgressChoice::kAuto;
-  KeepChoice keep;
-  bool skipDeleted = false;
-  engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
-  std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail
   bool quiet = false;
   bool timings = false;
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to

@@ -19,7 +19,7 @@ namespace parvane::cli {
 class SourceOpening {
  public:
   // All must outlive it.
-  SourceOpening(const ConvertOptions& options, ConversionRecord& record, Witness& witness,
+  SourceOpening(const SourceOptions& options, ConversionRecord& record, Witness& witness,
                 Progress& progress)
       : _options(options),
         _record(record),
@@ -47,7 +47,7 @@ class SourceOpening {
   // True the first time.
   bool Remember(const std::u16string& folder);
 
-  const ConvertOptions& _options;
+  const SourceOptions& _options;
   ConversionRecord& _record;
   Witness& _witness;
   Progress& _progress;

@@ -73,7 +73,7 @@ Status WithAdvice(const std::u16string& path, const Status& status) {
 
 class Recogniser {
  public:
-  explicit Recogniser(const ConvertOptions& options) : _options(options) {}
+  explicit Recogniser(const SourceOptions& options) : _options(options) {}
 
   Result<SourcePlan> Run() {
     Status first;
@@ -350,7 +350,7 @@ class Recogniser {
     return NameForSource(path);
   }
 
-  const ConvertOptions& _options;
+  const SourceOptions& _options;
   SourcePlan _plan;
 };
 
@@ -361,7 +361,7 @@ bool LooksLikeMailbox(std::u16string_view path) {
   return beginning.ok() && *beginning == Beginning::kMail;
 }
 
-Result<SourcePlan> RecogniseSources(const ConvertOptions& options) {
+Result<SourcePlan> RecogniseSources(const SourceOptions& options) {
   return Recogniser(options).Run();
 }
 

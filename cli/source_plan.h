@@ -68,7 +68,7 @@ struct SourcePlan {
 //
 // A source that cannot be used does not stop the others. When none can be used, the status of the
 // first names it and says why.
-platform::Result<SourcePlan> RecogniseSources(const ConvertOptions& options);
+platform::Result<SourcePlan> RecogniseSources(const SourceOptions& options);
 
 // Whether a file is there and begins with a separator line, as mailboxes do.
 bool LooksLikeMailbox(std::u16string_view path);

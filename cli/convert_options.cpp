@@ -1,0 +1,90 @@
+#include "cli/convert_options.h"
+
+#include "cli/format.h"
+#include "cli/option_words.h"
+#include "platform/path.h"
+
+namespace parvane::cli {
+namespace {
+
+constexpr const char* kConvertExamples = R"(Examples:
+  parvane convert Inbox.mbox mail.pst
+      one mailbox; its messages go to the folder "Inbox" of mail.pst
+  parvane convert ~/mail-export mail.pst
+      every .mbox file in a folder and the folders in it
+  parvane convert ~/.thunderbird/x1y2z3.default mail.pst
+      a Thunderbird profile with all its accounts
+  parvane convert takeout-*-001.zip takeout-*-002.zip mail.pst
+      an export of Gmail in two parts; its labels become folders
+  parvane convert ~/Library/Mail mail.pst
+      Apple Mail, its folders or a copy of them
+  parvane convert --append --name "Archive 2019" old.mbox mail.pst
+      adds a folder to a PST that is there already
+  parvane convert --report run.json --detailed-log run.log inbox.mbox mail.pst
+
+Exit status: 0 all converted, 1 finished but messages failed or mail was left
+behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
+
+// Outlook's own default limit for a PST.
+constexpr const char* kDefaultSizeLimit = "50GB";
+
+std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
+
+}  // namespace
+
+void ConvertArguments::Describe(CLI::App& command) {
+  command
+      .add_option("PATHS", _paths,
+                  "mailboxes, folders of mail, profiles of mail programs, exports or archives, "
+                  "then the PST "
+                  "(or a folder for it)")
+      ->option_text("SOURCE... DEST.pst")
+      ->type_name("");
+  _sources.Describe(command);
+  CLI::Option* append =
+      command.add_flag("--append", _options.append, "add to the PST when it is there already");
+  command
+      .add_flag("--overwrite", _options.overwrite,
+                "replace the PST when it is there already (never a file that is no PST)")
+      ->excludes(append);
+  DescribeMapi(command, _options.mapi, "writes");
+  command
+      .add_option("--size-limit", _sizeLimit,
+                  "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
+      ->type_name("SIZE");
+  command.add_option("--log", _log, "write a brief log: folders, failures, what was passed over")
+      ->type_name("FILE");
+  command.add_option("--detailed-log", _detailedLog, "write a log that names every message")
+      ->type_name("FILE");
+  command
+      .add_option("--report", _report,
+                  "write the account of the conversion as JSON; - for standard output")
+      ->type_name("FILE");
+  command.add_flag("--timings", _options.timings,
+                   "tell where the time went: seconds and bytes of each stage");
+  command.add_flag("--quiet,-q", _options.quiet, "say nothing but errors");
+  DescribeProgress(command, _options.progress,
+                   "elsewhere a line every few seconds; lines: such lines on a terminal too");
+  command.footer(kConvertExamples);
+}
+
+std::string ConvertArguments::Understand() {
+  for (const std::string& path : _paths) {
+    if (std::string fault = FaultOfPath(path); !fault.empty()) return fault;
+  }
+  if (_paths.size() < 2) return "convert needs at least one SOURCE and the DEST.pst";
+  if (_options.mapi == MapiChoice::kOutlook && _sizeLimit)
+    return "--size-limit is for the built-in MAPI: Outlook has a limit of its own";
+  const auto sizeLimit = ParseSize(_sizeLimit.value_or(kDefaultSizeLimit));
+  if (!sizeLimit) return "--size-limit: \"" + *_sizeLimit + "\" is no size such as 20GB";
+  _options.sizeLimit = *sizeLimit;
+  _options.destination = Path(_paths.back());
+  _paths.pop_back();
+  if (std::string fault = _sources.Understand(_paths); !fault.empty()) return fault;
+  _options.log = Path(_log);
+  _options.detailedLog = Path(_detailedLog);
+  _options.report = Path(_report);
+  return {};
+}
+
+}  // namespace parvane::cli

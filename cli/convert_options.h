@@ -1,0 +1,32 @@
+// The options of `parvane convert`.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/options.h"
+#include "cli/source_options.h"
+
+namespace parvane::cli {
+
+// Both outlive the parsing of the command line.
+class ConvertArguments {
+ public:
+  explicit ConvertArguments(ConvertOptions& options) : _options(options) {}
+
+  void Describe(CLI::App& command);
+  // As SourceArguments::Understand.
+  std::string Understand();
+
+ private:
+  ConvertOptions& _options;
+  SourceArguments _sources{_options};
+  std::vector<std::string> _paths;
+  std::string _log, _detailedLog, _report;
+  std::optional<std::string> _sizeLimit;
+};
+
+}  // namespace parvane::cli
