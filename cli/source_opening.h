@@ -10,7 +10,7 @@
 #include "cli/options.h"
 #include "cli/progress.h"
 #include "cli/source_plan.h"
-#include "cli/witness.h"
+#include "cli/source_witness.h"
 #include "engine/mailbox_wishes.h"
 #include "engine/message_state.h"
 
@@ -19,7 +19,7 @@ namespace parvane::cli {
 class SourceOpening {
  public:
   // All must outlive it.
-  SourceOpening(const SourceOptions& options, ConversionRecord& record, Witness& witness,
+  SourceOpening(const SourceOptions& options, ConversionRecord& record, SourceWitness& witness,
                 Progress& progress)
       : _options(options),
         _record(record),
@@ -49,7 +49,7 @@ class SourceOpening {
 
   const SourceOptions& _options;
   ConversionRecord& _record;
-  Witness& _witness;
+  SourceWitness& _witness;
   Progress& _progress;
   const engine::MailboxWishes _mailboxWishes;
   FolderPlan _plan;

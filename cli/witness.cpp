@@ -35,19 +35,6 @@ std::string OneLine(std::u16string_view text, std::string_view separator = "; ")
   return out;
 }
 
-// What of it can be shown on a line.
-std::string Printable(std::string_view messageId) {
-  // Longer ones are no names, but damage.
-  constexpr std::size_t kLongest = 512;
-  std::string out(messageId.substr(0, kLongest));
-  std::erase_if(out, [](char c) { return c <= 0x20 || c >= 0x7F; });
-  return out;
-}
-
-std::u16string DiskPath(const IAssetFolder& folder) {
-  return folder.FolderDiskPath().value_or(u"");
-}
-
 // From the PST's top folder, which has no part in it.
 std::vector<std::u16string> PathOf(const IAssetFolder& folder) {
   std::vector<std::u16string> path;
@@ -64,7 +51,7 @@ void Witness::Watch(PstAccount& pst) {
 }
 
 void Witness::BeginCopying() {
-  _copying = true;
+  BeginReading();
   _saved = _pst->Saved();
   _committed = _pst->Committed();
   if (_pst->HasPassword()) {
@@ -93,7 +80,7 @@ std::string Witness::EngineMessage() const { return OneLine(_engineMessage, " ")
 
 bool Witness::Cancel() {
   FinishItem();
-  return _interrupt.Requested() || DestinationFailed();
+  return SourceWitness::Cancel() || DestinationFailed();
 }
 
 void Witness::FinishItem() {
@@ -107,14 +94,14 @@ void Witness::FinishItem() {
   } else if (!_pst->Failed()) {
     AddRefusals();
   }
-  _item.failed = _itemProblem.has_value();
-  if (_item.failed)
+  const bool failed = _itemProblem.has_value();
+  if (failed)
     AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), OneLine(_itemDetails));
-  if (saved) _uncommitted.push_back(std::move(_item));
+  if (saved) _uncommitted.push_back({std::move(_item), failed, _carried});
   CountCommitted();
 }
 
-void Witness::AddFailure(const Item& item, FailureKind kind, std::string detail,
+void Witness::AddFailure(const MessagePlace& item, FailureKind kind, std::string detail,
                          std::string details) {
   FolderAccount& folder = _record.folders[item.folder];
   ++folder.failed;
@@ -160,16 +147,17 @@ void Witness::CountCommitted() {
 
 void Witness::CountWritten(const Item& item) {
   ++_record.folders[item.folder].written;
+  const Carried& carried = item.carried;
   if (_record.winmail) {
-    _record.winmail->opened += item.winmail.opened;
-    _record.winmail->attachments += item.winmail.attachments;
-    _record.winmail->kept += item.winmail.partly + item.winmail.unreadable;
+    _record.winmail->opened += carried.winmail.opened;
+    _record.winmail->attachments += carried.winmail.attachments;
+    _record.winmail->kept += carried.winmail.partly + carried.winmail.unreadable;
   }
-  if (_record.addressesKept) *_record.addressesKept += item.addressesKept.any();
-  _record.AddKept(item.mailKept);
+  if (_record.addressesKept) *_record.addressesKept += carried.addressesKept.any();
+  _record.AddKept(carried.mailKept);
   if (!_record.stateKept) return;
   for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
-    (*_record.stateKept)[kind] += item.stateKept[kind];
+    (*_record.stateKept)[kind] += carried.stateKept[kind];
 }
 
 bool Witness::Settle() {
@@ -192,7 +180,7 @@ bool Witness::Settle() {
 }
 
 void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) {
-  _logs.OfEngine(logString, briefLog, detailLog);
+  SourceWitness::WriteLog(logString, briefLog, detailLog);
   if (!_itemOpen) {
     _engineMessage = logString;
     return;
@@ -205,26 +193,14 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
 }
 
 void Witness::MessageRead(const engine::MessageLocation& message) {
-  if (!_copying) return;
-  _item = {};
-  _item.folder = _folder;
-  _item.position = static_cast<std::uint64_t>(message.index) + 1;
-  _item.offset = message.offset;
-  _item.path = message.path;
-  _item.size = message.size;
-  _itemOpen = true;
+  if (!_reading) return;
+  SourceWitness::MessageRead(message);
+  _carried = {};
   _failures = _pst->Failures();
   _itemProblem.reset();
   _itemProblemDetail.clear();
   _itemRefusals.clear();
   _itemDetails.clear();
-  FolderAccount& folder = _record.folders[_folder];
-  ++folder.read;
-  folder.bytes += message.size;
-}
-
-void Witness::MessageNamed(const engine::MessageLocation&, std::string_view messageId) {
-  if (_itemOpen) _item.messageId = Printable(messageId);
 }
 
 void Witness::MapiAnswered(engine::DestinationStep step, std::int32_t result) {
@@ -261,65 +237,11 @@ void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {
   if (_itemOpen) {
     // The item in hand is the first that goes there.
     --_record.folders[_folder].read;
-    _record.folders[_folder].bytes -= _item.size;
+    _record.folders[_folder].bytes -= _itemSize;
     ++_record.folders[place].read;
-    _record.folders[place].bytes += _item.size;
+    _record.folders[place].bytes += _itemSize;
   }
   _folder = _item.folder = place;
-}
-
-void Witness::SeparatorSuspected(const IAssetFolder&, const engine::SuspectedSeparator& suspected) {
-  if (!_copying) return;
-  const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(suspected.line));
-  const SuspectedSeparator separator{_folder, suspected.offset, suspected.reason, text,
-                                     suspected.textByStrictRule};
-  _logs.Both((_record.strictSeparators ? "CHECK: " : "CHECK: a message may be cut in two here: ") +
-             Describe(_record, separator));
-  _record.separators.Add(separator, text.size());
-  if (separator.textByStrictRule) ++_record.separatorsTextByStrictRule;
-}
-
-void Witness::BeginningPassedOver(const IAssetFolder& folder, std::uint64_t bytes, bool text) {
-  if (text) {
-    return PathSkipped(DiskPath(folder), engine::SkipReason::kDamagedBeginning,
-                       {platform::StatusCode::kCorrupt, Size(bytes)});
-  }
-  ++_record.beginningsPassedOver;
-  _logs.Detailed("Passed over a byte order mark or blank lines at the beginning of " +
-                 PathForDisplay(DiskPath(folder)));
-}
-
-void Witness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
-                          const platform::Status& status) {
-  if (reason == engine::SkipReason::kOrphanSbd) return _orphans.emplace_back(path), void();
-  const bool leftBehind = MeansMailLeftBehind(reason);
-  const SkippedPath skipped{std::u16string(path), reason, status.message()};
-  if (reason == engine::SkipReason::kOtherFile) {
-    _logs.Detailed("Passed over: " + Describe(_record, skipped));
-    _record.otherFiles.Add(skipped);
-    return;
-  }
-  _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(_record, skipped));
-  (leftBehind ? _record.leftBehind : _record.passedOver).Add(skipped);
-}
-
-void Witness::ProfileInUse(const std::u16string& profile) {
-  _record.profilesInUse.push_back(profile);
-  _logs.Both("CHECK: " + InUseText(profile));
-}
-
-void Witness::IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
-                           const platform::Status& status) {
-  const UnusedIndex unused{std::u16string(index), fault, status.message()};
-  _logs.Both("CHECK: index not used: " + Describe(_record, unused));
-  _record.unusedIndexes.Add(unused);
-}
-
-void Witness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
-                         const platform::Status& status) {
-  const ReadFailure failure{DiskPath(folder), offset, status.code(), status.message()};
-  _logs.Both("LEFT BEHIND: " + Describe(_record, failure));
-  _record.readFailures.Add(failure);
 }
 
 void Witness::MessageNotParsed(const engine::MessageLocation& message,
@@ -352,38 +274,13 @@ void Witness::MessageConverted(const engine::MessageLocation&, bool success,
   }
   // The message may have a better date than the one that repair made.
   if (notes.dateChangedByRepair &&
-      _item.mailKept[static_cast<std::size_t>(carry::MailCount::kDates)] == 0) {
+      _carried.mailKept[static_cast<std::size_t>(carry::MailCount::kDates)] == 0) {
     const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
     AddRemark({engine::RemarkKind::kDateChanged, "Date",
                fmt::format("{} became {}; it reads \"{}\"",
                            before.empty() ? "what could not be read" : before,
                            after.empty() ? "none" : after, notes.rawDateText)});
   }
-}
-
-void Witness::CopySkipped(std::string_view messageId) {
-  if (!_copying) return;
-  ++_record.copiesSkipped;
-  _logs.Detailed("SKIPPED: in another mailbox of the export too: " + Printable(messageId));
-}
-
-void Witness::FolderDataSkipped(const engine::MessageLocation& message) {
-  if (!_copying) return;
-  ++_record.folderDataSkipped;
-  const FolderAccount& folder = _record.folders[_folder];
-  _logs.Both(
-      fmt::format("Passed over: {}, at byte {} of {}: a mail program's notes about the "
-                  "folder, no message",
-                  FolderPath(folder.path), message.offset, PathForDisplay(folder.sourcePath)));
-}
-
-void Witness::DeletedMessageSkipped(const engine::MessageLocation& message,
-                                    std::string_view messageId) {
-  if (!_copying) return;
-  ++_record.deletedSkipped;
-  _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
-                             message.index + 1, message.offset, messageId.empty() ? "" : ", ",
-                             Printable(messageId)));
 }
 
 }  // namespace parvane::cli

@@ -14,7 +14,7 @@ namespace parvane::cli {
 
 void Witness::StateCarried(carry::CarriedState carried) {
   if (!_itemOpen) return;
-  _item.stateKept = carried.kept;
+  _carried.stateKept = carried.kept;
   if (carried.forwardedLost) {
     AddRemark({engine::RemarkKind::kStateLost, "forwarded",
                "it was answered too, and a message shows one of both"});
@@ -31,7 +31,7 @@ void Witness::StateCarried(carry::CarriedState carried) {
 
 void Witness::WinmailCarried(const carry::CarriedWinmail& carried) {
   if (!_itemOpen) return;
-  _item.winmail = carried;
+  _carried.winmail = carried;
   for (std::uint32_t i = 0; i < carried.unreadable; ++i)
     AddRemark({engine::RemarkKind::kWinmailKept, "winmail.dat", "it cannot be read"});
   for (std::uint32_t i = 0; i < carried.partly; ++i) {
@@ -41,14 +41,14 @@ void Witness::WinmailCarried(const carry::CarriedWinmail& carried) {
 }
 
 void Witness::AddressesCarried(const carry::AddressFields& fields) {
-  if (_itemOpen) _item.addressesKept = fields;
+  if (_itemOpen) _carried.addressesKept = fields;
 }
 
 bool Witness::IsKeptAfterAll(const engine::Remark& remark) const {
   if (remark.kind != engine::RemarkKind::kHeaderTextLost) return false;
   const auto* field = std::ranges::find(Tessary::kAddressFields, remark.place);
   return field != Tessary::kAddressFields.end() &&
-         _item.addressesKept.test(
+         _carried.addressesKept.test(
              static_cast<std::size_t>(field - Tessary::kAddressFields.begin()));
 }
 

@@ -1,0 +1,133 @@
+#include "cli/source_witness.h"
+
+#include <fmt/format.h>
+
+#include "cli/format.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::PathForDisplay;
+using QuelmarMIMEEngineCommon::IAssetFolder;
+
+// What of it can be shown on a line.
+std::string Printable(std::string_view messageId) {
+  // Longer ones are no names, but damage.
+  constexpr std::size_t kLongest = 512;
+  std::string out(messageId.substr(0, kLongest));
+  std::erase_if(out, [](char c) { return c <= 0x20 || c >= 0x7F; });
+  return out;
+}
+
+std::u16string DiskPath(const IAssetFolder& folder) {
+  return folder.FolderDiskPath().value_or(u"");
+}
+
+}  // namespace
+
+void SourceWitness::WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) {
+  _logs.OfEngine(logString, briefLog, detailLog);
+}
+
+void SourceWitness::MessageRead(const engine::MessageLocation& message) {
+  if (!_reading) return;
+  _item = {};
+  _item.folder = _folder;
+  _item.position = static_cast<std::uint64_t>(message.index) + 1;
+  _item.offset = message.offset;
+  _item.path = message.path;
+  _itemSize = message.size;
+  _itemOpen = true;
+  FolderAccount& folder = _record.folders[_folder];
+  ++folder.read;
+  folder.bytes += message.size;
+}
+
+void SourceWitness::MessageNamed(const engine::MessageLocation&, std::string_view messageId) {
+  if (_itemOpen) _item.messageId = Printable(messageId);
+}
+
+void SourceWitness::SeparatorSuspected(const IAssetFolder&,
+                                       const engine::SuspectedSeparator& suspected) {
+  if (!_reading) return;
+  const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(suspected.line));
+  const SuspectedSeparator separator{_folder, suspected.offset, suspected.reason, text,
+                                     suspected.textByStrictRule};
+  _logs.Both((_record.strictSeparators ? "CHECK: " : "CHECK: a message may be cut in two here: ") +
+             Describe(_record, separator));
+  _record.separators.Add(separator, text.size());
+  if (separator.textByStrictRule) ++_record.separatorsTextByStrictRule;
+}
+
+void SourceWitness::BeginningPassedOver(const IAssetFolder& folder, std::uint64_t bytes,
+                                        bool text) {
+  if (text) {
+    return PathSkipped(DiskPath(folder), engine::SkipReason::kDamagedBeginning,
+                       {platform::StatusCode::kCorrupt, Size(bytes)});
+  }
+  ++_record.beginningsPassedOver;
+  _logs.Detailed("Passed over a byte order mark or blank lines at the beginning of " +
+                 PathForDisplay(DiskPath(folder)));
+}
+
+void SourceWitness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
+                                const platform::Status& status) {
+  if (reason == engine::SkipReason::kOrphanSbd) return _orphans.emplace_back(path), void();
+  const bool leftBehind = MeansMailLeftBehind(reason);
+  const SkippedPath skipped{std::u16string(path), reason, status.message()};
+  if (reason == engine::SkipReason::kOtherFile) {
+    _logs.Detailed("Passed over: " + Describe(_record, skipped));
+    _record.otherFiles.Add(skipped);
+    return;
+  }
+  _logs.Both((leftBehind ? "LEFT BEHIND: " : "Passed over: ") + Describe(_record, skipped));
+  (leftBehind ? _record.leftBehind : _record.passedOver).Add(skipped);
+}
+
+void SourceWitness::ProfileInUse(const std::u16string& profile) {
+  _record.profilesInUse.push_back(profile);
+  _logs.Both("CHECK: " + InUseText(profile));
+}
+
+void SourceWitness::IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
+                                 const platform::Status& status) {
+  const UnusedIndex unused{std::u16string(index), fault, status.message()};
+  _logs.Both("CHECK: index not used: " + Describe(_record, unused));
+  _record.unusedIndexes.Add(unused);
+}
+
+void SourceWitness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
+                               const platform::Status& status) {
+  const ReadFailure failure{DiskPath(folder), offset, status.code(), status.message()};
+  _logs.Both("LEFT BEHIND: " + Describe(_record, failure));
+  _record.readFailures.Add(failure);
+}
+
+void SourceWitness::CopySkipped(std::string_view messageId) {
+  if (!_reading) return;
+  ++_record.copiesSkipped;
+  _logs.Detailed("SKIPPED: in another mailbox of the export too: " + Printable(messageId));
+}
+
+void SourceWitness::FolderDataSkipped(const engine::MessageLocation& message) {
+  if (!_reading) return;
+  ++_record.folderDataSkipped;
+  const FolderAccount& folder = _record.folders[_folder];
+  _logs.Both(
+      fmt::format("Passed over: {}, at byte {} of {}: a mail program's notes about the "
+                  "folder, no message",
+                  FolderPath(folder.path), message.offset, PathForDisplay(folder.sourcePath)));
+}
+
+void SourceWitness::DeletedMessageSkipped(const engine::MessageLocation& message,
+                                          std::string_view messageId) {
+  if (!_reading) return;
+  ++_record.deletedSkipped;
+  _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
+                             message.index + 1, message.offset, messageId.empty() ? "" : ", ",
+                             Printable(messageId)));
+}
+
+}  // namespace parvane::cli
