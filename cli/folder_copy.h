@@ -10,7 +10,7 @@
 #include "cli/folder_plan.h"
 #include "cli/logs.h"
 #include "cli/progress.h"
-#include "cli/witness.h"
+#include "cli/source_witness.h"
 #include "engine/folders.h"
 #include "engine/turns.h"
 #include "platform/process.h"
@@ -19,7 +19,7 @@ namespace parvane::cli {
 
 class FolderCopy {
  public:
-  FolderCopy(const FolderPlan& plan, ConversionRecord& record, Witness& witness, Logs& logs,
+  FolderCopy(const FolderPlan& plan, ConversionRecord& record, SourceWitness& witness, Logs& logs,
              Progress& progress, const platform::InterruptWatch& interrupt)
       : _plan(plan),
         _record(record),
@@ -57,7 +57,7 @@ class FolderCopy {
 
   const FolderPlan& _plan;
   ConversionRecord& _record;
-  Witness& _witness;
+  SourceWitness& _witness;
   Logs& _logs;
   Progress& _progress;
   const platform::InterruptWatch& _interrupt;

@@ -12,6 +12,9 @@ namespace {
 using platform::PathForDisplay;
 using QuelmarMIMEEngineCommon::IAssetFolder;
 
+// What the mail library takes at most.
+constexpr std::uint64_t kLargestMessage = std::uint64_t{1} << 36;
+
 // What of it can be shown on a line.
 std::string Printable(std::string_view messageId) {
   // Longer ones are no names, but damage.
@@ -40,6 +43,10 @@ void SourceWitness::MessageRead(const engine::MessageLocation& message) {
   _item.path = message.path;
   _itemSize = message.size;
   _itemOpen = true;
+  _carried = {};
+  _itemProblem.reset();
+  _itemProblemDetail.clear();
+  _itemRefusals.clear();
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
   folder.bytes += message.size;
@@ -128,6 +135,75 @@ void SourceWitness::DeletedMessageSkipped(const engine::MessageLocation& message
   _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
                              message.index + 1, message.offset, messageId.empty() ? "" : ", ",
                              Printable(messageId)));
+}
+
+void SourceWitness::MessageNotParsed(const engine::MessageLocation& message,
+                                     const platform::Status& dumpStatus) {
+  _itemProblem = message.size > kLargestMessage ? FailureKind::kTooLarge : FailureKind::kNotParsed;
+  _itemProblemDetail = dumpStatus.ok() ? "its text is in the error dump"
+                                       : "its text could not be kept: " + dumpStatus.message();
+}
+
+void SourceWitness::MessageTooLarge(const engine::MessageLocation&,
+                                    const platform::Status& status) {
+  _itemProblem = FailureKind::kNoMemory;
+  _itemProblemDetail = status.message();
+}
+
+void SourceWitness::MessageConverted(const engine::MessageLocation&, bool success,
+                                     const engine::ConversionNotes& notes) {
+  if (!_itemOpen) return;
+  if (!success && !_itemProblem) _itemProblem = FailureKind::kNotConverted;
+  for (const engine::UnconvertedPart& part : notes.unconvertedParts) {
+    const LeftOutPart leftOut{_item.folder, _item.position, part};
+    _logs.Detailed("LEFT OUT: " + Describe(_record, leftOut));
+    _record.leftOutParts.Add(leftOut);
+  }
+  _record.leftOutParts.total += notes.moreUnconvertedParts;
+  _record.withoutDate += notes.dateMissing;
+  _record.unreadableDate += notes.dateUnreadable;
+  _itemRefusals = notes.refusals;
+  for (const engine::Remark& remark : notes.remarks) {
+    if (!IsKeptAfterAll(remark)) AddRemark(remark);
+  }
+  // The message may have a better date than the one that repair made.
+  if (notes.dateChangedByRepair &&
+      _carried.mailKept[static_cast<std::size_t>(carry::MailCount::kDates)] == 0) {
+    const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
+    AddRemark({engine::RemarkKind::kDateChanged, "Date",
+               fmt::format("{} became {}; it reads \"{}\"",
+                           before.empty() ? "what could not be read" : before,
+                           after.empty() ? "none" : after, notes.rawDateText)});
+  }
+}
+
+void SourceWitness::AddFailure(const MessagePlace& item, FailureKind kind, std::string detail,
+                               std::string details) {
+  FolderAccount& folder = _record.folders[item.folder];
+  ++folder.failed;
+  FailedMessage failure{item, kind, std::move(detail), std::move(details)};
+  _logs.Both("FAILED: " + Describe(_record, failure));
+  _record.Add(std::move(failure));
+}
+
+void SourceWitness::AddRemark(engine::Remark remark) {
+  MessageRemark entry{_item, std::move(remark)};
+  _logs.Detailed(
+      fmt::format("{}: {}", WordsOf(entry.remark.kind).logMark, Describe(_record, entry)));
+  _record.Add(std::move(entry));
+}
+
+void SourceWitness::CountCarried(const Carried& carried) {
+  if (_record.winmail) {
+    _record.winmail->opened += carried.winmail.opened;
+    _record.winmail->attachments += carried.winmail.attachments;
+    _record.winmail->kept += carried.winmail.partly + carried.winmail.unreadable;
+  }
+  if (_record.addressesKept) *_record.addressesKept += carried.addressesKept.any();
+  _record.AddKept(carried.mailKept);
+  if (!_record.stateKept) return;
+  for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
+    (*_record.stateKept)[kind] += carried.stateKept[kind];
 }
 
 }  // namespace parvane::cli

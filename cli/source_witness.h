@@ -1,13 +1,19 @@
-// Keeps the account of what the sources report: the messages read, and whatever is told of those
-// that were not. It knows of no PST.
+// Keeps the account of what the sources report: the messages read with what comes along with them,
+// and whatever is told of mail that was not. It knows of no PST.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "carry/address_step.h"
+#include "carry/item_in_hand.h"
+#include "carry/state_step.h"
+#include "carry/winmail_step.h"
 #include "cli/conversion_record.h"
 #include "cli/logs.h"
 #include "engine/callbacks.h"
@@ -17,16 +23,25 @@
 namespace parvane::cli {
 
 class SourceWitness : public engine::SourceObserver,
+                      public carry::CarryObserver,
+                      public carry::MailObserver,
+                      public carry::WinmailObserver,
+                      public carry::AddressObserver,
                       public QuelmarMIMEEngineCommon::ILogger,
                       public QuelmarMIMEEngineCommon::ICancelable {
  public:
   SourceWitness(ConversionRecord& record, Logs& logs, const platform::InterruptWatch& interrupt)
       : _record(record), _logs(logs), _interrupt(interrupt) {}
+  virtual ~SourceWitness() = default;
 
   // The sources have been opened: what is read from here on is mail.
   void BeginReading() { _reading = true; }
   // The folder of the record whose items come next.
   void BeginFolder(std::size_t index) { _folder = index; }
+  // The copy of the folder ended; `problem` is why it broke off, if it did.
+  virtual void EndFolder(const std::string& problem) = 0;
+  // Why the destination takes nothing more; `otherwise` when that is not known.
+  virtual std::string Reason(std::string otherwise) const { return otherwise; }
   // The folders of subfolders whose mailbox is missing that the walks met since the last call.
   // Nothing is recorded of them: what is in them may yet be converted.
   std::vector<std::u16string> TakeOrphans() { return std::exchange(_orphans, {}); }
@@ -50,12 +65,40 @@ class SourceWitness : public engine::SourceObserver,
                     const platform::Status& status) override;
   void ReadFailed(const QuelmarMIMEEngineCommon::IAssetFolder& folder, std::uint64_t offset,
                   const platform::Status& status) override;
+  void MessageNotParsed(const engine::MessageLocation& message,
+                        const platform::Status& dumpStatus) override;
+  void MessageTooLarge(const engine::MessageLocation& message,
+                       const platform::Status& status) override;
+  void MessageConverted(const engine::MessageLocation& message, bool success,
+                        const engine::ConversionNotes& notes) override;
   void CopySkipped(std::string_view messageId) override;
   void FolderDataSkipped(const engine::MessageLocation& message) override;
   void DeletedMessageSkipped(const engine::MessageLocation& message,
                              std::string_view messageId) override;
 
+  // CarryObserver
+  void StateCarried(carry::CarriedState carried) override;
+  // WinmailObserver
+  void WinmailCarried(const carry::CarriedWinmail& carried) override;
+  // AddressObserver
+  void AddressesCarried(const carry::AddressFields& fields) override;
+  // MailObserver
+  void MailCarried(const carry::MailCounts& counts) override { _carried.mailKept = counts; }
+
  protected:
+  // What came along with a message beside its conversion.
+  struct Carried {
+    std::bitset<carry::kStateKinds> stateKept;
+    carry::CarriedWinmail winmail;
+    carry::AddressFields addressesKept;
+    carry::MailCounts mailKept{};
+  };
+
+  void AddFailure(const MessagePlace& item, FailureKind kind, std::string detail,
+                  std::string details);
+  void AddRemark(engine::Remark remark);  // about the item in hand
+  void CountCarried(const Carried& carried);
+
   ConversionRecord& _record;
   Logs& _logs;
   const platform::InterruptWatch& _interrupt;
@@ -64,8 +107,15 @@ class SourceWitness : public engine::SourceObserver,
   MessagePlace _item;  // the one in hand
   std::uint64_t _itemSize = 0;
   bool _itemOpen = false;
+  Carried _carried;
+  std::optional<FailureKind> _itemProblem;
+  std::string _itemProblemDetail;
+  std::vector<mapi::Refusal> _itemRefusals;
 
  private:
+  // What repair lost and a step has put back.
+  bool IsKeptAfterAll(const engine::Remark& remark) const;
+
   std::vector<std::u16string> _orphans;
 };
 

@@ -18,9 +18,6 @@ using QuelmarMIMEEngineCommon::IAssetFolder;
 // The engine's line before the details of an item that failed.
 constexpr std::u16string_view kItemError = u"\r\nERROR : ";
 
-// What the mail library takes at most.
-constexpr std::uint64_t kLargestMessage = std::uint64_t{1} << 36;
-
 std::string OneLine(std::u16string_view text, std::string_view separator = "; ") {
   std::string line = platform::Utf16ToUtf8(text);
   std::string out;
@@ -101,22 +98,6 @@ void Witness::FinishItem() {
   CountCommitted();
 }
 
-void Witness::AddFailure(const MessagePlace& item, FailureKind kind, std::string detail,
-                         std::string details) {
-  FolderAccount& folder = _record.folders[item.folder];
-  ++folder.failed;
-  FailedMessage failure{item, kind, std::move(detail), std::move(details)};
-  _logs.Both("FAILED: " + Describe(_record, failure));
-  _record.Add(std::move(failure));
-}
-
-void Witness::AddRemark(engine::Remark remark) {
-  MessageRemark entry{_item, std::move(remark)};
-  _logs.Detailed(
-      fmt::format("{}: {}", WordsOf(entry.remark.kind).logMark, Describe(_record, entry)));
-  _record.Add(std::move(entry));
-}
-
 void Witness::AddRefusals() {
   const std::string told = _pst->Failures() != _failures ? _pst->LastFailure() : "";
   // The PST knows of one that nobody has noted.
@@ -136,28 +117,16 @@ void Witness::CountCommitted() {
   if (_committed >= committed) return;
   for (; _committed < committed && !_uncommitted.empty(); ++_committed) {
     const Item& item = _uncommitted.front();
-    if (!item.failed) CountWritten(item);
+    if (!item.failed) {
+      ++_record.folders[item.folder].written;
+      CountCarried(item.carried);
+    }
     _uncommitted.pop_front();
   }
   if (!_pst->TellsCommits()) return;
   // Whatever becomes of this program: what the log says is safe is in the PST.
   _logs.Detailed(fmt::format("COMMITTED: {} in the PST", Counted(_record.Written(), "message")));
   (void)_logs.Flush().ok();  // a failure is kept and told at the end
-}
-
-void Witness::CountWritten(const Item& item) {
-  ++_record.folders[item.folder].written;
-  const Carried& carried = item.carried;
-  if (_record.winmail) {
-    _record.winmail->opened += carried.winmail.opened;
-    _record.winmail->attachments += carried.winmail.attachments;
-    _record.winmail->kept += carried.winmail.partly + carried.winmail.unreadable;
-  }
-  if (_record.addressesKept) *_record.addressesKept += carried.addressesKept.any();
-  _record.AddKept(carried.mailKept);
-  if (!_record.stateKept) return;
-  for (std::size_t kind = 0; kind < carry::kStateKinds; ++kind)
-    (*_record.stateKept)[kind] += carried.stateKept[kind];
 }
 
 bool Witness::Settle() {
@@ -195,11 +164,7 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
 void Witness::MessageRead(const engine::MessageLocation& message) {
   if (!_reading) return;
   SourceWitness::MessageRead(message);
-  _carried = {};
   _failures = _pst->Failures();
-  _itemProblem.reset();
-  _itemProblemDetail.clear();
-  _itemRefusals.clear();
   _itemDetails.clear();
 }
 
@@ -242,45 +207,6 @@ void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {
     _record.folders[place].bytes += _itemSize;
   }
   _folder = _item.folder = place;
-}
-
-void Witness::MessageNotParsed(const engine::MessageLocation& message,
-                               const platform::Status& dumpStatus) {
-  _itemProblem = message.size > kLargestMessage ? FailureKind::kTooLarge : FailureKind::kNotParsed;
-  _itemProblemDetail = dumpStatus.ok() ? "its text is in the error dump"
-                                       : "its text could not be kept: " + dumpStatus.message();
-}
-
-void Witness::MessageTooLarge(const engine::MessageLocation&, const platform::Status& status) {
-  _itemProblem = FailureKind::kNoMemory;
-  _itemProblemDetail = status.message();
-}
-
-void Witness::MessageConverted(const engine::MessageLocation&, bool success,
-                               const engine::ConversionNotes& notes) {
-  if (!_itemOpen) return;
-  if (!success && !_itemProblem) _itemProblem = FailureKind::kNotConverted;
-  for (const engine::UnconvertedPart& part : notes.unconvertedParts) {
-    const LeftOutPart leftOut{_item.folder, _item.position, part};
-    _logs.Detailed("LEFT OUT: " + Describe(_record, leftOut));
-    _record.leftOutParts.Add(leftOut);
-  }
-  _record.leftOutParts.total += notes.moreUnconvertedParts;
-  _record.withoutDate += notes.dateMissing;
-  _record.unreadableDate += notes.dateUnreadable;
-  _itemRefusals = notes.refusals;
-  for (const engine::Remark& remark : notes.remarks) {
-    if (!IsKeptAfterAll(remark)) AddRemark(remark);
-  }
-  // The message may have a better date than the one that repair made.
-  if (notes.dateChangedByRepair &&
-      _carried.mailKept[static_cast<std::size_t>(carry::MailCount::kDates)] == 0) {
-    const std::string before = IsoTime(notes.rawDate), after = IsoTime(notes.repairedDate);
-    AddRemark({engine::RemarkKind::kDateChanged, "Date",
-               fmt::format("{} became {}; it reads \"{}\"",
-                           before.empty() ? "what could not be read" : before,
-                           after.empty() ? "none" : after, notes.rawDateText)});
-  }
 }
 
 }  // namespace parvane::cli

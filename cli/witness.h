@@ -5,29 +5,18 @@
 // commit that covers them, and those left there when the PST has been closed are failures.
 #pragma once
 
-#include <bitset>
 #include <cstdint>
 #include <deque>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "carry/address_step.h"
-#include "carry/item_in_hand.h"
-#include "carry/state_step.h"
-#include "carry/winmail_step.h"
 #include "cli/pst_account.h"
 #include "cli/source_witness.h"
 #include "engine/destination_observer.h"
 
 namespace parvane::cli {
 
-class Witness : public SourceWitness,
-                public engine::DestinationObserver,
-                public carry::CarryObserver,
-                public carry::MailObserver,
-                public carry::WinmailObserver,
-                public carry::AddressObserver {
+class Witness : public SourceWitness, public engine::DestinationObserver {
  public:
   using SourceWitness::SourceWitness;
 
@@ -36,14 +25,14 @@ class Witness : public SourceWitness,
   // It has been opened: from here on Cancel() means "an item is done".
   void BeginCopying();
   // The copy of the folder ended; `problem` is why it broke off, if it did.
-  void EndFolder(const std::string& problem);
+  void EndFolder(const std::string& problem) override;
   // The PST has been closed: settles what is committed and what is not. False, with the record's
   // error set, when the counts of the PST and of this account do not agree.
   bool Settle();
   // The PST takes nothing more: disk full, I/O error, size limit.
   bool DestinationFailed() const { return _reading && _pst->Failed(); }
   // Why the PST takes nothing more, or did not open; `otherwise` when that is not known.
-  std::string Reason(std::string otherwise) const;
+  std::string Reason(std::string otherwise) const override;
   // What the engine has had to say for people since, while no item was in hand; one line, empty:
   // nothing.
   std::string EngineMessage() const;
@@ -54,21 +43,6 @@ class Witness : public SourceWitness,
   void WriteLog(std::u16string_view logString, bool briefLog, bool detailLog) override;
   // SourceObserver
   void MessageRead(const engine::MessageLocation& message) override;
-  void MessageNotParsed(const engine::MessageLocation& message,
-                        const platform::Status& dumpStatus) override;
-  void MessageTooLarge(const engine::MessageLocation& message,
-                       const platform::Status& status) override;
-  void MessageConverted(const engine::MessageLocation& message, bool success,
-                        const engine::ConversionNotes& notes) override;
-
-  // CarryObserver
-  void StateCarried(carry::CarriedState carried) override;
-  // WinmailObserver
-  void WinmailCarried(const carry::CarriedWinmail& carried) override;
-  // AddressObserver
-  void AddressesCarried(const carry::AddressFields& fields) override;
-  // MailObserver
-  void MailCarried(const carry::MailCounts& counts) override { _carried.mailKept = counts; }
 
   // DestinationObserver
   void MapiAnswered(engine::DestinationStep step, std::int32_t result) override;
@@ -79,27 +53,14 @@ class Witness : public SourceWitness,
                        const QuelmarMIMEEngineCommon::IAssetFolder& next) override;
 
  private:
-  // What came along with a message beside its conversion.
-  struct Carried {
-    std::bitset<carry::kStateKinds> stateKept;
-    carry::CarriedWinmail winmail;
-    carry::AddressFields addressesKept;
-    carry::MailCounts mailKept{};
-  };
   struct Item : MessagePlace {
     bool failed = false;
     Carried carried;
   };
 
   void FinishItem();
-  void AddFailure(const MessagePlace& item, FailureKind kind, std::string detail,
-                  std::string details);
-  void AddRemark(engine::Remark remark);  // about the item in hand
-  // What repair lost and a step has put back.
-  bool IsKeptAfterAll(const engine::Remark& remark) const;
   // The item in hand was saved without something.
   void AddRefusals();
-  void CountWritten(const Item& item);
   // Takes from the queue what the PST has committed since.
   void CountCommitted();
 
@@ -107,10 +68,6 @@ class Witness : public SourceWitness,
   std::u16string _engineMessage;
 
   // Of the item in hand.
-  Carried _carried;
-  std::optional<FailureKind> _itemProblem;
-  std::string _itemProblemDetail;
-  std::vector<mapi::Refusal> _itemRefusals;
   std::u16string _itemDetails;  // as the engine logs them; kept for a failure only
 
   std::uint64_t _failures = 0;   // of the PST, when the item in hand was read

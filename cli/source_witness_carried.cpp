@@ -8,11 +8,11 @@
 #include <fmt/format.h>
 
 #include "cli/format.h"
-#include "cli/witness.h"
+#include "cli/source_witness.h"
 
 namespace parvane::cli {
 
-void Witness::StateCarried(carry::CarriedState carried) {
+void SourceWitness::StateCarried(carry::CarriedState carried) {
   if (!_itemOpen) return;
   _carried.stateKept = carried.kept;
   if (carried.forwardedLost) {
@@ -29,7 +29,7 @@ void Witness::StateCarried(carry::CarriedState carried) {
   std::ranges::move(carried.refusals, std::back_inserter(_itemRefusals));
 }
 
-void Witness::WinmailCarried(const carry::CarriedWinmail& carried) {
+void SourceWitness::WinmailCarried(const carry::CarriedWinmail& carried) {
   if (!_itemOpen) return;
   _carried.winmail = carried;
   for (std::uint32_t i = 0; i < carried.unreadable; ++i)
@@ -40,11 +40,11 @@ void Witness::WinmailCarried(const carry::CarriedWinmail& carried) {
   }
 }
 
-void Witness::AddressesCarried(const carry::AddressFields& fields) {
+void SourceWitness::AddressesCarried(const carry::AddressFields& fields) {
   if (_itemOpen) _carried.addressesKept = fields;
 }
 
-bool Witness::IsKeptAfterAll(const engine::Remark& remark) const {
+bool SourceWitness::IsKeptAfterAll(const engine::Remark& remark) const {
   if (remark.kind != engine::RemarkKind::kHeaderTextLost) return false;
   const auto* field = std::ranges::find(Tessary::kAddressFields, remark.place);
   return field != Tessary::kAddressFields.end() &&
