@@ -29,6 +29,9 @@ struct StoreDiagnostics {
   std::uint64_t foldersCommitted = 0;
   std::uint64_t attachmentsSaved = 0;
   std::uint64_t fileSize = 0;  // bytes, as of the last commit
+  // Bytes that can surely be added before the file reaches its size limit, in what the file counts:
+  // blocks with their ends and padding. What has been added and not yet committed is taken off.
+  std::uint64_t roomLeft = 0;
 
   std::uint64_t failures = 0;  // of calls that concern this file
   Failure firstFailure;

@@ -142,6 +142,7 @@ void StoreCore::Publish() {
   _record->foldersCreated = statistics.foldersCreated;
   _record->foldersCommitted = statistics.foldersCommitted;
   _record->fileSize = _store->database().FileSize();
+  _record->roomLeft = _store->database().RoomLeft();
   _record->mapsRebuilt = _store->database().mapsWereRebuilt();
   _record->sizeLimitReached = _store->database().sizeLimitReached();
   if (_record->latched || _store->status().ok()) return;

@@ -27,7 +27,8 @@ namespace {
 constexpr std::uint64_t kLeastGrowth = std::uint64_t{4} << 20;
 constexpr std::uint64_t kMostReserve = std::uint64_t{40} << 20;
 // What surely fits a new interval besides map pages and block ends; see SpaceManager::TailRoom.
-constexpr std::uint64_t kRoomPerInterval = kAMapInterval - kMaximumBlockSize - 2048;
+constexpr std::uint64_t kRoomLost = kMaximumBlockSize + 2048;
+constexpr std::uint64_t kRoomPerInterval = kAMapInterval - kRoomLost;
 
 constexpr std::uint64_t IntervalsFor(std::uint64_t room) {
   return (room + kRoomPerInterval - 1) / kRoomPerInterval;
@@ -68,6 +69,16 @@ Status NodeDatabase::Impl::EnsureRoom(std::uint64_t bytes) {
   return _space.TailRoom() >= needed ? Status() : Grow(needed);
 }
 
+std::uint64_t NodeDatabase::Impl::RoomLeft() const {
+  // Before the first modification nothing is known of space within the file.
+  const std::uint64_t end = _modifying ? _space.end() : committed.endOfFile;
+  if (end > options.sizeLimit) return 0;
+  const std::uint64_t growth = (options.sizeLimit - end) / kAMapInterval * kRoomPerInterval;
+  const std::uint64_t room = growth + (_modifying ? _space.TailRoom() : 0);
+  const std::uint64_t needed = CommitBound() + keepForCommit + keepForCommit / 8 + kRoomLost;
+  return room > needed ? room - needed : 0;
+}
+
 Result<FileOffset> NodeDatabase::Impl::NewBlockPlace(std::uint64_t size) {
   if (Status s = EnsureRoom(size + keepForCommit + keepForCommit / 8); !s.ok()) return s;
   const auto at = _space.Allocate(size, kBlockAlignment);
@@ -80,7 +91,9 @@ Result<FileOffset> NodeDatabase::Impl::NewBlockPlace(std::uint64_t size) {
 Status NodeDatabase::Impl::Grow(std::uint64_t needed) {
   if (!_growthFailure.ok()) return _growthFailure;
   const std::uint64_t end = _space.end();
-  const std::uint64_t least = end + IntervalsFor(needed) * kAMapInterval;
+  // What the rest of the last interval holds may be less than nothing, by what an end loses.
+  const std::uint64_t missing = needed - std::min(needed, _space.TailRoom()) + kRoomLost;
+  const std::uint64_t least = end + IntervalsFor(missing) * kAMapInterval;
   if (least > options.sizeLimit) {
     sizeLimitReached = true;
     return {StatusCode::kDiskFull, "the file has reached its size limit of " +

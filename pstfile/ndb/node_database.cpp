@@ -242,6 +242,7 @@ CryptMethod NodeDatabase::crypt() const { return _impl->committed.crypt; }
 bool NodeDatabase::mapsWereRebuilt() const { return _impl->mapsRebuilt; }
 bool NodeDatabase::sizeLimitReached() const { return _impl->sizeLimitReached; }
 std::uint64_t NodeDatabase::FileSize() const { return _impl->committed.endOfFile; }
+std::uint64_t NodeDatabase::RoomLeft() const { return _impl->RoomLeft(); }
 std::uint32_t NodeDatabase::Unique() const { return _impl->committed.unique; }
 
 Result<std::optional<NodeRecord>> NodeDatabase::FindNode(NodeId nid) const {

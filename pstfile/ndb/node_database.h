@@ -177,6 +177,10 @@ class NodeDatabase {
 
   // Bytes of blocks written since the last commit, as on disk.
   std::uint64_t TransactionBytes() const;
+  // Bytes of blocks, ends and padding included, that can surely be written before the file reaches
+  // its size limit, with everything that a commit then needs. What is written meanwhile is taken
+  // off, committed or not; a full disk is not foreseen.
+  std::uint64_t RoomLeft() const;
   // Holds `bytes` of file space back from WriteBlock, for blocks that must still be written when
   // the disk turns out full (tails of tables). Set it to 0 just before writing those, and back
   // after the Commit.

@@ -69,6 +69,7 @@ class NodeDatabase::Impl : private PageSink {
   platform::Status Commit();
   platform::Status Close();
   void GiveUp(const platform::Status& why);
+  std::uint64_t RoomLeft() const;
 
   // State, in the open for the methods of NodeDatabase.
   platform::FileSystem& files;
