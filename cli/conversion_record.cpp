@@ -55,6 +55,11 @@ EntryWords Words(const ConversionRecord& record, const MessageRemark& remark) {
   return {InWords(record, remark), {}, Joined(remark.remark.place, remark.remark.text)};
 }
 
+EntryWords Words(const ConversionRecord& record, const DuplicateMessage& duplicate) {
+  return {InWords(record, duplicate), "a copy of it is in",
+          FolderPath(record.folders[duplicate.copyIn].path)};
+}
+
 EntryWords Words(const ConversionRecord&, const SkippedPath& path) {
   const Reason reason = ReasonOf(path.reason);
   return {PathForDisplay(path.path),

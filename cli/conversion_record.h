@@ -14,6 +14,7 @@
 #include "cli/options.h"
 #include "cli/reasons.h"
 #include "engine/source_observer.h"
+#include "moves/item_filter.h"
 #include "platform/time.h"
 
 namespace parvane::cli {
@@ -54,6 +55,8 @@ struct FolderAccount {
   std::uint64_t written = 0;
   std::uint64_t failed = 0;
   std::uint64_t bytes = 0;  // of messages read
+  // Messages that the source has and nobody wanted read, by why (moves/item_filter.h).
+  std::array<std::uint64_t, moves::kPassedOverReasons> passedOver{};
 };
 
 // Where a message comes from.
@@ -69,6 +72,11 @@ struct FailedMessage : MessagePlace {
   FailureKind kind{};
   std::string detail;   // what is known beyond the kind
   std::string details;  // sender, date and subject, as far as they could be read
+};
+
+// A message that was left out, for there is a copy of it.
+struct DuplicateMessage : MessagePlace {
+  std::size_t copyIn = 0;  // the folder
 };
 
 struct LeftOutPart {
@@ -162,6 +170,7 @@ struct ConversionRecord {
   Listing<FailedMessage> failures;                        // to be added to by Add
   std::array<std::uint64_t, kFailureKinds> failuresOf{};  // of each kind
   Listing<LeftOutPart> leftOutParts;
+  Listing<DuplicateMessage> duplicates;
   std::array<Listing<MessageRemark>, engine::kRemarkKinds> remarks;  // a list for each kind
   Listing<SuspectedSeparator> separators;
   std::uint64_t separatorsTextByStrictRule = 0;  // of those
@@ -208,6 +217,12 @@ struct ConversionRecord {
   std::uint64_t Written() const { return Sum(&FolderAccount::written); }
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
   std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
+
+  std::uint64_t PassedOver(moves::Verdict why) const {
+    std::uint64_t sum = 0;
+    for (const FolderAccount& folder : folders) sum += folder.passedOver[ReasonIndex(why)];
+    return sum;
+  }
 
   void AddKept(const carry::MailCounts& counts) {
     for (std::size_t i = 0; i < carry::kMailCounts; ++i) {
@@ -269,6 +284,7 @@ EntryWords Words(const ConversionRecord& record, const FailedMessage& failure);
 EntryWords Words(const ConversionRecord& record, const SuspectedSeparator& separator);
 EntryWords Words(const ConversionRecord& record, const LeftOutPart& part);
 EntryWords Words(const ConversionRecord& record, const MessageRemark& remark);
+EntryWords Words(const ConversionRecord& record, const DuplicateMessage& duplicate);
 EntryWords Words(const ConversionRecord& record, const SkippedPath& path);
 EntryWords Words(const ConversionRecord& record, const ReadFailure& failure);
 EntryWords Words(const ConversionRecord& record, const UnusedIndex& index);

@@ -17,6 +17,7 @@
 #include "cli/pst_writing.h"
 #include "cli/report.h"
 #include "cli/same_file.h"
+#include "cli/selection.h"
 #include "cli/source_names.h"
 #include "cli/source_opening.h"
 #include "cli/source_plan.h"
@@ -164,7 +165,9 @@ class Conversion {
     IAssetFolderMutable* top = _writing.Open();
     if (!top) return false;
     _witness.BeginCopying();
-    FolderCopy(_sources.plan(), _record, _witness, _logs, _progress, _interrupt).Run(*top);
+    Selection selection(_options);
+    FolderCopy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt)
+        .Run(*top);
     _writing.Close();
     return true;
   }

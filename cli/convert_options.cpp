@@ -28,6 +28,9 @@ behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
 // Outlook's own default limit for a PST.
 constexpr const char* kDefaultSizeLimit = "50GB";
 
+constexpr Word<Dedup> kDedups[] = {
+    {"off", Dedup::kOff}, {"folder", Dedup::kFolder}, {"all", Dedup::kAll}};
+
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
 
 }  // namespace
@@ -47,6 +50,12 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_flag("--overwrite", _options.overwrite,
                 "replace the PST when it is there already (never a file that is no PST)")
       ->excludes(append);
+  command
+      .add_flag("--skip-existing", _options.skipExisting,
+                "with --append: do not write again what the PST's folder has already")
+      ->needs(append);
+  AddChoice(command, "--dedup", _options.dedup, kDedups,
+            "leave out copies of a message: those in its folder, or in all folders");
   DescribeMapi(command, _options.mapi, "writes");
   command
       .add_option("--size-limit", _sizeLimit,
@@ -81,6 +90,8 @@ std::string ConvertArguments::Understand() {
   _options.destination = Path(_paths.back());
   _paths.pop_back();
   if (std::string fault = _sources.Understand(_paths); !fault.empty()) return fault;
+  // A later run is to know again what this one writes.
+  if (_options.skipExisting || _options.dedup != Dedup::kOff) _options.keep.keys = true;
   _options.log = Path(_log);
   _options.detailedLog = Path(_detailedLog);
   _options.report = Path(_report);

@@ -62,7 +62,8 @@ std::size_t FolderCopy::BeginAccount(const PlannedFolder& planned) {
 
 bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
   const std::size_t first = BeginAccount(planned);
-  const bool goesOn = CopyInto(target, planned);
+  const bool goesOn = CopyInto(target, planned, first);
+  _selection.EndFolder(first);
   planned.source->ResetQuery();  // closes its file
   if (_record.error.empty()) LogFolders(first);
   return goesOn;
@@ -78,10 +79,11 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
     const auto& [planned, target, account] = turn->second;
     _progress.GoOnWith(planned->path);
     _witness.BeginFolder(account);
-    goesOn = CopyInto(target, *planned);
+    goesOn = CopyInto(target, *planned, account);
   }
   source.EndTurns();
   for (const auto& [folder, turn] : _turns) {
+    _selection.EndFolder(turn.account);
     if (!goesOn && _record.folders[turn.account].read == 0)
       _record.notBegun.push_back({turn.planned->path, folder->FolderDiskPath().value_or(u"")});
   }
@@ -90,16 +92,22 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
   return goesOn;
 }
 
-bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& planned) {
+bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& planned,
+                          std::size_t account) {
   if (!target) {
     _record.Fail(RunProblem::kFolderNotMade,
                  _witness.Reason("the folder " + FolderPath(planned.path) + " could not be made"));
     return false;
   }
+  if (const platform::Status begun = _selection.BeginFolder(account, *target); !begun.ok()) {
+    _record.Fail(RunProblem::kPstNotRead, FolderPath(planned.path) + ": " + begun.message());
+    return false;
+  }
   std::string problem;
   OperationResultCode code = OperationResultCode::Failed;
+  moves::SelectedFolder source(*planned.source, _selection, *this);
   try {
-    code = target->CopyAssets(planned.source, &_progress, &_witness, &_witness).Code;
+    code = target->CopyAssets(&source, &_progress, &_witness, &_witness).Code;
     if (code == OperationResultCode::Failed) problem = "the folder does not take these items";
   } catch (const std::exception& error) {
     problem = InWords(error);
@@ -109,9 +117,16 @@ bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& plan
     _record.Fail(RunProblem::kBrokeOff, FolderPath(planned.path) + ": " + problem);
     return false;
   }
-  if (code != OperationResultCode::Canceled) return true;
+  if (code != OperationResultCode::Canceled && !_enough) return true;
   _record.interrupted = _interrupt.Requested();
   return false;
+}
+
+bool FolderCopy::ItemPassedOver(const moves::Judgement& why, std::int64_t units) {
+  _witness.PassOver(why);
+  _progress.IncrementCurrentBy(units);
+  _enough = _witness.Cancel();
+  return !_enough;
 }
 
 // A folder that filled up was continued in others.

@@ -10,18 +10,22 @@
 #include "cli/folder_plan.h"
 #include "cli/logs.h"
 #include "cli/progress.h"
+#include "cli/selection.h"
 #include "cli/source_witness.h"
 #include "engine/folders.h"
 #include "engine/turns.h"
+#include "moves/selected_folder.h"
 #include "platform/process.h"
 
 namespace parvane::cli {
 
-class FolderCopy {
+class FolderCopy : private moves::SelectionObserver {
  public:
-  FolderCopy(const FolderPlan& plan, ConversionRecord& record, SourceWitness& witness, Logs& logs,
-             Progress& progress, const platform::InterruptWatch& interrupt)
+  FolderCopy(const FolderPlan& plan, Selection& selection, ConversionRecord& record,
+             SourceWitness& witness, Logs& logs, Progress& progress,
+             const platform::InterruptWatch& interrupt)
       : _plan(plan),
+        _selection(selection),
         _record(record),
         _witness(witness),
         _logs(logs),
@@ -44,7 +48,9 @@ class FolderCopy {
   // A new account in the record.
   std::size_t BeginAccount(const PlannedFolder& planned);
   // False when the copy has to stop, which is noted.
-  bool CopyInto(QuelmarMIMEEngineCommon::IAssetFolderMutable* target, const PlannedFolder& planned);
+  bool CopyInto(QuelmarMIMEEngineCommon::IAssetFolderMutable* target, const PlannedFolder& planned,
+                std::size_t account);
+  bool ItemPassedOver(const moves::Judgement& why, std::int64_t units) override;
   void LogFolders(std::size_t first);
   // From this folder of the plan on.
   void NoteNotBegun(std::size_t first);
@@ -56,11 +62,13 @@ class FolderCopy {
   };
 
   const FolderPlan& _plan;
+  Selection& _selection;
   ConversionRecord& _record;
   SourceWitness& _witness;
   Logs& _logs;
   Progress& _progress;
   const platform::InterruptWatch& _interrupt;
+  bool _enough = false;        // ItemPassedOver said so
   std::size_t _firstTurn = 0;  // of the accounts of these
   std::unordered_map<const QuelmarMIMEEngineCommon::IAssetFolder*, Turn> _turns;
 };

@@ -16,6 +16,8 @@ namespace parvane::cli {
 
 // Who writes and reads PSTs: this program, or the mail program of the system (Windows).
 enum class MapiChoice { kBuiltin, kOutlook };
+// Of which messages one copy is written.
+enum class Dedup { kOff, kFolder, kAll };
 enum class ProgressChoice { kAuto, kLines, kNever };
 
 // What comes along with a message beside what the conversion itself writes.
@@ -46,6 +48,8 @@ struct ConvertOptions : SourceOptions {
   MapiChoice mapi = MapiChoice::kBuiltin;
   bool append = false;
   bool overwrite = false;
+  bool skipExisting = false;  // what the PST has already is not written again
+  Dedup dedup = Dedup::kOff;
   std::u16string log;  // empty: none, here and below
   std::u16string detailedLog;
   std::u16string report;

@@ -65,6 +65,7 @@ void PstWriting::Watch() {
   _witness.Watch(*_account);
   engine::ObserveDestination(*_store, &_witness);
   const KeepChoice& keep = _options.keep;
+  if (keep.keys) _steps.Add(_keyStep);
   if (keep.state) _steps.Add(_stateStep);
   if (keep.headers) _steps.Add(_headerStep);
   if (keep.dates) _steps.Add(_dateStep);

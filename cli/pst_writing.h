@@ -9,6 +9,7 @@
 #include "carry/date_step.h"
 #include "carry/header_step.h"
 #include "carry/inline_step.h"
+#include "carry/key_step.h"
 #include "carry/once_step.h"
 #include "carry/parts_step.h"
 #include "carry/state_step.h"
@@ -67,6 +68,7 @@ class PstWriting {
   ConversionRecord& _record;
   Witness& _witness;
   Progress& _progress;
+  carry::KeyStep _keyStep;
   carry::StateStep _stateStep{_witness};
   carry::WinmailStep _winmailStep{_witness};
   carry::AddressStep _addressStep{_witness};

@@ -169,6 +169,8 @@ std::string_view CodeOf(RunProblem problem) {
       return "no-mail-found";
     case RunProblem::kPstNotOpened:
       return "pst-not-opened";
+    case RunProblem::kPstNotRead:
+      return "pst-not-read";
     case RunProblem::kPstNotWritten:
       return "pst-not-written";
     case RunProblem::kNameNotTaken:

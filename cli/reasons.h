@@ -2,6 +2,7 @@
 // changes its meaning, and in words for people. A new kind is a new row here.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <exception>
 #include <string>
@@ -10,6 +11,7 @@
 #include "carry/item_in_hand.h"
 #include "carry/state_step.h"
 #include "engine/source_observer.h"
+#include "moves/item_filter.h"
 #include "platform/status.h"
 
 namespace parvane::cli {
@@ -31,6 +33,7 @@ enum class RunProblem {
   kSourceNotOpened,
   kNoMailFound,
   kPstNotOpened,
+  kPstNotRead,
   kPstNotWritten,
   kNameNotTaken,
   kFolderNotMade,
@@ -44,6 +47,19 @@ struct Reason {
   std::string_view text;
   std::string_view advice = {};  // what the owner of the mail can do about it; often nothing
 };
+
+// Of messages that are passed over: the key of their count in the report, and its line in the
+// summary.
+struct PassedOverWords {
+  moves::Verdict why;
+  std::string_view code;
+  std::string_view text;
+};
+inline constexpr std::array<PassedOverWords, moves::kPassedOverReasons> kPassedOverWords = {
+    {{moves::Verdict::kNotChosen, "notChosen", "Messages that were not chosen"},
+     {moves::Verdict::kAlreadyThere, "alreadyThere",
+      "Messages that were already there, and not written again"},
+     {moves::Verdict::kDuplicate, "copiesLeftOut", "Copies of messages, left out"}}};
 
 Reason ReasonOf(engine::SkipReason reason);
 Reason ReasonOf(engine::SuspiciousSeparatorReason reason);

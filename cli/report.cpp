@@ -109,6 +109,8 @@ class ReportWriter {
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
     _json.Key("copiesSkipped").Number(_record.copiesSkipped);
     _json.Key("folderDataSkipped").Number(_record.folderDataSkipped);
+    for (const PassedOverWords& words : kPassedOverWords)
+      _json.Key(words.code).Number(_record.PassedOver(words.why));
     Kept();
     _json.Key("failures").BeginObject();
     for (std::size_t i = 0; i < kFailureKinds; ++i) {
@@ -166,6 +168,8 @@ class ReportWriter {
       _json.Key("written").Number(folder.written);
       _json.Key("failed").Number(folder.failed);
       _json.Key("bytes").Number(folder.bytes);
+      for (const PassedOverWords& words : kPassedOverWords)
+        _json.Key(words.code).Number(folder.passedOver[ReasonIndex(words.why)]);
       _json.EndObject();
     }
     _json.EndArray();

@@ -16,6 +16,7 @@ class ListWriter {
   void Run() {
     Failures();
     Remarks();
+    Duplicates();
     LeftOutParts();
     Separators();
     Skipped();
@@ -87,6 +88,17 @@ class ListWriter {
         _json.Key("text").String(entry.remark.text);
         EndEntry();
       }
+    }
+    _json.EndArray();
+  }
+
+  void Duplicates() {
+    _json.Key("duplicates").BeginArray();
+    for (const DuplicateMessage& entry : _record.duplicates.entries) {
+      _json.BeginObject();
+      Message(entry);
+      WritePath(_json, "copyIn", _record.folders[entry.copyIn].path);
+      EndEntry();
     }
     _json.EndArray();
   }

@@ -1,5 +1,7 @@
 #include "cli/source_witness.h"
 
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "cli/format.h"
@@ -50,6 +52,22 @@ void SourceWitness::MessageRead(const engine::MessageLocation& message) {
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
   folder.bytes += message.size;
+}
+
+void SourceWitness::PassOver(const moves::Judgement& why) {
+  if (!_itemOpen) return;
+  _itemOpen = false;
+  if (_itemProblem) return AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), {});
+  FolderAccount& folder = _record.folders[_item.folder];
+  --folder.read;
+  folder.bytes -= _itemSize;
+  ++folder.passedOver[ReasonIndex(why.verdict)];
+  if (why.verdict == moves::Verdict::kDuplicate) {
+    DuplicateMessage duplicate{_item, why.copyIn};
+    _logs.Detailed("Left out: " + Describe(_record, duplicate));
+    const std::size_t text = duplicate.messageId.size();
+    _record.duplicates.Add(std::move(duplicate), text);
+  }
 }
 
 void SourceWitness::MessageNamed(const engine::MessageLocation&, std::string_view messageId) {

@@ -47,6 +47,9 @@ class SourceWitness : public engine::SourceObserver,
   std::vector<std::u16string> TakeOrphans() { return std::exchange(_orphans, {}); }
   // Thunderbird has the profile open.
   void ProfileInUse(const std::u16string& profile);
+  // The message read last is not wanted, and does not count as read; one that could not be parsed
+  // has failed all the same.
+  void PassOver(const moves::Judgement& why);
 
   // ICancelable
   bool Cancel() override { return _interrupt.Requested(); }

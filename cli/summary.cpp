@@ -122,6 +122,10 @@ class SummaryWriter {
       const std::string_view text = WordsOf(static_cast<carry::MailCount>(kind)).text;
       if (count > 0 && !text.empty()) Line(fmt::format("{}: {}", text, WithThousands(count)));
     }
+    for (const PassedOverWords& words : kPassedOverWords) {
+      if (const std::uint64_t count = _record.PassedOver(words.why); count > 0)
+        Line(fmt::format("{}: {}", words.text, WithThousands(count)));
+    }
     if (_record.deletedSkipped > 0) {
       Line(fmt::format("Messages marked as deleted and left out: {}",
                        WithThousands(_record.deletedSkipped)));

@@ -17,7 +17,8 @@ endforeach()
 target_compile_features(parvane_library INTERFACE cxx_std_20)
 target_link_libraries(parvane_library INTERFACE
   $<INSTALL_INTERFACE:ICU::i18n> $<INSTALL_INTERFACE:ICU::uc> $<INSTALL_INTERFACE:ICU::data>
-  $<INSTALL_INTERFACE:pugixml::pugixml> $<INSTALL_INTERFACE:LibArchive::LibArchive>)
+  $<INSTALL_INTERFACE:pugixml::pugixml> $<INSTALL_INTERFACE:LibArchive::LibArchive>
+  $<INSTALL_INTERFACE:PkgConfig::NETTLE>)
 
 # The asset model, the store factory, the MAPI declarations with entry points and diagnostics, the
 # integrity checker, the mail facade, and what these include.
@@ -65,7 +66,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${PARVANE_SUPPORT_CONTACT}")
 set(CPACK_DEBIAN_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libicu-dev, libpugixml-dev, libarchive-dev")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libicu-dev, libpugixml-dev, libarchive-dev, nettle-dev")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -7,6 +7,7 @@
 
 #include "engine/asset_bases.h"
 #include "engine/destination_observer.h"
+#include "engine/mapi_folder.h"
 #include "mapi/folder.h"
 
 namespace parvane::mapi {
@@ -15,7 +16,7 @@ class IMAPISession;
 
 namespace QuelmarMIMEEngineCommon {
 
-class PSTMAPIAssetFolder : public AssetFolderBase {
+class PSTMAPIAssetFolder : public AssetFolderBase, public parvane::engine::IMapiFolderHolder {
  public:
   // Takes over the caller's reference to `mapiFolder`; the session stays its store's.
   PSTMAPIAssetFolder(parvane::mapi::IMAPISession* session, parvane::mapi::IMAPIFolder* mapiFolder,
@@ -28,6 +29,7 @@ class PSTMAPIAssetFolder : public AssetFolderBase {
   std::unique_ptr<IAssetQueryResult> QueryAsset() override { return nullptr; }
   void ResetQuery() override {}
   void Release() override;
+  parvane::mapi::IMAPIFolder* MapiFolder() const override { return _mapiFolderP; }
 
  protected:
   parvane::mapi::IMAPISession* _mapiSessionP;  // borrowed

@@ -18,6 +18,7 @@
 #include "platform/file.h"
 #include "platform/stage_times.h"
 #include "platform/text.h"
+#include "sources/message_key.h"
 #include "sources/message_repair.h"
 
 namespace QuelmarMIMEEngineCommon {
@@ -89,7 +90,7 @@ MBOXEmailAsset::MBOXEmailAsset(const ByteSlice& message, std::shared_ptr<std::st
                                parvane::engine::SourceObserver* observer,
                                const parvane::engine::MessageLocation& location,
                                const StateReader& readState)
-    : _observer(observer), _location(location) {
+    : _observer(observer), _location(location), _message(message) {
   Parse(message, true, std::move(headerBuffer), readState);
 }
 
@@ -225,6 +226,33 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
   return success;
 }
 
+std::optional<parvane::engine::MessageKey> MBOXEmailAsset::Key() {
+  if (_key || _message.empty()) return _key;
+  try {
+    _key = parvane::sources::KeyOf(_message.view());
+  } catch (const std::bad_alloc&) {
+    // Which is asked for once in a process, where the system does the sums.
+  }
+  return _key;
+}
+
+parvane::platform::FileTime MBOXEmailAsset::Delivered() const {
+  if (!_emailP) return {};
+  if (_state && _state->undated) return _state->date.value.value_or(parvane::platform::FileTime{});
+  Tessary::EmailMessage& email = *Parsed();
+  parvane::platform::FileTime time{};
+  Tessary::DateValue date;
+  std::string scratch;
+  std::string_view text;
+  if (email.Field("Delivery-Date", scratch, text)) {
+    date.SetFromRfc822(text);
+    date.GetAsFileTime(false, &time);
+  } else if (!LacksDate() && email.Date(date)) {
+    date.GetAsFileTime(false, &time);
+  }
+  return time;
+}
+
 bool MBOXEmailAsset::ConvertToMBOX(std::ostream*) { return true; }
 
 bool MBOXEmailAsset::ConvertToEML(std::ostream*) { return false; }
@@ -238,6 +266,7 @@ std::string_view MBOXEmailAsset::HeaderAsItCame(const parvane::convert::MailInHa
 
 void MBOXEmailAsset::Release() {
   _emailP.reset();
+  _message = {};
   _header = {};
   _headersInside.clear();
   EmailAssetBase::Release();

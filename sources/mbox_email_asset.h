@@ -5,6 +5,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,6 +13,7 @@
 
 #include "convert/conversion_step.h"
 #include "engine/asset_bases.h"
+#include "engine/message_facts.h"
 #include "engine/message_state.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
@@ -31,6 +33,7 @@ std::string_view MessageIdIn(const Tessary::MimeHeader& header);
 
 class MBOXEmailAsset : public EmailAssetBase,
                        public parvane::engine::IStatefulAsset,
+                       public parvane::engine::IMessageFacts,
                        public parvane::convert::IMailAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
@@ -62,6 +65,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   void SetState(std::unique_ptr<parvane::engine::MessageState> state) { _state = std::move(state); }
   parvane::engine::MessageState* MutableState() { return _state.get(); }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
+  std::optional<parvane::engine::MessageKey> Key() override;
+  parvane::platform::FileTime Delivered() const override;
   // As it is converted, its header repaired. Null when it could not be parsed.
   Tessary::EmailMessage* Parsed() const;
   // Known only to observed items.
@@ -89,7 +94,9 @@ class MBOXEmailAsset : public EmailAssetBase,
   std::unique_ptr<parvane::engine::MessageState> _state;  // null: nobody asked
   std::vector<parvane::engine::Remark> _remarks;          // of what the parse saw
   parvane::sources::DateBefore _dateBefore;
-  Tessary::ByteSlice _header;  // as it came
+  Tessary::ByteSlice _message;  // as it came, as is the header
+  Tessary::ByteSlice _header;
+  std::optional<parvane::engine::MessageKey> _key;
   parvane::sources::RepairNotes::HeadersInside _headersInside;
   parvane::convert::ConversionStep* _step = nullptr;
 };

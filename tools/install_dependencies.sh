@@ -12,7 +12,7 @@
 set -eu
 
 build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
-libarchive-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
+libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel"
 clang="clang libclang-rt-dev"
 bench="libgmime-3.0-dev zlib1g-dev"
