@@ -4,7 +4,6 @@
 
 #include "cli/foreign_folders.h"
 #include "engine/destination_observer.h"
-#include "engine/item_step.h"
 #include "factory/store_factory.h"
 #include "mapi/options.h"
 #include "mapi/system_entry_points.h"
@@ -64,18 +63,7 @@ void PstWriting::Watch() {
   _account = builtin ? BuiltinAccount(_claim.path()) : SystemAccount(_claim.path());
   _witness.Watch(*_account);
   engine::ObserveDestination(*_store, &_witness);
-  const KeepChoice& keep = _options.keep;
-  if (keep.keys) _steps.Add(_keyStep);
-  if (keep.state) _steps.Add(_stateStep);
-  if (keep.headers) _steps.Add(_headerStep);
-  if (keep.dates) _steps.Add(_dateStep);
-  if (keep.parts) _steps.Add(_onceStep);
-  if (keep.winmail) _steps.Add(_winmailStep);
-  if (keep.addresses) _steps.Add(_addressStep);
-  if (keep.parts) _steps.Add(_partsStep);
-  if (keep.inlines) _steps.Add(_inlineStep);
-  if (keep.headers || keep.dates || keep.parts || keep.inlines) _steps.Add(_itemInHand);
-  if (!_steps.empty()) engine::InsertItemStep(*_store, &_steps);
+  _steps.InsertInto(*_store);
 }
 
 void PstWriting::Close() {

@@ -5,20 +5,11 @@
 #include <optional>
 #include <string_view>
 
-#include "carry/address_step.h"
-#include "carry/date_step.h"
-#include "carry/header_step.h"
-#include "carry/inline_step.h"
-#include "carry/key_step.h"
-#include "carry/once_step.h"
-#include "carry/parts_step.h"
-#include "carry/state_step.h"
-#include "carry/step_chain.h"
-#include "carry/winmail_step.h"
 #include "cli/conversion_record.h"
 #include "cli/destination.h"
 #include "cli/destination_claim.h"
 #include "cli/folder_plan.h"
+#include "cli/keep_steps.h"
 #include "cli/mapi_run.h"
 #include "cli/options.h"
 #include "cli/progress.h"
@@ -68,17 +59,7 @@ class PstWriting {
   ConversionRecord& _record;
   Witness& _witness;
   Progress& _progress;
-  carry::KeyStep _keyStep;
-  carry::StateStep _stateStep{_witness};
-  carry::WinmailStep _winmailStep{_witness};
-  carry::AddressStep _addressStep{_witness};
-  carry::ItemInHand _itemInHand{_witness};
-  carry::HeaderStep _headerStep{_itemInHand};
-  carry::DateStep _dateStep{_itemInHand};
-  carry::OnceStep _onceStep;
-  carry::PartsStep _partsStep{_itemInHand, _steps};
-  carry::InlineStep _inlineStep{_itemInHand};
-  carry::StepChain _steps;
+  KeepSteps _steps{_options.keep, _witness};
   std::optional<MapiRun> _mapi;
   std::unique_ptr<PstAccount> _account;
   std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStoreMutable> _store;
