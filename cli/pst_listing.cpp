@@ -1,15 +1,12 @@
 #include "cli/pst_listing.h"
 
-#include <algorithm>
-#include <set>
 #include <span>
 
 #include <fmt/format.h>
 
-#include "cli/format.h"
+#include "cli/pst_folders.h"
 #include "cli/pst_rows.h"
 #include "mapi/constants.h"
-#include "mapi/diagnostics.h"
 #include "mapi/identifiers.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
@@ -24,16 +21,7 @@ using mapi::SPropValue;
 using mapi::SRow;
 using platform::Status;
 
-std::string Bytes(const SPropValue* property) {
-  if (!property) return {};
-  return {reinterpret_cast<const char*>(property->Value.bin.lpb), property->Value.bin.cb};
-}
-
 mapi::ULONG NumberOf(const SPropValue* property) { return property ? property->Value.ul : 0; }
-
-mapi::ENTRYID* EntryId(std::string& bytes) {
-  return reinterpret_cast<mapi::ENTRYID*>(bytes.data());
-}
 
 using Path = std::vector<std::u16string>;
 
@@ -43,36 +31,24 @@ struct Place {
   std::uint64_t message;  // from 1
 };
 
-class Walker {
+class Walker : public PstFolderVisitor {
  public:
   Walker(const PstSession& session, ListingSink& sink)
       : _session(session), _sink(sink), _keywords(KeywordsIn(session.store())) {}
 
-  Status Run() {
-    auto top = _session.TopFolder();
-    if (!top.ok()) return top.status();
-    QueueChildren(**top, {});
-    while (!_pending.empty()) {
-      const Pending next = std::move(_pending.back());
-      _pending.pop_back();
-      VisitFolder(next);
-    }
-    return {};
+  bool Visit(const Path& path, IMAPIFolder& folder) override {
+    ListedFolder listed{path};
+    Count(folder, listed);
+    _sink.BeginFolder(listed);
+    if (_sink.WantsMessages()) ListMessages(folder, listed);
+    _sink.EndFolder();
+    return true;
   }
+  void Unreadable(const std::string& what) override { _sink.Unreadable(what); }
 
  private:
-  struct Pending {
-    std::string entryId;
-    Path path;
-  };
-
   void Unreadable(const Path& folder, std::string_view what) {
-    // The built-in MAPI knows the reason, and forgets it here: the next fault has one of its own.
-    const std::string& why = mapi::LastFailure().text;
-    _sink.Unreadable(fmt::format("{}: {} cannot be read{}{}",
-                                 folder.empty() ? "the top folder" : FolderPath(folder), what,
-                                 why.empty() ? "" : ": ", why));
-    mapi::ResetDiagnostics();
+    Unreadable(UnreadableText(folder, what));
   }
 
   // The cell; null when there is none, and, which is told, when it cannot be read.
@@ -85,42 +61,6 @@ class Walker {
       Unreadable(place.folder, fmt::format("{} of message {}", what, place.message));
     }
     return nullptr;
-  }
-
-  void QueueChildren(IMAPIFolder& folder, const Path& path) {
-    ComPointer<IMAPITable> table;
-    folder.GetHierarchyTable(mapi::MAPI_UNICODE, table.Put());
-    mapi::SizedSPropTagArray<2> columns = {2, {mapi::PR_ENTRYID, mapi::PR_DISPLAY_NAME_W}};
-    const std::size_t firstChild = _pending.size();
-    const auto queue = [&](const SRow& row, std::uint64_t number) {
-      Pending child{Bytes(FindProperty(row, mapi::PR_ENTRYID)), path};
-      const SPropValue* name = FindProperty(row, mapi::PR_DISPLAY_NAME_W);
-      if (!name) Unreadable(path, fmt::format("the name of its folder {}", number));
-      child.path.push_back(name ? TextOf(name) : u"?");
-      // A damaged file may name a folder twice, or within itself.
-      if (_seen.insert(child.entryId).second) _pending.push_back(std::move(child));
-    };
-    const auto lost = [&](std::uint64_t first, std::uint64_t last) {
-      Unreadable(path, fmt::format("the list of its folders, {} to {},", first, last));
-    };
-    if (!table || !ForEachRow(*table, columns.get(), {queue, lost}))
-      Unreadable(path, "the list of its folders");
-    std::reverse(_pending.begin() + static_cast<std::ptrdiff_t>(firstChild), _pending.end());
-  }
-
-  void VisitFolder(const Pending& entry) {
-    std::string id = entry.entryId;
-    mapi::ULONG type = 0;
-    ComPointer<IMAPIFolder> folder;
-    _session.store().OpenEntry(static_cast<mapi::ULONG>(id.size()), EntryId(id), nullptr,
-                               mapi::MAPI_BEST_ACCESS, &type, folder.PutUnknown());
-    if (!folder) return Unreadable(entry.path, "the folder, with all that is in it,");
-    ListedFolder listed{entry.path};
-    Count(*folder, listed);
-    _sink.BeginFolder(listed);
-    if (_sink.WantsMessages()) ListMessages(*folder, listed);
-    _sink.EndFolder();
-    QueueChildren(*folder, entry.path);
   }
 
   // `tells`: of what cannot be read.
@@ -181,7 +121,7 @@ class Walker {
     message.draft = (flags & mapi::MSGFLAG_UNSENT) != 0;
     AddMarks(row, message);
     if ((flags & mapi::MSGFLAG_HASATTACH) &&
-        !AddAttachments(Bytes(FindProperty(row, mapi::PR_ENTRYID)), message)) {
+        !AddAttachments(BytesOf(FindProperty(row, mapi::PR_ENTRYID)), message)) {
       Unreadable(place.folder, fmt::format("the attachments of message {}", place.message));
     }
     return message;
@@ -224,8 +164,8 @@ class Walker {
   bool AddAttachments(std::string entryId, ListedMessage& listed) {
     mapi::ULONG type = 0;
     ComPointer<mapi::IMessage> message;
-    _session.store().OpenEntry(static_cast<mapi::ULONG>(entryId.size()), EntryId(entryId), nullptr,
-                               0, &type, message.PutUnknown());
+    _session.store().OpenEntry(static_cast<mapi::ULONG>(entryId.size()), EntryIdOf(entryId),
+                               nullptr, 0, &type, message.PutUnknown());
     ComPointer<IMAPITable> table;
     if (message) message->GetAttachmentTable(mapi::MAPI_UNICODE, table.Put());
     if (!table) return false;
@@ -250,12 +190,13 @@ class Walker {
   const PstSession& _session;
   ListingSink& _sink;
   mapi::ULONG _keywords;
-  std::vector<Pending> _pending;  // the next on top
-  std::set<std::string> _seen;
 };
 
 }  // namespace
 
-Status WalkPst(const PstSession& session, ListingSink& sink) { return Walker(session, sink).Run(); }
+Status WalkPst(const PstSession& session, ListingSink& sink) {
+  Walker walker(session, sink);
+  return WalkFolders(session, walker);
+}
 
 }  // namespace parvane::cli
