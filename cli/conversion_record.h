@@ -162,6 +162,7 @@ struct ConversionRecord {
   // destination itself was added to.
   std::u16string partial;
   bool appended = false;
+  bool resumed = false;  // the run goes on with what one has left that did not finish
   MapiChoice mapi = MapiChoice::kBuiltin;
   platform::FileTime started;
   std::uint64_t milliseconds = 0;

@@ -137,10 +137,13 @@ class Conversion {
   }
 
   bool CheckSpace() {
-    SpaceNeeded needed{_sources.plan().TotalBytes(), 0, _options.sizeLimit,
-                       platform::FreeSpace(platform::ParentOfPath(_claim.path()))};
-    if (_record.appended)
-      needed.thereAlready = FileSystem::Default().Inspect(_destination.file).size;
+    SpaceNeeded needed;
+    needed.mailBytes = _sources.plan().TotalBytes();
+    needed.sizeLimit = _options.sizeLimit;
+    needed.freeBytes = platform::FreeSpace(platform::ParentOfPath(_claim.path()));
+    if (_record.appended || _claim.resumes())
+      needed.thereAlready = FileSystem::Default().Inspect(_claim.path()).size;
+    needed.isPartOfIt = _options.skipExisting || _claim.resumes();
     // What is replaced at once makes room.
     if (needed.freeBytes) *needed.freeBytes += _claim.leftover().value_or(0);
     std::string warning;
@@ -166,6 +169,13 @@ class Conversion {
     if (!top) return false;
     _witness.BeginCopying();
     Selection selection(_options);
+    _record.resumed = _claim.resumes();
+    if (_record.resumed) {
+      selection.Resume(_writing.there());
+      Notice(fmt::format("going on with {}: an earlier run has left {} in it",
+                         PathForDisplay(_claim.path()),
+                         Counted(_writing.there().messages(), "message")));
+    }
     FolderCopy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt)
         .Run(*top);
     _writing.Close();

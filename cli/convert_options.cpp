@@ -54,6 +54,10 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_flag("--skip-existing", _options.skipExisting,
                 "with --append: do not write again what the PST's folder has already")
       ->needs(append);
+  command
+      .add_flag("--resume", _options.resume,
+                "go on with the PST that an interrupted conversion of the same sources has left")
+      ->excludes(append);
   AddChoice(command, "--dedup", _options.dedup, kDedups,
             "leave out copies of a message: those in its folder, or in all folders");
   DescribeMapi(command, _options.mapi, "writes");
@@ -84,6 +88,8 @@ std::string ConvertArguments::Understand() {
   if (_paths.size() < 2) return "convert needs at least one SOURCE and the DEST.pst";
   if (_options.mapi == MapiChoice::kOutlook && _sizeLimit)
     return "--size-limit is for the built-in MAPI: Outlook has a limit of its own";
+  if (_options.mapi == MapiChoice::kOutlook && _options.resume)
+    return "--resume is for the built-in MAPI: what Outlook has saved of a PST is not known";
   const auto sizeLimit = ParseSize(_sizeLimit.value_or(kDefaultSizeLimit));
   if (!sizeLimit) return "--size-limit: \"" + *_sizeLimit + "\" is no size such as 20GB";
   _options.sizeLimit = *sizeLimit;
@@ -91,7 +97,8 @@ std::string ConvertArguments::Understand() {
   _paths.pop_back();
   if (std::string fault = _sources.Understand(_paths); !fault.empty()) return fault;
   // A later run is to know again what this one writes.
-  if (_options.skipExisting || _options.dedup != Dedup::kOff) _options.keep.keys = true;
+  if (_options.skipExisting || _options.resume || _options.dedup != Dedup::kOff)
+    _options.keep.keys = true;
   _options.log = Path(_log);
   _options.detailedLog = Path(_detailedLog);
   _options.report = Path(_report);

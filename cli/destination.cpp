@@ -113,7 +113,9 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
   }
   if (!options.append && !options.overwrite) {
     return Refuse(StatusCode::kExists, destination.path,
-                  "exists already; --append adds to it, --overwrite replaces it");
+                  options.resume ? "is finished; --append --skip-existing adds what is missing, "
+                                   "--overwrite replaces it"
+                                 : "exists already; --append adds to it, --overwrite replaces it");
   }
   if (options.append) {
     if (Status handled = CheckIsHandled(destination.path, options.mapi); !handled.ok())

@@ -58,11 +58,14 @@ std::u16string PartialPath(std::u16string_view path) {
 Status DestinationClaim::Take(const Destination& destination, const ConvertOptions& options) {
   _destination = destination;
   _overwrite = options.overwrite;
+  _resume = options.resume;
   _lends = options.mapi == MapiChoice::kBuiltin;
   _path = GrowsApart() ? PartialPath(destination.file) : destination.file;
   if (destination.existed) {
     if (Status taken = TakeOld(); !taken.ok()) return taken;
-    if (Status sound = CheckSound(); !sound.ok()) return sound;
+    if (!GrowsApart() && _lends) {
+      if (Status sound = CheckSound(_destination.path); !sound.ok()) return sound;
+    }
   }
   if (GrowsApart()) {
     if (Status taken = TakePartial(); !taken.ok()) return taken;
@@ -89,11 +92,10 @@ Status DestinationClaim::TakeOld() {
 }
 
 // Damage on the way to where mail is added would make it unreadable, or the damage worse.
-Status DestinationClaim::CheckSound() const {
-  if (GrowsApart() || !_lends) return {};
-  const Status sound = pstfile::CheckBeforeAppend(Machine(), _destination.file);
+Status DestinationClaim::CheckSound(std::u16string_view path) const {
+  const Status sound = pstfile::CheckBeforeAppend(Machine(), path);
   if (sound.code() != StatusCode::kCorrupt) return sound;
-  return Refuse(sound.code(), _destination.path,
+  return Refuse(sound.code(), path,
                 "is damaged (" + sound.message() +
                     "); nothing is added to it. Have it repaired first, with Outlook's repair "
                     "tool, or convert into a new PST");
@@ -117,7 +119,7 @@ Status DestinationClaim::TakePartial() {
   if (held.ok()) {
     // Held once, so that letting go of it closes it.
     _written = std::move(held).value();
-    return JudgeLeftover(_overwrite);
+    return JudgeLeftover();
   }
   if (held.status().code() != StatusCode::kLocked) {
     return Refuse(StatusCode::kExists, _path,
@@ -129,7 +131,7 @@ Status DestinationClaim::TakePartial() {
       "another run is making this PST at this moment, as " + platform::PathForDisplay(_path));
 }
 
-Status DestinationClaim::JudgeLeftover(bool mayReplace) {
+Status DestinationClaim::JudgeLeftover() {
   std::array<char, kNote.size()> start{};
   auto count = _written->file().ReadAt(0, std::as_writable_bytes(std::span(start)));
   if (!count.ok()) return count.status();
@@ -144,10 +146,15 @@ Status DestinationClaim::JudgeLeftover(bool mayReplace) {
         "go is not known; rename or remove it");
   }
   if (holdsNothing) return ReplaceLeftover();
-  if (!mayReplace) {
-    return Refuse(StatusCode::kExists, _path,
-                  "is what an earlier run that did not finish has written; --overwrite replaces it "
-                  "and starts afresh; to keep it, give it another name first");
+  if (_resume) {
+    _resumes = true;
+    return CheckSound(_path);
+  }
+  if (!_overwrite) {
+    return Refuse(
+        StatusCode::kExists, _path,
+        "is what an earlier run that did not finish has written; --resume goes on with it, "
+        "--overwrite replaces it and starts afresh; to keep it, give it another name first");
   }
   auto size = _written->file().Size();
   if (!size.ok()) return size.status();
@@ -239,7 +246,8 @@ Status DestinationClaim::TakeName() {
 bool DestinationClaim::Abandon(bool empty) {
   if (!GrowsApart()) return false;
   if (empty) RemovePartial();
-  const bool stays = !empty && Machine().FileExists(_path) && (!_written || _written->IsAt(_path));
+  const bool stays =
+      (!empty || _resumes) && Machine().FileExists(_path) && (!_written || _written->IsAt(_path));
   if (stays) _ours = false;
   return stays;
 }

@@ -11,7 +11,7 @@
 //
 // What a run leaves that did not finish can be told from everything else: it begins with a note of
 // ours, or is a PST with the mark of an unfinished one, and nobody holds it. Only such a file is
-// ever replaced, and a PST only with --overwrite.
+// ever replaced, and a PST only with --overwrite. With --resume such a PST is gone on with.
 //
 // Another program's MAPI opens files itself. It is lent none: the partial file must not be there
 // before, and only one run of a user goes at a time (OutlookTurn).
@@ -41,6 +41,9 @@ class DestinationClaim {
   // Bytes of what an unfinished run has left and this one is about to replace.
   std::optional<std::uint64_t> leftover() const { return _leftover; }
 
+  // What path() has is the PST of an unfinished run, which this one goes on with.
+  bool resumes() const { return _resumes; }
+
   // Right before the PST is made: what an unfinished run left goes now, and only those who may read
   // a PST that is replaced may read the new one.
   platform::Status Begin();
@@ -53,9 +56,9 @@ class DestinationClaim {
 
  private:
   platform::Status TakeOld();
-  platform::Status CheckSound() const;
+  platform::Status CheckSound(std::u16string_view path) const;
   platform::Status TakePartial();
-  platform::Status JudgeLeftover(bool mayReplace);
+  platform::Status JudgeLeftover();
   platform::Status ReplaceLeftover();
   platform::Status CheckUnchanged() const;
   platform::Status TakeName();
@@ -65,6 +68,7 @@ class DestinationClaim {
 
   Destination _destination;
   bool _overwrite = false;
+  bool _resume = false;
   bool _lends = false;
   std::u16string _path;
   std::shared_ptr<HeldFile> _old;      // the PST that is there, unless another program's MAPI adds
@@ -72,6 +76,7 @@ class DestinationClaim {
   std::shared_ptr<HeldFile> _written;  // what path() leads to, if it is lent
   std::unique_ptr<LentFiles> _lent;
   std::optional<std::uint64_t> _leftover;
+  bool _resumes = false;
   bool _ours = false;  // the partial file is this run's, and goes unless it is kept
 };
 

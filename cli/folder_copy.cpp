@@ -24,6 +24,10 @@ void FolderCopy::Run(IAssetFolderMutable& top) {
     // Folders without items would never ask.
     _record.interrupted = _interrupt.Requested();
     if (_record.interrupted) return NoteNotBegun(i);
+    if (!_selection.MayMake(planned.path)) {
+      Fail(RunProblem::kOtherSources, _selection.problem());
+      return NoteNotBegun(i);
+    }
     IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
     made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
     if (!planned.TakesMail()) continue;
@@ -100,8 +104,7 @@ bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& plan
     return false;
   }
   if (const platform::Status begun = _selection.BeginFolder(account, *target); !begun.ok()) {
-    _record.Fail(RunProblem::kPstNotRead, FolderPath(planned.path) + ": " + begun.message());
-    return false;
+    return Fail(RunProblem::kPstNotRead, begun.WithContext(FolderPath(planned.path)));
   }
   std::string problem;
   OperationResultCode code = OperationResultCode::Failed;
@@ -111,6 +114,10 @@ bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& plan
     if (code == OperationResultCode::Failed) problem = "the folder does not take these items";
   } catch (const std::exception& error) {
     problem = InWords(error);
+  }
+  if (!_selection.problem().ok()) {
+    _witness.PutBack();
+    return Fail(RunProblem::kOtherSources, _selection.problem());
   }
   _witness.EndFolder(problem);
   if (!problem.empty()) {
@@ -127,6 +134,11 @@ bool FolderCopy::ItemPassedOver(const moves::Judgement& why, std::int64_t units)
   _progress.IncrementCurrentBy(units);
   _enough = _witness.Cancel();
   return !_enough;
+}
+
+bool FolderCopy::Fail(RunProblem problem, const platform::Status& why) {
+  _record.Fail(problem, why.message());
+  return false;
 }
 
 // A folder that filled up was continued in others.

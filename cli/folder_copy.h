@@ -51,6 +51,7 @@ class FolderCopy : private moves::SelectionObserver {
   bool CopyInto(QuelmarMIMEEngineCommon::IAssetFolderMutable* target, const PlannedFolder& planned,
                 std::size_t account);
   bool ItemPassedOver(const moves::Judgement& why, std::int64_t units) override;
+  bool Fail(RunProblem problem, const platform::Status& why);
   void LogFolders(std::size_t first);
   // From this folder of the plan on.
   void NoteNotBegun(std::size_t first);

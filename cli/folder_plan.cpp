@@ -89,8 +89,8 @@ void FolderPlan::AddFoldersOf(const IAssetStore& store, std::size_t parent, Nami
 // After the plan is whole, because what is in the PST is known only when it has been opened, and
 // that the sources hold mail at all is settled before. A folder renamed here takes its children
 // along; one that had been renamed before is told once, with the name it has in the end.
-void FolderPlan::Avoid(const ForeignFolders& foreign) {
-  if (foreign.empty()) return;
+void FolderPlan::Avoid(const FoldersThere& there) {
+  if (!there.HasForeign()) return;
   std::map<std::vector<std::u16string>, RenamedFolder*> renamedBefore;
   for (RenamedFolder& renamed : _renamed) renamedBefore.emplace(renamed.path, &renamed);
   std::vector<RenamedFolder> renamedNow;
@@ -101,7 +101,7 @@ void FolderPlan::Avoid(const ForeignFolders& foreign) {
     if (folder.parent != kTopFolder) folder.path = _folders[folder.parent].path;
     folder.path.resize(before.size());
     folder.path.back() = folder.name;
-    while (foreign.Contains(folder.path)) {
+    while (there.IsForeign(folder.path)) {
       folder.name = _children[folder.parent == kTopFolder ? 0 : folder.parent + 1].Take(wanted);
       folder.path.back() = folder.name;
     }

@@ -8,7 +8,7 @@
 
 #include "cli/conversion_record.h"
 #include "cli/folder_names.h"
-#include "cli/foreign_folders.h"
+#include "cli/folders_there.h"
 #include "engine/stores.h"
 
 namespace parvane::cli {
@@ -48,8 +48,8 @@ class FolderPlan {
   // The one for all mail of a store; without a name, what is above the store's folders.
   std::size_t AddTop(std::u16string_view topName);
 
-  // Gives other names to the folders that would become one with these.
-  void Avoid(const ForeignFolders& foreign);
+  // Gives other names to the folders that would become one with those of these that hold no mail.
+  void Avoid(const FoldersThere& there);
 
   const std::vector<PlannedFolder>& folders() const { return _folders; }
   // Those whose names had to change.

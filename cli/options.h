@@ -49,6 +49,7 @@ struct ConvertOptions : SourceOptions {
   bool append = false;
   bool overwrite = false;
   bool skipExisting = false;  // what the PST has already is not written again
+  bool resume = false;        // go on with what a run has left that did not finish
   Dedup dedup = Dedup::kOff;
   std::u16string log;  // empty: none, here and below
   std::u16string detailedLog;

@@ -53,9 +53,8 @@ bool MayBeReplaced(const std::u16string& path) {
 // Where the mail is that a run has written which did not finish.
 std::string HowToGoOn(const ConversionRecord& record) {
   return "what the summary counts as written is in " + PathForDisplay(record.partial) +
-         ", a PST like any other; run again with --overwrite to start afresh and replace it, or "
-         "give "
-         "it another name to keep it";
+         ", a PST like any other; run again with --resume to go on, with --overwrite to start "
+         "afresh and replace it, or give it another name to keep it";
 }
 
 }  // namespace

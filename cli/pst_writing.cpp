@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "cli/foreign_folders.h"
+#include "cli/folders_there.h"
 #include "engine/destination_observer.h"
 #include "factory/store_factory.h"
 #include "mapi/options.h"
@@ -21,7 +21,7 @@ IAssetFolderMutable* PstWriting::Open() {
   SetOptions();
   // A MAPI that does not start is told by the engine, when it finds no session.
   _mapi.emplace(_options.mapi);
-  if (_record.appended && _mapi->status().ok() && !AvoidForeignFolders()) {
+  if ((_record.appended || _claim.resumes()) && _mapi->status().ok() && !LookAtFolders()) {
     Release();
     return nullptr;
   }
@@ -47,13 +47,14 @@ void PstWriting::SetOptions() const {
 }
 
 // Mail put into a calendar would make it a mail folder.
-bool PstWriting::AvoidForeignFolders() {
-  auto foreign = ForeignFolders::In(_claim.path());
-  if (!foreign.ok()) {
-    _record.Fail(RunProblem::kPstNotOpened, foreign.status().message());
+bool PstWriting::LookAtFolders() {
+  auto there = FoldersThere::In(_claim.path());
+  if (!there.ok()) {
+    _record.Fail(RunProblem::kPstNotOpened, there.status().message());
     return false;
   }
-  _plan.Avoid(*foreign);
+  _there = std::move(there).value();
+  _plan.Avoid(_there);
   _record.renamed = _plan.renamed();
   return true;
 }

@@ -9,6 +9,7 @@
 #include "cli/destination.h"
 #include "cli/destination_claim.h"
 #include "cli/folder_plan.h"
+#include "cli/folders_there.h"
 #include "cli/keep_steps.h"
 #include "cli/mapi_run.h"
 #include "cli/options.h"
@@ -38,6 +39,8 @@ class PstWriting {
 
   // The PST's top folder; null when there is none, and the record says why.
   QuelmarMIMEEngineCommon::IAssetFolderMutable* Open();
+  // What it had when it was opened; nothing, when it is new.
+  const FoldersThere& there() const { return _there; }
   // Whether it has come to opening it, so that there is an account to settle.
   bool began() const { return _account != nullptr; }
   // When all mail has been copied: closes the PST and settles what has become of it.
@@ -47,7 +50,7 @@ class PstWriting {
 
  private:
   void SetOptions() const;
-  bool AvoidForeignFolders();
+  bool LookAtFolders();
   void Watch();
   void FailToOpen();
   void Fail(RunProblem problem, std::string_view otherwise);
@@ -60,6 +63,7 @@ class PstWriting {
   Witness& _witness;
   Progress& _progress;
   KeepSteps _steps{_options.keep, _witness};
+  FoldersThere _there;
   std::optional<MapiRun> _mapi;
   std::unique_ptr<PstAccount> _account;
   std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStoreMutable> _store;

@@ -171,6 +171,8 @@ std::string_view CodeOf(RunProblem problem) {
       return "pst-not-opened";
     case RunProblem::kPstNotRead:
       return "pst-not-read";
+    case RunProblem::kOtherSources:
+      return "other-sources";
     case RunProblem::kPstNotWritten:
       return "pst-not-written";
     case RunProblem::kNameNotTaken:

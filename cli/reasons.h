@@ -34,6 +34,7 @@ enum class RunProblem {
   kNoMailFound,
   kPstNotOpened,
   kPstNotRead,
+  kOtherSources,
   kPstNotWritten,
   kNameNotTaken,
   kFolderNotMade,

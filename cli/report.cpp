@@ -66,6 +66,7 @@ class ReportWriter {
     _json.Key("destination").String(PathForDisplay(_record.destination));
     Optional("partialFile", PathForDisplay(_record.partial));
     _json.Key("appended").Bool(_record.appended);
+    _json.Key("resumed").Bool(_record.resumed);
     _json.Key("started").String(IsoTime(_record.started));
     _json.Key("seconds").Seconds(_record.milliseconds);
     const bool builtin = _record.mapi == MapiChoice::kBuiltin;

@@ -1,5 +1,8 @@
 #include "cli/selection.h"
 
+#include <fmt/format.h>
+
+#include "cli/format.h"
 #include "engine/mapi_folder.h"
 
 namespace parvane::cli {
@@ -35,6 +38,25 @@ void Selection::EndFolder(std::size_t account) {
   _there.erase(account);
 }
 
+// What is committed is the beginning of what is read: while some of it has not been met, nothing
+// can be missing, no folder either.
+bool Selection::MayMake(const std::vector<std::u16string>& path) {
+  if (_toMeet == 0 || _resumed->Contains(path)) return true;
+  NoteOtherSources();
+  return false;
+}
+
+void Selection::NoteOtherSources() {
+  _problem = {
+      platform::StatusCode::kInvalidArgument,
+      fmt::format("what an unfinished run has left is no beginning of what these sources hold: "
+                  "{} of its messages "
+                  "do not stand before the first that is missing. It is of other sources, "
+                  "or these have changed. Nothing has been added to it. To add what is "
+                  "missing, give it another name and use --append --skip-existing",
+                  WithThousands(_toMeet))};
+}
+
 // Copies first: what has a copy before it is not looked for in the destination, where it never
 // went.
 Judgement Selection::Judge(QuelmarMIMEEngineCommon::IAsset& item) {
@@ -43,7 +65,15 @@ Judgement Selection::Judge(QuelmarMIMEEngineCommon::IAsset& item) {
         judgement.verdict != Verdict::kTake)
       return judgement;
   }
-  return _thereHere ? _thereHere->Judge(item) : Judgement{};
+  if (!_thereHere) return {};
+  const Judgement judgement = _thereHere->Judge(item);
+  if (judgement.verdict == Verdict::kAlreadyThere) {
+    if (_toMeet > 0) --_toMeet;
+  } else if (_toMeet > 0) {
+    NoteOtherSources();
+    return {Verdict::kStop};
+  }
+  return judgement;
 }
 
 }  // namespace parvane::cli

@@ -2,8 +2,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
+#include <string>
+#include <vector>
 
+#include "cli/folders_there.h"
 #include "cli/options.h"
 #include "engine/folders.h"
 #include "moves/duplicates.h"
@@ -17,6 +21,15 @@ class Selection : public moves::ItemFilter {
  public:
   explicit Selection(const ConvertOptions& options) : _options(options) {}
 
+  // The PST is one that an unfinished run has left: what is in it is the first of these sources'
+  // mail, or nothing is added to it.
+  void Resume(const FoldersThere& there) {
+    _resumed = &there;
+    _toMeet = there.messages();
+  }
+  // Whether a folder may be made or opened; else there is a problem.
+  bool MayMake(const std::vector<std::u16string>& path);
+
   // The items that come next go to `target`, and are accounted for under this number. Where folders
   // take turns, each begins any number of times. Fails when what is there already cannot be read.
   platform::Status BeginFolder(std::size_t account,
@@ -24,10 +37,14 @@ class Selection : public moves::ItemFilter {
   // No more items come from the folder.
   void EndFolder(std::size_t account);
 
+  // An item was not let through for this reason, and no other will be.
+  const platform::Status& problem() const { return _problem; }
+
   moves::Judgement Judge(QuelmarMIMEEngineCommon::IAsset& item) override;
 
  private:
-  bool LooksForMailThere() const { return _options.skipExisting; }
+  void NoteOtherSources();
+  bool LooksForMailThere() const { return _options.skipExisting || _options.resume; }
 
   const ConvertOptions& _options;
   // Of the folders that have begun and not ended.
@@ -35,6 +52,9 @@ class Selection : public moves::ItemFilter {
   std::map<std::size_t, moves::MailThere> _there;
   moves::Duplicates* _duplicatesHere = nullptr;
   moves::MailThere* _thereHere = nullptr;
+  const FoldersThere* _resumed = nullptr;
+  std::uint64_t _toMeet = 0;  // of the messages that are there, before the first that is not
+  platform::Status _problem;
 };
 
 }  // namespace parvane::cli

@@ -54,13 +54,22 @@ void SourceWitness::MessageRead(const engine::MessageLocation& message) {
   folder.bytes += message.size;
 }
 
-void SourceWitness::PassOver(const moves::Judgement& why) {
+void SourceWitness::PutBack() {
   if (!_itemOpen) return;
   _itemOpen = false;
-  if (_itemProblem) return AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), {});
   FolderAccount& folder = _record.folders[_item.folder];
   --folder.read;
   folder.bytes -= _itemSize;
+}
+
+void SourceWitness::PassOver(const moves::Judgement& why) {
+  if (!_itemOpen) return;
+  if (_itemProblem) {
+    _itemOpen = false;
+    return AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), {});
+  }
+  PutBack();
+  FolderAccount& folder = _record.folders[_item.folder];
   ++folder.passedOver[ReasonIndex(why.verdict)];
   if (why.verdict == moves::Verdict::kDuplicate) {
     DuplicateMessage duplicate{_item, why.copyIn};

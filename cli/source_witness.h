@@ -50,6 +50,8 @@ class SourceWitness : public engine::SourceObserver,
   // The message read last is not wanted, and does not count as read; one that could not be parsed
   // has failed all the same.
   void PassOver(const moves::Judgement& why);
+  // It is left to another run, and counts for nothing in this one.
+  void PutBack();
 
   // ICancelable
   bool Cancel() override { return _interrupt.Requested(); }

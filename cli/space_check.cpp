@@ -31,6 +31,9 @@ Status CheckSpace(const SpaceNeeded& needed, std::string* warning) {
     StatusCode code;
   };
   const std::uint64_t limit = needed.sizeLimit != 0 ? needed.sizeLimit : kLargestPst;
+  const std::uint64_t done = needed.isPartOfIt ? needed.thereAlready : 0;
+  const std::uint64_t least = Least(needed.mailBytes) - std::min(done, Least(needed.mailBytes));
+  const std::uint64_t likely = Likely(needed.mailBytes) - std::min(done, Likely(needed.mailBytes));
   const std::uint64_t allowed = limit - std::min(limit, needed.thereAlready);
   const Bound bounds[] = {
       {needed.freeBytes.value_or(UINT64_MAX),
@@ -39,14 +42,13 @@ Status CheckSpace(const SpaceNeeded& needed, std::string* warning) {
       {allowed, fmt::format("the PST may grow to {}", Size(limit)), StatusCode::kTooBig},
   };
   for (const Bound& bound : bounds) {
-    if (Least(needed.mailBytes) > bound.room) {
-      return {bound.code,
-              fmt::format("{} of mail take at least {} as a PST, and {}", Size(needed.mailBytes),
-                          Size(Least(needed.mailBytes)), bound.words)};
+    if (least > bound.room) {
+      return {bound.code, fmt::format("{} of mail take at least {} as a PST, and {}",
+                                      Size(needed.mailBytes), Size(least), bound.words)};
     }
-    if (warning->empty() && Likely(needed.mailBytes) > bound.room) {
+    if (warning->empty() && likely > bound.room) {
       *warning = fmt::format("{} of mail may take up to {} as a PST, and {}",
-                             Size(needed.mailBytes), Size(Likely(needed.mailBytes)), bound.words);
+                             Size(needed.mailBytes), Size(likely), bound.words);
     }
   }
   return {};

@@ -43,7 +43,7 @@ _parvane() {
     --name | --size-limit | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --append --skip-existing --dedup --overwrite --mapi --size-limit --log
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --log
       --detailed-log --report --progress --keep --labels --skip-deleted --separators --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")

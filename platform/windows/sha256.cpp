@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <new>
 
+#include "platform/windows/windows_text.h"
+// After windows.h:
 #include <bcrypt.h>
-#include <windows.h>
 
 namespace parvane::platform {
 namespace {

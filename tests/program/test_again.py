@@ -2,7 +2,7 @@
 import unittest
 
 import mailboxes
-from harness import PstTest
+from harness import PstTest, partial
 
 
 class Again(PstTest):
@@ -73,6 +73,32 @@ class Again(PstTest):
                 again = self.convert('--append', '--skip-existing', '--dedup', dedup,
                                      self.folder / 'mail', pst)
                 self.expect(again, written=0, alreadyThere=written, copiesLeftOut=7 - written)
+
+    def test_resumed_with_the_same_sources_alone(self):
+        pst, whole = self.folder / 'mail.pst', self.folder / 'whole.pst'
+        first = self.write('mail/A.mbox', mailboxes.many(1500))
+        self.write('mail/B.mbox', mailboxes.many(1500, seed=2))
+        source = self.folder / 'mail'
+        self.convert(source, whole)
+        for keep in ('none', 'all'):
+            # A limit ends the run as a full disk would.
+            account = self.convert('--size-limit', '4MB', '--keep', keep, source, pst, code=3)
+            before = self.listing(partial(pst), '--messages')['folders']
+            others = [self.write('Other.mbox', self.mailbox(1, 2)), self.write('A.mbox', b'')]
+            others[1].write_bytes(self.mailbox(9000) + first.read_bytes())
+            for other in others + [source] * (keep == 'none'):
+                run = self.convert('--resume', other, pst, code=3)
+                self.assertEqual((run['errorCode'], run['resumed'], run['totals']['written']),
+                                 ('other-sources', True, 0))
+                self.assertEqual(self.listing(partial(pst), '--messages')['folders'], before)
+            if keep == 'none':
+                partial(pst).unlink()
+        resumed = self.convert('--resume', source, pst)
+        self.assertEqual(resumed['totals']['alreadyThere'], account['totals']['written'])
+        self.assertEqual(resumed['totals']['written'], 3000 - account['totals']['written'])
+        self.assertEqual(self.subjects(pst), self.subjects(whole))
+        run = self.parvane('convert', '--resume', source, pst)
+        self.assertEqual((run.code, 'is finished' in run.err), (3, True), run)
 
 
 if __name__ == '__main__':

@@ -169,6 +169,39 @@ class Killed(PstTest):
         self.assertEqual(self.count_by_lspst(), 3)
         print(f'{kills} kills, {opened} partial PSTs')
 
+    def test_resumed(self):
+        """PARVANE_KILLS: how many kills there are at least, beside those of the time there is."""
+        chance = random.Random(9)
+        whole = self.folder / 'whole.pst'
+        self.convert(self.source, whole)
+        expected = self.listing(whole, '--messages')['folders']
+        self.assertEqual(sum(f['messages'] for f in expected), 15_050)
+        begun = time.monotonic()
+        self.convert('--overwrite', self.source, whole)
+        longest = time.monotonic() - begun
+        wanted = int(os.environ.get('PARVANE_KILLS', '6'))
+        kills = resumed = runs = 0
+        while kills < wanted or not resumed or time.monotonic() - begun < SECONDS / 2:
+            self.pst.unlink()
+            # Begun, and gone on with, until a run is not killed before its end.
+            for tries in range(100):
+                process = self.start('--resume')
+                try:
+                    process.wait(chance.random() * longest)
+                except subprocess.TimeoutExpired:
+                    process.kill()
+                error = process.communicate()[1].decode()
+                if process.returncode == 0 or self.pst.exists():
+                    break
+                self.assertEqual((process.returncode, error), (-9, ''))
+                kills += 1
+                resumed += partial(self.pst).exists()
+            self.assertFalse(partial(self.pst).exists())
+            self.assertEqual(self.listing(self.pst, '--messages')['folders'], expected)
+            self.check_structure(self.pst)
+            runs += 1
+        print(f'{kills} kills, {resumed} of them with a partial PST, until {runs} runs were whole')
+
 
 if __name__ == '__main__':
     unittest.main()

@@ -1,4 +1,4 @@
-#include "cli/foreign_folders.h"
+#include "cli/folders_there.h"
 
 #include <set>
 
@@ -25,7 +25,7 @@ bool HoldsMail(std::u16string_view containerClass) {
 
 class Walker {
  public:
-  Walker(const PstSession& session, std::u16string_view path, ForeignFolders& found)
+  Walker(const PstSession& session, std::u16string_view path, FoldersThere& found)
       : _session(session), _path(path), _found(found) {}
 
   Status Run() {
@@ -59,9 +59,10 @@ class Walker {
   Status VisitChildren(IMAPIFolder& folder, const std::vector<std::u16string>& path) {
     ComPointer<mapi::IMAPITable> table;
     folder.GetHierarchyTable(mapi::MAPI_UNICODE, table.Put());
-    mapi::SizedSPropTagArray<4> columns = {4,
-                                           {mapi::PR_ENTRYID, mapi::PR_DISPLAY_NAME_W,
-                                            mapi::PR_CONTAINER_CLASS_W, mapi::PR_SUBFOLDERS}};
+    mapi::SizedSPropTagArray<5> columns = {
+        5,
+        {mapi::PR_ENTRYID, mapi::PR_DISPLAY_NAME_W, mapi::PR_CONTAINER_CLASS_W, mapi::PR_SUBFOLDERS,
+         mapi::PR_CONTENT_COUNT}};
     const auto failed = [&] { return MapiFailure(_path, "its folders cannot be read"); };
     if (!table || mapi::Failed(table->SetColumns(columns.get(), 0))) return failed();
     for (;;) {
@@ -77,7 +78,9 @@ class Walker {
     if (!id) return;
     Pending child{{reinterpret_cast<const char*>(id->Value.bin.lpb), id->Value.bin.cb}, path};
     child.path.push_back(TextOf(FindProperty(row, mapi::PR_DISPLAY_NAME_W)));
-    if (!HoldsMail(TextOf(FindProperty(row, mapi::PR_CONTAINER_CLASS_W)))) _found.Add(child.path);
+    const mapi::SPropValue* count = FindProperty(row, mapi::PR_CONTENT_COUNT);
+    _found.Add(child.path, HoldsMail(TextOf(FindProperty(row, mapi::PR_CONTAINER_CLASS_W))),
+               count ? count->Value.ul : 0);
     const mapi::SPropValue* holdsOthers = FindProperty(row, mapi::PR_SUBFOLDERS);
     if (holdsOthers && holdsOthers->Value.b == 0) return;
     // A damaged file may name a folder twice, or within itself.
@@ -86,23 +89,30 @@ class Walker {
 
   const PstSession& _session;
   std::u16string _path;
-  ForeignFolders& _found;
+  FoldersThere& _found;
   std::vector<Pending> _pending;
   std::set<std::string> _seen;
 };
 
 }  // namespace
 
-Result<ForeignFolders> ForeignFolders::In(std::u16string_view pst) {
+Result<FoldersThere> FoldersThere::In(std::u16string_view pst) {
   auto session = PstSession::Open(pst);
   if (!session.ok()) return session.status();
-  ForeignFolders found;
+  FoldersThere found;
   if (Status status = Walker(*session, pst, found).Run(); !status.ok()) return status;
   return found;
 }
 
-std::vector<std::u16string> ForeignFolders::Folded(const std::vector<std::u16string>& path) {
-  std::vector<std::u16string> folded;
+void FoldersThere::Add(const Path& path, bool holdsMail, std::uint64_t messages) {
+  _messages += messages;
+  Path folded = Folded(path);
+  if (!holdsMail) _foreign.insert(folded);
+  _paths.insert(std::move(folded));
+}
+
+FoldersThere::Path FoldersThere::Folded(const Path& path) {
+  Path folded;
   for (const std::u16string& name : path) folded.push_back(platform::FoldCase(name));
   return folded;
 }
