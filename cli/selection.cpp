@@ -26,7 +26,9 @@ Status Selection::BeginFolder(std::size_t account, IAssetFolderMutable& target) 
     _duplicatesHere->SetPlace(account);
   }
   if (!LooksForMailThere()) return {};
-  const auto [there, begins] = _there.try_emplace(account);
+  const auto [there, begins] = _there.try_emplace(account, _options.mapi == MapiChoice::kOutlook
+                                                               ? moves::KnownBy::kKeyOrMessageId
+                                                               : moves::KnownBy::kKey);
   _thereHere = &there->second;
   const auto* holder = dynamic_cast<const engine::IMapiFolderHolder*>(&target);
   if (!begins || !holder || !holder->MapiFolder()) return {};

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <string>
 
 #include "platform/time.h"
 
@@ -23,6 +24,8 @@ class IMessageFacts {
   // The moment of delivery that its conversion writes; where its source was asked for the dates of
   // messages without one (engine/message_state.h), by whatever tells. 0: it is undated.
   virtual platform::FileTime Delivered() const = 0;
+  // As the conversion writes it; empty: there is none.
+  virtual std::u16string MessageId() const = 0;
 };
 
 }  // namespace parvane::engine

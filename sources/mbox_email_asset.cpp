@@ -253,6 +253,12 @@ parvane::platform::FileTime MBOXEmailAsset::Delivered() const {
   return time;
 }
 
+std::u16string MBOXEmailAsset::MessageId() const {
+  std::u16string id;
+  if (_emailP) Parsed()->AppendField("Message-ID", id);
+  return id;
+}
+
 bool MBOXEmailAsset::ConvertToMBOX(std::ostream*) { return true; }
 
 bool MBOXEmailAsset::ConvertToEML(std::ostream*) { return false; }

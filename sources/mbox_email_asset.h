@@ -67,6 +67,7 @@ class MBOXEmailAsset : public EmailAssetBase,
   const parvane::engine::MessageState* State() const override { return _state.get(); }
   std::optional<parvane::engine::MessageKey> Key() override;
   parvane::platform::FileTime Delivered() const override;
+  std::u16string MessageId() const override;
   // As it is converted, its header repaired. Null when it could not be parsed.
   Tessary::EmailMessage* Parsed() const;
   // Known only to observed items.

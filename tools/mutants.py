@@ -29,7 +29,7 @@ SHARED = ROOT.parent / 'shared'
 # What is built and run for a file of a room; the longest path counts.
 TESTS = {
     'carry/': ('parvane', '^program_(carry|kept|state)$'),
-    'moves/': ('parvane', '^program_again$'),
+    'moves/': ('parvane moves_test', '^(moves|program_again)$'),
     'cli/': ('parvane program_test', '^program'),
     'convert/': ('convert_test', '^convert$'),
     'engine/': ('engine_test', '^engine$'),
