@@ -41,9 +41,15 @@ void WriteLong(IMessage& message, std::string_view header, std::string_view char
 
 }  // namespace
 
+std::string_view HeaderBeforeRepair(const convert::IMailAsset& asset,
+                                    const convert::MailInHand& mail) {
+  const std::string_view header = asset.HeaderAsItCame(mail);
+  return header == mail.email.entity().headerText() ? std::string_view() : header;
+}
+
 bool HeaderStep::TakeHeader(const convert::MailInHand& mail, IMessage& message) {
-  const std::string_view header = _item.mail().HeaderAsItCame(mail);
-  if (header.empty() || header == mail.email.entity().headerText()) return false;
+  const std::string_view header = HeaderBeforeRepair(_item.mail(), mail);
+  if (header.empty()) return false;
   if (mail.depth == 0) _item.Count(MailCount::kHeaders);
   if (header.size() > kLong) {
     WriteLong(message, header, mail.email.charset());

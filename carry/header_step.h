@@ -2,11 +2,16 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "carry/item_in_hand.h"
 #include "carry/step_chain.h"
 
 namespace parvane::carry {
+
+// The header as it came; empty where repair has left it as it was.
+std::string_view HeaderBeforeRepair(const convert::IMailAsset& asset,
+                                    const convert::MailInHand& mail);
 
 class HeaderStep : public MailStep {
  public:

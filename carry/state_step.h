@@ -39,6 +39,9 @@ struct CarriedState {
   std::vector<mapi::Refusal> refusals;        // of the destination's MAPI
 };
 
+// Where the destination's MAPI takes all of it.
+CarriedState WhatIsCarriedOf(const engine::MessageState& state);
+
 class CarryObserver {
  public:
   // For the message in hand, before it is saved.

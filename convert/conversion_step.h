@@ -67,6 +67,8 @@ class IMailAsset {
   virtual ~IMailAsset() = default;
   // Takes the step along on conversions from now on; with null, none. Not owned.
   virtual void SetConversionStep(ConversionStep* step) = 0;
+  // As it is converted, its header repaired. Null when it could not be parsed.
+  virtual Tessary::EmailMessage* Parsed() const = 0;
   // Its Date is missing or says nothing usable.
   virtual bool LacksDate() const = 0;
   // The header of a mail that its conversion has in hand, or one inside it, as it came: with its

@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <iterator>
 #include <string>
 #include <string_view>
 
 #include "convert/conversion_report.h"
+#include "convert/header_readings.h"
 #include "convert/message_streams.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "convert/properties/mapi_properties.h"
@@ -171,23 +171,23 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
   // The Delivery-Date reads into the same place as the Date, which it therefore keeps when it
   // cannot be read. An unreadable Date is written as 0.
   FILETIME time{};
-  DateValue date;
   DateValue deliveryDate;
   EmailMessage* parsed = MessageOf(*email);
   std::string scratch;
   std::string_view text;
-  const bool hasDate = parsed && parsed->Date(date);
+  parvane::convert::DateRead date;
+  if (parsed) date = parvane::convert::ReadDate(*parsed);
   const bool hasDeliveryDate = parsed && parsed->Field("Delivery-Date", scratch, text);
   if (hasDeliveryDate) deliveryDate.SetFromRfc822(text);
-  if (hasDate) {
-    date.GetAsFileTime(false, &time);
+  if (date.present) {
+    time = date.time;
     SetPropTime(message, PR_CLIENT_SUBMIT_TIME, time);
     SetPropTime(message, PR_LAST_MODIFICATION_TIME, time);
     SetPropTime(message, PR_MESSAGE_DELIVERY_TIME, time);
   }
   if (_reportP && _depth == 0) {
-    _reportP->dateMissing = !hasDate;
-    _reportP->dateUnreadable = hasDate && time == FILETIME{};
+    _reportP->dateMissing = !date.present;
+    _reportP->dateUnreadable = date.present && time == FILETIME{};
     _reportP->date = time;
   }
 
@@ -205,14 +205,12 @@ void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {
   std::string_view text;
   const bool low = parsed && parsed->Field("Importance", scratch, text) &&
                    parvane::platform::EqualsIgnoreAsciiCase(text, "low");
-  long status = 0;
-  if (parsed && parsed->Field("X-Mozilla-Status", scratch, text))
-    status = std::strtol(std::string(text).c_str(), nullptr, 16);
-  constexpr long kMarkedDeleted = 0x0008;
-  if (_reportP && _depth == 0) _reportP->markedDeleted = (status & kMarkedDeleted) != 0;
+  const long status = parsed ? parvane::convert::ReadMozillaStatus(*parsed) : 0;
+  if (_reportP && _depth == 0)
+    _reportP->markedDeleted = (status & parvane::convert::kMozillaDeleted) != 0;
   SetPropLong(message, PR_PRIORITY, 0);
   SetPropLong(message, PR_IMPORTANCE, low ? 0 : 1);
-  SetPropLong(message, PR_MESSAGE_FLAGS, (status & 1) != 0 ? 1 : 0);
+  SetPropLong(message, PR_MESSAGE_FLAGS, (status & parvane::convert::kMozillaRead) != 0 ? 1 : 0);
 }
 
 void MIMEToMAPIMessageConverter::WriteContent(TsEmail* email, IMessage* message) {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "convert/conversion_report.h"
+#include "convert/header_readings.h"
 #include "convert/mime_to_mapi_message_converter.h"
 #include "mime/date_parser.h"
 #include "mime/email_message.h"
@@ -58,7 +59,6 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
   notes.moreUnconvertedParts = report.moreUnconvertedParts;
   notes.attachmentsWritten = report.attachmentsWritten;
   notes.attachmentsFailed = report.attachmentsFailed;
-  notes.dateMissing = report.dateMissing;
   for (const auto& removed : report.removedAttachments) {
     notes.remarks.push_back({RemarkKind::kAttachmentDetached,
                              parvane::platform::Utf16ToUtf8(removed.name),
@@ -68,9 +68,16 @@ void AddTo(parvane::engine::ConversionNotes& notes, parvane::convert::Conversion
     notes.remarks.push_back(
         {RemarkKind::kAttachmentDetached, {}, AndMore(report.moreRemovedAttachments)});
   }
-  notes.dateUnreadable = report.dateUnreadable;
-  notes.repairedDate = report.date;
-  notes.dateChangedByRepair = !report.dateMissing && notes.rawDate != report.date;
+}
+
+// `notes` have the date as the message came with it.
+void AddDate(parvane::engine::ConversionNotes& notes, const parvane::convert::DateRead& date,
+             const std::string& rawText) {
+  notes.dateMissing = !date.present;
+  notes.dateUnreadable = date.present && date.time == parvane::platform::FileTime{};
+  notes.repairedDate = date.time;
+  notes.dateChangedByRepair = date.present && notes.rawDate != date.time;
+  if (notes.dateChangedByRepair) notes.rawDateText = rawText;
 }
 
 }  // namespace
@@ -218,9 +225,9 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
     notes.rawDate = _dateBefore.time;
     // Who knows more than one header does is believed.
     const bool deleted = _state ? _state->deleted.Is(true) : report.markedDeleted;
+    AddDate(notes, {!report.dateMissing, report.date}, _dateBefore.text);
     AddTo(notes, std::move(report));
     if (deleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
-    if (notes.dateChangedByRepair) notes.rawDateText = _dateBefore.text;
     _observer->MessageConverted(_location, success, notes);
   }
   return success;
@@ -257,6 +264,20 @@ std::u16string MBOXEmailAsset::MessageId() const {
   std::u16string id;
   if (_emailP) Parsed()->AppendField("Message-ID", id);
   return id;
+}
+
+parvane::engine::ConversionNotes MBOXEmailAsset::Foretell() const {
+  parvane::engine::ConversionNotes notes;
+  if (!_emailP) return notes;
+  Tessary::EmailMessage& mail = *Parsed();
+  notes.remarks = _remarks;
+  notes.rawDate = _dateBefore.time;
+  AddDate(notes, parvane::convert::ReadDate(mail), _dateBefore.text);
+  const bool deleted =
+      _state ? _state->deleted.Is(true)
+             : (parvane::convert::ReadMozillaStatus(mail) & parvane::convert::kMozillaDeleted) != 0;
+  if (deleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
+  return notes;
 }
 
 bool MBOXEmailAsset::ConvertToMBOX(std::ostream*) { return true; }

@@ -13,6 +13,7 @@
 
 #include "convert/conversion_step.h"
 #include "engine/asset_bases.h"
+#include "engine/foretold.h"
 #include "engine/message_facts.h"
 #include "engine/message_state.h"
 #include "engine/source_observer.h"
@@ -34,6 +35,7 @@ std::string_view MessageIdIn(const Tessary::MimeHeader& header);
 class MBOXEmailAsset : public EmailAssetBase,
                        public parvane::engine::IStatefulAsset,
                        public parvane::engine::IMessageFacts,
+                       public parvane::engine::IForetold,
                        public parvane::convert::IMailAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
@@ -68,8 +70,8 @@ class MBOXEmailAsset : public EmailAssetBase,
   std::optional<parvane::engine::MessageKey> Key() override;
   parvane::platform::FileTime Delivered() const override;
   std::u16string MessageId() const override;
-  // As it is converted, its header repaired. Null when it could not be parsed.
-  Tessary::EmailMessage* Parsed() const;
+  parvane::engine::ConversionNotes Foretell() const override;
+  Tessary::EmailMessage* Parsed() const override;
   // Known only to observed items.
   bool LacksDate() const override { return _observer && _emailP && !_dateBefore.usable; }
   // The Date as it came, before repair; 0 when it cannot be read.
