@@ -19,11 +19,13 @@ struct ForecastChoice {
   bool dates = true;
 };
 
-// Bytes of a mail as it stands, by what becomes of them.
-struct MailBytes {
-  std::uint64_t header = 0;
-  std::uint64_t text = 0;     // of bodies and whatever is read as text
-  std::uint64_t encoded = 0;  // base64
+// What a mail consists of as it stands, by what becomes of it.
+struct MailMakeup {
+  std::uint64_t header = 0;   // bytes, here and below
+  std::uint64_t text = 0;     // what is kept as text, in two bytes a character
+  std::uint64_t html = 0;     // what is kept as it is
+  std::uint64_t encoded = 0;  // data in base64
+  std::uint64_t recipients = 0;
 };
 
 class Forecast {
@@ -34,7 +36,7 @@ class Forecast {
   // In the order of a conversion: the former before the item's notes, the latter after them.
   void OfMail(QuelmarMIMEEngineCommon::IAsset& item);
   void OfState(QuelmarMIMEEngineCommon::IAsset& item);
-  MailBytes BytesOf(QuelmarMIMEEngineCommon::IAsset& item);
+  MailMakeup MakeupOf(QuelmarMIMEEngineCommon::IAsset& item);
 
  private:
   const ForecastChoice _choice;

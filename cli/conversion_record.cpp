@@ -1,5 +1,7 @@
 #include "cli/conversion_record.h"
 
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "cli/format.h"
@@ -32,6 +34,33 @@ std::string About(const std::u16string& path, std::string words) {
 }
 
 }  // namespace
+
+void ConversionRecord::BeginFor(const ConvertOptions& options) {
+  started = platform::CurrentFileTime();
+  sources = options.sources;
+  destination = options.destination;
+  mapi = options.mapi;
+  strictSeparators = options.separators == engine::SeparatorRule::kStrict;
+  const KeepChoice& keep = options.keep;
+  if (keep.state) stateKept.emplace();
+  const bool scan = options.dryRun;
+  if (scan) forecast.emplace();
+  // What only a conversion finds is not counted by a scan.
+  if (keep.winmail && !scan) winmail.emplace();
+  if (keep.addresses && !scan) addressesKept.emplace();
+  for (const auto& [asked, count] : {std::pair(keep.headers, carry::MailCount::kHeaders),
+                                     std::pair(keep.dates, carry::MailCount::kDates),
+                                     std::pair(keep.inlines && !scan, carry::MailCount::kInline),
+                                     std::pair(keep.parts && !scan, carry::MailCount::kParts)}) {
+    if (asked) mailKept[static_cast<std::size_t>(count)] = 0;
+  }
+}
+
+DateRange ConversionRecord::Dates() const {
+  DateRange dates;
+  for (const FolderAccount& folder : folders) dates.Add(folder.dates);
+  return dates;
+}
 
 EntryWords Words(const ConversionRecord& record, const FailedMessage& failure) {
   return {InWords(record, failure), std::string(KindOf(failure)), failure.detail};

@@ -11,8 +11,10 @@
 
 #include "carry/item_in_hand.h"
 #include "carry/state_step.h"
+#include "cli/date_range.h"
 #include "cli/options.h"
 #include "cli/reasons.h"
+#include "cli/scan_estimate.h"
 #include "engine/source_observer.h"
 #include "moves/item_filter.h"
 #include "platform/time.h"
@@ -57,6 +59,7 @@ struct FolderAccount {
   std::uint64_t bytes = 0;  // of messages read
   // Messages that the source has and nobody wanted read, by why (moves/item_filter.h).
   std::array<std::uint64_t, moves::kPassedOverReasons> passedOver{};
+  DateRange dates = {};  // of a scan
 };
 
 // Where a message comes from.
@@ -206,10 +209,15 @@ struct ConversionRecord {
   std::uint64_t peakMemory = 0;
   std::vector<StageTiming> timings;  // if asked for
 
+  // Of a scan, which has written nothing: what a conversion will come to.
+  std::optional<ScanEstimate> forecast;
+
   bool interrupted = false;
   std::string error;           // why it could not finish; empty when it could
   std::string_view errorCode;  // the same, for programs
 
+  // It is about a run that goes like this: what nobody asked for is not counted.
+  void BeginFor(const ConvertOptions& options);
   // The first reason counts; later ones follow from it.
   void Fail(RunProblem problem, std::string reason) { Fail(CodeOf(problem), std::move(reason)); }
   void Fail(const platform::Status& status) { Fail(CodeOf(status.code()), status.message()); }
@@ -218,6 +226,7 @@ struct ConversionRecord {
   std::uint64_t Written() const { return Sum(&FolderAccount::written); }
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
   std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
+  DateRange Dates() const;
 
   std::uint64_t PassedOver(moves::Verdict why) const {
     std::uint64_t sum = 0;

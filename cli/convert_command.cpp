@@ -16,7 +16,6 @@
 #include "cli/progress.h"
 #include "cli/pst_writing.h"
 #include "cli/report.h"
-#include "cli/same_file.h"
 #include "cli/selection.h"
 #include "cli/source_names.h"
 #include "cli/source_opening.h"
@@ -48,22 +47,9 @@ class Conversion {
         _sources(options, _record, _witness, _progress) {}
 
   ExitCode Run() {
-    _record.started = platform::CurrentFileTime();
+    _record.BeginFor(_options);
     const std::uint64_t start = platform::MonotonicMilliseconds();
     if (_options.timings) _times.Start();
-    _record.sources = _options.sources;
-    _record.destination = _options.destination;
-    _record.mapi = _options.mapi;
-    _record.strictSeparators = _options.separators == engine::SeparatorRule::kStrict;
-    if (_options.keep.state) _record.stateKept.emplace();
-    if (_options.keep.winmail) _record.winmail.emplace();
-    if (_options.keep.addresses) _record.addressesKept.emplace();
-    for (const auto& [asked, count] : {std::pair(_options.keep.headers, carry::MailCount::kHeaders),
-                                       std::pair(_options.keep.dates, carry::MailCount::kDates),
-                                       std::pair(_options.keep.inlines, carry::MailCount::kInline),
-                                       std::pair(_options.keep.parts, carry::MailCount::kParts)}) {
-      if (asked) _record.mailKept[static_cast<std::size_t>(count)] = 0;
-    }
     const bool began = PrepareAndCopy();
     TakeName();
     _progress.Finish();
@@ -121,19 +107,8 @@ class Conversion {
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
                            PathForDisplay(_destination.path)));
     if (!_sources.Open(*sources)) return false;
-    ForgetOwnFiles();
+    _outputs.ForgetOwnFiles(_record, _claim.path());
     return CheckSpace();
-  }
-
-  // What this run makes may lie among the mail, and was met there.
-  void ForgetOwnFiles() {
-    for (const std::u16string& own : {_claim.path(), _options.log, _options.detailedLog}) {
-      const auto file = FileSystem::Default().Inspect(own);
-      _record.otherFiles.Remove([&](const SkippedPath& other) {
-        if (platform::FileNameOfPath(other.path) != platform::FileNameOfPath(own)) return false;
-        return IsSameFile(FileSystem::Default().Inspect(other.path), file);
-      });
-    }
   }
 
   bool CheckSpace() {

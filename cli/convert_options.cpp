@@ -25,6 +25,15 @@ constexpr const char* kConvertExamples = R"(Examples:
 Exit status: 0 all converted, 1 finished but messages failed or mail was left
 behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
 
+constexpr const char* kScanExamples = R"(Examples:
+  parvane scan ~/.thunderbird/x1y2z3.default
+      what a conversion of the profile would do
+  parvane scan --json Inbox.mbox
+      the same for other programs
+
+Exit status: 0 all can be converted, 1 messages cannot be read or mail would be
+left behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
+
 // Outlook's own default limit for a PST.
 constexpr const char* kDefaultSizeLimit = "50GB";
 
@@ -44,6 +53,8 @@ void ConvertArguments::Describe(CLI::App& command) {
       ->option_text("SOURCE... DEST.pst")
       ->type_name("");
   _sources.Describe(command);
+  command.add_flag("--dry-run", _options.dryRun,
+                   "read everything, tell what would be done, and do nothing");
   CLI::Option* append =
       command.add_flag("--append", _options.append, "add to the PST when it is there already");
   command
@@ -103,6 +114,30 @@ std::string ConvertArguments::Understand() {
   _options.detailedLog = Path(_detailedLog);
   _options.report = Path(_report);
   return {};
+}
+
+void ConvertArguments::DescribeScan(CLI::App& command) {
+  command
+      .add_option("PATHS", _paths,
+                  "mailboxes, folders of mail, profiles of mail programs, exports or archives; "
+                  "they are only read")
+      ->option_text("SOURCE...")
+      ->required()
+      ->type_name("");
+  _sources.Describe(command);
+  command.add_flag("--json", _options.json, "write JSON");
+  DescribeProgress(command, _options.progress,
+                   "elsewhere a line every few seconds; lines: such lines on a terminal too");
+  command.footer(kScanExamples);
+}
+
+std::string ConvertArguments::UnderstandScan() {
+  for (const std::string& path : _paths) {
+    if (std::string fault = FaultOfPath(path); !fault.empty()) return fault;
+  }
+  _options.dryRun = true;
+  if (_options.json) _options.report = u"-";
+  return _sources.Understand(_paths);
 }
 
 }  // namespace parvane::cli

@@ -20,6 +20,9 @@ class ConvertArguments {
   void Describe(CLI::App& command);
   // As SourceArguments::Understand.
   std::string Understand();
+  // Of `parvane scan`, which is this command with --dry-run and without a PST.
+  void DescribeScan(CLI::App& command);
+  std::string UnderstandScan();
 
  private:
   ConvertOptions& _options;

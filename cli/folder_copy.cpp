@@ -58,8 +58,7 @@ bool FolderCopy::IsLastOf(const engine::TurnTaker& taker, std::size_t folder) co
 
 std::size_t FolderCopy::BeginAccount(const PlannedFolder& planned) {
   const std::size_t account = _record.folders.size();
-  _record.folders.push_back(
-      {planned.path, planned.source->FolderDiskPath().value_or(u""), 0, 0, 0, 0});
+  _record.folders.push_back({planned.path, planned.source->FolderDiskPath().value_or(u"")});
   _witness.BeginFolder(account);
   return account;
 }

@@ -8,6 +8,7 @@
 #include "cli/list_command.h"
 #include "cli/options.h"
 #include "cli/reasons.h"
+#include "cli/scan_command.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/system_entry_points.h"
 #include "platform/process.h"
@@ -46,7 +47,7 @@ ExitCode Run(int argc, char** argv) {
   const auto& command = std::get<parvane::cli::Command>(parsed);
   if (const auto code = ChooseMapi(command)) return *code;
   if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command))
-    return parvane::cli::RunConvert(*convert);
+    return convert->dryRun ? parvane::cli::RunScan(*convert) : parvane::cli::RunConvert(*convert);
   if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))
     return parvane::cli::RunCheck(*check);
   return parvane::cli::RunList(std::get<parvane::cli::ListOptions>(command));

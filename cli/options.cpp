@@ -21,6 +21,7 @@ namespace {
 constexpr const char* kExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst
   parvane convert ~/.thunderbird/x1y2z3.default mail.pst
+  parvane scan ~/.thunderbird/x1y2z3.default
   parvane list --messages mail.pst
   parvane check mail.pst
 
@@ -129,6 +130,15 @@ std::optional<std::uint32_t> NodeNamed(std::string_view text) {
   return nid;
 }
 
+// The complaint about what CLI11 could not judge; empty: none.
+std::string UnderstandCheck(const RawFile& raw, CheckCommandOptions& options) {
+  options.file = Path(raw.path);
+  options.dump = NodeNamed(raw.dump);
+  if (raw.dump.empty() || (options.dump && !options.json)) return {};
+  return options.json ? "--dump writes no JSON"
+                      : "--dump: \"" + raw.dump + "\" is no node id such as 0x8022";
+}
+
 }  // namespace
 
 std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& given) {
@@ -144,6 +154,11 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
   ConvertOptions convert;
   ConvertArguments convertArguments(convert);
   convertArguments.Describe(*app.add_subcommand("convert", "Write mail into a PST file"));
+  ConvertOptions scan;
+  ConvertArguments scanArguments(scan);
+  CLI::App* scanCommand =
+      app.add_subcommand("scan", "Tell what a conversion would do, without writing");
+  scanArguments.DescribeScan(*scanCommand);
   ListOptions list;
   CheckCommandOptions check;
   RawFile file;
@@ -169,17 +184,18 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
     return Explain(app, arguments, error);
   }
 
+  if (scanCommand->parsed()) {
+    if (const std::string fault = scanArguments.UnderstandScan(); !fault.empty())
+      return WrongUsage(fault);
+    return Command(std::move(scan));
+  }
   if (listCommand->parsed()) {
     list.file = Path(file.path);
     return Command(std::move(list));
   }
   if (checkCommand->parsed()) {
-    check.file = Path(file.path);
-    check.dump = NodeNamed(file.dump);
-    if (!file.dump.empty() && (!check.dump || check.json)) {
-      return WrongUsage(check.json ? "--dump writes no JSON"
-                                   : "--dump: \"" + file.dump + "\" is no node id such as 0x8022");
-    }
+    if (const std::string fault = UnderstandCheck(file, check); !fault.empty())
+      return WrongUsage(fault);
     return Command(std::move(check));
   }
   if (const std::string fault = convertArguments.Understand(); !fault.empty())

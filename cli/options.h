@@ -44,7 +44,7 @@ struct SourceOptions {
 };
 
 struct ConvertOptions : SourceOptions {
-  std::u16string destination;
+  std::u16string destination;  // empty: a scan that is about none
   MapiChoice mapi = MapiChoice::kBuiltin;
   bool append = false;
   bool overwrite = false;
@@ -57,6 +57,8 @@ struct ConvertOptions : SourceOptions {
   ProgressChoice progress = ProgressChoice::kAuto;
   bool quiet = false;
   bool timings = false;
+  bool dryRun = false;          // a scan: what would be done is told, and nothing done
+  bool json = false;            // standard output gets the report of a scan instead of its summary
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to
 };
 

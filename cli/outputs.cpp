@@ -46,8 +46,7 @@ bool MayBeReplaced(const std::u16string& path) {
   if (!opened.ok()) return true;  // the reason is told by whoever opens it for writing
   const auto count = opened.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
   const std::string_view text(start.data(), count.ok() ? *count : 0);
-  return text.starts_with("parvane ") || text.starts_with("ERROR: ") ||
-         text.find(kReportFormat) != text.npos;
+  return text.starts_with("parvane ") || text.starts_with("ERROR: ") || BeginsLikeReport(text);
 }
 
 // Where the mail is that a run has written which did not finish.
@@ -114,6 +113,17 @@ Status Outputs::Open(std::u16string_view destination, std::u16string_view partia
   return opened.ok() ? CheckApart(all, destination, partial) : opened;
 }
 
+void Outputs::ForgetOwnFiles(ConversionRecord& record, std::u16string_view partial) const {
+  for (const std::u16string_view own :
+       {partial, std::u16string_view(_options.log), std::u16string_view(_options.detailedLog)}) {
+    const auto file = FileSystem::Default().Inspect(own);
+    record.otherFiles.Remove([&](const SkippedPath& other) {
+      if (platform::FileNameOfPath(other.path) != platform::FileNameOfPath(own)) return false;
+      return IsSameFile(FileSystem::Default().Inspect(other.path), file);
+    });
+  }
+}
+
 void Outputs::Tell(ConversionRecord& record, bool began) {
   const std::string summary = began ? Summary(record) : SummaryOfNothing(record);
   if (began) _logs.Lines(summary);
@@ -129,7 +139,7 @@ void Outputs::Tell(ConversionRecord& record, bool began) {
       record.Fail(RunProblem::kOutputNotWritten,
                   "the report could not be written to standard output");
     }
-    if (!_options.quiet) WriteMessage(summary);
+    if (!_options.quiet && !_options.json) WriteMessage(summary);
   } else if (!_options.quiet && !(WriteOutput(summary) && FlushOutput())) {
     WriteError("the summary could not be written to standard output");
   }

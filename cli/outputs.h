@@ -25,6 +25,9 @@ class Outputs {
   platform::Status Begin();
   // The same with the path of the PST as it is settled now; opens the logs.
   platform::Status Open(std::u16string_view destination, std::u16string_view partial);
+  // What this run makes may lie among the mail, and was met there: it is none of the other files
+  // beside it.
+  void ForgetOwnFiles(ConversionRecord& record, std::u16string_view partial) const;
   // Tells the account in all the ways asked for; what could not be told becomes the record's error.
   // `began`: messages may have been copied.
   void Tell(ConversionRecord& record, bool began);

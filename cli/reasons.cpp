@@ -197,6 +197,13 @@ std::string InWords(const std::exception& error) {
   return std::string("an error inside the program (") + error.what() + ")";
 }
 
+bool IsForetold(engine::RemarkKind kind) {
+  using engine::RemarkKind;
+  return kind == RemarkKind::kDateChanged || kind == RemarkKind::kMarkedDeleted ||
+         kind == RemarkKind::kStateLost || kind == RemarkKind::kTagNameless ||
+         kind == RemarkKind::kFetchedInPart || kind == RemarkKind::kPartNotFetched;
+}
+
 RemarkWords WordsOf(RemarkKind kind) {
   switch (kind) {
     case RemarkKind::kHeaderTextLost:

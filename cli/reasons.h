@@ -80,6 +80,9 @@ struct RemarkWords {
   std::string_view heading;
 };
 RemarkWords WordsOf(engine::RemarkKind kind);
+// Whether reading a message is enough to know that a conversion would remark it. What repair loses
+// it may put back, and parts only it looks into.
+bool IsForetold(engine::RemarkKind kind);
 
 // What was kept of messages' state: for the summary ("12 flagged") and for programs ("flagged").
 struct StateWords {

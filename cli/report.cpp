@@ -32,19 +32,20 @@ std::string_view OutcomeName(const ConversionRecord& record) {
 class ReportWriter {
  public:
   ReportWriter(const ConversionRecord& record, const TakeText& take)
-      : _record(record), _take(take) {}
+      : _record(record), _take(take), _scan(record.forecast.has_value()) {}
 
   void Run() {
     const ExitCode outcome = Outcome(_record);
     _json.BeginObject();
-    _json.Key("format").String(kReportFormat);
-    _json.Key("version").Number(kReportVersion);
+    _json.Key("format").String(_scan ? kScanFormat : kReportFormat);
+    _json.Key("version").Number(_scan ? kScanVersion : kReportVersion);
     _json.Key("program").String("parvane " PARVANE_VERSION);
     _json.Key("outcome").String(OutcomeName(_record));
     _json.Key("exitCode").Number(static_cast<std::uint64_t>(outcome));
     Optional("error", _record.error);
     Optional("errorCode", _record.errorCode);
     Circumstances();
+    if (_scan) Forecast();
     Totals();
     Folders();
     WriteReportLists(_record, _json, _take);
@@ -63,17 +64,41 @@ class ReportWriter {
     _json.Key("sources").BeginArray();
     for (const std::u16string& source : _record.sources) _json.String(PathForDisplay(source));
     _json.EndArray();
-    _json.Key("destination").String(PathForDisplay(_record.destination));
-    Optional("partialFile", PathForDisplay(_record.partial));
+    Optional("destination", PathForDisplay(_record.destination));
+    if (!_scan) Optional("partialFile", PathForDisplay(_record.partial));
     _json.Key("appended").Bool(_record.appended);
     _json.Key("resumed").Bool(_record.resumed);
     _json.Key("started").String(IsoTime(_record.started));
     _json.Key("seconds").Seconds(_record.milliseconds);
+    if (!_scan) Writing();
+    _json.Key("peakMemoryBytes").Number(_record.peakMemory);
+  }
+
+  void Writing() {
     const bool builtin = _record.mapi == MapiChoice::kBuiltin;
     _json.Key("mapi").String(builtin ? "builtin" : "outlook");
     _json.Key("writtenMeans").String(builtin ? "committed to the file" : "accepted by Outlook");
     _json.Key("pstBytes").Number(_record.pstSize);
-    _json.Key("peakMemoryBytes").Number(_record.peakMemory);
+  }
+
+  // null: not all mail was read, or none.
+  void Forecast() {
+    const bool known = _record.error.empty() && !_record.interrupted;
+    const ScanEstimate& forecast = *_record.forecast;
+    _json.Key("estimate").BeginObject();
+    Optional("pstBytes", known ? std::optional(forecast.PstBytes()) : std::nullopt);
+    _json.Key("seconds");
+    known ? _json.Seconds(forecast.Milliseconds()) : _json.Null();
+    _json.Key("warnings").BeginArray();
+    for (const std::string& warning : forecast.warnings) _json.String(warning);
+    _json.EndArray();
+    _json.EndObject();
+  }
+
+  void Dates(const DateRange& dates) {
+    Optional("firstDate", IsoTime(dates.first));
+    Optional("lastDate", IsoTime(dates.last));
+    _json.Key("undated").Number(dates.undated);
   }
 
   void Timings() {
@@ -93,17 +118,18 @@ class ReportWriter {
     _json.Key("totals").BeginObject();
     _json.Key("folders").Number(_record.folders.size());
     _json.Key("read").Number(_record.Read());
-    _json.Key("written").Number(_record.Written());
+    if (!_scan) _json.Key("written").Number(_record.Written());
     _json.Key("failed").Number(_record.Failed());
     _json.Key("bytes").Number(_record.Bytes());
-    _json.Key("partsLeftOut").Number(_record.leftOutParts.total);
+    if (_scan) Dates(_record.Dates());
+    if (!_scan) _json.Key("partsLeftOut").Number(_record.leftOutParts.total);
     _json.Key("suspectedSeparators").Number(_record.separators.total);
     _json.Key("pathsPassedOver")
         .Number(_record.leftBehind.total + _record.passedOver.total + _record.otherFiles.total);
     _json.Key("pathsLeftBehind").Number(_record.leftBehind.total);
     _json.Key("readFailures").Number(_record.readFailures.total);
     _json.Key("indexesNotUsed").Number(_record.unusedIndexes.total);
-    _json.Key("folderRefusals").Number(_record.folderRefusals.total);
+    if (!_scan) _json.Key("folderRefusals").Number(_record.folderRefusals.total);
     _json.Key("withoutDate").Number(_record.withoutDate);
     _json.Key("unreadableDate").Number(_record.unreadableDate);
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
@@ -119,8 +145,11 @@ class ReportWriter {
     }
     _json.EndObject();
     _json.Key("remarks").BeginObject();
-    for (std::size_t i = 0; i < engine::kRemarkKinds; ++i)
-      _json.Key(WordsOf(static_cast<engine::RemarkKind>(i)).code).Number(_record.remarks[i].total);
+    for (std::size_t i = 0; i < engine::kRemarkKinds; ++i) {
+      const auto kind = static_cast<engine::RemarkKind>(i);
+      if (!_scan || IsForetold(kind))
+        _json.Key(WordsOf(kind).code).Number(_record.remarks[i].total);
+    }
     _json.EndObject();
     _json.EndObject();
   }
@@ -166,11 +195,12 @@ class ReportWriter {
       WritePath(_json, "path", folder.path);
       _json.Key("source").String(PathForDisplay(folder.sourcePath));
       _json.Key("read").Number(folder.read);
-      _json.Key("written").Number(folder.written);
+      if (!_scan) _json.Key("written").Number(folder.written);
       _json.Key("failed").Number(folder.failed);
       _json.Key("bytes").Number(folder.bytes);
       for (const PassedOverWords& words : kPassedOverWords)
         _json.Key(words.code).Number(folder.passedOver[ReasonIndex(words.why)]);
+      if (_scan) Dates(folder.dates);
       _json.EndObject();
     }
     _json.EndArray();
@@ -178,6 +208,7 @@ class ReportWriter {
 
   const ConversionRecord& _record;
   const TakeText& _take;
+  const bool _scan;
   JsonWriter _json;
 };
 
@@ -193,6 +224,10 @@ ExitCode Outcome(const ConversionRecord& record) {
     return ExitCode::kMailLeftBehind;
   }
   return ExitCode::kDone;
+}
+
+bool BeginsLikeReport(std::string_view text) {
+  return text.find(kReportFormat) != text.npos || text.find(kScanFormat) != text.npos;
 }
 
 void Report(const ConversionRecord& record, const TakeText& take) {

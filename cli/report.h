@@ -24,6 +24,10 @@ std::string SummaryOfNothing(const ConversionRecord& record);
 // version changes when one changes its meaning or goes.
 inline constexpr unsigned kReportVersion = 2;
 inline constexpr std::string_view kReportFormat = "parvane conversion report";
+// That of a scan: what a conversion would count, of what reading tells.
+inline constexpr unsigned kScanVersion = 1;
+inline constexpr std::string_view kScanFormat = "parvane scan";
+bool BeginsLikeReport(std::string_view text);
 // Piece by piece, since the lists may be long.
 using TakeText = std::function<void(std::string_view)>;
 void Report(const ConversionRecord& record, const TakeText& take);

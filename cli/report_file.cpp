@@ -37,8 +37,7 @@ bool IsReport(std::u16string_view path) {
   auto file = Files().Open(path, FileSystem::OpenMode::kRead);
   if (!file.ok()) return false;
   const auto count = file.value()->ReadAt(0, std::as_writable_bytes(std::span(start)));
-  return count.ok() &&
-         std::string_view(start.data(), *count).find(kReportFormat) != std::string_view::npos;
+  return count.ok() && BeginsLikeReport({start.data(), *count});
 }
 
 // Null: nothing.

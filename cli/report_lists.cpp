@@ -17,15 +17,17 @@ class ListWriter {
     Failures();
     Remarks();
     Duplicates();
-    LeftOutParts();
+    if (!_record.forecast) LeftOutParts();
     Separators();
     Skipped();
     ReadFailures();
     UnusedIndexes();
     ProfilesInUse();
     Renamed();
-    FolderRefusals();
-    Continued();
+    if (!_record.forecast) {
+      FolderRefusals();
+      Continued();
+    }
     NotBegun();
   }
 

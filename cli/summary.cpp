@@ -27,7 +27,7 @@ class SummaryWriter {
 
   std::string Run() {
     Folders();
-    Totals();
+    _record.forecast ? Forecast() : Totals();
     State();
     Unfinished();
     Lists();
@@ -41,9 +41,12 @@ class SummaryWriter {
   // For people who asked for quiet, when there is something that they must know all the same.
   std::string RunInOneLine() const {
     std::string line =
-        fmt::format("{}: {} read, {} written, {} failed", PathForDisplay(_record.destination),
-                    Counted(_record.Read(), "message"), WithThousands(_record.Written()),
-                    WithThousands(_record.Failed()));
+        _record.forecast
+            ? fmt::format("{} read, {} unreadable", Counted(_record.Read(), "message"),
+                          WithThousands(_record.Failed()))
+            : fmt::format("{}: {} read, {} written, {} failed", PathForDisplay(_record.destination),
+                          Counted(_record.Read(), "message"), WithThousands(_record.Written()),
+                          WithThousands(_record.Failed()));
     const auto more = [&](std::uint64_t count, std::string_view noun, std::string_view what) {
       if (count > 0) line += fmt::format(", {} {}", Counted(count, noun), what);
     };
@@ -79,9 +82,14 @@ class SummaryWriter {
     for (const FolderAccount& folder : _record.folders)
       width = std::max(width, std::min(Columns(FolderPath(folder.path)), kWidestFolder));
     for (const FolderAccount& folder : _record.folders) {
-      std::string line =
-          fmt::format("{}  {:>9} read  {:>9} written", Padded(FolderPath(folder.path), width),
-                      WithThousands(folder.read), WithThousands(folder.written));
+      std::string line = Padded(FolderPath(folder.path), width);
+      if (_record.forecast) {
+        line += fmt::format("  {:>9}  {:>9}  {}", WithThousands(folder.read), Size(folder.bytes),
+                            Days(folder.dates));
+      } else {
+        line += fmt::format("  {:>9} read  {:>9} written", WithThousands(folder.read),
+                            WithThousands(folder.written));
+      }
       if (folder.failed > 0) line += fmt::format("  {:>6} failed", WithThousands(folder.failed));
       Line(line);
     }
@@ -97,6 +105,32 @@ class SummaryWriter {
       Line("Written here means accepted by Outlook, which does not tell what has reached the file");
   }
 
+  // "2003-01-02 to 2019-05-03"; empty where no message has a date.
+  static std::string Days(const DateRange& dates) {
+    constexpr std::size_t kDay = std::string_view("2003-01-02").size();
+    const std::string first = IsoTime(dates.first).substr(0, kDay);
+    return first.empty() ? first : first + " to " + IsoTime(dates.last).substr(0, kDay);
+  }
+
+  void Forecast() {
+    const DateRange dates = _record.Dates();
+    std::string line =
+        fmt::format("{} in {}, {}", Counted(_record.Read(), "message"),
+                    Counted(_record.folders.size(), "folder"), Size(_record.Bytes()));
+    if (const std::string days = Days(dates); !days.empty()) line += ", " + days;
+    if (_record.Failed() > 0)
+      line += fmt::format("; {} cannot be read", WithThousands(_record.Failed()));
+    Line(line);
+    const ScanEstimate& forecast = *_record.forecast;
+    if (_record.error.empty() && !_record.interrupted) {
+      Line(fmt::format("A conversion would make a PST of about {}, in roughly {}",
+                       Size(forecast.PstBytes()), Duration(forecast.Milliseconds())));
+    }
+    for (const std::string& warning : forecast.warnings) Line("Careful: " + warning);
+    if (dates.undated > 0)
+      Line(fmt::format("Messages whose date nothing tells: {}", WithThousands(dates.undated)));
+  }
+
   // "State kept: 12 read, 3 flagged", of messages that are marked at all.
   void State() {
     std::string kept;
@@ -107,7 +141,8 @@ class SummaryWriter {
                             WordsOf(static_cast<carry::StateKind>(kind)).text);
       }
     }
-    if (!kept.empty()) Line("State kept: " + kept);
+    if (!kept.empty())
+      Line((_record.forecast ? "State that comes along: " : "State kept: ") + kept);
     if (_record.winmail && _record.winmail->opened > 0) {
       Line(fmt::format("Files winmail.dat opened: {}, with {}",
                        WithThousands(_record.winmail->opened),
@@ -143,8 +178,11 @@ class SummaryWriter {
 
   void Unfinished() {
     if (_record.error.empty() && !_record.interrupted) return;
-    if (_record.errorCode != CodeOf(RunProblem::kNameNotTaken))
+    if (_record.forecast) {
+      Line("Not finished: mail that comes after the last message read is not counted");
+    } else if (_record.errorCode != CodeOf(RunProblem::kNameNotTaken)) {
       Line("Not finished: mail that comes after the last message read is not in the PST");
+    }
     List(_record.notBegun, "Folders not begun");
   }
 

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "engine/asset_bases.h"
+#include "factory/source_factory.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/system.h"
@@ -13,6 +14,8 @@ using QuelmarMIMEEngineCommon::EmailAssetBase;
 
 namespace {
 
+bool keepsDump = true;
+
 // A new user's local application data may not be there yet: up to the home folder, which is.
 void CreateFolders(platform::FileSystem& files, const std::u16string& folder, int missingLevels) {
   if (files.FolderExists(folder)) return;
@@ -22,7 +25,10 @@ void CreateFolders(platform::FileSystem& files, const std::u16string& folder, in
 
 }  // namespace
 
+void KeepNoErrorDump() { keepsDump = false; }
+
 void PrepareErrorDump() {
+  if (!keepsDump) return EmailAssetBase::SetDumpFilePath(std::nullopt);
   try {
     const auto local = platform::LocalApplicationDataFolder();
     if (!local) return EmailAssetBase::SetDumpFilePath(std::nullopt);

@@ -26,6 +26,10 @@ enum class SourceKind {
   kTakeout,      // an export of Gmail: archives, the folder they make, or one mailbox
 };
 
+// From now on no source of this process keeps messages that nobody could parse: for whoever only
+// looks, and leaves no trace.
+void KeepNoErrorDump();
+
 // A store that is not yet opened. Prepares the file for messages nobody could parse, as
 // StoreFactory does.
 std::unique_ptr<QuelmarMIMEEngineCommon::IAssetStore> CreateSource(

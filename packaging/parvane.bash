@@ -4,11 +4,11 @@ _parvane() {
   local command=${COMP_WORDS[1]}
   COMPREPLY=()
   if [ "$COMP_CWORD" -eq 1 ]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert list check help --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check help --help --version' -- "$current")
     return
   fi
   if [[ $command == help ]]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert list check' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check' -- "$current")
     return
   fi
   case $previous in
@@ -43,8 +43,10 @@ _parvane() {
     --name | --size-limit | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --log
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --log
       --detailed-log --report --progress --keep --labels --skip-deleted --separators --timings -q --quiet --help' -- "$current")
+  elif [[ $current == -* && $command == scan ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --separators --json --progress --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then

@@ -137,6 +137,9 @@ class PstTest(unittest.TestCase):
 
     def convert(self, *arguments, code=0, **options):
         """Converts, checks the exit code and the account's arithmetic, and returns the report."""
+        goes_on = {'--skip-existing', '--resume'} & set(arguments)
+        foretold = None if options or goes_on else self.parvane(
+            'convert', '--dry-run', '--report', '-', '--progress', 'never', *arguments)
         report = self.folder / 'report.json'
         run = self.parvane('convert', '--report', report, *arguments, **options)
         self.assertEqual(run.code, code, run)
@@ -147,7 +150,24 @@ class PstTest(unittest.TestCase):
         for count in ('read', 'written', 'failed'):
             self.assertEqual(totals[count], sum(f[count] for f in account['folders']))
         self.assertEqual(totals['failed'], len(account['failures']))
+        if foretold and code in (0, 1):
+            self.check_foretold(json.loads(foretold.out), account)
         return account
+
+    def check_foretold(self, scan, account):
+        """What a dry run has told is what the conversion counted."""
+        self.assertEqual(scan['format'], 'parvane scan')
+        for name in ('remarks', 'kept'):
+            told = {k: v for k, v in scan['totals'][name].items() if v is not None}
+            self.assertEqual(told, {k: account['totals'][name][k] for k in told})
+        totals = account['totals'] | {k: scan['totals'][k] for k in (
+            'firstDate', 'lastDate', 'undated', 'winmail', 'addressesKept', 'remarks', 'kept')}
+        self.assertEqual(scan['totals'], {k: totals[k] for k in scan['totals']})
+        for name in ('suspectedSeparators', 'passedOver', 'readFailures', 'indexesNotUsed', 'duplicates'):
+            self.assertEqual(scan[name], account[name])
+        for told, done in zip(scan['folders'], account['folders'], strict=True):
+            self.assertEqual([told[k] for k in ('source', 'read', 'failed', 'bytes')],
+                             [done[k] for k in ('source', 'read', 'failed', 'bytes')])
 
     def listing(self, pst, *arguments):
         run = self.parvane('list', '--json', *arguments, pst)

@@ -84,7 +84,7 @@ class Usage(PstTest):
         manual = (top / 'docs/manual.md').read_text('utf-8')
         page = (top / 'packaging/parvane.1').read_text('utf-8').replace('\\-', '-')
         completion = (top / 'packaging/parvane.bash').read_text('utf-8')
-        for command in ('convert', 'list', 'check'):
+        for command in ('convert', 'scan', 'list', 'check'):
             options = set(re.findall(r'--[a-z-]+', self.parvane(command, '--help').out)) - {'--help'}
             self.assertGreaterEqual(len(options), 2)
             words = re.search(r"\$command == %s \]\]; then\n.*?compgen -W '(.*?)'" % command,

@@ -1,0 +1,152 @@
+#include "cli/scan_command.h"
+
+#include <exception>
+
+#include <fmt/format.h>
+
+#include "cli/console.h"
+#include "cli/destination.h"
+#include "cli/folder_copy.h"
+#include "cli/format.h"
+#include "cli/logs.h"
+#include "cli/outputs.h"
+#include "cli/progress.h"
+#include "cli/report.h"
+#include "cli/scan_folder.h"
+#include "cli/scan_witness.h"
+#include "cli/selection.h"
+#include "cli/source_names.h"
+#include "cli/source_opening.h"
+#include "cli/source_plan.h"
+#include "cli/space_check.h"
+#include "factory/source_factory.h"
+#include "platform/file.h"
+#include "platform/path.h"
+#include "platform/process.h"
+#include "platform/system.h"
+
+namespace parvane::cli {
+namespace {
+
+using platform::PathForDisplay;
+using platform::Status;
+
+ProgressStyle StyleFor(const ConvertOptions& options) {
+  if (options.quiet) return ProgressStyle::kNone;
+  return options.json ? StyleForResults(options.progress) : StyleForWork(options.progress);
+}
+
+class Scan {
+ public:
+  explicit Scan(const ConvertOptions& options)
+      : _options(options),
+        _outputs(options, _logs),
+        _witness(_record, _logs, _interrupt, options.keep),
+        _progress(StyleFor(options)),
+        _sources(options, _record, _witness, _progress) {}
+
+  ExitCode Run() {
+    const std::uint64_t start = platform::MonotonicMilliseconds();
+    _record.BeginFor(_options);
+    factory::KeepNoErrorDump();
+    const bool began = PrepareAndRead();
+    _progress.Finish();
+    _record.milliseconds = platform::MonotonicMilliseconds() - start;
+    _record.peakMemory = platform::PeakResidentBytes();
+    _record.forecast->SetReading(_record.milliseconds);
+    if (began) CheckRoom();
+    _outputs.Tell(_record, began);
+    return Outcome(_record);
+  }
+
+ private:
+  bool PrepareAndRead() {
+    try {
+      if (!Prepare()) return false;
+      Read();
+      return true;
+    } catch (const std::exception& error) {
+      _record.Fail(RunProblem::kBrokeOff, InWords(error));
+      return _began;
+    }
+  }
+
+  bool Prepare() {
+    if (Status begun = _outputs.Begin(); !begun.ok()) return Fail(begun);
+    auto sources = RecogniseSources(_options);
+    if (!sources.ok()) return Fail(sources.status());
+    if (!_options.destination.empty()) {
+      auto destination = CheckDestination(_options, NameForSource(_options.sources.front()));
+      if (!destination.ok()) return Fail(destination.status());
+      _destination = *std::move(destination);
+      _record.destination = _destination.path;
+      _record.appended = _destination.existed && !_destination.replaced;
+    }
+    if (Status opened = _outputs.Open(_destination.path, {}); !opened.ok()) return Fail(opened);
+    _logs.Both(fmt::format("parvane {}: scan of {}", PARVANE_VERSION, SourcesText()));
+    if (!_sources.Open(*sources)) return false;
+    _outputs.ForgetOwnFiles(_record, {});
+    return true;
+  }
+
+  void Read() {
+    _began = true;
+    _witness.BeginReading();
+    ScanFolder top(_witness, QuelmarMIMEEngineCommon::kAssetFolderTypeAssets);
+    Selection selection(_options);
+    FolderCopy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt)
+        .Run(top);
+    _record.forecast->AddFolders(_sources.plan().folders().size());
+  }
+
+  // With what is known now, and not only of the mail that may be large.
+  void CheckRoom() {
+    if (_options.destination.empty() || !_record.error.empty() || _record.interrupted) return;
+    ScanEstimate& forecast = *_record.forecast;
+    const std::uint64_t size = forecast.PstBytes();
+    const std::uint64_t there =
+        _record.appended ? platform::FileSystem::Default().Inspect(_destination.file).size : 0;
+    if (_options.skipExisting || _options.resume) {
+      forecast.warnings.emplace_back(
+          "what the PST has already is counted too: it was not looked into");
+    }
+    const auto free = platform::FreeSpace(platform::ParentOfPath(_destination.file));
+    if (free && size > *free) {
+      forecast.warnings.push_back(
+          fmt::format("only {} are free where the PST would be made", Size(*free)));
+    }
+    if (size + there > _options.sizeLimit) {
+      forecast.warnings.push_back(
+          fmt::format("the PST would reach its limit of {}", Size(_options.sizeLimit)));
+    }
+  }
+
+  bool Fail(const Status& status) {
+    _record.Fail(status);
+    return false;
+  }
+
+  std::string SourcesText() const {
+    std::string text;
+    for (const std::u16string& source : _options.sources)
+      text += (text.empty() ? "" : ", ") + PathForDisplay(source);
+    return text;
+  }
+
+  const ConvertOptions& _options;
+  platform::InterruptWatch _interrupt;
+  Destination _destination;
+  ConversionRecord _record;
+  Logs _logs;
+  Outputs _outputs;
+  ScanWitness _witness;
+  Progress _progress;
+  SourceOpening _sources;
+  bool _began = false;
+};
+
+}  // namespace
+
+ExitCode RunScan(const ConvertOptions& options) { return Scan(options).Run(); }
+
+}  // namespace parvane::cli

@@ -1,0 +1,71 @@
+"""What a conversion would do, told beforehand. That a scan counts what the conversion counts is held
+against every conversion of the other tests (harness.check_foretold)."""
+import json
+import unittest
+
+import mailboxes
+from harness import PstTest
+
+
+class Scans(PstTest):
+
+    def setUp(self):
+        super().setUp()
+        self.inbox = self.write('mail/Inbox.mbox', mailboxes.many(40) + mailboxes.message(
+            41, extra='X-Status: F\n').replace(b'Date: ', b'X-Date: ').replace(b'Fri Mar', b'nowhere'))
+        self.write('mail/Sent.mbox', mailboxes.many(3))
+        self.write('mail/Old.archive', mailboxes.many(1))
+
+    def scan(self, *arguments, code=1):
+        run = self.parvane('scan', '--json', *arguments)
+        self.assertEqual((run.code, run.err), (code, ''), run)
+        return json.loads(run.out)
+
+    def test_what_it_tells(self):
+        before = sorted(self.folder.rglob('*'))
+        account = self.scan(self.folder / 'mail')
+        totals = account['totals']
+        self.assertEqual((totals['read'], totals['undated'], totals['withoutDate']), (44, 1, 1))
+        self.assertEqual((totals['firstDate'], totals['lastDate']),
+                         ('2019-03-01T07:00:00Z', '2019-03-28T07:00:27Z'))
+        self.assertEqual(totals['pathsLeftBehind'], 1)
+        self.assertEqual(account['destination'], None)
+        run = self.parvane('scan', '--progress', 'never', self.folder / 'mail')
+        self.assertRegex(run.out, r'mail / Inbox +41 +[0-9.]+ kB  2019-03-01 to 2019-03-28\n')
+        self.assertIn('44 messages in 2 folders', run.out)
+        self.assertRegex(run.out, 'would make a PST of about 271.4 kB, in roughly 0:00')
+        self.assertEqual((run.code, run.err), (1, ''), run)
+        self.assertEqual(sorted(self.folder.rglob('*')), before, 'nothing is written')
+        for sources, code, words in ((['nowhere'], 3, 'No such file'), ([], 2, 'required')):
+            run = self.parvane('scan', *sources)
+            self.assertEqual(run.code, code, run)
+
+    def test_the_estimate_is_near(self):
+        for name, mail in (('plain', mailboxes.many(3000)), ('large', mailboxes.large_body(3_000_000))):
+            with self.subTest(name):
+                source, pst = self.write(f'{name}.mbox', mail), self.folder / f'{name}.pst'
+                expected = self.scan(source, code=0)['estimate']
+                self.convert(source, pst)
+                self.assertAlmostEqual(expected['pstBytes'] / pst.stat().st_size, 1, delta=0.2)
+
+    def test_a_dry_run_judges_the_destination_and_leaves_it_alone(self):
+        pst = self.folder / 'out.pst'
+        dry = ('convert', '--dry-run', '--progress', 'never', self.inbox)
+        run = self.parvane(*dry, pst)
+        self.assertEqual((run.code, run.err, pst.exists()), (0, '', False), run)
+        self.convert(self.inbox, pst)
+        before = pst.read_bytes()
+        run = self.parvane(*dry, pst)
+        self.assertEqual(run.code, 3, run)
+        self.assertIn('--append', run.err)
+        for options, careful in (('--append', False), ('--overwrite', False),
+                                 ('--append --size-limit 300000', True)):
+            run = self.parvane(*dry, *options.split(), pst)
+            self.assertEqual((run.code, 'Careful: the PST would reach' in run.out), (0, careful), run)
+        self.assertEqual(pst.read_bytes(), before)
+        run = self.parvane(*dry, self.folder / 'no folder' / 'out.pst')
+        self.assertEqual(run.code, 3, run)
+
+
+if __name__ == '__main__':
+    unittest.main()
