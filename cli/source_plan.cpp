@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "cli/account_stores.h"
 #include "cli/export_parts.h"
 #include "cli/folder_evidence.h"
 #include "cli/profile_settings.h"
@@ -262,7 +263,7 @@ class Recogniser {
     const auto kind = _options.from ? _options.from : KindOf(*evidence);
     if (kind && HoldsAccounts(path, *kind) && !here.Thunderbird()) {
       const std::size_t before = _plan.stores.size();
-      AddAccounts(path, AccountsOf(platform::ParentOfPath(path)));
+      AddAccounts(path, AccountsOf(platform::ParentOfPath(path)), _plan);
       if (_plan.stores.size() > before) return {};
     }
     if (!kind) return {StatusCode::kNotFound, PathForDisplay(path) + ": " + NoMailText(*evidence)};
@@ -286,55 +287,9 @@ class Recogniser {
 
   Status AddProfile(const std::u16string& profile) {
     const std::size_t before = _plan.stores.size();
-    const std::vector<MailAccount> accounts = AccountsOf(profile);
-    auto entries = Files().List(profile);
-    if (!entries.ok()) return entries.status();
-    for (std::u16string_view name : {u"Mail", u"ImapMail"}) {
-      const auto entry = std::find_if(entries->begin(), entries->end(),
-                                      [&](const auto& one) { return one.name == name; });
-      if (entry == entries->end()) continue;
-      const std::u16string path = platform::JoinPath(profile, name);
-      if (entry->kind == FileKind::kFolder) AddAccounts(path, accounts);
-      NoteIfDangling(path, *entry);
-    }
-    for (const MailAccount& account : accounts) {
-      if (account.outside) _plan.leftBehind.push_back({account.folder, SkipReason::kElsewhere, {}});
-    }
+    if (Status status = AddAccountsOfProfile(profile, _plan); !status.ok()) return status;
     if (_plan.stores.size() == before) AddMailFolder(SourceKind::kThunderbird, profile);
     return {};
-  }
-
-  // One store for each folder below Mail/ or ImapMail/.
-  void AddAccounts(const std::u16string& container, const std::vector<MailAccount>& accounts) {
-    auto entries = Files().List(container);
-    if (!entries.ok()) {
-      _plan.leftBehind.push_back({container, SkipReason::kUnreadable, entries.status()});
-      return;
-    }
-    for (const DirectoryEntry& entry : *entries) {
-      const std::u16string path = platform::JoinPath(container, entry.name);
-      NoteIfDangling(path, entry);
-      if (entry.kind != FileKind::kFolder) continue;
-      const std::u16string canonical = platform::CanonicalPath(path);
-      const auto account = std::find_if(accounts.begin(), accounts.end(), [&](const auto& one) {
-        return one.folder == canonical && !one.name.empty();
-      });
-      _plan.stores.push_back(
-          {KindOfAccount(path), path, account == accounts.end() ? entry.name : account->name});
-    }
-  }
-
-  // Thunderbird keeps an account's folders as mailboxes or, if its user wants that, as maildirs.
-  static SourceKind KindOfAccount(const std::u16string& path) {
-    const auto entries = Files().List(path);
-    const auto kind = entries.ok() ? KindOf(LookInto(path, *entries)) : std::nullopt;
-    return kind == SourceKind::kMaildir ? SourceKind::kMaildir : SourceKind::kThunderbird;
-  }
-
-  // To an account on a disk that is not there.
-  void NoteIfDangling(const std::u16string& path, const DirectoryEntry& entry) {
-    if (entry.link && entry.kind == FileKind::kNone)
-      _plan.leftBehind.push_back({path, SkipReason::kDanglingLink, {}});
   }
 
   // Of what holds several folders: when it is alone, they stand directly under the PST's top.
