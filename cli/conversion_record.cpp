@@ -40,6 +40,7 @@ void ConversionRecord::BeginFor(const ConvertOptions& options) {
   sources = options.sources;
   destination = options.destination;
   mapi = options.mapi;
+  split = static_cast<bool>(options.split);
   strictSeparators = options.separators == engine::SeparatorRule::kStrict;
   const KeepChoice& keep = options.keep;
   if (keep.state) stateKept.emplace();

@@ -59,7 +59,15 @@ struct FolderAccount {
   std::uint64_t bytes = 0;  // of messages read
   // Messages that the source has and nobody wanted read, by why (moves/item_filter.h).
   std::array<std::uint64_t, moves::kPassedOverReasons> passedOver{};
-  DateRange dates = {};  // of a scan
+  DateRange dates = {};                 // of a scan
+  std::vector<std::size_t> parts = {};  // of the record, in which it has mail; if it is split
+};
+
+// One of several PSTs that the mail was split into.
+struct PartAccount {
+  std::u16string path;
+  std::uint64_t bytes = 0;
+  std::uint64_t written = 0;  // messages
 };
 
 // Where a message comes from.
@@ -166,6 +174,12 @@ struct ConversionRecord {
   std::u16string partial;
   bool appended = false;
   bool resumed = false;  // the run goes on with what one has left that did not finish
+  bool split = false;    // into parts
+  // Those with mail in them, in the order in which they were written; all but the last one are
+  // finished, and that is `partial` if that is not empty.
+  std::vector<PartAccount> parts;
+  // What is there under the names of further ones is not of this run.
+  std::vector<std::u16string> oldParts;
   MapiChoice mapi = MapiChoice::kBuiltin;
   platform::FileTime started;
   std::uint64_t milliseconds = 0;
@@ -205,7 +219,7 @@ struct ConversionRecord {
   std::uint64_t folderDataSkipped = 0;  // notes of mail programs about their folders, no messages
   std::uint64_t withoutDate = 0;
   std::uint64_t unreadableDate = 0;
-  std::uint64_t pstSize = 0;
+  std::uint64_t pstSize = 0;  // of all parts
   std::uint64_t peakMemory = 0;
   std::vector<StageTiming> timings;  // if asked for
 

@@ -6,15 +6,13 @@
 #include <fmt/format.h>
 
 #include "cli/console.h"
-#include "cli/destination.h"
-#include "cli/destination_claim.h"
 #include "cli/folder_copy.h"
 #include "cli/format.h"
 #include "cli/logs.h"
 #include "cli/mapi_run.h"
 #include "cli/outputs.h"
+#include "cli/parts.h"
 #include "cli/progress.h"
-#include "cli/pst_writing.h"
 #include "cli/report.h"
 #include "cli/selection.h"
 #include "cli/source_names.h"
@@ -22,7 +20,6 @@
 #include "cli/source_plan.h"
 #include "cli/space_check.h"
 #include "cli/witness.h"
-#include "mapi/options.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -51,7 +48,7 @@ class Conversion {
     const std::uint64_t start = platform::MonotonicMilliseconds();
     if (_options.timings) _times.Start();
     const bool began = PrepareAndCopy();
-    TakeName();
+    _parts.TakeName();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
     _record.peakMemory = platform::PeakResidentBytes();
@@ -77,12 +74,8 @@ class Conversion {
     try {
       return Prepare() && Copy();
     } catch (const std::exception& error) {
-      _writing.Release();
       Fail(RunProblem::kBrokeOff, InWords(error));
-      if (!_writing.began()) return false;
-      _witness.EndFolder(InWords(error));
-      _witness.Settle();
-      return true;
+      return _parts.BreakOff(InWords(error));
     }
   }
 
@@ -91,39 +84,37 @@ class Conversion {
     if (Status begun = _outputs.Begin(); !begun.ok()) return Fail(begun);
     auto sources = RecogniseSources(_options);
     if (!sources.ok()) return Fail(sources.status());
-    auto destination = CheckDestination(_options, NameForSource(_options.sources.front()));
-    if (!destination.ok()) return Fail(destination.status());
-    _destination = *std::move(destination);
     if (_options.mapi == MapiChoice::kOutlook) {
       auto turn = OutlookTurn::Take();
       if (!turn.ok()) return Fail(turn.status());
       _turn.emplace(std::move(turn).value());
     }
-    _record.destination = _destination.path;
-    _record.appended = _destination.existed && !_destination.replaced;
-    if (Status claimed = _claim.Take(_destination, _options); !claimed.ok()) return Fail(claimed);
-    if (Status opened = _outputs.Open(_destination.path, _claim.path()); !opened.ok())
+    if (Status taken = _parts.Take(NameForSource(_options.sources.front())); !taken.ok())
+      return Fail(taken);
+    const std::u16string& destination = _parts.destination().path;
+    _record.destination = destination;
+    if (Status opened = _outputs.Open(destination, _parts.path()); !opened.ok())
       return Fail(opened);
     _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
-                           PathForDisplay(_destination.path)));
+                           PathForDisplay(destination)));
     if (!_sources.Open(*sources)) return false;
-    _outputs.ForgetOwnFiles(_record, _claim.path());
+    _outputs.ForgetOwnFiles(_record, _parts.path());
     return CheckSpace();
   }
 
   bool CheckSpace() {
     SpaceNeeded needed;
     needed.mailBytes = _sources.plan().TotalBytes();
-    needed.sizeLimit = _options.sizeLimit;
-    needed.freeBytes = platform::FreeSpace(platform::ParentOfPath(_claim.path()));
-    if (_record.appended || _claim.resumes())
-      needed.thereAlready = FileSystem::Default().Inspect(_claim.path()).size;
-    needed.isPartOfIt = _options.skipExisting || _claim.resumes();
+    needed.sizeLimit = _options.split ? UINT64_MAX : _options.sizeLimit;
+    needed.freeBytes = platform::FreeSpace(platform::ParentOfPath(_parts.path()));
+    if (_record.appended || _parts.resumes())
+      needed.thereAlready = FileSystem::Default().Inspect(_parts.path()).size;
+    needed.isPartOfIt = _options.skipExisting || _parts.resumes();
     // What is replaced at once makes room.
-    if (needed.freeBytes) *needed.freeBytes += _claim.leftover().value_or(0);
+    if (needed.freeBytes) *needed.freeBytes += _parts.leftover().value_or(0);
     std::string warning;
     if (Status fits = cli::CheckSpace(needed, &warning); !fits.ok())
-      return Fail(Status(fits.code(), PathForDisplay(_destination.path) + ": " + fits.message()));
+      return Fail(Status(fits.code(), PathForDisplay(_record.destination) + ": " + fits.message()));
     if (!warning.empty()) Notice(warning);
     return true;
   }
@@ -135,38 +126,25 @@ class Conversion {
   }
 
   bool Copy() {
-    if (_claim.leftover()) {
+    if (_parts.leftover()) {
       Notice(fmt::format("{}, {} that an earlier run which did not finish has left, is replaced",
-                         PathForDisplay(_claim.path()), Size(*_claim.leftover())));
+                         PathForDisplay(_parts.path()), Size(*_parts.leftover())));
     }
-    if (Status begun = _claim.Begin(); !begun.ok()) return Fail(begun);
-    IAssetFolderMutable* top = _writing.Open();
+    IAssetFolderMutable* top = _parts.Begin();
     if (!top) return false;
-    _witness.BeginCopying();
     Selection selection(_options);
-    _record.resumed = _claim.resumes();
+    _record.resumed = _parts.resumes();
     if (_record.resumed) {
-      selection.Resume(_writing.there());
+      selection.Resume(_parts.there());
       Notice(fmt::format("going on with {}: an earlier run has left {} in it",
-                         PathForDisplay(_claim.path()),
-                         Counted(_writing.there().messages(), "message")));
+                         PathForDisplay(_parts.path()),
+                         Counted(_parts.there().messages(), "message")));
     }
-    FolderCopy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt)
-        .Run(*top);
-    _writing.Close();
+    FolderCopy copy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt);
+    if (_options.split) copy.SplitInto(_parts);
+    copy.Run(*top);
+    _parts.End();
     return true;
-  }
-
-  // The last step, when no MAPI has the PST open any more: finished, it takes its own name.
-  void TakeName() {
-    mapi::SetBuiltinOptions({});
-    const ExitCode outcome = Outcome(_record);
-    if (outcome == ExitCode::kDone || outcome == ExitCode::kMailLeftBehind) {
-      Status finished = _claim.Finish();
-      if (finished.ok()) return;
-      _record.Fail(RunProblem::kNameNotTaken, finished.message());
-    }
-    if (_claim.Abandon(_record.Written() == 0)) _record.partial = _claim.path();
   }
 
   bool Fail(const Status& status) {
@@ -187,10 +165,8 @@ class Conversion {
 
   const ConvertOptions& _options;
   platform::InterruptWatch _interrupt;
-  Destination _destination;
   ConversionRecord _record;
   platform::StageTimes _times;
-  DestinationClaim _claim;
   std::optional<OutlookTurn> _turn;
   Logs _logs;
   Outputs _outputs;
@@ -198,8 +174,7 @@ class Conversion {
   Progress _progress;
   // After the witness, which its stores tell.
   SourceOpening _sources;
-  PstWriting _writing{_options, _destination, _claim,   _sources.plan(),
-                      _record,  _witness,     _progress};
+  Parts _parts{_options, _sources.plan(), _record, _witness, _logs, _progress};
 };
 
 }  // namespace

@@ -42,6 +42,9 @@ constexpr Word<Dedup> kDedups[] = {
 
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
 
+// In less there is hardly room for more than what every PST has.
+constexpr std::uint64_t kLeastPart = 10'000'000;
+
 }  // namespace
 
 void ConvertArguments::Describe(CLI::App& command) {
@@ -76,6 +79,10 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_option("--size-limit", _sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
       ->type_name("SIZE");
+  command
+      .add_option("--split", _split,
+                  "write several PSTs, DEST.pst, DEST-2.pst and so on, none larger than SIZE")
+      ->type_name("SIZE");
   command.add_option("--log", _log, "write a brief log: folders, failures, what was passed over")
       ->type_name("FILE");
   command.add_option("--detailed-log", _detailedLog, "write a log that names every message")
@@ -101,6 +108,9 @@ std::string ConvertArguments::Understand() {
     return "--size-limit is for the built-in MAPI: Outlook has a limit of its own";
   if (_options.mapi == MapiChoice::kOutlook && _options.resume)
     return "--resume is for the built-in MAPI: what Outlook has saved of a PST is not known";
+  if (_split) {
+    if (std::string fault = UnderstandSplit(); !fault.empty()) return fault;
+  }
   const auto sizeLimit = ParseSize(_sizeLimit.value_or(kDefaultSizeLimit));
   if (!sizeLimit) return "--size-limit: \"" + *_sizeLimit + "\" is no size such as 20GB";
   _options.sizeLimit = *sizeLimit;
@@ -138,6 +148,21 @@ std::string ConvertArguments::UnderstandScan() {
   _options.dryRun = true;
   if (_options.json) _options.report = u"-";
   return _sources.Understand(_paths);
+}
+
+std::string ConvertArguments::UnderstandSplit() {
+  if (_options.mapi == MapiChoice::kOutlook)
+    return "--split is for the built-in MAPI: Outlook does not tell how large its PST has become";
+  if (_options.resume || _options.skipExisting)
+    return "--split does not go together with --resume and --skip-existing yet";
+  if (_sizeLimit)
+    return "--size-limit is not for --split SIZE, which says how large each PST may be";
+  const auto size = ParseSize(*_split);
+  if (!size) return "--split: \"" + *_split + "\" is no size such as 20GB";
+  if (*size < kLeastPart) return "--split: the least size is " + Size(kLeastPart);
+  _options.split.bySize = true;
+  _sizeLimit = *_split;
+  return {};
 }
 
 }  // namespace parvane::cli

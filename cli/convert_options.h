@@ -25,11 +25,13 @@ class ConvertArguments {
   std::string UnderstandScan();
 
  private:
+  std::string UnderstandSplit();
+
   ConvertOptions& _options;
   SourceArguments _sources{_options};
   std::vector<std::string> _paths;
   std::string _log, _detailedLog, _report;
-  std::optional<std::string> _sizeLimit;
+  std::optional<std::string> _sizeLimit, _split;
 };
 
 }  // namespace parvane::cli

@@ -16,29 +16,28 @@ using QuelmarMIMEEngineCommon::OperationResultCode;
 
 void FolderCopy::Run(IAssetFolderMutable& top) {
   _progress.OverallTotal(static_cast<std::int64_t>(_plan.TotalBytes()));
+  _made.BeginBelow(top);
   std::uint64_t bytesBefore = 0;
-  std::vector<IAssetFolderMutable*> made;
   const std::vector<PlannedFolder>& folders = _plan.folders();
   for (std::size_t i = 0; i < folders.size(); ++i) {
     const PlannedFolder& planned = folders[i];
     // Folders without items would never ask.
     _record.interrupted = _interrupt.Requested();
     if (_record.interrupted) return NoteNotBegun(i);
-    if (!_selection.MayMake(planned.path)) {
+    if (!_parts && !_selection.MayMake(planned.path)) {
       Fail(RunProblem::kOtherSources, _selection.problem());
       return NoteNotBegun(i);
     }
-    IAssetFolderMutable* parent = planned.parent == kTopFolder ? &top : made[planned.parent];
-    made.push_back(parent ? parent->CreateAssetFolder(planned.name, planned.type) : nullptr);
+    if (!_parts) _made.Make(i);
     if (!planned.TakesMail()) continue;
     engine::TurnTaker* taker = TakerOf(planned);
     if (!taker || _turns.empty()) _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
     bytesBefore += planned.bytes;
     if (taker) {
       if (_turns.empty()) _firstTurn = _record.folders.size();
-      _turns.emplace(planned.source, Turn{&planned, made.back(), BeginAccount(planned)});
+      _turns.emplace(planned.source, Turn{i, BeginAccount(planned)});
       if (IsLastOf(*taker, i) && !CopyTurns(*taker)) return NoteNotBegun(i + 1);
-    } else if (!CopyFolder(planned, made.back())) {
+    } else if (!CopyFolder(i)) {
       return NoteNotBegun(i + 1);
     }
   }
@@ -63,9 +62,10 @@ std::size_t FolderCopy::BeginAccount(const PlannedFolder& planned) {
   return account;
 }
 
-bool FolderCopy::CopyFolder(const PlannedFolder& planned, IAssetFolderMutable* target) {
+bool FolderCopy::CopyFolder(std::size_t folder) {
+  const PlannedFolder& planned = _plan.folders()[folder];
   const std::size_t first = BeginAccount(planned);
-  const bool goesOn = CopyInto(target, planned, first);
+  const bool goesOn = CopyInto(folder, first);
   _selection.EndFolder(first);
   planned.source->ResetQuery();  // closes its file
   if (_record.error.empty()) LogFolders(first);
@@ -79,51 +79,107 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
   while (goesOn) {
     const auto turn = _turns.find(source.NextTurn());
     if (turn == _turns.end()) break;
-    const auto& [planned, target, account] = turn->second;
-    _progress.GoOnWith(planned->path);
+    const auto& [planned, account] = turn->second;
+    _progress.GoOnWith(_plan.folders()[planned].path);
     _witness.BeginFolder(account);
-    goesOn = CopyInto(target, *planned, account);
+    goesOn = CopyInto(planned, account);
   }
   source.EndTurns();
   for (const auto& [folder, turn] : _turns) {
     _selection.EndFolder(turn.account);
-    if (!goesOn && _record.folders[turn.account].read == 0)
-      _record.notBegun.push_back({turn.planned->path, folder->FolderDiskPath().value_or(u"")});
+    if (!goesOn && _record.folders[turn.account].read == 0) {
+      _record.notBegun.push_back(
+          {_plan.folders()[turn.folder].path, folder->FolderDiskPath().value_or(u"")});
+    }
   }
   _turns.clear();
   if (_record.error.empty()) LogFolders(first);
   return goesOn;
 }
 
-bool FolderCopy::CopyInto(IAssetFolderMutable* target, const PlannedFolder& planned,
-                          std::size_t account) {
-  if (!target) {
-    _record.Fail(RunProblem::kFolderNotMade,
-                 _witness.Reason("the folder " + FolderPath(planned.path) + " could not be made"));
+bool FolderCopy::CopyInto(std::size_t folder, std::size_t account) {
+  if (_parts) return CopyIntoParts(folder, account);
+  const PlannedFolder& planned = _plan.folders()[folder];
+  IAssetFolderMutable* target = _made.Make(folder);
+  if (!BeginSelection(planned, account, target)) return false;
+  moves::SelectedFolder source(*planned.source, _selection, *this);
+  return CopyFrom(source, planned, target);
+}
+
+bool FolderCopy::CopyIntoParts(std::size_t folder, std::size_t account) {
+  const PlannedFolder& planned = _plan.folders()[folder];
+  if (!BeginSelection(planned, account, nullptr)) return false;
+  moves::PartFilter& part = _parts->filter();
+  moves::FilterChain filters;
+  filters.Add(_selection);
+  filters.Add(part);
+  moves::SelectedFolder source(*planned.source, filters, *this);
+  part.BeginFolder(_made.Has(folder));
+  if (!_made.Has(folder)) {
+    // The filter takes nothing yet: whether there is anything is all that this tells.
+    source.ResetQuery();
+    source.QueryAsset();
+    if (!_selection.problem().ok()) return FailSelection();
+    if (!source.HoldsItem()) return GoesOn(/*canceled=*/false);
+  }
+  do {
+    if (source.HoldsItem() && part.IsFull() && !GoOnInNextPart(account)) return false;
+    IAssetFolderMutable* target = _made.Make(folder);
+    part.BeginFolder(true);
+    if (!CopyFrom(source, planned, target)) return false;
+  } while (source.HoldsItem());
+  return true;
+}
+
+bool FolderCopy::GoOnInNextPart(std::size_t account) {
+  IAssetFolderMutable* top = _parts->GoOn();
+  if (!top) {
+    _witness.EndFolder(_record.error);
     return false;
   }
-  if (const platform::Status begun = _selection.BeginFolder(account, *target); !begun.ok()) {
-    return Fail(RunProblem::kPstNotRead, begun.WithContext(FolderPath(planned.path)));
-  }
+  _made.BeginBelow(*top);
+  // Where the folder before filled up, the item in hand was to go to another beside it.
+  _witness.GoOnIn(account);
+  return true;
+}
+
+bool FolderCopy::BeginSelection(const PlannedFolder& planned, std::size_t account,
+                                IAssetFolderMutable* target) {
+  const platform::Status begun = _selection.BeginFolder(account, target);
+  return begun.ok() || Fail(RunProblem::kPstNotRead, begun.WithContext(FolderPath(planned.path)));
+}
+
+bool FolderCopy::FailSelection() {
+  _witness.PutBack();
+  return Fail(RunProblem::kOtherSources, _selection.problem());
+}
+
+bool FolderCopy::CopyFrom(moves::SelectedFolder& source, const PlannedFolder& planned,
+                          IAssetFolderMutable* target) {
   std::string problem;
   OperationResultCode code = OperationResultCode::Failed;
-  moves::SelectedFolder source(*planned.source, _selection, *this);
+  if (!target) {
+    problem = _witness.Reason("the folder " + FolderPath(planned.path) + " could not be made");
+    _witness.EndFolder(problem);
+    _record.Fail(RunProblem::kFolderNotMade, problem);
+    return false;
+  }
   try {
     code = target->CopyAssets(&source, &_progress, &_witness, &_witness).Code;
     if (code == OperationResultCode::Failed) problem = "the folder does not take these items";
   } catch (const std::exception& error) {
     problem = InWords(error);
   }
-  if (!_selection.problem().ok()) {
-    _witness.PutBack();
-    return Fail(RunProblem::kOtherSources, _selection.problem());
-  }
-  _witness.EndFolder(problem);
-  if (!problem.empty()) {
-    _record.Fail(RunProblem::kBrokeOff, FolderPath(planned.path) + ": " + problem);
-    return false;
-  }
-  if (code != OperationResultCode::Canceled && !_enough) return true;
+  if (!_selection.problem().ok()) return FailSelection();
+  // One that is held back is not done with.
+  if (!problem.empty() || !source.HoldsItem()) _witness.EndFolder(problem);
+  if (problem.empty()) return GoesOn(code == OperationResultCode::Canceled);
+  _record.Fail(RunProblem::kBrokeOff, FolderPath(planned.path) + ": " + problem);
+  return false;
+}
+
+bool FolderCopy::GoesOn(bool canceled) {
+  if (!canceled && !_enough) return true;
   _record.interrupted = _interrupt.Requested();
   return false;
 }

@@ -9,6 +9,8 @@
 #include "cli/conversion_record.h"
 #include "cli/folder_plan.h"
 #include "cli/logs.h"
+#include "cli/made_folders.h"
+#include "cli/parts.h"
 #include "cli/progress.h"
 #include "cli/selection.h"
 #include "cli/source_witness.h"
@@ -32,14 +34,16 @@ class FolderCopy : private moves::SelectionObserver {
         _progress(progress),
         _interrupt(interrupt) {}
 
+  // The mail goes to one PST after the other, as they fill up; the first one is open. Each gets
+  // only the folders that hold mail of it.
+  void SplitInto(Parts& parts) { _parts = &parts; }
   // Below `top`. Stops early when it is interrupted or a folder cannot be copied, which the record
   // then tells, along with the folders it did not come to.
   void Run(QuelmarMIMEEngineCommon::IAssetFolderMutable& top);
 
  private:
   // False when the conversion has to stop here.
-  bool CopyFolder(const PlannedFolder& planned,
-                  QuelmarMIMEEngineCommon::IAssetFolderMutable* target);
+  bool CopyFolder(std::size_t folder);
   // The same for the folders of a source that is read from front to back, which take turns.
   bool CopyTurns(engine::TurnTaker& source);
   // Null for folders that are read by themselves.
@@ -47,9 +51,17 @@ class FolderCopy : private moves::SelectionObserver {
   bool IsLastOf(const engine::TurnTaker& taker, std::size_t folder) const;
   // A new account in the record.
   std::size_t BeginAccount(const PlannedFolder& planned);
-  // False when the copy has to stop, which is noted.
-  bool CopyInto(QuelmarMIMEEngineCommon::IAssetFolderMutable* target, const PlannedFolder& planned,
-                std::size_t account);
+  // Each false when the copy has to stop, which is noted.
+  bool CopyInto(std::size_t folder, std::size_t account);
+  bool CopyIntoParts(std::size_t folder, std::size_t account);
+  bool BeginSelection(const PlannedFolder& planned, std::size_t account,
+                      QuelmarMIMEEngineCommon::IAssetFolderMutable* target);
+  bool CopyFrom(moves::SelectedFolder& source, const PlannedFolder& planned,
+                QuelmarMIMEEngineCommon::IAssetFolderMutable* target);
+  bool GoOnInNextPart(std::size_t account);
+  bool FailSelection();
+  // After a query or copy that ended without a problem.
+  bool GoesOn(bool canceled);
   bool ItemPassedOver(const moves::Judgement& why, std::int64_t units) override;
   bool Fail(RunProblem problem, const platform::Status& why);
   void LogFolders(std::size_t first);
@@ -57,8 +69,7 @@ class FolderCopy : private moves::SelectionObserver {
   void NoteNotBegun(std::size_t first);
 
   struct Turn {
-    const PlannedFolder* planned;
-    QuelmarMIMEEngineCommon::IAssetFolderMutable* target;
+    std::size_t folder;  // of the plan
     std::size_t account;
   };
 
@@ -69,6 +80,8 @@ class FolderCopy : private moves::SelectionObserver {
   Logs& _logs;
   Progress& _progress;
   const platform::InterruptWatch& _interrupt;
+  MadeFolders _made{_plan};
+  Parts* _parts = nullptr;     // null: one PST
   bool _enough = false;        // ItemPassedOver said so
   std::size_t _firstTurn = 0;  // of the accounts of these
   std::unordered_map<const QuelmarMIMEEngineCommon::IAssetFolder*, Turn> _turns;

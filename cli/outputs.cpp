@@ -51,7 +51,8 @@ bool MayBeReplaced(const std::u16string& path) {
 
 // Where the mail is that a run has written which did not finish.
 std::string HowToGoOn(const ConversionRecord& record) {
-  return "what the summary counts as written is in " + PathForDisplay(record.partial) +
+  const std::string where = record.parts.size() > 1 ? "the PSTs that it names; the last is " : "";
+  return "what the summary counts as written is in " + where + PathForDisplay(record.partial) +
          ", a PST like any other; run again with --resume to go on, with --overwrite to start "
          "afresh and replace it, or give it another name to keep it";
 }

@@ -27,6 +27,11 @@ class OfDiagnostics final : public PstAccount {
   bool HasPassword() const override { return Record().hasPassword; }
   bool MapsRebuilt() const override { return Record().mapsRebuilt; }
   bool Failed() const override { return Record().latched || Record().sizeLimitReached; }
+  bool Full() const override {
+    const mapi::HRESULT why = Record().writeFailure.result;
+    return Record().sizeLimitReached && (why == 0 || why == mapi::MAPI_E_STORE_FULL);
+  }
+  std::uint64_t RoomLeft() const override { return Record().roomLeft; }
   std::uint64_t Failures() const override { return Record().failures; }
   std::string LastFailure() const override { return Record().lastFailure.text; }
   std::string WriteFailure() const override { return Record().writeFailure.text; }

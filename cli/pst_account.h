@@ -31,6 +31,10 @@ class PstAccount {
 
   // It takes nothing more: disk full, I/O error, size limit.
   virtual bool Failed() const = 0;
+  // Nothing more because it is as large as it may be; nothing else is wrong with it.
+  virtual bool Full() const { return false; }
+  // Bytes that surely fit before it is; where nobody tells, as many as one likes.
+  virtual std::uint64_t RoomLeft() const { return UINT64_MAX; }
   // Calls that failed so far, and why, in one line each: the last one, and the one after which
   // nothing more was taken (empty: none).
   virtual std::uint64_t Failures() const = 0;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/folders_there.h"
+#include "cli/space_check.h"
 #include "engine/destination_observer.h"
 #include "factory/store_factory.h"
 #include "mapi/options.h"
@@ -21,7 +22,8 @@ IAssetFolderMutable* PstWriting::Open() {
   SetOptions();
   // A MAPI that does not start is told by the engine, when it finds no session.
   _mapi.emplace(_options.mapi);
-  if ((_record.appended || _claim.resumes()) && _mapi->status().ok() && !LookAtFolders()) {
+  const bool isAddedTo = _destination.existed && !_destination.replaced;
+  if ((isAddedTo || _claim.resumes()) && _mapi->status().ok() && !LookAtFolders()) {
     Release();
     return nullptr;
   }
@@ -91,8 +93,10 @@ void PstWriting::FailToOpen() {
 }
 
 void PstWriting::Fail(RunProblem problem, std::string_view otherwise) {
-  _record.Fail(problem,
-               _witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise)));
+  std::string reason =
+      _witness.Reason(PathForDisplay(_destination.path) + ": " + std::string(otherwise));
+  if (_account->Full()) reason.append("; ").append(kSplitAdvice);
+  _record.Fail(problem, std::move(reason));
 }
 
 }  // namespace parvane::cli

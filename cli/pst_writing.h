@@ -41,6 +41,8 @@ class PstWriting {
   QuelmarMIMEEngineCommon::IAssetFolderMutable* Open();
   // What it had when it was opened; nothing, when it is new.
   const FoldersThere& there() const { return _there; }
+  // Of the PST, once it began.
+  const PstAccount& account() const { return *_account; }
   // Whether it has come to opening it, so that there is an account to settle.
   bool began() const { return _account != nullptr; }
   // When all mail has been copied: closes the PST and settles what has become of it.

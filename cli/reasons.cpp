@@ -127,6 +127,8 @@ Reason ReasonOf(FailureKind kind) {
       return {"not-saved", "could not be saved"};
     case FailureKind::kNotCommitted:
       return {"not-committed", "was not yet in the file when writing failed"};
+    case FailureKind::kLargerThanPart:
+      return {"larger-than-part", "does not fit into a PST of the size that --split allows"};
   }
   return {"other", "failed"};
 }

@@ -25,8 +25,9 @@ enum class FailureKind {
   kBrokeOff,
   kNotSaved,
   kNotCommitted,
+  kLargerThanPart,
 };
-inline constexpr std::size_t kFailureKinds = 7;
+inline constexpr std::size_t kFailureKinds = 8;
 
 // Why a conversion could not finish, where no file says it by its status.
 enum class RunProblem {

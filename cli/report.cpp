@@ -66,6 +66,7 @@ class ReportWriter {
     _json.EndArray();
     Optional("destination", PathForDisplay(_record.destination));
     if (!_scan) Optional("partialFile", PathForDisplay(_record.partial));
+    if (!_scan) Parts();
     _json.Key("appended").Bool(_record.appended);
     _json.Key("resumed").Bool(_record.resumed);
     _json.Key("started").String(IsoTime(_record.started));
@@ -99,6 +100,21 @@ class ReportWriter {
     Optional("firstDate", IsoTime(dates.first));
     Optional("lastDate", IsoTime(dates.last));
     _json.Key("undated").Number(dates.undated);
+  }
+
+  void Parts() {
+    _json.Key("parts").BeginArray();
+    for (const PartAccount& part : _record.parts) {
+      _json.BeginObject();
+      _json.Key("path").String(PathForDisplay(part.path));
+      _json.Key("written").Number(part.written);
+      _json.Key("pstBytes").Number(part.bytes);
+      _json.EndObject();
+    }
+    _json.EndArray();
+    _json.Key("oldParts").BeginArray();
+    for (const std::u16string& path : _record.oldParts) _json.String(PathForDisplay(path));
+    _json.EndArray();
   }
 
   void Timings() {
@@ -201,6 +217,9 @@ class ReportWriter {
       for (const PassedOverWords& words : kPassedOverWords)
         _json.Key(words.code).Number(folder.passedOver[ReasonIndex(words.why)]);
       if (_scan) Dates(folder.dates);
+      _json.Key("parts").BeginArray();
+      for (const std::size_t part : folder.parts) _json.Number(part + 1);
+      _json.EndArray();
       _json.EndObject();
     }
     _json.EndArray();

@@ -115,9 +115,9 @@ class Scan {
       forecast.warnings.push_back(
           fmt::format("only {} are free where the PST would be made", Size(*free)));
     }
-    if (size + there > _options.sizeLimit) {
-      forecast.warnings.push_back(
-          fmt::format("the PST would reach its limit of {}", Size(_options.sizeLimit)));
+    if (size + there > _options.sizeLimit && !_options.split) {
+      forecast.warnings.push_back(fmt::format("the PST would reach its limit of {}; {}",
+                                              Size(_options.sizeLimit), kSplitAdvice));
     }
   }
 

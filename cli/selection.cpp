@@ -19,7 +19,7 @@ constexpr std::size_t kEverywhere = 0;
 
 }  // namespace
 
-Status Selection::BeginFolder(std::size_t account, IAssetFolderMutable& target) {
+Status Selection::BeginFolder(std::size_t account, const IAssetFolderMutable* target) {
   if (_options.dedup != Dedup::kOff) {
     const bool everywhere = _options.dedup == Dedup::kAll;
     _duplicatesHere = &_duplicates[everywhere ? kEverywhere : account];
@@ -30,7 +30,7 @@ Status Selection::BeginFolder(std::size_t account, IAssetFolderMutable& target) 
                                                                ? moves::KnownBy::kKeyOrMessageId
                                                                : moves::KnownBy::kKey);
   _thereHere = &there->second;
-  const auto* holder = dynamic_cast<const engine::IMapiFolderHolder*>(&target);
+  const auto* holder = dynamic_cast<const engine::IMapiFolderHolder*>(target);
   if (!begins || !holder || !holder->MapiFolder()) return {};
   return _thereHere->Add(*holder->MapiFolder());
 }

@@ -30,10 +30,11 @@ class Selection : public moves::ItemFilter {
   // Whether a folder may be made or opened; else there is a problem.
   bool MayMake(const std::vector<std::u16string>& path);
 
-  // The items that come next go to `target`, and are accounted for under this number. Where folders
-  // take turns, each begins any number of times. Fails when what is there already cannot be read.
+  // The items that come next go to `target` (null: to one that is not made yet), and are accounted
+  // for under this number. Where folders take turns, each begins any number of times. Fails when
+  // what is there already cannot be read.
   platform::Status BeginFolder(std::size_t account,
-                               QuelmarMIMEEngineCommon::IAssetFolderMutable& target);
+                               const QuelmarMIMEEngineCommon::IAssetFolderMutable* target);
   // No more items come from the folder.
   void EndFolder(std::size_t account);
 

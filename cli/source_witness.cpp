@@ -54,6 +54,16 @@ void SourceWitness::MessageRead(const engine::MessageLocation& message) {
   folder.bytes += message.size;
 }
 
+void SourceWitness::GoOnIn(std::size_t index) {
+  if (_itemOpen) {
+    --_record.folders[_item.folder].read;
+    _record.folders[_item.folder].bytes -= _itemSize;
+    ++_record.folders[index].read;
+    _record.folders[index].bytes += _itemSize;
+  }
+  _folder = _item.folder = index;
+}
+
 void SourceWitness::PutBack() {
   if (!_itemOpen) return;
   _itemOpen = false;

@@ -42,6 +42,8 @@ class SourceWitness : public engine::SourceObserver,
   virtual void EndFolder(const std::string& problem) = 0;
   // Why the destination takes nothing more; `otherwise` when that is not known.
   virtual std::string Reason(std::string otherwise) const { return otherwise; }
+  // The item in hand, if any, and those that come next are this folder's.
+  void GoOnIn(std::size_t index);
   // The folders of subfolders whose mailbox is missing that the walks met since the last call.
   // Nothing is recorded of them: what is in them may yet be converted.
   std::vector<std::u16string> TakeOrphans() { return std::exchange(_orphans, {}); }

@@ -39,7 +39,8 @@ Status CheckSpace(const SpaceNeeded& needed, std::string* warning) {
       {needed.freeBytes.value_or(UINT64_MAX),
        fmt::format("only {} are free where the PST is made", Size(needed.freeBytes.value_or(0))),
        StatusCode::kDiskFull},
-      {allowed, fmt::format("the PST may grow to {}", Size(limit)), StatusCode::kTooBig},
+      {allowed, fmt::format("the PST may grow to {} ({})", Size(limit), kSplitAdvice),
+       StatusCode::kTooBig},
   };
   for (const Bound& bound : bounds) {
     if (least > bound.room) {

@@ -4,16 +4,21 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/status.h"
 
 namespace parvane::cli {
 
+// What can be done about mail that is too much for one PST.
+inline constexpr std::string_view kSplitAdvice =
+    "--split SIZE writes several PSTs of at most that size, one after the other";
+
 struct SpaceNeeded {
   std::uint64_t mailBytes = 0;             // as the sources hold it
   std::uint64_t thereAlready = 0;          // in the PST that is added to
   bool isPartOfIt = false;                 // what is there is of the same mail
-  std::uint64_t sizeLimit = 0;             // of the PST; 0: as far as the format goes
+  std::uint64_t sizeLimit = 0;             // of the PSTs; 0: as far as the format goes
   std::optional<std::uint64_t> freeBytes;  // where it is made, if that is known
 };
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <map>
+#include <string>
 
 #include <fmt/format.h>
 
@@ -32,8 +33,12 @@ class SummaryWriter {
     Unfinished();
     Lists();
     Dates();
-    if (_record.pstSize > kLargePst)
-      Line("The PST is larger than 20 GB; Outlook is slow with files of that size");
+    const bool isLarge = _record.parts.empty()
+                             ? _record.pstSize > kLargePst
+                             : std::ranges::any_of(_record.parts, [](const PartAccount& part) {
+                                 return part.bytes > kLargePst;
+                               });
+    if (isLarge) Line("The PST is larger than 20 GB; Outlook is slow with files of that size");
     Timings();
     return std::move(_text);
   }
@@ -97,10 +102,13 @@ class SummaryWriter {
 
   void Totals() {
     const std::u16string& pst = _record.partial.empty() ? _record.destination : _record.partial;
+    const std::string where =
+        _record.parts.empty() ? PathForDisplay(pst) : Counted(_record.parts.size(), "PST");
     Line(fmt::format("{} read, {} written, {} failed: {} ({}), {}",
                      Counted(_record.Read(), "message"), WithThousands(_record.Written()),
-                     WithThousands(_record.Failed()), PathForDisplay(pst), Size(_record.pstSize),
+                     WithThousands(_record.Failed()), where, Size(_record.pstSize),
                      Duration(_record.milliseconds)));
+    Parts();
     if (_record.mapi == MapiChoice::kOutlook)
       Line("Written here means accepted by Outlook, which does not tell what has reached the file");
   }
@@ -129,6 +137,19 @@ class SummaryWriter {
     for (const std::string& warning : forecast.warnings) Line("Careful: " + warning);
     if (dates.undated > 0)
       Line(fmt::format("Messages whose date nothing tells: {}", WithThousands(dates.undated)));
+  }
+
+  // Each PST of several, under the name that it has now.
+  void Parts() {
+    for (const PartAccount& part : _record.parts) {
+      const bool isLast = &part == &_record.parts.back();
+      const std::u16string& path = isLast && !_record.partial.empty() ? _record.partial : part.path;
+      Line(fmt::format("  {}: {} written ({})", PathForDisplay(path),
+                       Counted(part.written, "message"), Size(part.bytes)));
+    }
+    if (_record.oldParts.empty()) return;
+    Line("Of earlier runs, and no part of what was written now:");
+    for (const std::u16string& path : _record.oldParts) Line("  " + PathForDisplay(path));
   }
 
   // "State kept: 12 read, 3 flagged", of messages that are marked at all.

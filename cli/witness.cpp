@@ -51,6 +51,7 @@ void Witness::BeginCopying() {
   BeginReading();
   _saved = _pst->Saved();
   _committed = _pst->Committed();
+  _failures = _pst->Failures();
   if (_pst->HasPassword()) {
     _logs.Both(PathForDisplay(_pst->Path()) +
                ": carries a password. It protects nothing: Outlook asks for it, but the mail lies "
@@ -86,7 +87,8 @@ void Witness::FinishItem() {
   const std::uint64_t savedBefore = std::exchange(_saved, _pst->Saved());
   const bool saved = _saved > savedBefore;
   if (!saved) {
-    _itemProblem = FailureKind::kNotSaved;
+    const bool begun = _itemProblem != FailureKind::kBrokeOff;
+    _itemProblem = begun && PartIsFull() ? FailureKind::kLargerThanPart : FailureKind::kNotSaved;
     _itemProblemDetail = _pst->Failures() != _failures ? _pst->LastFailure() : "";
   } else if (!_pst->Failed()) {
     AddRefusals();
@@ -142,7 +144,9 @@ bool Witness::Settle() {
   }
   _uncommitted.clear();
   const bool agree = _pst->Committed() == _committed;
-  if (_record.Read() == _record.Written() + _record.Failed() && agree) return true;
+  // The one in hand waits for the next PST.
+  const std::uint64_t read = _record.Read() - (_itemOpen ? 1 : 0);
+  if (read == _record.Written() + _record.Failed() && agree) return true;
   _record.Fail(RunProblem::kCountsDisagree,
                "the PST's count of messages does not agree with the messages handed over");
   return false;
@@ -199,14 +203,8 @@ void Witness::FolderContinued(const IAssetFolder&, const IAssetFolder& next) {
     _record.continued.push_back({_record.folders[_folder].path, account.path});
     _record.folders.push_back(std::move(account));
   }
-  if (_itemOpen) {
-    // The item in hand is the first that goes there.
-    --_record.folders[_folder].read;
-    _record.folders[_folder].bytes -= _itemSize;
-    ++_record.folders[place].read;
-    _record.folders[place].bytes += _itemSize;
-  }
-  _folder = _item.folder = place;
+  // The item in hand is the first that goes there.
+  GoOnIn(place);
 }
 
 }  // namespace parvane::cli

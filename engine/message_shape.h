@@ -6,7 +6,7 @@
 
 namespace parvane::engine {
 
-// Bytes as they stand in the message, still encoded. Messages inside are looked into.
+// Bytes, at most: of headers as they stand, of bodies decoded. Messages inside are looked into.
 struct MessageShape {
   std::uint64_t header = 0;    // of all headers
   std::uint64_t text = 0;      // of bodies, and whatever else may become text

@@ -247,6 +247,12 @@ ByteSlice MimeMessage2::DecodedBody() const {
                                                  : ByteSlice::Adopt(DecodeBody(encoding, body()));
 }
 
+// No encoding makes more of the bytes than they are.
+std::size_t MimeMessage2::DecodedSizeAtMost() const {
+  return EncodingToDecode() == TransferEncoding::kBase64 ? body().size() / 4 * 3 + 3
+                                                         : body().size();
+}
+
 void MimeMessage2::DecodeBodyTo(ByteSink& sink) const {
   const StageMark mark(Stage::kDecode, body().size());
   Tessary::DecodeBodyTo(EncodingToDecode(), SerialiseBody().view(), sink);

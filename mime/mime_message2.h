@@ -88,6 +88,8 @@ class MimeMessage2 {
   // decoded only where it really is encoded: mailers label such parts with encodings that they did
   // not apply.
   ByteSlice DecodedBody() const;
+  // How many bytes that is at most, told without decoding.
+  std::size_t DecodedSizeAtMost() const;
   // The same bytes, piece by piece.
   void DecodeBodyTo(ByteSink& sink) const;
   using Children = std::vector<std::shared_ptr<MimeMessage2>>;

@@ -17,8 +17,9 @@ constexpr std::uint64_t kDataPart = 100;
 constexpr std::uint64_t kObject = 4 * 1024;
 constexpr std::uint64_t kAddress = 1536;
 // The message itself: its properties' blocks, its nodes, the tables of what it has none of, the
-// pages of the B-trees that a commit changes for it.
-constexpr std::uint64_t kMessage = 64 * 1024;
+// pages of the B-trees that a commit changes for it; and what the folders' open tables may come to
+// hold until then.
+constexpr std::uint64_t kMessage = 192 * 1024;
 
 }  // namespace
 
@@ -26,10 +27,6 @@ std::uint64_t PredictedSize(const engine::MessageShape& shape) {
   return kMessage + shape.header * kHeaderTimes + shape.text * kTextTimes +
          shape.unpacked * kUnpackedTimes + shape.data + shape.data / kDataPart +
          shape.objects * kObject + shape.addresses * kAddress;
-}
-
-std::uint64_t PredictedSize(std::uint64_t bytes) {
-  return PredictedSize(engine::MessageShape{.text = bytes, .objects = 1});
 }
 
 }  // namespace parvane::moves

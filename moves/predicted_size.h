@@ -17,8 +17,6 @@ namespace parvane::moves {
 // Bytes of the file: blocks with their ends and padding, the row in its folder's table and what a
 // commit then writes for it.
 std::uint64_t PredictedSize(const engine::MessageShape& shape);
-// The same for a message of which only the size is known.
-std::uint64_t PredictedSize(std::uint64_t bytes);
 // Of a new folder, with its tables and its row in its parent's.
 inline constexpr std::uint64_t kPredictedFolder = 32 * 1024;
 

@@ -40,10 +40,10 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses headers dates inline parts' -- "$current")
       return
       ;;
-    --name | --size-limit | --dump) return ;;
+    --name | --size-limit | --split | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --log
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --split --log
       --detailed-log --report --progress --keep --labels --skip-deleted --separators --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == scan ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --separators --json --progress --help' -- "$current")

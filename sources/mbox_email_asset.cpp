@@ -21,6 +21,7 @@
 #include "platform/text.h"
 #include "sources/message_key.h"
 #include "sources/message_repair.h"
+#include "sources/message_shape.h"
 
 namespace QuelmarMIMEEngineCommon {
 
@@ -164,6 +165,12 @@ MBOXEmailAsset::~MBOXEmailAsset() = default;
 
 Tessary::EmailMessage* MBOXEmailAsset::Parsed() const {
   return _emailP ? MessageOf(*_emailP) : nullptr;
+}
+
+// What cannot be parsed is written as an empty message.
+parvane::engine::MessageShape MBOXEmailAsset::Shape() const {
+  const Tessary::EmailMessage* parsed = Parsed();
+  return parsed ? parvane::sources::ShapeOf(parsed->entity()) : parvane::engine::MessageShape{};
 }
 
 void MBOXEmailAsset::Remember(parvane::sources::RepairNotes&& notes) {

@@ -15,6 +15,7 @@
 #include "engine/asset_bases.h"
 #include "engine/foretold.h"
 #include "engine/message_facts.h"
+#include "engine/message_shape.h"
 #include "engine/message_state.h"
 #include "engine/source_observer.h"
 #include "mime/byte_slice.h"
@@ -36,6 +37,7 @@ class MBOXEmailAsset : public EmailAssetBase,
                        public parvane::engine::IStatefulAsset,
                        public parvane::engine::IMessageFacts,
                        public parvane::engine::IForetold,
+                       public parvane::engine::IShapedAsset,
                        public parvane::convert::IMailAsset {
  public:
   // Takes the bytes of one message over. A message that cannot be parsed is appended to the dump
@@ -72,6 +74,7 @@ class MBOXEmailAsset : public EmailAssetBase,
   std::u16string MessageId() const override;
   parvane::engine::ConversionNotes Foretell() const override;
   Tessary::EmailMessage* Parsed() const override;
+  parvane::engine::MessageShape Shape() const override;
   // Known only to observed items.
   bool LacksDate() const override { return _observer && _emailP && !_dateBefore.usable; }
   // The Date as it came, before repair; 0 when it cannot be read.

@@ -64,7 +64,7 @@ void AddLeaf(const MimeMessage2& part, MessageShape& shape) {
     return AddMessageInside(part, shape);
   const bool text = node.contentType().empty() || node.TypeBeginsWith("text") ||
                     node.IsMultipart() || node.TypeBeginsWith("message");
-  (text && !node.DispositionIs("attachment") ? shape.text : shape.data) += part.body().size();
+  (text && !node.DispositionIs("attachment") ? shape.text : shape.data) += part.DecodedSizeAtMost();
   if (!text && MayBeWinmail(part)) AddWinmail(part.DecodedBody().view(), shape);
 }
 

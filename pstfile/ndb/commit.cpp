@@ -75,7 +75,8 @@ std::uint64_t NodeDatabase::Impl::RoomLeft() const {
   if (end > options.sizeLimit) return 0;
   const std::uint64_t growth = (options.sizeLimit - end) / kAMapInterval * kRoomPerInterval;
   const std::uint64_t room = growth + (_modifying ? _space.TailRoom() : 0);
-  const std::uint64_t needed = CommitBound() + keepForCommit + keepForCommit / 8 + kRoomLost;
+  const std::uint64_t kept = std::max(keepForCommit, usuallyKept);
+  const std::uint64_t needed = CommitBound() + kept + kept / 8 + kRoomLost;
   return room > needed ? room - needed : 0;
 }
 

@@ -300,5 +300,8 @@ Result<bool> NodeDatabase::CanShare(BlockId bid) const {
 }
 
 std::uint64_t NodeDatabase::TransactionBytes() const { return _impl->transactionBytes; }
-void NodeDatabase::KeepForCommit(std::uint64_t bytes) { _impl->keepForCommit = bytes; }
+void NodeDatabase::KeepForCommit(std::uint64_t bytes) {
+  if (_impl->keepForCommit == 0 && bytes > 0) _impl->usuallyKept = bytes;
+  _impl->keepForCommit = bytes;
+}
 }  // namespace parvane::pstfile

@@ -84,6 +84,8 @@ class NodeDatabase::Impl : private PageSink {
   bool mapsRebuilt = false;
   std::uint64_t transactionBytes = 0;
   std::uint64_t keepForCommit = 0;
+  std::uint64_t usuallyKept =
+      0;  // as much as at a transaction's start: it will be again after the next
   bool sizeLimitReached = false;
 
   platform::Status ReadExactly(std::uint64_t offset, std::span<std::byte> bytes);
