@@ -134,11 +134,12 @@ class Conversion {
     if (!top) return false;
     Selection selection(_options);
     _record.resumed = _parts.resumes();
+    selection.LookInto(_parts.finished(), _record.resumed);
     if (_record.resumed) {
       selection.Resume(_parts.there());
-      Notice(fmt::format("going on with {}: an earlier run has left {} in it",
-                         PathForDisplay(_parts.path()),
-                         Counted(_parts.there().messages(), "message")));
+      Notice(fmt::format(
+          "going on with {}: an earlier run has left {} in it", PathForDisplay(_parts.path()),
+          Counted(_parts.there().messages() + _parts.finished().messages(), "message")));
     }
     FolderCopy copy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt);
     if (_options.split) copy.SplitInto(_parts);

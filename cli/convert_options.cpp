@@ -153,8 +153,6 @@ std::string ConvertArguments::UnderstandScan() {
 std::string ConvertArguments::UnderstandSplit() {
   if (_options.mapi == MapiChoice::kOutlook)
     return "--split is for the built-in MAPI: Outlook does not tell how large its PST has become";
-  if (_options.resume || _options.skipExisting)
-    return "--split does not go together with --resume and --skip-existing yet";
   if (_sizeLimit)
     return "--size-limit is not for --split SIZE, which says how large each PST may be";
   const auto size = ParseSize(*_split);

@@ -108,7 +108,9 @@ bool FolderCopy::CopyInto(std::size_t folder, std::size_t account) {
 
 bool FolderCopy::CopyIntoParts(std::size_t folder, std::size_t account) {
   const PlannedFolder& planned = _plan.folders()[folder];
-  if (!BeginSelection(planned, account, nullptr)) return false;
+  // One that is in the PST already may have mail of it.
+  IAssetFolderMutable* there = _parts->Has(planned.path) ? _made.Make(folder) : nullptr;
+  if (!BeginSelection(planned, account, there)) return false;
   moves::PartFilter& part = _parts->filter();
   moves::FilterChain filters;
   filters.Add(_selection);
@@ -145,7 +147,7 @@ bool FolderCopy::GoOnInNextPart(std::size_t account) {
 
 bool FolderCopy::BeginSelection(const PlannedFolder& planned, std::size_t account,
                                 IAssetFolderMutable* target) {
-  const platform::Status begun = _selection.BeginFolder(account, target);
+  const platform::Status begun = _selection.BeginFolder(account, planned.path, target);
   return begun.ok() || Fail(RunProblem::kPstNotRead, begun.WithContext(FolderPath(planned.path)));
 }
 

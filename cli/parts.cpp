@@ -7,6 +7,7 @@
 #include "cli/part_names.h"
 #include "cli/report.h"
 #include "mapi/options.h"
+#include "platform/file.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -58,6 +59,18 @@ ConvertOptions Parts::OptionsFor(const std::u16string& path) const {
 }
 
 Status Parts::Take(std::u16string_view nameInFolder) {
+  if (_options.split.bySize && (_options.resume || _options.append)) {
+    // The last of those that are there may be another than the one that is named.
+    const bool isFolder = platform::FileSystem::Default().Inspect(_options.destination).kind ==
+                          platform::FileKind::kFolder;
+    const std::size_t there = isFolder ? 0 : PartsThere(_options.destination);
+    if (there > 0) {
+      _base = _options.destination;
+      _number = there + (_options.resume ? 1 : 0);
+      for (std::size_t i = 1; i < _number; ++i) _toLookInto.push_back(PartPath(_base, i));
+      return TakePart(PartPath(_base, _number));
+    }
+  }
   auto destination = CheckDestination(_options, nameInFolder);
   if (!destination.ok()) return destination.status();
   _base = destination->path;
@@ -65,18 +78,14 @@ Status Parts::Take(std::u16string_view nameInFolder) {
     _destination = *std::move(destination);
     return {};
   }
-  if (_options.split) {
-    const bool adds = _options.append && destination->existed;
-    _number = adds ? std::max<std::size_t>(PartsThere(_base), 1) : 1;
-    if (!adds && !_options.overwrite) {
-      if (const auto behind = PartsBehind(_base, 2); !behind.empty()) {
-        return {StatusCode::kExists,
-                PathForDisplay(behind.front()) +
-                    ": exists already, and would be a part of this PST; --overwrite replaces it"};
-      }
+  if (_options.split && !_options.overwrite) {
+    if (const auto behind = PartsBehind(_base, 2); !behind.empty()) {
+      return {StatusCode::kExists,
+              PathForDisplay(behind.front()) +
+                  ": exists already, and would be a part of this PST; --overwrite replaces it"};
     }
   }
-  return TakePart(PartPath(_base, _number), nameInFolder);
+  return TakePart(_base, nameInFolder);
 }
 
 Status Parts::TakePart(const std::u16string& path, std::u16string_view nameInFolder) {
@@ -108,7 +117,9 @@ std::optional<std::uint64_t> Parts::leftover() const {
   return _part ? _part->claim.leftover() : std::nullopt;
 }
 
-bool Parts::resumes() const { return _part && _part->claim.resumes(); }
+bool Parts::resumes() const {
+  return _part && (_part->claim.resumes() || (_options.resume && !_toLookInto.empty()));
+}
 const FoldersThere& Parts::there() const { return _part->writing.there(); }
 
 // ---- Writing ------------------------------------------------------------------------------------
@@ -117,10 +128,21 @@ IAssetFolderMutable* Parts::Begin() {
   if (Status begun = _part->claim.Begin(); !begun.ok()) return Fail(begun);
   IAssetFolderMutable* top = _part->writing.Open();
   if (!top) return nullptr;
+  if (Status looked = LookIntoFinished(); !looked.ok()) return Fail(looked);
   _before.reset();
   _witness.BeginCopying();
   _filter.BeginPart(!_part->HeldMail());
   return top;
+}
+
+Status Parts::LookIntoFinished() {
+  if (!_options.skipExisting && !_options.resume) return {};
+  if (_before && _before->finished && _before->HeldMail())
+    _toLookInto.push_back(_before->destination.path);
+  for (std::size_t i = _looked; i < _toLookInto.size(); ++i, ++_looked) {
+    if (Status added = _finished.Add(_toLookInto[i]); !added.ok()) return added;
+  }
+  return {};
 }
 
 IAssetFolderMutable* Parts::GoOn() {
@@ -190,7 +212,7 @@ void Parts::EndPart() {
 }
 
 void Parts::TakeName() {
-  if (_part) NamePart(_part->holdsMail || _record.parts.empty());
+  if (_part) NamePart(_part->holdsMail || (_record.parts.empty() && _number == 1));
   mapi::SetBuiltinOptions({});
   if (_options.split && _part && _part->writing.began()) NoteOldParts();
 }

@@ -25,6 +25,7 @@
 
 #include "cli/destination.h"
 #include "cli/destination_claim.h"
+#include "cli/mail_in_parts.h"
 #include "cli/pst_writing.h"
 #include "moves/part_filter.h"
 
@@ -47,9 +48,14 @@ class Parts {
   // Bytes of what an unfinished run has left there and Begin replaces.
   std::optional<std::uint64_t> leftover() const;
 
-  // Whether it is what an unfinished run has left, and what was in it.
+  // Whether an unfinished run is gone on with: what it has left in the PST that is written, and in
+  // parts that are finished.
   bool resumes() const;
   const FoldersThere& there() const;
+  // Those, and of a run that is repeated; once Begin was called.
+  const MailInParts& finished() const { return _finished; }
+  // Whether the PST that is written had such a folder before.
+  bool Has(const std::vector<std::u16string>& path) const { return there().Contains(path); }
 
   // Each yields the top folder of the PST that takes mail now; null: the record says why there is
   // none.
@@ -78,6 +84,7 @@ class Parts {
   void CountPart();
   void NamePart(bool isWanted);
   void NoteOldParts();
+  platform::Status LookIntoFinished();
 
   const ConvertOptions& _options;
   FolderPlan& _plan;
@@ -89,9 +96,12 @@ class Parts {
   std::u16string _base;     // what the parts are named after
   std::size_t _number = 1;  // of the part in hand
   std::unique_ptr<Part> _part;
-  std::unique_ptr<Part> _before;          // the witness may ask it until the next is open
-  std::uint64_t _written = 0;             // messages, in the parts before
-  std::vector<std::uint64_t> _writtenOf;  // ... of each folder
+  std::unique_ptr<Part> _before;            // the witness may ask it until the next is open
+  std::uint64_t _written = 0;               // messages, in the parts before
+  std::vector<std::uint64_t> _writtenOf;    // ... of each folder
+  std::vector<std::u16string> _toLookInto;  // finished parts, when there is a MAPI
+  std::size_t _looked = 0;                  // into so many of them
+  MailInParts _finished;
   moves::PartFilter _filter;
 };
 

@@ -19,7 +19,8 @@ constexpr std::size_t kEverywhere = 0;
 
 }  // namespace
 
-Status Selection::BeginFolder(std::size_t account, const IAssetFolderMutable* target) {
+Status Selection::BeginFolder(std::size_t account, const std::vector<std::u16string>& path,
+                              const IAssetFolderMutable* target) {
   if (_options.dedup != Dedup::kOff) {
     const bool everywhere = _options.dedup == Dedup::kAll;
     _duplicatesHere = &_duplicates[everywhere ? kEverywhere : account];
@@ -30,8 +31,12 @@ Status Selection::BeginFolder(std::size_t account, const IAssetFolderMutable* ta
                                                                ? moves::KnownBy::kKeyOrMessageId
                                                                : moves::KnownBy::kKey);
   _thereHere = &there->second;
+  if (!begins) return {};
+  if (_parts) {
+    if (Status added = _parts->AddTo(*_thereHere, path); !added.ok()) return added;
+  }
   const auto* holder = dynamic_cast<const engine::IMapiFolderHolder*>(target);
-  if (!begins || !holder || !holder->MapiFolder()) return {};
+  if (!holder || !holder->MapiFolder()) return {};
   return _thereHere->Add(*holder->MapiFolder());
 }
 

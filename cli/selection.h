@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/folders_there.h"
+#include "cli/mail_in_parts.h"
 #include "cli/options.h"
 #include "engine/folders.h"
 #include "moves/duplicates.h"
@@ -25,15 +26,21 @@ class Selection : public moves::ItemFilter {
   // mail, or nothing is added to it.
   void Resume(const FoldersThere& there) {
     _resumed = &there;
-    _toMeet = there.messages();
+    _toMeet += there.messages();
+  }
+  // Further PSTs of the same mail, which are finished; they may become more meanwhile. `resumed`:
+  // they are of the run that is gone on with.
+  void LookInto(const MailInParts& parts, bool resumed) {
+    _parts = &parts;
+    if (resumed) _toMeet += parts.messages();
   }
   // Whether a folder may be made or opened; else there is a problem.
   bool MayMake(const std::vector<std::u16string>& path);
 
-  // The items that come next go to `target` (null: to one that is not made yet), and are accounted
-  // for under this number. Where folders take turns, each begins any number of times. Fails when
-  // what is there already cannot be read.
-  platform::Status BeginFolder(std::size_t account,
+  // The items that come next go to the folder at this path, which is `target` (null: it is not made
+  // yet), and are accounted for under this number. Where folders take turns, each begins any number
+  // of times. Fails when what is there already cannot be read.
+  platform::Status BeginFolder(std::size_t account, const std::vector<std::u16string>& path,
                                const QuelmarMIMEEngineCommon::IAssetFolderMutable* target);
   // No more items come from the folder.
   void EndFolder(std::size_t account);
@@ -54,6 +61,7 @@ class Selection : public moves::ItemFilter {
   moves::Duplicates* _duplicatesHere = nullptr;
   moves::MailThere* _thereHere = nullptr;
   const FoldersThere* _resumed = nullptr;
+  const MailInParts* _parts = nullptr;
   std::uint64_t _toMeet = 0;  // of the messages that are there, before the first that is not
   platform::Status _problem;
 };

@@ -98,6 +98,29 @@ class Split(PstTest):
         self.assertEqual(self.subjects(self.folder / f'x{n}.pst' for n in ('', '-2', '-3')),
                          {'A': [f'message {n}' for n in (7, 2, 3, 10, 11, 12, 13)]})
 
+    def test_runs_that_are_repeated(self):
+        self.write_mail()
+        mail, first = self.folder / 'mail', self.folder / 'x.pst'
+        parts = self.parts(self.convert('--split', '10MB', mail, first))
+        subjects = self.subjects(parts)
+        # Nothing is new; then one message is, whose folder lies in three parts.
+        for new, text in enumerate((b'', mailboxes.message(4000))):
+            with open(self.folder / 'mail/Below/B.mbox', 'ab') as mailbox:
+                mailbox.write(text)
+            account = self.convert('--split', '10MB', '--append', '--skip-existing', mail, first)
+            self.assertEqual((account['totals']['written'], account['totals']['alreadyThere']),
+                             (new, 3017))
+        subjects['mail/Below/B'].append('message 4000')
+        self.assertEqual(self.subjects(parts), subjects)
+        # As a run that was cut off leaves it: after a part, within the first one, or finished.
+        for kept in (2, 0, 4):
+            for part in parts[kept:]:
+                part.unlink()
+            account = self.convert('--split', '10MB', '--resume', mail, first)
+            self.assertEqual(self.subjects(parts), subjects)
+            self.assertEqual(len(list(self.folder.glob('x*.pst'))), len(parts))
+        self.assertEqual(account['totals']['written'], 0)
+
     def test_folders_that_take_turns(self):
         self.write('All mail.mbox', b''.join(
             large(n, 1_500_000, f'X-Gmail-Labels: {"Inbox,One" if n % 2 else "Two"}\n')
