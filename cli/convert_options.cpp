@@ -37,9 +37,6 @@ left behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
 // Outlook's own default limit for a PST.
 constexpr const char* kDefaultSizeLimit = "50GB";
 
-constexpr Word<Dedup> kDedups[] = {
-    {"off", Dedup::kOff}, {"folder", Dedup::kFolder}, {"all", Dedup::kAll}};
-
 std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
 
 // In less there is hardly room for more than what every PST has.
@@ -72,8 +69,8 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_flag("--resume", _options.resume,
                 "go on with the PST that an interrupted conversion of the same sources has left")
       ->excludes(append);
-  AddChoice(command, "--dedup", _options.dedup, kDedups,
-            "leave out copies of a message: those in its folder, or in all folders");
+  AddDedup(command, _options.dedup,
+           "leave out copies of a message: those in its folder, or in all folders");
   DescribeMapi(command, _options.mapi, "writes");
   command
       .add_option("--size-limit", _sizeLimit,

@@ -9,6 +9,7 @@
 #include "cli/options.h"
 #include "cli/reasons.h"
 #include "cli/scan_command.h"
+#include "cli/verify_command.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/system_entry_points.h"
 #include "platform/process.h"
@@ -50,6 +51,8 @@ ExitCode Run(int argc, char** argv) {
     return convert->dryRun ? parvane::cli::RunScan(*convert) : parvane::cli::RunConvert(*convert);
   if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))
     return parvane::cli::RunCheck(*check);
+  if (const auto* verify = std::get_if<parvane::cli::VerifyOptions>(&command))
+    return parvane::cli::RunVerify(*verify);
   return parvane::cli::RunList(std::get<parvane::cli::ListOptions>(command));
 }
 

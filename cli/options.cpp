@@ -13,6 +13,7 @@
 #include "cli/option_words.h"
 #include "cli/results.h"
 #include "cli/suggestion.h"
+#include "cli/verify_options.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -24,6 +25,7 @@ constexpr const char* kExamples = R"(Examples:
   parvane scan ~/.thunderbird/x1y2z3.default
   parvane list --messages mail.pst
   parvane check mail.pst
+  parvane verify Inbox.mbox mail.pst
 
 parvane COMMAND --help tells more about a command.)";
 
@@ -139,6 +141,13 @@ std::string UnderstandCheck(const RawFile& raw, CheckCommandOptions& options) {
                       : "--dump: \"" + raw.dump + "\" is no node id such as 0x8022";
 }
 
+// Unless there is a complaint about them.
+template <typename Options>
+std::variant<Command, ExitCode> Understood(const std::string& fault, Options& options) {
+  if (!fault.empty()) return WrongUsage(fault);
+  return Command(std::move(options));
+}
+
 }  // namespace
 
 std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& given) {
@@ -167,6 +176,12 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
   CLI::App* checkCommand = app.add_subcommand("check", "Verify the structure of a PST file");
   DescribeCheck(*checkCommand, file, check);
 
+  VerifyOptions verify;
+  VerifyArguments verifyArguments(verify);
+  CLI::App* verifyCommand =
+      app.add_subcommand("verify", "Tell whether all mail is in PST files, and as it was");
+  verifyArguments.Describe(*verifyCommand);
+
   // Who asks for nothing is told what can be asked for, but not that all mail was converted.
   if (given.empty()) {
     const ExitCode shown = ShowHelp(app.help());
@@ -184,23 +199,14 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
     return Explain(app, arguments, error);
   }
 
-  if (scanCommand->parsed()) {
-    if (const std::string fault = scanArguments.UnderstandScan(); !fault.empty())
-      return WrongUsage(fault);
-    return Command(std::move(scan));
-  }
   if (listCommand->parsed()) {
     list.file = Path(file.path);
     return Command(std::move(list));
   }
-  if (checkCommand->parsed()) {
-    if (const std::string fault = UnderstandCheck(file, check); !fault.empty())
-      return WrongUsage(fault);
-    return Command(std::move(check));
-  }
-  if (const std::string fault = convertArguments.Understand(); !fault.empty())
-    return WrongUsage(fault);
-  return Command(std::move(convert));
+  if (checkCommand->parsed()) return Understood(UnderstandCheck(file, check), check);
+  if (verifyCommand->parsed()) return Understood(verifyArguments.Understand(), verify);
+  if (scanCommand->parsed()) return Understood(scanArguments.UnderstandScan(), scan);
+  return Understood(convertArguments.Understand(), convert);
 }
 
 }  // namespace parvane::cli

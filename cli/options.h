@@ -86,7 +86,16 @@ struct CheckCommandOptions {
   std::optional<std::uint32_t> dump;  // a node to be shown instead
 };
 
-using Command = std::variant<ConvertOptions, ListOptions, CheckCommandOptions>;
+struct VerifyOptions : SourceOptions {
+  // Sources, manifests and PSTs; which is which, their contents tell.
+  std::vector<std::u16string> paths;
+  Dedup dedup = Dedup::kOff;  // as the conversion was asked for
+  std::u16string manifest;    // to be written; empty: none
+  ProgressChoice progress = ProgressChoice::kAuto;
+  bool json = false;
+};
+
+using Command = std::variant<ConvertOptions, ListOptions, CheckCommandOptions, VerifyOptions>;
 
 // What the arguments ask for; or, when there is nothing to run (help, version, wrong usage), the
 // exit code after saying so.

@@ -49,11 +49,11 @@ std::u16string TextOf(const mapi::SPropValue* property) {
                                            : std::u16string();
 }
 
-Result<PstSession> PstSession::Open(std::u16string_view path) {
+Result<PstSession> PstSession::Open(std::u16string_view path, Access access) {
   PstSession session;
   session._path = path;
   if (Status status = session.LogOn(path); !status.ok()) return status;
-  if (Status status = session.OpenStore(); !status.ok()) return status;
+  if (Status status = session.OpenStore(access); !status.ok()) return status;
   return session;
 }
 
@@ -95,7 +95,7 @@ Status PstSession::LogOn(std::u16string_view path) {
   return _session ? Status() : MapiFailure(path, "the log-on failed", result);
 }
 
-Status PstSession::OpenStore() {
+Status PstSession::OpenStore(Access access) {
   ComPointer<mapi::IMAPITable> table;
   _session->GetMsgStoresTable(0, table.Put());
   if (!table) return MapiFailure(_path, "MAPI lists no message stores");
@@ -106,10 +106,11 @@ Status PstSession::OpenStore() {
   const mapi::SPropValue* entry =
       rows.size() == 1 ? FindProperty(rows[0], mapi::PR_ENTRYID) : nullptr;
   if (!entry) return MapiFailure(_path, "MAPI has no message store for it");
-  // For reading only, so that Outlook does not change what is only looked at.
+  // For reading only where that is enough, so that Outlook does not change what is only looked at.
+  const mapi::ULONG flags = mapi::MDB_NO_MAIL | (access == Access::kWrite ? mapi::MDB_WRITE : 0);
   const mapi::HRESULT result = _session->OpenMsgStore(
       0, entry->Value.bin.cb, reinterpret_cast<mapi::ENTRYID*>(entry->Value.bin.lpb), nullptr,
-      mapi::MDB_NO_MAIL, _store.Put());
+      flags, _store.Put());
   return _store ? Status() : MapiFailure(_path, "could not be opened", result);
 }
 

@@ -13,13 +13,15 @@ namespace parvane::cli {
 
 class PstSession {
  public:
-  // The file must exist: a message service would make it.
-  static platform::Result<PstSession> Open(std::u16string_view path);
+  enum class Access { kRead, kWrite };
+  // To read it, the file must exist: a message service makes one that does not.
+  static platform::Result<PstSession> Open(std::u16string_view path, Access access = Access::kRead);
   PstSession(PstSession&&) = default;
   PstSession& operator=(PstSession&&) = delete;
   // Logs off and deletes the profile.
   ~PstSession();
 
+  mapi::IMAPISession& session() const { return *_session; }
   mapi::IMsgStore& store() const { return *_store; }
   // The folder above all folders a person sees.
   platform::Result<mapi::ComPointer<mapi::IMAPIFolder>> TopFolder() const;
@@ -27,7 +29,7 @@ class PstSession {
  private:
   PstSession() = default;
   platform::Status LogOn(std::u16string_view path);
-  platform::Status OpenStore();
+  platform::Status OpenStore(Access access);
 
   std::u16string _path;
   mapi::ComPointer<mapi::IMAPISession> _session;

@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 
 #include "cli/format.h"
+#include "cli/property_names.h"
+#include "cli/pst_account.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
@@ -221,6 +223,19 @@ void SourceWitness::AddFailure(const MessagePlace& item, FailureKind kind, std::
   FailedMessage failure{item, kind, std::move(detail), std::move(details)};
   _logs.Both("FAILED: " + Describe(_record, failure));
   _record.Add(std::move(failure));
+}
+
+void SourceWitness::AddRefusals(const std::string& told) {
+  // The store knows of one that nobody has noted.
+  if (_itemRefusals.empty() && !told.empty()) AddRemark({engine::RemarkKind::kRefused, {}, told});
+  for (const mapi::Refusal& refusal : _itemRefusals) {
+    std::string place = refusal.tag == 0 ? "more of it" : PropertyName(refusal.tag);
+    if (!refusal.file.empty())
+      place += fmt::format(" of \"{}\"", platform::Utf16ToUtf8(refusal.file));
+    std::string text = told.empty() || _itemRefusals.size() > 1 ? ResultText(refusal.result) : told;
+    if (refusal.count > 1) text += fmt::format(", {} times", WithThousands(refusal.count));
+    AddRemark({engine::RemarkKind::kRefused, std::move(place), std::move(text)});
+  }
 }
 
 void SourceWitness::AddRemark(engine::Remark remark) {

@@ -104,6 +104,8 @@ class SourceWitness : public engine::SourceObserver,
   void AddFailure(const MessagePlace& item, FailureKind kind, std::string detail,
                   std::string details);
   void AddRemark(engine::Remark remark);  // about the item in hand
+  // The item in hand is a message without something; `told`: the last failure, where it was this.
+  void AddRefusals(const std::string& told);
   void CountCarried(const Carried& carried);
 
   ConversionRecord& _record;

@@ -91,27 +91,13 @@ void Witness::FinishItem() {
     _itemProblem = begun && PartIsFull() ? FailureKind::kLargerThanPart : FailureKind::kNotSaved;
     _itemProblemDetail = _pst->Failures() != _failures ? _pst->LastFailure() : "";
   } else if (!_pst->Failed()) {
-    AddRefusals();
+    AddRefusals(_pst->Failures() != _failures ? _pst->LastFailure() : "");
   }
   const bool failed = _itemProblem.has_value();
   if (failed)
     AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), OneLine(_itemDetails));
   if (saved) _uncommitted.push_back({std::move(_item), failed, _carried});
   CountCommitted();
-}
-
-void Witness::AddRefusals() {
-  const std::string told = _pst->Failures() != _failures ? _pst->LastFailure() : "";
-  // The PST knows of one that nobody has noted.
-  if (_itemRefusals.empty() && !told.empty()) AddRemark({engine::RemarkKind::kRefused, {}, told});
-  for (const mapi::Refusal& refusal : _itemRefusals) {
-    std::string place = refusal.tag == 0 ? "more of it" : PropertyName(refusal.tag);
-    if (!refusal.file.empty())
-      place += fmt::format(" of \"{}\"", platform::Utf16ToUtf8(refusal.file));
-    std::string text = told.empty() || _itemRefusals.size() > 1 ? ResultText(refusal.result) : told;
-    if (refusal.count > 1) text += fmt::format(", {} times", WithThousands(refusal.count));
-    AddRemark({engine::RemarkKind::kRefused, std::move(place), std::move(text)});
-  }
 }
 
 void Witness::CountCommitted() {

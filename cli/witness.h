@@ -60,8 +60,6 @@ class Witness : public SourceWitness, public engine::DestinationObserver {
   };
 
   void FinishItem();
-  // The item in hand was saved without something.
-  void AddRefusals();
   // Takes from the queue what the PST has committed since.
   void CountCommitted();
 

@@ -4,11 +4,11 @@ _parvane() {
   local command=${COMP_WORDS[1]}
   COMPREPLY=()
   if [ "$COMP_CWORD" -eq 1 ]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check help --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check verify help --help --version' -- "$current")
     return
   fi
   if [[ $command == help ]]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check verify' -- "$current")
     return
   fi
   case $previous in
@@ -51,6 +51,9 @@ _parvane() {
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--json --notes --progress --dump --help' -- "$current")
+  elif [[ $current == -* && $command == verify ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --separators --dedup --manifest --json
+      --progress --help' -- "$current")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -1,0 +1,68 @@
+// The mail that a conversion of the sources would put into a PST, read without writing one.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/conversion_record.h"
+#include "cli/logs.h"
+#include "cli/options.h"
+#include "cli/progress.h"
+#include "cli/source_opening.h"
+#include "cli/source_witness.h"
+#include "moves/content_store.h"
+#include "platform/process.h"
+
+namespace parvane::cli {
+
+// Where nothing is written, a message is done when its content has been taken.
+class ContentWitness : public SourceWitness {
+ public:
+  using SourceWitness::SourceWitness;
+
+  void ContentTaken() { _taken = true; }
+  std::uint64_t position() const { return _item.position; }
+
+  void EndFolder(const std::string& problem) override;
+  bool Cancel() override;
+
+ private:
+  void FinishItem();
+
+  bool _taken = false;
+};
+
+class ExpectedMail {
+ public:
+  using Take = std::function<void(const std::vector<std::u16string>& folder, std::uint64_t position,
+                                  const moves::MessageContent& content)>;
+
+  // All must outlive it. MAPI runs, and no store is open.
+  ExpectedMail(const VerifyOptions& options, ConversionRecord& record, ProgressStyle progress,
+               const platform::InterruptWatch& interrupt)
+      : _options(options),
+        _record(record),
+        _interrupt(interrupt),
+        _witness(record, _logs, interrupt),
+        _progress(progress),
+        _sources(options, record, _witness, _progress) {}
+
+  // Folder by folder, each message with its position in its source. Whatever cannot be read is in
+  // the record, whose error says why when not all could be.
+  void Read(const Take& take);
+
+ private:
+  bool Fail(const platform::Status& status);
+
+  const VerifyOptions& _options;
+  ConversionRecord& _record;
+  const platform::InterruptWatch& _interrupt;
+  Logs _logs;
+  ContentWitness _witness;
+  Progress _progress;
+  SourceOpening _sources;  // after the witness, which its stores tell
+};
+
+}  // namespace parvane::cli

@@ -1,0 +1,30 @@
+// The options of `parvane verify`.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/options.h"
+#include "cli/source_options.h"
+
+namespace parvane::cli {
+
+// Both outlive the parsing of the command line.
+class VerifyArguments {
+ public:
+  explicit VerifyArguments(VerifyOptions& options) : _options(options) {}
+
+  void Describe(CLI::App& command);
+  // As SourceArguments::Understand.
+  std::string Understand();
+
+ private:
+  VerifyOptions& _options;
+  SourceArguments _sources{_options};
+  std::vector<std::string> _paths;
+  std::string _manifest;
+};
+
+}  // namespace parvane::cli
