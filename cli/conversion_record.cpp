@@ -43,6 +43,7 @@ void ConversionRecord::BeginFor(const ConvertOptions& options) {
   split = static_cast<bool>(options.split);
   strictSeparators = options.separators == engine::SeparatorRule::kStrict;
   const KeepChoice& keep = options.keep;
+  if (options.wanted.since || options.wanted.before) undatedTaken = 0;
   if (keep.state) stateKept.emplace();
   const bool scan = options.dryRun;
   if (scan) forecast.emplace();

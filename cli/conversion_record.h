@@ -147,7 +147,7 @@ struct ContinuedFolder {
   std::vector<std::u16string> next;
 };
 
-// The conversion ended before it came to this folder.
+// The conversion ended before it came to this folder, or nobody wanted it.
 struct UnreadFolder {
   std::vector<std::u16string> path;
   std::u16string sourcePath;
@@ -204,6 +204,9 @@ struct ConversionRecord {
   std::vector<RenamedFolder> renamed;
   Listing<FolderRefusal> folderRefusals;
   std::vector<UnreadFolder> notBegun;
+  Listing<UnreadFolder> foldersNotChosen;
+  // Messages taken although nothing tells when they came; only where dates were to choose by.
+  std::optional<std::uint64_t> undatedTaken;
   std::vector<ContinuedFolder> continued;
   // Written messages by what was kept of their state; none of them are counted when none was asked
   // for.

@@ -144,6 +144,7 @@ class Conversion {
     FolderCopy copy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt);
     if (_options.split) copy.SplitInto(_parts);
     copy.Run(*top);
+    if (_record.undatedTaken) _record.undatedTaken = selection.undatedTaken();
     _parts.End();
     return true;
   }

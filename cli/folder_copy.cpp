@@ -11,6 +11,7 @@
 namespace parvane::cli {
 
 using platform::PathForDisplay;
+using QuelmarMIMEEngineCommon::IAssetFolder;
 using QuelmarMIMEEngineCommon::IAssetFolderMutable;
 using QuelmarMIMEEngineCommon::OperationResultCode;
 
@@ -77,8 +78,14 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
   bool goesOn = true;
   source.BeginTurns();
   while (goesOn) {
-    const auto turn = _turns.find(source.NextTurn());
-    if (turn == _turns.end()) break;
+    const IAssetFolder* next = source.NextTurn();
+    const auto turn = _turns.find(next);
+    if (turn == _turns.end()) {
+      const PlannedFolder* leftOut = next ? _plan.LeftOutOf(*next) : nullptr;
+      if (!leftOut) break;
+      goesOn = PassOverTurn(*leftOut);
+      continue;
+    }
     const auto& [planned, account] = turn->second;
     _progress.GoOnWith(_plan.folders()[planned].path);
     _witness.BeginFolder(account);
@@ -95,6 +102,18 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
   _turns.clear();
   if (_record.error.empty()) LogFolders(first);
   return goesOn;
+}
+
+bool FolderCopy::PassOverTurn(const PlannedFolder& leftOut) {
+  const auto [account, begins] = _leftOut.try_emplace(&leftOut, _record.folders.size());
+  if (begins) BeginAccount(leftOut);
+  _witness.BeginFolder(account->second);
+  leftOut.source->ResetQuery();
+  while (const auto item = leftOut.source->QueryAsset()) {
+    if (!ItemPassedOver({moves::Verdict::kNotChosen}, item->AssetUnitSize())) break;
+  }
+  _witness.EndFolder({});
+  return GoesOn(/*canceled=*/false);
 }
 
 bool FolderCopy::CopyInto(std::size_t folder, std::size_t account) {

@@ -62,6 +62,8 @@ class FolderCopy : private moves::SelectionObserver {
   bool FailSelection();
   // After a query or copy that ended without a problem.
   bool GoesOn(bool canceled);
+  // The turn of a folder that was not chosen: its messages are counted.
+  bool PassOverTurn(const PlannedFolder& leftOut);
   bool ItemPassedOver(const moves::Judgement& why, std::int64_t units) override;
   bool Fail(RunProblem problem, const platform::Status& why);
   void LogFolders(std::size_t first);
@@ -85,6 +87,8 @@ class FolderCopy : private moves::SelectionObserver {
   bool _enough = false;        // ItemPassedOver said so
   std::size_t _firstTurn = 0;  // of the accounts of these
   std::unordered_map<const QuelmarMIMEEngineCommon::IAssetFolder*, Turn> _turns;
+  // The accounts of those that were not chosen.
+  std::unordered_map<const PlannedFolder*, std::size_t> _leftOut;
 };
 
 }  // namespace parvane::cli

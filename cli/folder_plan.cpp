@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "cli/modified_utf7.h"
 
@@ -86,6 +87,41 @@ void FolderPlan::AddFoldersOf(const IAssetStore& store, std::size_t parent, Nami
     AddTree(folder, NameOf(*folder, naming), parent, naming);
 }
 
+void FolderPlan::LeaveOut(const std::function<bool(const PlannedFolder&)>& unwanted) {
+  std::vector<bool> stays(_folders.size());
+  for (std::size_t i = _folders.size(); i-- > 0;) {
+    PlannedFolder& folder = _folders[i];
+    if (unwanted(folder)) {
+      if (folder.TakesMail()) _leftOut.push_back(folder);
+      folder.chosen = false;
+    } else {
+      stays[i] = true;
+    }
+    // Parents stand before their children, so that all of those have been seen.
+    if (stays[i] && folder.parent != kTopFolder) stays[folder.parent] = true;
+  }
+  std::ranges::reverse(_leftOut);
+  for (PlannedFolder& folder : _leftOut) folder.chosen = false;
+  std::vector<std::size_t> places(_folders.size(), kTopFolder);
+  std::size_t kept = 0;
+  std::set<std::vector<std::u16string>> paths;
+  for (std::size_t i = 0; i < _folders.size(); ++i) {
+    if (!stays[i]) continue;
+    places[i] = kept;
+    if (_folders[i].parent != kTopFolder) _folders[i].parent = places[_folders[i].parent];
+    paths.insert(_folders[i].path);
+    if (kept != i) {
+      _folders[kept] = std::move(_folders[i]);
+      _children[kept + 1] = std::move(_children[i + 1]);
+    }
+    ++kept;
+  }
+  _folders.resize(kept);
+  _children.resize(kept + 1);
+  if (_commonTop != kTopFolder) _commonTop = places[_commonTop];
+  std::erase_if(_renamed, [&](const RenamedFolder& one) { return !paths.contains(one.path); });
+}
+
 // After the plan is whole, because what is in the PST is known only when it has been opened, and
 // that the sources hold mail at all is settled before. A folder renamed here takes its children
 // along; one that had been renamed before is told once, with the name it has in the end.
@@ -113,6 +149,11 @@ void FolderPlan::Avoid(const FoldersThere& there) {
     }
   }
   _renamed.insert(_renamed.end(), renamedNow.begin(), renamedNow.end());
+}
+
+const PlannedFolder* FolderPlan::LeftOutOf(const IAssetFolder& source) const {
+  const auto found = std::ranges::find(_leftOut, &source, &PlannedFolder::source);
+  return found == _leftOut.end() ? nullptr : &*found;
 }
 
 std::uint64_t FolderPlan::TotalBytes() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,9 +23,12 @@ struct PlannedFolder {
   std::u16string name;
   std::vector<std::u16string> path;
   std::uint64_t bytes = 0;  // of the mail in it, folders below not counted
+  bool chosen = true;       // else it is only there to hold others, or not at all
 
   // Folders of the type Assets hold folders and no items.
-  bool TakesMail() const { return type == QuelmarMIMEEngineCommon::kAssetFolderTypeEmail; }
+  bool TakesMail() const {
+    return chosen && type == QuelmarMIMEEngineCommon::kAssetFolderTypeEmail;
+  }
 };
 
 // Parents come before their children.
@@ -48,6 +52,14 @@ class FolderPlan {
   // The one for all mail of a store; without a name, what is above the store's folders.
   std::size_t AddTop(std::u16string_view topName);
 
+  // Takes out the folders of which this is true; but for what is above others that stay, whose mail
+  // alone is left out.
+  void LeaveOut(const std::function<bool(const PlannedFolder&)>& unwanted);
+  // Those of them that hold mail. The places of the folders above them mean nothing.
+  const std::vector<PlannedFolder>& leftOut() const { return _leftOut; }
+  // The one of these that stands for a source's folder; null: none.
+  const PlannedFolder* LeftOutOf(const QuelmarMIMEEngineCommon::IAssetFolder& source) const;
+
   // Gives other names to the folders that would become one with those of these that hold no mail.
   void Avoid(const FoldersThere& there);
 
@@ -66,6 +78,7 @@ class FolderPlan {
   std::vector<PlannedFolder> _folders;
   std::vector<SiblingNames> _children = std::vector<SiblingNames>(1);  // [0] the top, then by index
   std::vector<RenamedFolder> _renamed;
+  std::vector<PlannedFolder> _leftOut;
   std::size_t _commonTop = kTopFolder;
 };
 

@@ -11,6 +11,8 @@
 #include "engine/label_use.h"
 #include "engine/mailbox_wishes.h"
 #include "factory/source_factory.h"
+#include "moves/folder_glob.h"
+#include "moves/item_choice.h"
 
 namespace parvane::cli {
 
@@ -39,6 +41,10 @@ struct SourceOptions {
   std::u16string name;                      // of the top folder; empty: from the source
   KeepChoice keep;
   bool skipDeleted = false;
+  // Of the folders: those that match one of the former (all, if there is none) and none of the
+  // latter.
+  std::vector<moves::FolderGlob> folders, excluded;
+  moves::Wanted wanted;  // of the messages; junk folders too
   engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
   std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail
 };

@@ -169,6 +169,8 @@ std::string_view CodeOf(RunProblem problem) {
       return "source-not-opened";
     case RunProblem::kNoMailFound:
       return "no-mail-found";
+    case RunProblem::kNoFolderChosen:
+      return "no-folder-chosen";
     case RunProblem::kPstNotOpened:
       return "pst-not-opened";
     case RunProblem::kPstNotRead:

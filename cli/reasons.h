@@ -33,6 +33,7 @@ inline constexpr std::size_t kFailureKinds = 8;
 enum class RunProblem {
   kSourceNotOpened,
   kNoMailFound,
+  kNoFolderChosen,
   kPstNotOpened,
   kPstNotRead,
   kOtherSources,

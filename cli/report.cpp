@@ -151,6 +151,8 @@ class ReportWriter {
     _json.Key("repairedDate").Number(_record.RemarksOf(engine::RemarkKind::kDateChanged).total);
     _json.Key("deletedSkipped").Number(_record.deletedSkipped);
     _json.Key("copiesSkipped").Number(_record.copiesSkipped);
+    _json.Key("foldersNotChosen").Number(_record.foldersNotChosen.total);
+    Optional("undatedTaken", _record.undatedTaken);
     _json.Key("folderDataSkipped").Number(_record.folderDataSkipped);
     for (const PassedOverWords& words : kPassedOverWords)
       _json.Key(words.code).Number(_record.PassedOver(words.why));

@@ -28,7 +28,8 @@ class ListWriter {
       FolderRefusals();
       Continued();
     }
-    NotBegun();
+    Folders("foldersNotBegun", _record.notBegun);
+    Folders("foldersNotChosen", _record.foldersNotChosen.entries);
   }
 
  private:
@@ -219,9 +220,9 @@ class ListWriter {
     _json.EndArray();
   }
 
-  void NotBegun() {
-    _json.Key("foldersNotBegun").BeginArray();
-    for (const UnreadFolder& entry : _record.notBegun) {
+  void Folders(std::string_view key, const std::vector<UnreadFolder>& folders) {
+    _json.Key(key).BeginArray();
+    for (const UnreadFolder& entry : folders) {
       _json.BeginObject();
       WritePath(_json, "path", entry.path);
       _json.Key("source").String(PathForDisplay(entry.sourcePath));

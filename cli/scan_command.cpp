@@ -96,6 +96,7 @@ class Scan {
     Selection selection(_options);
     FolderCopy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt)
         .Run(top);
+    if (_record.undatedTaken) _record.undatedTaken = selection.undatedTaken();
     _record.forecast->AddFolders(_sources.plan().folders().size());
   }
 

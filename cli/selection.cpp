@@ -64,9 +64,11 @@ void Selection::NoteOtherSources() {
                   WithThousands(_toMeet))};
 }
 
-// Copies first: what has a copy before it is not looked for in the destination, where it never
-// went.
+// What nobody wants is no copy of anything. Then copies: what has a copy before it is not looked
+// for in the destination, where it never went.
 Judgement Selection::Judge(QuelmarMIMEEngineCommon::IAsset& item) {
+  if (const Judgement judgement = _choice.Judge(item); judgement.verdict != Verdict::kTake)
+    return judgement;
   if (_duplicatesHere) {
     if (const Judgement judgement = _duplicatesHere->Judge(item);
         judgement.verdict != Verdict::kTake)

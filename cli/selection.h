@@ -12,6 +12,7 @@
 #include "cli/options.h"
 #include "engine/folders.h"
 #include "moves/duplicates.h"
+#include "moves/item_choice.h"
 #include "moves/item_filter.h"
 #include "moves/mail_there.h"
 #include "platform/status.h"
@@ -20,7 +21,7 @@ namespace parvane::cli {
 
 class Selection : public moves::ItemFilter {
  public:
-  explicit Selection(const ConvertOptions& options) : _options(options) {}
+  explicit Selection(const ConvertOptions& options) : _options(options), _choice(options.wanted) {}
 
   // The PST is one that an unfinished run has left: what is in it is the first of these sources'
   // mail, or nothing is added to it.
@@ -45,6 +46,8 @@ class Selection : public moves::ItemFilter {
   // No more items come from the folder.
   void EndFolder(std::size_t account);
 
+  // Messages taken although nothing tells when they came.
+  std::uint64_t undatedTaken() const { return _choice.undated(); }
   // An item was not let through for this reason, and no other will be.
   const platform::Status& problem() const { return _problem; }
 
@@ -55,6 +58,7 @@ class Selection : public moves::ItemFilter {
   bool LooksForMailThere() const { return _options.skipExisting || _options.resume; }
 
   const ConvertOptions& _options;
+  moves::ItemChoice _choice;
   // Of the folders that have begun and not ended.
   std::map<std::size_t, moves::Duplicates> _duplicates;
   std::map<std::size_t, moves::MailThere> _there;

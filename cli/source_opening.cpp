@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include "cli/folder_choice.h"
 #include "cli/modified_utf7.h"
 #include "cli/profile_settings.h"
 #include "engine/source_observer.h"
@@ -100,10 +101,23 @@ bool SourceOpening::Open(const SourcePlan& sources) {
     }
     mailFolders = _plan.MailFolders();
   }
+  if (mailFolders == 0) {
+    _record.Fail(RunProblem::kNoMailFound, nothing);
+    return false;
+  }
+  return Choose();
+}
+
+bool SourceOpening::Choose() {
+  const platform::Status chosen = ChooseFolders(_options, _plan);
   _record.renamed = _plan.renamed();
-  if (mailFolders > 0) return true;
-  _record.Fail(RunProblem::kNoMailFound, nothing);
-  return false;
+  if (!chosen.ok()) {
+    _record.Fail(RunProblem::kNoFolderChosen, chosen.message());
+    return false;
+  }
+  for (const PlannedFolder& folder : _plan.leftOut())
+    _record.foldersNotChosen.Add({folder.path, folder.source->FolderDiskPath().value_or(u"")});
+  return true;
 }
 
 void SourceOpening::TellOf(const SourcePlan& sources) {
@@ -179,10 +193,11 @@ IAssetStore* SourceOpening::Open(std::unique_ptr<IAssetStore> store, const std::
 }
 
 void SourceOpening::AskForState(IAssetStore& store, const std::u16string& path) {
-  if (!_options.keep.state && !_options.keep.dates && !_options.skipDeleted) return;
+  const bool marks = _options.keep.state || _options.skipDeleted || _options.wanted.skipJunk;
+  if (!marks && !_options.keep.dates && _options.wanted.Everything()) return;
   auto wishes = std::make_unique<engine::StateWishes>();
   wishes->skipDeleted = _options.skipDeleted;
-  wishes->datesOnly = !_options.keep.state && !_options.skipDeleted;
+  wishes->datesOnly = !marks;
   if (_options.keep.state) wishes->tagNames = TagNamesFor(path);
   engine::OfferState(store, wishes.get());
   _wishes.push_back(std::move(wishes));

@@ -35,6 +35,8 @@ class SourceOpening {
  private:
   using Store = QuelmarMIMEEngineCommon::IAssetStore;
 
+  // Leaves out the folders that nobody wants.
+  bool Choose();
   void TellOf(const SourcePlan& sources);
   bool OpenStore(const SourceStore& source);
   // A maildir without others in it is one folder, as an mbox is.

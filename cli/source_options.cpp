@@ -4,9 +4,13 @@
 #include <iterator>
 #include <optional>
 #include <string_view>
+#include <tuple>
+#include <utility>
 
 #include "cli/option_words.h"
+#include "moves/period.h"
 #include "platform/path.h"
+#include "platform/time.h"
 
 namespace parvane::cli {
 namespace {
@@ -81,6 +85,27 @@ void SourceArguments::Describe(CLI::App& command) {
       ->type_name("all|none|LIST");
   command.add_flag("--skip-deleted", _options.skipDeleted,
                    "leave out messages that their mail program has marked as deleted");
+  command
+      .add_option("--folder", _folders,
+                  "only folders that match, with those below; again for more. A name (Trash, "
+                  "List*) matches on any level, a path (Inbox/Work, Lists/**) from the top")
+      ->type_name("GLOB")
+      ->allow_extra_args(false);
+  command
+      .add_option("--exclude", _excluded, "no folders that match, nor those below; again for more")
+      ->type_name("GLOB")
+      ->allow_extra_args(false);
+  command
+      .add_option(
+          "--since", _since,
+          "only messages delivered then or later: 2019, 2019-05, 2019-05-03, or with a time "
+          "behind it, T08:30; those that nothing tells the date of are taken")
+      ->type_name("DATE");
+  command
+      .add_option("--until", _until, "only messages delivered then or earlier; the day is included")
+      ->type_name("DATE");
+  command.add_flag("--skip-junk", _options.wanted.skipJunk,
+                   "leave out messages marked as junk, and junk folders");
   AddChoice(
       command, "--separators", _options.separators, kSeparatorRules,
       "what parts the messages of a mailbox: standard, every line that begins with \"From \"; "
@@ -101,7 +126,31 @@ std::string SourceArguments::Understand(const std::vector<std::string>& paths) {
   _options.name = platform::PathFromNative(_name);
   for (const std::string& source : paths)
     _options.sources.push_back(platform::PathFromNative(source));
-  return {};
+  return UnderstandChoice();
+}
+
+std::string SourceArguments::UnderstandChoice() {
+  for (const auto& [option, given, globs] :
+       {std::tuple("--folder", &_folders, &_options.folders),
+        std::tuple("--exclude", &_excluded, &_options.excluded)}) {
+    for (const std::string& text : *given) {
+      auto glob = moves::FolderGlob::Parse(platform::PathFromNative(text));
+      if (!glob.ok()) return std::string(option) + ": \"" + text + "\": " + glob.status().message();
+      globs->push_back(*std::move(glob));
+    }
+  }
+  for (const auto& [option, text] :
+       {std::pair("--since", &_since), std::pair("--until", &_until)}) {
+    if (text->empty()) continue;
+    const auto period = moves::ReadPeriod(*text);
+    if (!period) return std::string(option) + ": \"" + *text + "\" is no date such as 2019-05-03";
+    text == & _since ? _options.wanted.since = period->begin : _options.wanted.before = period->end;
+  }
+  const moves::Wanted& wanted = _options.wanted;
+  const bool backwards =
+      wanted.since && wanted.before &&
+      platform::FileTimeTicks(*wanted.since) >= platform::FileTimeTicks(*wanted.before);
+  return backwards ? "--since is after --until" : "";
 }
 
 std::string FaultOfPath(const std::string& path) {

@@ -21,9 +21,12 @@ class SourceArguments {
   std::string Understand(const std::vector<std::string>& paths);
 
  private:
+  std::string UnderstandChoice();
+
   SourceOptions& _options;
   // Byte strings, as CLI11 fills them.
-  std::string _keep = "all", _name;
+  std::string _keep = "all", _name, _since, _until;
+  std::vector<std::string> _folders, _excluded;
 };
 
 // Why a path cannot be one, as far as its text tells; empty: it may be one.

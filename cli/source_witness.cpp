@@ -76,7 +76,8 @@ void SourceWitness::PutBack() {
 
 void SourceWitness::PassOver(const moves::Judgement& why) {
   if (!_itemOpen) return;
-  if (_itemProblem) {
+  // What fails is wanted all the same, as far as anyone can tell.
+  if (_itemProblem && why.verdict != moves::Verdict::kNotChosen) {
     _itemOpen = false;
     return AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), {});
   }

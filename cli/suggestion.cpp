@@ -1,7 +1,9 @@
 #include "cli/suggestion.h"
 
 #include <algorithm>
-#include <vector>
+#include <utility>
+
+#include "platform/text.h"
 
 namespace parvane::cli {
 namespace {
@@ -47,6 +49,34 @@ std::string NoSuch(std::string_view noun, std::string_view word,
   std::string text = "there is no " + std::string(noun) + " " + std::string(word);
   if (!meant.empty()) text += "; did you mean " + meant + "?";
   return text;
+}
+
+std::vector<std::string> NearOnes(std::string_view word, std::span<const std::string> known) {
+  constexpr std::size_t kMost = 5;
+  const auto folded = [](std::string_view text) {
+    return platform::Utf16ToUtf8(platform::FoldCase(platform::Utf8ToUtf16(text)));
+  };
+  const std::string wanted = folded(word);
+  // A name that has it, or is in it, is as near as one with a letter wrong.
+  const std::size_t farthest = std::max<std::size_t>(wanted.size() / 3, 1);
+  std::vector<std::pair<std::size_t, std::string>> near;
+  for (const std::string& name : known) {
+    const std::string candidate = folded(name);
+    const bool within = candidate.find(wanted) != candidate.npos ||
+                        (!candidate.empty() && wanted.find(candidate) != wanted.npos);
+    const bool comparable = candidate.size() <= wanted.size() + farthest &&
+                            wanted.size() <= candidate.size() + farthest;
+    if (!within && !comparable) continue;
+    const std::size_t distance = within ? 1 : Distance(wanted, candidate);
+    if (distance <= farthest) near.emplace_back(distance, name);
+  }
+  std::ranges::sort(near);
+  std::vector<std::string> names;
+  for (auto& [distance, name] : near) {
+    if (names.size() < kMost && std::ranges::find(names, name) == names.end())
+      names.push_back(std::move(name));
+  }
+  return names;
 }
 
 }  // namespace parvane::cli

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace parvane::cli {
 
@@ -11,5 +12,8 @@ namespace parvane::cli {
 // (a letter wrong, missing, too many, or in its neighbour's place) than one for three letters.
 std::string NoSuch(std::string_view noun, std::string_view word,
                    std::span<const std::string> known);
+
+// The few that are near such a word, the nearest first; letter case makes no difference.
+std::vector<std::string> NearOnes(std::string_view word, std::span<const std::string> known);
 
 }  // namespace parvane::cli

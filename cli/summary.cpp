@@ -89,8 +89,8 @@ class SummaryWriter {
     for (const FolderAccount& folder : _record.folders) {
       std::string line = Padded(FolderPath(folder.path), width);
       if (_record.forecast) {
-        line += fmt::format("  {:>9}  {:>9}  {}", WithThousands(folder.read), Size(folder.bytes),
-                            Days(folder.dates));
+        line += fmt::format("  {:>9}  {:>9}", WithThousands(folder.read), Size(folder.bytes));
+        if (const std::string days = Days(folder.dates); !days.empty()) line += "  " + days;
       } else {
         line += fmt::format("  {:>9} read  {:>9} written", WithThousands(folder.read),
                             WithThousands(folder.written));
@@ -177,6 +177,11 @@ class SummaryWriter {
       const std::uint64_t count = _record.mailKept[kind].value_or(0);
       const std::string_view text = WordsOf(static_cast<carry::MailCount>(kind)).text;
       if (count > 0 && !text.empty()) Line(fmt::format("{}: {}", text, WithThousands(count)));
+    }
+    List(_record.foldersNotChosen, "Folders that were not chosen");
+    if (_record.undatedTaken.value_or(0) > 0) {
+      Line(fmt::format("Messages taken because nothing tells when they came: {}",
+                       WithThousands(*_record.undatedTaken)));
     }
     for (const PassedOverWords& words : kPassedOverWords) {
       if (const std::uint64_t count = _record.PassedOver(words.why); count > 0)

@@ -40,19 +40,19 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses headers dates inline parts' -- "$current")
       return
       ;;
-    --name | --size-limit | --split | --dump) return ;;
+    --name | --folder | --exclude | --since | --until | --size-limit | --split | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --split --log
-      --detailed-log --report --progress --keep --labels --skip-deleted --separators --timings -q --quiet --help' -- "$current")
+      --detailed-log --report --progress --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == scan ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --separators --json --progress --help' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --json --progress --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--messages --json --mapi --progress --help' -- "$current")
   elif [[ $current == -* && $command == check ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--json --notes --progress --dump --help' -- "$current")
   elif [[ $current == -* && $command == verify ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --separators --dedup --manifest --json
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --dedup --manifest --json
       --progress --help' -- "$current")
   else
     compopt -o filenames
