@@ -6,7 +6,13 @@
 
 #include "cli/part_names.h"
 #include "cli/report.h"
+#include "engine/mapi_folder.h"
+#include "mapi/com_pointer.h"
+#include "mapi/folder.h"
 #include "mapi/options.h"
+#include "mapi/results.h"
+#include "mapi/structures.h"
+#include "mapi/tags.h"
 #include "platform/file.h"
 #include "platform/path.h"
 
@@ -16,6 +22,24 @@ using platform::PathForDisplay;
 using platform::Status;
 using platform::StatusCode;
 using QuelmarMIMEEngineCommon::IAssetFolderMutable;
+
+namespace {
+
+// How much room there is in a PST that was there is told once it has been changed: only then its
+// space is looked at. So it is given the name that it has.
+void LearnRoom(IAssetFolderMutable& top) {
+  const auto* holder = dynamic_cast<const engine::IMapiFolderHolder*>(&top);
+  mapi::IMAPIFolder* folder = holder ? holder->MapiFolder() : nullptr;
+  mapi::SizedSPropTagArray<1> tags = {1, {mapi::PR_DISPLAY_NAME_W}};
+  mapi::ULONG count = 0;
+  mapi::MapiBuffer<mapi::SPropValue> name;
+  if (!folder || mapi::Failed(folder->GetProps(tags.get(), 0, &count, name.Put()))) return;
+  // Where this fails, so will the first folder or message, which tells.
+  if (count == 1 && name->ulPropTag == mapi::PR_DISPLAY_NAME_W)
+    folder->SetProps(1, name.get(), nullptr);
+}
+
+}  // namespace
 
 struct Parts::Part {
   Part(const Parts& parts, Destination where)
@@ -130,6 +154,7 @@ IAssetFolderMutable* Parts::Begin() {
   if (!top) return nullptr;
   if (Status looked = LookIntoFinished(); !looked.ok()) return Fail(looked);
   _before.reset();
+  if (_options.split.bySize && _part->HeldMail()) LearnRoom(*top);
   _witness.BeginCopying();
   _filter.BeginPart(!_part->HeldMail());
   return top;

@@ -138,7 +138,9 @@ Status NodeDatabase::Impl::FindFreeSpace() {
   for (std::uint64_t n = 0; n < intervals; ++n) {
     SetMapPages(std::span(bits).subspan(n * kPageBodySize, kPageBodySize), n);
   }
+  std::uint64_t usedEnd = kFirstAMapOffset;
   Status s = WalkUsed([&](std::uint64_t offset, std::uint64_t size) -> Status {
+    usedEnd = std::max(usedEnd, offset + size);
     if (offset < kFirstAMapOffset || offset % kBlockAlignment != 0 || offset > end ||
         size > end - offset || IntervalOf(offset) != IntervalOf(offset + size - 1)) {
       return {StatusCode::kCorrupt, "something of " + std::to_string(size) + " bytes at " +
@@ -149,7 +151,9 @@ Status NodeDatabase::Impl::FindFreeSpace() {
     return {StatusCode::kCorrupt, "the space at " + ToHex(offset) + " is in use twice"};
   });
   if (!s.ok()) return s;
-  for (std::uint64_t n = 0; n < intervals; ++n) {
+  // Behind the last that is used all is tail: a writer that was cut off may have left much of it.
+  _space.Reset(usedEnd, end);
+  for (std::uint64_t n = 0; n < intervals && IntervalOffset(n) < usedEnd; ++n) {
     const auto map = std::span(bits).subspan(n * kPageBodySize, kPageBodySize);
     for (std::size_t i = 0; i < kSlotsPerMap;) {
       if (TestBit(map, i)) {
@@ -158,7 +162,8 @@ Status NodeDatabase::Impl::FindFreeSpace() {
       }
       std::size_t next = i + 1;
       while (next < kSlotsPerMap && !TestBit(map, next)) ++next;
-      _space.Free(IntervalOffset(n) + i * kBlockAlignment, (next - i) * kBlockAlignment);
+      const std::uint64_t at = IntervalOffset(n) + i * kBlockAlignment;
+      if (at < usedEnd) _space.Free(at, (next - i) * kBlockAlignment);
       i = next;
     }
   }

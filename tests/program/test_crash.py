@@ -37,12 +37,12 @@ class Killed(PstTest):
     def begin_anew(self):
         shutil.copy(self.base, self.pst)
 
-    def start(self, option='--append'):
+    def start(self, *options):
         # Else a run killed before it opens its log would be judged by the last one's.
         self.log.unlink(missing_ok=True)
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'))
         return subprocess.Popen(
-            [PARVANE, 'convert', option, '--quiet', '--detailed-log', str(self.log),
+            [PARVANE, 'convert', *(options or ['--append']), '--quiet', '--detailed-log', str(self.log),
              str(self.source), str(self.pst)],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
             env=environment)
@@ -169,36 +169,51 @@ class Killed(PstTest):
         self.assertEqual(self.count_by_lspst(), 3)
         print(f'{kills} kills, {opened} partial PSTs')
 
+    def take_parts(self):
+        """How many PSTs a run has made, and {path: [item...]} of all of them; they are judged, and
+        gone then."""
+        parts = sorted(self.folder.glob('out*.pst'), key=lambda pst: (len(pst.name), pst.name))
+        mail = {}
+        for pst in parts:
+            self.assertFalse('partial' in pst.name, pst)
+            self.check_structure(pst)
+            for folder in self.listing(pst, '--messages')['folders']:
+                mail.setdefault(tuple(folder['path']), []).extend(folder['items'])
+            pst.unlink()
+        return len(parts), mail
+
     def test_resumed(self):
         """PARVANE_KILLS: how many kills there are at least, beside those of the time there is."""
         chance = random.Random(9)
-        whole = self.folder / 'whole.pst'
-        self.convert(self.source, whole)
-        expected = self.listing(whole, '--messages')['folders']
-        self.assertEqual(sum(f['messages'] for f in expected), 15_050)
+        self.pst.unlink()
+        splits = {}  # options: what they give, and how long it takes
+        for options in ((), ('--split', '20MB')):
+            begun = time.monotonic()
+            self.convert(*options, self.source, self.pst)
+            seconds = time.monotonic() - begun
+            splits[options] = self.take_parts(), seconds
+            self.assertEqual(sum(map(len, splits[options][0][1].values())), 15_050)
+        self.assertGreater(splits[options][0][0], 2)
         begun = time.monotonic()
-        self.convert('--overwrite', self.source, whole)
-        longest = time.monotonic() - begun
         wanted = int(os.environ.get('PARVANE_KILLS', '6'))
         kills = resumed = runs = 0
-        while kills < wanted or not resumed or time.monotonic() - begun < SECONDS / 2:
-            self.pst.unlink()
+        while kills < wanted or runs < 2 or time.monotonic() - begun < SECONDS / 2:
+            options = list(splits)[runs % 2]
+            expected, seconds = splits[options]
             # Begun, and gone on with, until a run is not killed before its end.
-            for tries in range(100):
-                process = self.start('--resume')
+            while True:
+                process = self.start('--resume', *options)
                 try:
-                    process.wait(chance.random() * longest)
+                    process.wait(chance.random() * seconds)
                 except subprocess.TimeoutExpired:
                     process.kill()
                 error = process.communicate()[1].decode()
-                if process.returncode == 0 or self.pst.exists():
+                if process.returncode == 0 or self.pst.exists() and not options:
                     break
                 self.assertEqual((process.returncode, error), (-9, ''))
                 kills += 1
                 resumed += partial(self.pst).exists()
-            self.assertFalse(partial(self.pst).exists())
-            self.assertEqual(self.listing(self.pst, '--messages')['folders'], expected)
-            self.check_structure(self.pst)
+            self.assertEqual(self.take_parts(), expected)
             runs += 1
         print(f'{kills} kills, {resumed} of them with a partial PST, until {runs} runs were whole')
 
