@@ -138,6 +138,7 @@ Finding Comparison::FindingOf(const Waiting& waiting) {
 // Sorts both by their keys and goes through them together.
 template <typename KeyOf>
 void Comparison::Pair(Unpaired& unpaired, KeyOf keyOf) {
+  if (unpaired.waiting.empty() || unpaired.there.empty()) return;
   const auto waitingKey = [&](std::uint32_t i) { return std::pair(keyOf(_waiting[i]), i); };
   const auto thereKey = [&](std::uint32_t i) {
     return std::pair(keyOf(_there[i]), _there[i].place);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <span>
 
 #include "mapi/com_pointer.h"
@@ -25,7 +26,7 @@ using mapi::ULONG;
 using platform::Sha256;
 using platform::Sha256Digest;
 
-constexpr std::size_t kPiece = 65'536;
+constexpr ULONG kPiece = 65'536;
 constexpr mapi::LONG kRowsAtATime = 200;
 // As deep as messages are written into each other.
 constexpr int kMaximumDepth = 128;
@@ -64,13 +65,12 @@ bool ReadProperty(IMAPIProp& object, ULONG tag, const std::function<void(std::st
   ComPointer<mapi::IStream> stream;
   const HRESULT opened = object.OpenProperty(tag, &mapi::IID_IStream, 0, 0, stream.PutUnknown());
   if (mapi::Failed(opened) || !stream) return opened == mapi::MAPI_E_NOT_FOUND;
-  std::string buffer(kPiece, '\0');
+  const auto buffer = std::make_unique_for_overwrite<char[]>(kPiece);
   for (;;) {
     ULONG read = 0;
-    if (mapi::Failed(stream->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &read)))
-      return false;
+    if (mapi::Failed(stream->Read(buffer.get(), kPiece, &read))) return false;
     if (read == 0) return true;
-    take(std::string_view(buffer).substr(0, read));
+    take(std::string_view(buffer.get(), read));
   }
 }
 
