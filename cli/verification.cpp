@@ -8,6 +8,7 @@
 
 #include "cli/format.h"
 #include "cli/json_writer.h"
+#include "cli/reasons.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -34,7 +35,7 @@ constexpr std::array<KindWords, moves::kFindingKinds> kKinds = {
     {{FindingKind::kMissing, "missing", "missing", "Missing"},
      {FindingKind::kDifferent, "different", "different", "Different"},
      {FindingKind::kElsewhere, "elsewhere", "in another folder", "In another folder"},
-     {FindingKind::kExtra, "extra", "extra", "Extra, in none of the sources"}}};
+     {FindingKind::kExtra, "extra", "extra", "Extra, beside what was expected"}}};
 
 constexpr std::array<std::string_view, moves::kContentFields> kFieldNames = {
     "subject", "originator", "recipients", "dates", "text", "html", "attachments"};
@@ -108,6 +109,10 @@ class TextWriter {
     Line(fmt::format("{} expected, {} there{}: {}, {}", Counted(total.expected, "message"),
                      WithThousands(total.same), CountsOf(total, ", {} {}"), psts,
                      Duration(_v.record.milliseconds)));
+    for (const PassedOverWords& words : kPassedOverWords) {
+      if (const std::uint64_t count = _v.record.PassedOver(words.why); count > 0)
+        Line(fmt::format("{}: {}", words.text, WithThousands(count)));
+    }
   }
 
   // "  mail / Inbox, message 3: Boat on Saturday? <1@x>: recipients, attachments"
@@ -183,6 +188,11 @@ class JsonText {
     Tally(_v.comparison.Total());
     _json.Key("unreadable").Number(_v.record.Failed() + _v.unreadableTotal);
     _json.Key("leftBehind").Number(_v.record.leftBehind.total);
+    for (const PassedOverWords& words : kPassedOverWords) {
+      // A verification looks for what is there already in another way.
+      if (words.why != moves::Verdict::kAlreadyThere)
+        _json.Key(words.code).Number(_v.record.PassedOver(words.why));
+    }
     _json.EndObject();
     Folders();
     Findings();

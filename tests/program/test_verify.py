@@ -109,7 +109,14 @@ class Verify(PstTest):
         found = self.verify(self.mail, pst, code=1)
         self.assertEqual(found['totals']['missing'], 2)
         self.assertEqual([f['copyIn'] for f in found['findings']], [['mail', 'Inbox']] * 2)
-        self.verify('--dedup', 'all', self.mail, pst)
+        found = self.verify('--dedup', 'all', self.mail, pst)
+        self.assertEqual(found['totals']['copiesLeftOut'], 2)
+
+    def test_what_was_not_chosen_is_not_expected(self):
+        pst = self.pst_of('--folder', '*/Inbox')
+        self.verify(self.mail, pst, code=1)
+        found = self.verify('--folder', '*/Inbox', self.mail, pst)
+        self.assertEqual((found['totals']['expected'], found['totals']['extra']), (3, 0))
 
     def test_a_manifest_stands_in_for_the_sources(self):
         pst = self.pst_of()
