@@ -80,6 +80,7 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_option("--split", _split,
                   "write several PSTs, DEST.pst, DEST-2.pst and so on, none larger than SIZE")
       ->type_name("SIZE");
+  _each.Describe(command);
   command.add_option("--log", _log, "write a brief log: folders, failures, what was passed over")
       ->type_name("FILE");
   command.add_option("--detailed-log", _detailedLog, "write a log that names every message")
@@ -100,7 +101,11 @@ std::string ConvertArguments::Understand() {
   for (const std::string& path : _paths) {
     if (std::string fault = FaultOfPath(path); !fault.empty()) return fault;
   }
-  if (_paths.size() < 2) return "convert needs at least one SOURCE and the DEST.pst";
+  if (std::string fault = _each.Understand(); !fault.empty()) return fault;
+  if (_paths.size() < (_options.eachOf.empty() ? 2 : 1)) {
+    return _options.each ? "convert --each needs at least one SOURCE and the folder DEST"
+                         : "convert needs at least one SOURCE and the DEST.pst";
+  }
   if (_options.mapi == MapiChoice::kOutlook && _sizeLimit)
     return "--size-limit is for the built-in MAPI: Outlook has a limit of its own";
   if (_options.mapi == MapiChoice::kOutlook && _options.resume)

@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/each_options.h"
 #include "cli/options.h"
 #include "cli/source_options.h"
 
@@ -29,6 +30,7 @@ class ConvertArguments {
 
   ConvertOptions& _options;
   SourceArguments _sources{_options};
+  EachArguments _each{_options};
   std::vector<std::string> _paths;
   std::string _log, _detailedLog, _report;
   std::optional<std::string> _sizeLimit, _split;

@@ -5,6 +5,7 @@
 #include "cli/check_command.h"
 #include "cli/console.h"
 #include "cli/convert_command.h"
+#include "cli/each_command.h"
 #include "cli/list_command.h"
 #include "cli/options.h"
 #include "cli/reasons.h"
@@ -47,6 +48,9 @@ ExitCode Run(int argc, char** argv) {
   if (const ExitCode* code = std::get_if<ExitCode>(&parsed)) return *code;
   const auto& command = std::get<parvane::cli::Command>(parsed);
   if (const auto code = ChooseMapi(command)) return *code;
+  if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command);
+      convert && convert->each)
+    return parvane::cli::RunEach(*convert);
   if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command))
     return convert->dryRun ? parvane::cli::RunScan(*convert) : parvane::cli::RunConvert(*convert);
   if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))

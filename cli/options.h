@@ -68,6 +68,11 @@ struct ConvertOptions : SourceOptions {
   std::u16string detailedLog;
   std::u16string report;
   ProgressChoice progress = ProgressChoice::kAuto;
+  // A PST for each source, in the folder that is the destination, by so many processes.
+  bool each = false;
+  std::u16string eachOf;              // a file that lists further sources
+  unsigned jobs = 1;                  // at a time
+  std::vector<std::string> passedOn;  // the options that each of them is given
   bool quiet = false;
   bool timings = false;
   bool dryRun = false;          // a scan: what would be done is told, and nothing done

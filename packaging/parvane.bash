@@ -40,10 +40,10 @@ _parvane() {
       mapfile -t COMPREPLY < <(compgen -W 'all none state winmail addresses headers dates inline parts' -- "$current")
       return
       ;;
-    --name | --folder | --exclude | --since | --until | --size-limit | --split | --dump) return ;;
+    --name | --folder | --exclude | --since | --until | --size-limit | --split | --jobs | -j | --dump) return ;;
   esac
   if [[ $current == -* && $command == convert ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --split --log
+    mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --split --each --each-of --jobs --log
       --detailed-log --report --progress --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --timings -q --quiet --help' -- "$current")
   elif [[ $current == -* && $command == scan ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --json --progress --help' -- "$current")
