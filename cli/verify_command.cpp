@@ -14,7 +14,6 @@
 #include "cli/pst_mail.h"
 #include "cli/reasons.h"
 #include "cli/results.h"
-#include "cli/same_file.h"
 #include "cli/text_file.h"
 #include "cli/verification.h"
 #include "mapi/options.h"
@@ -37,24 +36,36 @@ using platform::Status;
 using platform::StatusCode;
 using Path = std::vector<std::u16string>;
 
-// A manifest being written. One that is not finished lacks its end, and is refused as such.
+bool MayBecomeManifest(const std::u16string& path) {
+  auto& files = FileSystem::Default();
+  const auto there = files.Inspect(path);
+  return there.kind == platform::FileKind::kNone ||
+         (there.kind == platform::FileKind::kFile &&
+          (there.size == 0 || moves::IsManifest(files, path)));
+}
+
+// A manifest being written: beside the one that it may replace, until it is whole.
 class ManifestFile {
  public:
-  // `others` are manifests that are to be read.
-  Status Begin(const std::u16string& path, const std::vector<std::u16string>& others) {
+  ManifestFile() = default;
+  ~ManifestFile() {
+    if (!_file) return;
+    _file.reset();
+    (void)FileSystem::Default().Remove(_partial).ok();
+  }
+  ManifestFile(const ManifestFile&) = delete;
+  ManifestFile& operator=(const ManifestFile&) = delete;
+
+  Status Begin(const std::u16string& path) {
     if (path.empty()) return {};
-    auto& files = FileSystem::Default();
-    const auto there = files.Inspect(path);
-    for (const std::u16string& other : others) {
-      if (IsSameFile(files.Inspect(other), there))
-        return {StatusCode::kExists, PathForDisplay(path) + ": is to be read, too"};
-    }
-    if (there.kind == platform::FileKind::kFile && there.size > 0 &&
-        !moves::IsManifest(files, path)) {
+    _path = path;
+    _partial = path + u".partial";
+    for (const std::u16string& written : {_path, _partial}) {
+      if (MayBecomeManifest(written)) continue;
       return {StatusCode::kExists,
-              PathForDisplay(path) + ": is there already and no manifest; it is left as it is"};
+              PathForDisplay(written) + ": is there already and no manifest; it is left as it is"};
     }
-    auto file = TextFile::Create(path);
+    auto file = TextFile::Create(_partial);
     if (!file.ok()) return file.status();
     _file = std::move(file).value();
     _file->Write(moves::ManifestBeginning());
@@ -68,10 +79,13 @@ class ManifestFile {
   Status Finish() {
     if (!_file) return {};
     _file->Write(moves::ManifestEnd(_messages));
-    return _file->Flush();
+    if (Status written = _file->Flush(); !written.ok()) return written;
+    _file.reset();
+    return FileSystem::Default().Rename(_partial, _path, true);
   }
 
  private:
+  std::u16string _path, _partial;
   std::unique_ptr<TextFile> _file;
   std::uint64_t _messages = 0;
 };
@@ -108,7 +122,7 @@ class Verifying {
   }
 
   void Work() {
-    if (!SortPaths() || !Fail(_manifest.Begin(_options.manifest, _v.manifests))) return;
+    if (!SortPaths() || !Fail(_manifest.Begin(_options.manifest))) return;
     const MapiRun mapiRun(MapiChoice::kBuiltin);
     if (!Fail(mapiRun.status())) return;
     if (!ReadPsts()) return;
