@@ -1,15 +1,20 @@
 #include "cli/scan_command.h"
 
 #include <exception>
+#include <optional>
 
 #include <fmt/format.h>
 
 #include "cli/console.h"
 #include "cli/destination.h"
 #include "cli/folder_copy.h"
+#include "cli/folders_there.h"
 #include "cli/format.h"
 #include "cli/logs.h"
+#include "cli/mail_in_parts.h"
+#include "cli/mapi_run.h"
 #include "cli/outputs.h"
+#include "cli/part_names.h"
 #include "cli/progress.h"
 #include "cli/report.h"
 #include "cli/scan_folder.h"
@@ -86,7 +91,27 @@ class Scan {
     _logs.Both(fmt::format("parvane {}: scan of {}", PARVANE_VERSION, SourcesText()));
     if (!_sources.Open(*sources)) return false;
     _outputs.ForgetOwnFiles(_record, {});
-    return true;
+    const Status looked = LookAtDestination();
+    return looked.ok() || Fail(looked);
+  }
+
+  // At a PST that mail would be added to, and its further parts: what it has decides about names,
+  // and about what is not written again.
+  Status LookAtDestination() {
+    if (!_record.appended) return {};
+    _mapi.emplace(_options.mapi);
+    if (!_mapi->status().ok()) return _mapi->status();
+    auto folders = FoldersThere::In(_destination.file);
+    if (!folders.ok()) return folders.status();
+    _sources.plan().Avoid(*folders);
+    _record.renamed = _sources.plan().renamed();
+    if (!_options.skipExisting) return {};
+    const std::size_t parts = _options.split.bySize ? PartsThere(_destination.path) : 1;
+    for (std::size_t i = 1; i <= parts; ++i) {
+      const std::u16string path = i == 1 ? _destination.file : PartPath(_destination.path, i);
+      if (Status added = _there.Add(path); !added.ok()) return added;
+    }
+    return {};
   }
 
   void Read() {
@@ -94,6 +119,7 @@ class Scan {
     _witness.BeginReading();
     ScanFolder top(_witness, QuelmarMIMEEngineCommon::kAssetFolderTypeAssets);
     Selection selection(_options);
+    selection.LookInto(_there, false);
     FolderCopy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt)
         .Run(top);
     if (_record.undatedTaken) _record.undatedTaken = selection.undatedTaken();
@@ -107,9 +133,9 @@ class Scan {
     const std::uint64_t size = forecast.PstBytes();
     const std::uint64_t there =
         _record.appended ? platform::FileSystem::Default().Inspect(_destination.file).size : 0;
-    if (_options.skipExisting || _options.resume) {
+    if (_options.resume) {
       forecast.warnings.emplace_back(
-          "what the PST has already is counted too: it was not looked into");
+          "what an unfinished run has left was not looked into: its mail is counted again");
     }
     const auto free = platform::FreeSpace(platform::ParentOfPath(_destination.file));
     if (free && size > *free) {
@@ -143,6 +169,8 @@ class Scan {
   ScanWitness _witness;
   Progress _progress;
   SourceOpening _sources;
+  std::optional<MapiRun> _mapi;
+  MailInParts _there;
   bool _began = false;
 };
 
