@@ -98,8 +98,11 @@ bool FolderGlob::LevelMatches(const Level& level, std::u16string_view name) {
       star = token++;
       starAt = at;
     } else if (token < level.size() && level[token].Takes(name[at])) {
+      // What stands for any character takes both halves of one.
+      const bool pair = level[token].kind != Kind::kCharacter && (name[at] & 0xFC00) == 0xD800 &&
+                        at + 1 < name.size();
       ++token;
-      ++at;
+      at += pair ? 2 : 1;
     } else if (star < level.size()) {
       token = star + 1;
       at = ++starAt;

@@ -47,6 +47,7 @@ TEST(FolderGlob, MatchesFoldersAndWhatIsBelow) {
       {u"**/2019", u"2019 a|2019 a|b|2019", u"a|20190"},
       {u"Inbox/**", u"Inbox|a Inbox|a|b", u"Inbox Me|Inbox"},
       {u"a\\/b", u"a/b x|a/b", u"a|b"},
+      {u"a?b", u"aéb a\U0001F389b", u"ab a\U0001F389\U0001F389b"},
       {u"ärger", u"Ärger", u"arger"},
   };
   for (const Case& one : cases) {
