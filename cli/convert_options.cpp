@@ -160,7 +160,7 @@ std::string ConvertArguments::UnderstandSplit() {
   const auto size = ParseSize(*_split);
   if (!size) return "--split: \"" + *_split + "\" is no size such as 20GB";
   if (*size < kLeastPart) return "--split: the least size is " + Size(kLeastPart);
-  _options.split.bySize = true;
+  _options.split = true;
   _sizeLimit = *_split;
   return {};
 }

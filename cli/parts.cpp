@@ -83,7 +83,7 @@ ConvertOptions Parts::OptionsFor(const std::u16string& path) const {
 }
 
 Status Parts::Take(std::u16string_view nameInFolder) {
-  if (_options.split.bySize && (_options.resume || _options.append)) {
+  if (_options.split && (_options.resume || _options.append)) {
     // The last of those that are there may be another than the one that is named.
     const bool isFolder = platform::FileSystem::Default().Inspect(_options.destination).kind ==
                           platform::FileKind::kFolder;
@@ -98,10 +98,6 @@ Status Parts::Take(std::u16string_view nameInFolder) {
   auto destination = CheckDestination(_options, nameInFolder);
   if (!destination.ok()) return destination.status();
   _base = destination->path;
-  if (_options.split.byYear) {
-    _destination = *std::move(destination);
-    return {};
-  }
   if (_options.split && !_options.overwrite) {
     if (const auto behind = PartsBehind(_base, 2); !behind.empty()) {
       return {StatusCode::kExists,
@@ -122,14 +118,6 @@ Status Parts::TakePart(const std::u16string& path, std::u16string_view nameInFol
   _destination = part->destination;
   if (_record.parts.empty()) _record.appended = part->IsAddedTo();
   _before = std::exchange(_part, std::move(part));
-  return {};
-}
-
-Status Parts::CheckYears(const std::vector<unsigned>& years) const {
-  for (const unsigned year : years) {
-    auto destination = CheckDestination(OptionsFor(YearPath(_base, year)), {});
-    if (!destination.ok()) return destination.status();
-  }
   return {};
 }
 
@@ -154,7 +142,7 @@ IAssetFolderMutable* Parts::Begin() {
   if (!top) return nullptr;
   if (Status looked = LookIntoFinished(); !looked.ok()) return Fail(looked);
   _before.reset();
-  if (_options.split.bySize && _part->HeldMail()) LearnRoom(*top);
+  if (_options.split && _part->HeldMail()) LearnRoom(*top);
   _witness.BeginCopying();
   _filter.BeginPart(!_part->HeldMail());
   return top;
@@ -175,12 +163,6 @@ IAssetFolderMutable* Parts::GoOn() {
   if (!_record.error.empty()) return nullptr;
   if (_part->holdsMail) ++_number;
   return TakeAndBegin(PartPath(_base, _number));
-}
-
-IAssetFolderMutable* Parts::BeginYear(unsigned year) {
-  if (_part) EndPart();
-  if (!_record.error.empty()) return nullptr;
-  return TakeAndBegin(YearPath(_base, year));
 }
 
 IAssetFolderMutable* Parts::TakeAndBegin(const std::u16string& path) {
@@ -265,9 +247,7 @@ void Parts::NoteOldParts() {
                     (_part->finished || part.path != _part->destination.path);
            });
   };
-  std::vector<std::u16string> there = _options.split.byYear
-                                          ? YearsThere(_base)
-                                          : PartsBehind(_base, _number + (_part->finished ? 1 : 0));
+  std::vector<std::u16string> there = PartsBehind(_base, _number + (_part->finished ? 1 : 0));
   std::erase_if(there, isOfThisRun);
   // Adding to one leaves the others in their own right.
   if (!_options.append) _record.oldParts = std::move(there);

@@ -106,7 +106,7 @@ class Scan {
     _sources.plan().Avoid(*folders);
     _record.renamed = _sources.plan().renamed();
     if (!_options.skipExisting) return {};
-    const std::size_t parts = _options.split.bySize ? PartsThere(_destination.path) : 1;
+    const std::size_t parts = _options.split ? PartsThere(_destination.path) : 1;
     for (std::size_t i = 1; i <= parts; ++i) {
       const std::u16string path = i == 1 ? _destination.file : PartPath(_destination.path, i);
       if (Status added = _there.Add(path); !added.ok()) return added;
