@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "cli/folder_copy.h"
+#include "cli/folders_there.h"
 #include "cli/keep_steps.h"
 #include "cli/pst_session.h"
 #include "cli/selection.h"
@@ -90,12 +91,22 @@ bool ExpectedMail::Fail(const platform::Status& status) {
   return false;
 }
 
+// As a conversion into these PSTs does.
+bool ExpectedMail::AvoidForeignFolders() {
+  for (const std::u16string& pst : _psts) {
+    auto there = FoldersThere::In(pst);
+    if (!there.ok()) return Fail(there.status());
+    _sources.plan().Avoid(*there);
+  }
+  return true;
+}
+
 void ExpectedMail::Read(const Take& take) {
   // What nobody could parse was kept when it was converted.
   factory::KeepNoErrorDump();
   auto sources = RecogniseSources(_options);
   if (!sources.ok()) return (void)Fail(sources.status());
-  if (!_sources.Open(*sources)) return;
+  if (!_sources.Open(*sources) || !AvoidForeignFolders()) return;
   const ScratchFiles files;
   auto session = PstSession::Open(kScratchPath, PstSession::Access::kWrite);
   if (!session.ok()) return (void)Fail(session.status());

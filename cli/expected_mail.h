@@ -39,10 +39,12 @@ class ExpectedMail {
   using Take = std::function<void(const std::vector<std::u16string>& folder, std::uint64_t position,
                                   const moves::MessageContent& content)>;
 
-  // All must outlive it. MAPI runs, and no store is open.
-  ExpectedMail(const VerifyOptions& options, ConversionRecord& record, ProgressStyle progress,
+  // Of a conversion into these PSTs. All must outlive it. MAPI runs, and no store is open.
+  ExpectedMail(const VerifyOptions& options, const std::vector<std::u16string>& psts,
+               ConversionRecord& record, ProgressStyle progress,
                const platform::InterruptWatch& interrupt)
       : _options(options),
+        _psts(psts),
         _record(record),
         _interrupt(interrupt),
         _witness(record, _logs, interrupt),
@@ -54,9 +56,11 @@ class ExpectedMail {
   void Read(const Take& take);
 
  private:
+  bool AvoidForeignFolders();
   bool Fail(const platform::Status& status);
 
   const VerifyOptions& _options;
+  const std::vector<std::u16string>& _psts;
   ConversionRecord& _record;
   const platform::InterruptWatch& _interrupt;
   Logs _logs;

@@ -139,8 +139,11 @@ class Verifying {
     auto& files = FileSystem::Default();
     _sources = _options;
     for (const std::u16string& path : _options.paths) {
-      if (files.Inspect(path).kind == platform::FileKind::kNone)
-        return Fail({StatusCode::kNotFound, PathForDisplay(path) + ": no such file or folder"});
+      // What may be missing of the sources is told as by a conversion.
+      if (files.Inspect(path).kind == platform::FileKind::kNone &&
+          platform::EqualsIgnoreCase(platform::ExtensionOfPath(path), u".pst")) {
+        return Fail({StatusCode::kNotFound, PathForDisplay(path) + ": no such file"});
+      }
       if (moves::IsManifest(files, path)) {
         _v.manifests.push_back(path);
         continue;
@@ -182,7 +185,7 @@ class Verifying {
       if (!ReadManifest(manifest, expect)) return false;
     }
     if (_sources.sources.empty()) return true;
-    _mail.emplace(_sources, _v.record, _style, _interrupt);
+    _mail.emplace(_sources, _v.psts, _v.record, _style, _interrupt);
     _mail->Read(expect);
     return _v.record.error.empty() && !Interrupted();
   }

@@ -151,7 +151,24 @@ class PstTest(unittest.TestCase):
         self.assertEqual(totals['failed'], len(account['failures']))
         if foretold and code in (0, 1):
             self.check_foretold(json.loads(foretold.out), account)
+        if code in (0, 1) and not options and not ('--split' in arguments and goes_on):
+            self.check_verified(arguments, account)
         return account
+
+    def check_verified(self, arguments, account):
+        """All that a conversion has read is in its PSTs, as it was."""
+        psts = [part['path'] for part in account['parts']] or [account['destination']]
+        options = iter(arguments[:-1])
+        kept = []
+        for argument in options:
+            if argument in ('--split', '--size-limit', '--log', '--detailed-log', '--report', '--mapi', '--progress'):
+                next(options)
+            elif argument not in ('--append', '--overwrite', '--skip-existing', '--resume', '--timings', '-q', '--quiet'):
+                kept.append(argument)
+        run = self.parvane('verify', '--json', *kept, *psts)
+        self.assertIn(run.code, (0, account['exitCode']), run)
+        totals = json.loads(run.out)['totals']
+        self.assertEqual(totals['expected'], totals['there'], run)
 
     def check_foretold(self, scan, account):
         """What a dry run has told is what the conversion counted."""
