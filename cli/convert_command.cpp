@@ -95,7 +95,7 @@ class Conversion {
     _record.destination = destination;
     if (Status opened = _outputs.Open(destination, _parts.path()); !opened.ok())
       return Fail(opened);
-    _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, SourcesText(),
+    _logs.Both(fmt::format("parvane {}: {} -> {}", PARVANE_VERSION, ListOfSources(_options.sources),
                            PathForDisplay(destination)));
     if (!_sources.Open(*sources)) return false;
     _outputs.ForgetOwnFiles(_record, _parts.path());
@@ -156,13 +156,6 @@ class Conversion {
   bool Fail(RunProblem problem, std::string reason) {
     _record.Fail(problem, std::move(reason));
     return false;
-  }
-
-  std::string SourcesText() const {
-    std::string text;
-    for (const std::u16string& source : _options.sources)
-      text += (text.empty() ? "" : ", ") + PathForDisplay(source);
-    return text;
   }
 
   const ConvertOptions& _options;

@@ -88,7 +88,8 @@ class Scan {
       _record.appended = _destination.existed && !_destination.replaced;
     }
     if (Status opened = _outputs.Open(_destination.path, {}); !opened.ok()) return Fail(opened);
-    _logs.Both(fmt::format("parvane {}: scan of {}", PARVANE_VERSION, SourcesText()));
+    _logs.Both(
+        fmt::format("parvane {}: scan of {}", PARVANE_VERSION, ListOfSources(_options.sources)));
     if (!_sources.Open(*sources)) return false;
     _outputs.ForgetOwnFiles(_record, {});
     const Status looked = LookAtDestination();
@@ -151,13 +152,6 @@ class Scan {
   bool Fail(const Status& status) {
     _record.Fail(status);
     return false;
-  }
-
-  std::string SourcesText() const {
-    std::string text;
-    for (const std::u16string& source : _options.sources)
-      text += (text.empty() ? "" : ", ") + PathForDisplay(source);
-    return text;
   }
 
   const ConvertOptions& _options;

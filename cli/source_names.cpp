@@ -21,6 +21,13 @@ std::u16string NameForSource(std::u16string_view path) {
   return name;
 }
 
+std::string ListOfSources(const std::vector<std::u16string>& sources) {
+  std::string text;
+  for (const std::u16string& source : sources)
+    text += (text.empty() ? "" : ", ") + platform::PathForDisplay(source);
+  return text;
+}
+
 std::u16string SeriesOf(std::u16string_view path) {
   if (!engine::IsNamedLikeAnArchive(path)) return {};
   const std::u16string stem = NameForSource(path);
