@@ -40,7 +40,7 @@ void ConversionRecord::BeginFor(const ConvertOptions& options) {
   sources = options.sources;
   destination = options.destination;
   mapi = options.mapi;
-  split = options.split;
+  split = static_cast<bool>(options.split);
   strictSeparators = options.separators == engine::SeparatorRule::kStrict;
   const KeepChoice& keep = options.keep;
   if (options.wanted.since || options.wanted.before) undatedTaken = 0;

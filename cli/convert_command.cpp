@@ -20,6 +20,8 @@
 #include "cli/source_plan.h"
 #include "cli/space_check.h"
 #include "cli/witness.h"
+#include "factory/source_factory.h"
+#include "moves/year_filter.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -126,6 +128,7 @@ class Conversion {
   }
 
   bool Copy() {
+    if (_options.split.byYear) return CopyYears();
     if (_parts.leftover()) {
       Notice(fmt::format("{}, {} that an earlier run which did not finish has left, is replaced",
                          PathForDisplay(_parts.path()), Size(*_parts.leftover())));
@@ -146,6 +149,43 @@ class Conversion {
     copy.Run(*top);
     if (_record.undatedTaken) _record.undatedTaken = selection.undatedTaken();
     _parts.End();
+    return true;
+  }
+
+  // A pass over the sources for each year, after one that learns which there are. False while there
+  // is nothing to settle.
+  bool CopyYears() {
+    Selection selection(_options);
+    moves::YearFilter years;
+    selection.AskYears(&years);
+    FolderCopy copy(_sources.plan(), selection, _record, _witness, _logs, _progress, _interrupt);
+    copy.SplitInto(_parts);
+    _witness.BeginReading();
+    // What cannot be parsed has no date, and is kept in the pass that takes it.
+    factory::KeepErrorDump(false);
+    if (!copy.LearnYears(years)) return false;
+    if (_record.undatedTaken) _record.undatedTaken = selection.undatedTaken();
+    const std::vector<unsigned> all = years.Years();
+    if (all.empty())
+      return Fail(RunProblem::kNoMailFound, "there is no message to be split by year");
+    if (Status free = _parts.CheckYears(all); !free.ok()) return Fail(free);
+    _witness.ReadAgain();
+    bool began = false;
+    for (const unsigned year : all) {
+      IAssetFolderMutable* top = _parts.BeginYear(year);
+      if (!top) return began;
+      began = true;
+      if (_parts.goesOn()) selection.Resume(_parts.there());
+      _record.resumed = _record.resumed || _parts.goesOn();
+      factory::KeepErrorDump(year == moves::kNoYear);
+      if (!copy.RunYear(year, *top)) break;
+    }
+    _parts.End();
+    if (_record.error.empty() && !_record.interrupted && years.taken() != years.noted()) {
+      Fail(RunProblem::kSourcesChanged,
+           fmt::format("the sources changed while they were read: {} at first, {} in all years",
+                       Counted(years.noted(), "message"), WithThousands(years.taken())));
+    }
     return true;
   }
 

@@ -78,8 +78,9 @@ void ConvertArguments::Describe(CLI::App& command) {
       ->type_name("SIZE");
   command
       .add_option("--split", _split,
-                  "write several PSTs, DEST.pst, DEST-2.pst and so on, none larger than SIZE")
-      ->type_name("SIZE");
+                  "write several PSTs: DEST.pst, DEST-2.pst and so on, none larger than SIZE; or "
+                  "DEST-2019.pst and so on, by the year in which mail came")
+      ->type_name("SIZE|year");
   _each.Describe(command);
   command.add_option("--log", _log, "write a brief log: folders, failures, what was passed over")
       ->type_name("FILE");
@@ -155,12 +156,16 @@ std::string ConvertArguments::UnderstandScan() {
 std::string ConvertArguments::UnderstandSplit() {
   if (_options.mapi == MapiChoice::kOutlook)
     return "--split is for the built-in MAPI: Outlook does not tell how large its PST has become";
+  if (*_split == "year") {
+    _options.split.byYear = true;
+    return {};
+  }
   if (_sizeLimit)
     return "--size-limit is not for --split SIZE, which says how large each PST may be";
   const auto size = ParseSize(*_split);
-  if (!size) return "--split: \"" + *_split + "\" is no size such as 20GB";
+  if (!size) return "--split: \"" + *_split + "\" is neither year nor a size such as 20GB";
   if (*size < kLeastPart) return "--split: the least size is " + Size(kLeastPart);
-  _options.split = true;
+  _options.split.bySize = true;
   _sizeLimit = *_split;
   return {};
 }

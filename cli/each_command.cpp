@@ -98,7 +98,7 @@ class EachRun {
     for (EachJob& job : _plan.jobs) {
       _width = std::max(_width, std::min(Columns(PathForDisplay(job.name)), kWidestName));
       _bytes += SizeOf(job);
-      const bool there = FileSystem::Default().FileExists(job.pst);
+      const bool there = _options.split.byYear || FileSystem::Default().FileExists(job.pst);
       if (!anew && there && ReadReport(job)) job.state = State::kDoneBefore;
       if (job.state == State::kDoneBefore) _bytesDone += SizeOf(job);
     }

@@ -103,7 +103,7 @@ bool ExpectedMail::AvoidForeignFolders() {
 
 void ExpectedMail::Read(const Take& take) {
   // What nobody could parse was kept when it was converted.
-  factory::KeepNoErrorDump();
+  factory::KeepErrorDump(false);
   auto sources = RecogniseSources(_options);
   if (!sources.ok()) return (void)Fail(sources.status());
   if (!_sources.Open(*sources) || !AvoidForeignFolders()) return;

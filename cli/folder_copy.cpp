@@ -18,7 +18,34 @@ using QuelmarMIMEEngineCommon::OperationResultCode;
 void FolderCopy::Run(IAssetFolderMutable& top) {
   _progress.OverallTotal(static_cast<std::int64_t>(_plan.TotalBytes()));
   _made.BeginBelow(top);
-  std::uint64_t bytesBefore = 0;
+  Pass();
+}
+
+bool FolderCopy::LearnYears(moves::YearFilter& years) {
+  _years = &years;
+  _progress.OverallTotal(static_cast<std::int64_t>(_plan.TotalBytes()));
+  if (!Pass()) return false;
+  std::uint64_t total = _plan.TotalBytes();
+  for (const unsigned year : years.Years()) total += BytesOf(year);
+  _progress.OverallTotal(static_cast<std::int64_t>(total));
+  return true;
+}
+
+bool FolderCopy::RunYear(unsigned year, IAssetFolderMutable& top) {
+  _years->Take(year);
+  _year = year;
+  _made.BeginBelow(top);
+  return Pass();
+}
+
+std::uint64_t FolderCopy::BytesOf(unsigned year) const {
+  std::uint64_t bytes = 0;
+  for (std::size_t i = 0; i < _plan.folders().size(); ++i)
+    bytes += _years->Has(i, year) ? _plan.folders()[i].bytes : 0;
+  return bytes;
+}
+
+bool FolderCopy::Pass() {
   const std::vector<PlannedFolder>& folders = _plan.folders();
   for (std::size_t i = 0; i < folders.size(); ++i) {
     const PlannedFolder& planned = folders[i];
@@ -32,8 +59,10 @@ void FolderCopy::Run(IAssetFolderMutable& top) {
     if (!_parts) _made.Make(i);
     if (!planned.TakesMail()) continue;
     engine::TurnTaker* taker = TakerOf(planned);
-    if (!taker || _turns.empty()) _progress.BeginFolder(FolderPath(planned.path), bytesBefore);
-    bytesBefore += planned.bytes;
+    // Whose folders take turns is read whole.
+    if (!taker && _years && !IsLearning() && !_years->Has(i, _year)) continue;
+    if (!taker || _turns.empty()) _progress.BeginFolder(FolderPath(planned.path), _bytesBefore);
+    _bytesBefore += planned.bytes;
     if (taker) {
       if (_turns.empty()) _firstTurn = _record.folders.size();
       _turns.emplace(planned.source, Turn{i, BeginAccount(planned)});
@@ -42,6 +71,7 @@ void FolderCopy::Run(IAssetFolderMutable& top) {
       return NoteNotBegun(i + 1);
     }
   }
+  return true;
 }
 
 engine::TurnTaker* FolderCopy::TakerOf(const PlannedFolder& planned) {
@@ -57,10 +87,11 @@ bool FolderCopy::IsLastOf(const engine::TurnTaker& taker, std::size_t folder) co
 }
 
 std::size_t FolderCopy::BeginAccount(const PlannedFolder& planned) {
-  const std::size_t account = _record.folders.size();
-  _record.folders.push_back({planned.path, planned.source->FolderDiskPath().value_or(u"")});
-  _witness.BeginFolder(account);
-  return account;
+  const auto [account, begins] = _accounts.try_emplace(&planned, _record.folders.size());
+  if (begins)
+    _record.folders.push_back({planned.path, planned.source->FolderDiskPath().value_or(u"")});
+  _witness.BeginFolder(account->second);
+  return account->second;
 }
 
 bool FolderCopy::CopyFolder(std::size_t folder) {
@@ -94,7 +125,7 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
   source.EndTurns();
   for (const auto& [folder, turn] : _turns) {
     _selection.EndFolder(turn.account);
-    if (!goesOn && _record.folders[turn.account].read == 0) {
+    if (!goesOn && !_years && _record.folders[turn.account].read == 0) {
       _record.notBegun.push_back(
           {_plan.folders()[turn.folder].path, folder->FolderDiskPath().value_or(u"")});
     }
@@ -105,9 +136,7 @@ bool FolderCopy::CopyTurns(engine::TurnTaker& source) {
 }
 
 bool FolderCopy::PassOverTurn(const PlannedFolder& leftOut) {
-  const auto [account, begins] = _leftOut.try_emplace(&leftOut, _record.folders.size());
-  if (begins) BeginAccount(leftOut);
-  _witness.BeginFolder(account->second);
+  BeginAccount(leftOut);
   leftOut.source->ResetQuery();
   while (const auto item = leftOut.source->QueryAsset()) {
     if (!ItemPassedOver({moves::Verdict::kNotChosen}, item->AssetUnitSize())) break;
@@ -117,6 +146,13 @@ bool FolderCopy::PassOverTurn(const PlannedFolder& leftOut) {
 }
 
 bool FolderCopy::CopyInto(std::size_t folder, std::size_t account) {
+  if (_years) _years->BeginFolder(folder);
+  if (IsLearning()) {
+    moves::SelectedFolder source(*_plan.folders()[folder].source, _selection, *this);
+    source.ResetQuery();
+    source.QueryAsset();  // of which there is none that the selection takes
+    return GoesOn(/*canceled=*/false);
+  }
   if (_parts) return CopyIntoParts(folder, account);
   const PlannedFolder& planned = _plan.folders()[folder];
   IAssetFolderMutable* target = _made.Make(folder);
@@ -219,6 +255,7 @@ bool FolderCopy::Fail(RunProblem problem, const platform::Status& why) {
 
 // A folder that filled up was continued in others.
 void FolderCopy::LogFolders(std::size_t first) {
+  if (_years) return;
   for (std::size_t i = first; i < _record.folders.size(); ++i) {
     const FolderAccount& account = _record.folders[i];
     _logs.Both(fmt::format("{}: {} from {}", FolderPath(account.path),
@@ -226,12 +263,15 @@ void FolderCopy::LogFolders(std::size_t first) {
   }
 }
 
-void FolderCopy::NoteNotBegun(std::size_t first) {
+bool FolderCopy::NoteNotBegun(std::size_t first) {
+  // Of a folder some years may be there, and others not.
+  if (_years) return false;
   for (std::size_t i = first; i < _plan.folders().size(); ++i) {
     const PlannedFolder& planned = _plan.folders()[i];
     if (planned.TakesMail())
       _record.notBegun.push_back({planned.path, planned.source->FolderDiskPath().value_or(u"")});
   }
+  return false;
 }
 
 }  // namespace parvane::cli

@@ -40,8 +40,17 @@ class FolderCopy : private moves::SelectionObserver {
   // Below `top`. Stops early when it is interrupted or a folder cannot be copied, which the record
   // then tells, along with the folders it did not come to.
   void Run(QuelmarMIMEEngineCommon::IAssetFolderMutable& top);
+  // The same by years, which the selection asks: a pass that copies nothing and notes which there
+  // are, then one for each. False when there is no going on.
+  bool LearnYears(moves::YearFilter& years);
+  bool RunYear(unsigned year, QuelmarMIMEEngineCommon::IAssetFolderMutable& top);
 
  private:
+  // Over all folders that have something for it. False when the conversion has to stop here.
+  bool Pass();
+  bool IsLearning() const { return _years && _years->IsLearning(); }
+  // What a pass over these folders reads.
+  std::uint64_t BytesOf(unsigned year) const;
   // False when the conversion has to stop here.
   bool CopyFolder(std::size_t folder);
   // The same for the folders of a source that is read from front to back, which take turns.
@@ -49,7 +58,7 @@ class FolderCopy : private moves::SelectionObserver {
   // Null for folders that are read by themselves.
   static engine::TurnTaker* TakerOf(const PlannedFolder& planned);
   bool IsLastOf(const engine::TurnTaker& taker, std::size_t folder) const;
-  // A new account in the record.
+  // In the record, a new one in the first pass.
   std::size_t BeginAccount(const PlannedFolder& planned);
   // Each false when the copy has to stop, which is noted.
   bool CopyInto(std::size_t folder, std::size_t account);
@@ -68,7 +77,7 @@ class FolderCopy : private moves::SelectionObserver {
   bool Fail(RunProblem problem, const platform::Status& why);
   void LogFolders(std::size_t first);
   // From this folder of the plan on.
-  void NoteNotBegun(std::size_t first);
+  bool NoteNotBegun(std::size_t first);
 
   struct Turn {
     std::size_t folder;  // of the plan
@@ -83,12 +92,15 @@ class FolderCopy : private moves::SelectionObserver {
   Progress& _progress;
   const platform::InterruptWatch& _interrupt;
   MadeFolders _made{_plan};
-  Parts* _parts = nullptr;     // null: one PST
-  bool _enough = false;        // ItemPassedOver said so
-  std::size_t _firstTurn = 0;  // of the accounts of these
+  Parts* _parts = nullptr;  // null: one PST
+  moves::YearFilter* _years = nullptr;
+  unsigned _year = 0;
+  std::uint64_t _bytesBefore = 0;  // of the folders before
+  bool _enough = false;            // ItemPassedOver said so
+  std::size_t _firstTurn = 0;      // of the accounts of these
   std::unordered_map<const QuelmarMIMEEngineCommon::IAssetFolder*, Turn> _turns;
-  // The accounts of those that were not chosen.
-  std::unordered_map<const PlannedFolder*, std::size_t> _leftOut;
+  // Those of folders that were not chosen too.
+  std::unordered_map<const PlannedFolder*, std::size_t> _accounts;
 };
 
 }  // namespace parvane::cli

@@ -49,6 +49,13 @@ struct SourceOptions {
   std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail
 };
 
+// Into several PSTs.
+struct SplitChoice {
+  bool bySize = false;  // of sizeLimit
+  bool byYear = false;  // of delivery
+  explicit operator bool() const { return bySize || byYear; }
+};
+
 struct ConvertOptions : SourceOptions {
   std::u16string destination;  // empty: a scan that is about none
   MapiChoice mapi = MapiChoice::kBuiltin;
@@ -71,7 +78,7 @@ struct ConvertOptions : SourceOptions {
   bool dryRun = false;          // a scan: what would be done is told, and nothing done
   bool json = false;            // standard output gets the report of a scan instead of its summary
   std::uint64_t sizeLimit = 0;  // bytes the PST may grow to; with `split`, each of them
-  bool split = false;           // into several PSTs
+  SplitChoice split;
 };
 
 struct ListOptions {

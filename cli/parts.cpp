@@ -79,11 +79,15 @@ Parts::~Parts() = default;
 ConvertOptions Parts::OptionsFor(const std::u16string& path) const {
   ConvertOptions options = _options;
   options.destination = path;
+  // A year that is finished is gone on with as if it were not: all that is missing must come
+  // behind.
+  if (_options.split.byYear && _options.resume)
+    options.append = platform::FileSystem::Default().FileExists(path);
   return options;
 }
 
 Status Parts::Take(std::u16string_view nameInFolder) {
-  if (_options.split && (_options.resume || _options.append)) {
+  if (_options.split.bySize && (_options.resume || _options.append)) {
     // The last of those that are there may be another than the one that is named.
     const bool isFolder = platform::FileSystem::Default().Inspect(_options.destination).kind ==
                           platform::FileKind::kFolder;
@@ -98,6 +102,10 @@ Status Parts::Take(std::u16string_view nameInFolder) {
   auto destination = CheckDestination(_options, nameInFolder);
   if (!destination.ok()) return destination.status();
   _base = destination->path;
+  if (_options.split.byYear) {
+    _destination = *std::move(destination);
+    return {};
+  }
   if (_options.split && !_options.overwrite) {
     if (const auto behind = PartsBehind(_base, 2); !behind.empty()) {
       return {StatusCode::kExists,
@@ -121,6 +129,14 @@ Status Parts::TakePart(const std::u16string& path, std::u16string_view nameInFol
   return {};
 }
 
+Status Parts::CheckYears(const std::vector<unsigned>& years) const {
+  for (const unsigned year : years) {
+    auto destination = CheckDestination(OptionsFor(YearPath(_base, year)), {});
+    if (!destination.ok()) return destination.status();
+  }
+  return {};
+}
+
 const std::u16string& Parts::path() const {
   return _part ? _part->claim.path() : _destination.path;
 }
@@ -128,6 +144,8 @@ const std::u16string& Parts::path() const {
 std::optional<std::uint64_t> Parts::leftover() const {
   return _part ? _part->claim.leftover() : std::nullopt;
 }
+
+bool Parts::goesOn() const { return _part && _options.resume && _part->HeldMail(); }
 
 bool Parts::resumes() const {
   return _part && (_part->claim.resumes() || (_options.resume && !_toLookInto.empty()));
@@ -142,14 +160,14 @@ IAssetFolderMutable* Parts::Begin() {
   if (!top) return nullptr;
   if (Status looked = LookIntoFinished(); !looked.ok()) return Fail(looked);
   _before.reset();
-  if (_options.split && _part->HeldMail()) LearnRoom(*top);
+  if (_options.split.bySize && _part->HeldMail()) LearnRoom(*top);
   _witness.BeginCopying();
   _filter.BeginPart(!_part->HeldMail());
   return top;
 }
 
 Status Parts::LookIntoFinished() {
-  if (!_options.skipExisting && !_options.resume) return {};
+  if ((!_options.skipExisting && !_options.resume) || _options.split.byYear) return {};
   if (_before && _before->finished && _before->HeldMail())
     _toLookInto.push_back(_before->destination.path);
   for (std::size_t i = _looked; i < _toLookInto.size(); ++i, ++_looked) {
@@ -161,8 +179,19 @@ Status Parts::LookIntoFinished() {
 IAssetFolderMutable* Parts::GoOn() {
   EndPart();
   if (!_record.error.empty()) return nullptr;
+  if (_options.split.byYear) {
+    return Fail({StatusCode::kTooBig, PathForDisplay(_part->destination.path) +
+                                          ": this year's mail takes more than one PST; choose it "
+                                          "by --since and --until, and split it by size"});
+  }
   if (_part->holdsMail) ++_number;
   return TakeAndBegin(PartPath(_base, _number));
+}
+
+IAssetFolderMutable* Parts::BeginYear(unsigned year) {
+  if (_part) EndPart();
+  if (!_record.error.empty()) return nullptr;
+  return TakeAndBegin(YearPath(_base, year));
 }
 
 IAssetFolderMutable* Parts::TakeAndBegin(const std::u16string& path) {
@@ -247,7 +276,9 @@ void Parts::NoteOldParts() {
                     (_part->finished || part.path != _part->destination.path);
            });
   };
-  std::vector<std::u16string> there = PartsBehind(_base, _number + (_part->finished ? 1 : 0));
+  std::vector<std::u16string> there = _options.split.byYear
+                                          ? YearsThere(_base)
+                                          : PartsBehind(_base, _number + (_part->finished ? 1 : 0));
   std::erase_if(there, isOfThisRun);
   // Adding to one leaves the others in their own right.
   if (!_options.append) _record.oldParts = std::move(there);

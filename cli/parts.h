@@ -8,8 +8,8 @@
 //   End        the last one is closed and settled
 //   TakeName   ... and has its name, if all went well
 //
-// With --append the last one that is there is gone on with, with --resume the unfinished one behind
-// the last.
+// Parts by size are numbered; with --append the last one that is there is gone on with. Those of
+// years are begun by name (BeginYear), none before the sources have told which years there are.
 //
 // A part is only kept with mail in it, unless it is the only one. The record has an account of each
 // (ConversionRecord::parts), and of what earlier runs left under the names of further ones.
@@ -51,6 +51,8 @@ class Parts {
   // Whether an unfinished run is gone on with: what it has left in the PST that is written, and in
   // parts that are finished.
   bool resumes() const;
+  // Whether the PST that is written had mail of the run that is gone on with.
+  bool goesOn() const;
   const FoldersThere& there() const;
   // Those, and of a run that is repeated; once Begin was called.
   const MailInParts& finished() const { return _finished; }
@@ -61,6 +63,9 @@ class Parts {
   // none.
   QuelmarMIMEEngineCommon::IAssetFolderMutable* Begin();
   QuelmarMIMEEngineCommon::IAssetFolderMutable* GoOn();
+  QuelmarMIMEEngineCommon::IAssetFolderMutable* BeginYear(unsigned year);
+  // Refuses years whose PSTs are in the way, before any is begun.
+  platform::Status CheckYears(const std::vector<unsigned>& years) const;
   void End();
   void TakeName();
   // After something that nobody expected, `why`: the PST is let go as it is. False when there was

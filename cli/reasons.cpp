@@ -177,6 +177,8 @@ std::string_view CodeOf(RunProblem problem) {
       return "pst-not-read";
     case RunProblem::kOtherSources:
       return "other-sources";
+    case RunProblem::kSourcesChanged:
+      return "sources-changed";
     case RunProblem::kPstNotWritten:
       return "pst-not-written";
     case RunProblem::kNameNotTaken:

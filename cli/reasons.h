@@ -37,6 +37,7 @@ enum class RunProblem {
   kPstNotOpened,
   kPstNotRead,
   kOtherSources,
+  kSourcesChanged,
   kPstNotWritten,
   kNameNotTaken,
   kFolderNotMade,

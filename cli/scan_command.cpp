@@ -53,7 +53,7 @@ class Scan {
   ExitCode Run() {
     const std::uint64_t start = platform::MonotonicMilliseconds();
     _record.BeginFor(_options);
-    factory::KeepNoErrorDump();
+    factory::KeepErrorDump(false);
     const bool began = PrepareAndRead();
     _progress.Finish();
     _record.milliseconds = platform::MonotonicMilliseconds() - start;
@@ -99,20 +99,28 @@ class Scan {
   // At a PST that mail would be added to, and its further parts: what it has decides about names,
   // and about what is not written again.
   Status LookAtDestination() {
-    if (!_record.appended) return {};
+    const std::vector<std::u16string> psts = PstsToAddTo();
+    if (psts.empty()) return {};
     _mapi.emplace(_options.mapi);
     if (!_mapi->status().ok()) return _mapi->status();
-    auto folders = FoldersThere::In(_destination.file);
+    auto folders = FoldersThere::In(psts.front());
     if (!folders.ok()) return folders.status();
     _sources.plan().Avoid(*folders);
     _record.renamed = _sources.plan().renamed();
-    if (!_options.skipExisting) return {};
-    const std::size_t parts = _options.split ? PartsThere(_destination.path) : 1;
-    for (std::size_t i = 1; i <= parts; ++i) {
-      const std::u16string path = i == 1 ? _destination.file : PartPath(_destination.path, i);
-      if (Status added = _there.Add(path); !added.ok()) return added;
+    for (const std::u16string& pst : psts) {
+      if (!_options.skipExisting) return {};
+      if (Status added = _there.Add(pst); !added.ok()) return added;
     }
     return {};
+  }
+
+  std::vector<std::u16string> PstsToAddTo() const {
+    if (_options.split.byYear && _options.append) return YearsThere(_destination.path);
+    if (!_record.appended) return {};
+    std::vector<std::u16string> psts = {_destination.file};
+    const std::size_t parts = _options.split.bySize ? PartsThere(_destination.path) : 1;
+    for (std::size_t i = 2; i <= parts; ++i) psts.push_back(PartPath(_destination.path, i));
+    return psts;
   }
 
   void Read() {

@@ -69,6 +69,10 @@ void Selection::NoteOtherSources() {
 Judgement Selection::Judge(QuelmarMIMEEngineCommon::IAsset& item) {
   if (const Judgement judgement = _choice.Judge(item); judgement.verdict != Verdict::kTake)
     return judgement;
+  if (_years) {
+    if (const Judgement judgement = _years->Judge(item); judgement.verdict != Verdict::kTake)
+      return judgement;
+  }
   if (_duplicatesHere) {
     if (const Judgement judgement = _duplicatesHere->Judge(item);
         judgement.verdict != Verdict::kTake)

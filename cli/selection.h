@@ -15,6 +15,7 @@
 #include "moves/item_choice.h"
 #include "moves/item_filter.h"
 #include "moves/mail_there.h"
+#include "moves/year_filter.h"
 #include "platform/status.h"
 
 namespace parvane::cli {
@@ -53,6 +54,9 @@ class Selection : public moves::ItemFilter {
 
   moves::Judgement Judge(QuelmarMIMEEngineCommon::IAsset& item) override;
 
+  // Mail goes by its year too; null: it does not.
+  void AskYears(moves::YearFilter* years) { _years = years; }
+
  private:
   void NoteOtherSources();
   bool LooksForMailThere() const { return _options.skipExisting || _options.resume; }
@@ -66,6 +70,7 @@ class Selection : public moves::ItemFilter {
   moves::MailThere* _thereHere = nullptr;
   const FoldersThere* _resumed = nullptr;
   const MailInParts* _parts = nullptr;
+  moves::YearFilter* _years = nullptr;
   std::uint64_t _toMeet = 0;  // of the messages that are there, before the first that is not
   platform::Status _problem;
 };

@@ -1,5 +1,6 @@
 #include "cli/source_witness.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <fmt/format.h>
@@ -76,6 +77,8 @@ void SourceWitness::PutBack() {
 
 void SourceWitness::PassOver(const moves::Judgement& why) {
   if (!_itemOpen) return;
+  const bool counted = _again && why.verdict == moves::Verdict::kNotChosen;
+  if (counted || why.verdict == moves::Verdict::kOtherPart) return PutBack();
   // What fails is wanted all the same, as far as anyone can tell.
   if (_itemProblem && why.verdict != moves::Verdict::kNotChosen) {
     _itemOpen = false;
@@ -98,7 +101,7 @@ void SourceWitness::MessageNamed(const engine::MessageLocation&, std::string_vie
 
 void SourceWitness::SeparatorSuspected(const IAssetFolder&,
                                        const engine::SuspectedSeparator& suspected) {
-  if (!_reading) return;
+  if (!Tells()) return;
   const std::string text = platform::Utf16ToUtf8(platform::Utf8ToUtf16(suspected.line));
   const SuspectedSeparator separator{_folder, suspected.offset, suspected.reason, text,
                                      suspected.textByStrictRule};
@@ -110,6 +113,7 @@ void SourceWitness::SeparatorSuspected(const IAssetFolder&,
 
 void SourceWitness::BeginningPassedOver(const IAssetFolder& folder, std::uint64_t bytes,
                                         bool text) {
+  if (_again) return;
   if (text) {
     return PathSkipped(DiskPath(folder), engine::SkipReason::kDamagedBeginning,
                        {platform::StatusCode::kCorrupt, Size(bytes)});
@@ -121,6 +125,7 @@ void SourceWitness::BeginningPassedOver(const IAssetFolder& folder, std::uint64_
 
 void SourceWitness::PathSkipped(std::u16string_view path, engine::SkipReason reason,
                                 const platform::Status& status) {
+  if (_again) return;
   if (reason == engine::SkipReason::kOrphanSbd) return _orphans.emplace_back(path), void();
   const bool leftBehind = MeansMailLeftBehind(reason);
   const SkippedPath skipped{std::u16string(path), reason, status.message()};
@@ -140,6 +145,7 @@ void SourceWitness::ProfileInUse(const std::u16string& profile) {
 
 void SourceWitness::IndexNotUsed(std::u16string_view index, engine::IndexFault fault,
                                  const platform::Status& status) {
+  if (_again) return;
   const UnusedIndex unused{std::u16string(index), fault, status.message()};
   _logs.Both("CHECK: index not used: " + Describe(_record, unused));
   _record.unusedIndexes.Add(unused);
@@ -148,18 +154,23 @@ void SourceWitness::IndexNotUsed(std::u16string_view index, engine::IndexFault f
 void SourceWitness::ReadFailed(const IAssetFolder& folder, std::uint64_t offset,
                                const platform::Status& status) {
   const ReadFailure failure{DiskPath(folder), offset, status.code(), status.message()};
+  // What was read once may fail the next time.
+  if (_again && std::ranges::any_of(_record.readFailures.entries, [&](const ReadFailure& known) {
+        return known.path == failure.path && known.offset == failure.offset;
+      }))
+    return;
   _logs.Both("LEFT BEHIND: " + Describe(_record, failure));
   _record.readFailures.Add(failure);
 }
 
 void SourceWitness::CopySkipped(std::string_view messageId) {
-  if (!_reading) return;
+  if (!Tells()) return;
   ++_record.copiesSkipped;
   _logs.Detailed("SKIPPED: in another mailbox of the export too: " + Printable(messageId));
 }
 
 void SourceWitness::FolderDataSkipped(const engine::MessageLocation& message) {
-  if (!_reading) return;
+  if (!Tells()) return;
   ++_record.folderDataSkipped;
   const FolderAccount& folder = _record.folders[_folder];
   _logs.Both(
@@ -170,7 +181,7 @@ void SourceWitness::FolderDataSkipped(const engine::MessageLocation& message) {
 
 void SourceWitness::DeletedMessageSkipped(const engine::MessageLocation& message,
                                           std::string_view messageId) {
-  if (!_reading) return;
+  if (!Tells()) return;
   ++_record.deletedSkipped;
   _logs.Detailed(fmt::format("SKIPPED: marked as deleted: message {} (at byte {}{}{})",
                              message.index + 1, message.offset, messageId.empty() ? "" : ", ",

@@ -36,6 +36,9 @@ class SourceWitness : public engine::SourceObserver,
 
   // The sources have been opened: what is read from here on is mail.
   void BeginReading() { _reading = true; }
+  // All of it has been read once, and all told that there is to tell of files and folders; from
+  // here on the same is read again for its messages.
+  void ReadAgain() { _again = true; }
   // The folder of the record whose items come next.
   void BeginFolder(std::size_t index) { _folder = index; }
   // The copy of the folder ended; `problem` is why it broke off, if it did.
@@ -112,6 +115,7 @@ class SourceWitness : public engine::SourceObserver,
   Logs& _logs;
   const platform::InterruptWatch& _interrupt;
   bool _reading = false;
+  bool _again = false;
   std::size_t _folder = 0;
   MessagePlace _item;  // the one in hand
   std::uint64_t _itemSize = 0;
@@ -122,6 +126,7 @@ class SourceWitness : public engine::SourceObserver,
   std::vector<mapi::Refusal> _itemRefusals;
 
  private:
+  bool Tells() const { return _reading && !_again; }
   // What repair lost and a step has put back.
   bool IsKeptAfterAll(const engine::Remark& remark) const;
 

@@ -154,7 +154,7 @@ void Witness::WriteLog(std::u16string_view logString, bool briefLog, bool detail
 void Witness::MessageRead(const engine::MessageLocation& message) {
   if (!_reading) return;
   SourceWitness::MessageRead(message);
-  _failures = _pst->Failures();
+  _failures = _pst ? _pst->Failures() : 0;  // none: the mail is only looked through
   _itemDetails.clear();
 }
 

@@ -30,7 +30,7 @@ class Witness : public SourceWitness, public engine::DestinationObserver {
   // error set, when the counts of the PST and of this account do not agree.
   bool Settle();
   // The PST takes nothing more: disk full, I/O error, size limit; unless there will be another one.
-  bool DestinationFailed() const { return _reading && _pst->Failed() && !PartIsFull(); }
+  bool DestinationFailed() const { return _reading && _pst && _pst->Failed() && !PartIsFull(); }
   // Why the PST takes nothing more, or did not open; `otherwise` when that is not known.
   std::string Reason(std::string otherwise) const override;
   // What the engine has had to say for people since, while no item was in hand; one line, empty:

@@ -25,7 +25,10 @@ void CreateFolders(platform::FileSystem& files, const std::u16string& folder, in
 
 }  // namespace
 
-void KeepNoErrorDump() { keepsDump = false; }
+void KeepErrorDump(bool keeps) {
+  keepsDump = keeps;
+  PrepareErrorDump();
+}
 
 void PrepareErrorDump() {
   if (!keepsDump) return EmailAssetBase::SetDumpFilePath(std::nullopt);

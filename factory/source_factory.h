@@ -26,9 +26,9 @@ enum class SourceKind {
   kTakeout,      // an export of Gmail: archives, the folder they make, or one mailbox
 };
 
-// From now on no source of this process keeps messages that nobody could parse: for whoever only
-// looks, and leaves no trace.
-void KeepNoErrorDump();
+// Whether the sources of this process keep messages that nobody could parse, from now on; else
+// whoever only looks leaves no trace. They do until this is called.
+void KeepErrorDump(bool keeps);
 
 // A store that is not yet opened. Prepares the file for messages nobody could parse, as
 // StoreFactory does.

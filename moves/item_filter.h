@@ -12,6 +12,7 @@ namespace parvane::moves {
 enum class Verdict {
   kTake,
   kStop,          // not yet: it is the first of the next query, without being judged again
+  kOtherPart,     // it is passed over, and counts for nothing: another pass takes it
   kNotChosen,     // here and below: it is passed over
   kAlreadyThere,  // the destination has it
   kDuplicate,     // a copy of it has been taken

@@ -28,11 +28,6 @@ class Usage(PstTest):
                           ['convert', '--size-limit', 'big', source, pst],
                           ['convert', '--mapi', 'nothing', source, pst],
                           ['convert', '--mapi', 'outlook', '--size-limit', '1GB', source, pst],
-                          ['convert', '--mapi', 'outlook', '--split', '1GB', source, pst],
-                          ['convert', '--split', '1MB', source, pst],
-                          ['convert', '--split', '1GB', '--size-limit', '2GB', source, pst],
-                          ['convert', '--jobs', '2', source, pst],
-                          ['convert', '--each', '--log', 'x', source, self.folder],
                           ['convert', '--no-such-option', source, pst]):
             with self.subTest(arguments):
                 run = self.parvane(*arguments)

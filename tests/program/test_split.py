@@ -1,7 +1,10 @@
 """Mail in several PSTs."""
 import base64
+import os
 import random
+import re
 import unittest
+import unittest.mock
 
 import mailboxes
 from harness import PstTest, partial
@@ -39,6 +42,39 @@ class Split(PstTest):
         self.write('mail/Nothing/Empty.mbox', b'')
         self.write('mail/Below/B.mbox', b''.join(
             mailboxes.message(n, body='text\n' * 200) for n in range(3000)) + large(3000, 2_000_000))
+
+    def test_by_year(self):
+        def message(number, date, extra=''):
+            text = mailboxes.message(number, extra=extra).decode()
+            return re.sub('Date: .*\n', date and f'Date: {date}\n', text).encode()
+        first = [message(1, 'Mon, 31 Dec 2018 23:30:00 +0000'), message(2, ''),
+                 message(3, 'Tue, 01 Jan 2019 00:30:00 +0000'), message(1, 'Mon, 31 Dec 2018 23:30:00 +0000')]
+        self.write('mail/A.mbox', b''.join(first))
+        self.write('mail/Below/B.mbox', message(4, 'Sat, 06 Jun 2020 10:00:00 +0000') +
+                   b'From within the text, which parts two messages\n\nmore\n')
+        self.write('mail/Below/Empty.mbox', b'')
+        mail, pst = self.folder / 'mail', self.folder / 'mail.pst'
+        utc = dict(os.environ, TZ='UTC', XDG_DATA_HOME=str(self.folder / 'home'))
+        whole = self.convert('--keep', 'state', mail, self.folder / 'whole.pst')
+        options = ('--keep', 'state', '--split', 'year', mail, pst)
+        with unittest.mock.patch.dict(os.environ, utc):
+            account = self.convert(*options)
+            again = self.convert('--append', '--skip-existing', *options)
+            resumed = self.convert('--resume', *options)
+            run = self.parvane('convert', *options)
+        parts = self.parts(account)
+        self.assertEqual([p.name for p in parts], ['mail-2018.pst', 'mail-2019.pst', 'mail-2020.pst',
+                                                   'mail-undated.pst'])
+        self.assertEqual([self.subjects([p]) for p in parts],
+                         [{'mail/A': ['message 1', 'message 1']},
+                          {'mail/A': ['message 2', 'message 3']},  # the former by its separator
+                          {'mail/Below/B': ['message 4']}, {'mail/Below/B': ['']}])
+        # What is told of files and messages is told once.
+        self.assertEqual(account['totals'], whole['totals'])
+        self.assertEqual(len(account['suspectedSeparators']), 1)
+        for repeated in (again, resumed):
+            self.assertEqual((repeated['totals']['written'], repeated['totals']['alreadyThere']), (0, 6))
+        self.assertEqual((run.code, 'mail-2018.pst: exists already' in run.err), (3, True), run)
 
     def test_by_size(self):
         self.write_mail()
