@@ -16,6 +16,7 @@
 #include "platform/path.h"
 #include "platform/process.h"
 #include "platform/system.h"
+#include "platform/text.h"
 
 namespace parvane::cli {
 namespace {
@@ -78,6 +79,7 @@ class EachRun {
  private:
   struct Process {
     ChildProcess child;
+    std::u16string messages;  // the file of its complaints, which goes with it
     std::uint64_t start;
   };
 
@@ -126,8 +128,12 @@ class EachRun {
     }
   }
 
-  std::u16string MessagesOf(const EachJob& job) const {
-    return platform::JoinPath(_options.destination, job.name + u".messages");
+  // Nobody's: in the destination every name may be somebody's file.
+  static std::u16string NewMessages() {
+    std::uint64_t number = 0;
+    platform::FillRandom(std::as_writable_bytes(std::span(&number, 1)));
+    return platform::JoinPath(platform::TemporaryFolder(),
+                              platform::Utf8ToUtf16(fmt::format("parvane-{:016x}", number)));
   }
 
   void Start(std::size_t index) {
@@ -141,7 +147,8 @@ class EachRun {
     if (goesOn) arguments.emplace_back("--resume");
     arguments.insert(arguments.end(), {"--quiet", "--report", PathToNative(job.report), "--",
                                        PathToNative(job.source), PathToNative(job.pst)});
-    auto child = ChildProcess::Start(arguments, MessagesOf(job));
+    const std::u16string messages = NewMessages();
+    auto child = ChildProcess::Start(arguments, messages);
     if (!child.ok()) {
       job.state = State::kFailed;
       job.exitCode = static_cast<int>(ExitCode::kCouldNotFinish);
@@ -149,7 +156,8 @@ class EachRun {
       return Tell(job);
     }
     job.state = State::kRunning;
-    _running.emplace(index, Process{std::move(child).value(), platform::MonotonicMilliseconds()});
+    _running.emplace(
+        index, Process{std::move(child).value(), messages, platform::MonotonicMilliseconds()});
   }
 
   void Collect() {
@@ -161,8 +169,8 @@ class EachRun {
       }
       EachJob& job = _plan.jobs[at->first];
       job.milliseconds = platform::MonotonicMilliseconds() - at->second.start;
+      Judge(job, *code, at->second.messages);
       at = _running.erase(at);
-      Judge(job, *code);
       Tell(job);
     }
     if (platform::MonotonicMilliseconds() < _reported + kBetweenReports) return;
@@ -170,7 +178,7 @@ class EachRun {
     (void)WriteEachReport(_report, _plan, _interrupted).ok();  // the last one is what counts
   }
 
-  void Judge(EachJob& job, int code) {
+  void Judge(EachJob& job, int code, const std::u16string& messages) {
     const bool done = code <= 1 && ReadReport(job);
     job.exitCode = code;
     _bytesDone += SizeOf(job);
@@ -178,11 +186,11 @@ class EachRun {
     if (_interrupted && code == static_cast<int>(ExitCode::kInterrupted))
       job.state = State::kInterrupted;
     if (job.state == State::kFailed) {
-      job.error = LastLine(MessagesOf(job));
+      job.error = LastLine(messages);
       if (code > 128) job.error = fmt::format("its process ended by signal {}", code - 128);
       if (job.error.empty()) job.error = fmt::format("its process ended with {}", code);
     }
-    (void)FileSystem::Default().Remove(MessagesOf(job)).ok();
+    (void)FileSystem::Default().Remove(messages).ok();
   }
 
   void ShowProgress() {

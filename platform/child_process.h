@@ -15,7 +15,7 @@ class ChildProcess {
  public:
   // This program with these arguments (each as PathToNative gives it). It reads nothing, what it
   // writes to standard output goes nowhere, and what it writes to standard error to `messages`, a
-  // file that is made or emptied. Ctrl-C on the terminal does not reach it.
+  // file that is made: it fails where there is one. Ctrl-C on the terminal does not reach it.
   static Result<ChildProcess> Start(const std::vector<std::string>& arguments,
                                     std::u16string_view messages);
   ChildProcess(ChildProcess&&) noexcept;

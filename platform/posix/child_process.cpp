@@ -32,7 +32,7 @@ class SpawnSettings {
     posix_spawn_file_actions_init(&_files);
     posix_spawn_file_actions_addopen(&_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&_files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&_files, STDERR_FILENO, messages, O_WRONLY | O_CREAT | O_TRUNC,
+    posix_spawn_file_actions_addopen(&_files, STDERR_FILENO, messages, O_WRONLY | O_CREAT | O_EXCL,
                                      0600);
     posix_spawnattr_init(&_attributes);
     // A group of its own, which the terminal's Ctrl-C is not for.

@@ -59,7 +59,7 @@ Result<ChildProcess> ChildProcess::Start(const std::vector<std::string>& argumen
   for (const std::string& argument : arguments) AppendWord(line, PathFromNative(argument));
   std::wstring wide = ToWide(line);
   const HANDLE none = Open(L"NUL", GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
-  const HANDLE file = Open(ToSystemPath(messages).c_str(), GENERIC_WRITE, CREATE_ALWAYS);
+  const HANDLE file = Open(ToSystemPath(messages).c_str(), GENERIC_WRITE, CREATE_NEW);
   STARTUPINFOW start{};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
