@@ -1,5 +1,6 @@
 #include "cli/destination.h"
 
+#include "cli/destination_claim.h"
 #include "cli/folder_names.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -112,10 +113,14 @@ Result<Destination> CheckDestination(const ConvertOptions& options,
     return Status(StatusCode::kExists, isPst.message() + "; it is left as it is");
   }
   if (!options.append && !options.overwrite) {
-    return Refuse(StatusCode::kExists, destination.path,
-                  options.resume ? "is finished; --append --skip-existing adds what is missing, "
-                                   "--overwrite replaces it"
-                                 : "exists already; --append adds to it, --overwrite replaces it");
+    std::string_view reason = "exists already; --append adds to it, --overwrite replaces it";
+    if (options.resume) {
+      reason = Files().FileExists(PartialPath(LinkFollowed(destination.path)))
+                   ? "exists already; --resume --overwrite goes on with what was to replace it"
+                   : "is finished; --append --skip-existing adds what is missing, --overwrite "
+                     "replaces it";
+    }
+    return Refuse(StatusCode::kExists, destination.path, reason);
   }
   if (options.append) {
     if (Status handled = CheckIsHandled(destination.path, options.mapi); !handled.ok())
