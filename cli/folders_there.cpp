@@ -35,7 +35,7 @@ class Walker {
     while (status.ok() && !_pending.empty()) {
       const Pending next = std::move(_pending.back());
       _pending.pop_back();
-      if (ComPointer<IMAPIFolder> folder = Open(next.entryId); folder)
+      if (ComPointer<IMAPIFolder> folder = _session.OpenFolder(next.entryId); folder)
         status = VisitChildren(*folder, next.path);
     }
     return status;
@@ -46,15 +46,6 @@ class Walker {
     std::string entryId;
     std::vector<std::u16string> path;
   };
-
-  ComPointer<IMAPIFolder> Open(std::string entryId) {
-    mapi::ULONG type = 0;
-    ComPointer<IMAPIFolder> folder;
-    _session.store().OpenEntry(static_cast<mapi::ULONG>(entryId.size()),
-                               reinterpret_cast<mapi::ENTRYID*>(entryId.data()), nullptr,
-                               mapi::MAPI_BEST_ACCESS, &type, folder.PutUnknown());
-    return folder;
-  }
 
   Status VisitChildren(IMAPIFolder& folder, const std::vector<std::u16string>& path) {
     ComPointer<mapi::IMAPITable> table;
@@ -79,7 +70,8 @@ class Walker {
     Pending child{{reinterpret_cast<const char*>(id->Value.bin.lpb), id->Value.bin.cb}, path};
     child.path.push_back(TextOf(FindProperty(row, mapi::PR_DISPLAY_NAME_W)));
     const mapi::SPropValue* count = FindProperty(row, mapi::PR_CONTENT_COUNT);
-    _found.Add(child.path, HoldsMail(TextOf(FindProperty(row, mapi::PR_CONTAINER_CLASS_W))),
+    _found.Add(child.path, child.entryId,
+               HoldsMail(TextOf(FindProperty(row, mapi::PR_CONTAINER_CLASS_W))),
                count ? count->Value.ul : 0);
     const mapi::SPropValue* holdsOthers = FindProperty(row, mapi::PR_SUBFOLDERS);
     if (holdsOthers && holdsOthers->Value.b == 0) return;
@@ -104,11 +96,17 @@ Result<FoldersThere> FoldersThere::In(std::u16string_view pst) {
   return found;
 }
 
-void FoldersThere::Add(const Path& path, bool holdsMail, std::uint64_t messages) {
+void FoldersThere::Add(const Path& path, std::string entryId, bool holdsMail,
+                       std::uint64_t messages) {
   _messages += messages;
   Path folded = Folded(path);
   if (!holdsMail) _foreign.insert(folded);
-  _paths.insert(std::move(folded));
+  _entryIds.try_emplace(std::move(folded), std::move(entryId));
+}
+
+const std::string* FoldersThere::EntryIdOf(const Path& path) const {
+  const auto found = _entryIds.find(Folded(path));
+  return found == _entryIds.end() ? nullptr : &found->second;
 }
 
 FoldersThere::Path FoldersThere::Folded(const Path& path) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -18,9 +19,11 @@ class FoldersThere {
   // Reads the tree of an existing PST.
   static platform::Result<FoldersThere> In(std::u16string_view pst);
 
-  void Add(const Path& path, bool holdsMail, std::uint64_t messages);
+  void Add(const Path& path, std::string entryId, bool holdsMail, std::uint64_t messages);
 
-  bool Contains(const Path& path) const { return _paths.contains(Folded(path)); }
+  bool Contains(const Path& path) const { return EntryIdOf(path) != nullptr; }
+  // By which any session with this PST opens the folder; null: there is none.
+  const std::string* EntryIdOf(const Path& path) const;
   // Whether it holds something else than mail: a calendar, contacts, notes, tasks.
   bool IsForeign(const Path& path) const { return _foreign.contains(Folded(path)); }
   bool HasForeign() const { return !_foreign.empty(); }
@@ -30,7 +33,8 @@ class FoldersThere {
  private:
   static Path Folded(const Path& path);
 
-  std::set<Path> _paths, _foreign;
+  std::map<Path, std::string> _entryIds;
+  std::set<Path> _foreign;
   std::uint64_t _messages = 0;
 };
 

@@ -68,11 +68,7 @@ class Walker {
   }
 
   bool VisitFolder(const Pending& entry) {
-    std::string id = entry.entryId;
-    mapi::ULONG type = 0;
-    ComPointer<IMAPIFolder> folder;
-    _session.store().OpenEntry(static_cast<mapi::ULONG>(id.size()), EntryIdOf(id), nullptr,
-                               mapi::MAPI_BEST_ACCESS, &type, folder.PutUnknown());
+    const ComPointer<IMAPIFolder> folder = _session.OpenFolder(entry.entryId);
     if (!folder) {
       Unreadable(entry.path, "the folder, with all that is in it,");
       return true;

@@ -123,6 +123,15 @@ PstSession::~PstSession() {
   DeleteProfile();
 }
 
+ComPointer<mapi::IMAPIFolder> PstSession::OpenFolder(std::string entryId) const {
+  mapi::ULONG type = 0;
+  ComPointer<mapi::IMAPIFolder> folder;
+  _store->OpenEntry(static_cast<mapi::ULONG>(entryId.size()),
+                    reinterpret_cast<mapi::ENTRYID*>(entryId.data()), nullptr,
+                    mapi::MAPI_BEST_ACCESS, &type, folder.PutUnknown());
+  return folder;
+}
+
 Result<ComPointer<mapi::IMAPIFolder>> PstSession::TopFolder() const {
   mapi::SizedSPropTagArray<1> tags = {1, {mapi::PR_IPM_SUBTREE_ENTRYID}};
   mapi::ULONG count = 0;

@@ -23,6 +23,8 @@ class PstSession {
 
   mapi::IMAPISession& session() const { return *_session; }
   mapi::IMsgStore& store() const { return *_store; }
+  // Null when there is none, or it cannot be opened.
+  mapi::ComPointer<mapi::IMAPIFolder> OpenFolder(std::string entryId) const;
   // The folder above all folders a person sees.
   platform::Result<mapi::ComPointer<mapi::IMAPIFolder>> TopFolder() const;
 
