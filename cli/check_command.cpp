@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 
 #include "cli/console.h"
-#include "cli/format.h"
-#include "cli/json_writer.h"
 #include "cli/results.h"
+#include "desk/format.h"
+#include "desk/json_writer.h"
 #include "mapi/tag_names.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -17,6 +17,12 @@
 namespace parvane::cli {
 namespace {
 
+using desk::AppendPrintable;
+using desk::Counted;
+using desk::ExitCode;
+using desk::JsonWriter;
+using desk::Size;
+using desk::WithThousands;
 using pstfile::CheckSummary;
 using pstfile::Finding;
 using pstfile::Severity;

@@ -2,11 +2,11 @@
 
 #include <string>
 
-#include "cli/format.h"
+#include "desk/format.h"
 #include "platform/process.h"
 
 namespace parvane::cli {
-
+using desk::AppendPrintable;
 using platform::StandardStream;
 
 bool WriteOutput(std::string_view utf8) {

@@ -1,11 +1,10 @@
-// parvane convert
+// parvane convert, and parvane scan, which is a conversion that writes nothing
 #pragma once
 
-#include "cli/exit_code.h"
 #include "cli/options.h"
 
 namespace parvane::cli {
 
-ExitCode RunConvert(const ConvertOptions& options);
+desk::ExitCode RunConvert(const ConvertCommandOptions& options);
 
 }  // namespace parvane::cli

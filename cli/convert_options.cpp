@@ -1,11 +1,16 @@
 #include "cli/convert_options.h"
 
-#include "cli/format.h"
 #include "cli/option_words.h"
+#include "desk/format.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
 namespace {
+
+using desk::Dedup;
+using desk::MapiChoice;
+using desk::ParseSize;
+using desk::Size;
 
 constexpr const char* kConvertExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst

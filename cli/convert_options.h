@@ -16,7 +16,7 @@ namespace parvane::cli {
 // Both outlive the parsing of the command line.
 class ConvertArguments {
  public:
-  explicit ConvertArguments(ConvertOptions& options) : _options(options) {}
+  explicit ConvertArguments(ConvertCommandOptions& options) : _options(options) {}
 
   void Describe(CLI::App& command);
   // As SourceArguments::Understand.
@@ -28,7 +28,7 @@ class ConvertArguments {
  private:
   std::string UnderstandSplit();
 
-  ConvertOptions& _options;
+  ConvertCommandOptions& _options;
   SourceArguments _sources{_options};
   EachArguments _each{_options};
   std::vector<std::string> _paths;

@@ -9,8 +9,8 @@
 #include "cli/console.h"
 #include "cli/each_jobs.h"
 #include "cli/each_report.h"
-#include "cli/format.h"
 #include "cli/progress_line.h"
+#include "desk/format.h"
 #include "platform/child_process.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -21,6 +21,9 @@
 namespace parvane::cli {
 namespace {
 
+using desk::Columns;
+using desk::ExitCode;
+using desk::MapiChoice;
 using platform::ChildProcess;
 using platform::FileSystem;
 using platform::PathForDisplay;
@@ -52,7 +55,7 @@ std::string LastLine(const std::u16string& path) {
 
 class EachRun {
  public:
-  explicit EachRun(const ConvertOptions& options)
+  explicit EachRun(const ConvertCommandOptions& options)
       : _options(options),
         _progress(options.quiet ? ProgressStyle::kNone : StyleForWork(options.progress)) {}
 
@@ -212,7 +215,7 @@ class EachRun {
     if (!_options.quiet && WriteOutput(text)) (void)FlushOutput();
   }
 
-  const ConvertOptions& _options;
+  const ConvertCommandOptions& _options;
   ProgressLine _progress;
   std::u16string _report;
   EachPlan _plan;
@@ -225,6 +228,6 @@ class EachRun {
 
 }  // namespace
 
-ExitCode RunEach(const ConvertOptions& options) { return EachRun(options).Run(); }
+ExitCode RunEach(const ConvertCommandOptions& options) { return EachRun(options).Run(); }
 
 }  // namespace parvane::cli

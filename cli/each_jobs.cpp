@@ -4,17 +4,22 @@
 #include <charconv>
 #include <span>
 
-#include "cli/folder_names.h"
-#include "cli/json_writer.h"
-#include "cli/source_names.h"
-#include "cli/source_plan.h"
+#include "desk/folder_names.h"
+#include "desk/json_writer.h"
+#include "desk/source_names.h"
+#include "desk/source_plan.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "platform/process.h"
 #include "platform/text.h"
 
 namespace parvane::cli {
-
+using desk::JsonWriter;
+using desk::NameForSource;
+using desk::RecogniseSources;
+using desk::SiblingNames;
+using desk::SourceOptions;
+using desk::SourcePlan;
 using platform::FileKind;
 using platform::FileSystem;
 using platform::PathForDisplay;
@@ -41,7 +46,7 @@ Result<std::string> ReadText(const std::u16string& path, std::size_t most) {
 
 class Planner {
  public:
-  explicit Planner(const ConvertOptions& options) : _options(options) {
+  explicit Planner(const ConvertCommandOptions& options) : _options(options) {
     // The report over all has a name that no PST's report gets.
     _names.Take(platform::StemOfPath(kEachReportName));
   }
@@ -119,7 +124,7 @@ class Planner {
     _plan.jobs.push_back(std::move(job));
   }
 
-  const ConvertOptions& _options;
+  const ConvertCommandOptions& _options;
   SiblingNames _names;
   EachPlan _plan;
 };
@@ -145,7 +150,7 @@ std::string SourcesText(const std::u16string& source) {
 
 }  // namespace
 
-Result<EachPlan> PlanEach(const ConvertOptions& options) { return Planner(options).Run(); }
+Result<EachPlan> PlanEach(const ConvertCommandOptions& options) { return Planner(options).Run(); }
 
 bool ReadReport(EachJob& job) {
   // All that is looked for stands before the lists.

@@ -51,7 +51,7 @@ struct EachPlan {
 inline constexpr std::u16string_view kEachReportName = u"parvane-each.json";
 
 // Fails when there is nothing to do, with the reason.
-platform::Result<EachPlan> PlanEach(const ConvertOptions& options);
+platform::Result<EachPlan> PlanEach(const ConvertCommandOptions& options);
 
 // Reads the job's report, if there is one that is about it and says that it is done.
 bool ReadReport(EachJob& job);

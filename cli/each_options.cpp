@@ -10,6 +10,8 @@
 namespace parvane::cli {
 namespace {
 
+using desk::MapiChoice;
+
 // What is for the whole, or given to each by itself.
 constexpr std::array<std::string_view, 9> kOwn = {
     "each", "each-of", "jobs", "report", "progress", "quiet", "resume", "timings", "help"};

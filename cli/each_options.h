@@ -13,7 +13,7 @@ namespace parvane::cli {
 // Both outlive the parsing of the command line.
 class EachArguments {
  public:
-  explicit EachArguments(ConvertOptions& options) : _options(options) {}
+  explicit EachArguments(ConvertCommandOptions& options) : _options(options) {}
 
   void Describe(CLI::App& command);
   bool given() const { return _options.each || !_eachOf.empty(); }
@@ -21,7 +21,7 @@ class EachArguments {
   std::string Understand();
 
  private:
-  ConvertOptions& _options;
+  ConvertCommandOptions& _options;
   CLI::App* _command = nullptr;
   std::string _eachOf;
   std::optional<unsigned> _jobs;

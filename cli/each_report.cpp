@@ -6,13 +6,20 @@
 
 #include <fmt/format.h>
 
-#include "cli/format.h"
-#include "cli/json_writer.h"
+#include "desk/format.h"
+#include "desk/json_writer.h"
 #include "platform/file.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
-
+using desk::AppendPrintable;
+using desk::Columns;
+using desk::Counted;
+using desk::Duration;
+using desk::ExitCode;
+using desk::JsonWriter;
+using desk::Size;
+using desk::WithThousands;
 using platform::FileKind;
 using platform::FileSystem;
 using platform::PathForDisplay;

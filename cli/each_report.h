@@ -4,7 +4,7 @@
 #include <string>
 
 #include "cli/each_jobs.h"
-#include "cli/exit_code.h"
+#include "desk/exit_code.h"
 #include "platform/status.h"
 
 namespace parvane::cli {
@@ -12,7 +12,7 @@ namespace parvane::cli {
 inline constexpr std::string_view kEachFormat = "parvane report of many conversions";
 
 // The worst that happened; `interrupted`: all was stopped.
-ExitCode OutcomeOf(const EachPlan& plan, bool interrupted);
+desk::ExitCode OutcomeOf(const EachPlan& plan, bool interrupted);
 // A job's line of the table, with a name column of so many columns.
 std::string LineOf(const EachJob& job, unsigned width);
 std::string SummaryOf(const EachPlan& plan, std::uint64_t milliseconds);

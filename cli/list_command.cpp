@@ -6,12 +6,12 @@
 #include <fmt/format.h>
 
 #include "cli/console.h"
-#include "cli/destination.h"
-#include "cli/format.h"
-#include "cli/json_writer.h"
-#include "cli/mapi_run.h"
-#include "cli/pst_listing.h"
 #include "cli/results.h"
+#include "desk/destination.h"
+#include "desk/format.h"
+#include "desk/json_writer.h"
+#include "desk/mapi_run.h"
+#include "desk/pst_listing.h"
 #include "mapi/options.h"
 #include "platform/path.h"
 #include "platform/process.h"
@@ -20,6 +20,24 @@
 namespace parvane::cli {
 namespace {
 
+using desk::CheckIsHandled;
+using desk::Columns;
+using desk::Counted;
+using desk::ExitCode;
+using desk::FitColumns;
+using desk::IsoTime;
+using desk::JsonWriter;
+using desk::ListedFolder;
+using desk::ListedMessage;
+using desk::ListingSink;
+using desk::MapiChoice;
+using desk::MapiRun;
+using desk::OutlookTurn;
+using desk::PstSession;
+using desk::ShortTime;
+using desk::Size;
+using desk::WalkPst;
+using desk::WithThousands;
 using platform::Utf16ToUtf8;
 
 class Listing : public ListingSink {

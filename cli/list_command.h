@@ -1,11 +1,11 @@
 // parvane list
 #pragma once
 
-#include "cli/exit_code.h"
 #include "cli/options.h"
+#include "desk/exit_code.h"
 
 namespace parvane::cli {
 
-ExitCode RunList(const ListOptions& options);
+desk::ExitCode RunList(const ListOptions& options);
 
 }  // namespace parvane::cli

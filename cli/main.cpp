@@ -8,21 +8,20 @@
 #include "cli/each_command.h"
 #include "cli/list_command.h"
 #include "cli/options.h"
-#include "cli/reasons.h"
-#include "cli/scan_command.h"
 #include "cli/verify_command.h"
+#include "desk/reasons.h"
 #include "mapi/builtin_entry_points.h"
 #include "mapi/system_entry_points.h"
 #include "platform/process.h"
 
 namespace {
 
-using parvane::cli::ExitCode;
+using parvane::desk::ExitCode;
 
-using parvane::cli::MapiChoice;
+using parvane::desk::MapiChoice;
 
 MapiChoice MapiOf(const parvane::cli::Command& command) {
-  if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command))
+  if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command))
     return convert->mapi;
   const auto* list = std::get_if<parvane::cli::ListOptions>(&command);
   return list ? list->mapi : MapiChoice::kBuiltin;
@@ -48,14 +47,14 @@ ExitCode Run(int argc, char** argv) {
   if (const ExitCode* code = std::get_if<ExitCode>(&parsed)) return *code;
   const auto& command = std::get<parvane::cli::Command>(parsed);
   if (const auto code = ChooseMapi(command)) return *code;
-  if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command);
+  if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command);
       convert && convert->each)
     return parvane::cli::RunEach(*convert);
-  if (const auto* convert = std::get_if<parvane::cli::ConvertOptions>(&command))
-    return convert->dryRun ? parvane::cli::RunScan(*convert) : parvane::cli::RunConvert(*convert);
+  if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command))
+    return parvane::cli::RunConvert(*convert);
   if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))
     return parvane::cli::RunCheck(*check);
-  if (const auto* verify = std::get_if<parvane::cli::VerifyOptions>(&command))
+  if (const auto* verify = std::get_if<parvane::cli::VerifyCommandOptions>(&command))
     return parvane::cli::RunVerify(*verify);
   return parvane::cli::RunList(std::get<parvane::cli::ListOptions>(command));
 }
@@ -67,7 +66,7 @@ int main(int argc, char** argv) {
   try {
     return static_cast<int>(Run(argc, argv));
   } catch (const std::exception& error) {
-    parvane::cli::WriteError(parvane::cli::InWords(error));
+    parvane::cli::WriteError(parvane::desk::InWords(error));
     return static_cast<int>(ExitCode::kCouldNotFinish);
   }
 }

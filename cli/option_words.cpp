@@ -3,6 +3,9 @@
 namespace parvane::cli {
 namespace {
 
+using desk::Dedup;
+using desk::MapiChoice;
+
 constexpr Word<MapiChoice> kMapis[] = {{"builtin", MapiChoice::kBuiltin},
                                        {"outlook", MapiChoice::kOutlook}};
 constexpr Word<Dedup> kDedups[] = {

@@ -38,8 +38,8 @@ void AddChoice(CLI::App& command, const char* option, Choice& choice,
 }
 
 // The option is there on every system, so that it can say where it works.
-void DescribeMapi(CLI::App& command, MapiChoice& mapi, const std::string& does);
-void AddDedup(CLI::App& command, Dedup& dedup, const std::string& about);
+void DescribeMapi(CLI::App& command, desk::MapiChoice& mapi, const std::string& does);
+void AddDedup(CLI::App& command, desk::Dedup& dedup, const std::string& about);
 void DescribeProgress(CLI::App& command, ProgressChoice& progress, const std::string& elsewhere);
 
 }  // namespace parvane::cli

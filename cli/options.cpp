@@ -12,12 +12,15 @@
 #include "cli/help.h"
 #include "cli/option_words.h"
 #include "cli/results.h"
-#include "cli/suggestion.h"
 #include "cli/verify_options.h"
+#include "desk/suggestion.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
 namespace {
+
+using desk::ExitCode;
+using desk::NoSuch;
 
 constexpr const char* kExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst
@@ -160,10 +163,10 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
   app.require_subcommand(1);
   app.footer(kExamples);
 
-  ConvertOptions convert;
+  ConvertCommandOptions convert;
   ConvertArguments convertArguments(convert);
   convertArguments.Describe(*app.add_subcommand("convert", "Write mail into a PST file"));
-  ConvertOptions scan;
+  ConvertCommandOptions scan;
   ConvertArguments scanArguments(scan);
   CLI::App* scanCommand =
       app.add_subcommand("scan", "Tell what a conversion would do, without writing");
@@ -176,7 +179,7 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
   CLI::App* checkCommand = app.add_subcommand("check", "Verify the structure of a PST file");
   DescribeCheck(*checkCommand, file, check);
 
-  VerifyOptions verify;
+  VerifyCommandOptions verify;
   VerifyArguments verifyArguments(verify);
   CLI::App* verifyCommand =
       app.add_subcommand("verify", "Tell whether all mail is in PST files, and as it was");

@@ -7,66 +7,14 @@
 #include <variant>
 #include <vector>
 
-#include "cli/exit_code.h"
-#include "engine/label_use.h"
-#include "engine/mailbox_wishes.h"
-#include "factory/source_factory.h"
-#include "moves/folder_glob.h"
-#include "moves/item_choice.h"
+#include "desk/exit_code.h"
+#include "desk/options.h"
 
 namespace parvane::cli {
 
-// Who writes and reads PSTs: this program, or the mail program of the system (Windows).
-enum class MapiChoice { kBuiltin, kOutlook };
-// Of which messages one copy is written.
-enum class Dedup { kOff, kFolder, kAll };
 enum class ProgressChoice { kAuto, kLines, kNever };
 
-// What comes along with a message beside what the conversion itself writes.
-struct KeepChoice {
-  bool state = true;      // read, answered, flagged, tagged...
-  bool winmail = true;    // what is in a winmail.dat, in its place
-  bool addresses = true;  // correspondents as the header names them
-  bool headers = true;    // as they came
-  bool dates = true;      // of messages without a usable one
-  bool inlines = true;    // what the text shows in itself is no attachment beside it
-  bool parts = true;      // those that would reach no property
-  bool keys = true;       // by which a later run knows the message again
-};
-
-// Of every command that reads mail.
-struct SourceOptions {
-  std::vector<std::u16string> sources;      // at least one
-  std::optional<factory::SourceKind> from;  // of all sources; none: look at each
-  std::u16string name;                      // of the top folder; empty: from the source
-  KeepChoice keep;
-  bool skipDeleted = false;
-  // Of the folders: those that match one of the former (all, if there is none) and none of the
-  // latter.
-  std::vector<moves::FolderGlob> folders, excluded;
-  moves::Wanted wanted;  // of the messages; junk folders too
-  engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
-  std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail
-};
-
-// Into several PSTs.
-struct SplitChoice {
-  bool bySize = false;  // of sizeLimit
-  bool byYear = false;  // of delivery
-  explicit operator bool() const { return bySize || byYear; }
-};
-
-struct ConvertOptions : SourceOptions {
-  std::u16string destination;  // empty: a scan that is about none
-  MapiChoice mapi = MapiChoice::kBuiltin;
-  bool append = false;
-  bool overwrite = false;
-  bool skipExisting = false;  // what the PST has already is not written again
-  bool resume = false;        // go on with what a run has left that did not finish
-  Dedup dedup = Dedup::kOff;
-  std::u16string log;  // empty: none, here and below
-  std::u16string detailedLog;
-  std::u16string report;
+struct ConvertCommandOptions : desk::ConvertOptions {
   ProgressChoice progress = ProgressChoice::kAuto;
   // A PST for each source, in the folder that is the destination, by so many processes.
   bool each = false;
@@ -74,16 +22,13 @@ struct ConvertOptions : SourceOptions {
   unsigned jobs = 1;                  // at a time
   std::vector<std::string> passedOn;  // the options that each of them is given
   bool quiet = false;
-  bool timings = false;
-  bool dryRun = false;          // a scan: what would be done is told, and nothing done
-  bool json = false;            // standard output gets the report of a scan instead of its summary
-  std::uint64_t sizeLimit = 0;  // bytes the PST may grow to; with `split`, each of them
-  SplitChoice split;
+  bool dryRun = false;  // a scan: what would be done is told, and nothing done
+  bool json = false;    // standard output gets the report of a scan instead of its summary
 };
 
 struct ListOptions {
   std::u16string file;
-  MapiChoice mapi = MapiChoice::kBuiltin;
+  desk::MapiChoice mapi = desk::MapiChoice::kBuiltin;
   ProgressChoice progress = ProgressChoice::kAuto;
   bool messages = false;
   bool json = false;
@@ -97,19 +42,19 @@ struct CheckCommandOptions {
   std::optional<std::uint32_t> dump;  // a node to be shown instead
 };
 
-struct VerifyOptions : SourceOptions {
+struct VerifyCommandOptions : desk::VerifyOptions {
   // Sources, manifests and PSTs; which is which, their contents tell.
   std::vector<std::u16string> paths;
-  Dedup dedup = Dedup::kOff;  // as the conversion was asked for
-  std::u16string manifest;    // to be written; empty: none
+  std::u16string manifest;  // to be written; empty: none
   ProgressChoice progress = ProgressChoice::kAuto;
   bool json = false;
 };
 
-using Command = std::variant<ConvertOptions, ListOptions, CheckCommandOptions, VerifyOptions>;
+using Command =
+    std::variant<ConvertCommandOptions, ListOptions, CheckCommandOptions, VerifyCommandOptions>;
 
 // What the arguments ask for; or, when there is nothing to run (help, version, wrong usage), the
 // exit code after saying so.
-std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& arguments);
+std::variant<Command, desk::ExitCode> ParseArguments(const std::vector<std::string>& arguments);
 
 }  // namespace parvane::cli

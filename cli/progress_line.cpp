@@ -8,13 +8,19 @@
 #include <fmt/format.h>
 
 #include "cli/console.h"
-#include "cli/format.h"
+#include "desk/format.h"
 #include "platform/process.h"
 #include "platform/time.h"
 
 namespace parvane::cli {
 namespace {
 
+using desk::Columns;
+using desk::Counted;
+using desk::Duration;
+using desk::FitColumns;
+using desk::RunFigures;
+using desk::Size;
 using platform::StandardStream;
 
 constexpr std::uint64_t kLiveInterval = 200;     // milliseconds
@@ -35,7 +41,7 @@ unsigned Width(const std::vector<Part>& parts) {
   return columns;
 }
 
-std::vector<Part> PartsOf(const ProgressFigures& figures, std::uint64_t milliseconds) {
+std::vector<Part> PartsOf(const RunFigures& figures, std::uint64_t milliseconds) {
   std::vector<Part> parts;
   const std::uint64_t done = std::min(figures.done, figures.total);
   const std::uint64_t elapsed = std::max<std::uint64_t>(milliseconds, 1);
@@ -68,8 +74,7 @@ ProgressStyle StyleForResults(ProgressChoice choice) {
              : ProgressStyle::kNone;
 }
 
-std::string ProgressText(const ProgressFigures& figures, std::uint64_t milliseconds,
-                         unsigned columns) {
+std::string ProgressText(const RunFigures& figures, std::uint64_t milliseconds, unsigned columns) {
   std::vector<Part> parts = PartsOf(figures, milliseconds);
   const unsigned name = std::min(Columns(figures.name), kTellingName);
   while (name + Width(parts) > columns) {
@@ -91,7 +96,7 @@ ProgressLine::ProgressLine(ProgressStyle style)
 
 void ProgressLine::Restart() { _start = platform::MonotonicMilliseconds(); }
 
-void ProgressLine::Update(const ProgressFigures& figures) {
+void ProgressLine::Update(const RunFigures& figures) {
   if (_style == ProgressStyle::kNone) return;
   const std::uint64_t now = platform::MonotonicMilliseconds();
   if (now - _lastShown < _interval) return;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "cli/options.h"
+#include "desk/run_observer.h"
 
 namespace parvane::cli {
 
@@ -20,15 +21,9 @@ ProgressStyle StyleForWork(ProgressChoice choice);
 // when another program reads the results, because that may be what owns the screen (a pager).
 ProgressStyle StyleForResults(ProgressChoice choice);
 
-struct ProgressFigures {
-  std::string_view name;              // of what is worked at
-  std::uint64_t done = 0, total = 0;  // bytes; a total of 0 is not known
-  std::uint64_t messages = 0;         // 0: not counted
-};
-
 // All of it where `columns` allow it. Where they don't, the name is cut, then the figures go that
 // say least; percent, rate and time left stay.
-std::string ProgressText(const ProgressFigures& figures, std::uint64_t milliseconds,
+std::string ProgressText(const desk::RunFigures& figures, std::uint64_t milliseconds,
                          unsigned columns);
 
 class ProgressLine {
@@ -41,7 +36,7 @@ class ProgressLine {
   // What went before was only preparation: the clock for the rate begins anew.
   void Restart();
   // Shows the figures when it is time to.
-  void Update(const ProgressFigures& figures);
+  void Update(const desk::RunFigures& figures);
   // Takes the live line off the screen, so that other text can be written.
   void Finish();
 

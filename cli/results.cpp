@@ -1,10 +1,12 @@
 #include "cli/results.h"
 
 #include "cli/console.h"
-#include "cli/format.h"
+#include "desk/format.h"
 
 namespace parvane::cli {
 namespace {
+
+using desk::WithThousands;
 
 constexpr std::uint64_t kMostComplaints = 20;
 

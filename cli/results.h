@@ -15,7 +15,7 @@ class Results {
   explicit Results(ProgressStyle style) : _progress(style) {}
 
   void Write(std::string_view utf8);
-  void Progress(const ProgressFigures& figures) { _progress.Update(figures); }
+  void Progress(const desk::RunFigures& figures) { _progress.Update(figures); }
   // The first few on standard error at once, of the others the number at the end.
   void Complain(const std::string& what);
   std::uint64_t complaints() const { return _complaints; }

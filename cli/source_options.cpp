@@ -15,6 +15,7 @@
 namespace parvane::cli {
 namespace {
 
+using desk::KeepChoice;
 using engine::SeparatorRule;
 using factory::SourceKind;
 

@@ -13,7 +13,7 @@ namespace parvane::cli {
 // Both outlive the parsing of the command line.
 class SourceArguments {
  public:
-  explicit SourceArguments(SourceOptions& options) : _options(options) {}
+  explicit SourceArguments(desk::SourceOptions& options) : _options(options) {}
 
   void Describe(CLI::App& command);
   // Once they are parsed: what CLI11 could not judge, judged, and turned into what it means; the
@@ -23,7 +23,7 @@ class SourceArguments {
  private:
   std::string UnderstandChoice();
 
-  SourceOptions& _options;
+  desk::SourceOptions& _options;
   // Byte strings, as CLI11 fills them.
   std::string _keep = "all", _name, _since, _until;
   std::vector<std::string> _folders, _excluded;

@@ -8,14 +8,15 @@
 #include <utility>
 
 #include "cli/console.h"
-#include "cli/expected_mail.h"
-#include "cli/format.h"
-#include "cli/mapi_run.h"
-#include "cli/pst_mail.h"
-#include "cli/reasons.h"
 #include "cli/results.h"
-#include "cli/text_file.h"
-#include "cli/verification.h"
+#include "cli/terminal_run.h"
+#include "desk/expected_mail.h"
+#include "desk/format.h"
+#include "desk/mapi_run.h"
+#include "desk/pst_mail.h"
+#include "desk/reasons.h"
+#include "desk/text_file.h"
+#include "desk/verification.h"
 #include "mapi/options.h"
 #include "moves/content_reader.h"
 #include "moves/manifest.h"
@@ -28,6 +29,22 @@
 namespace parvane::cli {
 namespace {
 
+using desk::ExitCode;
+using desk::ExpectedMail;
+using desk::FolderPath;
+using desk::InWords;
+using desk::kMostBytesListed;
+using desk::kMostEntriesListed;
+using desk::MapiChoice;
+using desk::MapiRun;
+using desk::Outcome;
+using desk::PstMailVisitor;
+using desk::RunProblem;
+using desk::TextFile;
+using desk::Verification;
+using desk::VerificationAsJson;
+using desk::VerificationInWords;
+using desk::VisitMail;
 using moves::Finding;
 using moves::FindingKind;
 using platform::FileSystem;
@@ -92,8 +109,10 @@ class ManifestFile {
 
 class Verifying {
  public:
-  explicit Verifying(const VerifyOptions& options)
-      : _options(options), _style(StyleForResults(options.progress)), _results(_style) {}
+  explicit Verifying(const VerifyCommandOptions& options)
+      : _options(options),
+        _results(StyleForResults(options.progress)),
+        _terminal(StyleForResults(options.progress), true) {}
 
   ExitCode Run() {
     const std::uint64_t start = platform::MonotonicMilliseconds();
@@ -117,7 +136,7 @@ class Verifying {
     return status.ok();
   }
   bool Interrupted() {
-    _v.record.interrupted = _v.record.interrupted || _interrupt.Requested();
+    _v.record.interrupted = _v.record.interrupted || _terminal.StopRequested();
     return _v.record.interrupted;
   }
 
@@ -185,8 +204,9 @@ class Verifying {
       if (!ReadManifest(manifest, expect)) return false;
     }
     if (_sources.sources.empty()) return true;
-    _mail.emplace(_sources, _v.psts, _v.record, _style, _interrupt);
+    _mail.emplace(_sources, _v.psts, _v.record, _terminal);
     _mail->Read(expect);
+    _terminal.Finish();
     return _v.record.error.empty() && !Interrupted();
   }
 
@@ -222,11 +242,10 @@ class Verifying {
     return Outcome(_v);
   }
 
-  const VerifyOptions& _options;
-  VerifyOptions _sources;  // with what of the paths they are
-  ProgressStyle _style;
+  const VerifyCommandOptions& _options;
+  VerifyCommandOptions _sources;  // with what of the paths they are
   Results _results;
-  platform::InterruptWatch _interrupt;
+  TerminalRun _terminal;
   bool _wrongUsage = false;
   Verification _v;
   ManifestFile _manifest;
@@ -319,6 +338,6 @@ void Verifying::NameExtras() {
 
 }  // namespace
 
-ExitCode RunVerify(const VerifyOptions& options) { return Verifying(options).Run(); }
+ExitCode RunVerify(const VerifyCommandOptions& options) { return Verifying(options).Run(); }
 
 }  // namespace parvane::cli

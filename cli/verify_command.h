@@ -1,11 +1,11 @@
 // `parvane verify`: reads the sources again, and the PSTs, and compares.
 #pragma once
 
-#include "cli/exit_code.h"
 #include "cli/options.h"
+#include "desk/exit_code.h"
 
 namespace parvane::cli {
 
-ExitCode RunVerify(const VerifyOptions& options);
+desk::ExitCode RunVerify(const VerifyCommandOptions& options);
 
 }  // namespace parvane::cli

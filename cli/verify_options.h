@@ -14,14 +14,14 @@ namespace parvane::cli {
 // Both outlive the parsing of the command line.
 class VerifyArguments {
  public:
-  explicit VerifyArguments(VerifyOptions& options) : _options(options) {}
+  explicit VerifyArguments(VerifyCommandOptions& options) : _options(options) {}
 
   void Describe(CLI::App& command);
   // As SourceArguments::Understand.
   std::string Understand();
 
  private:
-  VerifyOptions& _options;
+  VerifyCommandOptions& _options;
   SourceArguments _sources{_options};
   std::vector<std::string> _paths;
   std::string _manifest;

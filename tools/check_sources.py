@@ -32,7 +32,7 @@ import re
 import sys
 
 ROOMS = ('platform', 'archives', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'carry', 'moves',
-         'factory', 'cli')
+         'factory', 'desk', 'cli')
 
 CONDITIONAL = re.compile(
     r'^\s*#\s*(?:el)?if.*\b(_WIN32|_WIN64|__MINGW\d*__|__linux__|__unix__|__APPLE__|_MSC_VER|__GNUC__)\b')
@@ -88,12 +88,14 @@ def document_faults(root):
     for path in re.findall(r'`([\w.]+(?:/[\w.]+)*\.\w+)`', now):
         if not (root / path).exists():
             yield f'docs/architecture.md: {path} is not there'
-    program = text.split('## The program')[1].split('\n## ')[0]
-    named = {name for row in re.findall(r'^\| (`.*?) \|', program, re.M)
-             for name in re.findall(r'`(\w+)`', row)}
-    there = {path.stem for path in (root / 'cli').iterdir() if path.suffix in ('.h', '.cpp')}
-    for name in sorted(named ^ there):
-        yield f'docs/architecture.md: {name} of cli/ is ' + ('missing' if name in there else 'not there')
+    for room, title in (('desk', '## What front ends share'), ('cli', '## The program')):
+        section = text.split(title)[1].split('\n## ')[0]
+        named = {name for row in re.findall(r'^\| (`.*?) \|', section, re.M)
+                 for name in re.findall(r'`(\w+)`', row)}
+        there = {path.stem for path in (root / room).iterdir() if path.suffix in ('.h', '.cpp')}
+        for name in sorted(named ^ there):
+            fault = 'missing' if name in there else 'not there'
+            yield f'docs/architecture.md: {name} of {room}/ is {fault}'
 
 
 def include_faults(path, name, room, arrows, lines):

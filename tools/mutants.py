@@ -30,6 +30,7 @@ SHARED = ROOT.parent / 'shared'
 TESTS = {
     'carry/': ('parvane', '^program_(carry|kept|state)$'),
     'moves/': ('parvane moves_test', '^(moves|program_again)$'),
+    'desk/': ('parvane desk_test', '^(desk|program)'),
     'cli/': ('parvane program_test', '^program'),
     'convert/': ('convert_test', '^convert$'),
     'engine/': ('engine_test', '^engine$'),
