@@ -13,6 +13,12 @@ namespace parvane::platform {
 // $XDG_DATA_HOME, else $HOME/.local/share elsewhere. None when the user has no home.
 std::optional<std::u16string> LocalApplicationDataFolder();
 
+// Where a user keeps things, as the system has it set up: known folders on Windows, $HOME and the
+// user's "user-dirs.dirs" (XDG) elsewhere. kSettings: programs' (%APPDATA%; $XDG_CONFIG_HOME, else
+// $HOME/.config). None when the system does not tell; one that it tells need not be there.
+enum class UserFolder { kHome, kDocuments, kDownloads, kDesktop, kSettings };
+std::optional<std::u16string> FolderOfUser(UserFolder folder);
+
 // Random bytes from the system's generator, for record and search keys.
 void FillRandom(std::span<std::byte> bytes);
 

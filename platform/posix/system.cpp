@@ -9,6 +9,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "platform/file.h"
 #include "platform/path.h"
 #include "platform/system_internal.h"
 
@@ -22,6 +23,35 @@ std::u16string FolderFromEnvironment(const char* name) {
   return PathFromNative(value);
 }
 
+std::u16string ConfigurationFolder(std::u16string_view home) {
+  const std::u16string folder = FolderFromEnvironment("XDG_CONFIG_HOME");
+  return folder.empty() ? JoinPath(home, u".config") : folder;
+}
+
+// From "user-dirs.dirs", in which desktops note what they named these folders:
+//
+//   XDG_DOWNLOAD_DIR="$HOME/Téléchargements"
+std::u16string NotedFolder(std::u16string_view home, std::string_view key) {
+  constexpr std::string_view kHome = "$HOME/";
+  constexpr std::uint64_t kLargestNotes = 1 << 16;
+  const auto file = ReadWholeFile(
+      FileSystem::Default(), JoinPath(ConfigurationFolder(home), u"user-dirs.dirs"), kLargestNotes);
+  for (std::string_view rest = file.ok() ? std::string_view(*file) : ""; !rest.empty();) {
+    std::string_view line = rest.substr(0, rest.find('\n'));
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    if (!line.starts_with(key)) continue;
+    line.remove_prefix(key.size());
+    if (line.size() < 3 || !line.starts_with("=\"") || !line.ends_with('"')) continue;
+    line = line.substr(2, line.size() - 3);
+    if (line.starts_with('/')) return PathFromNative(line);
+    if (!line.starts_with(kHome)) continue;
+    const std::string_view inside = line.substr(kHome.size());
+    // The home itself stands for "none".
+    return inside.empty() ? std::u16string() : JoinPath(home, PathFromNative(inside));
+  }
+  return {};
+}
+
 }  // namespace
 
 unsigned SystemAnsiCodePage() { return 65001; }
@@ -32,6 +62,28 @@ std::optional<std::u16string> LocalApplicationDataFolder() {
   folder = FolderFromEnvironment("HOME");
   if (folder.empty()) return std::nullopt;
   return JoinPath(JoinPath(folder, u".local"), u"share");
+}
+
+std::optional<std::u16string> FolderOfUser(UserFolder folder) {
+  const std::u16string home = FolderFromEnvironment("HOME");
+  if (home.empty()) return std::nullopt;
+  const auto noted = [&](std::string_view key, std::u16string_view usual) {
+    std::u16string path = NotedFolder(home, key);
+    return path.empty() ? JoinPath(home, usual) : path;
+  };
+  switch (folder) {
+    case UserFolder::kHome:
+      return home;
+    case UserFolder::kDocuments:
+      return noted("XDG_DOCUMENTS_DIR", u"Documents");
+    case UserFolder::kDownloads:
+      return noted("XDG_DOWNLOAD_DIR", u"Downloads");
+    case UserFolder::kDesktop:
+      return noted("XDG_DESKTOP_DIR", u"Desktop");
+    case UserFolder::kSettings:
+      return ConfigurationFolder(home);
+  }
+  return std::nullopt;
 }
 
 void FillRandomFromSystem(std::span<std::byte> bytes) {

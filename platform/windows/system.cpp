@@ -14,14 +14,36 @@ namespace parvane::platform {
 
 unsigned SystemAnsiCodePage() { return ::GetACP(); }
 
-std::optional<std::u16string> LocalApplicationDataFolder() {
+namespace {
+
+std::optional<std::u16string> KnownFolder(REFKNOWNFOLDERID id) {
   PWSTR path = nullptr;
   std::optional<std::u16string> folder;
-  if (SUCCEEDED(::SHGetKnownFolderPath(FOLDERID_LocalAppData, 0, nullptr, &path))) {
-    folder = FromWide(path);
-  }
+  if (SUCCEEDED(::SHGetKnownFolderPath(id, 0, nullptr, &path))) folder = FromWide(path);
   ::CoTaskMemFree(path);
   return folder;
+}
+
+}  // namespace
+
+std::optional<std::u16string> LocalApplicationDataFolder() {
+  return KnownFolder(FOLDERID_LocalAppData);
+}
+
+std::optional<std::u16string> FolderOfUser(UserFolder folder) {
+  switch (folder) {
+    case UserFolder::kHome:
+      return KnownFolder(FOLDERID_Profile);
+    case UserFolder::kDocuments:
+      return KnownFolder(FOLDERID_Documents);
+    case UserFolder::kDownloads:
+      return KnownFolder(FOLDERID_Downloads);
+    case UserFolder::kDesktop:
+      return KnownFolder(FOLDERID_Desktop);
+    case UserFolder::kSettings:
+      return KnownFolder(FOLDERID_RoamingAppData);
+  }
+  return std::nullopt;
 }
 
 void FillRandomFromSystem(std::span<std::byte> bytes) {

@@ -172,6 +172,24 @@ TEST(PosixSystem, FindsTheDataFolder) {
   EXPECT_GT(PeakResidentBytes(), std::uint64_t{1} << 20);
 }
 
+TEST(PosixSystem, FindsTheUsersFolders) {
+  const ::TemporaryFolder scratch;
+  const std::string home = PathToNative(scratch / u"home");
+  const Variable homeNow("HOME", home.c_str());
+  const Variable configuration("XDG_CONFIG_HOME", nullptr);
+  EXPECT_EQ(FolderOfUser(UserFolder::kSettings), scratch / u"home/.config");
+  EXPECT_EQ(FolderOfUser(UserFolder::kDownloads), scratch / u"home/Downloads");
+  constexpr std::string_view kNotes =
+      "# made by the desktop\nXDG_DOWNLOAD_DIR=\"$HOME/T\xC3\xA9l\xC3\xA9\"\n"
+      "XDG_DOCUMENTS_DIR=\"/elsewhere\"\nXDG_DESKTOP_DIR=\"$HOME/\"\n";
+  scratch.Write(u"home/.config/user-dirs.dirs", kNotes);
+  EXPECT_EQ(FolderOfUser(UserFolder::kDownloads), scratch / u"home/Télé");
+  EXPECT_EQ(FolderOfUser(UserFolder::kDocuments), u"/elsewhere");
+  EXPECT_EQ(FolderOfUser(UserFolder::kDesktop), scratch / u"home/Desktop");
+  const Variable none("HOME", nullptr);
+  EXPECT_FALSE(FolderOfUser(UserFolder::kHome));
+}
+
 TEST(PosixSystem, RandomBytesDiffer) {
   std::byte first[600] = {};
   std::byte second[600] = {};
