@@ -132,6 +132,27 @@ char32_t CharacterOf(std::string_view entity) {
   return value > 0x10FFFF || (value >= 0xD800 && value < 0xE000) ? 0 : value;
 }
 
+std::string WithoutPercents(std::string_view text) {
+  std::string out;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const bool escape = text[at] == '%' && at + 2 < text.size() && HexDigit(text[at + 1]) >= 0 &&
+                        HexDigit(text[at + 2]) >= 0;
+    out +=
+        escape ? static_cast<char>(HexDigit(text[at + 1]) * 16 + HexDigit(text[at + 2])) : text[at];
+    if (escape) at += 2;
+  }
+  return out;
+}
+
+std::string_view Trimmed(std::string_view text) {
+  constexpr std::string_view kAround = " \t\r\n\f\"'";
+  const std::size_t start = text.find_first_not_of(kAround);
+  if (start == text.npos) return {};
+  return text.substr(start, text.find_last_not_of(kAround) - start + 1);
+}
+
+}  // namespace
+
 std::string WithoutEntities(std::string_view text) {
   constexpr std::size_t kLongestEntity = 10;
   std::string out;
@@ -154,27 +175,6 @@ std::string WithoutEntities(std::string_view text) {
   }
   return out;
 }
-
-std::string WithoutPercents(std::string_view text) {
-  std::string out;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const bool escape = text[at] == '%' && at + 2 < text.size() && HexDigit(text[at + 1]) >= 0 &&
-                        HexDigit(text[at + 2]) >= 0;
-    out +=
-        escape ? static_cast<char>(HexDigit(text[at + 1]) * 16 + HexDigit(text[at + 2])) : text[at];
-    if (escape) at += 2;
-  }
-  return out;
-}
-
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kAround = " \t\r\n\f\"'";
-  const std::size_t start = text.find_first_not_of(kAround);
-  if (start == text.npos) return {};
-  return text.substr(start, text.find_last_not_of(kAround) - start + 1);
-}
-
-}  // namespace
 
 void ForEachReference(std::string_view html, const std::function<void(std::string_view)>& take) {
   TagReader(html, take).Read();

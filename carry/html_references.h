@@ -20,6 +20,8 @@ inline constexpr std::size_t kLongestReference = 2048;
 // Each as it stands in the text.
 void ForEachReference(std::string_view html, const std::function<void(std::string_view)>& take);
 
+// References to characters resolved: the numeric ones and those of markup ("&amp;").
+std::string WithoutEntities(std::string_view text);
 // Entities and %XX undone, without blanks and quotes around it: what can be compared. The part of a
 // `cid:` address is in lower case, as is "cid:".
 std::string ComparableReference(std::string_view reference);
