@@ -5,59 +5,26 @@
 
 #include "cli/console.h"
 #include "cli/terminal_run.h"
-#include "desk/conversion.h"
-#include "desk/report.h"
-#include "desk/scan.h"
-#include "platform/path.h"
+#include "parvane/convert.h"
 
 namespace parvane::cli {
 namespace {
 
-using desk::ConversionRecord;
-using desk::ExitCode;
-using desk::Outcome;
-using desk::Report;
-using desk::Summary;
-using desk::SummaryInOneLine;
-using desk::SummaryOfNothing;
-
-// Where the mail is that a run has written which did not finish.
-std::string HowToGoOn(const ConversionRecord& record) {
-  const std::string where = record.parts.size() > 1 ? "the PSTs that it names; the last is " : "";
-  return "what the summary counts as written is in " + where +
-         platform::PathForDisplay(record.partial) +
-         ", a PST like any other; run again with --resume to go on, with --overwrite to start "
-         "afresh and replace it, or give it another name to keep it";
-}
-
-// The summary where people look, the report where it was asked for. False when standard output did
-// not take it.
-void TellResults(const ConvertCommandOptions& options, ConversionRecord& record) {
-  const std::string summary = record.began ? Summary(record) : SummaryOfNothing(record);
-  if (options.report != u"-") {
+// The summary where people look, the report where it was asked for. False when the report did not
+// get there.
+bool TellResults(const ConvertCommandOptions& options, const Account& account) {
+  const std::string summary = account.Summary();
+  if (options.report != "-") {
     if (!options.quiet && !(WriteOutput(summary) && FlushOutput()))
       WriteError("the summary could not be written to standard output");
-    return;
+    return true;
   }
   bool told = true;
-  Report(record, [&](std::string_view text) { told = told && WriteOutput(text); });
-  if (!(told && FlushOutput())) {
-    record.Fail(desk::RunProblem::kOutputNotWritten,
-                "the report could not be written to standard output");
-  }
+  account.WriteReport([&](std::string_view text) { told = told && WriteOutput(text); });
+  told = told && FlushOutput();
+  if (!told) WriteError("the report could not be written to standard output");
   if (!options.quiet && !options.json) WriteMessage(summary);
-}
-
-void TellProblems(const ConvertCommandOptions& options, const ConversionRecord& record) {
-  if (options.quiet && Outcome(record) == ExitCode::kMailLeftBehind)
-    WriteError(SummaryInOneLine(record));
-  if (!record.error.empty()) WriteError(record.error);
-  if (record.interrupted) {
-    WriteError(record.began && record.appended
-                   ? "interrupted; what the summary counts as written is in the PST"
-                   : "interrupted");
-  }
-  if (!record.partial.empty()) WriteError(HowToGoOn(record));
+  return told;
 }
 
 ProgressStyle StyleFor(const ConvertCommandOptions& options) {
@@ -69,14 +36,16 @@ ProgressStyle StyleFor(const ConvertCommandOptions& options) {
 
 }  // namespace
 
-ExitCode RunConvert(const ConvertCommandOptions& options) {
+desk::ExitCode RunConvert(const ConvertCommandOptions& options) {
   TerminalRun terminal(StyleFor(options), !options.quiet);
-  ConversionRecord record =
-      options.dryRun ? desk::Scan(options, terminal) : desk::Convert(options, terminal);
+  const Account account =
+      (options.dryRun ? Scan : Convert)(options.sources, options.destination, options, &terminal);
   terminal.Finish();
-  TellResults(options, record);
-  TellProblems(options, record);
-  return Outcome(record);
+  const bool told = TellResults(options, account);
+  if (options.quiet && account.outcome() == Outcome::kMailLeftBehind)
+    WriteError(account.SummaryInOneLine());
+  for (const std::string& complaint : account.Complaints()) WriteError(complaint);
+  return told ? static_cast<desk::ExitCode>(account.outcome()) : desk::ExitCode::kCouldNotFinish;
 }
 
 }  // namespace parvane::cli

@@ -1,16 +1,13 @@
 #include "cli/convert_options.h"
 
+#include <utility>
+#include <vector>
+
 #include "cli/option_words.h"
-#include "desk/format.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
 namespace {
-
-using desk::Dedup;
-using desk::MapiChoice;
-using desk::ParseSize;
-using desk::Size;
 
 constexpr const char* kConvertExamples = R"(Examples:
   parvane convert Inbox.mbox mail.pst
@@ -39,25 +36,17 @@ constexpr const char* kScanExamples = R"(Examples:
 Exit status: 0 all can be converted, 1 messages cannot be read or mail would be
 left behind, 2 wrong usage, 3 could not finish, 130 interrupted.)";
 
-// Outlook's own default limit for a PST.
-constexpr const char* kDefaultSizeLimit = "50GB";
-
-std::u16string Path(const std::string& native) { return platform::PathFromNative(native); }
-
-// In less there is hardly room for more than what every PST has.
-constexpr std::uint64_t kLeastPart = 10'000'000;
-
 }  // namespace
 
 void ConvertArguments::Describe(CLI::App& command) {
   command
-      .add_option("PATHS", _paths,
+      .add_option("PATHS", _options.sources,
                   "mailboxes, folders of mail, profiles of mail programs, exports or archives, "
                   "then the PST "
                   "(or a folder for it)")
       ->option_text("SOURCE... DEST.pst")
       ->type_name("");
-  _sources.Describe(command);
+  DescribeSources(command, _options);
   command.add_flag("--dry-run", _options.dryRun,
                    "read everything, tell what would be done, and do nothing");
   CLI::Option* append =
@@ -74,25 +63,28 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_flag("--resume", _options.resume,
                 "go on with the PST that an interrupted conversion of the same sources has left")
       ->excludes(append);
-  AddDedup(command, _options.dedup,
-           "leave out copies of a message: those in its folder, or in all folders");
+  AddChoice(command, "--dedup", _options.dedup, kDedupWords,
+            "leave out copies of a message: those in its folder, or in all folders");
   DescribeMapi(command, _options.mapi, "writes");
   command
-      .add_option("--size-limit", _sizeLimit,
+      .add_option("--size-limit", _options.sizeLimit,
                   "largest size of the PST, such as 20GB; default 50GB, as in Outlook")
       ->type_name("SIZE");
   command
-      .add_option("--split", _split,
+      .add_option("--split", _options.split,
                   "write several PSTs: DEST.pst, DEST-2.pst and so on, none larger than SIZE; or "
                   "DEST-2019.pst and so on, by the year in which mail came")
       ->type_name("SIZE|year");
   _each.Describe(command);
-  command.add_option("--log", _log, "write a brief log: folders, failures, what was passed over")
-      ->type_name("FILE");
-  command.add_option("--detailed-log", _detailedLog, "write a log that names every message")
+  command
+      .add_option("--log", _options.log,
+                  "write a brief log: folders, failures, what was passed over")
       ->type_name("FILE");
   command
-      .add_option("--report", _report,
+      .add_option("--detailed-log", _options.detailedLog, "write a log that names every message")
+      ->type_name("FILE");
+  command
+      .add_option("--report", _options.report,
                   "write the account of the conversion as JSON; - for standard output")
       ->type_name("FILE");
   command.add_flag("--timings", _options.timings,
@@ -104,45 +96,29 @@ void ConvertArguments::Describe(CLI::App& command) {
 }
 
 std::string ConvertArguments::Understand() {
-  for (const std::string& path : _paths) {
+  std::vector<std::string>& paths = _options.sources;
+  for (const std::string& path : paths) {
     if (std::string fault = FaultOfPath(path); !fault.empty()) return fault;
   }
   if (std::string fault = _each.Understand(); !fault.empty()) return fault;
-  if (_paths.size() < (_options.eachOf.empty() ? 2 : 1)) {
+  if (paths.size() < (_options.eachOf.empty() ? 2 : 1)) {
     return _options.each ? "convert --each needs at least one SOURCE and the folder DEST"
                          : "convert needs at least one SOURCE and the DEST.pst";
   }
-  if (_options.mapi == MapiChoice::kOutlook && _sizeLimit)
-    return "--size-limit is for the built-in MAPI: Outlook has a limit of its own";
-  if (_options.mapi == MapiChoice::kOutlook && _options.resume)
-    return "--resume is for the built-in MAPI: what Outlook has saved of a PST is not known";
-  if (_split) {
-    if (std::string fault = UnderstandSplit(); !fault.empty()) return fault;
-  }
-  const auto sizeLimit = ParseSize(_sizeLimit.value_or(kDefaultSizeLimit));
-  if (!sizeLimit) return "--size-limit: \"" + *_sizeLimit + "\" is no size such as 20GB";
-  _options.sizeLimit = *sizeLimit;
-  _options.destination = Path(_paths.back());
-  _paths.pop_back();
-  if (std::string fault = _sources.Understand(_paths); !fault.empty()) return fault;
-  // A later run is to know again what this one writes.
-  if (_options.skipExisting || _options.resume || _options.dedup != Dedup::kOff)
-    _options.keep.keys = true;
-  _options.log = Path(_log);
-  _options.detailedLog = Path(_detailedLog);
-  _options.report = Path(_report);
-  return {};
+  _options.destination = std::move(paths.back());
+  paths.pop_back();
+  return UnderstandWords();
 }
 
 void ConvertArguments::DescribeScan(CLI::App& command) {
   command
-      .add_option("PATHS", _paths,
+      .add_option("PATHS", _options.sources,
                   "mailboxes, folders of mail, profiles of mail programs, exports or archives; "
                   "they are only read")
       ->option_text("SOURCE...")
       ->required()
       ->type_name("");
-  _sources.Describe(command);
+  DescribeSources(command, _options);
   command.add_flag("--json", _options.json, "write JSON");
   DescribeProgress(command, _options.progress,
                    "elsewhere a line every few seconds; lines: such lines on a terminal too");
@@ -150,29 +126,20 @@ void ConvertArguments::DescribeScan(CLI::App& command) {
 }
 
 std::string ConvertArguments::UnderstandScan() {
-  for (const std::string& path : _paths) {
+  for (const std::string& path : _options.sources) {
     if (std::string fault = FaultOfPath(path); !fault.empty()) return fault;
   }
   _options.dryRun = true;
-  if (_options.json) _options.report = u"-";
-  return _sources.Understand(_paths);
+  if (_options.json) _options.report = "-";
+  return UnderstandWords();
 }
 
-std::string ConvertArguments::UnderstandSplit() {
-  if (_options.mapi == MapiChoice::kOutlook)
-    return "--split is for the built-in MAPI: Outlook does not tell how large its PST has become";
-  if (*_split == "year") {
-    _options.split.byYear = true;
-    return {};
-  }
-  if (_sizeLimit)
-    return "--size-limit is not for --split SIZE, which says how large each PST may be";
-  const auto size = ParseSize(*_split);
-  if (!size) return "--split: \"" + *_split + "\" is neither year nor a size such as 20GB";
-  if (*size < kLeastPart) return "--split: the least size is " + Size(kLeastPart);
-  _options.split.bySize = true;
-  _sizeLimit = *_split;
-  return {};
+std::string ConvertArguments::UnderstandWords() {
+  desk::ConvertOptions& understood = _options.understood;
+  for (const std::string& source : _options.sources)
+    understood.sources.push_back(platform::PathFromNative(source));
+  understood.destination = platform::PathFromNative(_options.destination);
+  return parvane::Understand(_options, understood);
 }
 
 }  // namespace parvane::cli

@@ -1,9 +1,7 @@
 // The options of `parvane convert`.
 #pragma once
 
-#include <optional>
 #include <string>
-#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -19,21 +17,17 @@ class ConvertArguments {
   explicit ConvertArguments(ConvertCommandOptions& options) : _options(options) {}
 
   void Describe(CLI::App& command);
-  // As SourceArguments::Understand.
+  // As VerifyArguments::Understand.
   std::string Understand();
   // Of `parvane scan`, which is this command with --dry-run and without a PST.
   void DescribeScan(CLI::App& command);
   std::string UnderstandScan();
 
  private:
-  std::string UnderstandSplit();
+  std::string UnderstandWords();
 
   ConvertCommandOptions& _options;
-  SourceArguments _sources{_options};
   EachArguments _each{_options};
-  std::vector<std::string> _paths;
-  std::string _log, _detailedLog, _report;
-  std::optional<std::string> _sizeLimit, _split;
 };
 
 }  // namespace parvane::cli

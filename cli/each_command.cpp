@@ -87,13 +87,14 @@ class EachRun {
   };
 
   Status Prepare() {
-    if (!FileSystem::Default().FolderExists(_options.destination)) {
+    if (!FileSystem::Default().FolderExists(_options.understood.destination)) {
       return {platform::StatusCode::kNotFound,
-              PathForDisplay(_options.destination) +
+              PathForDisplay(_options.understood.destination) +
                   ": with --each the destination is a folder, and there is none of this name"};
     }
-    _report = _options.report.empty() ? platform::JoinPath(_options.destination, kEachReportName)
-                                      : _options.report;
+    _report = _options.report.empty()
+                  ? platform::JoinPath(_options.understood.destination, kEachReportName)
+                  : _options.understood.report;
     if (Status free = CheckEachReport(_report); !free.ok()) return free;
     auto plan = PlanEach(_options);
     if (!plan.ok()) return plan.status();
@@ -103,7 +104,8 @@ class EachRun {
     for (EachJob& job : _plan.jobs) {
       _width = std::max(_width, std::min(Columns(PathForDisplay(job.name)), kWidestName));
       _bytes += SizeOf(job);
-      const bool there = _options.split.byYear || FileSystem::Default().FileExists(job.pst);
+      const bool there =
+          _options.understood.split.byYear || FileSystem::Default().FileExists(job.pst);
       if (!anew && there && ReadReport(job)) job.state = State::kDoneBefore;
       if (job.state == State::kDoneBefore) _bytesDone += SizeOf(job);
     }
@@ -146,7 +148,7 @@ class EachRun {
     arguments.insert(arguments.end(), _options.passedOn.begin(), _options.passedOn.end());
     // Goes on with what a run has left; without that, begins anew.
     const bool goesOn =
-        !_options.append && !_options.overwrite && _options.mapi == MapiChoice::kBuiltin;
+        !_options.append && !_options.overwrite && _options.understood.mapi == MapiChoice::kBuiltin;
     if (goesOn) arguments.emplace_back("--resume");
     arguments.insert(arguments.end(), {"--quiet", "--report", PathToNative(job.report), "--",
                                        PathToNative(job.source), PathToNative(job.pst)});

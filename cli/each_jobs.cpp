@@ -52,7 +52,7 @@ class Planner {
   }
 
   Result<EachPlan> Run() {
-    std::vector<std::u16string> sources = _options.sources;
+    std::vector<std::u16string> sources = _options.understood.sources;
     if (!_options.eachOf.empty()) {
       if (Status read = ReadList(sources); !read.ok()) return read;
     }
@@ -77,7 +77,7 @@ class Planner {
   }
 
   Result<SourcePlan> LookAt(const std::u16string& path) const {
-    SourceOptions alone = _options;
+    SourceOptions alone = _options.understood;
     alone.sources = {path};
     return RecogniseSources(alone);
   }
@@ -119,8 +119,8 @@ class Planner {
     std::ranges::replace(name, u'/', u'_');
     std::ranges::replace(name, u'\\', u'_');
     job.name = _names.Take(name);
-    job.pst = platform::JoinPath(_options.destination, job.name + u".pst");
-    job.report = platform::JoinPath(_options.destination, job.name + u".json");
+    job.pst = platform::JoinPath(_options.understood.destination, job.name + u".pst");
+    job.report = platform::JoinPath(_options.understood.destination, job.name + u".json");
     _plan.jobs.push_back(std::move(job));
   }
 

@@ -10,8 +10,6 @@
 namespace parvane::cli {
 namespace {
 
-using desk::MapiChoice;
-
 // What is for the whole, or given to each by itself.
 constexpr std::array<std::string_view, 9> kOwn = {
     "each", "each-of", "jobs", "report", "progress", "quiet", "resume", "timings", "help"};
@@ -43,7 +41,7 @@ std::string EachArguments::Understand() {
   if (_jobs && (*_jobs == 0 || *_jobs > kMostJobs)) return "--jobs: not a number of processes";
   _options.jobs = _jobs.value_or(platform::ProcessorCount());
   // Only one program of a user at a time uses it.
-  if (_options.mapi == MapiChoice::kOutlook) _options.jobs = 1;
+  if (_options.mapi == "outlook") _options.jobs = 1;
   for (const CLI::Option* option : _command->get_options()) {
     if (option->count() == 0 || option->get_lnames().empty()) continue;
     const std::string& name = option->get_lnames().front();

@@ -17,7 +17,7 @@ class EachArguments {
 
   void Describe(CLI::App& command);
   bool given() const { return _options.each || !_eachOf.empty(); }
-  // As SourceArguments::Understand.
+  // As VerifyArguments::Understand.
   std::string Understand();
 
  private:

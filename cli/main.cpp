@@ -1,6 +1,5 @@
 // The program's start-up: chooses who answers MAPI's entry points, then runs the command.
 #include <exception>
-#include <optional>
 
 #include "cli/check_command.h"
 #include "cli/console.h"
@@ -10,43 +9,29 @@
 #include "cli/options.h"
 #include "cli/verify_command.h"
 #include "desk/reasons.h"
-#include "mapi/builtin_entry_points.h"
-#include "mapi/system_entry_points.h"
+#include "parvane/mapi_choice.h"
 #include "platform/process.h"
 
 namespace {
 
 using parvane::desk::ExitCode;
-
 using parvane::desk::MapiChoice;
 
 MapiChoice MapiOf(const parvane::cli::Command& command) {
   if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command))
-    return convert->mapi;
+    return convert->understood.mapi;
   const auto* list = std::get_if<parvane::cli::ListOptions>(&command);
   return list ? list->mapi : MapiChoice::kBuiltin;
-}
-
-// An exit code when there is no such MAPI here.
-std::optional<ExitCode> ChooseMapi(const parvane::cli::Command& command) {
-  if (MapiOf(command) == MapiChoice::kBuiltin) {
-    parvane::mapi::SelectEntryPoints(parvane::mapi::BuiltinEntryPoints());
-    return std::nullopt;
-  }
-  const auto system = parvane::mapi::SystemEntryPoints();
-  if (system.ok()) {
-    parvane::mapi::SelectEntryPoints(*system);
-    return std::nullopt;
-  }
-  parvane::cli::WriteError("--mapi outlook: " + system.status().message());
-  return ExitCode::kUsage;
 }
 
 ExitCode Run(int argc, char** argv) {
   auto parsed = parvane::cli::ParseArguments(parvane::platform::ProgramArguments(argc, argv));
   if (const ExitCode* code = std::get_if<ExitCode>(&parsed)) return *code;
   const auto& command = std::get<parvane::cli::Command>(parsed);
-  if (const auto code = ChooseMapi(command)) return *code;
+  if (const auto chosen = parvane::ChooseMapi(MapiOf(command)); !chosen.ok()) {
+    parvane::cli::WriteError(chosen.message());
+    return ExitCode::kUsage;
+  }
   if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command);
       convert && convert->each)
     return parvane::cli::RunEach(*convert);

@@ -4,24 +4,20 @@
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "cli/options.h"
+#include "parvane/option_words.h"
 
 namespace parvane::cli {
 
-// The words that stand for an option's values.
-template <typename Choice>
-struct Word {
-  const char* name;
-  Choice choice;
-};
-
-// `words` outlive the command, as does `choice`.
-template <typename Choice, std::size_t kCount>
-void AddChoice(CLI::App& command, const char* option, Choice& choice,
+// What is given becomes the choice, which is either a word itself or what a word stands for. It
+// outlives the command, as `words` do.
+template <typename Taken, typename Choice, std::size_t kCount>
+void AddChoice(CLI::App& command, const char* option, Taken& choice,
                const Word<Choice> (&words)[kCount], const std::string& about) {
   std::vector<std::string> names;
   std::string type;
@@ -30,7 +26,11 @@ void AddChoice(CLI::App& command, const char* option, Choice& choice,
     type.append(type.empty() ? "" : "|").append(word.name);
   }
   const auto take = [&choice, &words](const std::string& name) {
-    choice = std::ranges::find(words, name, &Word<Choice>::name)->choice;
+    if constexpr (std::is_same_v<Taken, std::string>) {
+      choice = name;
+    } else {
+      choice = std::ranges::find(words, name, &Word<Choice>::name)->choice;
+    }
   };
   command.add_option_function<std::string>(option, take, about)
       ->check(CLI::IsMember(names).description(""))
@@ -38,8 +38,11 @@ void AddChoice(CLI::App& command, const char* option, Choice& choice,
 }
 
 // The option is there on every system, so that it can say where it works.
-void DescribeMapi(CLI::App& command, desk::MapiChoice& mapi, const std::string& does);
-void AddDedup(CLI::App& command, desk::Dedup& dedup, const std::string& about);
+template <typename Taken>
+void DescribeMapi(CLI::App& command, Taken& mapi, const std::string& does) {
+  AddChoice(command, "--mapi", mapi, kMapiWords,
+            "who " + does + " the PST: this program, or Outlook through its MAPI (Windows only)");
+}
 void DescribeProgress(CLI::App& command, ProgressChoice& progress, const std::string& elsewhere);
 
 }  // namespace parvane::cli

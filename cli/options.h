@@ -9,12 +9,16 @@
 
 #include "desk/exit_code.h"
 #include "desk/options.h"
+#include "parvane/options.h"
 
 namespace parvane::cli {
 
 enum class ProgressChoice { kAuto, kLines, kNever };
 
-struct ConvertCommandOptions : desk::ConvertOptions {
+struct ConvertCommandOptions : ConvertOptions {
+  std::vector<std::string> sources;
+  std::string destination;
+  desk::ConvertOptions understood;  // the same as values
   ProgressChoice progress = ProgressChoice::kAuto;
   // A PST for each source, in the folder that is the destination, by so many processes.
   bool each = false;

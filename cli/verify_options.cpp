@@ -31,8 +31,9 @@ void VerifyArguments::Describe(CLI::App& command) {
       ->option_text("SOURCE... FILE.pst...")
       ->required()
       ->type_name("");
-  _sources.Describe(command);
-  AddDedup(command, _options.dedup, "as convert was told: copies that it left out are not missed");
+  DescribeSources(command, _words);
+  AddChoice(command, "--dedup", _options.dedup, kDedupWords,
+            "as convert was told: copies that it left out are not missed");
   command
       .add_option("--manifest", _manifest,
                   "write a line for each message of the sources (without sources: of the PSTs): "
@@ -50,7 +51,7 @@ std::string VerifyArguments::Understand() {
     _options.paths.push_back(platform::PathFromNative(path));
   }
   _options.manifest = platform::PathFromNative(_manifest);
-  return _sources.Understand({});
+  return parvane::Understand(_words, _options);
 }
 
 }  // namespace parvane::cli

@@ -17,12 +17,13 @@ class VerifyArguments {
   explicit VerifyArguments(VerifyCommandOptions& options) : _options(options) {}
 
   void Describe(CLI::App& command);
-  // As SourceArguments::Understand.
+  // Once they are parsed: what CLI11 could not judge, judged, and turned into what it means; the
+  // complaint about it, empty: none.
   std::string Understand();
 
  private:
   VerifyCommandOptions& _options;
-  SourceArguments _sources{_options};
+  SourceOptions _words;
   std::vector<std::string> _paths;
   std::string _manifest;
 };

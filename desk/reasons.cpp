@@ -189,8 +189,6 @@ std::string_view CodeOf(RunProblem problem) {
       return "broke-off";
     case RunProblem::kCountsDisagree:
       return "counts-disagree";
-    case RunProblem::kOutputNotWritten:
-      return "output-not-written";
   }
   return "other";
 }

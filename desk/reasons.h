@@ -43,7 +43,6 @@ enum class RunProblem {
   kFolderNotMade,
   kBrokeOff,
   kCountsDisagree,
-  kOutputNotWritten,
 };
 
 struct Reason {

@@ -32,7 +32,7 @@ import re
 import sys
 
 ROOMS = ('platform', 'archives', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'carry', 'moves',
-         'factory', 'desk', 'cli')
+         'factory', 'desk', 'parvane', 'cli')
 
 CONDITIONAL = re.compile(
     r'^\s*#\s*(?:el)?if.*\b(_WIN32|_WIN64|__MINGW\d*__|__linux__|__unix__|__APPLE__|_MSC_VER|__GNUC__)\b')

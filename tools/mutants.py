@@ -31,6 +31,7 @@ TESTS = {
     'carry/': ('parvane', '^program_(carry|kept|state)$'),
     'moves/': ('parvane moves_test', '^(moves|program_again)$'),
     'desk/': ('parvane desk_test', '^(desk|program)'),
+    'parvane/': ('parvane', '^program'),
     'cli/': ('parvane program_test', '^program'),
     'convert/': ('convert_test', '^convert$'),
     'engine/': ('engine_test', '^engine$'),
