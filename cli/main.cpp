@@ -1,6 +1,7 @@
 // The program's start-up: chooses who answers MAPI's entry points, then runs the command.
 #include <exception>
 
+#include "app/app.h"
 #include "cli/check_command.h"
 #include "cli/console.h"
 #include "cli/convert_command.h"
@@ -37,6 +38,8 @@ ExitCode Run(int argc, char** argv) {
     return parvane::cli::RunEach(*convert);
   if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command))
     return parvane::cli::RunConvert(*convert);
+  if (const auto* window = std::get_if<parvane::app::Options>(&command))
+    return static_cast<ExitCode>(parvane::app::Run(*window));
   if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))
     return parvane::cli::RunCheck(*check);
   if (const auto* verify = std::get_if<parvane::cli::VerifyCommandOptions>(&command))

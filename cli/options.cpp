@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/app_command.h"
 #include "cli/console.h"
 #include "cli/convert_options.h"
 #include "cli/help.h"
@@ -14,6 +15,7 @@
 #include "cli/results.h"
 #include "cli/verify_options.h"
 #include "desk/suggestion.h"
+#include "platform/browser.h"
 #include "platform/path.h"
 
 namespace parvane::cli {
@@ -29,6 +31,7 @@ constexpr const char* kExamples = R"(Examples:
   parvane list --messages mail.pst
   parvane check mail.pst
   parvane verify Inbox.mbox mail.pst
+  parvane app
 
 parvane COMMAND --help tells more about a command.)";
 
@@ -79,6 +82,21 @@ ExitCode ShowHelp(const std::string& text) {
   Results results(ProgressStyle::kNone);
   results.Write(text);
   return results.Finish() ? ExitCode::kDone : ExitCode::kCouldNotFinish;
+}
+
+// Who asks for nothing is told what can be asked for, but not that all mail was converted.
+ExitCode ShowUsage(const CLI::App& app) {
+  const ExitCode shown = ShowHelp(app.help());
+  return shown == ExitCode::kDone ? ExitCode::kUsage : shown;
+}
+
+// "help convert" as "convert --help".
+std::vector<std::string> WithoutHelpCommand(std::vector<std::string> arguments) {
+  if (arguments.front() == "help") {
+    std::rotate(arguments.begin(), arguments.begin() + 1, arguments.end());
+    arguments.back() = "--help";
+  }
+  return arguments;
 }
 
 bool Contains(const std::vector<std::string>& words, const std::string& word) {
@@ -185,16 +203,17 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
       app.add_subcommand("verify", "Tell whether all mail is in PST files, and as it was");
   verifyArguments.Describe(*verifyCommand);
 
-  // Who asks for nothing is told what can be asked for, but not that all mail was converted.
-  if (given.empty()) {
-    const ExitCode shown = ShowHelp(app.help());
-    return shown == ExitCode::kDone ? ExitCode::kUsage : shown;
+  app::Options window;
+  CLI::App* windowCommand = nullptr;
+  if (app::IsBuiltIn()) {
+    windowCommand = app.add_subcommand("app", "Do it all in a window of your browser");
+    DescribeApp(*windowCommand, window);
   }
-  std::vector<std::string> arguments = given;
-  if (arguments.front() == "help") {
-    std::rotate(arguments.begin(), arguments.begin() + 1, arguments.end());
-    arguments.back() = "--help";
-  }
+  // Who double-clicks the program wants to see something.
+  if (given.empty() && windowCommand && platform::HasOwnConsole())
+    return Command(app::Options{.doubleClicked = true});
+  if (given.empty()) return ShowUsage(app);
+  const std::vector<std::string> arguments = WithoutHelpCommand(given);
   try {
     // CLI11 takes them last first.
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -202,6 +221,7 @@ std::variant<Command, ExitCode> ParseArguments(const std::vector<std::string>& g
     return Explain(app, arguments, error);
   }
 
+  if (windowCommand && windowCommand->parsed()) return Command(window);
   if (listCommand->parsed()) {
     list.file = Path(file.path);
     return Command(std::move(list));

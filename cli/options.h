@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "app/app.h"
 #include "desk/exit_code.h"
 #include "desk/options.h"
 #include "parvane/options.h"
@@ -54,8 +55,8 @@ struct VerifyCommandOptions : desk::VerifyOptions {
   bool json = false;
 };
 
-using Command =
-    std::variant<ConvertCommandOptions, ListOptions, CheckCommandOptions, VerifyCommandOptions>;
+using Command = std::variant<ConvertCommandOptions, ListOptions, CheckCommandOptions,
+                             VerifyCommandOptions, app::Options>;
 
 // What the arguments ask for; or, when there is nothing to run (help, version, wrong usage), the
 // exit code after saying so.

@@ -4,11 +4,11 @@ _parvane() {
   local command=${COMP_WORDS[1]}
   COMPREPLY=()
   if [ "$COMP_CWORD" -eq 1 ]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check verify help --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'app convert scan list check verify help --help --version' -- "$current")
     return
   fi
   if [[ $command == help ]]; then
-    mapfile -t COMPREPLY < <(compgen -W 'convert scan list check verify' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W 'app convert scan list check verify' -- "$current")
     return
   fi
   case $previous in
@@ -45,6 +45,8 @@ _parvane() {
   if [[ $current == -* && $command == convert ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --dry-run --append --skip-existing --resume --dedup --overwrite --mapi --size-limit --split --each --each-of --jobs --log
       --detailed-log --report --progress --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --timings -q --quiet --help' -- "$current")
+  elif [[ $current == -* && $command == app ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--no-browser --help' -- "$current")
   elif [[ $current == -* && $command == scan ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--from --name --keep --labels --skip-deleted --folder --exclude --since --until --skip-junk --separators --json --progress --help' -- "$current")
   elif [[ $current == -* && $command == list ]]; then

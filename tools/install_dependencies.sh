@@ -11,12 +11,12 @@
 # look for and leaves the rest to the build, which names what it cannot find.
 set -eu
 
-build="g++ make cmake ninja-build pkg-config libicu-dev libfmt-dev libcli11-dev libpugixml-dev
+build="g++ make cmake ninja-build pkg-config patch libicu-dev libfmt-dev libcli11-dev libpugixml-dev nlohmann-json3-dev
 libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel"
 clang="clang libclang-rt-dev"
 bench="libgmime-3.0-dev zlib1g-dev"
-windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev patch googletest wine wine64"
+windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64"
 
 wanted=$build
 for group in "$@"; do

@@ -28,6 +28,7 @@ COPY = ROOT / 'build/mutants'
 SHARED = ROOT.parent / 'shared'
 # What is built and run for a file of a room; the longest path counts.
 TESTS = {
+    'app/': ('parvane', '^program_app$'),
     'carry/': ('parvane', '^program_(carry|kept|state)$'),
     'moves/': ('parvane moves_test', '^(moves|program_again)$'),
     'desk/': ('parvane desk_test', '^(desk|program)'),

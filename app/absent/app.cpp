@@ -1,0 +1,10 @@
+// In a program that is built without the window.
+#include "app/app.h"
+
+namespace parvane::app {
+
+bool IsBuiltIn() { return false; }
+
+int Run(const Options&) { return 2; }
+
+}  // namespace parvane::app
