@@ -34,7 +34,7 @@ struct Place {
 class Walker : public PstFolderVisitor {
  public:
   Walker(const PstSession& session, ListingSink& sink)
-      : _session(session), _sink(sink), _keywords(KeywordsIn(session.store())) {}
+      : _session(session), _sink(sink), _keywords(KeywordsTag(session.store())) {}
 
   bool Visit(const Path& path, IMAPIFolder& folder) override {
     ListedFolder listed{path};
@@ -93,14 +93,12 @@ class Walker : public PstFolderVisitor {
   }
 
   void ListMessages(IMAPIFolder& folder, const ListedFolder& listed) {
-    mapi::SizedSPropTagArray<12> columns = {
-        12,
-        {mapi::PR_MESSAGE_SIZE, mapi::PR_MESSAGE_FLAGS, mapi::PR_ENTRYID,
-         mapi::PR_CLIENT_SUBMIT_TIME, mapi::PR_MESSAGE_DELIVERY_TIME,
-         mapi::PR_SENT_REPRESENTING_NAME_W, mapi::PR_SENDER_NAME_W, mapi::PR_SUBJECT_W,
-         mapi::PR_IMPORTANCE, mapi::PR_FLAG_STATUS, mapi::PR_LAST_VERB_EXECUTED, _keywords}};
-    // The last is a named property, which this PST may have no number for.
-    if (_keywords == 0) --columns.get()->cValues;
+    mapi::SizedSPropTagArray<7 + kMarkTags> columns = {
+        7,
+        {mapi::PR_MESSAGE_SIZE, mapi::PR_ENTRYID, mapi::PR_CLIENT_SUBMIT_TIME,
+         mapi::PR_MESSAGE_DELIVERY_TIME, mapi::PR_SENT_REPRESENTING_NAME_W, mapi::PR_SENDER_NAME_W,
+         mapi::PR_SUBJECT_W}};
+    AddMarkTags(columns.get(), _keywords);
     ForEachMessage(folder, columns.get(), listed, true, [&](const SRow& row, std::uint64_t number) {
       _sink.Message(Describe(row, {listed.path, number}));
     });
@@ -117,47 +115,12 @@ class Walker : public PstFolderVisitor {
       message.from = TextOf(Cell(row, mapi::PR_SENDER_NAME_W, place, "the sender"));
     message.subject = TextOf(Cell(row, mapi::PR_SUBJECT_W, place, "the subject"));
     message.size = NumberOf(FindProperty(row, mapi::PR_MESSAGE_SIZE));
-    message.unread = (flags & mapi::MSGFLAG_READ) == 0;
-    message.draft = (flags & mapi::MSGFLAG_UNSENT) != 0;
-    AddMarks(row, message);
+    static_cast<MessageMarks&>(message) = MarksOf(row, _keywords);
     if ((flags & mapi::MSGFLAG_HASATTACH) &&
         !AddAttachments(BytesOf(FindProperty(row, mapi::PR_ENTRYID)), message)) {
       Unreadable(place.folder, fmt::format("the attachments of message {}", place.message));
     }
     return message;
-  }
-
-  void AddMarks(const SRow& row, ListedMessage& message) {
-    constexpr mapi::ULONG kCompleted = 1, kFlagged = 2;                   // [MS-OXOFLAG] 2.2.1.1
-    constexpr mapi::ULONG kReply = 102, kReplyAll = 103, kForward = 104;  // [MS-OXOMSG] 2.2.1.38
-    const mapi::ULONG flag = NumberOf(FindProperty(row, mapi::PR_FLAG_STATUS));
-    if (flag == kCompleted) message.flag = ListedMessage::Flag::kCompleted;
-    if (flag == kFlagged) message.flag = ListedMessage::Flag::kFlagged;
-    const mapi::ULONG verb = NumberOf(FindProperty(row, mapi::PR_LAST_VERB_EXECUTED));
-    message.replied = verb == kReply || verb == kReplyAll;
-    message.forwarded = verb == kForward;
-    if (const SPropValue* importance = FindProperty(row, mapi::PR_IMPORTANCE)) {
-      if (importance->Value.ul == 0) message.importance = ListedMessage::Importance::kLow;
-      if (importance->Value.ul == 2) message.importance = ListedMessage::Importance::kHigh;
-    }
-    const SPropValue* names = _keywords ? FindProperty(row, _keywords) : nullptr;
-    for (mapi::ULONG i = 0; names && i < names->Value.MVszW.cValues; ++i)
-      message.categories.emplace_back(names->Value.MVszW.lppszW[i]);
-  }
-
-  // The tag of the categories in this PST; 0: nothing in it has any.
-  static mapi::ULONG KeywordsIn(mapi::IMsgStore& store) {
-    std::u16string text = u"Keywords";
-    mapi::MAPINAMEID name{};
-    name.lpguid = const_cast<mapi::GUID*>(&mapi::PS_PUBLIC_STRINGS);
-    name.ulKind = mapi::MNID_STRING;
-    name.Kind.lpwstrName = text.data();
-    mapi::MAPINAMEID* names = &name;
-    mapi::MapiBuffer<mapi::SPropTagArray> tags;
-    store.GetIDsFromNames(1, &names, 0, tags.Put());
-    if (!tags || tags->cValues != 1 || mapi::PropType(tags->aulPropTag[0]) == mapi::PT_ERROR)
-      return 0;
-    return mapi::PropTag(mapi::PT_MV_UNICODE, mapi::PropId(tags->aulPropTag[0]));
   }
 
   // False when not all of them could be read.

@@ -5,23 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "desk/message_marks.h"
 #include "desk/pst_session.h"
 #include "platform/time.h"
 
 namespace parvane::desk {
 
-struct ListedMessage {
+struct ListedMessage : MessageMarks {
   platform::FileTime time;  // submitted, else delivered; zero when neither is known
   std::u16string from;
   std::u16string subject;
   std::uint64_t size = 0;
-  bool unread = false;
-  bool draft = false;
-  bool replied = false;
-  bool forwarded = false;
-  enum class Flag { kNone, kFlagged, kCompleted } flag = Flag::kNone;
-  enum class Importance { kLow, kNormal, kHigh } importance = Importance::kNormal;
-  std::vector<std::u16string> categories;
   std::vector<std::u16string> attachments;  // file names (empty text: none) of those
                                             // that are not shown in the text
 };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <span>
 
 #include "mapi/com_pointer.h"
@@ -10,6 +9,7 @@
 #include "mapi/identifiers.h"
 #include "mapi/results.h"
 #include "mapi/tags.h"
+#include "moves/property_reading.h"
 #include "moves/text_digest.h"
 #include "platform/code_pages/code_page.h"
 #include "platform/text.h"
@@ -26,70 +26,10 @@ using mapi::ULONG;
 using platform::Sha256;
 using platform::Sha256Digest;
 
-constexpr ULONG kPiece = 65'536;
 constexpr mapi::LONG kRowsAtATime = 200;
 // As deep as messages are written into each other.
 constexpr int kMaximumDepth = 128;
 constexpr ULONG kSmtpAddress = mapi::PR_SMTP_ADDRESS_W;
-
-// Properties of a message or a row, those that are there.
-class Values {
- public:
-  Values(const SPropValue* values, ULONG count) : _values(values, count) {}
-
-  const SPropValue* Find(ULONG tag) const {
-    const auto found = std::ranges::find(_values, tag, &SPropValue::ulPropTag);
-    return found == _values.end() ? nullptr : &*found;
-  }
-  // It is there and cannot be had, or not this way.
-  bool Failed(ULONG tag) const {
-    const SPropValue* error = Find(mapi::PropTag(mapi::PT_ERROR, mapi::PropId(tag)));
-    return error && error->Value.err != mapi::MAPI_E_NOT_FOUND;
-  }
-  std::u16string_view Text(ULONG tag) const {
-    const SPropValue* value = Find(tag);
-    return value && value->Value.lpszW ? std::u16string_view(value->Value.lpszW)
-                                       : std::u16string_view();
-  }
-  ULONG Number(ULONG tag) const {
-    const SPropValue* value = Find(tag);
-    return value ? value->Value.ul : 0;
-  }
-
- private:
-  std::span<const SPropValue> _values;
-};
-
-// Calls `take` with the bytes of a property. Not there is no failure.
-bool ReadProperty(IMAPIProp& object, ULONG tag, const std::function<void(std::string_view)>& take) {
-  ComPointer<mapi::IStream> stream;
-  const HRESULT opened = object.OpenProperty(tag, &mapi::IID_IStream, 0, 0, stream.PutUnknown());
-  if (mapi::Failed(opened) || !stream) return opened == mapi::MAPI_E_NOT_FOUND;
-  const auto buffer = std::make_unique_for_overwrite<char[]>(kPiece);
-  for (;;) {
-    ULONG read = 0;
-    if (mapi::Failed(stream->Read(buffer.get(), kPiece, &read))) return false;
-    if (read == 0) return true;
-    take(std::string_view(buffer.get(), read));
-  }
-}
-
-// The same of a text, in whole characters.
-bool ReadText(IMAPIProp& object, ULONG tag, const std::function<void(std::u16string_view)>& take) {
-  std::u16string text;
-  std::string half;  // of a character, at the end of a piece
-  return ReadProperty(object, tag, [&](std::string_view bytes) {
-    std::string joined;
-    if (!half.empty()) bytes = joined = half.append(bytes);
-    text.resize(bytes.size() / 2);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      text[i] = static_cast<char16_t>(static_cast<unsigned char>(bytes[2 * i]) |
-                                      static_cast<unsigned char>(bytes[2 * i + 1]) << 8);
-    }
-    half = bytes.substr(2 * text.size());
-    take(text);
-  });
-}
 
 std::string Utf8(std::u16string_view text) { return platform::Utf16ToUtf8(Squeezed(text)); }
 
@@ -171,8 +111,10 @@ class Reader {
   std::u16string TextOf(const Values& values, ULONG tag, std::optional<ContentField> field) {
     if (!values.Failed(tag)) return std::u16string(values.Text(tag));
     std::u16string text;
-    const bool read =
-        ReadText(_message, tag, [&](std::u16string_view piece) { text.append(piece); });
+    const bool read = ReadText(_message, tag, [&](std::u16string_view piece) {
+      text.append(piece);
+      return true;
+    });
     if (!read && field) Lost(*field);
     return text;
   }
@@ -206,11 +148,17 @@ class Reader {
 
   void ReadBodies() {
     TextDigest text;
-    if (!ReadText(_message, mapi::PR_BODY_W, [&](std::u16string_view piece) { text.Take(piece); }))
+    if (!ReadText(_message, mapi::PR_BODY_W, [&](std::u16string_view piece) {
+          text.Take(piece);
+          return true;
+        }))
       Lost(ContentField::kText);
     _content.text = text.Finish();
     std::string html;
-    if (!ReadProperty(_message, mapi::PR_HTML, [&](std::string_view piece) { html.append(piece); }))
+    if (!ReadProperty(_message, mapi::PR_HTML, [&](std::string_view piece) {
+          html.append(piece);
+          return true;
+        }))
       Lost(ContentField::kHtml);
     if (!html.empty())
       _content.html = DigestOfHtml(html, _codePage ? _codePage : platform::kCodePageWindows1252);
@@ -289,8 +237,11 @@ class Reader {
     // One that lies elsewhere is no more than its place.
     if (method != mapi::ATTACH_BY_VALUE && method != mapi::ATTACH_OLE)
       hash.Update(Utf8(values.Text(mapi::PR_ATTACH_LONG_PATHNAME_W)));
-    const bool read = ReadProperty(attachment, mapi::PR_ATTACH_DATA_BIN,
-                                   [&](std::string_view piece) { hash.Update(piece); });
+    const bool read =
+        ReadProperty(attachment, mapi::PR_ATTACH_DATA_BIN, [&](std::string_view piece) {
+          hash.Update(piece);
+          return true;
+        });
     content.digest = hash.Finish();
     return read;
   }

@@ -1,0 +1,108 @@
+#include "desk/message_text.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+#include "desk/safe_html.h"
+#include "desk/viewed_message.h"
+#include "mapi/com_pointer.h"
+#include "mapi/tags.h"
+#include "mime/tnef/rtf_compression.h"
+#include "mime/tnef/rtf_text.h"
+#include "moves/property_reading.h"
+#include "platform/code_pages/code_page.h"
+#include "platform/text.h"
+
+namespace parvane::desk {
+namespace {
+
+using platform::Result;
+using platform::Status;
+
+// What a browser shows without a word; hardly any mail has more.
+constexpr std::size_t kLongestText = 32 << 20;
+
+unsigned CodePageOf(mapi::IMessage& message) {
+  mapi::SizedSPropTagArray<1> tags = {1, {mapi::PR_INTERNET_CPID}};
+  mapi::ULONG count = 0;
+  mapi::MapiBuffer<mapi::SPropValue> value;
+  message.GetProps(tags.get(), 0, &count, value.Put());
+  if (count != 1 || !value || value[0].ulPropTag != mapi::PR_INTERNET_CPID)
+    return platform::kCodePageWindows1252;
+  return value[0].Value.ul;
+}
+
+std::optional<std::string> HtmlOf(mapi::IMessage& message) {
+  std::string html;
+  const bool read = moves::ReadProperty(message, mapi::PR_HTML, [&](std::string_view piece) {
+    html += piece.substr(0, kLongestText - html.size());
+    return html.size() < kLongestText;
+  });
+  if (!read) return std::nullopt;
+  const unsigned codePage = CodePageOf(message);
+  if (codePage == platform::kCodePageUtf8) return html;
+  std::u16string text;
+  platform::DecodeCodePage(codePage, html, text);
+  return platform::Utf16ToUtf8(text);
+}
+
+std::optional<std::string> PlainTextOf(mapi::IMessage& message) {
+  std::u16string text;
+  const bool read = moves::ReadText(message, mapi::PR_BODY_W, [&](std::u16string_view piece) {
+    text += piece.substr(0, kLongestText - text.size());
+    return text.size() < kLongestText;
+  });
+  if (!read) return std::nullopt;
+  return platform::Utf16ToUtf8(text);
+}
+
+std::optional<std::string> TextOfRtf(mapi::IMessage& message) {
+  std::string packed;
+  const bool read =
+      moves::ReadProperty(message, mapi::PR_RTF_COMPRESSED, [&](std::string_view piece) {
+        packed += piece.substr(0, kLongestText - packed.size());
+        return packed.size() < kLongestText;
+      });
+  if (!read) return std::nullopt;
+  std::string text;
+  tnef::RtfText rtf([&](std::u16string_view piece) { text += platform::Utf16ToUtf8(piece); });
+  const bool unpacked = tnef::DecompressRtf(packed, [&](std::string_view piece) {
+    rtf.Take(piece);
+    return text.size() < kLongestText;
+  });
+  rtf.End();
+  return packed.empty() || unpacked || !text.empty() ? std::optional(text) : std::nullopt;
+}
+
+SafeHtml Shown(mapi::IMessage& message, std::string_view html,
+               const std::function<std::string(std::uint32_t)>& urlOfAttachment) {
+  bool complete = true;
+  std::map<std::string, std::uint32_t> pictures;
+  for (const ViewedAttachment& attachment : ViewAttachments(message, complete)) {
+    if (!attachment.reference.empty()) pictures.emplace(attachment.reference, attachment.number);
+  }
+  return MakeSafe(html, [&](const std::string& reference) {
+    const auto found = pictures.find(reference);
+    return found == pictures.end() ? std::string() : urlOfAttachment(found->second);
+  });
+}
+
+}  // namespace
+
+Result<std::string> TextPage(mapi::IMessage& message,
+                             const std::function<std::string(std::uint32_t)>& urlOfAttachment) {
+  const auto html = HtmlOf(message);
+  if (html && !html->empty()) return SafeDocument(Shown(message, *html, urlOfAttachment));
+  auto text = PlainTextOf(message);
+  const bool readAll = html && text;
+  if (!text || text->empty()) {
+    auto rtf = TextOfRtf(message);
+    if (!rtf || (rtf->empty() && !readAll))
+      return Status(platform::StatusCode::kCorrupt, "the text of this message cannot be read");
+    text = std::move(rtf);
+  }
+  return SafeDocument(AsSafeHtml(*text));
+}
+
+}  // namespace parvane::desk
