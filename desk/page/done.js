@@ -59,9 +59,10 @@ function files(report) {
   return section(words.files, el('ul', { class: 'plain' }, rows));
 }
 
-function attention(report) {
+// What a report or a scan has found, to be opened and searched.
+export function attention(report, title = words.attention, none = words.attentionNone) {
   const groups = findingsOf(report);
-  if (groups.length === 0) return section(words.attention, el('p', {}, words.attentionNone));
+  if (groups.length === 0) return section(title, el('p', {}, none));
   const lists = groups.map((group) => findingGroup(group));
   const nothing = el('p', { class: 'quiet', role: 'status' });
   const search = el('input', { type: 'search', 'aria-label': words.search, placeholder: words.search, oninput: () => {
@@ -72,7 +73,7 @@ function attention(report) {
     const ofLevel = lists.filter((list) => list.level === level);
     return ofLevel.length ? el('div', { class: `level ${level}` }, el('h3', {}, words.levels[level]), ofLevel.map((list) => list.element)) : null;
   });
-  return section(words.attention, el('div', { class: 'search' }, search), nothing, byLevel);
+  return section(title, el('div', { class: 'search' }, search), nothing, byLevel);
 }
 
 // A group that opens; its entries are made when they are seen first, for there may be 100,000.

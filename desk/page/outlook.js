@@ -18,9 +18,9 @@ const kPictures = {
     box(10, 30, 84, 62), svg('path', { class: 'edge', d: 'M52 92v14 M34 106h36' }), word(52, 126, labels.computer, 'word middle'),
     box(146, 30, 84, 62), svg('path', { class: 'edge', d: 'M188 92v14 M170 106h36' }), word(188, 126, labels.other, 'word middle'),
     box(34, 44, 36, 34, 'accent'), box(170, 44, 36, 34, 'accent'), word(52, 65, 'PST', 'on middle'), word(188, 65, 'PST', 'on middle'),
-    svg('path', { class: 'way', d: 'M102 61h34 M128 53l8 8-8 8' }), word(120, 22, file, 'word middle')],
+    svg('path', { class: 'way', d: 'M102 61h34 M128 53l8 8-8 8' }), word(120, 20, file, 'word middle')],
   file: (labels) => frame(
-    box(10, 28, 34, 18, 'accent'), word(27, 41, labels.file, 'on middle'), word(54, 41, labels.home), word(88, 41, labels.send), word(158, 41, labels.view),
+    box(10, 28, 34, 18, 'accent'), word(27, 41, labels.file, 'on middle'), word(54, 41, labels.home), word(84, 41, labels.send), word(160, 41, labels.view),
     svg('path', { class: 'edge', d: 'M4 50H236 M70 50V146' }), ...[62, 78, 94, 110].map((y) => line(14, y, 44)),
     ...[62, 82, 102, 122].map((y) => [line(82, y, 90), line(82, y + 8, 130)]).flat(), pointer(32, 40)),
   open: (labels) => frame(

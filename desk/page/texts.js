@@ -65,8 +65,6 @@ export const texts = {
     fileName: 'File name',
     hint: 'Enter opens a folder, the space bar marks. Several may be marked.',
     marked: { one: '{n} marked', other: '{n} marked' },
-    looking: 'Please show where “{names}” is.',
-    sources_: 'Choose',
   },
 
   check: {
