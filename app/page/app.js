@@ -1,5 +1,5 @@
 // The window: five steps, one at a time, chosen by what follows "#" in the address.
-import { get } from './api.js';
+import { get, post } from './api.js';
 import { checkStep } from './check.js';
 import { convertStep } from './convert.js';
 import { el, icon, replace } from './dom.js';
@@ -79,11 +79,13 @@ async function start() {
   }
 }
 
-// A page that is loaded anew finds the work where it is.
+// A page that is loaded anew finds the work where it is. What a scan was for is forgotten with the page.
 function goOnWith(run) {
-  if (run?.kind === 'convert' && run.state !== 'running' && run.result) session.report = run.result;
-  const step = run?.kind !== 'convert' || location.hash === '#inside' ? location.hash.slice(1) || 'found' : run.state === 'running' ? 'convert' : 'done';
-  history.replaceState(null, '', `#${step}`);
+  const running = run?.state === 'running';
+  if (running && run.kind === 'scan') post('stop').catch(() => {});
+  if (!running && run?.kind === 'convert' && run.result) session.report = run.result;
+  const where = running && run.kind === 'convert' ? 'convert' : location.hash.slice(1) || (session.report ? 'done' : 'found');
+  history.replaceState(null, '', `#${where}`);
   show();
 }
 

@@ -18,7 +18,7 @@ export function insideStep(main, window_) {
     const [chosen] = await choose({ title: texts.chooser.pst, kind: 'pst' });
     if (chosen) open(chosen);
   };
-  const panes = el('div', { class: 'panes3 folders', hidden: true });
+  const panes = el('div', { class: 'mailer', 'data-pane': 'folders', hidden: true });
   const none = el('p', { class: 'lead' }, words.none);
   append(main, [
     el('header', { class: 'step row' }, el('div', {}, el('h1', { tabindex: '-1' }, words.title), file),
@@ -83,7 +83,7 @@ class Inside {
 
   // Which pane a narrow window shows.
   turn(to) {
-    this.panes.className = `panes3 ${to}`;
+    this.panes.dataset.pane = to;
   }
 
   async openFolder(node) {

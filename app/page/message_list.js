@@ -22,7 +22,7 @@ export class MessageList {
     this.onError = onError;
     this.layer = el('div', { class: 'layer', role: 'presentation' });
     this.space = el('div', { class: 'space', role: 'presentation' });
-    this.element = el('div', { class: 'messages', role: 'listbox', tabindex: '0', 'aria-label': words.noFolder,
+    this.element = el('div', { class: 'message-list', role: 'listbox', tabindex: '0', 'aria-label': words.noFolder,
       onscroll: () => this.scrolled(), onkeydown: (event) => this.key(event) }, this.space, this.layer);
     new ResizeObserver(() => this.total > 0 && this.draw()).observe(this.element);
     this.clear();
@@ -94,7 +94,7 @@ export class MessageList {
 
   row(at) {
     const data = this.pages.get(Math.floor(at / kPage))?.[at % kPage];
-    const item = el('div', { class: 'message', role: 'option', id: `message-${at}`, 'aria-setsize': this.total, 'aria-posinset': at + 1, 'aria-selected': String(at === this.opened),
+    const item = el('div', { class: 'entry', role: 'option', id: `message-${at}`, 'aria-setsize': this.total, 'aria-posinset': at + 1, 'aria-selected': String(at === this.opened),
       onclick: () => this.open(at) });
     measure(item, 'transform', `translateY(${at * kRow - this.position}px)`);
     if (at === this.active) item.classList.add('active');

@@ -61,7 +61,6 @@ function tabs(panels) {
       button.tabIndex = names[index] === which ? 0 : -1;
     });
     panel.setAttribute('aria-labelledby', `tab-${which}`);
-    panel.className = `panel ${which}`;
     panel.replaceChildren();
     append(panel, [panels[which]()]);
   }
