@@ -3,6 +3,7 @@
 #include <string>
 
 #include "app/page_files.h"
+#include "desk/page_files.h"
 
 namespace parvane::app {
 namespace {
@@ -25,8 +26,11 @@ std::string TypeOf(std::string_view name) {
 
 HttpAnswer PageAnswer(std::string_view name) {
   if (name.empty()) name = "index.html";
-  for (const platform::EmbeddedFile& file : PageFiles()) {
-    if (file.name == name) return {200, TypeOf(name), std::string(file.bytes)};
+  // Its own files, and those that it shares with the report's page.
+  for (const auto files : {PageFiles(), desk::PageFiles()}) {
+    for (const platform::EmbeddedFile& file : files) {
+      if (file.name == name) return {200, TypeOf(name), std::string(file.bytes)};
+    }
   }
   return {404, "text/plain", {}};
 }
