@@ -8,6 +8,7 @@
 #   make test-windows   the tests of the Windows program alone (after make test)
 #   make bench     whole-conversion benchmark (see docs/benchmarks.md)
 #   make bench-scale   a million messages, thousands of folders, gigabytes; takes 16 GB of disk
+#   make docs      the reference of the library, build/docs/html (Doxygen)
 #   make format    let clang-format rewrite the sources
 
 SHELL := /bin/sh
@@ -18,7 +19,7 @@ BUILD := build/$(PRESET)
 CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
 export CMAKE_CXX_COMPILER_LAUNCHER
 
-.PHONY: convert test test-windows windows bench bench-scale format format-check clean
+.PHONY: convert test test-windows windows bench bench-scale docs format format-check clean
 
 convert:
 	@tools/install_dependencies.sh
@@ -60,6 +61,11 @@ bench-scale:
 	@cmake --preset bench
 	@cmake --build build/bench --target parvane
 	@python3 bench/scale_benchmark.py --parvane build/bench/parvane
+
+docs:
+	@tools/install_dependencies.sh docs
+	@doxygen docs/api/Doxyfile
+	@echo build/docs/html/index.html
 
 format:
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i

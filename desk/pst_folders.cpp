@@ -27,7 +27,7 @@ class Walker {
     auto top = _session.TopFolder();
     if (!top.ok()) return top.status();
     QueueChildren(**top, {});
-    bool goesOn = true;
+    bool goesOn = VisitTop(**top);
     while (goesOn && !_pending.empty()) {
       const Pending next = std::move(_pending.back());
       _pending.pop_back();
@@ -41,6 +41,18 @@ class Walker {
     std::string entryId;
     Path path;
   };
+
+  // Mail programs put no mail beside the folders, but whoever writes a PST can.
+  bool VisitTop(IMAPIFolder& top) {
+    mapi::SizedSPropTagArray<2> tags = {2, {mapi::PR_CONTENT_COUNT, mapi::PR_DISPLAY_NAME_W}};
+    mapi::ULONG count = 0;
+    mapi::MapiBuffer<mapi::SPropValue> values;
+    top.GetProps(tags.get(), mapi::MAPI_UNICODE, &count, values.Put());
+    if (count != 2 || values[0].ulPropTag != mapi::PR_CONTENT_COUNT || values[0].Value.l == 0)
+      return true;
+    const bool named = values[1].ulPropTag == mapi::PR_DISPLAY_NAME_W;
+    return _visitor.Visit({named ? TextOf(&values[1]) : u"?"}, top);
+  }
 
   void Unreadable(const Path& folder, std::string_view what) {
     _visitor.Unreadable(UnreadableText(folder, what));

@@ -18,8 +18,8 @@ class PstFolderVisitor {
   virtual void Unreadable(const std::string& what) = 0;
 };
 
-// Walks the whole tree; the top folder itself is not visited. Fails only when there is no way into
-// it.
+// Walks the whole tree. The top folder itself is visited only where there is mail in it, first, by
+// its own name. Fails only when there is no way into it.
 platform::Status WalkFolders(const PstSession& session, PstFolderVisitor& visitor);
 
 // "PATH: WHAT cannot be read: WHY", as the built-in MAPI knows the reason, which is forgotten

@@ -4,7 +4,7 @@
 #
 #   install_dependencies.sh            what building needs
 #   install_dependencies.sh GROUP...   the same, and what these need: "tests", "clang" (for .ci/run and
-#                                      fuzzing), "bench" (the yardsticks of benchmarks), "windows"
+#                                      fuzzing), "docs", "bench" (the yardsticks of benchmarks), "windows"
 #                                      (the Windows program and its tests under Wine)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
@@ -15,14 +15,16 @@ build="g++ make cmake ninja-build pkg-config patch libicu-dev libfmt-dev libcli1
 libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel"
 clang="clang libclang-rt-dev"
+docs="doxygen"
 bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64"
 
 wanted=$build
 for group in "$@"; do
   case $group in
-    tests) wanted="$wanted $tests" ;;
+    tests) wanted="$wanted $tests $docs" ;;
     clang) wanted="$wanted $clang" ;;
+    docs) wanted="$wanted $docs" ;;
     bench) wanted="$wanted $bench" ;;
     windows) wanted="$wanted $windows" ;;
     *) echo "install_dependencies: unknown group $group" >&2; exit 2 ;;
