@@ -30,7 +30,7 @@ async function read(main, window_, signal) {
     session.run = started.run;
     const run = await follow((told) => window_.announce(progress.show(told.figures)), signal);
     if (!run) return;
-    if (run.state !== 'done' || !run.result) throw new Error(run.result?.error ?? words.stopped);
+    if (run.state !== 'done' || !run.result) throw new Error(run.result?.error ?? run.notices?.at(-1) ?? words.stopped);
     session.scan = run.result;
     session.taking = null;
     window_.announce(words.title);

@@ -43,7 +43,7 @@ export function convertStep(main, window_) {
     if (!run) return;
     Object.assign(session, { run, report: run.result });
     if (run.result) window_.go('done');
-    else window_.fail({ message: say(texts.errors.unknown, { reason: run.state }) });
+    else window_.fail({ message: say(texts.errors.unknown, { reason: run.notices?.at(-1) ?? run.state }) });
   }).catch(window_.fail);
   return () => leave.abort();
 }

@@ -33,6 +33,7 @@ export function insideStep(main, window_) {
     none.textContent = say(words.opening, { name: lastName(place.path) });
     try {
       if (pst) await post(`pst/${pst.pst}/close`).catch(() => {});
+      await post('choose', { paths: [place.path], files: [fileOf(place)] });
       pst = await post('open', fileOf(place));
       if (left) {
         post(`pst/${pst.pst}/close`).catch(() => {});
@@ -71,6 +72,7 @@ class Inside {
     this.tree = new Tree(folderTree(this.pst.folders), { label: words.folders, facts: factsOf, onSelect: (node) => this.openFolder(node).catch(fail) });
     const back = (to) => el('button', { type: 'button', class: 'plain back', onclick: () => this.turn(to) }, icon('back'), words.back);
     replace(this.panes,
+      this.pst.unreadable?.length ? el('p', { class: 'notice changed across' }, say(words.unreadable, { what: this.pst.unreadable.join(', ') })) : null,
       el('section', { class: 'pane-folders', 'aria-label': words.folders }, this.tree.element),
       el('section', { class: 'pane-messages', 'aria-label': texts.steps.inside }, el('div', { class: 'head' }, back('folders'), this.title), this.empty, this.list.element),
       el('section', { class: 'pane-message', 'aria-label': words.body }, back('messages'), this.reader));
@@ -102,7 +104,7 @@ class Inside {
     this.turn('message');
     this.reading?.abort();
     this.reading = new AbortController();
-    await showMessage(this.reader, this.pst.pst, row, this.reading.signal);
+    await showMessage(this.reader, this.pst.pst, row.id, this.reading.signal);
     this.window.announce(row.subject || words.noSubject);
   }
 }

@@ -5,7 +5,7 @@
 // ones (dragging the bar) by proportion, and when it rests the bar is put where it belongs.
 import { append, el, icon, measure, name } from './dom.js';
 import { get } from './api.js';
-import { moment, say } from './say.js';
+import { moment } from './say.js';
 import { texts } from './texts.js';
 
 const words = texts.inside;
@@ -98,7 +98,8 @@ export class MessageList {
       onclick: () => this.open(at) });
     measure(item, 'transform', `translateY(${at * kRow - this.position}px)`);
     if (at === this.active) item.classList.add('active');
-    if (data) fill(item, data);
+    if (data?.id) fill(item, data);
+    else if (data) item.append(el('span', { class: 'quiet' }, words.unreadableRow));
     else item.append(el('span', { class: 'quiet' }, words.loading));
     return item;
   }
@@ -144,7 +145,7 @@ export class MessageList {
 
   open(at) {
     const data = this.pages.get(Math.floor(at / kPage))?.[at % kPage];
-    if (!data) return;
+    if (!data?.id) return;
     this.opened = at;
     this.activate(at);
     this.onOpen(data);
@@ -158,16 +159,14 @@ const marksOf = (data) => [
 ].filter(Boolean);
 
 function fill(item, data) {
-  const subject = data.subject || words.noSubject;
-  const from = data.from || words.noSender;
-  const time = data.time ? moment(data.time) : '';
-  const level = { high: words.marks.high, low: words.marks.low }[importanceOf(data)];
-  const marks = [...marksOf(data).map(([, text]) => text), level].filter(Boolean).map((text) => `, ${text}`).join('');
+  const importance = importanceOf(data);
+  const mark = (drawn, text) => [drawn, el('span', { class: 'unseen' }, `${text}, `)];
+  const level = importance in words.importance ? mark(el('b', { class: importance, 'aria-hidden': 'true' }, importance === 'high' ? '!' : '↓'), words.importance[importance]) : null;
   item.classList.toggle('unread', Boolean(data.unread));
-  item.setAttribute('aria-label', say(words.row, { unread: data.unread ? words.unread : '', subject, from, time, marks }));
   append(item, [
-    el('span', { class: 'from' }, name(from), el('span', { class: 'marks' }, level ? el('b', { class: importanceOf(data) }, importanceOf(data) === 'high' ? '!' : '↓') : null, marksOf(data).map(([which]) => icon(which)))),
-    el('span', { class: 'subject' }, name(subject)), el('span', { class: 'time quiet' }, time)]);
+    el('span', { class: 'from' }, data.unread ? el('span', { class: 'unseen' }, words.unread) : null, name(data.from || words.noSender), ' ',
+      el('span', { class: 'marks' }, level, marksOf(data).map(([which, text]) => mark(icon(which), text)))),
+    el('span', { class: 'subject' }, name(data.subject || words.noSubject)), ' ', el('span', { class: 'time quiet' }, data.time ? moment(data.time) : '')]);
 }
 
 // PR_IMPORTANCE, as a number or as a word.

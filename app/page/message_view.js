@@ -6,8 +6,9 @@ import { texts } from './texts.js';
 
 const words = texts.inside;
 
-export async function showMessage(place, pst, row, signal) {
-  const at = (what, more = '') => `api/pst/${pst}/${what}?id=${encodeURIComponent(row.id)}${more}`;
+// above: what leads back, where the message is attached to another.
+export async function showMessage(place, pst, id, signal, above = null) {
+  const at = (what, more = '') => `api/pst/${pst}/${what}?id=${encodeURIComponent(id)}${more}`;
   const message = await get(at('message').slice('api/'.length), signal);
   const panels = {
     message: () => textOf(message, at('document')),
@@ -15,23 +16,30 @@ export async function showMessage(place, pst, row, signal) {
     properties: () => properties(message.properties ?? []),
   };
   const files = (message.attachments ?? []).filter((file) => !file.inline);
-  replace(place, el('article', { class: 'mail' },
+  const again = () => showMessage(place, pst, id, signal, above);
+  const link = (file) => (file.message
+    ? attachedMessage(file, () => showMessage(place, pst, `${id}-${file.n}`, signal, el('button', { type: 'button', class: 'plain', onclick: again }, icon('back'), name(message.subject || words.noSubject))))
+    : attachedFile(file, at('attachment', `&n=${encodeURIComponent(file.n)}`)));
+  replace(place, el('article', { class: 'mail' }, above,
     el('header', {}, el('h2', { tabindex: '-1' }, name(message.subject || words.noSubject)), people(message),
-      files.length ? el('ul', { class: 'plain attachments', 'aria-label': say(words.attachments, { n: files.length }) }, files.map((file) => attachment(file, at('attachment', `&n=${encodeURIComponent(file.n)}`)))) : null),
+      files.length ? el('ul', { class: 'plain attachments', 'aria-label': say(words.attachments, { n: files.length }) }, files.map((file) => el('li', {}, link(file)))) : null,
+      message.unreadable?.length ? el('p', { class: 'notice changed' }, say(words.unreadable, { what: message.unreadable.join(', ') })) : null),
     tabs(panels)));
 }
 
 function people(message) {
-  const lines = ['from', 'to', 'cc', 'bcc'].filter((field) => message[field]).map((field) => [words[field], [].concat(message[field]).join('; ')]);
+  const lines = ['from', 'to', 'cc', 'bcc'].filter((field) => message[field]?.length || message[field]?.name || message[field]?.address).map((field) => [words[field], [].concat(message[field]).map(person).join('; ')]);
   if (message.categories?.length) lines.push([words.categories, message.categories.join(', ')]);
   return [message.time ? el('p', { class: 'quiet' }, el('time', { datetime: message.time }, moment(message.time, { dateStyle: 'full', timeStyle: 'short' }))) : null,
     el('dl', { class: 'people' }, lines.map(([label, value]) => [el('dt', {}, label), el('dd', {}, name(value))]))];
 }
 
-function attachment(file, address) {
-  const title = file.name || words.unnamed;
-  return el('li', {}, el('a', { class: 'button', href: address, download: file.name || '', 'aria-label': say(words.save, { name: title }) }, icon(file.message ? 'mail' : 'clip'), name(title), el('span', { class: 'quiet' }, size(file.bytes ?? 0))));
-}
+const person = (one) => (typeof one === 'string' ? one : one.address && one.address !== one.name ? `${one.name} <${one.address}>` : one.name ?? '');
+
+const attachedFile = (file, address) => el('a', { class: 'button', href: address, download: file.name || '', 'aria-label': say(words.save, { name: file.name || words.unnamed }) },
+  icon('clip'), name(file.name || words.unnamed), el('span', { class: 'quiet' }, size(file.bytes ?? 0)));
+
+const attachedMessage = (file, open) => el('button', { type: 'button', onclick: open }, icon('mail'), name(file.name || words.unnamed));
 
 // The frame has no origin and no rights; what the server puts into it has a policy of its own.
 function textOf(message, address) {

@@ -7,22 +7,23 @@ export class Tree {
   constructor(nodes, options) {
     this.options = options;
     this.items = new Map();
-    this.element = el('ul', { class: 'tree', role: 'tree', 'aria-label': options.label, 'aria-multiselectable': options.ticked ? 'true' : null,
-      onkeydown: (event) => this.key(event) }, nodes.map((node) => this.item(node, null, 0)));
     this.nodes = nodes;
+    this.element = el('ul', { class: 'tree', role: 'tree', 'aria-label': options.label, 'aria-multiselectable': options.ticked ? 'true' : null,
+      onkeydown: (event) => this.key(event) }, this.below(nodes, null, 1));
     this.focusable(nodes[0]);
     this.draw();
   }
 
-  item(node, above, depth) {
-    const row = measure(el('div', { class: 'row', onclick: (event) => this.click(event, node) },
-      el('span', { class: 'opener', 'aria-hidden': 'true' }), this.options.ticked ? el('span', { class: 'box', 'aria-hidden': 'true' }) : null,
-      icon('folder'), name(node.name, { class: 'name' }), el('span', { class: 'quiet' }, this.options.facts(node))), '--depth', String(depth));
-    const group = node.children.length ? el('ul', { role: 'group' }, node.children.map((child) => this.item(child, node, depth + 1))) : null;
-    const label = `${node.name}, ${this.options.facts(node)}`;
-    const item = el('li', { role: 'treeitem', tabindex: '-1', 'aria-label': label, 'aria-expanded': group ? 'true' : null }, row, group);
-    this.items.set(node, { item, above });
-    return item;
+  // The items of nodes and all below them, one after the other: how deep each lies, its level says.
+  below(nodes, above, level) {
+    return nodes.map((node, index) => {
+      const item = measure(el('li', { role: 'treeitem', class: 'row', tabindex: '-1', 'aria-level': level, 'aria-posinset': index + 1, 'aria-setsize': nodes.length,
+        'aria-expanded': node.children.length ? 'true' : null, onclick: (event) => this.click(event, node) },
+        el('span', { class: 'opener', 'aria-hidden': 'true' }), this.options.ticked ? el('span', { class: 'box', 'aria-hidden': 'true' }) : null,
+        icon('folder'), name(node.name, { class: 'name' }), ' ', el('span', { class: 'quiet' }, this.options.facts(node))), '--depth', String(level - 1));
+      this.items.set(node, { item, above });
+      return [item, this.below(node.children, node, level + 1)];
+    });
   }
 
   // The chosen among a node and those below it: "true", "false" or "mixed".
@@ -76,7 +77,10 @@ export class Tree {
   }
 
   expand(node, wanted) {
-    if (node.children.length > 0) this.items.get(node).item.setAttribute('aria-expanded', String(wanted));
+    if (node.children.length === 0) return;
+    this.items.get(node).item.setAttribute('aria-expanded', String(wanted));
+    const shown = new Set(this.visible());
+    for (const [one, { item }] of this.items) item.hidden = !shown.has(one);
   }
 
   // One item of the tree is in the order of the tab key.
@@ -90,8 +94,7 @@ export class Tree {
   focus(node) {
     if (!node) return;
     this.focusable(node);
-    this.items.get(node).item.focus({ preventScroll: true });
-    this.items.get(node).item.firstElementChild.scrollIntoView({ block: 'nearest' });
+    this.items.get(node).item.focus();
   }
 
   visible(nodes = this.nodes) {
