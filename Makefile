@@ -30,6 +30,7 @@ convert:
 
 test:
 	@tools/install_dependencies.sh tests
+	@tools/install_dependencies.sh browser || true
 	@cmake --preset $(PRESET)
 	@cmake --build $(BUILD)
 	@ctest --test-dir $(BUILD) --output-on-failure

@@ -4,8 +4,9 @@
 #
 #   install_dependencies.sh            what building needs
 #   install_dependencies.sh GROUP...   the same, and what these need: "tests", "clang" (for .ci/run and
-#                                      fuzzing), "docs", "bench" (the yardsticks of benchmarks), "windows"
-#                                      (the Windows program and its tests under Wine)
+#                                      fuzzing), "docs", "bench" (the yardsticks of benchmarks), "browser"
+#                                      (the window's tests), "windows" (the Windows program and its tests
+#                                      under Wine)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -19,6 +20,12 @@ docs="doxygen"
 bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64"
 
+# These are often there from elsewhere than Debian.
+browser=
+for program in node:nodejs npm:npm chromium:chromium; do
+  command -v "${program%:*}" >/dev/null 2>&1 || browser="$browser ${program#*:}"
+done
+
 wanted=$build
 for group in "$@"; do
   case $group in
@@ -26,6 +33,7 @@ for group in "$@"; do
     clang) wanted="$wanted $clang" ;;
     docs) wanted="$wanted $docs" ;;
     bench) wanted="$wanted $bench" ;;
+    browser) wanted="$wanted $browser" ;;
     windows) wanted="$wanted $windows" ;;
     *) echo "install_dependencies: unknown group $group" >&2; exit 2 ;;
   esac
