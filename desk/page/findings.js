@@ -51,7 +51,7 @@ function ofMessage(entry) {
   return { place: position(entry), text: joined(reason, entry.place, entry.text, entry.details), more: joined(where, entry.messageId) };
 }
 
-const ofPath = (entry) => ({ place: entry.path, text: joined(entry.reason, entry.detail), more: entry.advice });
+const ofPath = (entry) => ({ place: entry.path, text: joined(entry.reason, entry.detail), more: texts.findings.toDo[entry.leftBehind ? entry.code : ''] ?? entry.advice });
 const ofFolder = (entry) => ({ place: folderName(entry.path), text: joined(entry.place, entry.text), more: entry.source });
 const ofPart = (entry) => ({ place: position(entry), text: joined(entry.name, entry.contentType), more: entry.source });
 const ofDuplicate = (entry) => ({ place: position(entry), text: `${texts.findings.copyIn} ${folderName(entry.copyIn ?? [])}`, more: joined(entry.source, entry.messageId) });

@@ -53,7 +53,7 @@ export function makeHome(folder, examples, elsewhere) {
   fs.copyFileSync(path.join(examples, 'Projects', '日本語.mbox'), path.join(local, 'Projects.sbd', '日本語'));
   const many = fs.openSync(path.join(local, 'Many'), 'w');
   for (let n = 0; n < kMany; n += 10000) {
-    fs.writeSync(many, Array.from({ length: 10000 }, (_, at) => message(n + at, [`From: Robot <r@example.org>`, date(2022, at), `Subject: Line ${n + at}`], 'ok')).join(''));
+    fs.writeSync(many, Array.from({ length: 10000 }, (_, at) => message(n + at, ['From: Robot <r@example.org>', date(2006 + Math.floor(16 * Math.sqrt(at / 10000)), at), `Subject: Line ${n + at}`], 'ok')).join(''));
   }
   fs.closeSync(many);
   // Named unlike a mailbox, but one.
