@@ -19,8 +19,8 @@ const trouble = el('div', { class: 'trouble', role: 'alert' });
 const main = el('main', { id: 'main', tabindex: '-1' });
 const steps = el('ol', { class: 'steps' });
 
-// What steps use of the window.
-const window_ = {
+// What steps use of the page around them.
+const shell = {
   session,
   // Said to who cannot see it.
   announce(text) {
@@ -53,7 +53,7 @@ function show() {
   main.className = step;
   main.replaceChildren();
   // A step may hand back what ends it: its polling, its listeners.
-  leave = kSteps[step](main, window_) ?? (() => {});
+  leave = kSteps[step](main, shell) ?? (() => {});
   main.querySelector('h1')?.focus();
   window.scrollTo(0, 0);
 }
@@ -75,7 +75,7 @@ async function start() {
     goOnWith(state.run);
   } catch (error) {
     show();
-    window_.fail(error);
+    shell.fail(error);
   }
 }
 
@@ -91,7 +91,7 @@ function goOnWith(run) {
 
 window.addEventListener('hashchange', show);
 // The server ends when nobody needs it: it is told that the page is still here, and that it goes.
-setInterval(() => get('state').catch(window_.fail), kBeat);
+setInterval(() => get('state').catch(shell.fail), kBeat);
 window.addEventListener('pagehide', () => navigator.sendBeacon('api/goodbye', ''));
-window.addEventListener('pageshow', (event) => { if (event.persisted) get('state').catch(window_.fail); });
+window.addEventListener('pageshow', (event) => { if (event.persisted) get('state').catch(shell.fail); });
 start();

@@ -13,44 +13,44 @@ import { Tree } from './tree.js';
 
 const words = texts.check;
 
-export function checkStep(main, window_) {
+export function checkStep(main, shell) {
   const leave = new AbortController();
-  if (window_.session.scan) new Check(main, window_).show();
-  else read(main, window_, leave.signal);
+  if (shell.session.scan) new Check(main, shell).show();
+  else read(main, shell, leave.signal);
   return () => leave.abort();
 }
 
-async function read(main, window_, signal) {
-  const { session } = window_;
+async function read(main, shell, signal) {
+  const { session } = shell;
   const progress = new Progress(words.reading);
   replace(main, el('header', { class: 'step' }, el('h1', { tabindex: '-1' }, words.reading), el('p', { class: 'lead' }, words.readingLead)), progress.element,
-    el('footer', { class: 'bar-below' }, el('button', { type: 'button', onclick: () => stop().catch(window_.fail) }, words.stop)));
+    el('footer', { class: 'bar-below' }, el('button', { type: 'button', onclick: () => stop().catch(shell.fail) }, words.stop)));
   try {
     const started = await post('scan', { sources: session.sources.map(fileOf), options: conversionOptions({}) });
     session.run = started.run;
-    const run = await follow((told) => window_.announce(progress.show(told.figures)), signal);
+    const run = await follow((told) => shell.announce(progress.show(told.figures)), signal);
     if (!run) return;
     if (run.state !== 'done' || !run.result) throw new Error(run.result?.error ?? run.notices?.at(-1) ?? words.stopped);
     session.scan = run.result;
     session.taking = null;
-    window_.announce(words.title);
+    shell.announce(words.title);
     main.replaceChildren();
-    new Check(main, window_).show();
+    new Check(main, shell).show();
     main.querySelector('h1').focus();
   } catch (error) {
     if (error.name === 'AbortError') return;
-    const again = () => { window_.go('check'); };
+    const again = () => { shell.go('check'); };
     replace(main, el('header', { class: 'step' }, el('h1', { tabindex: '-1' }, words.title)),
       el('div', { class: 'actions' }, el('a', { class: 'button', href: '#found' }, texts.inside.back), el('button', { type: 'button', class: 'main', onclick: again }, words.again)));
-    window_.fail(error);
+    shell.fail(error);
   }
 }
 
 class Check {
-  constructor(main, window_) {
+  constructor(main, shell) {
     this.main = main;
-    this.window = window_;
-    this.session = window_.session;
+    this.window = shell;
+    this.session = shell.session;
     this.scan = this.session.scan;
     this.nodes = treeOf(this.scan.folders);
     this.mail = [...walk(this.nodes)].map(({ node }) => node).filter((node) => node.folder);

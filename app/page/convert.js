@@ -8,9 +8,9 @@ import { texts } from './texts.js';
 const words = texts.convert;
 const kListed = 500;
 
-export function convertStep(main, window_) {
+export function convertStep(main, shell) {
   const leave = new AbortController();
-  const { session } = window_;
+  const { session } = shell;
   const progress = new Progress(words.all);
   const folders = new FolderProgress(session.scan?.folders ?? []);
   const list = new AttentionList();
@@ -19,7 +19,7 @@ export function convertStep(main, window_) {
     if (!answer) return;
     halt.disabled = true;
     halt.textContent = words.stopping;
-    stop().catch(window_.fail);
+    stop().catch(shell.fail);
   } }, words.stop);
   const notices = el('ul', { class: 'plain notice', hidden: true });
   append(main, [
@@ -32,7 +32,7 @@ export function convertStep(main, window_) {
   const show = (run) => {
     const said = progress.show(run.figures);
     const reached = Math.floor((10 * (run.figures?.done ?? 0)) / (run.figures?.total || 1));
-    if (reached !== tenth) window_.announce(said);
+    if (reached !== tenth) shell.announce(said);
     tenth = reached;
     folders.show(run.folders ?? []);
     list.show(run.attention);
@@ -42,9 +42,9 @@ export function convertStep(main, window_) {
   follow(show, leave.signal).then((run) => {
     if (!run) return;
     Object.assign(session, { run, report: run.result });
-    if (run.result) window_.go('done');
-    else window_.fail({ message: say(texts.errors.unknown, { reason: run.notices?.at(-1) ?? run.state }) });
-  }).catch(window_.fail);
+    if (run.result) shell.go('done');
+    else shell.fail({ message: say(texts.errors.unknown, { reason: run.notices?.at(-1) ?? run.state }) });
+  }).catch(shell.fail);
   return () => leave.abort();
 }
 

@@ -5,13 +5,13 @@ import { texts } from './texts.js';
 
 const words = texts.done;
 
-export function doneStep(main, window_) {
-  const { session } = window_;
+export function doneStep(main, shell) {
+  const { session } = shell;
   const { report } = session;
   const pst = report.exitCode <= 1 ? report.parts?.[0]?.path ?? report.destination : report.partialFile;
   const look = () => {
     session.open = { path: pst };
-    window_.go('inside');
+    shell.go('inside');
   };
   doneView(report, main, [
     pst ? el('button', { type: 'button', class: 'main', onclick: look }, icon('mail'), words.look) : null,

@@ -10,8 +10,11 @@ const words = texts.found;
 const kPause = 1000;
 const kIcons = { thunderbird: 'person', apple: 'person', profile: 'person', takeout: 'archive', archive: 'archive', mbox: 'file', pst: 'file' };
 
-export function foundStep(main, window_) {
-  const { session } = window_;
+// Names that no text can say differ by their ids.
+const same = (one, other) => (one.id ?? one.path) === (other.id ?? other.path);
+
+export function foundStep(main, shell) {
+  const { session } = shell;
   const status = el('p', { class: 'quiet', role: 'status' }, words.looking);
   const found = el('ul', { class: 'places', 'aria-label': words.heading });
   const chosen = el('ul', { class: 'places', 'aria-label': words.chosen });
@@ -22,9 +25,9 @@ export function foundStep(main, window_) {
   let places = [];
   let stopped = false;
 
-  const isTaken = (place) => session.sources.some((source) => source.path === place.path);
+  const isTaken = (place) => session.sources.some((source) => same(source, place));
   const take = (place, wanted) => {
-    session.sources = session.sources.filter((source) => source.path !== place.path);
+    session.sources = session.sources.filter((source) => !same(source, place));
     if (wanted) session.sources.push(place);
     session.scan = null;
     count();
@@ -34,7 +37,7 @@ export function foundStep(main, window_) {
     const n = session.sources.length;
     selection.textContent = n > 0 ? say(words.selected, { n }) : '';
     next.setAttribute('aria-disabled', String(n === 0));
-    const others = session.sources.filter((source) => !places.some((place) => place.path === source.path));
+    const others = session.sources.filter((source) => !places.some((place) => same(place, source)));
     own.hidden = others.length === 0;
     replace(chosen, others.map((source) => ownCard(source, () => { take(source, false); path.focus(); })));
   }
@@ -55,13 +58,13 @@ export function foundStep(main, window_) {
       if (answer.looking) setTimeout(() => { if (!stopped) look(); }, kPause);
     } catch (error) {
       status.textContent = '';
-      window_.fail(error);
+      shell.fail(error);
     }
   }
 
   function lookInside(place) {
     session.open = place;
-    window_.go('inside');
+    shell.go('inside');
   }
 
   // Adds what the server can take; a PST is for looking into.
@@ -77,18 +80,18 @@ export function foundStep(main, window_) {
       sources.forEach((source) => take(source, true));
       path.value = '';
     } catch (error) {
-      window_.fail(error);
+      shell.fail(error);
     }
   }
 
   function goOn() {
-    if (session.sources.length > 0) window_.go('check');
-    else window_.fail({ message: words.nothing });
+    if (session.sources.length > 0) shell.go('check');
+    else shell.fail({ message: words.nothing });
   }
 
   const stopDrops = dropped(main, { paths: (paths) => add(paths.map((one) => ({ path: one }))), names: async (names) => {
     add(await choose({ title: texts.chooser.sources, several: true, hint: say(words.dropNames, { names: names.join(', ') }) }));
-  }, nothing: () => window_.fail({ message: words.dropNothing }) });
+  }, nothing: () => shell.fail({ message: words.dropNothing }) });
 
   append(main, [
     el('header', { class: 'step' }, el('h1', { tabindex: '-1' }, words.title), el('p', { class: 'lead' }, words.lead)),

@@ -11,8 +11,8 @@ import { Tree } from './tree.js';
 
 const words = texts.inside;
 
-export function insideStep(main, window_) {
-  const { session } = window_;
+export function insideStep(main, shell) {
+  const { session } = shell;
   const file = el('p', { class: 'path' });
   const pick = async () => {
     const [chosen] = await choose({ title: texts.chooser.pst, kind: 'pst' });
@@ -42,10 +42,10 @@ export function insideStep(main, window_) {
       replace(file, name(place.path));
       none.hidden = true;
       panes.hidden = false;
-      new Inside(panes, pst, window_).show();
+      new Inside(panes, pst, shell).show();
     } catch (error) {
       none.textContent = words.none;
-      window_.fail(error);
+      shell.fail(error);
     }
   }
 
@@ -57,10 +57,10 @@ export function insideStep(main, window_) {
 }
 
 class Inside {
-  constructor(panes, pst, window_) {
+  constructor(panes, pst, shell) {
     this.panes = panes;
     this.pst = pst;
-    this.window = window_;
+    this.window = shell;
   }
 
   show() {

@@ -31,7 +31,7 @@ before(async () => {
   browser = await chromium.launch({ executablePath: process.env.PARVANE_CHROMIUM, args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync'] });
   context = await browser.newContext({ viewport: { width: 1280, height: 900 }, locale: 'en-US', timezoneId: 'UTC', acceptDownloads: true });
-  context.setDefaultTimeout(20000);
+  context.setDefaultTimeout(60000);
   context.on('request', (request) => { if (!request.url().startsWith(address) && !/^(data|blob|about):/.test(request.url())) strays.push(request.url()); });
   page = await context.newPage();
   page.on('pageerror', (error) => strays.push(`error: ${error.message}`));
