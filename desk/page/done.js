@@ -130,7 +130,7 @@ function arrived(report, scan) {
   const years = yearsOf(report.years);
   const columns = words.columns;
   const head = [columns.folder, columns.source, columns.read, scan ? null : columns.written, columns.failed, years.length ? columns.years : null];
-  const rows = [...walk(treeOf(report.folders ?? []))].map(({ node, depth }) => folderRow(node, depth, years, scan));
+  const rows = [...walk(treeOf(report.folders ?? []))].map(({ node, depth }) => folderRow(node, depth, years, scan, report.sources ?? []));
   const totals = report.totals;
   const foot = el('tr', {}, el('th', { scope: 'row' }, words.total), el('td', {}), count(totals.read), scan ? null : count(totals.written), count(totals.failed),
     years.length ? el('td', {}, sparkline(report.years, years)) : null);
@@ -140,11 +140,17 @@ function arrived(report, scan) {
 
 const count = (value, kind = '') => el('td', { class: `count ${kind}` }, value === undefined || value === null ? '' : number(value));
 
-function folderRow(node, depth, years, scan) {
+// A file within what was chosen, from there on: the rest is the same in every row.
+function withinSource(file, sources) {
+  const source = sources.find((one) => file.startsWith(one) && file.length > one.length);
+  return source === undefined ? file : lastName(source) + (/[/\\]$/.test(source) ? file[source.length - 1] : '') + file.slice(source.length);
+}
+
+function folderRow(node, depth, years, scan, sources) {
   const folder = node.folder ?? {};
   const label = measure(el('th', { scope: 'row' }, icon('folder'), name(node.name)), '--depth', String(depth));
   const complete = folder.written === folder.read ? 'good' : '';
-  return el('tr', {}, label, el('td', { class: 'path' }, folder.source ? name(folder.source) : null), count(folder.read), scan ? null : count(folder.written, complete),
+  return el('tr', {}, label, el('td', { class: 'path', title: folder.source }, folder.source ? name(withinSource(folder.source, sources)) : null), count(folder.read), scan ? null : count(folder.written, complete),
     count(folder.failed, folder.failed > 0 ? 'lost' : ''), years.length ? el('td', {}, sparkline(folder.years, years)) : null);
 }
 
