@@ -3,7 +3,7 @@
 # that is one file: -DHttpLib_INCLUDE_DIR=folder.
 include(FindPackageHandleStandardArgs)
 if(NOT HttpLib_INCLUDE_DIR)
-  set(script ${CMAKE_SOURCE_DIR}/tools/debian_source.sh)
+  set(script ${parvane_SOURCE_DIR}/tools/debian_source.sh)
   execute_process(COMMAND ${script} cpp-httplib OUTPUT_VARIABLE HttpLib_INCLUDE_DIR
                   OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE failed)
   if(failed OR NOT EXISTS ${HttpLib_INCLUDE_DIR}/httplib.h)

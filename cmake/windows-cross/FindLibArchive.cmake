@@ -1,6 +1,6 @@
 # libarchive from Debian's source package, as far as zip, tar and gzip take; zlib from its own package.
 include(FindPackageHandleStandardArgs)
-set(script ${CMAKE_SOURCE_DIR}/tools/debian_source.sh)
+set(script ${parvane_SOURCE_DIR}/tools/debian_source.sh)
 execute_process(COMMAND ${script} libarchive OUTPUT_VARIABLE LibArchive_SOURCE_DIR
                 OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE failed)
 if(failed OR NOT EXISTS ${LibArchive_SOURCE_DIR}/libarchive/archive_read.c)
@@ -13,7 +13,7 @@ find_package_handle_standard_args(LibArchive
   REQUIRED_VARS LibArchive_SOURCE_DIR ZLIB_INCLUDE_DIR ZLIB_LIBRARY)
 if(LibArchive_FOUND AND NOT TARGET LibArchive::LibArchive)
   enable_language(C)
-  set(config ${CMAKE_BINARY_DIR}/libarchive)
+  set(config ${parvane_BINARY_DIR}/libarchive)
   file(CONFIGURE OUTPUT ${config}/config.h CONTENT [[
 #include "contrib/android/config/windows_host.h"
 #define __LIBARCHIVE_CONFIG_H_INCLUDED 1

@@ -1,6 +1,6 @@
 # pugixml, one source file, from Debian's source package.
 include(FindPackageHandleStandardArgs)
-set(script ${CMAKE_SOURCE_DIR}/tools/debian_source.sh)
+set(script ${parvane_SOURCE_DIR}/tools/debian_source.sh)
 execute_process(COMMAND ${script} pugixml OUTPUT_VARIABLE pugixml_SOURCE_DIR
                 OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE failed)
 if(failed OR NOT EXISTS ${pugixml_SOURCE_DIR}/src/pugixml.cpp)

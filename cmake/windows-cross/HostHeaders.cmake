@@ -5,7 +5,7 @@
 # library there.
 function(parvane_host_headers OUT)
   set(${OUT} "" PARENT_SCOPE)
-  set(folder ${CMAKE_BINARY_DIR}/host-headers)
+  set(folder ${parvane_BINARY_DIR}/host-headers)
   foreach(name ${ARGN})
     unset(where)
     find_path(where ${name} PATHS /usr/local/include /usr/include NO_CACHE

@@ -20,7 +20,7 @@ import sys
 
 ROOMS = ('platform', 'mapi', 'pstfile', 'mime', 'convert', 'engine', 'sources', 'pst', 'carry', 'moves', 'factory',
          'desk', 'parvane', 'app', 'cli')
-# What the library's users see (cmake/Package.cmake), but for what these headers merely include.
+# What the library's users see (cmake/Library.cmake), but for what these headers merely include.
 PUBLIC = re.compile(r'^(engine/\w+|factory/\w+|mapi/(?!\w*_recorder)\w+|mime/facade/ts_\w+'
                     r'|pstfile/check/integrity_checker|pst/disk_utilities|parvane/(convert|options|c_api))\.h$')
 COMMENT_OR_TEXT = re.compile(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'', re.S)
