@@ -37,6 +37,10 @@ void AddChoice(CLI::App& command, const char* option, Taken& choice,
       ->type_name(type);
 }
 
+// What an option takes several of, with commas between them; completions offer them.
+void SetListWords(CLI::Option& option, const std::string& words);
+std::vector<std::string> ListWordsOf(CLI::Option& option);
+
 // The option is there on every system, so that it can say where it works.
 template <typename Taken>
 void DescribeMapi(CLI::App& command, Taken& mapi, const std::string& does) {

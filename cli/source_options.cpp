@@ -10,14 +10,17 @@ void DescribeSources(CLI::App& command, SourceOptions& words) {
             "what the sources are; auto looks at each");
   command.add_option("--name", words.name, "name of the top folder for the mail in the PST")
       ->type_name("NAME");
-  command
-      .add_option("--keep", words.keep,
-                  "what comes along beside the messages themselves: state (read, answered, flags, "
-                  "tags, importance), winmail (what is in a winmail.dat), addresses (names and "
-                  "addresses that repair would lose), headers (as they came), dates (of messages "
-                  "without one), inline (pictures in the text, not beside it), parts (what no "
-                  "property takes, as attachments); all by default")
-      ->type_name("all|none|LIST");
+  CLI::Option* keep =
+      command
+          .add_option(
+              "--keep", words.keep,
+              "what comes along beside the messages themselves: state (read, answered, flags, "
+              "tags, importance), winmail (what is in a winmail.dat), addresses (names and "
+              "addresses that repair would lose), headers (as they came), dates (of messages "
+              "without one), inline (pictures in the text, not beside it), parts (what no "
+              "property takes, as attachments); all by default")
+          ->type_name("all|none|LIST");
+  SetListWords(*keep, NamesOfKeepGroups());
   command.add_flag("--skip-deleted", words.skipDeleted,
                    "leave out messages that their mail program has marked as deleted");
   command

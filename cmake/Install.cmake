@@ -5,7 +5,11 @@ include(SourceDate)
 
 foreach(header ${PARVANE_PUBLIC_HEADERS})
   cmake_path(GET header PARENT_PATH folder)
-  install(FILES ${parvane_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane/${folder})
+  # <parvane/convert.h> and, of the rooms below, "engine/stores.h".
+  if(NOT folder STREQUAL "parvane")
+    set(folder parvane/${folder})
+  endif()
+  install(FILES ${parvane_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
 endforeach()
 install(FILES ${parvane_BINARY_DIR}/generated/parvane/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/parvane)

@@ -1,15 +1,15 @@
 # The library for other programs: all rooms that it takes in one archive, with BUILD_SHARED_LIBS in a shared
 # library as well. Parvane::parvane is the one that was asked for, here and from the installed package.
 set(PARVANE_LIBRARY_ROOMS platform archives mapi pstfile mapi_builtin mime mime_facade tnef engine properties convert
-    sources stores pst factory)
+    sources stores pst factory carry moves desk parvane)
 
-# What its users include: the asset model, the store factory, the MAPI declarations with entry points and
+# What its users include: the conversion as one call, the asset model, the store factory, the MAPI declarations with entry points and
 # diagnostics, the integrity checker, the mail facade, and what these include.
 file(GLOB_RECURSE PARVANE_PUBLIC_HEADERS RELATIVE ${parvane_SOURCE_DIR} CONFIGURE_DEPENDS
   ${parvane_SOURCE_DIR}/engine/*.h ${parvane_SOURCE_DIR}/factory/*.h ${parvane_SOURCE_DIR}/mapi/*.h
   ${parvane_SOURCE_DIR}/mime/facade/ts_*.h)
 list(FILTER PARVANE_PUBLIC_HEADERS EXCLUDE REGEX "^mapi/(builtin|provider)/|_recorder\\.h$")
-list(APPEND PARVANE_PUBLIC_HEADERS pstfile/check/integrity_checker.h pst/disk_utilities.h
+list(APPEND PARVANE_PUBLIC_HEADERS parvane/convert.h parvane/options.h pstfile/check/integrity_checker.h pst/disk_utilities.h
      platform/abi.h platform/file.h platform/path.h platform/status.h platform/text.h platform/time.h)
 
 configure_file(${parvane_SOURCE_DIR}/packaging/version.h.in ${parvane_BINARY_DIR}/generated/parvane/version.h @ONLY)
@@ -28,7 +28,7 @@ function(parvane_add_library TARGET KIND)
     endif()
   endforeach()
   # The headers of the rooms with public ones, and of nobody else.
-  foreach(room engine factory mapi mime_facade pstfile platform pst)
+  foreach(room parvane engine factory mapi mime_facade pstfile platform pst)
     target_include_directories(${TARGET} PUBLIC $<BUILD_INTERFACE:${parvane_BINARY_DIR}/view/${room}>)
   endforeach()
   if(WIN32)

@@ -38,13 +38,6 @@ constexpr KeepGroup kKeepGroups[] = {
     {"dates", &KeepChoice::dates},         {"inline", &KeepChoice::inlines},
     {"parts", &KeepChoice::parts}};
 
-std::string NamesOfKeepGroups() {
-  std::string names;
-  for (const KeepGroup& group : kKeepGroups)
-    names.append(names.empty() ? "" : ",").append(group.name);
-  return names;
-}
-
 // "all", "none", or some of the groups with commas between them.
 std::optional<KeepChoice> KeepNamed(const std::string& list) {
   KeepChoice keep;
@@ -125,6 +118,13 @@ std::string UnderstandSize(const ConvertOptions& words, desk::ConvertOptions& op
 }
 
 }  // namespace
+
+std::string NamesOfKeepGroups() {
+  std::string names;
+  for (const KeepGroup& group : kKeepGroups)
+    names.append(names.empty() ? "" : ",").append(group.name);
+  return names;
+}
 
 std::string Understand(const SourceOptions& words, desk::SourceOptions& options) {
   const auto keep = KeepNamed(words.keep);

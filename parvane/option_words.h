@@ -38,6 +38,9 @@ inline constexpr Word<std::optional<engine::LabelUse>> kLabelWords[] = {
     {"copies", engine::LabelUse::kCopies},
     {"off", engine::LabelUse::kOff}};
 
+// What `keep` may list, with commas between them.
+std::string NamesOfKeepGroups();
+
 // Each yields the complaint about a word that means nothing; empty: all mean something, and are in
 // `options`. Options are named as on the command line. Sources and destination are not touched.
 std::string Understand(const SourceOptions& words, desk::SourceOptions& options);

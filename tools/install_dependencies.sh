@@ -14,7 +14,7 @@ set -eu
 
 build="g++ make cmake ninja-build pkg-config patch libicu-dev libfmt-dev libcli11-dev libpugixml-dev nlohmann-json3-dev
 libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
-tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel debhelper lintian"
+tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel debhelper lintian zsh fish"
 clang="clang libclang-rt-dev"
 docs="doxygen"
 bench="libgmime-3.0-dev zlib1g-dev"
