@@ -71,7 +71,7 @@ def main(shell, folder):
                 faults.append(f'{typed!r} becomes {got!r}, not {wanted!r}')
         os.write(terminal, b'exit\r')
         os.waitpid(child, 0)
-    sys.exit('\n'.join(faults))
+    sys.exit('\n'.join(faults) or 0)
 
 
 main(sys.argv[1], sys.argv[2])
