@@ -6,6 +6,9 @@
 #   make test WINDOWS=no   the same without the Windows program
 #   make windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
 #   make test-windows   the tests of the Windows program alone (after make test)
+#   make dist      source archive, build/parvane-VERSION.tar.gz
+#   make deb       Debian packages, build/release/*.deb (see docs/packaging.md)
+#   make windows-package   zip and installer for Windows, build/windows-cross/parvane-*.{zip,exe}
 #   make bench     whole-conversion benchmark (see docs/benchmarks.md)
 #   make bench-scale   a million messages, thousands of folders, gigabytes; takes 16 GB of disk
 #   make docs      the reference of the library, build/docs/html (Doxygen)
@@ -19,7 +22,7 @@ BUILD := build/$(PRESET)
 CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
 export CMAKE_CXX_COMPILER_LAUNCHER
 
-.PHONY: convert test test-windows windows bench bench-scale docs format format-check clean
+.PHONY: convert test test-windows windows windows-package dist deb bench bench-scale docs format format-check clean
 
 convert:
 	@tools/install_dependencies.sh
@@ -50,6 +53,24 @@ windows:
 	@tools/install_dependencies.sh windows
 	@cmake --preset windows-cross >/dev/null
 	@cmake --build build/windows-cross --target parvane parvanemapi
+
+windows-package:
+	@tools/install_dependencies.sh windows windows-package
+	@cmake --preset windows-cross >/dev/null
+	@cmake --build build/windows-cross --target windows-package
+
+# The same commit gives the same bytes.
+dist:
+	@mkdir -p build
+	@version=$$(sed -n 's/^project(parvane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt) && \
+	  git archive --prefix=parvane-$$version/ HEAD | gzip -9n >build/parvane-$$version.tar.gz && \
+	  ls -l build/parvane-$$version.tar.gz
+
+deb:
+	@tools/install_dependencies.sh packages
+	@cmake --preset release >/dev/null
+	@cmake --build build/release --target deb >build/release/deb.log 2>&1 || { tail -20 build/release/deb.log; exit 1; }
+	@ls -l build/release/*.deb
 
 bench:
 	@tools/install_dependencies.sh bench

@@ -4,9 +4,9 @@
 #
 #   install_dependencies.sh            what building needs
 #   install_dependencies.sh GROUP...   the same, and what these need: "tests", "clang" (for .ci/run and
-#                                      fuzzing), "docs", "bench" (the yardsticks of benchmarks), "browser"
-#                                      (the window's tests), "windows" (the Windows program and its tests
-#                                      under Wine)
+#                                      fuzzing), "docs", "packages" (Debian packages), "bench" (the yardsticks
+#                                      of benchmarks), "browser" (the window's tests), "windows" (the Windows
+#                                      program and its tests under Wine), "windows-package" (its installer)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -14,9 +14,10 @@ set -eu
 
 build="g++ make cmake ninja-build pkg-config patch libicu-dev libfmt-dev libcli11-dev libpugixml-dev nlohmann-json3-dev
 libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
-tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel debhelper lintian zsh fish"
+tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel zsh fish"
 clang="clang libclang-rt-dev"
 docs="doxygen"
+packages="debhelper lintian"
 bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64"
 
@@ -29,9 +30,11 @@ done
 wanted=$build
 for group in "$@"; do
   case $group in
-    tests) wanted="$wanted $tests $docs" ;;
+    tests) wanted="$wanted $tests $docs $packages" ;;
     clang) wanted="$wanted $clang" ;;
     docs) wanted="$wanted $docs" ;;
+    packages) wanted="$wanted $packages" ;;
+    windows-package) wanted="$wanted nsis" ;;
     bench) wanted="$wanted $bench" ;;
     browser) wanted="$wanted $browser" ;;
     windows) wanted="$wanted $windows" ;;

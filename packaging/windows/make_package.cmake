@@ -1,0 +1,40 @@
+# cmake -DNAME=... -DVERSION=... -DBUILD=... -DSOURCE=... -DEPOCH=... -DSTRIP=... -DNOTICES="NAME|FILE;..." -P
+set(files ${BUILD}/package/${NAME})
+file(REMOVE_RECURSE ${BUILD}/package)
+file(MAKE_DIRECTORY ${files})
+set(ENV{SOURCE_DATE_EPOCH} ${EPOCH})
+
+foreach(program parvane.exe parvanemapi.dll)
+  execute_process(COMMAND ${STRIP} -o ${files}/${program} ${BUILD}/${program} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+# Texts for people whose editor may know one kind of line end alone.
+foreach(pair README.md:README docs/manual.md:MANUAL docs/windows.md:WINDOWS LICENSE:LICENSE)
+  string(REPLACE ":" ";" pair ${pair})
+  list(GET pair 0 from)
+  list(GET pair 1 to)
+  configure_file(${SOURCE}/${from} ${files}/${to}.txt COPYONLY)
+endforeach()
+set(notices "Parvane for Windows holds the following libraries. Their notices, as they come with them:\n")
+foreach(entry ${NOTICES})
+  string(REPLACE "|" ";" entry "${entry}")
+  list(GET entry 0 library)
+  list(GET entry 1 file)
+  file(READ ${file} text)
+  string(APPEND notices "\n\n=== ${library}\n\n${text}")
+endforeach()
+file(WRITE ${files}/NOTICES.txt "${notices}")
+file(GLOB texts ${files}/*.txt)
+foreach(text ${texts})
+  file(READ ${text} content)
+  string(REPLACE "\n" "\r\n" content "${content}")
+  file(WRITE ${text} "${content}")
+endforeach()
+
+string(TIMESTAMP date "%Y-%m-%d %H:%M:%S UTC" UTC)
+execute_process(COMMAND ${CMAKE_COMMAND} -E tar cf ${BUILD}/${NAME}.zip --format=zip --mtime=${date} ${NAME}
+                WORKING_DIRECTORY ${BUILD}/package COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND makensis -V2 -DVERSION=${VERSION} -DFILES=${files} -DICON=${SOURCE}/packaging/windows/parvane.ico
+                        -DOUT=${BUILD}/${NAME}-setup.exe ${SOURCE}/packaging/windows/installer.nsi
+                COMMAND_ERROR_IS_FATAL ANY)
+message(STATUS "${BUILD}/${NAME}.zip")
+message(STATUS "${BUILD}/${NAME}-setup.exe")
