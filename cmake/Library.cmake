@@ -9,7 +9,7 @@ file(GLOB_RECURSE PARVANE_PUBLIC_HEADERS RELATIVE ${parvane_SOURCE_DIR} CONFIGUR
   ${parvane_SOURCE_DIR}/engine/*.h ${parvane_SOURCE_DIR}/factory/*.h ${parvane_SOURCE_DIR}/mapi/*.h
   ${parvane_SOURCE_DIR}/mime/facade/ts_*.h)
 list(FILTER PARVANE_PUBLIC_HEADERS EXCLUDE REGEX "^mapi/(builtin|provider)/|_recorder\\.h$")
-list(APPEND PARVANE_PUBLIC_HEADERS parvane/convert.h parvane/options.h pstfile/check/integrity_checker.h pst/disk_utilities.h
+list(APPEND PARVANE_PUBLIC_HEADERS parvane/convert.h parvane/options.h parvane/c_api.h pstfile/check/integrity_checker.h pst/disk_utilities.h
      platform/abi.h platform/file.h platform/path.h platform/status.h platform/text.h platform/time.h)
 
 configure_file(${parvane_SOURCE_DIR}/packaging/version.h.in ${parvane_BINARY_DIR}/generated/parvane/version.h @ONLY)

@@ -11,8 +11,8 @@ import re
 import sys
 
 COMMENT = re.compile(r'//[^\n]*|/\*.*?\*/', re.S)
-NAMESPACE = re.compile(r'^namespace ([\w:]+) \{(.*?)^\}(?!;)', re.M | re.S)
-C_BLOCK = re.compile(r'^extern "C" \{(.*?)^\}(?!;)', re.M | re.S)
+NAMESPACE = re.compile(r'^namespace ([\w:]+) \{(.*?)^\}[ \t]*$', re.M | re.S)
+C_BLOCK = re.compile(r'^extern "C" \{(.*?)^\}[ \t]*$', re.M | re.S)
 TYPE = re.compile(r'^(?:class|struct) (\w+)[^;{]*\{', re.M)
 FUNCTION = re.compile(r'^(?!inline|constexpr|template|using|typedef|static|struct|class|enum|#| |\})[^\n(=]*?\b(\w+)\(', re.M)
 
