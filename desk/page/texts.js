@@ -44,7 +44,7 @@ export const texts = {
     dropNothing: 'What you dropped is no file or folder that Parvane could find. Please choose it instead.',
     kinds: {
       thunderbird: 'Thunderbird profile', maildir: 'Maildir', apple: 'Apple Mail', takeout: 'Gmail export (Takeout)',
-      mbox: 'Mailbox file (mbox)', mh: 'MH folders', eml: 'Message files', pst: 'Outlook data file', archive: 'Archive', profile: 'Profile',
+      mbox: 'Mailbox file (mbox)', mh: 'MH folders', eml: 'Message files', emlx: 'Message of Apple Mail', pst: 'Outlook data file', archive: 'Archive', profile: 'Profile',
     },
   },
 
