@@ -54,7 +54,7 @@ class Check {
     this.scan = this.session.scan;
     this.nodes = treeOf(this.scan.folders);
     this.mail = [...walk(this.nodes)].map(({ node }) => node).filter((node) => node.folder);
-    this.years = yearsOf(this.scan.years);
+    this.years = yearsOf(this.scan.totals.years);
     // What was chosen before stays chosen when one comes back.
     this.session.taking ??= { left: new Set(), since: '', until: '', options: {}, destination: null };
     this.taking = this.session.taking;

@@ -113,11 +113,11 @@ function findingItem(item) {
 
 function yearsSection(report) {
   const folders = (report.folders ?? []).filter((folder) => yearsOf(folder.years).length > 0);
-  const years = yearsOf(report.years);
+  const years = yearsOf(report.totals.years);
   if (years.length === 0) return null;
   const place = el('div', {});
   const show = (index) => {
-    const counts = index < 0 ? report.years : folders[index].years;
+    const counts = index < 0 ? report.totals.years : folders[index].years;
     replace(place, yearChart(counts, years, index < 0 ? words.years : folderName(folders[index].path)));
   };
   const select = el('select', { onchange: () => show(Number(select.value)) }, el('option', { value: -1 }, words.yearsAll),
@@ -127,13 +127,13 @@ function yearsSection(report) {
 }
 
 function arrived(report, scan) {
-  const years = yearsOf(report.years);
+  const years = yearsOf(report.totals.years);
   const columns = words.columns;
   const head = [columns.folder, columns.source, columns.read, scan ? null : columns.written, columns.failed, years.length ? columns.years : null];
   const rows = [...walk(treeOf(report.folders ?? []))].map(({ node, depth }) => folderRow(node, depth, years, scan, report.sources ?? []));
   const totals = report.totals;
   const foot = el('tr', {}, el('th', { scope: 'row' }, words.total), el('td', {}), count(totals.read), scan ? null : count(totals.written), count(totals.failed),
-    years.length ? el('td', {}, sparkline(report.years, years)) : null);
+    years.length ? el('td', {}, sparkline(report.totals.years, years)) : null);
   return section(words.arrived, el('div', { class: 'scroll', tabindex: '0', role: 'region', 'aria-label': words.arrived }, el('table', { class: 'folders' },
     el('thead', {}, el('tr', {}, head.filter(Boolean).map((title) => el('th', { scope: 'col' }, title)))), el('tbody', {}, rows), el('tfoot', {}, foot))));
 }
