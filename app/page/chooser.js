@@ -25,7 +25,7 @@ class Chooser {
   build() {
     const saving = this.options.kind === 'save';
     this.path = el('input', { type: 'text', 'aria-label': words.path, spellcheck: 'false', autocomplete: 'off', dir: 'auto' });
-    this.up = el('button', { type: 'button', 'aria-label': words.up, title: words.up, onclick: () => this.show({ path: this.listing.parent }) }, icon('up'));
+    this.up = el('button', { type: 'button', 'aria-label': words.up, title: words.up, onclick: () => this.above() }, icon('up'));
     this.places = el('ul', { class: 'plain', 'aria-label': words.places });
     this.list = el('ul', { class: 'entries', role: 'listbox', tabindex: '0', 'aria-label': words.entries, 'aria-multiselectable': this.options.several ? 'true' : null,
       onkeydown: (event) => this.key(event) });
@@ -75,6 +75,10 @@ class Chooser {
     this.list.scrollTop = 0;
     this.activate(0);
     this.told();
+  }
+
+  above() {
+    this.show({ path: this.listing.parent, id: this.listing.parentId }).then(() => this.list.focus());
   }
 
   row(entry, index) {
@@ -129,7 +133,7 @@ class Chooser {
     if (event.key in moves) this.activate(Math.min(last, Math.max(0, (this.active ?? 0) + moves[event.key])));
     else if (event.key === ' ') this.mark(this.active);
     else if (event.key === 'Enter') this.enter(this.active);
-    else if (event.key === 'Backspace' && this.listing?.parent) this.show({ path: this.listing.parent }).then(() => this.list.focus());
+    else if (event.key === 'Backspace' && this.listing?.parent) this.above();
     else if (event.key.length === 1 && !event.ctrlKey && !event.metaKey && !event.altKey) this.jump(event.key);
     else return;
     event.preventDefault();

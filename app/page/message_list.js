@@ -154,7 +154,7 @@ export class MessageList {
 
 // Marks and their words.
 const marksOf = (data) => [
-  data.flagged && ['flag', words.marks.flagged], data.replied && ['reply', words.marks.replied], data.forwarded && ['forward', words.marks.forwarded],
+  data.draft && ['draft', words.marks.draft], data.flagged && ['flag', words.marks.flagged], data.completed && ['check', words.marks.completed], data.replied && ['reply', words.marks.replied], data.forwarded && ['forward', words.marks.forwarded],
   data.attachments && ['clip', words.marks.attachments],
 ].filter(Boolean);
 

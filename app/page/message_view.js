@@ -17,7 +17,7 @@ export async function showMessage(place, pst, id, signal, above = null) {
   };
   const files = (message.attachments ?? []).filter((file) => !file.inline);
   const again = () => showMessage(place, pst, id, signal, above);
-  const link = (file) => (file.message
+  const link = (file) => (file.elsewhere ? el('span', {}, icon('clip'), name(say(words.elsewhere, { name: file.name }))) : file.message
     ? attachedMessage(file, () => showMessage(place, pst, `${id}-${file.n}`, signal, el('button', { type: 'button', class: 'plain', onclick: again }, icon('back'), name(message.subject || words.noSubject))))
     : attachedFile(file, at('attachment', `&n=${encodeURIComponent(file.n)}`)));
   replace(place, el('article', { class: 'mail' }, above,
@@ -28,13 +28,13 @@ export async function showMessage(place, pst, id, signal, above = null) {
 }
 
 function people(message) {
-  const lines = ['from', 'to', 'cc', 'bcc'].filter((field) => message[field]?.length || message[field]?.name || message[field]?.address).map((field) => [words[field], [].concat(message[field]).map(person).join('; ')]);
+  const lines = ['from', 'sender', 'to', 'cc', 'bcc'].filter((field) => message[field]?.length || message[field]?.name || message[field]?.address).map((field) => [words[field], [].concat(message[field]).map(person).join('; ')]);
   if (message.categories?.length) lines.push([words.categories, message.categories.join(', ')]);
   return [message.time ? el('p', { class: 'quiet' }, el('time', { datetime: message.time }, moment(message.time, { dateStyle: 'full', timeStyle: 'short' }))) : null,
     el('dl', { class: 'people' }, lines.map(([label, value]) => [el('dt', {}, label), el('dd', {}, name(value))]))];
 }
 
-const person = (one) => (typeof one === 'string' ? one : one.address && one.address !== one.name ? `${one.name} <${one.address}>` : one.name ?? '');
+const person = ({ name: shown, address }) => (shown && address && shown !== address ? `${shown} <${address}>` : shown || address);
 
 const attachedFile = (file, address) => el('a', { class: 'button', href: address, download: file.name || '', 'aria-label': say(words.save, { name: file.name || words.unnamed }) },
   icon('clip'), name(file.name || words.unnamed), el('span', { class: 'quiet' }, size(file.bytes ?? 0)));

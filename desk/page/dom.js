@@ -45,6 +45,7 @@ const kIcons = {
   archive: 'M4 4h16v5H4z M5 9v11h14V9 M10 13h4',
   person: 'M12 12a4 4 0 1 0 0-8 4 4 0 0 0 0 8z M4 21c0-5 4-7 8-7s8 2 8 7',
   clip: 'M8 12l6-6a3 3 0 0 1 5 5l-8 8a5 5 0 0 1-7-7l7-7',
+  draft: 'M4 20l1-5L16 4l4 4L9 19z M13 7l4 4',
   flag: 'M6 21V4h11l-2 4 2 4H6',
   reply: 'M10 6l-6 6 6 6 M4 12h9c4 0 7 2 7 6',
   forward: 'M14 6l6 6-6 6 M20 12h-9c-4 0-7 2-7 6',
