@@ -88,9 +88,7 @@ SourceKind SourceKindOf(PlaceKind kind) {
   for (const SourceKind source :
        {SourceKind::kThunderbird, SourceKind::kAppleMail, SourceKind::kMaildir, SourceKind::kMh,
         SourceKind::kEml, SourceKind::kTakeout}) {
-    {
-      if (PlaceKindOf(source) == kind) return source;
-    }
+    if (PlaceKindOf(source) == kind) return source;
   }
   return SourceKind::kMbox;
 }
@@ -162,9 +160,7 @@ PlacesToLook PlacesOfThisUser() {
   places.mailboxes = u"/var/mail";
   for (const UserFolder folder :
        {UserFolder::kDownloads, UserFolder::kDocuments, UserFolder::kDesktop}) {
-    {
-      if (auto path = FolderOfUser(folder)) places.personal.push_back(*std::move(path));
-    }
+    if (auto path = FolderOfUser(folder)) places.personal.push_back(*std::move(path));
   }
   return places;
 }
@@ -217,7 +213,7 @@ void MailFinder::AddProgramsIn(const std::u16string& folder, std::u16string_view
 bool MailFinder::Step() {
   if (_tasks.empty() || _entries > kMostEntries || _milliseconds > kMostMilliseconds ||
       _found.size() >= kMostPlaces) {
-    { return false; }
+    return false;
   }
   const std::uint64_t begin = platform::MonotonicMilliseconds();
   const Task task = std::move(_tasks.front());
@@ -299,7 +295,7 @@ void MailFinder::LookThrough(const Task& task) {
   for (const DirectoryEntry& entry : *entries) {
     if (entry.kind == FileKind::kFolder && !IsIdle(entry) &&
         !_seen.contains(platform::CanonicalPath(JoinPath(task.path, entry.name)))) {
-      { _tasks.push_back({Look::kPersonal, JoinPath(task.path, entry.name), {}, task.levels - 1}); }
+      _tasks.push_back({Look::kPersonal, JoinPath(task.path, entry.name), {}, task.levels - 1});
     }
   }
 }
