@@ -84,8 +84,10 @@ void ConvertArguments::Describe(CLI::App& command) {
       .add_option("--detailed-log", _options.detailedLog, "write a log that names every message")
       ->type_name("FILE");
   command
-      .add_option("--report", _options.report,
-                  "write the account of the conversion as JSON; - for standard output")
+      .add_option(
+          "--report", _options.report,
+          "write the account of the conversion as JSON, or as a page to look at if the name "
+          "ends in .html; - for standard output")
       ->type_name("FILE");
   command.add_flag("--timings", _options.timings,
                    "tell where the time went: seconds and bytes of each stage");

@@ -43,7 +43,8 @@ struct ConversionReport {
   // Of the message itself.
   bool dateMissing = false;
   bool dateUnreadable = false;
-  platform::FileTime date;  // as written; 0 when unreadable
+  platform::FileTime date;       // as written; 0 when unreadable
+  platform::FileTime delivered;  // as written; 0 when nothing tells
   bool markedDeleted = false;
 };
 

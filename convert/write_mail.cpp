@@ -195,6 +195,7 @@ void MIMEToMAPIMessageConverter::WriteTimes(TsEmail* email, IMessage* message) {
     deliveryDate.GetAsFileTime(false, &time);
     SetPropTime(message, PR_MESSAGE_DELIVERY_TIME, time);
   }
+  if (_reportP && _depth == 0) _reportP->delivered = time;
 }
 
 void MIMEToMAPIMessageConverter::WriteFlags(TsEmail* email, IMessage* message) {

@@ -63,6 +63,14 @@ DateRange ConversionRecord::Dates() const {
   return dates;
 }
 
+YearCounts ConversionRecord::Years() const {
+  YearCounts years;
+  for (const FolderAccount& folder : folders) {
+    for (const auto& [year, messages] : folder.years) years[year] += messages;
+  }
+  return years;
+}
+
 EntryWords Words(const ConversionRecord& record, const FailedMessage& failure) {
   return {InWords(record, failure), std::string(KindOf(failure)), failure.detail};
 }

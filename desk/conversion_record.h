@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,6 +48,9 @@ struct Listing {
   bool empty() const { return total == 0; }
 };
 
+// Messages by the year of their delivery; without those that nothing tells the date of.
+using YearCounts = std::map<unsigned, std::uint64_t>;
+
 // One folder of the PST that took mail. read = written + failed once the PST is closed.
 struct FolderAccount {
   std::vector<std::u16string> path;  // from the PST's top folder
@@ -60,6 +64,7 @@ struct FolderAccount {
   // Messages that the source has and nobody wanted read, by why (moves/item_filter.h).
   std::array<std::uint64_t, moves::kPassedOverReasons> passedOver{};
   DateRange dates = {};                 // of a scan
+  YearCounts years = {};                // of messages written, of a scan those that would be
   std::vector<std::size_t> parts = {};  // of the record, in which it has mail; if it is split
 };
 
@@ -245,6 +250,7 @@ struct ConversionRecord {
   std::uint64_t Failed() const { return Sum(&FolderAccount::failed); }
   std::uint64_t Bytes() const { return Sum(&FolderAccount::bytes); }
   DateRange Dates() const;
+  YearCounts Years() const;
 
   std::uint64_t PassedOver(moves::Verdict why) const {
     std::uint64_t sum = 0;

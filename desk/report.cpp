@@ -1,5 +1,7 @@
 #include "desk/report.h"
 
+#include <string>
+
 #include "desk/format.h"
 #include "desk/json_writer.h"
 #include "desk/report_lists.h"
@@ -102,6 +104,12 @@ class ReportWriter {
     _json.Key("undated").Number(dates.undated);
   }
 
+  void Years(const YearCounts& years) {
+    _json.Key("years").BeginObject();
+    for (const auto& [year, messages] : years) _json.Key(std::to_string(year)).Number(messages);
+    _json.EndObject();
+  }
+
   void Parts() {
     _json.Key("parts").BeginArray();
     for (const PartAccount& part : _record.parts) {
@@ -138,6 +146,7 @@ class ReportWriter {
     _json.Key("failed").Number(_record.Failed());
     _json.Key("bytes").Number(_record.Bytes());
     if (_scan) Dates(_record.Dates());
+    Years(_record.Years());
     if (!_scan) _json.Key("partsLeftOut").Number(_record.leftOutParts.total);
     _json.Key("suspectedSeparators").Number(_record.separators.total);
     _json.Key("pathsPassedOver")
@@ -219,6 +228,7 @@ class ReportWriter {
       for (const PassedOverWords& words : kPassedOverWords)
         _json.Key(words.code).Number(folder.passedOver[ReasonIndex(words.why)]);
       if (_scan) Dates(folder.dates);
+      Years(folder.years);
       _json.Key("parts").BeginArray();
       for (const std::size_t part : folder.parts) _json.Number(part + 1);
       _json.EndArray();

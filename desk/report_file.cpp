@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "desk/report.h"
+#include "desk/report_page.h"
 #include "desk/same_file.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -41,16 +42,17 @@ bool IsReport(std::u16string_view path) {
 }
 
 // Null: nothing.
-Status WriteNew(std::u16string_view path, const ConversionRecord* record) {
+Status WriteNew(std::u16string_view path, const ConversionRecord* record, bool page) {
   auto file = Files().Open(path, FileSystem::OpenMode::kCreateNew);
   if (!file.ok()) return file.status();
   if (record == nullptr) return {};
   Status written;
   std::uint64_t size = 0;
-  Report(*record, [&](std::string_view text) {
+  const auto take = [&](std::string_view text) {
     if (written.ok()) written = file.value()->WriteAt(size, std::as_bytes(std::span(text)));
     size += text.size();
-  });
+  };
+  page ? ReportPage(*record, take) : Report(*record, take);
   return written.ok() ? file.value()->Flush() : written;
 }
 
@@ -65,7 +67,7 @@ Result<ReportFile> ReportFile::Begin(std::u16string_view path) {
   }
   // Whether a file can be made there is best learned by making one.
   const std::u16string trial = TemporaryPath(report._path);
-  Status possible = WriteNew(trial, nullptr);
+  Status possible = WriteNew(trial, nullptr, false);
   if (possible.ok()) possible = Files().Remove(trial);
   if (possible.ok() && kind == FileKind::kFile && IsReport(report._path))
     possible = Files().Remove(report._path);
@@ -93,7 +95,7 @@ Status ReportFile::Write(const ConversionRecord& record) const {
                                            ": what is there now is no report; it is left");
   }
   const std::u16string temporary = TemporaryPath(_path);
-  Status written = WriteNew(temporary, &record);
+  Status written = WriteNew(temporary, &record, IsNamedLikePage(_path));
   if (written.ok()) written = Files().Rename(temporary, _path, /*replace=*/true);
   if (!written.ok()) {
     (void)Files().Remove(temporary);

@@ -12,6 +12,7 @@ namespace parvane::desk {
 
 class ReportFile {
  public:
+  // A path that ends in ".html" or ".htm" gets the page, any other one JSON.
   // Removes the report of an earlier run, so that a run that is killed leaves none, and makes sure
   // that a new one can be written there. Any other file stays until Write; that it may be replaced
   // is the caller's to know. A link is followed.

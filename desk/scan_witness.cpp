@@ -27,7 +27,10 @@ void ScanWitness::Take(IAsset& item) {
 void ScanWitness::TakeDate(IAsset& item) {
   engine::IMessageFacts* facts = _factsOf(item);
   const platform::FileTime delivered = facts ? facts->Delivered() : platform::FileTime{};
-  _record.folders[_item.folder].dates.Add(delivered);
+  FolderAccount& folder = _record.folders[_item.folder];
+  folder.dates.Add(delivered);
+  const unsigned year = _years.Of(delivered);
+  if (!_itemProblem && year != moves::kNoYear) ++folder.years[year];
 }
 
 void ScanWitness::EndFolder(const std::string& problem) {

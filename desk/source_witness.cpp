@@ -52,6 +52,7 @@ void SourceWitness::MessageRead(const engine::MessageLocation& message) {
   _itemProblem.reset();
   _itemProblemDetail.clear();
   _itemRefusals.clear();
+  _itemDelivered = {};
   FolderAccount& folder = _record.folders[_folder];
   ++folder.read;
   folder.bytes += message.size;
@@ -214,6 +215,7 @@ void SourceWitness::MessageConverted(const engine::MessageLocation&, bool succes
   _record.withoutDate += notes.dateMissing;
   _record.unreadableDate += notes.dateUnreadable;
   _itemRefusals = notes.refusals;
+  _itemDelivered = notes.delivered;
   for (const engine::Remark& remark : notes.remarks) {
     if (!IsKeptAfterAll(remark)) AddRemark(remark);
   }

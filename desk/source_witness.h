@@ -19,6 +19,7 @@
 #include "desk/run_observer.h"
 #include "engine/callbacks.h"
 #include "engine/source_observer.h"
+#include "moves/year_filter.h"
 
 namespace parvane::desk {
 
@@ -124,6 +125,8 @@ class SourceWitness : public engine::SourceObserver,
   std::optional<FailureKind> _itemProblem;
   std::string _itemProblemDetail;
   std::vector<mapi::Refusal> _itemRefusals;
+  platform::FileTime _itemDelivered;
+  moves::YearFinder _years;
 
  private:
   bool Tells() const { return _reading && !_again; }

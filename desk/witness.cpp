@@ -96,7 +96,8 @@ void Witness::FinishItem() {
   const bool failed = _itemProblem.has_value();
   if (failed)
     AddFailure(_item, *_itemProblem, std::move(_itemProblemDetail), OneLine(_itemDetails));
-  if (saved) _uncommitted.push_back({std::move(_item), failed, _carried});
+  if (saved)
+    _uncommitted.push_back({std::move(_item), failed, _years.Of(_itemDelivered), _carried});
   CountCommitted();
 }
 
@@ -106,7 +107,9 @@ void Witness::CountCommitted() {
   for (; _committed < committed && !_uncommitted.empty(); ++_committed) {
     const Item& item = _uncommitted.front();
     if (!item.failed) {
-      ++_record.folders[item.folder].written;
+      FolderAccount& folder = _record.folders[item.folder];
+      ++folder.written;
+      if (item.year != moves::kNoYear) ++folder.years[item.year];
       CountCarried(item.carried);
     }
     _uncommitted.pop_front();

@@ -56,6 +56,7 @@ class Witness : public SourceWitness, public engine::DestinationObserver {
   bool PartIsFull() const { return _record.split && _pst->Full(); }
   struct Item : MessagePlace {
     bool failed = false;
+    unsigned year = moves::kNoYear;
     Carried carried;
   };
 

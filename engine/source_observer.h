@@ -122,6 +122,7 @@ struct ConversionNotes {
   std::string rawDateText;          // that Date as it stands, UTF-8, cut after some length
   platform::FileTime rawDate;       // 0: it could not be read
   platform::FileTime repairedDate;  // 0: nor can this one
+  platform::FileTime delivered;     // as written; 0: nothing tells
 };
 
 class SourceObserver {

@@ -9,6 +9,8 @@ namespace {
 constexpr std::uint64_t kTicksPerSecond = 10'000'000;
 constexpr std::int64_t kSecondsPerDay = 86'400;
 
+}  // namespace
+
 unsigned YearOf(platform::FileTime delivered) {
   if (delivered == platform::FileTime{}) return kNoYear;
   const auto unixSeconds =
@@ -19,7 +21,22 @@ unsigned YearOf(platform::FileTime delivered) {
   return static_cast<unsigned>(platform::CivilFromDays(days).year);
 }
 
-}  // namespace
+// A day or two before its ends, a year is the same in every time zone.
+unsigned YearFinder::Of(platform::FileTime delivered) {
+  const std::uint64_t ticks = platform::FileTimeTicks(delivered);
+  if (ticks >= _begin && ticks < _end) return _year;
+  const unsigned year = YearOf(delivered);
+  if (year == kNoYear) return kNoYear;
+  constexpr std::int64_t kMargin = 2;
+  const auto ticksOf = [](std::int64_t days) {
+    const std::int64_t seconds = days * kSecondsPerDay + platform::kUnixEpochInFileTimeSeconds;
+    return seconds < 0 ? 0 : static_cast<std::uint64_t>(seconds) * kTicksPerSecond;
+  };
+  _year = year;
+  _begin = ticksOf(platform::DaysFromCivil(year, 1, 1) + kMargin);
+  _end = ticksOf(platform::DaysFromCivil(std::int64_t{year} + 1, 1, 1) - kMargin);
+  return year;
+}
 
 std::vector<unsigned> YearFilter::Years() const {
   std::set<unsigned> all;

@@ -9,11 +9,25 @@
 #include <vector>
 
 #include "moves/item_filter.h"
+#include "platform/time.h"
 
 namespace parvane::moves {
 
 // Of what nothing tells the date of.
 inline constexpr unsigned kNoYear = 0;
+
+// Of the calendar of the machine's time zone; kNoYear for 0.
+unsigned YearOf(platform::FileTime delivered);
+// The same for one after the other; neighbours are mostly of one year, and then cost next to
+// nothing.
+class YearFinder {
+ public:
+  unsigned Of(platform::FileTime delivered);
+
+ private:
+  unsigned _year = kNoYear;
+  std::uint64_t _begin = 1, _end = 0;  // ticks that are of this year for sure
+};
 
 class YearFilter : public ItemFilter {
  public:

@@ -233,6 +233,9 @@ bool MBOXEmailAsset::Convert(parvane::mapi::IMessage& message,
     // Who knows more than one header does is believed.
     const bool deleted = _state ? _state->deleted.Is(true) : report.markedDeleted;
     AddDate(notes, {!report.dateMissing, report.date}, _dateBefore.text);
+    notes.delivered = _state && _state->undated
+                          ? _state->date.value.value_or(parvane::platform::FileTime{})
+                          : report.delivered;
     AddTo(notes, std::move(report));
     if (deleted) notes.remarks.push_back({RemarkKind::kMarkedDeleted, {}, {}});
     _observer->MessageConverted(_location, success, notes);

@@ -184,8 +184,8 @@ class PstTest(unittest.TestCase):
         for name in ('suspectedSeparators', 'passedOver', 'readFailures', 'indexesNotUsed', 'duplicates'):
             self.assertEqual(scan[name], account[name])
         for told, done in zip(scan['folders'], account['folders'], strict=True):
-            self.assertEqual([told[k] for k in ('source', 'read', 'failed', 'bytes')],
-                             [done[k] for k in ('source', 'read', 'failed', 'bytes')])
+            self.assertEqual(*([folder[k] for k in ('source', 'read', 'failed', 'bytes', 'years')]
+                               for folder in (told, done)))
 
     def listing(self, pst, *arguments):
         run = self.parvane('list', '--json', *arguments, pst)
