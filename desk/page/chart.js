@@ -36,5 +36,5 @@ export function sparkline(counts, years) {
     const height = (10 * (counts?.[year] ?? 0)) / most;
     return svg('rect', { x: index + 0.1, y: 10 - height, width: 0.8, height });
   });
-  return svg('svg', { class: 'spark', viewBox: `0 0 ${Math.max(1, years.length)} 10`, preserveAspectRatio: 'none', 'aria-hidden': 'true' }, bars);
+  return svg('svg', { class: 'spark', viewBox: `0 0 ${Math.max(8, years.length)} 10`, preserveAspectRatio: 'none', 'aria-hidden': 'true' }, bars);
 }

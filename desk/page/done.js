@@ -129,11 +129,11 @@ function yearsSection(report) {
 function arrived(report, scan) {
   const years = yearsOf(report.totals.years);
   const columns = words.columns;
-  const head = [columns.folder, columns.source, columns.read, scan ? null : columns.written, columns.failed, years.length ? columns.years : null];
+  const head = [columns.folder, columns.source, columns.read, scan ? null : columns.written, columns.failed, years.length > 1 ? columns.years : null];
   const rows = [...walk(treeOf(report.folders ?? []))].map(({ node, depth }) => folderRow(node, depth, years, scan, report.sources ?? []));
   const totals = report.totals;
   const foot = el('tr', {}, el('th', { scope: 'row' }, words.total), el('td', {}), count(totals.read), scan ? null : count(totals.written), count(totals.failed),
-    years.length ? el('td', {}, sparkline(report.totals.years, years)) : null);
+    years.length > 1 ? el('td', {}, sparkline(report.totals.years, years)) : null);
   return section(words.arrived, el('div', { class: 'scroll', tabindex: '0', role: 'region', 'aria-label': words.arrived }, el('table', { class: 'folders' },
     el('thead', {}, el('tr', {}, head.filter(Boolean).map((title) => el('th', { scope: 'col' }, title)))), el('tbody', {}, rows), el('tfoot', {}, foot))));
 }
@@ -151,7 +151,7 @@ function folderRow(node, depth, years, scan, sources) {
   const label = measure(el('th', { scope: 'row' }, icon('folder'), name(node.name)), '--depth', String(depth));
   const complete = folder.written === folder.read ? 'good' : '';
   return el('tr', {}, label, el('td', { class: 'path', title: folder.source }, folder.source ? name(withinSource(folder.source, sources)) : null), count(folder.read), scan ? null : count(folder.written, complete),
-    count(folder.failed, folder.failed > 0 ? 'lost' : ''), years.length ? el('td', {}, sparkline(folder.years, years)) : null);
+    count(folder.failed, folder.failed > 0 ? 'lost' : ''), years.length > 1 ? el('td', {}, sparkline(folder.years, years)) : null);
 }
 
 const outlook = (report) => section(words.outlook, outlookSteps((report.parts ?? [])[0]?.path ?? report.destination));
