@@ -195,11 +195,12 @@ ViewedProperty Describe(mapi::IMAPIProp& object, ULONG tag, const SPropValue& va
   property.name =
       mapi::PropId(tag) >= kFirstNamed ? NameOfNamed(object, tag) : std::string(mapi::TagName(tag));
   property.type = TypeName(mapi::PropType(tag));
+  if (mapi::PropType(tag) == mapi::PT_OBJECT) return property;
   if (mapi::PropType(value.ulPropTag) != mapi::PT_ERROR) {
     property.value = ValueText(value);
   } else if (value.Value.err == mapi::MAPI_E_NOT_ENOUGH_MEMORY) {
     property.value = LongValueText(object, tag);
-  } else if (mapi::PropType(tag) != mapi::PT_OBJECT) {
+  } else {
     property.value = fmt::format("(cannot be read: {})", ResultText(value.Value.err));
   }
   return property;
