@@ -348,6 +348,20 @@ class Output(PstTest):
         self.assertEqual((run.code, len(run.err.splitlines())), (3, 1), run)
         self.assertIn('exists already', json.loads(run.out)['error'])
 
+    def test_report_as_a_page(self):
+        page, record = self.folder / 'run.html', self.folder / 'run.json'
+        for options in ((), ('--overwrite',)):
+            self.parvane('convert', '--report', page, *options, self.source, self.pst)
+        self.parvane('convert', '--report', record, '--overwrite', self.source, self.pst)
+        inside = re.search(r'id="record">(.*?)</script>', page.read_text(encoding='utf-8'), re.S)
+        of_page, alone = json.loads(inside[1]), json.loads(record.read_text(encoding='utf-8'))
+        for key in ('format', 'totals', 'folders', 'remarks'):
+            self.assertEqual(of_page[key], alone[key])
+        page.write_text('<!doctype html><title>a page of somebody\'s')
+        run = self.parvane('convert', '--report', page, '--overwrite', self.source, self.pst)
+        self.assertEqual(run.code, 3, run)
+        self.assertIn("somebody's", page.read_text(encoding='utf-8'))
+
     def test_report_is_about_this_run(self):
         self.convert(self.source, self.pst)
         missing = self.folder / 'missing'

@@ -30,6 +30,7 @@ class Scans(PstTest):
         self.assertEqual((totals['firstDate'], totals['lastDate']),
                          ('2019-03-01T07:00:00Z', '2019-03-28T07:00:27Z'))
         self.assertEqual(totals['pathsLeftBehind'], 1)
+        self.assertEqual(totals['years'], {'2019': 43})
         self.assertEqual(account['destination'], None)
         run = self.parvane('scan', '--progress', 'never', self.folder / 'mail')
         self.assertRegex(run.out, r'mail / Inbox +41 +[0-9.]+ kB  2019-03-01 to 2019-03-28\n')
