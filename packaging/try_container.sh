@@ -1,18 +1,21 @@
 #!/bin/sh
 # try_container.sh ROOT: goes through the steps of Containerfile without a registry and a container engine: in a
 # Debian 12 that debootstrap makes in the folder ROOT, then in the file system that is left in the end. As root.
+# SOURCES_AT says where the sources lie there (default: /src, as in the Containerfile) and BUILD_ENVIRONMENT what
+# the steps see, so that a ccache that knows them can be used.
 set -eu
 root=$1
+sources=${SOURCES_AT:-/src}
 top=$(cd "$(dirname "$0")/.." && pwd)
 [ -d "$root/usr" ] || debootstrap --variant=minbase bookworm "$root" ${MIRROR:-} >"$root.log" 2>&1
-rm -rf "$root/src" "$root/image"
-mkdir -p "$root/src"
-(cd "$top" && git ls-files -z | tar c --null -T - ) | tar x -C "$root/src"
+rm -rf "$root$sources" "$root/image"
+mkdir -p "$root$sources"
+(cd "$top" && git ls-files -z | tar c --null -T - ) | tar x -C "$root$sources"
 # What the first stage runs, in its order.
 sed -n '/^FROM.* AS build/,/^FROM scratch/s/^RUN //p' "$top/Containerfile" | while read -r step; do
   echo "try_container: $step"
-  chroot "$root" env -i PATH="${BUILD_PATH:-/usr/sbin:/usr/bin:/sbin:/bin}" HOME=/root ${BUILD_ENVIRONMENT:-} \
-    sh -c "cd /src && $step" </dev/null
+  chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root ${BUILD_ENVIRONMENT:-} \
+    sh -c "cd $sources && $step" </dev/null
 done
 du -sh "$root/image"
 find "$root/image" -type f | sed "s|^$root/image||" | sort

@@ -15,7 +15,7 @@ say() { echo "try_packages: $*"; }
 [ -d "$root/usr" ] || debootstrap --variant=minbase bookworm "$root" ${MIRROR:-} >"$root.log" 2>&1
 apt update
 files() { within find / -xdev -path /proc -prune -o -path /sys -prune -o -path /dev -prune -o -path /tmp -prune -o \
-  -path /packages -prune -o -path /apt.log -prune -o -path /var/cache -prune -o -path /var/log -prune -o \
+  -path /packages -prune -o -path /root -prune -o -path /apt.log -prune -o -path /var/cache -prune -o -path /var/log -prune -o \
   -path /var/lib/apt -prune -o -path /var/lib/dpkg -prune -o -print | sort; }
 files >"$root.before"
 
@@ -34,6 +34,7 @@ done
 rm -rf "$root/tmp/session"
 mkdir "$root/tmp/session"
 cp -r "$top/examples/mail" "$root/tmp/session/mail"
+cp "$top/examples/mail/Sent.mbox" "$root/tmp/session/mail/Sent 2018.old"
 python3 - "$top/README.md" "$root" <<'PYTHON'
 import re, subprocess, sys
 readme = open(sys.argv[1], encoding='utf-8').read()
@@ -64,6 +65,8 @@ say "upgraded: $(within dpkg-query -W -f '${Package} ${Version}, ' parvane libpa
 apt purge parvane libparvane0 libparvane-dev
 apt autoremove --purge
 files >"$root.after"
-left=$(comm -13 "$root.before" "$root.after" | grep -v -e '^/etc/ld.so.cache' -e '__pycache__' || true)
+# What belongs to packages that something else wants as well is theirs.
+cat "$root"/var/lib/dpkg/info/*.list | sort -u >"$root.owned"
+left=$(comm -13 "$root.before" "$root.after" | comm -23 - "$root.owned" | grep -v -e '^/etc/ld.so.cache' -e '__pycache__' || true)
 [ -z "$left" ] || { echo "left behind:"; echo "$left"; exit 1; }
 say "removed, and nothing left behind"
