@@ -12,7 +12,7 @@
 # look for and leaves the rest to the build, which names what it cannot find.
 set -eu
 
-build="g++ make cmake ninja-build pkg-config patch libicu-dev libfmt-dev libcli11-dev libpugixml-dev nlohmann-json3-dev
+build="g++ make cmake ninja-build pkg-config patch xz-utils libicu-dev libfmt-dev libcli11-dev libpugixml-dev nlohmann-json3-dev
 libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel zsh fish"
 clang="clang libclang-rt-dev"
