@@ -41,4 +41,5 @@ install(FILES ${parvane_SOURCE_DIR}/packaging/parvane.desktop DESTINATION ${CMAK
 install(FILES ${parvane_SOURCE_DIR}/packaging/parvane.svg
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 configure_file(${parvane_SOURCE_DIR}/packaging/parvane.metainfo.xml.in ${parvane_BINARY_DIR}/parvane.metainfo.xml @ONLY)
-install(FILES ${parvane_BINARY_DIR}/parvane.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+install(FILES ${parvane_BINARY_DIR}/parvane.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo
+        RENAME org.example.packages.parvane.metainfo.xml)

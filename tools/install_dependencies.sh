@@ -17,7 +17,7 @@ libarchive-dev nettle-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
 tests="clang-format pst-utils pff-tools tzdata dpkg-dev file parallel zsh fish"
 clang="clang libclang-rt-dev"
 docs="doxygen"
-packages="debhelper lintian"
+packages="debhelper lintian appstream desktop-file-utils"
 bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64"
 
