@@ -22,7 +22,7 @@ using platform::MonotonicMilliseconds;
 using platform::StandardStream;
 using platform::Status;
 
-constexpr int kDone = 0, kCouldNotFinish = 3;
+constexpr int kDone = 0, kCouldNotFinish = 3, kInterrupted = platform::kInterruptedExitCode;
 constexpr unsigned kPause = 50;  // milliseconds
 
 void Say(StandardStream stream, const std::string& text) {
@@ -53,7 +53,7 @@ int Serve(const Options& options, Instance& instance) {
   const std::string secret = MakeSecret();
   platform::InterruptWatch interrupt;
   Life life(MonotonicMilliseconds());
-  Routes routes(life);
+  Routes routes(life, [&interrupt] { return interrupt.Requested(); });
   auto server = HttpServer::Listen(
       secret, [&routes](const HttpRequest& request) { return routes.Answer(request); });
   if (!server.ok()) return Complain(options, server.status().message());
@@ -62,19 +62,23 @@ int Serve(const Options& options, Instance& instance) {
   const int shown = Show(options, (*server)->Address());
   if (shown != kDone) return shown;
   if (options.doubleClicked) platform::LeaveConsole();
-  while (!interrupt.Requested() && (*server)->IsListening() &&
-         !life.IsOver(MonotonicMilliseconds(), (*server)->Visitors() > 0)) {
-    platform::Sleep(kPause);
+  bool brokeOff = false;
+  for (bool over = false; !over; platform::Sleep(kPause)) {
+    const bool busy = routes.IsBusy();
+    // A conversion that is to stop ends what it has begun.
+    brokeOff = brokeOff || (busy && interrupt.Requested());
+    const bool idle = life.IsOver(MonotonicMilliseconds(), busy || (*server)->Visitors() > 0);
+    over = !busy && (idle || interrupt.Requested() || !(*server)->IsListening());
   }
   RemoveStartFile();
-  return kDone;
+  return brokeOff ? kInterrupted : kDone;
 }
 
 }  // namespace
 
 bool IsBuiltIn() { return true; }
 
-int Run(const Options& options) {
+int RunApp(const Options& options) {
   auto found = Instance::Look();
   if (!found.ok()) return Complain(options, found.status().message());
   return found->own ? Serve(options, *found->own) : Show(options, found->address);

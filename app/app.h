@@ -13,6 +13,6 @@ struct Options {
 bool IsBuiltIn();
 
 // Until the page is closed. The exit code of the command.
-int Run(const Options& options);
+int RunApp(const Options& options);
 
 }  // namespace parvane::app

@@ -1,22 +1,73 @@
 #include "app/routes.h"
 
+#include <exception>
+#include <string>
+#include <utility>
+
 #include "app/page_answer.h"
 #include "app/start_file.h"
+#include "platform/path.h"
+#include "platform/system.h"
 #include "platform/time.h"
 
 namespace parvane::app {
+namespace {
+
+HttpAnswer Nothing() { return {404, "text/plain", {}}; }
+
+}  // namespace
+
+Routes::Routes(Life& life, std::function<bool()> interrupted)
+    : _life(life),
+      _runs(
+          _worker, _chosen, [] {}, std::move(interrupted)) {}
 
 HttpAnswer Routes::Answer(const HttpRequest& request) {
   const std::uint64_t now = platform::MonotonicMilliseconds();
-  if (request.path == "api/goodbye") {
+  if (request.path == "api/goodbye" && request.method == "POST") {
     _life.Goodbye(now);
-    return {200, "application/json", "{}"};
+    return Answered(Json::object());
   }
   _life.Visit(now);
-  if (request.path == "api/knock") return {200, "application/json", "{}"};
-  if (request.path.empty()) RemoveStartFile();
-  if (request.method == "GET") return PageAnswer(request.path);
-  return {404, "text/plain", {}};
+  try {
+    return request.method == "GET" ? Get(request) : Post(request);
+  } catch (const Refusal& refusal) {
+    return Answered(refusal);
+  } catch (const std::exception& error) {
+    return Answered(Refusal{500, "failed", error.what()});
+  }
+}
+
+HttpAnswer Routes::Get(const HttpRequest& request) {
+  const std::string& path = request.path;
+  if (path == "api/knock") return Answered(Json::object());
+  if (path == "api/state") return State();
+  if (path == "api/run") return _runs.Ask(request);
+  if (path == "api/report.json") return _runs.ReportAsJson();
+  if (path.empty()) RemoveStartFile();
+  return path.starts_with("api/") ? Nothing() : PageAnswer(path);
+}
+
+HttpAnswer Routes::Post(const HttpRequest& request) {
+  const std::string& path = request.path;
+  if (!path.starts_with("api/")) return Nothing();
+  const Json body = Parse(request.body);
+  if (path == "api/scan") return _runs.Scan(body);
+  if (path == "api/convert") return _runs.Convert(body);
+  if (path == "api/stop") return _runs.Stop();
+  return Nothing();
+}
+
+HttpAnswer Routes::State() const {
+  const auto home = platform::FolderOfUser(platform::UserFolder::kHome);
+  const bool windows = platform::kPathSeparator == u'\\';
+  const Json state = {{"version", PARVANE_VERSION},
+                      {"system", windows ? "windows" : "linux"},
+                      {"home", home ? platform::PathForDisplay(*home) : std::string()},
+                      {"separator", windows ? "\\" : "/"}};
+  std::string text = Print(state);
+  text.pop_back();
+  return {200, "application/json", text + ",\"run\":" + _runs.Describe(0) + "}"};
 }
 
 }  // namespace parvane::app

@@ -1,20 +1,38 @@
-// What answers which path: the page's files, and the interface that its modules talk to.
+// What answers which path: the page's files, and the interface that its modules talk to
+// (docs/app.md).
 #pragma once
 
+#include <functional>
+
+#include "app/files.h"
 #include "app/http.h"
+#include "app/json.h"
 #include "app/life.h"
+#include "app/runs.h"
+#include "app/worker.h"
 
 namespace parvane::app {
 
 // May be called on several threads at a time.
 class Routes {
  public:
-  explicit Routes(Life& life) : _life(life) {}
+  // `interrupted`: whether the program is to end, which stops a run.
+  Routes(Life& life, std::function<bool()> interrupted);
 
   HttpAnswer Answer(const HttpRequest& request);
+  // A run goes on.
+  bool IsBusy() const { return _worker.IsRunning(); }
 
  private:
+  HttpAnswer Get(const HttpRequest& request);
+  HttpAnswer Post(const HttpRequest& request);
+  HttpAnswer State() const;
+
   Life& _life;
+  Chosen _chosen;
+  Runs _runs;
+  // Last, so that it ends before what it works with.
+  Worker _worker;
 };
 
 }  // namespace parvane::app

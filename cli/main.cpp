@@ -39,7 +39,7 @@ ExitCode Run(int argc, char** argv) {
   if (const auto* convert = std::get_if<parvane::cli::ConvertCommandOptions>(&command))
     return parvane::cli::RunConvert(*convert);
   if (const auto* window = std::get_if<parvane::app::Options>(&command))
-    return static_cast<ExitCode>(parvane::app::Run(*window));
+    return static_cast<ExitCode>(parvane::app::RunApp(*window));
   if (const auto* check = std::get_if<parvane::cli::CheckCommandOptions>(&command))
     return parvane::cli::RunCheck(*check);
   if (const auto* verify = std::get_if<parvane::cli::VerifyCommandOptions>(&command))

@@ -59,6 +59,12 @@ bool AnyMatches(const std::vector<FolderGlob>& globs, const std::vector<std::u16
   return std::ranges::any_of(globs, [&](const FolderGlob& glob) { return glob.Matches(path); });
 }
 
+std::vector<std::string> AsWritten(const std::vector<std::u16string>& path) {
+  std::vector<std::string> names;
+  for (const std::u16string& name : path) names.push_back(platform::Utf16ToUtf8(name));
+  return names;
+}
+
 // As it would have to be given.
 std::string PatternOf(const std::vector<std::u16string>& path) {
   std::string text;
@@ -93,12 +99,16 @@ Status EachMatches(std::string_view option, const std::vector<FolderGlob>& globs
 }  // namespace
 
 Status ChooseFolders(const SourceOptions& options, FolderPlan& plan) {
-  if (options.folders.empty() && options.excluded.empty() && !options.wanted.skipJunk) return {};
+  if (options.folders.empty() && options.excluded.empty() && !options.onlyFolders &&
+      !options.wanted.skipJunk) {
+    return {};
+  }
   if (Status any = EachMatches("--folder", options.folders, plan); !any.ok()) return any;
   if (Status any = EachMatches("--exclude", options.excluded, plan); !any.ok()) return any;
   plan.LeaveOut([&](const PlannedFolder& folder) {
     return (!options.folders.empty() && !AnyMatches(options.folders, folder.path)) ||
            AnyMatches(options.excluded, folder.path) ||
+           (options.onlyFolders && !options.onlyFolders->contains(AsWritten(folder.path))) ||
            (options.wanted.skipJunk && IsJunkFolder(folder.path));
   });
   if (plan.MailFolders() > 0) return {};

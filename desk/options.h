@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,9 @@ struct SourceOptions {
   // Of the folders: those that match one of the former (all, if there is none) and none of the
   // latter.
   std::vector<moves::FolderGlob> folders, excluded;
+  // Of those, just these and not what is below them; by the names on the way to each as reports
+  // write them.
+  std::optional<std::set<std::vector<std::string>>> onlyFolders;
   moves::Wanted wanted;  // of the messages; junk folders too
   engine::SeparatorRule separators = engine::SeparatorRule::kStandard;  // of mailboxes
   std::optional<engine::LabelUse> labels;  // none: folders, of exports of Gmail

@@ -5,6 +5,6 @@ namespace parvane::app {
 
 bool IsBuiltIn() { return false; }
 
-int Run(const Options&) { return 2; }
+int RunApp(const Options&) { return 2; }
 
 }  // namespace parvane::app
