@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-#define CPPHTTPLIB_LISTEN_BACKLOG 128
+#define CPPHTTPLIB_LISTEN_BACKLOG 4096
 #include <httplib.h>
 
 #include "app/admission.h"
@@ -25,7 +25,7 @@ using platform::StatusCode;
 
 constexpr std::size_t kThreads = 16, kWaiting = 16;
 constexpr std::uint64_t kMostBytes = (1 << 20) + (64 << 10);  // a body, and a head
-constexpr std::uint64_t kHeadTime = 3'000, kRequestTime = 20'000,
+constexpr std::uint64_t kHeadTime = 1'000, kRequestTime = 20'000,
                         kWriteTime = 10'000;  // milliseconds
 constexpr std::uint64_t kSlice = 100;         // after which the server's end is looked for
 constexpr std::size_t kLongestPath = 4096;

@@ -1,7 +1,7 @@
 // The server: on 127.0.0.1 and a free port, for those whom admission.h lets in.
 //
 // It costs whoever is not let in next to nothing to be sent away, and the server too: a connection
-// is for one request, has to send its head within seconds and may send 1 MiB; sixteen are answered
+// is for one request, has to send its head within a second and may send 1 MiB; sixteen are answered
 // at a time, and so many wait; all others wait with the system.
 #pragma once
 

@@ -13,14 +13,27 @@
 namespace parvane::app {
 namespace {
 
+constexpr std::string_view kPsts = "api/pst/";
+
 HttpAnswer Nothing() { return {404, "text/plain", {}}; }
 
 }  // namespace
 
 Routes::Routes(Life& life, std::function<bool()> interrupted)
     : _life(life),
+      _search(_worker, _chosen),
+      _chooser(_worker, _chosen),
+      _views(_worker, _chosen),
       _runs(
-          _worker, _chosen, [] {}, std::move(interrupted)) {}
+          _worker, _chosen, [this] { _views.Close(); }, std::move(interrupted)) {}
+
+Routes::~Routes() {
+  try {
+    _worker.Ask([this] { _views.Close(); });
+  } catch (const Refusal&) {
+    // A run goes on, and has closed what was open.
+  }
+}
 
 HttpAnswer Routes::Answer(const HttpRequest& request) {
   const std::uint64_t now = platform::MonotonicMilliseconds();
@@ -39,19 +52,26 @@ HttpAnswer Routes::Answer(const HttpRequest& request) {
 }
 
 HttpAnswer Routes::Get(const HttpRequest& request) {
-  const std::string& path = request.path;
+  const std::string_view path = request.path;
   if (path == "api/knock") return Answered(Json::object());
   if (path == "api/state") return State();
   if (path == "api/run") return _runs.Ask(request);
+  if (path.starts_with(kPsts)) return _views.Answer(request, path.substr(kPsts.size()));
   if (path == "api/report.json") return _runs.ReportAsJson();
   if (path.empty()) RemoveStartFile();
   return path.starts_with("api/") ? Nothing() : PageAnswer(path);
 }
 
 HttpAnswer Routes::Post(const HttpRequest& request) {
-  const std::string& path = request.path;
+  const std::string_view path = request.path;
   if (!path.starts_with("api/")) return Nothing();
   const Json body = Parse(request.body);
+  if (path.starts_with(kPsts)) return _views.Answer(request, path.substr(kPsts.size()));
+  if (path == "api/found") return _search.Ask();
+  if (path == "api/browse") return _chooser.Browse(body);
+  if (path == "api/choose") return _chooser.Choose(body);
+  if (path == "api/destination") return _chooser.Destination(body);
+  if (path == "api/open") return _views.Open(body);
   if (path == "api/scan") return _runs.Scan(body);
   if (path == "api/convert") return _runs.Convert(body);
   if (path == "api/stop") return _runs.Stop();

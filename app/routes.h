@@ -4,11 +4,14 @@
 
 #include <functional>
 
+#include "app/chooser.h"
 #include "app/files.h"
 #include "app/http.h"
 #include "app/json.h"
 #include "app/life.h"
+#include "app/pst_views.h"
 #include "app/runs.h"
+#include "app/search.h"
 #include "app/worker.h"
 
 namespace parvane::app {
@@ -18,6 +21,9 @@ class Routes {
  public:
   // `interrupted`: whether the program is to end, which stops a run.
   Routes(Life& life, std::function<bool()> interrupted);
+  ~Routes();
+  Routes(const Routes&) = delete;
+  Routes& operator=(const Routes&) = delete;
 
   HttpAnswer Answer(const HttpRequest& request);
   // A run goes on.
@@ -30,6 +36,9 @@ class Routes {
 
   Life& _life;
   Chosen _chosen;
+  Search _search;
+  Chooser _chooser;
+  PstViews _views;
   Runs _runs;
   // Last, so that it ends before what it works with.
   Worker _worker;
