@@ -2,7 +2,9 @@
 set(work ${BUILD}/package-test)
 file(REMOVE_RECURSE ${work})
 file(GLOB old ${BUILD}/*.deb)
-file(REMOVE ${old})
+if(old)
+  file(REMOVE ${old})
+endif()
 
 function(run)
   execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY OUTPUT_VARIABLE output)
