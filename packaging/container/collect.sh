@@ -12,7 +12,9 @@ cp /bin/dash "$root/bin/sh"
 for library in $(ldd "$program" /bin/dash | grep -o '/[^ ]*\.so[^ ]*' | sort -u); do
   mkdir -p "$root$(dirname "$library")"
   cp -L "$library" "$root$library"
-  package=$(dpkg -S "$(readlink -f "$library")" | cut -d: -f1 | head -1)
+  # Packages know their files from before /lib became a link to /usr/lib.
+  real=$(readlink -f "$library")
+  package=$(dpkg -S "$real" "${real#/usr}" 2>/dev/null | cut -d: -f1 | head -1)
   mkdir -p "$root/usr/share/doc/$package"
   cp "/usr/share/doc/$package/copyright" "$root/usr/share/doc/$package/"
 done
