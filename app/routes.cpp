@@ -58,6 +58,7 @@ HttpAnswer Routes::Get(const HttpRequest& request) {
   if (path == "api/run") return _runs.Ask(request);
   if (path.starts_with(kPsts)) return _views.Answer(request, path.substr(kPsts.size()));
   if (path == "api/report.json") return _runs.ReportAsJson();
+  if (path == "api/report.html") return _runs.ReportAsPage();
   if (path.empty()) RemoveStartFile();
   return path.starts_with("api/") ? Nothing() : PageAnswer(path);
 }

@@ -8,6 +8,7 @@
 #include "desk/exit_code.h"
 #include "desk/reasons.h"
 #include "desk/report.h"
+#include "desk/report_page.h"
 #include "desk/scan.h"
 #include "platform/time.h"
 
@@ -96,7 +97,7 @@ void Run::Take(const desk::ConversionRecord& record) {
   _attention.Look(record);
 }
 
-void Run::Finish(const desk::ConversionRecord& record) {
+void Run::Finish(desk::ConversionRecord record) {
   std::string report;
   desk::Report(record, [&report](std::string_view piece) { report += piece; });
   std::string summary = SummaryOf(record);
@@ -111,6 +112,7 @@ void Run::Finish(const desk::ConversionRecord& record) {
   }
   _ended = MonotonicMilliseconds();
   _state = StateOf(record);
+  _record = std::move(record);
 }
 
 bool Run::IsOver() const {
@@ -121,6 +123,13 @@ bool Run::IsOver() const {
 std::string Run::Report() const {
   const std::lock_guard lock(_mutex);
   return _report;
+}
+
+std::string Run::ReportPage() const {
+  const std::lock_guard lock(_mutex);
+  std::string page;
+  if (_record) desk::ReportPage(*_record, [&page](std::string_view piece) { page += piece; });
+  return page;
 }
 
 std::vector<std::u16string> Run::Written() const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,9 @@ class Run final : private desk::RunObserver {
   void Stop() { _stop = true; }
   bool IsOver() const;
   RunKind kind() const { return _kind; }
-  // Empty until it is over: the JSON report, and what was written.
+  // Empty until it is over: the report, as JSON and as a page, and what was written.
   std::string Report() const;
+  std::string ReportPage() const;
   std::vector<std::u16string> Written() const;
 
  private:
@@ -47,7 +49,7 @@ class Run final : private desk::RunObserver {
   bool StopRequested() const override { return _stop || _interrupted(); }
 
   void Take(const desk::ConversionRecord& record);
-  void Finish(const desk::ConversionRecord& record);
+  void Finish(desk::ConversionRecord record);
   Json Figures() const;
   Json Folders() const;
 
@@ -65,6 +67,7 @@ class Run final : private desk::RunObserver {
   Attention _attention;
   Json _notices = Json::array();
   std::string _report, _summary;
+  std::optional<desk::ConversionRecord> _record;
   std::vector<std::u16string> _written;
 };
 

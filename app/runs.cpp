@@ -88,20 +88,28 @@ HttpAnswer Runs::Ask(const HttpRequest& request) const {
   return {200, "application/json", Describe(after)};
 }
 
-std::string Runs::LastReport() const {
+std::shared_ptr<Run> Runs::LastConversion() const {
   std::shared_ptr<Run> run;
   {
     const std::lock_guard lock(_mutex);
     run = _lastConversion;
   }
   if (!run || !run->IsOver()) throw Refusal{404, "missing", "there is no report yet"};
-  return run->Report();
+  return run;
 }
 
 HttpAnswer Runs::ReportAsJson() const {
-  HttpAnswer answer{200, "application/json", LastReport()};
-  answer.headers = {{"Content-Disposition", "attachment; filename=\"report.json\""}};
-  return answer;
+  return {200,
+          "application/json",
+          LastConversion()->Report(),
+          {{"Content-Disposition", "attachment; filename=\"report.json\""}}};
+}
+
+HttpAnswer Runs::ReportAsPage() const {
+  return {200,
+          "text/html; charset=utf-8",
+          LastConversion()->ReportPage(),
+          {{"Content-Disposition", "attachment; filename=\"report.html\""}}};
 }
 
 }  // namespace parvane::app

@@ -30,8 +30,9 @@ class Runs {
   HttpAnswer Stop();
   // What has come of it so far, from number `attentionFrom` of what needs attention.
   HttpAnswer Ask(const HttpRequest& request) const;
-  // The report of the last conversion that is over.
+  // The report of the last conversion that is over, to be saved.
   HttpAnswer ReportAsJson() const;
+  HttpAnswer ReportAsPage() const;
 
   // Of the last run; "null" when there was none.
   std::string Describe(std::size_t attentionFrom) const;
@@ -41,7 +42,7 @@ class Runs {
   // Settles the destination, or throws a Refusal that says why it cannot be.
   void CheckPlace(desk::ConvertOptions& options);
   std::vector<std::u16string> Sources(const Json& request) const;
-  std::string LastReport() const;
+  std::shared_ptr<Run> LastConversion() const;
 
   Worker& _worker;
   Chosen& _chosen;

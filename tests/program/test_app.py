@@ -317,6 +317,7 @@ class Interface(WindowTest):
         report = window.get('api/report.json')
         self.assertIn('attachment', report.headers['Content-Disposition'])
         self.assertEqual(report.json['totals']['written'], 38)
+        self.assertIn(b'"written":38', window.get('api/report.html').body.replace(b' ', b''))
         self.look_inside()
 
     def look_inside(self):
