@@ -55,7 +55,7 @@ windows:
 	@cmake --build build/windows-cross --target parvane parvanemapi
 
 windows-package:
-	@tools/install_dependencies.sh windows windows-package
+	@tools/install_dependencies.sh windows
 	@cmake --preset windows-cross >/dev/null
 	@cmake --build build/windows-cross --target windows-package
 

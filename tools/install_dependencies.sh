@@ -6,7 +6,7 @@
 #   install_dependencies.sh GROUP...   the same, and what these need: "tests", "clang" (for .ci/run and
 #                                      fuzzing), "docs", "packages" (Debian packages), "bench" (the yardsticks
 #                                      of benchmarks), "browser" (the window's tests), "windows" (the Windows
-#                                      program and its tests under Wine), "windows-package" (its installer)
+#                                      program and its tests under Wine)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -19,7 +19,7 @@ clang="clang libclang-rt-dev"
 docs="doxygen"
 packages="debhelper lintian appstream desktop-file-utils"
 bench="libgmime-3.0-dev zlib1g-dev"
-windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64"
+windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis"
 
 # These are often there from elsewhere than Debian.
 browser=
@@ -34,7 +34,6 @@ for group in "$@"; do
     clang) wanted="$wanted $clang" ;;
     docs) wanted="$wanted $docs" ;;
     packages) wanted="$wanted $packages" ;;
-    windows-package) wanted="$wanted nsis" ;;
     bench) wanted="$wanted $bench" ;;
     browser) wanted="$wanted $browser" ;;
     windows) wanted="$wanted $windows" ;;

@@ -1,9 +1,11 @@
 #!/bin/sh
-# Tries what `make windows-package` has made, under Wine: unpacks the zip and converts with its program; installs,
-# converts with the installed program, removes, and looks for what was left behind.
+# try_package.sh [BUILD]: makes the packages for Windows in the build folder (default: build/windows-cross) and tries
+# them under Wine: unpacks the zip and converts with its program; installs, converts with the installed program,
+# removes, and looks for what was left behind.
 set -eu
 cd "$(dirname "$0")/../.."
-build=$PWD/build/windows-cross
+build=${1:-$PWD/build/windows-cross}
+cmake --build "$build" --target windows-package
 work=$(mktemp -d)
 wine() { tools/wine.sh "$work/wine" "$@"; }
 trap 'wine --stop || true; rm -rf "$work"' EXIT
