@@ -23,8 +23,10 @@ unsigned YearOf(platform::FileTime delivered) {
 
 // A day or two before its ends, a year is the same in every time zone.
 unsigned YearFinder::Of(platform::FileTime delivered) {
+  constexpr std::uint64_t kTicksPerYear = 31'556'952 * kTicksPerSecond;
   const std::uint64_t ticks = platform::FileTimeTicks(delivered);
-  if (ticks >= _begin && ticks < _end) return _year;
+  Known& known = _known[ticks / kTicksPerYear % _known.size()];
+  if (ticks >= known.begin && ticks < known.end) return known.year;
   const unsigned year = YearOf(delivered);
   if (year == kNoYear) return kNoYear;
   constexpr std::int64_t kMargin = 2;
@@ -32,9 +34,8 @@ unsigned YearFinder::Of(platform::FileTime delivered) {
     const std::int64_t seconds = days * kSecondsPerDay + platform::kUnixEpochInFileTimeSeconds;
     return seconds < 0 ? 0 : static_cast<std::uint64_t>(seconds) * kTicksPerSecond;
   };
-  _year = year;
-  _begin = ticksOf(platform::DaysFromCivil(year, 1, 1) + kMargin);
-  _end = ticksOf(platform::DaysFromCivil(std::int64_t{year} + 1, 1, 1) - kMargin);
+  known = {year, ticksOf(platform::DaysFromCivil(year, 1, 1) + kMargin),
+           ticksOf(platform::DaysFromCivil(std::int64_t{year} + 1, 1, 1) - kMargin)};
   return year;
 }
 

@@ -2,6 +2,7 @@
 // all of it that tells which years each folder has, then a pass for each year that takes its mail.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -18,15 +19,17 @@ inline constexpr unsigned kNoYear = 0;
 
 // Of the calendar of the machine's time zone; kNoYear for 0.
 unsigned YearOf(platform::FileTime delivered);
-// The same for one after the other; neighbours are mostly of one year, and then cost next to
-// nothing.
+// The same for many: what a time zone makes of a year is asked once.
 class YearFinder {
  public:
   unsigned Of(platform::FileTime delivered);
 
  private:
-  unsigned _year = kNoYear;
-  std::uint64_t _begin = 1, _end = 0;  // ticks that are of this year for sure
+  struct Known {
+    unsigned year = kNoYear;
+    std::uint64_t begin = 1, end = 0;  // ticks that are of this year for sure
+  };
+  std::array<Known, 64> _known;  // by the year as it is on average
 };
 
 class YearFilter : public ItemFilter {

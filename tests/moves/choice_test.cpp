@@ -6,6 +6,7 @@
 
 #include "moves/folder_glob.h"
 #include "moves/period.h"
+#include "moves/year_filter.h"
 #include "platform/text.h"
 #include "tests/support/time_zone.h"
 
@@ -111,6 +112,26 @@ TEST(Period, IsAsLongAsItsDateSays) {
         "2019-05-03x", "2019-05-03T08:30+15:00", "1600", "03.05.2019", "-2019",
         "2019-05-03T08:30Z0"})
     EXPECT_FALSE(ReadPeriod(wrong)) << wrong;
+}
+
+TEST(YearFinder, RemembersYearsAsTheyAre) {
+  constexpr std::uint64_t kHour = 3600 * platform::kTicksPerSecond;
+  for (const char* zone : {"America/New_York", "Australia/Lord_Howe", "Asia/Kolkata"}) {
+    ASSERT_TRUE(UseTimeZone(zone));
+    YearFinder finder;
+    // Around every new year, and in leaps, so that what is remembered is met again and replaced.
+    for (std::uint64_t year = 0; year < 500; year += year % 7 + 1) {
+      for (const std::uint64_t day : {1u, 2u, 3u, 180u, 363u, 364u, 365u}) {
+        for (std::uint64_t hour = 0; hour < 24; hour += 5) {
+          const auto time =
+              platform::FileTimeFromTicks(kHour * (hour + 24 * (day + year * 365 + year / 4)));
+          ASSERT_EQ(finder.Of(time), YearOf(time)) << year << " " << day << " " << hour;
+        }
+      }
+    }
+    EXPECT_EQ(finder.Of({}), kNoYear);
+  }
+  platform::SetLocalTimeZone("");
 }
 
 }  // namespace
