@@ -36,8 +36,8 @@ function people(message) {
 
 const person = ({ name: shown, address }) => (shown && address && shown !== address ? `${shown} <${address}>` : shown || address);
 
-const attachedFile = (file, address) => el('a', { class: 'button', href: address, download: file.name || '', 'aria-label': say(words.save, { name: file.name || words.unnamed }) },
-  icon('clip'), name(file.name || words.unnamed), el('span', { class: 'quiet' }, size(file.bytes ?? 0)));
+const attachedFile = (file, address) => el('a', { class: 'button', href: address, download: file.name || '' },
+  icon('clip'), el('span', { class: 'unseen' }, `${words.save} `), name(file.name || words.unnamed), el('span', { class: 'quiet' }, size(file.bytes ?? 0)));
 
 const attachedMessage = (file, open) => el('button', { type: 'button', onclick: open }, icon('mail'), name(file.name || words.unnamed));
 

@@ -274,7 +274,7 @@ export const texts = {
     views: 'Views of the message',
     from: 'From', sender: 'Sent by', to: 'To', cc: 'Copy to', bcc: 'Blind copy to', categories: 'Categories',
     attachments: { one: '{n} attachment', other: '{n} attachments' },
-    save: 'Save {name}',
+    save: 'Save',
     unnamed: 'unnamed',
     elsewhere: '{name} is not in the PST: it only says where it lies.',
     unreadable: 'This cannot be read and is missing here: {what}.',

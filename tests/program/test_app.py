@@ -339,7 +339,7 @@ class Interface(WindowTest):
         picture = shown_message['attachments'][0]['n']
         self.assertIn(f'attachment?{message}&amp;n={picture}'.encode(), document.body)
         # As the frame asks for it, which has no origin.
-        frame = {'Sec-Fetch-Site': 'cross-site', 'Sec-Fetch-Mode': 'no-cors', 'Sec-Fetch-Dest': 'image'}
+        frame = {'Sec-Fetch-Site': 'cross-site', 'Sec-Fetch-Mode': 'no-cors', 'Sec-Fetch-Dest': 'image', 'Origin': 'null'}
         file = window.get(f'{at}attachment?{message}&n={picture}', **frame)
         self.assertEqual((file.body, file.headers['Content-Type']), (b'\x89PNG\r\n\x1a\n', 'image/png'))
         name = re.fullmatch(r"attachment; filename=\"([^\"/\\]*)\"; filename\*=UTF-8''([\w.%-]*)", file.headers['Content-Disposition'])
