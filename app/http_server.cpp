@@ -112,12 +112,16 @@ class GuardedStream final : public httplib::Stream {
 // The library's threads, with an end to what waits for them.
 class BoundedThreads final : public httplib::TaskQueue {
  public:
-  void enqueue(std::function<void()> task) override {
+  // Nothing; or true, to later versions of the library.
+  using Taken = decltype(std::declval<httplib::TaskQueue&>().enqueue(nullptr));
+
+  Taken enqueue(std::function<void()> task) override {
     _room.acquire();
     _threads.enqueue([this, task = std::move(task)] {
       task();
       _room.release();
     });
+    return Taken(true);
   }
   void shutdown() override { _threads.shutdown(); }
 
@@ -172,14 +176,25 @@ class Server final : public HttpServer, private httplib::Server {
   unsigned Visitors() const override { return _visitors; }
 
  private:
+  // As the version of the library has it; later ones want to be told of both ends.
+  template <typename Self, typename Admit>
+  static bool Process(Self& self, httplib::Stream& stream, bool& closed, const Admit& admit) {
+    if constexpr (requires { self.process_request(stream, true, closed, admit); }) {
+      return self.process_request(stream, true, closed, admit);
+    } else {
+      const std::string here = "127.0.0.1";
+      return self.process_request(stream, here, 0, here, 0, true, closed, admit);
+    }
+  }
+
   bool process_and_close_socket(socket_t socket) override {
     GuardedStream stream(socket, _ends);
     bool closed = true;
-    const bool done =
-        !_ends && process_request(stream, true, closed, [&stream](httplib::Request& request) {
-          request.ranges.clear();  // answers are whole
-          stream.AllowBody();
-        });
+    const auto admit = [&stream](httplib::Request& request) {
+      request.ranges.clear();  // answers are whole
+      stream.AllowBody();
+    };
+    const bool done = !_ends && Process(*this, stream, closed, admit);
     stream.Drain();
     httplib::detail::shutdown_socket(socket);
     httplib::detail::close_socket(socket);

@@ -1,7 +1,5 @@
 #include "app/worker.h"
 
-#include <future>
-#include <memory>
 #include <utility>
 
 #include "app/json.h"
@@ -28,22 +26,16 @@ Worker::~Worker() {
 }
 
 void Worker::Ask(const Task& task) {
-  // Shared, so that its end is safe whoever sees it first.
-  const auto work = std::make_shared<std::packaged_task<void()>>(task);
-  std::future<void> done = work->get_future();
-  {
-    const std::lock_guard lock(_mutex);
-    if (_running) throw Busy("a conversion is at work; please wait until it is done");
-    if (_ends || _asked.size() >= kMostWaiting) throw Busy("too much at once; please try again");
-    _asked.emplace_back([work] { (*work)(); });
-    _wanted = true;
-  }
+  Question question;
+  std::unique_lock lock(_mutex);
+  if (_running) throw Busy("a conversion is at work; please wait until it is done");
+  if (_ends || _asked.size() >= kMostWaiting) throw Busy("too much at once; please try again");
+  _asked.push_back({task, &question});
+  _wanted = true;
   _changed.notify_all();
-  try {
-    done.get();
-  } catch (const std::future_error&) {
-    throw Busy("the program ends");
-  }
+  _answered.wait(lock, [&question] { return question.done; });
+  if (question.dropped) throw Busy("the program ends");
+  if (question.error) std::rethrow_exception(question.error);
 }
 
 void Worker::Begin(Task run) {
@@ -52,10 +44,11 @@ void Worker::Begin(Task run) {
     if (_running || _ends) throw Busy("a conversion is at work already");
     _running = true;
     _wanted = true;
-    _asked.emplace_back([this, run = std::move(run)] {
-      run();
-      _running = false;
-    });
+    _asked.push_back({[this, run = std::move(run)] {
+                        run();
+                        _running = false;
+                      },
+                      nullptr});
   }
   _changed.notify_all();
 }
@@ -73,18 +66,45 @@ void Worker::Work() {
   for (;;) {
     _changed.wait(lock, [this] { return _ends || !_asked.empty() || !_later.empty(); });
     if (_ends) break;
-    std::deque<Task>& queue = _asked.empty() ? _later : _asked;
-    Task task = std::move(queue.front());
-    queue.pop_front();
-    _wanted = !_asked.empty();
-    lock.unlock();
-    task();
-    task = nullptr;
-    lock.lock();
+    if (_asked.empty()) {
+      Task task = std::move(_later.front());
+      _later.pop_front();
+      Do({std::move(task), nullptr}, lock);
+    } else {
+      Asked asked = std::move(_asked.front());
+      _asked.pop_front();
+      _wanted = !_asked.empty();
+      Do(std::move(asked), lock);
+    }
   }
-  // Who waits for one of these is told that nothing came of it.
+  Drop();
+}
+
+void Worker::Do(Asked asked, std::unique_lock<std::mutex>& lock) {
+  lock.unlock();
+  std::exception_ptr error;
+  try {
+    asked.task();
+  } catch (...) {
+    error = std::current_exception();
+  }
+  asked.task = nullptr;
+  lock.lock();
+  if (asked.question) {
+    asked.question->error = error;
+    asked.question->done = true;
+    _answered.notify_all();
+  }
+}
+
+// Who waits for one of these is told that nothing came of it.
+void Worker::Drop() {
+  for (const Asked& asked : _asked) {
+    if (asked.question) asked.question->done = asked.question->dropped = true;
+  }
   _asked.clear();
   _later.clear();
+  _answered.notify_all();
 }
 
 }  // namespace parvane::app

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -35,11 +36,24 @@ class Worker {
   bool IsWanted() const { return _wanted; }
 
  private:
+  // Somebody who waits, or nobody.
+  struct Question {
+    bool done = false, dropped = false;
+    std::exception_ptr error;
+  };
+  struct Asked {
+    Task task;
+    Question* question;
+  };
+
   void Work();
+  void Do(Asked asked, std::unique_lock<std::mutex>& lock);
+  void Drop();
 
   std::mutex _mutex;
-  std::condition_variable _changed;
-  std::deque<Task> _asked, _later;
+  std::condition_variable _changed, _answered;
+  std::deque<Asked> _asked;
+  std::deque<Task> _later;
   bool _ends = false;
   std::atomic<bool> _running{false}, _wanted{false};
   std::thread _thread;

@@ -91,7 +91,7 @@ function goOnWith(run) {
 
 window.addEventListener('hashchange', show);
 // The server ends when nobody needs it: it is told that the page is still here, and that it goes.
-setInterval(() => get('state').catch(shell.fail), kBeat);
+setInterval(() => get('knock').catch(shell.fail), kBeat);
 window.addEventListener('pagehide', () => navigator.sendBeacon('api/goodbye', ''));
 window.addEventListener('pageshow', (event) => { if (event.persisted) get('state').catch(shell.fail); });
 start();
