@@ -31,7 +31,7 @@ export class MessageList {
   clear() {
     this.abort?.abort();
     this.abort = new AbortController();
-    Object.assign(this, { total: 0, position: 0, lastTop: 0, active: -1, opened: null, pages: new Map() });
+    Object.assign(this, { total: 0, position: 0, lastTop: 0, active: -1, opened: null, pages: new Map(), drawn: new Map() });
     this.layer.replaceChildren();
   }
 
@@ -83,25 +83,44 @@ export class MessageList {
   draw() {
     const first = Math.max(0, Math.floor(this.position / kRow) - 2);
     const last = Math.min(this.total - 1, Math.ceil((this.position + this.height) / kRow) + 2);
-    const rows = [];
-    for (let at = first; at <= last; at++) rows.push(this.row(at));
-    this.layer.replaceChildren(...rows);
+    const drawn = new Map();
+    for (let at = first; at <= last; at++) drawn.set(at, this.row(at));
+    this.put(drawn);
     if (this.active >= first && this.active <= last) this.element.setAttribute('aria-activedescendant', `message-${this.active}`);
     else this.element.removeAttribute('aria-activedescendant');
     clearTimeout(this.wanted);
     this.wanted = setTimeout(() => this.load(first, last), 40);
   }
 
+  // A row that is there stays the same element, or a click that is begun on it would have no end.
   row(at) {
     const data = this.pages.get(Math.floor(at / kPage))?.[at % kPage];
-    const item = el('div', { class: 'entry', role: 'option', id: `message-${at}`, 'aria-setsize': this.total, 'aria-posinset': at + 1, 'aria-selected': String(at === this.opened),
-      onclick: () => this.open(at) });
-    measure(item, 'transform', `translateY(${at * kRow - this.position}px)`);
-    if (at === this.active) item.classList.add('active');
+    const there = this.drawn.get(at);
+    const row = there && there.data === data ? there : { item: this.made(at, data), data };
+    measure(row.item, 'transform', `translateY(${at * kRow - this.position}px)`);
+    row.item.setAttribute('aria-selected', String(at === this.opened));
+    row.item.classList.toggle('active', at === this.active);
+    return row;
+  }
+
+  made(at, data) {
+    const item = el('div', { class: 'entry', role: 'option', id: `message-${at}`, 'aria-setsize': this.total, 'aria-posinset': at + 1, onclick: () => this.open(at) });
     if (data?.id) fill(item, data);
-    else if (data) item.append(el('span', { class: 'quiet' }, words.unreadableRow));
-    else item.append(el('span', { class: 'quiet' }, words.loading));
+    else item.append(el('span', { class: 'quiet' }, data ? words.unreadableRow : words.loading));
     return item;
+  }
+
+  // These rows, in their order, and no others.
+  put(drawn) {
+    const items = [...drawn.values()].map(({ item }) => item);
+    const kept = new Set(items);
+    for (const item of [...this.layer.children]) if (!kept.has(item)) item.remove();
+    let next = this.layer.firstElementChild;
+    for (const item of items) {
+      if (item === next) next = next.nextElementSibling;
+      else this.layer.insertBefore(item, next);
+    }
+    this.drawn = drawn;
   }
 
   // Brings the pages of these rows, and draws again when they are there.
