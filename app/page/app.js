@@ -10,6 +10,7 @@ import { texts } from './texts.js';
 
 const kSteps = { found: foundStep, check: checkStep, convert: convertStep, done: doneStep, inside: insideStep };
 const kBeat = 60000;
+const kAfterGoodbye = 1000;
 
 // What one step leaves for the next. run: as the server last told of it; open: the PST to look into.
 const session = { system: null, sources: [], scan: null, report: null, run: null, open: null };
@@ -92,6 +93,12 @@ function goOnWith(run) {
 window.addEventListener('hashchange', show);
 // The server ends when nobody needs it: it is told that the page is still here, and that it goes.
 setInterval(() => get('knock').catch(shell.fail), kBeat);
-window.addEventListener('pagehide', () => navigator.sendBeacon('api/goodbye', ''));
+// Another page of the same window speaks up after the goodbye of this one.
+const pages = new BroadcastChannel('pages');
+pages.addEventListener('message', () => setTimeout(() => get('knock').catch(shell.fail), kAfterGoodbye));
+window.addEventListener('pagehide', () => {
+  navigator.sendBeacon('api/goodbye', '');
+  pages.postMessage('goodbye');
+});
 window.addEventListener('pageshow', (event) => { if (event.persisted) get('state').catch(shell.fail); });
 start();
