@@ -10,6 +10,8 @@
 #include <utility>
 
 #define CPPHTTPLIB_LISTEN_BACKLOG 4096
+// Ranges are read by a regular expression, which takes a kilobyte of stack for each character.
+#define CPPHTTPLIB_HEADER_MAX_LENGTH 2048
 #include <httplib.h>
 
 #include "app/admission.h"
