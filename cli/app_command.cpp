@@ -14,8 +14,9 @@ It listens on this machine only, and ends when its page is closed.)";
 }  // namespace
 
 void DescribeApp(CLI::App& command, app::Options& options) {
-  command.add_flag("!--no-browser", options.browser,
-                   "write the page's address, and open no browser");
+  command.add_flag_callback(
+      "--no-browser", [&options] { options.browser = false; },
+      "write the page's address, and open no browser");
   command.footer(kExamples);
 }
 
