@@ -258,14 +258,14 @@ parvane::platform::FileTime MBOXEmailAsset::Delivered() const {
   if (_state && _state->undated) return _state->date.value.value_or(parvane::platform::FileTime{});
   Tessary::EmailMessage& email = *Parsed();
   parvane::platform::FileTime time{};
-  Tessary::DateValue date;
+  if (Tessary::DateValue date; !LacksDate() && email.Date(date)) date.GetAsFileTime(false, &time);
+  // One that cannot be read leaves the Date in its place.
   std::string scratch;
   std::string_view text;
   if (email.Field("Delivery-Date", scratch, text)) {
-    date.SetFromRfc822(text);
-    date.GetAsFileTime(false, &time);
-  } else if (!LacksDate() && email.Date(date)) {
-    date.GetAsFileTime(false, &time);
+    Tessary::DateValue delivery;
+    delivery.SetFromRfc822(text);
+    delivery.GetAsFileTime(false, &time);
   }
   return time;
 }
