@@ -25,7 +25,7 @@ void AddChoice(CLI::App& command, const char* option, Taken& choice,
     names.emplace_back(word.name);
     type.append(type.empty() ? "" : "|").append(word.name);
   }
-  const auto take = [&choice, &words](const std::string& name) {
+  const auto take = [&](const std::string& name) {
     if constexpr (std::is_same_v<Taken, std::string>) {
       choice = name;
     } else {
