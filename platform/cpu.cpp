@@ -16,18 +16,21 @@ namespace {
 
 constexpr unsigned Bit(CpuFeature feature) { return 1U << static_cast<unsigned>(feature); }
 
-// PARVANE_CPU=plain in the environment: whole programs are measured and tested that way.
-bool PlainIsAskedFor() {
+// What PARVANE_CPU in the environment leaves of the machine's features: whole programs are measured
+// and tested that way.
+unsigned AllowedFeatures() {
 #if defined(_MSC_VER)
 #pragma warning(suppress : 4996)  // nothing changes the environment meanwhile
 #endif
   const char* wanted = std::getenv("PARVANE_CPU");
-  return wanted != nullptr && std::string_view(wanted) == "plain";
+  const std::string_view level = wanted != nullptr ? wanted : "";
+  if (level == "plain") return 0;
+  if (level == "avx2") return Bit(CpuFeature::kAvx512) - 1;
+  return ~0U;
 }
 
 unsigned Detect() {
   unsigned found = 0;
-  if (PlainIsAskedFor()) return found;
 #if defined(PARVANE_CPU_BUILTINS)
   __builtin_cpu_init();
   if (__builtin_cpu_supports("ssse3")) found |= Bit(CpuFeature::kSsse3);
@@ -76,7 +79,7 @@ std::atomic<unsigned> g_shown{~0U};
 }  // namespace
 
 bool CpuHas(CpuFeature feature) {
-  static const unsigned kFound = Detect();
+  static const unsigned kFound = Detect() & AllowedFeatures();
   return (kFound & g_shown.load(std::memory_order_relaxed) & Bit(feature)) != 0;
 }
 

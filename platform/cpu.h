@@ -18,8 +18,8 @@ enum class CpuFeature {
   kVbmi2     // VBMI2, and kAvx512
 };
 
-// False on machines of another architecture, for what is hidden, and for everything with
-// PARVANE_CPU=plain in the environment.
+// False on machines of another architecture, for what is hidden, and for what PARVANE_CPU in the
+// environment rules out: "plain" everything, "avx2" what comes after AVX2 in the list.
 bool CpuHas(CpuFeature feature);
 
 // Hides a feature and all that come after it in the list, so that what smaller machines run is
