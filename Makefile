@@ -9,7 +9,8 @@
 #   make dist      source archive, build/parvane-VERSION.tar.gz
 #   make deb       Debian packages, build/release/*.deb (see docs/packaging.md)
 #   make windows-package   zip and installer for Windows, build/windows-cross/parvane-*.{zip,exe}
-#   make bench     whole-conversion benchmark (see docs/benchmarks.md)
+#   make bench     measures conversions, prints the tables of docs/performance.md (see docs/benchmarks.md)
+#   make bench REAL=~/mail   the same, with the mbox files of a folder as mailbox A
 #   make bench-scale   a million messages, thousands of folders, gigabytes; takes 16 GB of disk
 #   make docs      the reference of the library, build/docs/html (Doxygen)
 #   make format    let clang-format rewrite the sources
@@ -76,7 +77,7 @@ bench:
 	@tools/install_dependencies.sh bench
 	@cmake --preset bench
 	@cmake --build build/bench
-	@python3 bench/convert_benchmark.py --build build/bench
+	@python3 bench/convert_benchmark.py --build build/bench $(if $(REAL),--real '$(REAL)')
 
 bench-scale:
 	@tools/install_dependencies.sh bench
