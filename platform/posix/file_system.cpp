@@ -6,52 +6,18 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
 #include "platform/file.h"
 #include "platform/path.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/errors.h"
+#include "platform/posix/posix_file.h"
 
 namespace parvane::platform {
 namespace {
-
-// Repeats a call that a signal interrupted.
-template <typename Call>
-auto Retry(Call call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) result = call();
-  return result;
-}
-
-// The standard descriptors stay free for those who think they own them: where they were closed, the
-// next file opened would get one, and whatever is printed would be written into it.
-int AboveStandardStreams(int fd) {
-  if (fd < 0 || fd > STDERR_FILENO) return fd;
-  const int above = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  const int error = errno;
-  ::close(fd);
-  errno = error;
-  return above;
-}
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : _fd(AboveStandardStreams(fd)) {}
-  ~Descriptor() {
-    if (_fd != -1) ::close(_fd);
-  }
-  Descriptor(Descriptor&& other) noexcept : _fd(std::exchange(other._fd, -1)) {}
-  Descriptor& operator=(Descriptor&&) = delete;
-  int get() const { return _fd; }
-  bool valid() const { return _fd != -1; }
-
- private:
-  int _fd;
-};
 
 // A native path for the system. A name that holds a NUL cannot exist: it must not be cut there.
 bool ToNative(std::u16string_view path, std::string* native) {
@@ -62,149 +28,6 @@ bool ToNative(std::u16string_view path, std::string* native) {
 Status BadName(std::string_view action, std::u16string_view path) {
   return ErrnoStatus(EINVAL, action, path);
 }
-
-FileKind KindOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileKind::kFile;
-  if (S_ISDIR(mode)) return FileKind::kFolder;
-  return FileKind::kOther;
-}
-
-FileTime ToFileTime(const timespec& time) {
-  const std::int64_t seconds = std::int64_t{time.tv_sec} + kUnixEpochInFileTimeSeconds;
-  if (seconds < 0) return {};
-  return FileTimeFromTicks(static_cast<std::uint64_t>(seconds) * kTicksPerSecond +
-                           static_cast<std::uint64_t>(time.tv_nsec) / 100);
-}
-
-FileInformation InformationOf(const struct stat& info) {
-  return {KindOf(info.st_mode), static_cast<std::uint64_t>(info.st_size),
-          static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
-          ToFileTime(info.st_mtim)};
-}
-
-constexpr std::uint64_t kMaxOffset = static_cast<std::uint64_t>(INT64_MAX);
-
-class PosixFile final : public RandomAccessFile {
- public:
-  PosixFile(Descriptor fd, std::u16string_view path) : _fd(std::move(fd)), _path(path) {}
-
-  Result<std::size_t> ReadAt(std::uint64_t offset, std::span<std::byte> buffer) override {
-    std::size_t done = 0;
-    while (done < buffer.size() && offset + done <= kMaxOffset) {
-      const ssize_t count = Retry([&] {
-        return ::pread(_fd.get(), buffer.data() + done, buffer.size() - done,
-                       static_cast<off_t>(offset + done));
-      });
-      if (count < 0) return Fail("read");
-      if (count == 0) break;
-      done += static_cast<std::size_t>(count);
-    }
-    return done;
-  }
-
-  Status WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) override {
-    if (offset > kMaxOffset || bytes.size() > kMaxOffset - offset) {
-      return ErrnoStatus(EFBIG, "write", _path);
-    }
-    while (!bytes.empty()) {
-      const ssize_t count = Retry([&] {
-        return ::pwrite(_fd.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
-      });
-      if (count < 0) return Fail("write");
-      if (count == 0) return ErrnoStatus(EIO, "write", _path);
-      bytes = bytes.subspan(static_cast<std::size_t>(count));
-      offset += static_cast<std::uint64_t>(count);
-    }
-    return {};
-  }
-
-  Status Flush() override {
-#if defined(__APPLE__)
-    // fsync there stops at the device's cache.
-    const int result = Retry([&] { return ::fcntl(_fd.get(), F_FULLFSYNC); });
-#else
-    const int result = Retry([&] { return ::fdatasync(_fd.get()); });
-#endif
-    return result == 0 ? Status() : Fail("flush");
-  }
-
-  Result<std::uint64_t> Size() override {
-    struct stat info;
-    if (::fstat(_fd.get(), &info) != 0) return Fail("inspect");
-    return static_cast<std::uint64_t>(info.st_size);
-  }
-
-  Status Resize(std::uint64_t size) override {
-    if (size > kMaxOffset) return ErrnoStatus(EFBIG, "resize", _path);
-    const int result = Retry([&] { return ::ftruncate(_fd.get(), static_cast<off_t>(size)); });
-    return result == 0 ? Status() : Fail("resize");
-  }
-
-  Status Allocate(std::uint64_t size) override {
-    const auto current = Size();
-    if (!current.ok()) return current.status();
-    if (size <= *current) return {};
-    if (size > kMaxOffset) return ErrnoStatus(EFBIG, "extend", _path);
-    if (HasPlenty(size - *current)) return Resize(size);
-#if defined(__linux__)
-    const int result = Retry([&] {
-      return ::fallocate(_fd.get(), 0, static_cast<off_t>(*current),
-                         static_cast<off_t>(size - *current));
-    });
-    if (result == 0) return {};
-    Status status = Fail("extend");
-    if (status.code() == StatusCode::kUnsupported) status = AllocateByWriting(*current, size);
-#else
-    Status status = AllocateByWriting(*current, size);
-#endif
-    // What was taken before the disk filled up goes back.
-    if (!status.ok()) (void)Resize(*current);
-    return status;
-  }
-
-  Status LockExclusive() override {
-    // flock belongs to the open file, so that a second handle in this process is refused too.
-    if (Retry([&] { return ::flock(_fd.get(), LOCK_EX | LOCK_NB); }) == 0) return {};
-    if (errno == EWOULDBLOCK) {
-      return {StatusCode::kLocked, PathForDisplay(_path) + " is in use by another program"};
-    }
-    if (errno == ENOLCK) return ErrnoStatus(EOPNOTSUPP, "lock", _path);
-    return Fail("lock");
-  }
-
-  Result<FileInformation> Inspect() override {
-    struct stat info;
-    if (::fstat(_fd.get(), &info) != 0) return Fail("inspect");
-    return InformationOf(info);
-  }
-
- private:
-  Status Fail(std::string_view action) const { return ErrnoStatus(errno, action, _path); }
-
-  // Whether `more` bytes can be taken without anybody noticing. Taking space ahead costs memory and
-  // network file systems as much as writing it a second time.
-  bool HasPlenty(std::uint64_t more) {
-    constexpr std::uint64_t kPlenty = std::uint64_t{1} << 30;
-    struct statvfs space;
-    if (::fstatvfs(_fd.get(), &space) != 0 || space.f_frsize == 0) return false;
-    return space.f_bavail > (more + kPlenty) / space.f_frsize;
-  }
-
-  // For file systems that cannot reserve space.
-  Status AllocateByWriting(std::uint64_t from, std::uint64_t to) {
-    static constexpr std::byte kZeros[65536] = {};
-    while (from < to) {
-      const std::uint64_t piece = std::min<std::uint64_t>(to - from, sizeof kZeros);
-      Status status = WriteAt(from, std::span(kZeros, static_cast<std::size_t>(piece)));
-      if (!status.ok()) return status;
-      from += piece;
-    }
-    return {};
-  }
-
-  Descriptor _fd;
-  std::u16string _path;
-};
 
 Status NoRegularFile(std::string_view action, std::u16string_view path) {
   return {StatusCode::kUnsupported,
@@ -267,8 +90,7 @@ class PosixFileSystem final : public FileSystem {
     if (mode == OpenMode::kCreateNew) flags = O_RDWR | O_CREAT | O_EXCL;
     auto fd = OpenRegular(path, flags, 0666, mode == OpenMode::kCreateNew ? "create" : "open");
     if (!fd.ok()) return fd.status();
-    return std::unique_ptr<RandomAccessFile>(
-        std::make_unique<PosixFile>(std::move(fd).value(), path));
+    return MakePosixFile(std::move(fd).value(), path);
   }
 
   FileInformation Inspect(std::u16string_view path) override {
