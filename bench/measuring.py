@@ -4,6 +4,7 @@ import datetime
 import os
 import pathlib
 import platform
+import random
 import re
 import statistics
 import subprocess
@@ -46,12 +47,13 @@ def peak_memory(command):
 def take_turns(contestants, rounds, warm_up=1):
     """{name: [Cost of each round]} of contestants {name: function that returns a Cost}.
 
-    Every second round goes backwards, so that whoever follows an expensive one does so in turns.
+    Each round has another order, so that nobody always follows the same one; it is the same in
+    every run.
     """
+    chance = random.Random(rounds)
     costs = {name: [] for name in contestants}
     for number in range(rounds + warm_up):
-        order = list(contestants)
-        for name in order if number % 2 == 0 else reversed(order):
+        for name in chance.sample(list(contestants), len(contestants)):
             cost = contestants[name]()
             if number >= warm_up:
                 costs[name].append(cost)
