@@ -9,6 +9,17 @@ namespace {
 
 constexpr std::size_t kMostWaiting = 32;
 
+class RunningUntilHere {
+ public:
+  explicit RunningUntilHere(std::atomic<bool>& running) : _running(running) {}
+  ~RunningUntilHere() { _running = false; }
+  RunningUntilHere(const RunningUntilHere&) = delete;
+  RunningUntilHere& operator=(const RunningUntilHere&) = delete;
+
+ private:
+  std::atomic<bool>& _running;
+};
+
 Refusal Busy(const char* error) { return {409, "busy", error}; }
 
 }  // namespace
@@ -45,8 +56,9 @@ void Worker::Begin(Task run) {
     _running = true;
     _wanted = true;
     _asked.push_back({[this, run = std::move(run)] {
+                        // However it ends: nothing else would be done any more.
+                        const RunningUntilHere over(_running);
                         run();
-                        _running = false;
                       },
                       nullptr});
   }
