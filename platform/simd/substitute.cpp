@@ -46,32 +46,80 @@ void ApplyAvx512(const std::uint8_t* table, const std::byte* from, std::size_t s
 // A shuffle looks a byte's low four bits up in one row of sixteen and gives 0 when its highest bit
 // is set. Subtracting 16 from row to row makes the bytes of the rows passed negative, and because
 // rows hold differences, what has gathered by then is the byte's entry. The halves of the table
-// below and above 128 are looked up apart, bytes of the other half being negative throughout.
+// below and above 128 are looked up apart, bytes of the other half being negative throughout: the
+// subtraction, saturating, keeps them so.
+//
+// ASCII at two bytes a character, as text lies in a PST, has nothing in the upper half, and every
+// second byte is 0. Two registers of such text are packed into one for half the lookups, and
+// unpacked again, which restores the order whatever the order of packing is.
+
 PARVANE_TARGET("avx2")
-std::size_t ApplyAvx2(const std::uint8_t* differences, const std::byte* from, std::size_t size,
-                      std::byte* to) {
-  __m256i rows[16];
-  for (int row = 0; row < 16; ++row) {
-    rows[row] = _mm256_broadcastsi128_si256(
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(differences + 16 * row)));
+inline __m256i LookInHalf(const std::uint8_t* differences, __m256i bytes) {
+  __m256i found = _mm256_setzero_si256();
+  for (std::size_t row = 0; row < 8; ++row) {
+    const auto* entries = reinterpret_cast<const __m128i*>(differences + 16 * row);
+    const __m256i twice = _mm256_broadcastsi128_si256(_mm_load_si128(entries));
+    found = _mm256_xor_si256(found, _mm256_shuffle_epi8(twice, bytes));
+    bytes = _mm256_subs_epi8(bytes, _mm256_set1_epi8(16));
   }
-  const __m256i sixteen = _mm256_set1_epi8(16);
+  return found;
+}
+
+PARVANE_TARGET("avx2")
+inline __m256i LookAvx2(const std::uint8_t* differences, __m256i bytes) {
+  const __m256i upper = _mm256_xor_si256(bytes, _mm256_set1_epi8(static_cast<char>(0x80)));
+  return _mm256_xor_si256(LookInHalf(differences, bytes), LookInHalf(differences + 128, upper));
+}
+
+PARVANE_TARGET("avx2")
+std::size_t ApplyAvx2(const std::uint8_t* table, const std::uint8_t* differences,
+                      const std::byte* from, std::size_t size, std::byte* to) {
+  const __m256i entryOfZero = _mm256_set1_epi8(static_cast<char>(table[0]));
+  const __m256i noText = _mm256_set1_epi16(static_cast<short>(0xFF80));
+  std::size_t i = 0;
+  for (; i + 64 <= size; i += 64) {
+    const auto* in = reinterpret_cast<const __m256i*>(from + i);
+    auto* out = reinterpret_cast<__m256i*>(to + i);
+    const __m256i first = _mm256_loadu_si256(in);
+    const __m256i second = _mm256_loadu_si256(in + 1);
+    if (_mm256_testz_si256(_mm256_or_si256(first, second), noText)) {
+      const __m256i found = LookInHalf(differences, _mm256_packus_epi16(first, second));
+      _mm256_storeu_si256(out, _mm256_unpacklo_epi8(found, entryOfZero));
+      _mm256_storeu_si256(out + 1, _mm256_unpackhi_epi8(found, entryOfZero));
+    } else {
+      _mm256_storeu_si256(out, LookAvx2(differences, first));
+      _mm256_storeu_si256(out + 1, LookAvx2(differences, second));
+    }
+  }
+  return i;
+}
+
+// Without AVX2 the shuffles win for such text only.
+PARVANE_TARGET("ssse3")
+std::size_t ApplySsse3(const std::uint8_t* table, const std::uint8_t* differences,
+                       const std::byte* from, std::size_t size, std::byte* to) {
+  const __m128i entryOfZero = _mm_set1_epi8(static_cast<char>(table[0]));
+  const __m128i noText = _mm_set1_epi16(static_cast<short>(0xFF80));
   std::size_t i = 0;
   for (; i + 32 <= size; i += 32) {
-    const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + i));
-    // Of a byte in the other half all differences must stay away: it starts negative, and the
-    // subtraction, saturating, keeps it so.
-    __m256i lower = bytes;
-    __m256i upper = _mm256_xor_si256(bytes, _mm256_set1_epi8(static_cast<char>(0x80)));
-    __m256i found =
-        _mm256_xor_si256(_mm256_shuffle_epi8(rows[0], lower), _mm256_shuffle_epi8(rows[8], upper));
-    for (int row = 1; row < 8; ++row) {
-      lower = _mm256_subs_epi8(lower, sixteen);
-      upper = _mm256_subs_epi8(upper, sixteen);
-      found = _mm256_xor_si256(found, _mm256_xor_si256(_mm256_shuffle_epi8(rows[row], lower),
-                                                       _mm256_shuffle_epi8(rows[8 + row], upper)));
+    const auto* in = reinterpret_cast<const __m128i*>(from + i);
+    auto* out = reinterpret_cast<__m128i*>(to + i);
+    const __m128i first = _mm_loadu_si128(in);
+    const __m128i second = _mm_loadu_si128(in + 1);
+    const __m128i strange = _mm_and_si128(_mm_or_si128(first, second), noText);
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(strange, _mm_setzero_si128())) != 0xFFFF) {
+      ApplyPlain(table, from + i, 32, to + i);
+      continue;
     }
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + i), found);
+    __m128i bytes = _mm_packus_epi16(first, second);
+    __m128i found = _mm_setzero_si128();
+    for (std::size_t row = 0; row < 8; ++row) {
+      const auto* entries = reinterpret_cast<const __m128i*>(differences + 16 * row);
+      found = _mm_xor_si128(found, _mm_shuffle_epi8(_mm_load_si128(entries), bytes));
+      bytes = _mm_subs_epi8(bytes, _mm_set1_epi8(16));
+    }
+    _mm_storeu_si128(out, _mm_unpacklo_epi8(found, entryOfZero));
+    _mm_storeu_si128(out + 1, _mm_unpackhi_epi8(found, entryOfZero));
   }
   return i;
 }
@@ -84,8 +132,10 @@ void ByteTable::Apply(const std::byte* from, std::size_t size, std::byte* to) co
   std::size_t done = 0;
 #ifdef PARVANE_X86
   if (CpuHas(CpuFeature::kAvx512)) return ApplyAvx512(_bytes.data(), from, size, to);
-  if (size >= 32 && CpuHas(CpuFeature::kAvx2)) {
-    done = ApplyAvx2(_differences.data(), from, size, to);
+  if (CpuHas(CpuFeature::kAvx2)) {
+    done = ApplyAvx2(_bytes.data(), _differences.data(), from, size, to);
+  } else if (CpuHas(CpuFeature::kSsse3)) {
+    done = ApplySsse3(_bytes.data(), _differences.data(), from, size, to);
   }
 #endif
   ApplyPlain(_bytes.data(), from + done, size - done, to + done);

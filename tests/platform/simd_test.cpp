@@ -132,6 +132,18 @@ TEST_P(SimdTest, EveryByteIsReplaced) {
   }
   table.Apply(bytes.data(), bytes.size(), bytes.data());
   EXPECT_EQ(std::to_integer<int>(bytes[3]), entries[21]) << "in place";
+
+  // Text at two bytes a character, with one byte that is none, at any place or beyond the end.
+  for (std::size_t at = 0; at <= 130; ++at) {
+    std::vector<std::byte> text(130);
+    for (std::size_t i = 0; i < text.size(); i += 2) text[i] = static_cast<std::byte>(i / 2 + 60);
+    if (at < text.size()) text[at] = static_cast<std::byte>(0x80 + at);
+    std::vector<std::byte> found = text;
+    table.Apply(found.data(), found.size(), found.data());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      ASSERT_EQ(std::to_integer<int>(found[i]), entries[std::to_integer<std::size_t>(text[i])]);
+    }
+  }
 }
 
 TEST_P(SimdTest, TheFirstSurrogateIsFoundAtAnyPlace) {
