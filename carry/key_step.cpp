@@ -1,5 +1,8 @@
 #include "carry/key_step.h"
 
+#include <new>
+#include <utility>
+
 #include "convert/properties/mapi_properties.h"
 #include "engine/assets.h"
 #include "mapi/message.h"
@@ -7,11 +10,36 @@
 
 namespace parvane::carry {
 
+void KeyStep::BeforeConversion(QuelmarMIMEEngineCommon::IAsset& item) {
+  if (!_beside) return;
+  TakeKey();  // of an item that was not saved
+  engine::IMessageFacts* facts = _factsOf(item);
+  if (facts) _work = facts->KeyWork();
+  if (!_work) return;
+  const bool begun = _thread.Start([this] {
+    try {
+      _key = _work();
+    } catch (const std::bad_alloc&) {
+      // The item is asked, then.
+    }
+  });
+  if (!begun) _work = nullptr;
+}
+
+std::optional<engine::MessageKey> KeyStep::TakeKey() {
+  if (!_work) return std::nullopt;
+  _thread.Wait();
+  _work = nullptr;
+  return std::exchange(_key, std::nullopt);
+}
+
 // A store that has keys of its own refuses it, and nothing is lost of the mail.
 void KeyStep::BeforeSave(QuelmarMIMEEngineCommon::IAsset& item, mapi::IMessage& message) {
   engine::IMessageFacts* facts = _factsOf(item);
   if (!facts) return;
-  if (const auto key = facts->Key()) {
+  auto key = TakeKey();
+  if (!key) key = facts->Key();
+  if (key) {
     QuelmarMIMEEngineCommon::OrvMAPIUtilities::SetPropBin(
         &message, mapi::PR_SEARCH_KEY, static_cast<mapi::ULONG>(key->size()), key->data());
   }

@@ -5,7 +5,11 @@
 namespace parvane::desk {
 
 KeepSteps::KeepSteps(const KeepChoice& keep, SourceWitness& witness)
-    : _stateStep(witness), _winmailStep(witness), _addressStep(witness), _itemInHand(witness) {
+    : _keyStep(true),
+      _stateStep(witness),
+      _winmailStep(witness),
+      _addressStep(witness),
+      _itemInHand(witness) {
   if (keep.keys) _steps.Add(_keyStep);
   if (keep.state) _steps.Add(_stateStep);
   if (keep.headers) _steps.Add(_headerStep);

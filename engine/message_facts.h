@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -21,6 +22,9 @@ class IMessageFacts {
   virtual ~IMessageFacts() = default;
   // Nothing for a message whose bytes are not to be had: memory did not suffice.
   virtual std::optional<MessageKey> Key() = 0;
+  // How its key is worked out, on any thread, as long as what is returned is there; it throws what
+  // running out of memory throws. Nothing where that is done as quickly as Key is asked.
+  virtual std::function<MessageKey()> KeyWork() const = 0;
   // The moment of delivery that its conversion writes; where its source was asked for the dates of
   // messages without one (engine/message_state.h), by whatever tells. 0: it is undated.
   virtual platform::FileTime Delivered() const = 0;

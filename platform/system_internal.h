@@ -2,12 +2,16 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
+#include <thread>
 
 namespace parvane::platform {
 
 // The system's ANSI code page.
 unsigned SystemAnsiCodePage();
+// A thread that the process's signals do not interrupt. Throws what std::thread does.
+std::thread ThreadWithoutSignals(std::function<void()> body);
 // Random bytes, one call of the system or more.
 void FillRandomFromSystem(std::span<std::byte> bytes);
 

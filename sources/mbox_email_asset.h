@@ -70,6 +70,7 @@ class MBOXEmailAsset : public EmailAssetBase,
   parvane::engine::MessageState* MutableState() { return _state.get(); }
   const parvane::engine::MessageState* State() const override { return _state.get(); }
   std::optional<parvane::engine::MessageKey> Key() override;
+  std::function<parvane::engine::MessageKey()> KeyWork() const override;
   parvane::platform::FileTime Delivered() const override;
   std::u16string MessageId() const override;
   parvane::engine::ConversionNotes Foretell() const override;

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <random>
 #include <string_view>
+#include <utility>
 
+#include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -84,6 +86,21 @@ std::optional<std::u16string> FolderOfUser(UserFolder folder) {
       return ConfigurationFolder(home);
   }
   return std::nullopt;
+}
+
+std::thread ThreadWithoutSignals(std::function<void()> body) {
+  // A thread has from its start the mask of the one that starts it.
+  struct Mask {
+    Mask() {
+      sigset_t all;
+      sigfillset(&all);
+      pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    ~Mask() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    sigset_t before;
+  };
+  const Mask mask;
+  return std::thread(std::move(body));
 }
 
 void FillRandomFromSystem(std::span<std::byte> bytes) {

@@ -1,6 +1,7 @@
 #include "platform/system.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/system_internal.h"
 #include "platform/windows/windows_text.h"
@@ -44,6 +45,10 @@ std::optional<std::u16string> FolderOfUser(UserFolder folder) {
       return KnownFolder(FOLDERID_RoamingAppData);
   }
   return std::nullopt;
+}
+
+std::thread ThreadWithoutSignals(std::function<void()> body) {
+  return std::thread(std::move(body));
 }
 
 void FillRandomFromSystem(std::span<std::byte> bytes) {

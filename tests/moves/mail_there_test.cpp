@@ -34,6 +34,7 @@ class Item : public QuelmarMIMEEngineCommon::IAsset, public engine::IMessageFact
     key.fill(static_cast<std::byte>(_known.key));
     return key;
   }
+  std::function<engine::MessageKey()> KeyWork() const override { return {}; }
   platform::FileTime Delivered() const override {
     return platform::FileTimeFromTicks(_known.delivered);
   }

@@ -46,6 +46,17 @@ class Again(PstTest):
         account = self.convert('--append', '--skip-existing', self.folder / 'mail', pst)
         self.expect(account, written=0, alreadyThere=9)
 
+    def test_large_mail_is_known_again(self):
+        """Its keys come from a thread, one message after the other."""
+        def text(number):
+            return ''.join(f'{number} {line}\n' for line in range(number % 5 * 20_000))
+        inbox = self.write('Inbox.mbox', b''.join(mailboxes.message(n, body=text(n))
+                                                  for n in range(40)))
+        pst = self.folder / 'mail.pst'
+        self.convert(inbox, pst)
+        self.expect(self.convert('--append', '--skip-existing', inbox, pst),
+                    written=0, alreadyThere=40)
+
     def test_mail_without_keys_is_not_known_again(self):
         pst = self.folder / 'mail.pst'
         inbox = self.write('Inbox.mbox', self.mailbox(1, 2))
