@@ -68,14 +68,15 @@ class WayJudge : public ReadJudge {
                                      LoadField<std::uint64_t>(page, fields::PageTrailer::kId)));
   }
   void OnBlockRead(const BlockRecord& entry) override {
-    _bytes.resize(BlockSizeOnDisk(entry.place.dataSize));
-    if (!_image.Read(entry.place.offset.value, _bytes)) {
+    const auto bytes =
+        _image.ReadNear(entry.place.offset.value, BlockSizeOnDisk(entry.place.dataSize));
+    if (!bytes) {
       _reporter.Error(codes::kBlockPlace,
                       Say("block ", entry.bid, " at ", Hex{entry.place.offset.value},
                           ": lies outside the file, or cannot be read"));
       return;
     }
-    Judge(codes::kBlockCrc, CheckBlock(_bytes, entry.bid, entry.place));
+    Judge(codes::kBlockCrc, CheckBlock(*bytes, entry.bid, entry.place));
   }
   void OnMissing(BlockId bid) override {
     _reporter.Error(codes::kDanglingReference, Say("block ", bid, " is not in the block B-tree"));
@@ -88,7 +89,6 @@ class WayJudge : public ReadJudge {
 
   Image& _image;
   Reporter& _reporter;
-  std::vector<std::byte> _bytes;
 };
 
 class WayCheck {
@@ -182,7 +182,7 @@ Status CheckBeforeAppend(platform::FileSystem& files, std::u16string_view path) 
     TreeVisitor nothing;
     WalkTree(image, TreeKind::kBlocks, nothing, &reporter);
     WalkTree(image, TreeKind::kNodes, nothing, &reporter);
-    if (first.message.empty()) CheckSpace(image, reporter);
+    if (first.message.empty()) CheckSpace(image, reporter, nullptr);
   }
   if (first.message.empty()) {
     FolderDirectory none;

@@ -21,12 +21,15 @@ InternalBlock HeaderOf(std::span<const std::byte> data) {
 
 class BlockCheck : public TreeVisitor {
  public:
-  BlockCheck(Image& image, Reporter& reporter) : _image(image), _reporter(reporter) {}
+  BlockCheck(Image& image, Reporter& reporter, Survey& survey)
+      : _image(image), _reporter(reporter), _survey(survey) {}
+
+  void OnPage(TreeKind, std::uint64_t offset) override { _survey.OnPage(offset); }
 
   void OnBlock(const BlockRecord& block) override {
     ++totals.blocks;
     totals.references += block.references;
-    _where = Say("block ", block.bid, " at ", Hex{block.place.offset.value}, ": ");
+    _block = block;
     if (block.bid.value >= _image.header().nextBlockId) {
       Fault(codes::kBlockId,
             Say("its id is not below the next to be given, ", Hex{_image.header().nextBlockId}));
@@ -51,14 +54,19 @@ class BlockCheck : public TreeVisitor {
       Fault(codes::kBlockPlace, "cannot be read");
       return;
     }
+    const auto data = bytes->first(block.place.dataSize);
     CheckTrailer(block, *bytes);
-    if (block.bid.IsInternal()) CheckInternal(bytes->first(block.place.dataSize));
+    _survey.OnBlock(block, data);
+    if (block.bid.IsInternal()) CheckInternal(data);
   }
 
   BlockTotals totals;
 
  private:
-  void Fault(codes::Code code, const std::string& what) { _reporter.Error(code, _where + what); }
+  std::string Where() const {
+    return Say("block ", _block.bid, " at ", Hex{_block.place.offset.value}, ": ");
+  }
+  void Fault(codes::Code code, const std::string& what) { _reporter.Error(code, Where() + what); }
 
   void CheckTrailer(const BlockRecord& block, std::span<const std::byte> bytes) {
     const BlockTrailer trailer = BlockTrailer::Decode(bytes);
@@ -157,7 +165,7 @@ class BlockCheck : public TreeVisitor {
       return;
     }
     if (block.total != 0) {
-      _reporter.Warning(codes::kSubnodeBlock, _where + "the padding of its header is not zero");
+      _reporter.Warning(codes::kSubnodeBlock, Where() + "the padding of its header is not zero");
     }
     std::uint32_t last = 0;
     for (unsigned i = 0; i < block.count; ++i) {
@@ -204,20 +212,21 @@ class BlockCheck : public TreeVisitor {
     const std::uint32_t counter = _image.header().counters[nid.value & 31];
     if (nid.Index() >= 0x400 && nid.Index() > counter) {
       _reporter.Habit(codes::kNodeCounter,
-                      _where + Say("subnode ", nid, " has index ", Hex{nid.Index()},
-                                   ", above the header's counter ", Hex{counter}));
+                      Where() + Say("subnode ", nid, " has index ", Hex{nid.Index()},
+                                    ", above the header's counter ", Hex{counter}));
     }
   }
 
   Image& _image;
   Reporter& _reporter;
-  std::string _where;
+  Survey& _survey;
+  BlockRecord _block;  // at hand
 };
 
 }  // namespace
 
-BlockTotals CheckBlocks(Image& image, Reporter& reporter) {
-  BlockCheck check(image, reporter);
+BlockTotals CheckBlocks(Image& image, Reporter& reporter, Survey& survey) {
+  BlockCheck check(image, reporter, survey);
   WalkTree(image, TreeKind::kBlocks, check, &reporter);
   reporter.summary().blocks = check.totals.blocks;
   return check.totals;

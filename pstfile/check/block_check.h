@@ -6,6 +6,7 @@
 
 #include "pstfile/check/image.h"
 #include "pstfile/check/reporter.h"
+#include "pstfile/check/survey.h"
 
 namespace parvane::pstfile::check {
 
@@ -15,6 +16,6 @@ struct BlockTotals {
   std::uint64_t references = 0;
 };
 
-BlockTotals CheckBlocks(Image& image, Reporter& reporter);
+BlockTotals CheckBlocks(Image& image, Reporter& reporter, Survey& survey);
 
 }  // namespace parvane::pstfile::check

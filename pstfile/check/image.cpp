@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <string>
+#include <limits>
 
 #include "pstfile/ndb/encoding.h"
 #include "pstfile/ndb/file_kind.h"
@@ -19,10 +19,62 @@ using platform::Status;
 // pages of a 20 GB file stay, and most of the leaves that a folder's messages share.
 constexpr std::size_t kCachedPages = 8192;  // 4 MiB
 constexpr std::size_t kCachedBlocks = 512;  // 4 MiB
-constexpr std::size_t kReadAhead = std::size_t{1} << 20;
-constexpr std::size_t kSmallestRead = kMaximumBlockSize;
+// As much as stays in the processor's own cache until its check sum is computed.
+constexpr std::size_t kReadAhead = std::size_t{256} << 10;
+// A folder's rows, its messages and what is shared are read in turns.
+constexpr std::size_t kReadNear = std::size_t{128} << 10;
+constexpr std::size_t kPlacesRead = 4;
+constexpr std::size_t kPagesAhead = std::size_t{32} << 10;
+// A message's subnodes and tables lie before its own block.
+constexpr std::size_t kReadBehind = std::size_t{32} << 10;
+
+// What of the bytes of a page is entries, by a format that was found sound.
+struct Entries {
+  const PageBytes& page;
+  PageType tree;
+  std::size_t size;
+  std::size_t count;
+
+  std::span<const std::byte> operator[](std::size_t i) const {
+    return std::span(page).subspan(i * size, size);
+  }
+  std::uint64_t Key(std::size_t i) const { return LoadTreeKey((*this)[i], tree); }
+};
+
+std::optional<Entries> EntriesOf(const PageBytes& page, PageType tree, const TreePageInfo& info) {
+  const std::size_t size = TreeEntrySize(tree, info.level);
+  if (info.entrySize != size || info.count == 0 || info.count > kTreeBodySize / size) {
+    return std::nullopt;
+  }
+  return Entries{page, tree, size, info.count};
+}
+
+// The number of entries up to the last one whose key is not above `key`. The keys for which every
+// comparison comes out the same are narrowed down to [low, high].
+std::size_t CountUpTo(const Entries& entries, std::uint64_t key, std::uint64_t& low,
+                      std::uint64_t& high) {
+  std::size_t first = 0;
+  std::size_t last = entries.count;
+  while (first < last) {
+    const std::size_t middle = (first + last) / 2;
+    const std::uint64_t found = entries.Key(middle);
+    if (found <= key) {
+      first = middle + 1;
+      low = std::max(low, found);
+    } else {
+      last = middle;
+      high = std::min(high, found - 1);
+    }
+  }
+  return first;
+}
 
 }  // namespace
+
+Image::Image()
+    : _ahead(1, kReadAhead, 0),
+      _near(kPlacesRead, kReadNear, kReadBehind),
+      _pageReads(2, kPagesAhead, 0) {}
 
 Result<std::unique_ptr<Image>> Image::Open(platform::FileSystem& files, std::u16string_view path) {
   auto file = files.Open(path, platform::FileSystem::OpenMode::kRead);
@@ -40,7 +92,6 @@ Result<std::unique_ptr<Image>> Image::Open(platform::FileSystem& files, std::u16
   image->_header = FileHeader::Decode(header);
   image->_pages.resize(kCachedPages);
   image->_blocks.resize(kCachedBlocks);
-  image->_ahead.resize(kReadAhead);
   return image;
 }
 
@@ -52,21 +103,13 @@ bool Image::Read(std::uint64_t offset, std::span<std::byte> bytes) {
 }
 
 std::optional<std::span<const std::byte>> Image::ReadAhead(std::uint64_t offset, std::size_t size) {
-  if (size > kReadAhead || offset > _size || size > _size - offset) return std::nullopt;
-  if (offset < _aheadOffset || offset + size > _aheadOffset + _aheadSize) {
-    // Sequential reading doubles the stretch read at once; a leap begins again with little.
-    const std::uint64_t end = _aheadOffset + _aheadSize;
-    const bool onward = offset >= _aheadOffset && offset <= end + kSmallestRead;
-    _aheadStep = onward ? std::min(_aheadStep * 2, kReadAhead) : kSmallestRead;
-    _aheadSize = static_cast<std::size_t>(
-        std::min<std::uint64_t>(std::max(_aheadStep, size), _size - offset));
-    _aheadOffset = offset;
-    if (!Read(offset, std::span(_ahead).first(_aheadSize))) {
-      _aheadSize = 0;
-      return std::nullopt;
-    }
-  }
-  return std::span(_ahead).subspan(static_cast<std::size_t>(offset - _aheadOffset), size);
+  if (offset > _size || size > _size - offset) return std::nullopt;
+  return _ahead.Get(*_file, _size, offset, size, _readStatus);
+}
+
+std::optional<std::span<const std::byte>> Image::ReadNear(std::uint64_t offset, std::size_t size) {
+  if (offset > _size || size > _size - offset) return std::nullopt;
+  return _near.Get(*_file, _size, offset, size, _readStatus);
 }
 
 const PageBytes* Image::Page(std::uint64_t offset) {
@@ -76,48 +119,52 @@ const PageBytes* Image::Page(std::uint64_t offset) {
   CachedPage& slot = _pages[offset / kPageSize % kCachedPages];
   if (slot.offset == offset) return &slot.page;
   slot.offset = 0;
-  if (!Read(offset, slot.page)) return nullptr;
+  if (offset > _size || kPageSize > _size - offset) return nullptr;
+  // Most pages of a tree lie side by side.
+  const auto read = _pageReads.Get(*_file, _size, offset, kPageSize, _readStatus);
+  if (!read) return nullptr;
+  std::ranges::copy(*read, slot.page.begin());
   slot.offset = offset;
   if (_judge != nullptr) _judge->OnPageRead(offset, slot.page);
   return &slot.page;
 }
 
-std::optional<std::span<const std::byte>> Image::FindEntry(TreeKind kind, std::uint64_t key) {
-  const PageType tree = PageTypeOf(kind);
+bool Image::FindLeaf(TreeKind kind, std::uint64_t key, Way& way) {
+  way = {0, 0, std::numeric_limits<std::uint64_t>::max()};
   std::uint64_t offset =
       (kind == TreeKind::kBlocks ? _header.blockRoot : _header.nodeRoot).offset.value;
   unsigned above = kMaximumTreeLevel + 1;
   for (;;) {
     const PageBytes* page = Page(offset);
-    if (page == nullptr) return std::nullopt;
+    if (page == nullptr) return false;
     const TreePageInfo info = TreePageInfo::Decode(*page);
     // Each level must lie below the last: pages that refer to each other in a ring end here.
-    if (info.level >= above) return std::nullopt;
+    if (info.level >= above) return false;
     above = info.level;
-    const std::size_t size = TreeEntrySize(tree, above);
-    if (info.entrySize != size || info.count == 0 || info.count > kTreeBodySize / size) {
-      return std::nullopt;
-    }
-    const auto entry = [&](std::size_t i) { return std::span(*page).subspan(i * size, size); };
-    // The last entry whose key is not above the one sought.
-    std::size_t low = 0;
-    std::size_t high = info.count;
-    while (low < high) {
-      const std::size_t middle = (low + high) / 2;
-      if (LoadTreeKey(entry(middle), tree) <= key) {
-        low = middle + 1;
-      } else {
-        high = middle;
-      }
-    }
-    if (low == 0) return std::nullopt;
-    const auto found = entry(low - 1);
-    if (above == 0) {
-      if (LoadTreeKey(found, tree) != key) return std::nullopt;
-      return found;
-    }
-    offset = LoadTreeChild(found).offset.value;
+    way.leaf = offset;
+    if (above == 0) return true;
+    const auto entries = EntriesOf(*page, PageTypeOf(kind), info);
+    const std::size_t count = entries ? CountUpTo(*entries, key, way.low, way.high) : 0;
+    if (count == 0) return false;
+    offset = LoadTreeChild((*entries)[count - 1]).offset.value;
   }
+}
+
+std::optional<std::span<const std::byte>> Image::FindEntry(TreeKind kind, std::uint64_t key) {
+  Way& way = _ways[kind == TreeKind::kBlocks ? 0 : 1];
+  if ((key < way.low || key > way.high) && !FindLeaf(kind, key, way)) {
+    way = {};
+    return std::nullopt;
+  }
+  const PageBytes* page = Page(way.leaf);
+  if (page == nullptr) return std::nullopt;
+  const TreePageInfo info = TreePageInfo::Decode(*page);
+  const auto entries = info.level == 0 ? EntriesOf(*page, PageTypeOf(kind), info) : std::nullopt;
+  std::uint64_t low = way.low;
+  std::uint64_t high = way.high;
+  const std::size_t count = entries ? CountUpTo(*entries, key, low, high) : 0;
+  if (count == 0 || entries->Key(count - 1) != key) return std::nullopt;
+  return (*entries)[count - 1];
 }
 
 std::optional<BlockRecord> Image::FindBlock(BlockId bid) {
@@ -149,14 +196,14 @@ std::optional<BlockSlice> Image::ReadBlock(const BlockRecord& entry) {
   const std::size_t size = entry.place.dataSize;
   if (size == 0 || size > kMaximumBlockData) return std::nullopt;
   if (_judge != nullptr) _judge->OnBlockRead(entry);
+  const auto stored = ReadNear(entry.place.offset.value, size);
+  if (!stored) return std::nullopt;
   // Slices outlive their slot: a table being read holds its block while others push it out.
-  const std::shared_ptr<std::byte[]> bytes(new std::byte[size]);
+  const auto bytes = std::make_shared_for_overwrite<std::byte[]>(size);
   const std::span<std::byte> span(bytes.get(), size);
-  if (!Read(entry.place.offset.value, span)) return std::nullopt;
   // Internal blocks are never encoded.
-  if (!entry.bid.IsInternal() && _header.crypt <= CryptMethod::kCyclic) {
-    Decode(_header.crypt, CyclicKey(entry.bid.value), span);
-  }
+  const bool encoded = !entry.bid.IsInternal() && _header.crypt <= CryptMethod::kCyclic;
+  DecodeTo(encoded ? _header.crypt : CryptMethod::kNone, CyclicKey(entry.bid.value), *stored, span);
   slot = {entry.bid, BlockSlice(bytes, span)};
   return slot.slice;
 }

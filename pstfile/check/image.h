@@ -4,6 +4,7 @@
 // and blocks say why. Every place and size taken from the file is checked before it is used.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -13,6 +14,7 @@
 
 #include "platform/file.h"
 #include "platform/status.h"
+#include "pstfile/check/read_windows.h"
 #include "pstfile/ndb/block_slice.h"
 #include "pstfile/ndb/header.h"
 #include "pstfile/ndb/ids.h"
@@ -45,7 +47,10 @@ class Image {
   std::uint64_t size() const { return _size; }
   const FileHeader& header() const { return _header; }
   // Goes on with another header than the one at offset 0.
-  void UseHeader(const FileHeader& header) { _header = header; }
+  void UseHeader(const FileHeader& header) {
+    _header = header;
+    _ways = {};
+  }
   // For checks that read a part of the file only; null for none.
   void SetJudge(ReadJudge* judge) { _judge = judge; }
   // The first read error, if any: the file could not be examined to its end.
@@ -53,8 +58,11 @@ class Image {
 
   // False when the range is not wholly inside the file or cannot be read.
   bool Read(std::uint64_t offset, std::span<std::byte> bytes);
-  // The same, through a large buffer: for reading neighbours one after the other.
+  // The same for at most a block's bytes, by way of a large buffer that goes through the file: for
+  // all blocks in the order of their ids. The bytes are the caller's until the next call.
   std::optional<std::span<const std::byte>> ReadAhead(std::uint64_t offset, std::size_t size);
+  // And by way of another one, for blocks that belong together.
+  std::optional<std::span<const std::byte>> ReadNear(std::uint64_t offset, std::size_t size);
   // A page by way of a small cache. Offsets that are not a page's place are refused.
   const PageBytes* Page(std::uint64_t offset);
 
@@ -68,7 +76,15 @@ class Image {
   std::uint64_t DataSize(BlockId root);
 
  private:
-  Image() = default;
+  Image();
+  // The leaf in which the search for an entry ends, and the keys that lead there: every comparison
+  // on the way comes out the same for all of them, however damaged the pages are.
+  struct Way {
+    std::uint64_t leaf = 0;
+    std::uint64_t low = 1;
+    std::uint64_t high = 0;  // not below it
+  };
+  bool FindLeaf(TreeKind kind, std::uint64_t key, Way& way);
   std::optional<std::span<const std::byte>> FindEntry(TreeKind kind, std::uint64_t key);
 
   struct CachedPage {
@@ -87,10 +103,10 @@ class Image {
   ReadJudge* _judge = nullptr;
   std::vector<CachedPage> _pages;
   std::vector<CachedBlock> _blocks;
-  std::vector<std::byte> _ahead;
-  std::uint64_t _aheadOffset = 0;
-  std::size_t _aheadSize = 0;
-  std::size_t _aheadStep = 0;
+  ReadWindows _ahead;
+  ReadWindows _near;
+  ReadWindows _pageReads;
+  std::array<Way, 2> _ways;  // the last search's, by kind of tree
 };
 
 }  // namespace parvane::pstfile::check

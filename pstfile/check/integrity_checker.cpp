@@ -51,10 +51,14 @@ platform::Result<CheckSummary> CheckFile(platform::FileSystem& files, std::u16st
   Reporter reporter(options, sink, summary);
 
   CheckHeader(image, reporter);
-  const BlockTotals totals = CheckBlocks(image, reporter);
-  FolderDirectory folders = CheckNodes(image, reporter);
-  CheckSpace(image, reporter);
-  CheckReferences(image, reporter);
+  Survey survey(image);
+  const std::uint64_t before = summary.errors;
+  const BlockTotals totals = CheckBlocks(image, reporter, survey);
+  FolderDirectory folders = CheckNodes(image, reporter, survey);
+  if (summary.errors != before) survey.Discard();
+  CheckSpace(image, reporter, &survey);
+  survey.DropSpace();
+  CheckReferences(image, reporter, survey);
 
   Context context{image,        reporter,
                   folders,      100'000 + 64 * totals.blocks + 4 * totals.references,

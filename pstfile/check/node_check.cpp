@@ -30,11 +30,14 @@ class FolderCollector : public TreeVisitor {
 
 class NodeCheck : public TreeVisitor {
  public:
-  NodeCheck(Image& image, Reporter& reporter, FolderDirectory& folders)
-      : _image(image), _reporter(reporter), _folders(folders) {}
+  NodeCheck(Image& image, Reporter& reporter, FolderDirectory& folders, Survey& survey)
+      : _image(image), _reporter(reporter), _folders(folders), _survey(survey) {}
+
+  void OnPage(TreeKind, std::uint64_t offset) override { _survey.OnPage(offset); }
 
   void OnNode(const NodeRecord& node) override {
     ++_reporter.summary().nodes;
+    _survey.OnNode(node);
     const NodeKind kind = node.nid.Kind();
     if (node.sub && !node.sub.IsInternal()) {
       Fault(codes::kNodeEntry, node,
@@ -111,6 +114,7 @@ class NodeCheck : public TreeVisitor {
   Image& _image;
   Reporter& _reporter;
   FolderDirectory& _folders;
+  Survey& _survey;
 };
 
 // A folder's chain of parents must end at the root. Each chain is followed only up to a folder
@@ -207,11 +211,11 @@ FolderFacts* FolderDirectory::Find(NodeId nid) {
   return &*found;
 }
 
-FolderDirectory CheckNodes(Image& image, Reporter& reporter) {
+FolderDirectory CheckNodes(Image& image, Reporter& reporter, Survey& survey) {
   FolderDirectory folders;
   FolderCollector collector(folders);
   WalkTree(image, TreeKind::kNodes, collector, nullptr);
-  NodeCheck check(image, reporter, folders);
+  NodeCheck check(image, reporter, folders, survey);
   WalkTree(image, TreeKind::kNodes, check, &reporter);
   if (folders.complete()) {
     CheckReachability(folders, reporter);

@@ -7,6 +7,7 @@
 
 #include "pstfile/check/image.h"
 #include "pstfile/check/reporter.h"
+#include "pstfile/check/survey.h"
 
 namespace parvane::pstfile::check {
 
@@ -36,6 +37,6 @@ class FolderDirectory {
   bool _complete = true;
 };
 
-FolderDirectory CheckNodes(Image& image, Reporter& reporter);
+FolderDirectory CheckNodes(Image& image, Reporter& reporter, Survey& survey);
 
 }  // namespace parvane::pstfile::check

@@ -4,11 +4,12 @@
 
 #include "pstfile/check/image.h"
 #include "pstfile/check/reporter.h"
+#include "pstfile/check/survey.h"
 
 namespace parvane::pstfile::check {
 
 // Works through the blocks a million at a time, each time walking all that can refer to them: 14
 // bytes a block of the current million, whatever the file holds.
-void CheckReferences(Image& image, Reporter& reporter);
+void CheckReferences(Image& image, Reporter& reporter, const Survey& survey);
 
 }  // namespace parvane::pstfile::check

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "pstfile/check/space_map.h"
 #include "pstfile/check/tree_walk.h"
 #include "pstfile/ndb/crc.h"
 #include "pstfile/ndb/fields.h"
@@ -16,8 +17,6 @@
 
 namespace parvane::pstfile::check {
 namespace {
-
-constexpr std::uint64_t kIntervalsAtOnce = (std::uint64_t{16} << 20) / kPageBodySize;
 
 struct MapPage {
   PageType type;
@@ -32,24 +31,11 @@ std::array<MapPage, 4> MapPagesOf(std::uint64_t n) {
            {PageType::kFPMap, HasFPMap(n)}}};
 }
 
-// Marks what lies in a window of the file, bit for bit as the AMaps do.
+// Takes what the trees lead to.
 class SpaceVisitor : public TreeVisitor {
  public:
-  SpaceVisitor(const Image& image, Reporter& reporter) : _image(image), _reporter(reporter) {}
-
-  void Begin(std::uint64_t firstInterval, std::uint64_t intervals) {
-    _first = firstInterval;
-    _start = IntervalOffset(firstInterval);
-    _bits.assign(static_cast<std::size_t>(intervals * kPageBodySize), 0);
-    for (std::uint64_t n = 0; n < intervals; ++n) {
-      Set(n * kSlotsPerMap, MapPageCount(firstInterval + n) * kPageSize / kBlockAlignment);
-    }
-  }
-
-  std::span<const std::uint8_t> MapOf(std::uint64_t interval) const {
-    return std::span(_bits).subspan(static_cast<std::size_t>((interval - _first) * kPageBodySize),
-                                    kPageBodySize);
-  }
+  SpaceVisitor(const Image& image, Reporter& reporter, SpaceMap& map)
+      : _image(image), _reporter(reporter), _map(map) {}
 
   void OnPage(TreeKind kind, std::uint64_t offset) override {
     Take(offset, kPageSize, kind == TreeKind::kBlocks ? "BBT page" : "NBT page", 0);
@@ -61,71 +47,49 @@ class SpaceVisitor : public TreeVisitor {
   }
 
  private:
-  // Sets the bits that lie in the window; false when one was set before.
-  bool Set(std::uint64_t slot, std::uint64_t count) {
-    bool fresh = true;
-    for (std::uint64_t i = slot; i < slot + count; ++i) {
-      std::uint8_t& byte = _bits[static_cast<std::size_t>(i / 8)];
-      const auto bit = static_cast<std::uint8_t>(0x80U >> (i % 8));
-      fresh = fresh && (byte & bit) == 0;
-      byte |= bit;
-    }
-    return fresh;
-  }
-
   void Take(std::uint64_t offset, std::uint64_t size, const char* what, std::uint64_t id) {
-    if (offset < kFirstAMapOffset || offset > _image.size() || size > _image.size() - offset)
-      return;
-    const std::uint64_t end = _start + _bits.size() * 8 * kBlockAlignment;
-    if (offset + size <= _start || offset >= end) return;
-    const auto describe = [&] {
-      return Say(what, id != 0 ? ToHex(id) : std::string(), " at ", Hex{offset}, " (", size,
-                 " bytes)");
-    };
-    const std::uint64_t interval = IntervalOf(offset);
-    if (offset < IntervalDataOffset(interval) || offset + size > IntervalOffset(interval + 1)) {
-      if (offset >= _start) _reporter.Error(codes::kSpaceOnMap, describe() + " lies on a map page");
-      return;
-    }
-    const std::uint64_t first = (offset - _start) / kBlockAlignment;
-    if (!Set(first, (size + kBlockAlignment - 1) / kBlockAlignment)) {
-      _reporter.Error(codes::kSpaceOverlap, describe() + " overlaps another block or page");
+    const SpaceMap::Outcome outcome = _map.Take(offset, size, _image.size());
+    if (outcome == SpaceMap::Outcome::kTaken) return;
+    const std::string which =
+        Say(what, id != 0 ? ToHex(id) : std::string(), " at ", Hex{offset}, " (", size, " bytes)");
+    if (outcome == SpaceMap::Outcome::kOnMapPage) {
+      _reporter.Error(codes::kSpaceOnMap, which + " lies on a map page");
+    } else {
+      _reporter.Error(codes::kSpaceOverlap, which + " overlaps another block or page");
     }
   }
 
   const Image& _image;
   Reporter& _reporter;
-  std::uint64_t _first = 0;
-  std::uint64_t _start = 0;
-  std::vector<std::uint8_t> _bits;
+  SpaceMap& _map;
 };
 
 class SpaceCheck {
  public:
   SpaceCheck(Image& image, Reporter& reporter) : _image(image), _reporter(reporter) {}
 
-  void Run() {
+  void Run(const Survey* survey) {
     const FileHeader& h = _image.header();
-    // What an interrupted writer took beyond the end it told of is nobody's yet.
-    const std::uint64_t size =
-        h.endOfFile > kFirstAMapOffset ? std::min(h.endOfFile, _image.size()) : _image.size();
-    if (size <= kFirstAMapOffset) return;
-    const std::uint64_t intervals = (size - kFirstAMapOffset + kAMapInterval - 1) / kAMapInterval;
+    const std::uint64_t intervals = SpaceMap::IntervalsOf(_image);
+    if (intervals == 0) return;
     _mapsCount = h.mapState == 1 || h.mapState == 2;
     if (h.lastAMap != IntervalOffset(intervals - 1)) {
       _reporter.Error(codes::kLastMap,
                       Say("header: ibAMapLast is ", Hex{h.lastAMap}, ", the last AMap is at ",
                           Hex{IntervalOffset(intervals - 1)}));
     }
-    SpaceVisitor visitor(_image, _reporter);
-    for (std::uint64_t first = 0; first < intervals; first += kIntervalsAtOnce) {
-      const std::uint64_t count = std::min(kIntervalsAtOnce, intervals - first);
-      visitor.Begin(first, count);
-      WalkTree(_image, TreeKind::kBlocks, visitor, nullptr);
-      WalkTree(_image, TreeKind::kNodes, visitor, nullptr);
-      for (std::uint64_t n = first; n < first + count; ++n) {
-        CheckInterval(n, visitor.MapOf(n));
+    SpaceMap own;
+    for (std::uint64_t first = 0; first < intervals; first += SpaceMap::kMostIntervals) {
+      const std::uint64_t count = std::min(SpaceMap::kMostIntervals, intervals - first);
+      const SpaceMap* map = first == 0 && survey != nullptr ? survey->space() : nullptr;
+      if (map == nullptr) {
+        own.Begin(first, count);
+        SpaceVisitor visitor(_image, _reporter, own);
+        WalkTree(_image, TreeKind::kBlocks, visitor, nullptr);
+        WalkTree(_image, TreeKind::kNodes, visitor, nullptr);
+        map = &own;
       }
+      for (std::uint64_t n = first; n < first + count; ++n) CheckInterval(n, map->MapOf(n));
     }
     CheckFreeCounts();
     CheckDensityList();
@@ -323,6 +287,8 @@ void SpaceCheck::CheckDensityList() {
 
 }  // namespace
 
-void CheckSpace(Image& image, Reporter& reporter) { SpaceCheck(image, reporter).Run(); }
+void CheckSpace(Image& image, Reporter& reporter, const Survey* survey) {
+  SpaceCheck(image, reporter).Run(survey);
+}
 
 }  // namespace parvane::pstfile::check

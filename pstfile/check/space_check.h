@@ -3,11 +3,13 @@
 
 #include "pstfile/check/image.h"
 #include "pstfile/check/reporter.h"
+#include "pstfile/check/survey.h"
 
 namespace parvane::pstfile::check {
 
 // Map pages and the density list at their places, overlaps, leaks, unmarked space, free counts.
 // Walks both trees once for each 8 GiB of file; its bitmap never exceeds 16 MiB.
-void CheckSpace(Image& image, Reporter& reporter);
+// `survey` of the same file, or null.
+void CheckSpace(Image& image, Reporter& reporter, const Survey* survey);
 
 }  // namespace parvane::pstfile::check
