@@ -32,6 +32,8 @@ struct Context {
   std::optional<std::vector<std::byte>> recordKey;
   // Names in the name map, if it is readable.
   std::optional<std::uint32_t> names;
+  // The last description of a table that was found sound.
+  std::vector<std::byte> soundColumns = {};
 
   // Takes `amount` of work; false, and a finding once, when there is none left.
   bool Spend(std::uint64_t amount, const std::string& where) {

@@ -196,7 +196,8 @@ void FolderChecker::FolderCheck::CompareSubfolder(Table& table, std::span<const 
   Context quiet{_context.image, silent,       _context.folders,
                 _context.work,  std::nullopt, std::nullopt};
   auto pc = PropertyContext::Open(quiet, {child.data, child.sub}, std::string());
-  if (pc) CompareRow(table, row, *pc, Say("hierarchy row ", child.nid, " of ", _node.nid));
+  if (!pc) return;
+  CompareRow(table, row, *pc, [&] { return Say("hierarchy row ", child.nid, " of ", _node.nid); });
 }
 
 std::uint64_t FolderChecker::FolderCheck::CheckMessages(Table& table, MessageKind kind,
@@ -225,7 +226,8 @@ std::uint64_t FolderChecker::FolderCheck::CheckMessages(Table& table, MessageKin
       ++listed;
     }
     auto pc = CheckMessage(_context, {message->data, message->sub}, Say("message ", nid), kind);
-    if (pc) CompareRow(table, row, *pc, Say("contents row ", nid, " of ", _node.nid));
+    if (!pc) return;
+    CompareRow(table, row, *pc, [&] { return Say("contents row ", nid, " of ", _node.nid); });
   });
   return listed;
 }

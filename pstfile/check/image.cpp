@@ -19,8 +19,10 @@ using platform::Status;
 // pages of a 20 GB file stay, and most of the leaves that a folder's messages share.
 constexpr std::size_t kCachedPages = 8192;  // 4 MiB
 constexpr std::size_t kCachedBlocks = 512;  // 4 MiB
-// As much as stays in the processor's own cache until its check sum is computed.
+// As much as stays in the processor's own cache until its check sum is computed. Writers put small
+// blocks into gaps further up, and go on where they were.
 constexpr std::size_t kReadAhead = std::size_t{256} << 10;
+constexpr std::size_t kPlacesAhead = 4;
 // A folder's rows, its messages and what is shared are read in turns.
 constexpr std::size_t kReadNear = std::size_t{128} << 10;
 constexpr std::size_t kPlacesRead = 4;
@@ -72,7 +74,7 @@ std::size_t CountUpTo(const Entries& entries, std::uint64_t key, std::uint64_t& 
 }  // namespace
 
 Image::Image()
-    : _ahead(1, kReadAhead, 0),
+    : _ahead(kPlacesAhead, kReadAhead, 0),
       _near(kPlacesRead, kReadNear, kReadBehind),
       _pageReads(2, kPagesAhead, 0) {}
 

@@ -158,7 +158,7 @@ void MessageCheck::CheckRecipients() {
   table->ForEachRow([&](std::span<const std::byte> row) {
     ++_context.reporter.summary().recipients;
     const auto type = table->Number(row, tags::kRecipientType);
-    const std::string id = ToHex(Table::RowId(row));
+    const Hex id{Table::RowId(row)};
     if (!type) {
       Error(codes::kRecipients, Say("recipient ", id, " has no recipient type"));
       return;
@@ -248,7 +248,7 @@ void MessageCheck::CheckAttachment(NodeId nid, const SubnodeEntry& subnode, Tabl
                                           Say(_where, " attachment ", nid));
   if (!attachment) return;
   JudgeAttachment(*attachment);
-  CompareRow(table, row, *attachment, Say(_where, " attachment row ", nid));
+  CompareRow(table, row, *attachment, [&] { return Say(_where, " attachment row ", nid); });
   attachment->Finish();
 }
 

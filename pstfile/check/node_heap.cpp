@@ -149,13 +149,6 @@ void NodeHeap::JudgeFillLevel(std::uint32_t number, std::span<const std::byte> p
   }
 }
 
-std::optional<std::size_t> NodeHeap::SlotOf(HeapId id) const {
-  const std::uint32_t page = id.Page();
-  if (!id.IsHeapItem() || id.Item() == 0 || page + 1 >= _firstSlot.size()) return std::nullopt;
-  if (id.Item() > _firstSlot[page + 1] - _firstSlot[page]) return std::nullopt;
-  return std::size_t{_firstSlot[page]} + id.Item() - 1;
-}
-
 bool NodeHeap::IsUsed(HeapId id) const {
   const auto slot = SlotOf(id);
   return slot && _usedItems[*slot];
@@ -164,16 +157,20 @@ bool NodeHeap::IsUsed(HeapId id) const {
 std::optional<HeapBytes> NodeHeap::Item(HeapId id) {
   const auto slot = SlotOf(id);
   if (!slot) return std::nullopt;
-  const auto page = _data.ReadBlock(id.Page());
-  if (!page) return std::nullopt;
-  const auto bytes = page->bytes();
+  if (_pageNumber != id.Page()) {
+    const auto page = _data.ReadBlock(id.Page());
+    if (!page) return std::nullopt;
+    _page = *page;
+    _pageNumber = id.Page();
+  }
+  const auto bytes = _page.bytes();
   // The map was found to fit when the heap was opened.
   const std::size_t map = LoadField(bytes, fields::HeapHeader::kMap);
   const std::size_t start = HeapItemStart(bytes, map, id.Item() - 1);
   const std::size_t end = HeapItemStart(bytes, map, id.Item());
   if (start > end || end > map) return std::nullopt;
   _usedItems[*slot] = true;
-  return HeapBytes{*page, bytes.subspan(start, end - start)};
+  return HeapBytes{_page, bytes.subspan(start, end - start)};
 }
 
 const SubnodeEntry* NodeHeap::UseSubnode(NodeId nid) {

@@ -59,11 +59,18 @@ class NodeHeap {
   void JudgeFillLevel(std::uint32_t number, std::span<const std::byte> page, std::size_t end);
   void JudgeItems(std::uint32_t number, std::span<const std::byte> page, std::size_t map,
                   std::uint32_t items);
-  std::optional<std::size_t> SlotOf(HeapId id) const;
+  std::optional<std::size_t> SlotOf(HeapId id) const {
+    const std::uint32_t page = id.Page();
+    if (!id.IsHeapItem() || id.Item() == 0 || page + 1 >= _firstSlot.size()) return std::nullopt;
+    if (id.Item() > _firstSlot[page + 1] - _firstSlot[page]) return std::nullopt;
+    return std::size_t{_firstSlot[page]} + id.Item() - 1;
+  }
 
   Context* _context = nullptr;
   std::string _where;
   DataView _data;
+  BlockSlice _page;  // the last one read
+  std::optional<std::uint32_t> _pageNumber;
   SubnodeList _subnodes;
   HeapId _root;
   std::vector<std::uint32_t> _firstSlot;  // of each page, and the total at the end

@@ -21,10 +21,12 @@ std::optional<PropertyContext> PropertyContext::Open(Context& context, Location 
                                                      std::string where) {
   auto heap = NodeHeap::Open(context, location, std::move(where), HeapClient::kPropertyContext);
   if (!heap) return std::nullopt;
-  PropertyContext pc(std::move(*heap));
+  std::optional<PropertyContext> opened(PropertyContext(std::move(*heap)));
+  PropertyContext& pc = *opened;
   auto tree =
       HeapTree::Open(pc._heap, pc._heap.root(), Record::kId.size, kValueSize, "list of properties");
   if (!tree) return std::nullopt;
+  pc._entries.reserve(64);
   tree->Walk([&](std::uint64_t key, std::span<const std::byte> record) {
     pc._entries.push_back(
         {PropTag(static_cast<std::uint16_t>(key), LoadField<PropType>(record, Record::kType)),
@@ -33,7 +35,7 @@ std::optional<PropertyContext> PropertyContext::Open(Context& context, Location 
   // After the walk: judging reads values of the same heap, whose tree the walk is still in. Where
   // keys do not ascend, which has been reported by now, Find misses some.
   for (PropertyEntry& entry : pc._entries) pc.Judge(entry);
-  return pc;
+  return opened;
 }
 
 void PropertyContext::Judge(PropertyEntry& entry) {
@@ -52,6 +54,14 @@ void PropertyContext::Judge(PropertyEntry& entry) {
       entry.tag.Id() - kFirstNamedId >= static_cast<int>(*names)) {
     _heap.Habit(codes::kPropertyUnnamed,
                 Say("property ", ToString(entry.tag), " has no entry in the name map"));
+  }
+  const std::size_t width = FixedSize(type);
+  if (IsInPlace(type) && type != PropType::kBoolean &&
+      (width == 4 || entry.raw >> 8 * width == 0)) {
+    // Most are such, and nothing can be wrong with them.
+    entry.sound = true;
+    _valueBytes += width;
+    return;
   }
   std::string reason;
   auto value = Value::Of(_heap, type, entry.raw, reason);

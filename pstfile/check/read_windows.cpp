@@ -8,8 +8,8 @@
 namespace parvane::pstfile::check {
 namespace {
 
-// After a leap: the block asked for, and little else.
-constexpr std::size_t kSmallestStep = kMaximumBlockSize;
+// After a leap: what is asked for, and little else.
+constexpr std::size_t kSmallestStep = kMaximumBlockSize / 2;
 
 }  // namespace
 

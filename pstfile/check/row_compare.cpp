@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 
+#include "pstfile/ltp/bth.h"
 #include "pstfile/ndb/fields.h"
 
 namespace parvane::pstfile::check {
@@ -29,30 +30,42 @@ bool IsConversationId(Value& cell, PropertyContext& object) {
 }
 
 void JudgeExtraCell(Table& table, const TableColumn& column, Value& cell, PropertyContext& object,
-                    const std::string& what) {
+                    const RowName& what) {
   Reporter& reporter = table.heap().context().reporter;
   if (column.tag == tags::kMessageStatus) return;
   if (column.tag == tags::kConversationId) {
     if (!IsConversationId(cell, object)) {
-      reporter.Habit(codes::kRowDiffers, Say(what, ", column ", ToString(column.tag),
+      reporter.Habit(codes::kRowDiffers, Say(what(), ", column ", ToString(column.tag),
                                              ": not the id in the conversation index"));
     }
     return;
   }
   reporter.Habit(codes::kRowDiffers,
-                 Say(what, ", column ", ToString(column.tag), ": ", Shown(cell, column.tag.Type()),
-                     ", but the object has no such property"));
+                 Say(what(), ", column ", ToString(column.tag), ": ",
+                     Shown(cell, column.tag.Type()), ", but the object has no such property"));
+}
+
+// The common case, without a look at anything but the two.
+bool IsSameNumber(const Table& table, std::span<const std::byte> row, const TableColumn& column,
+                  const PropertyEntry& entry) {
+  const PropType type = column.tag.Type();
+  const std::size_t size = FixedSize(type);
+  return IsInPlace(type) && column.width == size && column.offset + size <= row.size() &&
+         table.Has(row, column) &&
+         LoadSized(row, column.offset, size) ==
+             (entry.raw & (~std::uint64_t{0} >> (64 - 8 * size)));
 }
 
 }  // namespace
 
 void CompareRow(Table& table, std::span<const std::byte> row, PropertyContext& object,
-                const std::string& what) {
+                const RowName& what) {
   Reporter& reporter = table.heap().context().reporter;
   for (const TableColumn& column : table.columns()) {
     if (column.tag == tags::kLtpRowId || column.tag == tags::kLtpRowVersion) continue;
     const PropertyEntry* entry = object.Find(column.tag.Id());
     if (entry != nullptr && entry->tag != column.tag) continue;  // of another type
+    if (entry != nullptr && IsSameNumber(table, row, column, *entry)) continue;
     auto cell = table.Cell(row, column);
     if (entry == nullptr) {
       if (cell) JudgeExtraCell(table, column, *cell, object, what);
@@ -63,14 +76,14 @@ void CompareRow(Table& table, std::span<const std::byte> row, PropertyContext& o
     if (!cell) {
       if (!table.Has(row, column)) {
         reporter.Habit(codes::kRowLacksCell,
-                       Say(what, ", column ", ToString(column.tag), ": absent, the object has ",
+                       Say(what(), ", column ", ToString(column.tag), ": absent, the object has ",
                            Shown(*value, column.tag.Type())));
       }
       continue;
     }
     if (cell->Equals(*value)) continue;
     const std::string message =
-        Say(what, ", column ", ToString(column.tag), ": ", Shown(*cell, column.tag.Type()),
+        Say(what(), ", column ", ToString(column.tag), ": ", Shown(*cell, column.tag.Type()),
             ", the object has ", Shown(*value, column.tag.Type()));
     // Outlook does not always bring a row's size up to date, and cuts long values short.
     if (column.tag == tags::kMessageSize ||

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 
@@ -12,8 +13,9 @@ namespace parvane::pstfile::check {
 
 // Every property of the object that has a column is in the row, with the same value; a cell
 // without its property is only allowed for what rows alone hold (message status, conversation id).
-// `what` begins every message: "row 0x200024 of ...".
+// `what` begins every message: "row 0x200024 of ...". Only asked for when there is one.
+using RowName = std::function<std::string()>;
 void CompareRow(Table& table, std::span<const std::byte> row, PropertyContext& object,
-                const std::string& what);
+                const RowName& what);
 
 }  // namespace parvane::pstfile::check

@@ -203,7 +203,16 @@ void SpaceCheck::CompareMap(std::uint64_t n, std::span<const std::byte> map,
     }
     from = slot;
   };
+  static_assert(kPageBodySize % sizeof(std::uint64_t) == 0);
   for (std::size_t i = 0; i < map.size(); ++i) {
+    if (i % sizeof(std::uint64_t) == 0 && open == Kind::kNone) {
+      const std::uint64_t word = LoadU64(map, i);
+      if (word == LoadU64(std::as_bytes(used), i)) {
+        _freeBytes += kBlockAlignment * static_cast<unsigned>(std::popcount(~word));
+        i += sizeof(std::uint64_t) - 1;
+        continue;
+      }
+    }
     const unsigned marked = std::to_integer<unsigned>(map[i]);
     _freeBytes += kBlockAlignment * static_cast<unsigned>(std::popcount(~marked & 0xFFU));
     if (marked == used[i] && open == Kind::kNone) continue;

@@ -30,15 +30,22 @@ std::span<const std::uint8_t> SpaceMap::MapOf(std::uint64_t interval) const {
 // False when one of the bits was set before; all are set in any case.
 bool SpaceMap::Set(std::uint64_t slot, std::uint64_t count) {
   std::uint8_t before = 0;
-  for (const std::uint64_t end = slot + count; slot < end;) {
-    std::uint8_t& byte = _bits[static_cast<std::size_t>(slot / 8)];
-    const auto first = static_cast<unsigned>(slot % 8);
-    const auto bits = static_cast<unsigned>(std::min<std::uint64_t>(8 - first, end - slot));
-    const auto mask = static_cast<std::uint8_t>((0xFF00U >> bits & 0xFF) >> first);
-    before |= byte & mask;
-    byte |= mask;
-    slot += bits;
+  const auto set = [&](std::size_t byte, unsigned mask) {
+    before |= _bits[byte] & mask;
+    _bits[byte] |= static_cast<std::uint8_t>(mask);
+  };
+  // Of the first and the last byte only a part may be meant.
+  const auto first = static_cast<std::size_t>(slot / 8);
+  const auto last = static_cast<std::size_t>((slot + count) / 8);
+  const unsigned head = 0xFFU >> slot % 8;
+  const unsigned tail = 0xFF00U >> (slot + count) % 8 & 0xFF;
+  if (first == last) {
+    set(first, head & tail);
+    return before == 0;
   }
+  set(first, head);
+  for (std::size_t byte = first + 1; byte < last; ++byte) set(byte, 0xFF);
+  if (tail != 0) set(last, tail);
   return before == 0;
 }
 

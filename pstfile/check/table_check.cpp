@@ -9,6 +9,15 @@
 namespace parvane::pstfile::check {
 using Info = fields::TableInfo;
 
+namespace {
+
+bool IsDescribedRightly(std::span<const std::byte> row, const TableColumn& column) {
+  return std::size_t{column.offset} + column.width <= row.size() &&
+         column.width == CellWidth(column.tag.Type());
+}
+
+}  // namespace
+
 std::unique_ptr<Table> Table::Open(Context& context, Location location, std::string where) {
   auto heap = NodeHeap::Open(context, location, std::move(where), HeapClient::kTableContext);
   if (!heap) return nullptr;
@@ -53,6 +62,11 @@ bool Table::ReadDescription() {
 }
 
 void Table::JudgeColumns() {
+  // Tables of a kind are mostly described alike: what was found sound once is not judged again.
+  const auto description = _heap.Item(_heap.root());
+  std::vector<std::byte>& sound = _heap.context().soundColumns;
+  if (description && std::ranges::equal(description->bytes, sound)) return;
+  bool faulty = false;
   // Byte by byte, and bit by bit: that two columns share neither is all that keeps a cell its own.
   std::vector<bool> taken(_ends[2]);
   std::vector<bool> bits(_columns.size());
@@ -61,6 +75,7 @@ void Table::JudgeColumns() {
   for (std::size_t i = 0; i < _columns.size(); ++i) {
     const TableColumn& c = _columns[i];
     const auto fault = [&](const std::string& what) {
+      faulty = true;
       Fault(codes::kTable, Say("column ", ToString(c.tag), ": ", what));
     };
     hasId = hasId ||
@@ -94,8 +109,10 @@ void Table::JudgeColumns() {
     }
   }
   if (!hasId || !hasVersion) {
+    faulty = true;
     Fault(codes::kTable, "columns 67F20003 and 67F30003 are not at the start of the rows");
   }
+  if (!faulty && description) sound.assign(description->bytes.begin(), description->bytes.end());
 }
 
 bool Table::OpenMatrix() {
@@ -206,7 +223,7 @@ const TableColumn* Table::ColumnOf(std::uint16_t id) const {
 std::optional<Value> Table::CellAt(std::span<const std::byte> row, const TableColumn& column,
                                    std::string& reason) {
   const PropType type = column.tag.Type();
-  if (std::size_t{column.offset} + column.width > row.size() || column.width != CellWidth(type)) {
+  if (!IsDescribedRightly(row, column)) {
     reason = "its column is not described rightly";
     return std::nullopt;
   }
@@ -244,6 +261,11 @@ void Table::JudgeRow(std::uint32_t number, std::span<const std::byte> row) {
                                            ToString(column.tag), ": absent, but not zero"));
         break;
       }
+      continue;
+    }
+    // Nothing can be wrong with most numbers.
+    if (IsScalar(column.tag.Type()) && column.tag.Type() != PropType::kBoolean &&
+        IsDescribedRightly(row, column)) {
       continue;
     }
     std::string reason;

@@ -38,20 +38,16 @@ bool IsKnownType(PropType type) {
   return FixedSize(element) != 0 && element != PropType::kBoolean && element != PropType::kError;
 }
 
-bool IsInPlace(PropType type) {
-  const std::size_t size = FixedSize(type);
-  return size != 0 && size <= 4;
-}
-
 std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
                                std::string& reason) {
-  Value value;
+  std::optional<Value> result(std::in_place);
+  Value& value = *result;
   if (IsInPlace(type)) {
     value._size = FixedSize(type);
     StoreSized(value._scalar, 0, FixedSize(type), raw);
-    return value;
+    return result;
   }
-  if (type == PropType::kNull) return value;
+  if (type == PropType::kNull) return result;
   const std::size_t exact = type == PropType::kObject ? 8 : FixedSize(type);
   // Empty: text of no characters, a list of no values. But 8 bytes are never none.
   if (raw == 0) {
@@ -59,7 +55,7 @@ std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
       reason = "a value of 8 bytes must be on the heap, the record says nowhere";
       return std::nullopt;
     }
-    return value;
+    return result;
   }
   const HeapId id(raw);
   if (id.IsHeapItem()) {
@@ -88,13 +84,13 @@ std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
     }
     value._place = Place::kTree;
     value._size = tree->size();
-    value._tree = std::move(*tree);
+    value._tree = std::make_unique<DataView>(std::move(*tree));
   }
   if (exact != 0 && value._size != exact) {
     reason = Say(value._size, " bytes, expected ", exact);
     return std::nullopt;
   }
-  return value;
+  return result;
 }
 
 Value Value::OfScalar(std::span<const std::byte> bytes) {
@@ -104,16 +100,19 @@ Value Value::OfScalar(std::span<const std::byte> bytes) {
   return value;
 }
 
+std::optional<std::span<const std::byte>> Value::InMemory() const {
+  if (_place == Place::kTree) return std::nullopt;
+  if (_place == Place::kItem) return _item.bytes;
+  return std::span<const std::byte>(_scalar).first(static_cast<std::size_t>(_size));
+}
+
 std::size_t Value::ReadAt(std::uint64_t offset, std::span<std::byte> out) {
-  if (_place == Place::kTree) return _tree.ReadAt(offset, out);
-  const std::span<const std::byte> bytes =
-      _place == Place::kItem
-          ? _item.bytes
-          : std::span<const std::byte>(_scalar).first(static_cast<std::size_t>(_size));
-  if (offset >= bytes.size()) return 0;
+  const auto bytes = InMemory();
+  if (!bytes) return _tree->ReadAt(offset, out);
+  if (offset >= bytes->size()) return 0;
   const auto from = static_cast<std::size_t>(offset);
-  const std::size_t size = std::min(out.size(), bytes.size() - from);
-  std::memcpy(out.data(), bytes.data() + from, size);
+  const std::size_t size = std::min(out.size(), bytes->size() - from);
+  std::memcpy(out.data(), bytes->data() + from, size);
   return size;
 }
 
@@ -130,6 +129,10 @@ std::vector<std::byte> Value::Bytes(std::size_t limit) {
 }
 
 bool Value::SameBytes(Value& other, std::uint64_t size) {
+  if (const auto mine = InMemory(), theirs = other.InMemory(); mine && theirs) {
+    const auto count = static_cast<std::size_t>(size);
+    return std::ranges::equal(mine->first(count), theirs->first(count));
+  }
   std::vector<std::byte> mine(static_cast<std::size_t>(std::min<std::uint64_t>(size, kPiece)));
   std::vector<std::byte> theirs(mine.size());
   for (std::uint64_t at = 0; at < size;) {

@@ -4,7 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <variant>
 
@@ -17,7 +19,10 @@ namespace parvane::pstfile::check {
 // Types a stored property can have, some of which the engine itself never writes.
 bool IsKnownType(PropType type);
 // Numbers kept in the property's record itself.
-bool IsInPlace(PropType type);
+constexpr bool IsInPlace(PropType type) {
+  const std::size_t size = FixedSize(type);
+  return size != 0 && size <= 4;
+}
 
 class Value {
  public:
@@ -43,13 +48,15 @@ class Value {
   std::string FaultAs(PropType type);
 
  private:
+  // All of it, unless it lies in a tree of its own.
+  std::optional<std::span<const std::byte>> InMemory() const;
   bool SameBytes(Value& other, std::uint64_t size);
   std::string FaultAsMultiValue(PropType type);
 
   std::uint64_t _size = 0;
   std::array<std::byte, 8> _scalar{};
   HeapBytes _item;
-  DataView _tree;
+  std::unique_ptr<DataView> _tree;
   enum class Place { kScalar, kItem, kTree } _place = Place::kScalar;
 };
 
