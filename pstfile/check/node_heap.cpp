@@ -154,7 +154,7 @@ bool NodeHeap::IsUsed(HeapId id) const {
   return slot && _usedItems[*slot];
 }
 
-std::optional<HeapBytes> NodeHeap::Item(HeapId id) {
+std::optional<std::span<const std::byte>> NodeHeap::PeekItem(HeapId id) {
   const auto slot = SlotOf(id);
   if (!slot) return std::nullopt;
   if (_pageNumber != id.Page()) {
@@ -170,7 +170,13 @@ std::optional<HeapBytes> NodeHeap::Item(HeapId id) {
   const std::size_t end = HeapItemStart(bytes, map, id.Item());
   if (start > end || end > map) return std::nullopt;
   _usedItems[*slot] = true;
-  return HeapBytes{_page, bytes.subspan(start, end - start)};
+  return bytes.subspan(start, end - start);
+}
+
+std::optional<HeapBytes> NodeHeap::Item(HeapId id) {
+  const auto bytes = PeekItem(id);
+  if (!bytes) return std::nullopt;
+  return HeapBytes{_page, *bytes};
 }
 
 const SubnodeEntry* NodeHeap::UseSubnode(NodeId nid) {

@@ -36,6 +36,8 @@ class NodeHeap {
 
   // The item's bytes; counts as a use of it.
   std::optional<HeapBytes> Item(HeapId id);
+  // The same, until another item of this heap is asked for.
+  std::optional<std::span<const std::byte>> PeekItem(HeapId id);
   // Whether the item was asked for before.
   bool IsUsed(HeapId id) const;
   // The subnode; counts as a use of it.

@@ -55,12 +55,9 @@ void PropertyContext::Judge(PropertyEntry& entry) {
     _heap.Habit(codes::kPropertyUnnamed,
                 Say("property ", ToString(entry.tag), " has no entry in the name map"));
   }
-  const std::size_t width = FixedSize(type);
-  if (IsInPlace(type) && type != PropType::kBoolean &&
-      (width == 4 || entry.raw >> 8 * width == 0)) {
-    // Most are such, and nothing can be wrong with them.
+  if (const auto size = SizeOfPlainValue(_heap, type, entry.raw)) {
     entry.sound = true;
-    _valueBytes += width;
+    _valueBytes += *size;
     return;
   }
   std::string reason;

@@ -45,15 +45,24 @@ void JudgeExtraCell(Table& table, const TableColumn& column, Value& cell, Proper
                      Shown(cell, column.tag.Type()), ", but the object has no such property"));
 }
 
-// The common case, without a look at anything but the two.
-bool IsSameNumber(const Table& table, std::span<const std::byte> row, const TableColumn& column,
-                  const PropertyEntry& entry) {
+// Whether cell and property are alike, where both can be seen without a closer look: the common
+// case.
+bool IsSame(Table& table, std::span<const std::byte> row, const TableColumn& column,
+            PropertyContext& object, const PropertyEntry& entry) {
   const PropType type = column.tag.Type();
-  const std::size_t size = FixedSize(type);
-  return IsInPlace(type) && column.width == size && column.offset + size <= row.size() &&
-         table.Has(row, column) &&
-         LoadSized(row, column.offset, size) ==
-             (entry.raw & (~std::uint64_t{0} >> (64 - 8 * size)));
+  if (!IsDescribedRightly(row, column) || !table.Has(row, column)) return false;
+  const auto cell = row.subspan(column.offset, column.width);
+  if (IsInPlace(type)) {
+    return LoadSized(cell, 0, cell.size()) ==
+           (entry.raw & (~std::uint64_t{0} >> (64 - 8 * cell.size())));
+  }
+  if (entry.raw == 0) return false;
+  const auto value = object.heap().PeekItem(HeapId(entry.raw));
+  if (!value) return false;
+  if (IsScalar(type)) return SameBytes(cell, *value);
+  const std::uint32_t place = LoadU32(cell);
+  const auto item = place == 0 ? std::nullopt : table.heap().PeekItem(HeapId(place));
+  return item && SameBytes(*item, *value);
 }
 
 }  // namespace
@@ -65,7 +74,7 @@ void CompareRow(Table& table, std::span<const std::byte> row, PropertyContext& o
     if (column.tag == tags::kLtpRowId || column.tag == tags::kLtpRowVersion) continue;
     const PropertyEntry* entry = object.Find(column.tag.Id());
     if (entry != nullptr && entry->tag != column.tag) continue;  // of another type
-    if (entry != nullptr && IsSameNumber(table, row, column, *entry)) continue;
+    if (entry != nullptr && IsSame(table, row, column, object, *entry)) continue;
     auto cell = table.Cell(row, column);
     if (entry == nullptr) {
       if (cell) JudgeExtraCell(table, column, *cell, object, what);

@@ -11,9 +11,11 @@ using Info = fields::TableInfo;
 
 namespace {
 
-bool IsDescribedRightly(std::span<const std::byte> row, const TableColumn& column) {
-  return std::size_t{column.offset} + column.width <= row.size() &&
-         column.width == CellWidth(column.tag.Type());
+// Whether nothing can be wrong with the cell.
+bool IsPlain(NodeHeap& heap, std::span<const std::byte> row, const TableColumn& column) {
+  const PropType type = column.tag.Type();
+  return IsScalar(type) ? type != PropType::kBoolean
+                        : SizeOfPlainValue(heap, type, LoadU32(row, column.offset)).has_value();
 }
 
 }  // namespace
@@ -65,7 +67,7 @@ void Table::JudgeColumns() {
   // Tables of a kind are mostly described alike: what was found sound once is not judged again.
   const auto description = _heap.Item(_heap.root());
   std::vector<std::byte>& sound = _heap.context().soundColumns;
-  if (description && std::ranges::equal(description->bytes, sound)) return;
+  if (description && SameBytes(description->bytes, sound)) return;
   bool faulty = false;
   // Byte by byte, and bit by bit: that two columns share neither is all that keeps a cell its own.
   std::vector<bool> taken(_ends[2]);
@@ -263,11 +265,7 @@ void Table::JudgeRow(std::uint32_t number, std::span<const std::byte> row) {
       }
       continue;
     }
-    // Nothing can be wrong with most numbers.
-    if (IsScalar(column.tag.Type()) && column.tag.Type() != PropType::kBoolean &&
-        IsDescribedRightly(row, column)) {
-      continue;
-    }
+    if (IsDescribedRightly(row, column) && IsPlain(_heap, row, column)) continue;
     std::string reason;
     auto value = CellAt(row, column, reason);
     if (value) reason = value->FaultAs(column.tag.Type());

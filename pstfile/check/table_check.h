@@ -13,6 +13,7 @@
 #include "pstfile/check/node_heap.h"
 #include "pstfile/check/value.h"
 #include "pstfile/ltp/property_tag.h"
+#include "pstfile/ltp/table_layout.h"
 #include "pstfile/ltp/table_reader.h"
 #include "pstfile/ndb/fields.h"
 
@@ -23,6 +24,12 @@ struct RowBytes {
   BlockSlice block;
   std::span<const std::byte> bytes;
 };
+
+// Whether cells of this column are as wide as its type asks for, and inside the row.
+inline bool IsDescribedRightly(std::span<const std::byte> row, const TableColumn& column) {
+  return std::size_t{column.offset} + column.width <= row.size() &&
+         column.width == CellWidth(column.tag.Type());
+}
 
 class Table {
  public:

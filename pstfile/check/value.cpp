@@ -38,6 +38,22 @@ bool IsKnownType(PropType type) {
   return FixedSize(element) != 0 && element != PropType::kBoolean && element != PropType::kError;
 }
 
+std::optional<std::size_t> SizeOfPlainValue(NodeHeap& heap, PropType type, std::uint32_t raw) {
+  const std::size_t fixed = FixedSize(type);
+  if (IsInPlace(type)) {
+    const bool plain = type != PropType::kBoolean && (fixed == 4 || raw >> 8 * fixed == 0);
+    return plain ? std::optional(fixed) : std::nullopt;
+  }
+  const bool isText = type == PropType::kUnicode;
+  if (fixed == 0 && !isText && type != PropType::kBinary) return std::nullopt;
+  if (raw == 0) return std::nullopt;
+  const auto item = heap.PeekItem(HeapId(raw));
+  if (!item || (fixed != 0 && item->size() != fixed) || (isText && item->size() % 2 != 0)) {
+    return std::nullopt;
+  }
+  return item->size();
+}
+
 std::optional<Value> Value::Of(NodeHeap& heap, PropType type, std::uint32_t raw,
                                std::string& reason) {
   std::optional<Value> result(std::in_place);
@@ -131,7 +147,7 @@ std::vector<std::byte> Value::Bytes(std::size_t limit) {
 bool Value::SameBytes(Value& other, std::uint64_t size) {
   if (const auto mine = InMemory(), theirs = other.InMemory(); mine && theirs) {
     const auto count = static_cast<std::size_t>(size);
-    return std::ranges::equal(mine->first(count), theirs->first(count));
+    return check::SameBytes(mine->first(count), theirs->first(count));
   }
   std::vector<std::byte> mine(static_cast<std::size_t>(std::min<std::uint64_t>(size, kPiece)));
   std::vector<std::byte> theirs(mine.size());

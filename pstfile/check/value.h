@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <span>
@@ -23,6 +24,14 @@ constexpr bool IsInPlace(PropType type) {
   const std::size_t size = FixedSize(type);
   return size != 0 && size <= 4;
 }
+
+inline bool SameBytes(std::span<const std::byte> a, std::span<const std::byte> b) {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
+}
+
+// The size of a value in which nothing can be wrong: a number in place, or text, binary or a fixed
+// number of bytes on the heap. None for what takes a closer look (Value::Of and FaultAs).
+std::optional<std::size_t> SizeOfPlainValue(NodeHeap& heap, PropType type, std::uint32_t raw);
 
 class Value {
  public:

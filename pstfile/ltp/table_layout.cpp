@@ -20,11 +20,6 @@ Status Corrupt(const std::string& what) { return {StatusCode::kCorrupt, "TCINFO:
 
 }  // namespace
 
-std::size_t CellWidth(PropType type) {
-  const std::size_t size = FixedSize(type);
-  return size == 0 || size > 8 ? 4 : size;
-}
-
 TableColumn LoadColumn(std::span<const std::byte> tcInfo, std::size_t i) {
   const std::size_t at = kTcInfoSize + kTcColumnSize * i;
   return {PropTag(LoadField<std::uint16_t>(tcInfo, Column::kId, at),

@@ -40,7 +40,10 @@ inline constexpr std::size_t kRowIndexKeySize = 4;
 inline constexpr std::size_t kRowIndexDataSize = 4;
 
 // Bytes of a cell of this type.
-std::size_t CellWidth(PropType type);
+constexpr std::size_t CellWidth(PropType type) {
+  const std::size_t size = FixedSize(type);
+  return size == 0 || size > 8 ? 4 : size;
+}
 // The cell refers to its value instead of holding it.
 inline bool IsReferenceCell(PropType type) { return !IsScalar(type); }
 
