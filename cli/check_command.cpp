@@ -47,7 +47,10 @@ class FindingsWithProgress : public pstfile::FindingSink {
   FindingsWithProgress(std::string file, Results& results)
       : _file(std::move(file)), _results(results) {}
 
+  // Told of every block; a look at the clock for each would be felt.
   void OnProgress(std::uint64_t done, std::uint64_t size) override {
+    if (done - _shownDone < kBytesAtATime && done < size) return;
+    _shownDone = done;
     _results.Progress({_file, done, size, 0});
   }
 
@@ -55,8 +58,11 @@ class FindingsWithProgress : public pstfile::FindingSink {
   void Write(const std::string& text) { _results.Write(text); }
 
  private:
+  static constexpr std::uint64_t kBytesAtATime = std::uint64_t{1} << 20;
+
   std::string _file;
   Results& _results;
+  std::uint64_t _shownDone = 0;
 };
 
 class TextFindings : public FindingsWithProgress {

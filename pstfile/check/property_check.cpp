@@ -96,9 +96,17 @@ void PropertyContext::Finish() {
 }
 
 const PropertyEntry* PropertyContext::Find(std::uint16_t id) const {
-  const auto found = std::lower_bound(
-      _entries.begin(), _entries.end(), id,
-      [](const PropertyEntry& entry, std::uint16_t sought) { return entry.tag.Id() < sought; });
+  const auto below = [](const PropertyEntry& entry, std::uint16_t sought) {
+    return entry.tag.Id() < sought;
+  };
+  // Columns ask for one id after the other: mostly it is not far from the last.
+  constexpr std::ptrdiff_t kNear = 8;
+  auto found = _entries.begin() + static_cast<std::ptrdiff_t>(_lastSought);
+  if (_lastSought > 0 && !below(found[-1], id)) found = _entries.begin();
+  for (std::ptrdiff_t i = 0; i < kNear && found != _entries.end() && below(*found, id); ++i)
+    ++found;
+  found = std::lower_bound(found, _entries.end(), id, below);
+  _lastSought = static_cast<std::size_t>(found - _entries.begin());
   if (found == _entries.end() || found->tag.Id() != id || !found->sound) return nullptr;
   return &*found;
 }

@@ -58,6 +58,7 @@ class PropertyContext {
 
   NodeHeap _heap;
   std::vector<PropertyEntry> _entries;  // in the order of ids
+  mutable std::size_t _lastSought = 0;  // where the last search ended
   std::uint64_t _valueBytes = 0;
 };
 

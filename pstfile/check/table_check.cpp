@@ -65,9 +65,17 @@ bool Table::ReadDescription() {
 
 void Table::JudgeColumns() {
   // Tables of a kind are mostly described alike: what was found sound once is not judged again.
-  const auto description = _heap.Item(_heap.root());
+  const auto item = _heap.Item(_heap.root());
+  if (!item) return;
+  // Where the index and the rows are differs, and is no matter of the columns.
+  const auto shape = item->bytes.first(Info::kRowIndex.offset);
+  const auto columns = item->bytes.subspan(Info::kIndex.offset);
   std::vector<std::byte>& sound = _heap.context().soundColumns;
-  if (description && SameBytes(description->bytes, sound)) return;
+  if (sound.size() == shape.size() + columns.size() &&
+      SameBytes(std::span(sound).first(shape.size()), shape) &&
+      SameBytes(std::span(sound).subspan(shape.size()), columns)) {
+    return;
+  }
   bool faulty = false;
   // Byte by byte, and bit by bit: that two columns share neither is all that keeps a cell its own.
   std::vector<bool> taken(_ends[2]);
@@ -114,7 +122,9 @@ void Table::JudgeColumns() {
     faulty = true;
     Fault(codes::kTable, "columns 67F20003 and 67F30003 are not at the start of the rows");
   }
-  if (!faulty && description) sound.assign(description->bytes.begin(), description->bytes.end());
+  if (faulty) return;
+  sound.assign(shape.begin(), shape.end());
+  sound.insert(sound.end(), columns.begin(), columns.end());
 }
 
 bool Table::OpenMatrix() {
