@@ -22,7 +22,7 @@ constexpr std::size_t kCachedBlocks = 512;  // 4 MiB
 // As much as stays in the processor's own cache until its check sum is computed. Writers put small
 // blocks into gaps further up, and go on where they were.
 constexpr std::size_t kReadAhead = std::size_t{256} << 10;
-constexpr std::size_t kPlacesAhead = 4;
+constexpr std::size_t kPlacesAhead = 8;
 // A folder's rows, its messages and what is shared are read in turns.
 constexpr std::size_t kReadNear = std::size_t{128} << 10;
 constexpr std::size_t kPlacesRead = 4;
@@ -92,7 +92,8 @@ Result<std::unique_ptr<Image>> Image::Open(platform::FileSystem& files, std::u16
   if (!image->Read(0, start)) return image->_readStatus;
   if (FileKind kind = KindOf(start); !kind.status.ok()) return kind.status;
   image->_header = FileHeader::Decode(header);
-  image->_pages.resize(kCachedPages);
+  image->_pageOffsets.resize(kCachedPages);
+  image->_pages = std::make_unique_for_overwrite<PageBytes[]>(kCachedPages);
   image->_blocks.resize(kCachedBlocks);
   return image;
 }
@@ -118,17 +119,18 @@ const PageBytes* Image::Page(std::uint64_t offset) {
   if (offset < kFirstAMapOffset || offset % kPageSize != 0) return nullptr;
   // One slot for each place, and whoever comes last has it: what callers get is theirs until the
   // next call only.
-  CachedPage& slot = _pages[offset / kPageSize % kCachedPages];
-  if (slot.offset == offset) return &slot.page;
-  slot.offset = 0;
+  const auto slot = static_cast<std::size_t>(offset / kPageSize % kCachedPages);
+  PageBytes& page = _pages[slot];
+  if (_pageOffsets[slot] == offset) return &page;
+  _pageOffsets[slot] = 0;
   if (offset > _size || kPageSize > _size - offset) return nullptr;
   // Most pages of a tree lie side by side.
   const auto read = _pageReads.Get(*_file, _size, offset, kPageSize, _readStatus);
   if (!read) return nullptr;
-  std::ranges::copy(*read, slot.page.begin());
-  slot.offset = offset;
-  if (_judge != nullptr) _judge->OnPageRead(offset, slot.page);
-  return &slot.page;
+  std::ranges::copy(*read, page.begin());
+  _pageOffsets[slot] = offset;
+  if (_judge != nullptr) _judge->OnPageRead(offset, page);
+  return &page;
 }
 
 bool Image::FindLeaf(TreeKind kind, std::uint64_t key, Way& way) {

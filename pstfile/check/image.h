@@ -87,10 +87,6 @@ class Image {
   bool FindLeaf(TreeKind kind, std::uint64_t key, Way& way);
   std::optional<std::span<const std::byte>> FindEntry(TreeKind kind, std::uint64_t key);
 
-  struct CachedPage {
-    std::uint64_t offset = 0;  // 0: empty
-    PageBytes page;
-  };
   struct CachedBlock {
     BlockId bid;
     BlockSlice slice;
@@ -101,7 +97,8 @@ class Image {
   FileHeader _header;
   platform::Status _readStatus;
   ReadJudge* _judge = nullptr;
-  std::vector<CachedPage> _pages;
+  std::vector<std::uint64_t> _pageOffsets;  // of what is in each place; 0 for nothing
+  std::unique_ptr<PageBytes[]> _pages;
   std::vector<CachedBlock> _blocks;
   ReadWindows _ahead;
   ReadWindows _near;

@@ -15,7 +15,10 @@ constexpr std::size_t kSmallestStep = kMaximumBlockSize / 2;
 
 ReadWindows::ReadWindows(std::size_t count, std::size_t stretch, std::size_t behind)
     : _stretch(stretch), _behind(behind), _windows(count) {
-  for (Window& window : _windows) window.bytes.resize(behind + kMaximumBlockSize + stretch);
+  for (Window& window : _windows) {
+    window.room = behind + kMaximumBlockSize + stretch;
+    window.bytes = std::make_unique_for_overwrite<std::byte[]>(window.room);
+  }
 }
 
 std::size_t ReadWindows::NextStep(const Window& window) const {
@@ -67,14 +70,14 @@ bool ReadWindows::Turn(platform::RandomAccessFile& file, std::uint64_t fileSize,
 void ReadWindows::Window::KeepFrom(std::uint64_t offset) {
   if (offset <= start) return;
   const auto gone = static_cast<std::size_t>(offset - start);
-  std::memmove(bytes.data(), bytes.data() + gone, size - gone);
+  std::memmove(bytes.get(), bytes.get() + gone, size - gone);
   start = offset;
   size -= gone;
 }
 
 void ReadWindows::Window::Extend(platform::RandomAccessFile& file, std::size_t count,
                                  platform::Status& status) {
-  const auto read = file.ReadAt(End(), std::span(bytes).subspan(size, count));
+  const auto read = file.ReadAt(End(), Room().subspan(size, count));
   if (read.ok()) {
     size += *read;
   } else if (status.ok()) {

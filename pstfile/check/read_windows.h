@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -29,12 +30,14 @@ class ReadWindows {
       return std::nullopt;
     }
     const Window& window = _windows[_last];
-    return std::span(window.bytes).subspan(static_cast<std::size_t>(offset - window.start), size);
+    return window.Room().subspan(static_cast<std::size_t>(offset - window.start), size);
   }
 
  private:
   struct Window {
-    std::vector<std::byte> bytes;
+    std::span<std::byte> Room() const { return {bytes.get(), room}; }
+    std::unique_ptr<std::byte[]> bytes;
+    std::size_t room = 0;
     std::uint64_t start = 0;
     std::size_t size = 0;
     std::size_t step = 0;  // of the last extension
