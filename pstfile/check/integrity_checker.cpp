@@ -57,7 +57,6 @@ platform::Result<CheckSummary> CheckFile(platform::FileSystem& files, std::u16st
   FolderDirectory folders = CheckNodes(image, reporter, survey);
   if (summary.errors != before) survey.Discard();
   CheckSpace(image, reporter, &survey);
-  survey.DropSpace();
   CheckReferences(image, reporter, survey);
 
   Context context{image,        reporter,

@@ -8,8 +8,9 @@
 
 namespace parvane::pstfile::check {
 
-// Works through the blocks a million at a time, each time walking all that can refer to them: 14
-// bytes a block of the current million, whatever the file holds.
+// Where the survey's sums say that all are right, there is nothing to do. Else works through the
+// blocks a million at a time, each time walking all that can refer to them: 14 bytes a block of the
+// current million, whatever the file holds.
 void CheckReferences(Image& image, Reporter& reporter, const Survey& survey);
 
 }  // namespace parvane::pstfile::check

@@ -68,7 +68,7 @@ class SpaceCheck {
  public:
   SpaceCheck(Image& image, Reporter& reporter) : _image(image), _reporter(reporter) {}
 
-  void Run(const Survey* survey) {
+  void Run(Survey* survey) {
     const FileHeader& h = _image.header();
     const std::uint64_t intervals = SpaceMap::IntervalsOf(_image);
     if (intervals == 0) return;
@@ -90,6 +90,7 @@ class SpaceCheck {
         map = &own;
       }
       for (std::uint64_t n = first; n < first + count; ++n) CheckInterval(n, map->MapOf(n));
+      if (survey != nullptr) survey->DropSpace();
     }
     CheckFreeCounts();
     CheckDensityList();
@@ -296,7 +297,7 @@ void SpaceCheck::CheckDensityList() {
 
 }  // namespace
 
-void CheckSpace(Image& image, Reporter& reporter, const Survey* survey) {
+void CheckSpace(Image& image, Reporter& reporter, Survey* survey) {
   SpaceCheck(image, reporter).Run(survey);
 }
 

@@ -8,8 +8,8 @@
 namespace parvane::pstfile::check {
 
 // Map pages and the density list at their places, overlaps, leaks, unmarked space, free counts.
-// Walks both trees once for each 8 GiB of file; its bitmap never exceeds 16 MiB.
-// `survey` of the same file, or null.
-void CheckSpace(Image& image, Reporter& reporter, const Survey* survey);
+// Walks both trees once for each 16 GiB of file, the first of them only where `survey`, which may
+// be null, has no map of them; its bitmap, and the survey's, which it drops, never exceed 32 MiB.
+void CheckSpace(Image& image, Reporter& reporter, Survey* survey);
 
 }  // namespace parvane::pstfile::check

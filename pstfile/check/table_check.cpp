@@ -27,7 +27,7 @@ std::unique_ptr<Table> Table::Open(Context& context, Location location, std::str
   // Only what makes rows unreadable ends the look at them. Columns that are described wrongly cost
   // their own cells (CellAt), and a wrong index costs nothing: rows are visited by their places.
   if (!table->ReadDescription()) return nullptr;
-  table->JudgeColumns();
+  table->JudgeColumnsOnce();
   if (!table->OpenMatrix()) return nullptr;
   table->JudgeIndex();
   return table;
@@ -63,20 +63,27 @@ bool Table::ReadDescription() {
   return true;
 }
 
-void Table::JudgeColumns() {
-  // Tables of a kind are mostly described alike: what was found sound once is not judged again.
+// Tables of a kind are mostly described alike: what was found sound once is not judged again.
+void Table::JudgeColumnsOnce() {
   const auto item = _heap.Item(_heap.root());
   if (!item) return;
   // Where the index and the rows are differs, and is no matter of the columns.
-  const auto shape = item->bytes.first(Info::kRowIndex.offset);
+  const auto start = item->bytes.first(Info::kRowIndex.offset);
   const auto columns = item->bytes.subspan(Info::kIndex.offset);
   std::vector<std::byte>& sound = _heap.context().soundColumns;
-  if (sound.size() == shape.size() + columns.size() &&
-      SameBytes(std::span(sound).first(shape.size()), shape) &&
-      SameBytes(std::span(sound).subspan(shape.size()), columns)) {
+  if (sound.size() == start.size() + columns.size() &&
+      SameBytes(std::span(sound).first(start.size()), start) &&
+      SameBytes(std::span(sound).subspan(start.size()), columns)) {
     return;
   }
-  bool faulty = false;
+  const std::uint64_t before = _heap.context().reporter.summary().errors;
+  JudgeColumns();
+  if (_heap.context().reporter.summary().errors != before) return;
+  sound.assign(start.begin(), start.end());
+  sound.insert(sound.end(), columns.begin(), columns.end());
+}
+
+void Table::JudgeColumns() {
   // Byte by byte, and bit by bit: that two columns share neither is all that keeps a cell its own.
   std::vector<bool> taken(_ends[2]);
   std::vector<bool> bits(_columns.size());
@@ -85,7 +92,6 @@ void Table::JudgeColumns() {
   for (std::size_t i = 0; i < _columns.size(); ++i) {
     const TableColumn& c = _columns[i];
     const auto fault = [&](const std::string& what) {
-      faulty = true;
       Fault(codes::kTable, Say("column ", ToString(c.tag), ": ", what));
     };
     hasId = hasId ||
@@ -119,12 +125,8 @@ void Table::JudgeColumns() {
     }
   }
   if (!hasId || !hasVersion) {
-    faulty = true;
     Fault(codes::kTable, "columns 67F20003 and 67F30003 are not at the start of the rows");
   }
-  if (faulty) return;
-  sound.assign(shape.begin(), shape.end());
-  sound.insert(sound.end(), columns.begin(), columns.end());
 }
 
 bool Table::OpenMatrix() {

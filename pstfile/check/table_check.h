@@ -73,6 +73,7 @@ class Table {
  private:
   explicit Table(NodeHeap heap) : _heap(std::move(heap)) {}
   bool ReadDescription();
+  void JudgeColumnsOnce();
   void JudgeColumns();
   bool OpenMatrix();
   void JudgeMatrix(std::size_t size);

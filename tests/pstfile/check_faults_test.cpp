@@ -241,6 +241,15 @@ const Fault kFaults[] = {
     {"reference-count", "one too many", [](S s, P p) { ++s.U8(Entry(s, p.message) + 18); }},
     {"orphan-block", "a node lets go of its data",
      [](S s, P) { s.U64(s.NodeEntry(kNidInternalC01) + 8, 0); }},
+    {"orphan-block", "and its count knows",
+     [](S s, P) {
+       s.U8(Entry(s, kNidInternalC01) + 18) = 1;
+       s.U64(s.NodeEntry(kNidInternalC01) + 8, 0);
+     }},
+    {"reference-count", "a reference led to another block",
+     [](S s, P p) {
+       s.U64(s.NodeEntry(kNidInternalC01) + 8, s.Node(p.named).data.value);
+     }},
     {"limit", "subnodes inside themselves",
      [](S s, P p) {
        const BlockId root = s.Node(p.message).sub;
