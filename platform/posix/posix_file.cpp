@@ -25,6 +25,8 @@ FileTime ToFileTime(const timespec& time) {
 constexpr std::uint64_t kMaxOffset = static_cast<std::uint64_t>(INT64_MAX);
 // Larger pieces leave more for Flush to wait for, smaller ones gain nothing.
 constexpr std::uint64_t kWriteBehind = 8 << 20;
+// More than most files of one message have, and than is read in a row anywhere by chance.
+constexpr std::uint64_t kLongRead = 512 << 10;
 
 class PosixFile final : public RandomAccessFile {
  public:
@@ -41,6 +43,7 @@ class PosixFile final : public RandomAccessFile {
       if (count == 0) break;
       done += static_cast<std::size_t>(count);
     }
+    ReadAhead(offset, done);
     return done;
   }
 
@@ -124,6 +127,18 @@ class PosixFile final : public RandomAccessFile {
  private:
   Status Fail(std::string_view action) const { return ErrnoStatus(errno, action, _path); }
 
+  // Has the system read further ahead in a file that is read from front to back for a while.
+  void ReadAhead([[maybe_unused]] std::uint64_t offset, [[maybe_unused]] std::size_t size) {
+#if defined(POSIX_FADV_SEQUENTIAL)
+    const bool shortBefore = _inRow < kLongRead;
+    _inRow = offset == _readTo ? _inRow + size : size;
+    _readTo = offset + size;
+    if (shortBefore && _inRow >= kLongRead) {
+      (void)::posix_fadvise(_fd.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    }
+#endif
+  }
+
   // Has the device begin with what was written, so that Flush has little left to wait for. The
   // system keeps what fails then for Flush to tell.
   void WriteBehind([[maybe_unused]] std::uint64_t written) {
@@ -158,6 +173,8 @@ class PosixFile final : public RandomAccessFile {
 
   Descriptor _fd;
   std::u16string _path;
+  [[maybe_unused]] std::uint64_t _readTo = 0;   // where the last read ended
+  [[maybe_unused]] std::uint64_t _inRow = 0;    // read without a gap before that
   [[maybe_unused]] std::uint64_t _waiting = 0;  // written since the device was last told to begin
 };
 
