@@ -11,19 +11,22 @@
 namespace parvane::carry {
 
 void KeyStep::BeforeConversion(QuelmarMIMEEngineCommon::IAsset& item) {
-  if (!_beside) return;
   TakeKey();  // of an item that was not saved
-  engine::IMessageFacts* facts = _factsOf(item);
-  if (facts) _work = facts->KeyWork();
-  if (!_work) return;
-  const bool begun = _thread.Start([this] {
-    try {
-      _key = _work();
-    } catch (const std::bad_alloc&) {
-      // The item is asked, then.
-    }
-  });
-  if (!begun) _work = nullptr;
+  engine::IMessageFacts* facts = _beside ? _factsOf(item) : nullptr;
+  if (!facts) return;
+  try {
+    _work = facts->KeyWork();
+    if (_work && !_thread.Start([this] { WorkOut(); })) _work = nullptr;
+  } catch (const std::bad_alloc&) {
+    _work = nullptr;  // the item is asked, then; as it is when the thread has no memory
+  }
+}
+
+void KeyStep::WorkOut() noexcept {
+  try {
+    _key = _work();
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 std::optional<engine::MessageKey> KeyStep::TakeKey() {

@@ -23,6 +23,7 @@ class KeyStep : public engine::ItemStep {
   void BeforeSave(QuelmarMIMEEngineCommon::IAsset& item, mapi::IMessage& message) override;
 
  private:
+  void WorkOut() noexcept;  // on the thread
   // The key that was begun with the conversion, if one was.
   std::optional<engine::MessageKey> TakeKey();
 
