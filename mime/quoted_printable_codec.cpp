@@ -104,21 +104,22 @@ void QuotedPrintableDecoder::GoOnWithEscape(std::string_view& encoded, Writer& o
 // Up to the next "=" or the end of the line, with that.
 void QuotedPrintableDecoder::TakeText(std::string_view& encoded, Writer& out) {
   const std::size_t end = FindMark(encoded);
-  std::size_t solid = end;
-  while (solid > 0 && IsBlank(encoded[solid - 1])) --solid;
-  const std::string_view blanks = encoded.substr(solid, end - solid);
   const bool goesOn = end == encoded.size();
   const bool escape = !goesOn && encoded[end] == '=';
-  if (solid > 0 || escape) {
+  // Blanks before an escape are text, at the end of a line they are nothing.
+  std::size_t solid = end;
+  if (!escape) {
+    while (solid > 0 && IsBlank(encoded[solid - 1])) --solid;
+  }
+  if (!_held.empty() && (solid > 0 || escape)) {
     out.Put(_held);
     _held.clear();
   }
   out.PutRun(encoded.substr(0, solid), encoded.data() + encoded.size());
   if (goesOn) {
-    _held += blanks;
+    _held += encoded.substr(solid);
     encoded = {};
   } else if (escape) {
-    out.Put(blanks);
     encoded.remove_prefix(end + 1);
     BeginEscape(encoded, out);
   } else {
@@ -129,16 +130,23 @@ void QuotedPrintableDecoder::TakeText(std::string_view& encoded, Writer& out) {
   }
 }
 
-// Behind the "=". The common escapes take no detour over what is held.
+// Behind the "=". The common escapes, of which there are often several in a row, and soft line
+// breaks take no detour over what is held.
 void QuotedPrintableDecoder::BeginEscape(std::string_view& encoded, Writer& out) {
-  const int high = encoded.size() < 2 ? -1 : HexDigit(encoded[0]);
-  const int low = high < 0 ? -1 : HexDigit(encoded[1]);
-  if (low < 0) {
-    _held.assign(1, '=');
-    return;
+  for (;;) {
+    if (encoded.starts_with('\n')) return encoded.remove_prefix(1);
+    if (encoded.starts_with("\r\n")) return encoded.remove_prefix(2);
+    const int high = encoded.size() < 2 ? -1 : HexDigit(encoded[0]);
+    const int low = high < 0 ? -1 : HexDigit(encoded[1]);
+    if (low < 0) {
+      _held.assign(1, '=');
+      return;
+    }
+    out.Put(static_cast<char>(high * 16 + low));
+    encoded.remove_prefix(2);
+    if (!encoded.starts_with('=')) return;
+    encoded.remove_prefix(1);
   }
-  out.Put(static_cast<char>(high * 16 + low));
-  encoded.remove_prefix(2);
 }
 
 void QuotedPrintableDecoder::Finish(std::string& out) {
