@@ -51,6 +51,13 @@ std::optional<Entries> EntriesOf(const PageBytes& page, PageType tree, const Tre
   return Entries{page, tree, size, info.count};
 }
 
+bool IsAscending(const Entries& entries) {
+  for (std::size_t i = 1; i < entries.count; ++i) {
+    if (entries.Key(i) <= entries.Key(i - 1)) return false;
+  }
+  return true;
+}
+
 // The number of entries up to the last one whose key is not above `key`. The keys for which every
 // comparison comes out the same are narrowed down to [low, high].
 std::size_t CountUpTo(const Entries& entries, std::uint64_t key, std::uint64_t& low,
@@ -134,7 +141,8 @@ const PageBytes* Image::Page(std::uint64_t offset) {
 }
 
 bool Image::FindLeaf(TreeKind kind, std::uint64_t key, Way& way) {
-  way = {0, 0, std::numeric_limits<std::uint64_t>::max()};
+  way = {};
+  Way found{.low = 0, .high = std::numeric_limits<std::uint64_t>::max()};
   std::uint64_t offset =
       (kind == TreeKind::kBlocks ? _header.blockRoot : _header.nodeRoot).offset.value;
   unsigned above = kMaximumTreeLevel + 1;
@@ -145,10 +153,16 @@ bool Image::FindLeaf(TreeKind kind, std::uint64_t key, Way& way) {
     // Each level must lie below the last: pages that refer to each other in a ring end here.
     if (info.level >= above) return false;
     above = info.level;
-    way.leaf = offset;
-    if (above == 0) return true;
     const auto entries = EntriesOf(*page, PageTypeOf(kind), info);
-    const std::size_t count = entries ? CountUpTo(*entries, key, way.low, way.high) : 0;
+    if (!entries) return false;
+    if (above == 0) {
+      found.leaf = offset;
+      found.count = entries->count;
+      found.isAscending = IsAscending(*entries);
+      way = found;
+      return true;
+    }
+    const std::size_t count = CountUpTo(*entries, key, found.low, found.high);
     if (count == 0) return false;
     offset = LoadTreeChild((*entries)[count - 1]).offset.value;
   }
@@ -156,19 +170,21 @@ bool Image::FindLeaf(TreeKind kind, std::uint64_t key, Way& way) {
 
 std::optional<std::span<const std::byte>> Image::FindEntry(TreeKind kind, std::uint64_t key) {
   Way& way = _ways[kind == TreeKind::kBlocks ? 0 : 1];
-  if ((key < way.low || key > way.high) && !FindLeaf(kind, key, way)) {
-    way = {};
-    return std::nullopt;
-  }
+  if ((key < way.low || key > way.high) && !FindLeaf(kind, key, way)) return std::nullopt;
   const PageBytes* page = Page(way.leaf);
   if (page == nullptr) return std::nullopt;
-  const TreePageInfo info = TreePageInfo::Decode(*page);
-  const auto entries = info.level == 0 ? EntriesOf(*page, PageTypeOf(kind), info) : std::nullopt;
-  std::uint64_t low = way.low;
-  std::uint64_t high = way.high;
-  const std::size_t count = entries ? CountUpTo(*entries, key, low, high) : 0;
-  if (count == 0 || entries->Key(count - 1) != key) return std::nullopt;
-  return (*entries)[count - 1];
+  const PageType tree = PageTypeOf(kind);
+  const Entries entries{*page, tree, LeafEntrySize(tree), way.count};
+  // Neighbours are asked for one after the other.
+  const bool isNext = way.isAscending && way.next < entries.count && entries.Key(way.next) == key;
+  if (!isNext) {
+    std::uint64_t low = way.low;
+    std::uint64_t high = way.high;
+    const std::size_t count = CountUpTo(entries, key, low, high);
+    if (count == 0 || entries.Key(count - 1) != key) return std::nullopt;
+    way.next = count - 1;
+  }
+  return entries[way.next++];
 }
 
 std::optional<BlockRecord> Image::FindBlock(BlockId bid) {

@@ -82,7 +82,10 @@ class Image {
   struct Way {
     std::uint64_t leaf = 0;
     std::uint64_t low = 1;
-    std::uint64_t high = 0;  // not below it
+    std::uint64_t high = 0;    // not below it
+    std::size_t count = 0;     // of the leaf's entries
+    std::size_t next = 0;      // behind the entry found last
+    bool isAscending = false;  // so that an entry of the right key is the one
   };
   bool FindLeaf(TreeKind kind, std::uint64_t key, Way& way);
   std::optional<std::span<const std::byte>> FindEntry(TreeKind kind, std::uint64_t key);
