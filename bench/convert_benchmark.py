@@ -106,8 +106,10 @@ class Mailbox:
                 'timeGrowth': times(parvane, tenth) / factor, 'reading': self.reading()}
 
 
-def print_tables(about, rounds, folder, results):
-    print(f'{measuring.machine_line(about)}. Files in {folder}; medians of {rounds} rounds.\n')
+def print_tables(about, arguments, results):
+    small = f'the mail below {arguments.real}' if arguments.real else 'generated'
+    print(f'{measuring.machine_line(about)}. {arguments.parvane}; files in {arguments.folder}; '
+          f'A is {small}; medians of {arguments.rounds} rounds.\n')
     titles = list(results[0]['timesFloor'])
     print(measuring.markdown(
         ['mailbox', 'messages', 'MB', *(f'{t}, times floor' for t in titles),
@@ -134,7 +136,7 @@ def parse_arguments():
     parser = argparse.ArgumentParser()
     parser.add_argument('--build', type=pathlib.Path, help='build folder of the preset "bench"')
     parser.add_argument('--parvane', help='default: the one in the build folder')
-    parser.add_argument('--runner', help='what starts it, such as wine; CPU time is then the runner\'s process alone')
+    parser.add_argument('--runner', help='what starts it, such as wine; without what its server does in CPU time')
     parser.add_argument('--floor', help='another floor: called with -w IN OUT')
     parser.add_argument('--peer', help='another peer: called with IN')
     parser.add_argument('--real', help='a folder with mbox files, from which mailbox A is made')
@@ -166,7 +168,7 @@ def main():
     if arguments.json:
         print(json.dumps({'machine': about, 'rounds': arguments.rounds, 'results': results}, indent=1))
     else:
-        print_tables(about, arguments.rounds, arguments.folder, results)
+        print_tables(about, arguments, results)
 
 
 if __name__ == '__main__':
