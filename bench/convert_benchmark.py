@@ -2,6 +2,7 @@
 """Measures whole conversions beside two yardsticks, in one run, and prints tables in Markdown.
 
   usage: convert_benchmark.py --build FOLDER [--real FOLDER] [--rounds N] [--scale F] [--only A B C] [--json]
+                              [--before PROGRAM]
          convert_benchmark.py --parvane PROGRAM --floor PROGRAM [--peer PROGRAM] [--runner wine]
 
 The floor (bench/floor.cpp) is the least work any converter must do on one core; the peer
@@ -14,7 +15,8 @@ seconds of the clock mean something on a machine that has nothing else to do.
 Files lie in memory where the system has a folder for that (--folder), which is touched before the
 first round. The mailboxes are those of mail_makers.py. With --keep none a conversion writes no keys:
 these are a SHA-256 over each message. Levels are what PARVANE_CPU limits the program to. Growth is
-the cost of a mailbox in terms of one a tenth its size.
+the cost of a mailbox in terms of one a tenth its size. With --before another build takes part in the
+same rounds and has rows of its own.
 """
 import argparse
 import json
@@ -32,12 +34,14 @@ KEYS = {'keys': (), 'none': ('--keep', 'none')}
 
 
 class Mailbox:
-    """One kind of mail, converted and read."""
+    """One kind of mail, converted and read by each program."""
 
     def __init__(self, arguments, folder, kind):
         self.arguments = arguments
         self.kind = kind
-        self.parvane = measuring.Parvane(arguments.parvane, arguments.runner)
+        programs = {'before': arguments.before, '': arguments.parvane}
+        self.programs = {name: measuring.Parvane(program, arguments.runner)
+                         for name, program in programs.items() if program}
         self.whole = folder / 'whole.mbox'
         self.tenth = folder / 'tenth.mbox'
         self.pst = folder / 'out.pst'
@@ -55,55 +59,60 @@ class Mailbox:
         self.copy.unlink()
         return cost
 
-    def converting(self, source, options=(), level=''):
-        return lambda: self.parvane.convert(source, self.pst, *options, level=level)
-
     def contestants(self):
-        """All but the tenth leave the PST that the next one replaces."""
         result = {'floor': self.floor}
         if self.arguments.peer:
             result['peer'] = lambda: measuring.run([self.arguments.peer, self.whole])
-        result['tenth'] = self.converting(self.tenth)
-        for keys, options in KEYS.items():
-            for level in measuring.levels().values():
-                result[keys, level] = self.converting(self.whole, options, level)
+
+        def add(name, parvane, source, options=(), level=''):
+            result[name] = lambda: parvane.convert(source, self.pst, *options, level=level)
+        for name, parvane in self.programs.items():
+            add((name, 'tenth'), parvane, self.tenth)
+            for keys, options in KEYS.items():
+                for level in measuring.levels().values():
+                    add((name, keys, level), parvane, self.whole, options, level)
         return result
 
-    def watch(self):
+    def watch(self, parvane):
         """Converts once more, to know what was converted, in how much memory, and to have the PST
         for its readers."""
-        small = self.parvane.peak(self.tenth, self.pst)
-        peak = self.parvane.peak(self.whole, self.pst, '--report', self.report)
+        small = parvane.peak(self.tenth, self.pst)
+        peak = parvane.peak(self.whole, self.pst, '--report', self.report)
         totals = json.loads(self.report.read_text(encoding='utf-8'))['totals']
         if totals['failed']:
             sys.exit(f'{self.kind}: {totals["failed"]} messages failed')
         return {'messages': totals['read'], 'pstBytes': self.pst.stat().st_size,
                 'peakMemoryBytes': peak, 'memoryGrowth': peak / small if small else None}
 
-    def reading(self):
+    def reading(self, parvane):
         """{reader: times `cat`, by the clock} and the seconds that `cat` takes."""
         contestants = {'cat': lambda: measuring.run(['cat', self.pst])}
         for name, command in READERS.items():
-            contestants[name] = lambda command=command: self.parvane.run(*command, self.pst)
+            contestants[name] = lambda command=command: parvane.run(*command, self.pst)
         costs = measuring.take_turns(contestants, self.arguments.rounds)
         return {'catSeconds': median(costs['cat'], 'clock'),
                 'timesCat': {name: times(costs[name], costs['cat'], 'clock') for name in READERS}}
 
     def measure(self):
+        """A result for each program."""
         self.make()
         costs = measuring.take_turns(self.contestants(), self.arguments.rounds)
-        parvane, floor, tenth = costs['keys', ''], costs['floor'], costs['tenth']
+        return [self.result(costs, name, parvane) for name, parvane in self.programs.items()]
+
+    def result(self, costs, name, parvane):
+        whole, tenth, floor = costs[name, 'keys', ''], costs[name, 'tenth'], costs['floor']
         size = self.whole.stat().st_size
         # As if the input had grown exactly tenfold.
         factor = size / self.tenth.stat().st_size / 10
-        return {'mailbox': self.kind, 'bytes': size, **self.watch(),
-                'timesFloor': {title: {keys: times(costs[keys, level], floor) for keys in KEYS}
+        before = costs.get(('before', 'keys', ''))
+        return {'mailbox': f'{self.kind} {name}'.strip(), 'bytes': size, **self.watch(parvane),
+                'timesFloor': {title: {keys: times(costs[name, keys, level], floor) for keys in KEYS}
                                for title, level in measuring.levels().items()},
-                'timesPeer': times(parvane, costs['peer']) if 'peer' in costs else None,
-                'cpuSeconds': median(parvane), 'floorCpuSeconds': median(floor),
-                'clockSeconds': median(parvane, 'clock'),
-                'clockTimesFloor': times(parvane, floor, 'clock'),
-                'timeGrowth': times(parvane, tenth) / factor, 'reading': self.reading()}
+                'timesPeer': times(whole, costs['peer']) if 'peer' in costs else None,
+                'cpuSeconds': median(whole), 'floorCpuSeconds': median(floor),
+                'timesBefore': {what: times(whole, before, what) for what in whole[0]._fields} if before else None,
+                'clockSeconds': median(whole, 'clock'), 'clockTimesFloor': times(whole, floor, 'clock'),
+                'timeGrowth': times(whole, tenth) / factor, 'reading': self.reading(parvane)}
 
 
 def print_tables(about, arguments, results):
@@ -120,11 +129,12 @@ def print_tables(about, arguments, results):
     print()
     print(measuring.markdown(
         ['mailbox', 'CPU s', 'floor CPU s', 'clock s', 'MB/s', 'clock, times floor\'s', 'peak MB', 'PST MB',
-         'tenfold mail: time', 'memory'],
+         'tenfold mail: time', 'memory', *(['CPU, times before', 'clock, times before'] if arguments.before else [])],
         [[r['mailbox'], f'{r["cpuSeconds"]:.3f}', f'{r["floorCpuSeconds"]:.3f}', f'{r["clockSeconds"]:.3f}',
           f'{r["bytes"] / 1e6 / r["clockSeconds"]:.0f}', f'{r["clockTimesFloor"]:.2f}',
           f'{r["peakMemoryBytes"] / 1e6:.0f}', f'{r["pstBytes"] / 1e6:.0f}', f'{r["timeGrowth"]:.1f}',
-          f'{r["memoryGrowth"]:.2f}' if r['memoryGrowth'] else '-'] for r in results]))
+          f'{r["memoryGrowth"]:.2f}' if r['memoryGrowth'] else '-',
+          *(f'{ratio:.2f}' for ratio in (r['timesBefore'] or {}).values())] for r in results]))
     print()
     print(measuring.markdown(
         ['PST of', '`cat` s', *(f'`{name}`, times `cat`' for name in READERS)],
@@ -136,6 +146,7 @@ def parse_arguments():
     parser = argparse.ArgumentParser()
     parser.add_argument('--build', type=pathlib.Path, help='build folder of the preset "bench"')
     parser.add_argument('--parvane', help='default: the one in the build folder')
+    parser.add_argument('--before', help='another build, measured in the same rounds')
     parser.add_argument('--runner', help='what starts it, such as wine; without what its server does in CPU time')
     parser.add_argument('--floor', help='another floor: called with -w IN OUT')
     parser.add_argument('--peer', help='another peer: called with IN')
@@ -164,7 +175,7 @@ def main():
     for kind in arguments.only:
         print(f'measuring {kind}', file=sys.stderr)
         with tempfile.TemporaryDirectory(dir=arguments.folder) as folder:
-            results.append(Mailbox(arguments, pathlib.Path(folder), kind).measure())
+            results += Mailbox(arguments, pathlib.Path(folder), kind).measure()
     if arguments.json:
         print(json.dumps({'machine': about, 'rounds': arguments.rounds, 'results': results}, indent=1))
     else:
