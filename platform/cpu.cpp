@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/system_cpu.h"
+
 #if defined(_MSC_VER) && (defined(_M_X64) || defined(_M_IX86))
 #include <immintrin.h>
 #include <intrin.h>
@@ -70,6 +72,9 @@ unsigned Detect() {
       if (extended >> 6 & 1) found |= Bit(CpuFeature::kVbmi2);
     }
   }
+#elif defined(__AARCH64EL__) || defined(_M_ARM64)
+  found |= Bit(CpuFeature::kNeon);
+  if (SystemHasArmCrc32()) found |= Bit(CpuFeature::kArmCrc32);
 #endif
   return found;
 }

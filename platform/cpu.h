@@ -9,6 +9,8 @@
 namespace parvane::platform {
 
 enum class CpuFeature {
+  kNeon,      // 64-bit ARM; every such machine has it, so this is there to be hidden
+  kArmCrc32,  // the same architecture's instructions for CRC-32
   kSsse3,
   kSse41,
   kPclmul,
@@ -27,7 +29,7 @@ bool CpuHas(CpuFeature feature);
 void HideCpuFeatures(std::optional<CpuFeature> from);
 // Hides all.
 inline void ForcePlainPaths(bool force) {
-  HideCpuFeatures(force ? std::optional(CpuFeature::kSsse3) : std::nullopt);
+  HideCpuFeatures(force ? std::optional(CpuFeature::kNeon) : std::nullopt);
 }
 
 }  // namespace parvane::platform

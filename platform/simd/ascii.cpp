@@ -1,20 +1,15 @@
 #include "platform/simd/ascii.h"
 
-#include <bit>
 #include <cstdint>
 #include <cstring>
 
 #include "platform/cpu.h"
-#include "platform/simd/target.h"
-
-#if defined(__SSE2__) || defined(_M_X64)
-#define PARVANE_SSE2 1
-#endif
+#include "platform/simd/sixteen.h"
 
 namespace parvane::platform::simd {
 namespace {
 
-#ifndef PARVANE_SSE2
+#ifndef PARVANE_SIXTEEN
 constexpr std::uint64_t kHighBits = 0x8080808080808080U;
 
 std::uint64_t Load64(const void* from) {
@@ -28,23 +23,20 @@ std::uint64_t Load64(const void* from) {
 
 std::size_t AsciiPrefix(const char* in, std::size_t size) {
   std::size_t i = 0;
-#ifdef PARVANE_SSE2
-  const auto load = [in](std::size_t at) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + at));
-  };
+#ifdef PARVANE_SIXTEEN
   for (; i + 64 <= size; i += 64) {
-    const __m128i low = _mm_or_si128(load(i), load(i + 16));
-    const __m128i high = _mm_or_si128(load(i + 32), load(i + 48));
-    if (_mm_movemask_epi8(_mm_or_si128(low, high)) != 0) break;
+    const Sixteen low = Or(Load16(in + i), Load16(in + i + 16));
+    const Sixteen high = Or(Load16(in + i + 32), Load16(in + i + 48));
+    if (TopsOf(Or(low, high)) != 0) break;
   }
   for (; i + 16 <= size; i += 16) {
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(load(i)));
-    if (mask != 0) return i + static_cast<std::size_t>(std::countr_zero(mask));
+    const TopBits tops = TopsOf(Load16(in + i));
+    if (tops != 0) return i + FirstOf(tops);
   }
   // What is left is looked at together with some of what has been.
   if (i < size && size >= 16) {
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(load(size - 16)));
-    return mask == 0 ? size : size - 16 + static_cast<std::size_t>(std::countr_zero(mask));
+    const TopBits tops = TopsOf(Load16(in + size - 16));
+    return tops == 0 ? size : size - 16 + FirstOf(tops);
   }
 #else
   for (; i + 16 <= size; i += 16) {
@@ -55,24 +47,29 @@ std::size_t AsciiPrefix(const char* in, std::size_t size) {
   return i;
 }
 
-#ifdef PARVANE_SSE2
+#ifdef PARVANE_SIXTEEN
 namespace {
 
-// Widens 16 bytes and returns a bit for each of them that is not ASCII.
-unsigned Widen16(const char* in, char16_t* out) {
-  const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-  const __m128i zero = _mm_setzero_si128();
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, zero));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8), _mm_unpackhi_epi8(bytes, zero));
-  return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+// Widens 16 bytes and tells which of them are not ASCII.
+TopBits Widen16(const char* in, char16_t* out) {
+  const Sixteen bytes = Load16(in);
+  Store16(out, WidenLow(bytes));
+  Store16(out + 8, WidenHigh(bytes));
+  return TopsOf(bytes);
 }
 
 // The same for 8 bytes.
-unsigned Widen8(const char* in, char16_t* out) {
-  const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-  return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+TopBits Widen8(const char* in, char16_t* out) {
+  const Sixteen bytes = Load8(in);
+  Store16(out, WidenLow(bytes));
+  return TopsOf(bytes);
 }
+
+}  // namespace
+#endif
+
+#ifdef PARVANE_SSE2
+namespace {
 
 // These take whole steps of 32 up to the first that is not plain, and return how many units.
 PARVANE_TARGET("avx2")
@@ -114,21 +111,23 @@ constexpr std::size_t kLong = 128;
 
 std::size_t WidenAsciiPrefix(const char* in, std::size_t size, char16_t* out) {
   std::size_t i = 0;
-#ifdef PARVANE_SSE2
-  const auto prefix = [size](std::size_t at, unsigned mask) {
-    return mask == 0 ? size : at + static_cast<std::size_t>(std::countr_zero(mask));
+#ifdef PARVANE_SIXTEEN
+  const auto prefix = [size](std::size_t at, TopBits tops) {
+    return tops == 0 ? size : at + FirstOf(tops);
   };
+#ifdef PARVANE_SSE2
   if (size >= kLong && CpuHas(CpuFeature::kAvx2)) i = WidenAvx2(in, size, out);
+#endif
   for (; i + 16 <= size; i += 16) {
-    const unsigned mask = Widen16(in + i, out + i);
-    if (mask != 0) return prefix(i, mask);
+    const TopBits tops = Widen16(in + i, out + i);
+    if (tops != 0) return prefix(i, tops);
   }
   // What is left is widened together with some of what has been.
   if (i == size) return size;
   if (size >= 16) return prefix(size - 16, Widen16(in + size - 16, out + size - 16));
   if (size >= 8) {
-    const unsigned mask = Widen8(in, out);
-    if (mask != 0) return prefix(0, mask);
+    const TopBits tops = Widen8(in, out);
+    if (tops != 0) return prefix(0, tops);
     return prefix(size - 8, Widen8(in + size - 8, out + size - 8));
   }
 #else
@@ -146,14 +145,12 @@ std::size_t WidenAsciiPrefix(const char* in, std::size_t size, char16_t* out) {
 std::size_t NarrowAsciiPrefix(const char16_t* in, std::size_t size, char* out) {
   std::size_t i = 0;
   for (; i + 16 <= size; i += 16) {
-#ifdef PARVANE_SSE2
-    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
-    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i + 8));
-    const __m128i beyond =
-        _mm_and_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xFF80)));
-    const auto zero = _mm_movemask_epi8(_mm_cmpeq_epi16(beyond, _mm_setzero_si128()));
-    if (zero != 0xFFFF) break;
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(low, high));
+#ifdef PARVANE_SIXTEEN
+    const Sixteen low = Load16(in + i);
+    const Sixteen high = Load16(in + i + 8);
+    const Sixteen beyond = And(Or(low, high), Units(0xFF80));
+    if (TopsOf(EqualUnits(beyond, Units(0))) != kAllTop) break;
+    Store16(out + i, Narrow(low, high));
 #else
     char16_t all = 0;
     for (std::size_t k = 0; k < 16; ++k) all |= in[i + k];
@@ -172,20 +169,16 @@ std::size_t SurrogateFreePrefix(const std::byte* in, std::size_t units) {
   };
 #ifdef PARVANE_SSE2
   if (units >= kLong && CpuHas(CpuFeature::kAvx2)) i = SurrogateFreeAvx2(in, units);
-  const __m128i mask = _mm_set1_epi16(static_cast<short>(0xF800));
-  const __m128i mark = _mm_set1_epi16(static_cast<short>(0xD800));
+#endif
+#ifdef PARVANE_SIXTEEN
+  const auto surrogates = [in](std::size_t at) {
+    return EqualUnits(And(Load16(in + 2 * at), Units(0xF800)), Units(0xD800));
+  };
   for (; i + 16 <= units; i += 16) {
-    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 2 * i));
-    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 2 * i + 16));
-    const __m128i found = _mm_or_si128(_mm_cmpeq_epi16(_mm_and_si128(low, mask), mark),
-                                       _mm_cmpeq_epi16(_mm_and_si128(high, mask), mark));
-    if (_mm_movemask_epi8(found) != 0) break;
+    if (TopsOf(Or(surrogates(i), surrogates(i + 8))) != 0) break;
   }
   // What is left, eight units at a time; the last of them together with some that were seen.
-  const auto isFree = [&](std::size_t at) {
-    const __m128i eight = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 2 * at));
-    return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(eight, mask), mark)) == 0;
-  };
+  const auto isFree = [&](std::size_t at) { return TopsOf(surrogates(at)) == 0; };
   if (i + 8 <= units && isFree(i)) i += 8;
   if (units >= 8 && i + 8 > units && isFree(units - 8)) return units;
 #else

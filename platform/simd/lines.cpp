@@ -5,11 +5,7 @@
 #include <cstring>
 
 #include "platform/cpu.h"
-#include "platform/simd/target.h"
-
-#if defined(__SSE2__) || defined(_M_X64)
-#define PARVANE_SSE2 1
-#endif
+#include "platform/simd/sixteen.h"
 
 namespace parvane::platform::simd {
 namespace {
@@ -26,15 +22,13 @@ bool NeedsLook(const char* line, const char* end) {
 
 // Copies up to the first CR or LF, which it returns, or to `end`. `out` moves along.
 inline const char* CopyToLineEnd(const char* in, const char* end, char*& out) {
-#ifdef PARVANE_SSE2
+#ifdef PARVANE_SIXTEEN
   for (; end - in >= 16; in += 16, out += 16) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
-    const __m128i found = _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')),
-                                       _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\r')));
-    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found));
-    if (mask == 0) continue;
-    const int length = std::countr_zero(mask);
+    const Sixteen bytes = Load16(in);
+    Store16(out, bytes);
+    const TopBits found = TopsOf(Or(Equal(bytes, '\n'), Equal(bytes, '\r')));
+    if (found == 0) continue;
+    const std::size_t length = FirstOf(found);
     out += length;
     return in + length;
   }

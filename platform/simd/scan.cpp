@@ -1,63 +1,50 @@
 #include "platform/simd/scan.h"
 
 #include <algorithm>
-#include <bit>
 
-#if defined(__SSE2__) || defined(_M_X64)
-#define PARVANE_SSE2 1
-#include <emmintrin.h>
-#endif
+#include "platform/simd/sixteen.h"
 
 namespace parvane::platform::simd {
 namespace {
-
-#ifdef PARVANE_SSE2
-__m128i Equal(__m128i bytes, char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); }
-// Unsigned "at most" is what the minimum leaves as it is.
-__m128i AtMost(__m128i bytes, char c) {
-  return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(c)), bytes);
-}
-#endif
 
 // What is looked for: one byte at a time, and in blocks of 16 that are all ones where it stands.
 
 struct LineEnd {
   static bool Is(unsigned char c) { return c == '\r' || c == '\n'; }
-#ifdef PARVANE_SSE2
-  static __m128i In(__m128i bytes) { return _mm_or_si128(Equal(bytes, '\r'), Equal(bytes, '\n')); }
+#ifdef PARVANE_SIXTEEN
+  static Sixteen In(Sixteen bytes) { return Or(Equal(bytes, '\r'), Equal(bytes, '\n')); }
 #endif
 };
 
 struct QuotedPrintableMark {
   static bool Is(unsigned char c) { return c == '=' || LineEnd::Is(c); }
-#ifdef PARVANE_SSE2
-  static __m128i In(__m128i bytes) { return _mm_or_si128(Equal(bytes, '='), LineEnd::In(bytes)); }
+#ifdef PARVANE_SIXTEEN
+  static Sixteen In(Sixteen bytes) { return Or(Equal(bytes, '='), LineEnd::In(bytes)); }
 #endif
 };
 
 struct HeaderNameEnd {
   static bool Is(unsigned char c) { return c <= ' ' || c == ':' || c == 0x7F; }
-#ifdef PARVANE_SSE2
-  static __m128i In(__m128i bytes) {
-    return _mm_or_si128(AtMost(bytes, ' '), _mm_or_si128(Equal(bytes, ':'), Equal(bytes, 0x7F)));
+#ifdef PARVANE_SIXTEEN
+  static Sixteen In(Sixteen bytes) {
+    return Or(AtMost(bytes, ' '), Or(Equal(bytes, ':'), Equal(bytes, 0x7F)));
   }
 #endif
 };
 
 struct Blank {
   static bool Is(unsigned char c) { return c <= ' '; }
-#ifdef PARVANE_SSE2
-  static __m128i In(__m128i bytes) { return AtMost(bytes, ' '); }
+#ifdef PARVANE_SIXTEEN
+  static Sixteen In(Sixteen bytes) { return AtMost(bytes, ' '); }
 #endif
 };
 
 struct NotPlain {
   static bool Is(unsigned char c) { return c < ' ' || c > '~' || c == '?'; }
-#ifdef PARVANE_SSE2
+#ifdef PARVANE_SIXTEEN
   // Signed, bytes beyond ASCII are below a space as well.
-  static __m128i In(__m128i bytes) {
-    return _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(' ')),
-                        _mm_or_si128(Equal(bytes, '?'), Equal(bytes, 0x7F)));
+  static Sixteen In(Sixteen bytes) {
+    return Or(Below(bytes, ' '), Or(Equal(bytes, '?'), Equal(bytes, 0x7F)));
   }
 #endif
 };
@@ -65,19 +52,16 @@ struct NotPlain {
 template <typename Mark>
 std::size_t Find(const char* in, std::size_t size) {
   std::size_t i = 0;
-#ifdef PARVANE_SSE2
-  const auto look = [in](std::size_t at) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + at));
-    return static_cast<unsigned>(_mm_movemask_epi8(Mark::In(bytes)));
-  };
+#ifdef PARVANE_SIXTEEN
+  const auto look = [in](std::size_t at) { return TopsOf(Mark::In(Load16(in + at))); };
   for (; i + 16 <= size; i += 16) {
-    const unsigned found = look(i);
-    if (found != 0) return i + static_cast<std::size_t>(std::countr_zero(found));
+    const TopBits found = look(i);
+    if (found != 0) return i + FirstOf(found);
   }
   // What is left is looked at together with some of what has been.
   if (i < size && size >= 16) {
-    const unsigned found = look(size - 16);
-    return found == 0 ? size : size - 16 + static_cast<std::size_t>(std::countr_zero(found));
+    const TopBits found = look(size - 16);
+    return found == 0 ? size : size - 16 + FirstOf(found);
   }
 #endif
   while (i < size && !Mark::Is(static_cast<unsigned char>(in[i]))) ++i;
@@ -106,13 +90,9 @@ void LineFeeds::Look() {
   const char* block = _in + _block;
   const std::size_t size = std::min(_size - _block, kBlock);
   _seen += size;
-#ifdef PARVANE_SSE2
+#ifdef PARVANE_SIXTEEN
   if (size == kBlock) {
-    for (unsigned at = 0; at < kBlock; at += 16) {
-      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + at));
-      const auto found = static_cast<unsigned>(_mm_movemask_epi8(Equal(bytes, '\n')));
-      _found |= std::uint64_t{found} << at;
-    }
+    _found = BitsWhereEqual(block, '\n');
     return;
   }
 #endif

@@ -124,7 +124,50 @@ std::size_t ApplySsse3(const std::uint8_t* table, const std::uint8_t* difference
   return i;
 }
 
-#endif  // PARVANE_X86
+#elif defined(PARVANE_ARM64)
+
+// The table in four quarters of four registers each. A lookup leaves bytes as they were that are
+// beyond its quarter, so that each, less 64 from quarter to quarter, finds its entry in one.
+struct Quarters {
+  uint8x16x4_t parts[4];
+};
+
+inline uint8x16_t LookInHalf(const Quarters& table, uint8x16_t bytes) {
+  const uint8x16_t found = vqtbl4q_u8(table.parts[0], bytes);
+  return vqtbx4q_u8(found, table.parts[1], vsubq_u8(bytes, vdupq_n_u8(64)));
+}
+
+inline uint8x16_t LookNeon(const Quarters& table, uint8x16_t bytes) {
+  const uint8x16_t found = LookInHalf(table, bytes);
+  const uint8x16_t more = vqtbx4q_u8(found, table.parts[2], vsubq_u8(bytes, vdupq_n_u8(128)));
+  return vqtbx4q_u8(more, table.parts[3], vsubq_u8(bytes, vdupq_n_u8(192)));
+}
+
+// Bytes are read with every second one apart, for text as above: the zeros need no lookup, the
+// others only half the table.
+std::size_t ApplyNeon(const std::uint8_t* table, const std::byte* from, std::size_t size,
+                      std::byte* to) {
+  Quarters quarters;
+  for (std::size_t i = 0; i < 4; ++i) quarters.parts[i] = vld1q_u8_x4(table + 64 * i);
+  const auto* in = reinterpret_cast<const std::uint8_t*>(from);
+  auto* out = reinterpret_cast<std::uint8_t*>(to);
+  std::size_t i = 0;
+  for (; i + 32 <= size; i += 32) {
+    uint8x16x2_t bytes = vld2q_u8(in + i);
+    const uint8x16_t beyond = vorrq_u8(vtstq_u8(bytes.val[0], vdupq_n_u8(0x80)), bytes.val[1]);
+    if (vmaxvq_u8(beyond) == 0) {
+      bytes.val[0] = LookInHalf(quarters, bytes.val[0]);
+      bytes.val[1] = vdupq_n_u8(table[0]);
+    } else {
+      bytes.val[0] = LookNeon(quarters, bytes.val[0]);
+      bytes.val[1] = LookNeon(quarters, bytes.val[1]);
+    }
+    vst2q_u8(out + i, bytes);
+  }
+  return i;
+}
+
+#endif
 
 }  // namespace
 
@@ -137,6 +180,8 @@ void ByteTable::Apply(const std::byte* from, std::size_t size, std::byte* to) co
   } else if (CpuHas(CpuFeature::kSsse3)) {
     done = ApplySsse3(_bytes.data(), _differences.data(), from, size, to);
   }
+#elif defined(PARVANE_ARM64)
+  if (CpuHas(CpuFeature::kNeon)) done = ApplyNeon(_bytes.data(), from, size, to);
 #endif
   ApplyPlain(_bytes.data(), from + done, size - done, to + done);
 }

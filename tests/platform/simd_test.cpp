@@ -47,13 +47,15 @@ class SimdTest : public testing::TestWithParam<std::optional<CpuFeature>> {
 };
 
 TEST_P(SimdTest, RunsWithoutWhatIsHidden) {
-  const CpuFeature order[] = {CpuFeature::kSsse3, CpuFeature::kSse41,  CpuFeature::kPclmul,
-                              CpuFeature::kAvx2,  CpuFeature::kAvx512, CpuFeature::kVpclmul,
-                              CpuFeature::kVbmi2};
+  const CpuFeature order[] = {CpuFeature::kNeon,   CpuFeature::kArmCrc32, CpuFeature::kSsse3,
+                              CpuFeature::kSse41,  CpuFeature::kPclmul,   CpuFeature::kAvx2,
+                              CpuFeature::kAvx512, CpuFeature::kVpclmul,  CpuFeature::kVbmi2};
   for (const CpuFeature feature : order) {
     const bool hidden = GetParam() && feature >= *GetParam();
     EXPECT_FALSE(hidden && CpuHas(feature));
-    EXPECT_TRUE(CpuHas(CpuFeature::kSsse3) || !CpuHas(feature)) << "it comes with all of them";
+    const bool arm = feature <= CpuFeature::kArmCrc32;
+    EXPECT_TRUE(CpuHas(arm ? CpuFeature::kNeon : CpuFeature::kSsse3) || !CpuHas(feature))
+        << "it comes with all of them";
   }
 }
 
@@ -261,7 +263,7 @@ constexpr const char* kPathNames[] = {"All", "Avx2", "Narrow", "Plain"};
 
 INSTANTIATE_TEST_SUITE_P(Paths, SimdTest,
                          testing::Values(std::nullopt, CpuFeature::kAvx512, CpuFeature::kAvx2,
-                                         CpuFeature::kSsse3),
+                                         CpuFeature::kNeon),
                          [](const auto& param) { return kPathNames[param.index]; });
 
 }  // namespace
