@@ -4,8 +4,10 @@
 #   make convert   build the program, turn the mailbox in examples/ into build/example.pst, list it
 #   make test      build everything and run all tests, those of the Windows program under Wine too
 #   make test WINDOWS=no   the same without the Windows program
+#   make test ARM64=yes    the same, and parts of it for 64-bit ARM in emulation
 #   make windows   build the Windows program, build/windows-cross/parvane.exe (see docs/windows.md)
 #   make test-windows   the tests of the Windows program alone (after make test)
+#   make test-arm64     the tests for 64-bit ARM alone (after make test)
 #   make dist      source archive, build/parvane-VERSION.tar.gz
 #   make deb       Debian packages, build/release/*.deb (see docs/packaging.md)
 #   make windows-package   zip and installer for Windows, build/windows-cross/parvane-*.{zip,exe}
@@ -23,7 +25,7 @@ BUILD := build/$(PRESET)
 CMAKE_CXX_COMPILER_LAUNCHER ?= $(shell command -v ccache 2>/dev/null)
 export CMAKE_CXX_COMPILER_LAUNCHER
 
-.PHONY: convert test test-windows windows windows-package dist deb bench bench-scale docs format format-check clean
+.PHONY: convert test test-windows test-arm64 windows windows-package dist deb bench bench-scale docs format format-check clean
 
 convert:
 	@tools/install_dependencies.sh
@@ -44,11 +46,19 @@ ifeq ($(WINDOWS),no)
 else
 	@tools/test_windows.sh
 endif
+ifeq ($(ARM64),yes)
+	@tools/test_arm64.sh
+else
+	@echo 'not tested: 64-bit ARM (ARM64=yes)'
+endif
 endif
 	@cat $(BUILD)/not_tested.txt
 
 test-windows:
 	@tools/test_windows.sh
+
+test-arm64:
+	@tools/test_arm64.sh
 
 windows:
 	@tools/install_dependencies.sh windows

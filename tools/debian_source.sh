@@ -4,8 +4,7 @@
 #
 #   debian_source.sh PACKAGE
 #
-# Sources come from the mirrors that apt is configured with, checked against the same signatures;
-# apt's own configuration and state stay as they are. They are kept for later builds under
+# Sources come as tools/apt_aside.sh says, and are kept for later builds under
 # ${XDG_CACHE_HOME:-~/.cache}/parvane.
 set -eu
 
@@ -15,26 +14,9 @@ target=$cache/$package
 
 if [ ! -d "$target" ]; then
   mkdir -p "$cache"
-  work=$(mktemp -d "$cache/fetching.XXXXXX")
-  trap 'rm -rf "$work"' EXIT
-  mkdir -p "$work/lists/partial" "$work/cache/archives/partial" "$work/unpacked"
-
-  # The distribution's main section, as sources.
-  apt-get indextargets --format '$(ORIGIN) $(REPO_URI) $(RELEASE) $(COMPONENT)' \
-      'Created-By: Packages' | sort -u >"$work/targets"
-  while read -r origin uri release component; do
-    keys=/usr/share/keyrings/$(printf %s "$origin" | tr A-Z a-z)-archive-keyring.gpg
-    case $origin:$component in
-      Debian:main | Ubuntu:main | Ubuntu:universe)
-        [ -f "$keys" ] && echo "deb-src [signed-by=$keys] $uri $release $component" ;;
-    esac
-  done <"$work/targets" >"$work/sources.list"
-
-  apt() {
-    apt-get -q -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=/dev/null \
-      -o Dir::State::Lists="$work/lists" -o Dir::Cache="$work/cache" -o APT::Sandbox::User= \
-      "$@" </dev/null >&2
-  }
+  kind=deb-src option=
+  . "$(dirname "$0")/apt_aside.sh"
+  mkdir "$work/unpacked"
   cd "$work"
   apt update
   apt source --download-only "$package"

@@ -6,7 +6,8 @@
 #   install_dependencies.sh GROUP...   the same, and what these need: "tests", "clang" (for .ci/run and
 #                                      fuzzing), "docs", "packages" (Debian packages), "bench" (the yardsticks
 #                                      of benchmarks), "browser" (the window's tests), "windows" (the Windows
-#                                      program and its tests under Wine)
+#                                      program and its tests under Wine), "arm64" (the same for 64-bit ARM
+#                                      under qemu; its libraries are not installed: tools/arm64_sysroot.sh)
 #
 # Runs apt-get as root, through sudo for everyone else. On other systems it says which packages to
 # look for and leaves the rest to the build, which names what it cannot find.
@@ -20,6 +21,7 @@ docs="doxygen"
 packages="debhelper lintian appstream desktop-file-utils"
 bench="libgmime-3.0-dev zlib1g-dev"
 windows="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev googletest wine wine64 nsis"
+arm64="g++-aarch64-linux-gnu qemu-user"
 
 # These are often there from elsewhere than Debian.
 browser=
@@ -37,6 +39,7 @@ for group in "$@"; do
     bench) wanted="$wanted $bench" ;;
     browser) wanted="$wanted $browser" ;;
     windows) wanted="$wanted $windows" ;;
+    arm64) wanted="$wanted $arm64" ;;
     *) echo "install_dependencies: unknown group $group" >&2; exit 2 ;;
   esac
 done

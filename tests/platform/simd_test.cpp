@@ -161,7 +161,7 @@ TEST_P(SimdTest, TheFirstSurrogateIsFoundAtAnyPlace) {
   }
 }
 
-TEST_P(SimdTest, AsciiIsWidenedUpToTheFirstOtherByte) {
+TEST_P(SimdTest, AsciiIsWidenedAndNarrowedUpToTheFirstOther) {
   std::string text(170, 'a');
   for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i % 127 + 1);
   for (std::size_t at = 0; at <= text.size(); ++at) {
@@ -169,8 +169,15 @@ TEST_P(SimdTest, AsciiIsWidenedUpToTheFirstOtherByte) {
     if (at < text.size()) other[at] = '\x80';
     std::vector<char16_t> out(text.size());
     ASSERT_EQ(WidenAsciiPrefix(other.data(), other.size(), out.data()), at);
-    ASSERT_TRUE(
-        std::equal(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), out.begin()));
+    const std::string prefix = text.substr(0, at);
+    ASSERT_TRUE(std::equal(prefix.begin(), prefix.end(), out.begin()));
+    ASSERT_EQ(AsciiPrefix(other.data(), other.size()), at);
+
+    // And back, up to a unit whose lower byte is ASCII.
+    std::copy(text.begin(), text.end(), out.begin());
+    if (at < text.size()) out[at] = u'\x141';
+    ASSERT_EQ(NarrowAsciiPrefix(out.data(), out.size(), other.data()), at);
+    ASSERT_EQ(other.substr(0, at), prefix);
   }
 }
 
