@@ -3,11 +3,12 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/child_process.h"
 #include "platform/system_internal.h"
 
 namespace parvane::platform {
 
-bool BackgroundTask::IsWorthwhile() { return std::thread::hardware_concurrency() > 1; }
+bool BackgroundTask::IsWorthwhile() { return ProcessorCount() > 1; }
 
 BackgroundTask::~BackgroundTask() {
   if (!_thread.joinable()) return;

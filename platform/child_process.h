@@ -35,7 +35,8 @@ class ChildProcess {
   std::unique_ptr<System> _system;
 };
 
-// How many processes may do something at the same time; at least 1.
+// The processors that this process may use, which may be fewer than the machine has (taskset, a
+// container's set of them); at least 1.
 unsigned ProcessorCount();
 // Lets others work for so long.
 void Sleep(unsigned milliseconds);

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -97,6 +98,13 @@ void ChildProcess::Interrupt() {
 }
 
 unsigned ProcessorCount() {
+#if defined(__linux__)
+  // Fails where there are more than the set has room for.
+  cpu_set_t usable;
+  if (sched_getaffinity(0, sizeof usable, &usable) == 0) {
+    return static_cast<unsigned>(CPU_COUNT(&usable));
+  }
+#endif
   const long count = sysconf(_SC_NPROCESSORS_ONLN);
   return count > 0 ? static_cast<unsigned>(count) : 1;
 }

@@ -1,5 +1,8 @@
 #include "platform/child_process.h"
 
+#include <bit>
+#include <cstdint>
+
 #include "platform/path.h"
 #include "platform/windows/system_paths.h"
 #include "platform/windows/windows_text.h"
@@ -91,6 +94,12 @@ std::optional<int> ChildProcess::Poll() {
 void ChildProcess::Interrupt() { ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, _system->id); }
 
 unsigned ProcessorCount() {
+  DWORD_PTR usable = 0;
+  DWORD_PTR all = 0;
+  // Nothing is told of a process in several groups of processors.
+  if (::GetProcessAffinityMask(::GetCurrentProcess(), &usable, &all) && usable != 0) {
+    return static_cast<unsigned>(std::popcount(std::uint64_t{usable}));
+  }
   SYSTEM_INFO information{};
   ::GetSystemInfo(&information);
   return information.dwNumberOfProcessors > 0 ? information.dwNumberOfProcessors : 1;

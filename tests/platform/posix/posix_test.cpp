@@ -4,10 +4,12 @@
 #include <optional>
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/background_task.h"
 #include "platform/code_pages/code_page.h"
 #include "platform/path.h"
 #include "platform/system.h"
@@ -26,6 +28,20 @@ mode_t ModeOf(const std::u16string& path) {
   EXPECT_EQ(::stat(PathToNative(path).c_str(), &info), 0);
   return info.st_mode & 07777;
 }
+
+#if defined(__linux__)
+TEST(PosixProcessors, AreThoseThatTheProcessMayUse) {
+  cpu_set_t before;
+  ASSERT_EQ(sched_getaffinity(0, sizeof before, &before), 0);
+  EXPECT_EQ(BackgroundTask::IsWorthwhile(), CPU_COUNT(&before) > 1);
+  cpu_set_t one;
+  CPU_ZERO(&one);
+  CPU_SET(sched_getcpu(), &one);
+  ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+  EXPECT_FALSE(BackgroundTask::IsWorthwhile());
+  ASSERT_EQ(sched_setaffinity(0, sizeof before, &before), 0);
+}
+#endif
 
 TEST(PosixFiles, NeverOpenFifosAndDevices) {
   const ::TemporaryFolder folder;
