@@ -13,8 +13,7 @@ bool BackgroundTask::IsWorthwhile() { return ProcessorCount() > 1; }
 BackgroundTask::~BackgroundTask() {
   if (!_thread.joinable()) return;
   Wait();
-  _state.store(State::kEnds, std::memory_order_release);
-  _state.notify_one();
+  Become(State::kEnds);
   _thread.join();
 }
 
@@ -28,20 +27,32 @@ bool BackgroundTask::Start(std::function<void()> work) {
     }
   }
   _work = std::move(work);
-  _state.store(State::kBusy, std::memory_order_release);
-  _state.notify_one();
+  Become(State::kBusy);
   return true;
 }
 
-void BackgroundTask::Wait() noexcept { _state.wait(State::kBusy, std::memory_order_acquire); }
+void BackgroundTask::Wait() noexcept {
+  std::unique_lock lock(_mutex);
+  _changed.wait(lock, [this] { return _state != State::kBusy; });
+}
+
+void BackgroundTask::Become(State state) {
+  {
+    const std::lock_guard lock(_mutex);
+    _state = state;
+  }
+  _changed.notify_one();
+}
 
 void BackgroundTask::Work() {
   while (true) {
-    _state.wait(State::kIdle, std::memory_order_acquire);
-    if (_state.load(std::memory_order_acquire) == State::kEnds) return;
+    {
+      std::unique_lock lock(_mutex);
+      _changed.wait(lock, [this] { return _state != State::kIdle; });
+      if (_state == State::kEnds) return;
+    }
     _work();
-    _state.store(State::kIdle, std::memory_order_release);
-    _state.notify_one();
+    Become(State::kIdle);
   }
 }
 

@@ -8,8 +8,9 @@
 // a few microseconds, so it pays for pieces that take a hundred.
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 namespace parvane::platform {
@@ -34,11 +35,15 @@ class BackgroundTask {
 
  private:
   enum class State { kIdle, kBusy, kEnds };
+  void Become(State state);
   void Work();
 
   // Whoever waits for a change waits alone: the thread while it is idle, the caller while it is
-  // busy.
-  std::atomic<State> _state{State::kIdle};
+  // busy. (An atomic's own wait would do, did the standard library's not sleep through a change at
+  // times.)
+  std::mutex _mutex;
+  std::condition_variable _changed;
+  State _state = State::kIdle;
   std::function<void()> _work;
   std::thread _thread;
 };
