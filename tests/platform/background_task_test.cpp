@@ -25,5 +25,17 @@ TEST(BackgroundTask, DoesOnePieceOfWorkAtATime) {
   EXPECT_EQ(done, kPieces + 1);
 }
 
+// The thread may be asleep, awake or not quite either when the first piece comes, and when it ends.
+TEST(BackgroundTask, NeverSleepsThroughItsWork) {
+  constexpr int kTasks = 1000;
+  int done = 0;
+  for (int i = 0; i < kTasks; ++i) {
+    BackgroundTask task;
+    ASSERT_TRUE(task.Start([&done] { ++done; }));
+    if (i % 2 == 0) task.Wait();
+  }
+  EXPECT_EQ(done, kTasks);
+}
+
 }  // namespace
 }  // namespace parvane::platform
