@@ -10,11 +10,12 @@
 #include <utility>
 
 #define CPPHTTPLIB_LISTEN_BACKLOG 4096
-// Ranges are read by a regular expression, which takes a kilobyte of stack for each character.
+// What app/head_filter.h leaves has short lines.
 #define CPPHTTPLIB_HEADER_MAX_LENGTH 2048
 #include <httplib.h>
 
 #include "app/admission.h"
+#include "app/head_filter.h"
 #include "platform/socket.h"
 #include "platform/time.h"
 
@@ -55,15 +56,16 @@ class GuardedStream final : public httplib::Stream {
   void AllowBody() { _deadline = std::max(_deadline, MonotonicMilliseconds() + kRequestTime); }
   // Takes what was sent and not asked for: a socket closed over it would take the answer back.
   void Drain() {
-    while (_left > 0 && httplib::detail::select_read(_socket, 0, 0) > 0 && Fill()) _next = _end;
+    while (_left > 0 && httplib::detail::select_read(_socket, 0, 0) > 0 && Fill()) continue;
   }
 
   bool is_readable() const override { return true; }
   bool is_writable() const override { return true; }
   ssize_t read(char* to, std::size_t size) override {
-    if (_next == _end && !(WaitToRead() && Fill())) return -1;
-    const std::size_t taken = std::min(size, _end - _next);
-    std::copy_n(_buffer.data() + _next, taken, to);
+    while (_next == _passed.size()) {
+      if (!WaitToRead() || !Fill()) return -1;
+    }
+    const std::size_t taken = _passed.copy(to, size, _next);
     _next += taken;
     return static_cast<ssize_t>(taken);
   }
@@ -97,10 +99,12 @@ class GuardedStream final : public httplib::Stream {
     if (room == 0) return false;
     const ssize_t count =
         httplib::detail::read_socket(_socket, _buffer.data(), room, CPPHTTPLIB_RECV_FLAGS);
+    if (count <= 0) return false;
+    _left -= static_cast<std::size_t>(count);
+    _passed.clear();
     _next = 0;
-    _end = count > 0 ? static_cast<std::size_t>(count) : 0;
-    _left -= _end;
-    return count > 0;
+    _filter.Take({_buffer.data(), static_cast<std::size_t>(count)}, _passed);
+    return true;
   }
 
   socket_t _socket;
@@ -108,7 +112,9 @@ class GuardedStream final : public httplib::Stream {
   std::uint64_t _deadline;
   std::uint64_t _left = kMostBytes;
   std::array<char, 4096> _buffer;
-  std::size_t _next = 0, _end = 0;
+  HeadFilter _filter;
+  std::string _passed;  // by the filter, of which the library has taken all before _next
+  std::size_t _next = 0;
 };
 
 // The library's threads, with an end to what waits for them.
