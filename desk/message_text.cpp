@@ -33,46 +33,60 @@ unsigned CodePageOf(mapi::IMessage& message) {
   return value[0].Value.ul;
 }
 
-std::optional<std::string> HtmlOf(mapi::IMessage& message) {
-  std::string html;
+struct BodyText {
+  std::string utf8;
+  bool cut = false;
+};
+
+// Takes no more than is shown; whether it goes on after that.
+template <typename Text, typename Piece>
+bool TakePiece(Piece piece, Text& text, bool& cut) {
+  cut = cut || piece.size() > kLongestText - text.size();
+  text += piece.substr(0, kLongestText - text.size());
+  return !cut;
+}
+
+std::optional<BodyText> HtmlOf(mapi::IMessage& message) {
+  BodyText html;
   const bool read = moves::ReadProperty(message, mapi::PR_HTML, [&](std::string_view piece) {
-    html += piece.substr(0, kLongestText - html.size());
-    return html.size() < kLongestText;
+    return TakePiece(piece, html.utf8, html.cut);
   });
   if (!read) return std::nullopt;
   const unsigned codePage = CodePageOf(message);
   if (codePage == platform::kCodePageUtf8) return html;
   std::u16string text;
-  platform::DecodeCodePage(codePage, html, text);
-  return platform::Utf16ToUtf8(text);
+  platform::DecodeCodePage(codePage, html.utf8, text);
+  html.utf8 = platform::Utf16ToUtf8(text);
+  return html;
 }
 
-std::optional<std::string> PlainTextOf(mapi::IMessage& message) {
+std::optional<BodyText> PlainTextOf(mapi::IMessage& message) {
   std::u16string text;
+  bool cut = false;
   const bool read = moves::ReadText(message, mapi::PR_BODY_W, [&](std::u16string_view piece) {
-    text += piece.substr(0, kLongestText - text.size());
-    return text.size() < kLongestText;
+    return TakePiece(piece, text, cut);
   });
   if (!read) return std::nullopt;
-  return platform::Utf16ToUtf8(text);
+  return BodyText{platform::Utf16ToUtf8(text), cut};
 }
 
-std::optional<std::string> TextOfRtf(mapi::IMessage& message) {
+std::optional<BodyText> TextOfRtf(mapi::IMessage& message) {
   std::string packed;
+  bool cut = false;
   const bool read =
-      moves::ReadProperty(message, mapi::PR_RTF_COMPRESSED, [&](std::string_view piece) {
-        packed += piece.substr(0, kLongestText - packed.size());
-        return packed.size() < kLongestText;
-      });
+      moves::ReadProperty(message, mapi::PR_RTF_COMPRESSED,
+                          [&](std::string_view piece) { return TakePiece(piece, packed, cut); });
   if (!read) return std::nullopt;
   std::string text;
   tnef::RtfText rtf([&](std::u16string_view piece) { text += platform::Utf16ToUtf8(piece); });
   const bool unpacked = tnef::DecompressRtf(packed, [&](std::string_view piece) {
     rtf.Take(piece);
-    return text.size() < kLongestText;
+    cut = cut || text.size() >= kLongestText;
+    return !cut;
   });
   rtf.End();
-  return packed.empty() || unpacked || !text.empty() ? std::optional(text) : std::nullopt;
+  if (!packed.empty() && !unpacked && text.empty()) return std::nullopt;
+  return BodyText{std::move(text), cut};
 }
 
 SafeHtml Shown(mapi::IMessage& message, std::string_view html,
@@ -88,21 +102,32 @@ SafeHtml Shown(mapi::IMessage& message, std::string_view html,
   });
 }
 
+std::string Document(SafeHtml html, bool cut) {
+  if (cut) {
+    html.body.insert(
+        0,
+        "<p><b>Only the beginning of this text is shown here: it is very long. All of it is "
+        "in the PST.</b></p>");
+  }
+  return SafeDocument(html);
+}
+
 }  // namespace
 
 Result<std::string> TextPage(mapi::IMessage& message,
                              const std::function<std::string(std::uint32_t)>& urlOfAttachment) {
   const auto html = HtmlOf(message);
-  if (html && !html->empty()) return SafeDocument(Shown(message, *html, urlOfAttachment));
+  if (html && !html->utf8.empty())
+    return Document(Shown(message, html->utf8, urlOfAttachment), html->cut);
   auto text = PlainTextOf(message);
   const bool readAll = html && text;
-  if (!text || text->empty()) {
+  if (!text || text->utf8.empty()) {
     auto rtf = TextOfRtf(message);
-    if (!rtf || (rtf->empty() && !readAll))
+    if (!rtf || (rtf->utf8.empty() && !readAll))
       return Status(platform::StatusCode::kCorrupt, "the text of this message cannot be read");
     text = std::move(rtf);
   }
-  return SafeDocument(AsSafeHtml(*text));
+  return Document(AsSafeHtml(text->utf8), text->cut);
 }
 
 }  // namespace parvane::desk

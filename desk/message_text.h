@@ -10,8 +10,8 @@
 
 namespace parvane::desk {
 
-// `urlOfAttachment`: where the page finds the picture with this number. A text of more than some
-// megabytes is cut. Fails when the text is there and cannot be read.
+// `urlOfAttachment`: where the page finds the picture with this number. A text of more than 32 MiB
+// is cut, which the page says. Fails when the text is there and cannot be read.
 platform::Result<std::string> TextPage(
     mapi::IMessage& message, const std::function<std::string(std::uint32_t)>& urlOfAttachment);
 

@@ -44,14 +44,19 @@ class PstViewing : public testing::Test {
       mail += "From b@x Thu Jan  2 03:04:05 2020\nFrom: b@x\nSubject: no. " + std::to_string(i) +
               "\nDate: Thu, 2 Jan 2020 03:04:05 +0000\n\ntext " + std::to_string(i) + "\n\n";
     }
+    Write(mail, kMessages);
+  }
+
+  void Write(const std::string& mail, std::size_t messages) {
     ConvertOptions options;
     options.sources = {_scratch.Write("Work.mbox", mail)};
-    options.destination = _pst = _scratch / u"mail.pst";
+    options.destination = _pst =
+        _scratch / (platform::Utf8ToUtf16(std::to_string(messages)) + u".pst");
     options.sizeLimit = std::uint64_t{50} << 30;
     RunObserver nobody;
     const ConversionRecord record = Convert(options, nobody);
     ASSERT_EQ(record.error, "");
-    ASSERT_EQ(record.Written(), kMessages);
+    ASSERT_EQ(record.Written(), messages);
   }
 
   // Everything of a viewer's, as far as there is any; what is damaged is an error here and there.
@@ -178,6 +183,26 @@ TEST_F(PstViewing, DamageIsAnErrorAndNoMore) {
   }
   EXPECT_GT(seen, 0u);
   EXPECT_LT(spoiled, 60u);
+}
+
+TEST_F(PstViewing, TellsThatATextIsCut) {
+  const std::string line = std::string(1023, 'x') + '\n';
+  std::string mail = "From b@x Thu Jan  2 03:04:05 2020\nFrom: b@x\nSubject: long\n\n";
+  for (std::size_t i = 0; i < 33 * 1024; ++i) mail += line;
+  Write(mail, 1);
+  auto opened = PstViewer::Open(_pst);
+  ASSERT_TRUE(opened.ok());
+  PstViewer& viewer = **opened;
+  for (const ViewedFolder& folder : viewer.folders()) {
+    const auto rows = viewer.Messages(folder.id, 0, 1);
+    if (!rows.ok() || rows->rows.empty()) continue;
+    const auto page = viewer.Document(rows->rows[0].id, {});
+    ASSERT_TRUE(page.ok());
+    EXPECT_NE(page->find("Only the beginning of this text"), page->npos);
+    EXPECT_LT(page->size(), std::size_t{34} << 20);
+    return;
+  }
+  FAIL() << "no message";
 }
 
 }  // namespace
