@@ -14,16 +14,17 @@
 namespace parvane::cli {
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+std::string Examples() {
+  return std::string(R"(Examples:
   parvane convert Inbox.mbox mail.pst
   parvane convert ~/.thunderbird/x1y2z3.default mail.pst
   parvane scan ~/.thunderbird/x1y2z3.default
   parvane list --messages mail.pst
   parvane check mail.pst
   parvane verify Inbox.mbox mail.pst
-  parvane app
-
-parvane COMMAND --help tells more about a command.)";
+)") + (app::IsBuiltIn() ? "  parvane app\n" : "") +
+         "\nparvane COMMAND --help tells more about a command.";
+}
 
 constexpr const char* kListExamples = R"(Examples:
   parvane list mail.pst                folders with their counts and sizes
@@ -70,7 +71,7 @@ CommandLine::CommandLine() {
   _parser.allow_windows_style_options(false);
   _parser.set_version_flag("--version", "parvane " PARVANE_VERSION, "Print the version and exit");
   _parser.require_subcommand(1);
-  _parser.footer(kExamples);
+  _parser.footer(Examples());
   _convertArguments.Describe(*_parser.add_subcommand("convert", "Write mail into a PST file"));
   _scanArguments.DescribeScan(
       *_parser.add_subcommand("scan", "Tell what a conversion would do, without writing"));
