@@ -485,7 +485,7 @@ class Output(PstTest):
                 time.sleep(0.3)
             os.close(reader)
             os.close(writer)
-        threading.Thread(target=hold).start()
+        threading.Thread(target=hold, daemon=True).start()
         return {'preexec_fn': lambda: os.write(writer, b'%d' % os.getpid())}
 
     def test_progress(self):
