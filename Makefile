@@ -35,7 +35,7 @@ convert:
 	$(BUILD)/parvane list --messages build/example.pst
 
 test:
-	@tools/install_dependencies.sh tests
+	@tools/install_dependencies.sh tests $(if $(filter asan,$(PRESET)),clang)
 	@tools/install_dependencies.sh browser || true
 	@cmake --preset $(PRESET)
 	@cmake --build $(BUILD)
