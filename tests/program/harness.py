@@ -92,9 +92,10 @@ class PstTest(unittest.TestCase):
         return status.st_ino, status.st_size, status.st_mtime_ns
 
     @staticmethod
-    def has_grown(path, size):
+    def has_grown(path, size, since=0):
         try:
-            return path.stat().st_size > size
+            status = path.stat()
+            return status.st_size > size and status.st_mtime_ns > since
         except FileNotFoundError:
             return False
 
@@ -124,7 +125,7 @@ class PstTest(unittest.TestCase):
                     text.append(data)
             except OSError:  # how Linux tells that the other side is closed
                 pass
-        watcher = threading.Thread(target=read)
+        watcher = threading.Thread(target=read, daemon=True)  # should the program never start
         watcher.start()
         environment = dict(os.environ, XDG_DATA_HOME=str(self.folder / 'home'), TERM='xterm')
         console = {'stdin': writer, 'stdout': writer, 'start_new_session': True} if WINDOWS else {}
