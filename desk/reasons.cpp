@@ -23,11 +23,9 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kNotAnMbox:
       return {"not-an-mbox", "does not begin with \"From \", so it is no mailbox"};
     case SkipReason::kDamagedBeginning:
-      return {
-          "damaged-beginning",
-          "what stands before its first separator line is no message, and was passed over",
-          "if it is one, put a line like \"From - Thu Jan  1 00:00:00 1970\" in front of it and "
-          "convert again"};
+      return {"damaged-beginning", "what stands before its first separator line was passed over",
+              "if it is one, put a line like \"From - Thu Jan  1 00:00:00 1970\" in front of it "
+              "and convert again"};
     case SkipReason::kUnreadable:
       return {"unreadable", "could not be read", "check its permissions and convert it again"};
     case SkipReason::kOtherExtension:
@@ -51,27 +49,29 @@ Reason ReasonOf(SkipReason reason) {
     case SkipReason::kNotAFile:
       return {"not-a-file", "not a regular file"};
     case SkipReason::kSingleMessages:
-      return {"single-messages",
-              "holds messages in files of their own, which are not of this kind of source",
+      return {"single-messages", "holds messages in files of their own, another kind of source",
               "convert it by itself: parvane convert --append FOLDER DEST.pst"};
+    case SkipReason::kPackedMessages:
+      return {"packed-messages", "holds messages in files of their own, inside of an archive",
+              "unpack it, and convert the folder: parvane convert --append FOLDER DEST.pst"};
+    case SkipReason::kForeignMail:
+      return {"foreign-mail", "mail of another program, in a form that is not read",
+              "let that program export it as mbox, or as files of the kind .eml"};
     case SkipReason::kNotDownloaded:
-      return {
-          "not-downloaded", "its messages are on the server only: this folder was never downloaded",
-          "in Thunderbird, select it for offline use (folder properties, Synchronization), then "
-          "File, Offline, Download/Sync Now"};
+      return {"not-downloaded", "its messages are on the server only: it was never downloaded",
+              "in Thunderbird, select it for offline use (folder properties, Synchronization), "
+              "then File, Offline, Download/Sync Now"};
     case SkipReason::kCompressed:
       return {"compressed", "a compressed file or an archive",
               "convert it as a source of its own, or what is in it"};
     case SkipReason::kOlderCopy:
       return {"older-copy",
-              "of an older version of the mail program, which had this mail before; convert it by "
-              "itself if anything is missing"};
+              "an older version's copy of this mail; convert it by itself if anything is missing"};
     case SkipReason::kDamagedArchive:
       return {"damaged-archive", "could not be read, or not to its end",
               "get the archive once more, or unpack it and convert what comes out"};
     case SkipReason::kOtherPart:
-      return {"other-part", "another part of the same export, which was not given",
-              "give all parts together"};
+      return {"other-part", "another part of the export, not given", "give all parts together"};
     case SkipReason::kElsewhere:
       return {"elsewhere", "a mail account of the profile is kept there, outside of the profile",
               "convert it as a source of its own"};

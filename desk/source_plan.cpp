@@ -55,7 +55,11 @@ Status NotAMailbox(const std::u16string& path) {
       : engine::IsNamedLikeAMessage(path)
           ? "a message in a file of its own, which is not read; let the program that "
             "keeps it export it as mbox"
-          : "not an mbox file (it does not begin with \"From \")";
+      : engine::IsNamedLikeForeignMail(path) ? "mail of another program, in a form that is not "
+                                               "read; let that program export it as mbox"
+      : engine::HasExtension(path, u".pst") ? "an Outlook data file, which is written here and not "
+                                              "read as mail; Outlook opens it as it is"
+                                            : "not an mbox file (it does not begin with \"From \")";
   return {StatusCode::kUnsupported, PathForDisplay(path) + ": " + why};
 }
 

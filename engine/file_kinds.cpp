@@ -12,6 +12,7 @@ namespace parvane::engine {
 namespace {
 
 constexpr std::u16string_view kMessages[] = {u".eml", u".emlx", u".mh_sequences"};
+constexpr std::u16string_view kForeign[] = {u".dbx", u".msg", u".nsf", u".olm", u".ost", u".tbb"};
 constexpr std::u16string_view kArchives[] = {u".gz", u".tgz", u".bz2", u".xz",  u".lzma", u".zst",
                                              u".z",  u".zip", u".7z",  u".rar", u".tar"};
 
@@ -28,6 +29,7 @@ bool HasExtension(std::u16string_view path, std::u16string_view extension) {
   return HasOneOf(path, {&extension, 1});
 }
 bool IsNamedLikeAMessage(std::u16string_view path) { return HasOneOf(path, kMessages); }
+bool IsNamedLikeForeignMail(std::u16string_view path) { return HasOneOf(path, kForeign); }
 bool IsMailboxFolder(std::u16string_view name) {
   constexpr std::u16string_view kFolders[] = {u".mbox", u".imapmbox"};
   return !platform::StemOfPath(name).empty() && HasOneOf(name, kFolders);

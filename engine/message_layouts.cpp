@@ -33,30 +33,12 @@ std::string_view FieldNameIn(std::string_view line) {
   return plain && colon < line.size() ? name : std::string_view();
 }
 
-// Its header begins with its first line, and one of the usual fields stands in it.
-bool IsMessage(std::string_view text) {
-  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  for (bool first = true; !text.empty(); first = false) {
-    const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
-    const std::string_view name = FieldNameIn(line);
-    if (first && name.empty()) return false;
-    if (line.empty()) return false;
-    const auto isIt = [&](std::string_view one) {
-      return platform::EqualsIgnoreAsciiCase(name, one);
-    };
-    if (std::ranges::any_of(kUsualFields, isIt)) return true;
-    text.remove_prefix(line.size());
-    text.remove_prefix(text.starts_with("\r\n") ? 2 : std::min<std::size_t>(text.size(), 1));
-  }
-  return false;
-}
-
 bool HoldsMessage(std::u16string_view path) {
   auto file = FileSystem::Default().Open(path, FileSystem::OpenMode::kRead);
   if (!file.ok()) return false;
   std::array<char, kBeginning> beginning;
   const auto count = (*file)->ReadAt(0, std::as_writable_bytes(std::span(beginning)));
-  return count.ok() && IsMessage({beginning.data(), *count});
+  return count.ok() && BeginsLikeMessage({beginning.data(), *count});
 }
 
 // One of the first few that `isOne` picks.
@@ -110,6 +92,24 @@ MessageLayout LayoutOf(std::u16string_view directory, const std::vector<Director
 bool IsLetter(const DirectoryEntry& entry) {
   return entry.kind == FileKind::kFile && HasExtension(entry.name, u".eml") &&
          !entry.name.starts_with(u"._");
+}
+
+// One of the usual fields stands in the header.
+bool BeginsLikeMessage(std::string_view text) {
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  for (bool first = true; !text.empty(); first = false) {
+    const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+    const std::string_view name = FieldNameIn(line);
+    if (first && name.empty()) return false;
+    if (line.empty()) return false;
+    const auto isIt = [&](std::string_view one) {
+      return platform::EqualsIgnoreAsciiCase(name, one);
+    };
+    if (std::ranges::any_of(kUsualFields, isIt)) return true;
+    text.remove_prefix(line.size());
+    text.remove_prefix(text.starts_with("\r\n") ? 2 : std::min<std::size_t>(text.size(), 1));
+  }
+  return false;
 }
 
 std::uint32_t MhNumber(std::u16string_view name) {

@@ -23,6 +23,8 @@ MessageLayout LayoutOf(std::u16string_view directory,
 
 // Whether a file is a message of a directory of letters.
 bool IsLetter(const platform::DirectoryEntry& entry);
+// Whether what a file begins with is a message's header, at its first line.
+bool BeginsLikeMessage(std::string_view text);
 // The number that an MH message's file is named by; 0: it is none.
 std::uint32_t MhNumber(std::u16string_view name);
 inline constexpr std::u16string_view kMhSequences = u".mh_sequences";

@@ -61,6 +61,8 @@ enum class SkipReason {
   kTooDeep,                // folders nested beyond any real profile
   kNotAFile,               // a FIFO, socket or device
   kSingleMessages,         // a folder with files of one message each (maildir, .eml)
+  kPackedMessages,         // the same in an archive
+  kForeignMail,            // another program's way of keeping mail, by its extension
   kNotDownloaded,          // an index ("X.msf") lists messages, and there is no mailbox with them
   kDamagedArchive,         // an archive, or a file in it, that cannot be read (on): see the status
   kCompressed,             // a compressed file or an archive, by its extension

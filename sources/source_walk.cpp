@@ -172,7 +172,8 @@ bool SourceWalk::IsOfAnotherSource(const DirectoryEntry& entry) const {
 void SourceWalk::SkippedByName(std::u16string_view path) const {
   if (!_observer) return;
   platform::Status status;
-  switch (ProbeMboxFile(path, &status)) {
+  const MboxProbe probe = ProbeMboxFile(path, &status);
+  switch (probe) {
     case MboxProbe::kMbox:
       return Skipped(path, SkipReason::kOtherExtension);
     case MboxProbe::kUnreadable:
@@ -186,7 +187,9 @@ void SourceWalk::SkippedByName(std::u16string_view path) const {
           Skipped(path, SkipReason::kNotDownloaded);
         }
       } else {
+        const bool foreign = probe == MboxProbe::kOther && engine::IsNamedLikeForeignMail(path);
         Skipped(path, engine::IsNamedLikeAnArchive(path) ? SkipReason::kCompressed
+                      : foreign                          ? SkipReason::kForeignMail
                                                          : SkipReason::kOtherFile);
       }
   }

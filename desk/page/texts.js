@@ -199,6 +199,8 @@ export const texts = {
       'other-extension': 'Choose this file by itself, and add it to the same PST.',
       'too-deep': 'Choose this folder by itself, and add it to the same PST.',
       'single-messages': 'Choose this folder by itself, and add it to the same PST.',
+      'foreign-mail': 'Let the program that wrote it export it as mbox, or as .eml files.',
+      'packed-messages': 'Unpack the archive, choose this folder by itself, and add it to the same PST.',
       'damaged-archive': 'What could be read is there. Get the archive once more, or unpack it and choose what is in it.',
       'dangling-link': 'Connect the disk that it leads to, and convert again.',
       'not-downloaded': 'These messages are on the server only. In Thunderbird choose the folder for offline use, then File, Offline, Download/Sync Now, and convert again.',

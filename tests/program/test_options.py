@@ -273,6 +273,7 @@ class Recognition(PstTest):
 
     def test_sources_without_mail(self):
         bad = self.write('text', b'just a note\n')
+        ours, theirs = self.write('old.pst', b'!BDN'), self.write('old.ost', b'!BDN')
         for file in ('gz/Inbox.gz', 'link/readme.txt'):
             self.write(f'found/{file}', b'x')
         (self.folder / 'found/link/Sent').symlink_to('/none')  # which Wine shows to nobody
@@ -283,7 +284,8 @@ class Recognition(PstTest):
                 (self.folder / 'found/gz', (), 'compressed files'),
                 (self.folder / 'found/link', (),
                  'no mail found in it' if WINDOWS else 'links that lead nowhere'),
-                (bad, (), 'not an mbox file'), (self.folder / 'missing', (), NO_SUCH_FILE)):
+                (bad, (), 'not an mbox file'), (ours, (), 'Outlook opens it'), (theirs, (), 'export it as mbox'),
+                (self.folder / 'missing', (), NO_SUCH_FILE)):
             with self.subTest(source=source, options=options):
                 run = self.parvane('convert', *options, source, self.pst)
                 self.assertEqual(run.code, 3, run)

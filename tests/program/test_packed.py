@@ -59,7 +59,9 @@ class Packed(PstTest):
     def test_compressed_mailboxes_and_archives(self):
         mail = message('a') + message('b')
         tree = {'mail/Inbox.mbox': mail, 'mail/Old/2001.mbox': message('c'), 'notes.txt': b'no mail',
-                '../../up.mbox': message('d')}
+                '../../up.mbox': message('d'), 'theme/cur/arrow': b'\0\0\2\0', 'chapters/1': b'Once: there'}
+        marked, four = b'\xef\xbb\xbf\r\n' + mail, b'\1\1\1\1\n'
+        mmdf = b''.join(four + message(s).partition(b'\n')[2] + four for s in 'ab')
         in_tree = {'mail/Inbox': ['a', 'b'], 'mail/Old/2001': ['c'], 'up': ['d']}
         pst = self.folder / 'mail.pst'
         for name, data, expected in (
@@ -67,6 +69,10 @@ class Packed(PstTest):
                 ('Inbox.gz', gzip.compress(mail[:300]) + gzip.compress(mail[300:]), {'Inbox': ['a', 'b']}),
                 ('Inbox.bz2', bz2.compress(mail), {'Inbox': ['a', 'b']}),
                 ('Inbox.mbox.xz', lzma.compress(mail), {'Inbox': ['a', 'b']}),
+                ('Inbox.mmdf.gz', gzip.compress(mmdf), {'Inbox.mmdf': ['a', 'b']}),
+                ('Inbox.mark.gz', gzip.compress(marked), {'Inbox.mark': ['a', 'b']}),
+                ('mark.zip', zipped({'Inbox': marked, 'Sent.mbox': mmdf}),
+                 {'mark/Inbox': ['a', 'b'], 'mark/Sent': ['a', 'b']}),
                 ('tree.zip', zipped(tree), {f'tree/{f}': s for f, s in in_tree.items()}),
                 ('tree.tar.gz', tarred(tree), {f'tree/{f}': s for f, s in in_tree.items()}),
                 ('tree.tar', tarred(tree, 'w'), {f'tree/{f}': s for f, s in in_tree.items()})):
@@ -77,8 +83,9 @@ class Packed(PstTest):
                     self.assertEqual(run.code, 3, run)
                     self.assertIn('cannot be read on this system', run.err)
                     continue
-                self.convert('--overwrite', source, pst)
-                self.assertEqual(self.subjects(pst), expected)
+                for rule in ('standard', 'strict'):
+                    self.convert('--overwrite', '--separators', rule, source, pst)
+                    self.assertEqual(self.subjects(pst), expected)
 
     def test_what_an_archive_hides_is_told_and_the_rest_converted(self):
         noise = base64.encodebytes(random.Random(1).randbytes(300_000)).decode()
@@ -100,6 +107,12 @@ class Packed(PstTest):
                 ('cut.zip', data[:data.index(b'c.mbox') + 20], {'a', 'b'}, 'cut.zip'),
                 ('cut.tgz', tarred(whole)[:-40], {'a'}, 'cut.tgz'),
                 ('message.zip', zipped({**whole, 'd.eml': b'Subject: d'}), {'a', 'b', 'c'}, 'message.zip'),
+                ('maildir.tgz', tarred({**whole, 'md/cur/1.a:2,S': b'\x1f\x8bpacked'}), {'a', 'b', 'c'},
+                 'md"'),
+                ('new.tgz', tarred({**whole, 'md/new/1.a': b'Subject: d'}), {'a', 'b', 'c'}, 'md"'),
+                ('mh.tgz', tarred({**whole, 'inbox/1': b'Received: d'}), {'a', 'b', 'c'}, 'inbox"'),
+                ('foreign.zip', zipped({**whole, 'old/Inbox.dbx': b'\xcf\xad'}), {'a', 'b', 'c'}, 'Inbox.dbx"'),
+                ('text.zip', zipped({'a.mbox': b'Dear all,\n\n' + whole['a.mbox']}), {'a'}, 'a.mbox'),
                 ('bomb.gz', bomb, {'first'}, 'more than 1000 times its size')):
             with self.subTest(name):
                 account = self.convert('--overwrite', self.write(name, bytes(data)), pst, code=LEFT_BEHIND)

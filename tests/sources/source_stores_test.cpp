@@ -104,6 +104,8 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
   disk.Write("m/notes.txt", "from me\n");
   disk.Write("m/index.msf", "");
   disk.Write("m/old.mbox.GZ", "\x1F\x8B");
+  disk.Write("m/Inbox.dbx", "\xCF\xAD");
+  disk.Write("m/empty.msg", "");
   // A link that comes before the folder it leads to hides nothing of it.
   const bool linked = disk.Link("m", "m/Deep.sbd/loop") && disk.Link("m/project", "m/current") &&
                       disk.Link("m/Deep.sbd", "m/project/deep") &&
@@ -142,6 +144,8 @@ TEST(MboxStores, TakeTheirTreeFromTheDirectory) {
       {"marked.mbox", SkipReason::kDamagedBeginning},
       {"notes.txt", SkipReason::kOtherFile},
       {"old.mbox.GZ", SkipReason::kCompressed},
+      {"Inbox.dbx", SkipReason::kForeignMail},
+      {"empty.msg", SkipReason::kOtherFile},
       {"quoted.mbox", SkipReason::kNotAnMbox}};
   if (linked) {
     expected.insert(expected.end(), {{"loop", SkipReason::kSymbolicLinkLoop},

@@ -5,7 +5,9 @@
 #include <utility>
 
 #include "engine/file_kinds.h"
+#include "engine/message_layouts.h"
 #include "platform/path.h"
+#include "sources/state/maildir_marks.h"
 
 namespace parvane::sources {
 namespace {
@@ -15,17 +17,14 @@ using platform::FileSystem;
 using platform::Status;
 using platform::StatusCode;
 
-constexpr std::string_view kFrom = "From ";
-
 std::u16string LastOf(const std::u16string& name) {
   return name.substr(name.find_last_of(u'/') + 1);
 }
 
-// The first bytes of a stream may come in less than one piece.
-bool BeginsLikeMail(platform::InputStream& stream, bool& empty) {
-  const auto bytes = stream.Buffer();
-  empty = bytes.empty();
-  return std::string_view(bytes.data(), bytes.size()).starts_with(kFrom);
+bool LiesInMaildir(const std::u16string& name) {
+  const std::size_t end = name.find_last_of(u'/');
+  const std::u16string folder = end == name.npos ? std::u16string() : LastOf(name.substr(0, end));
+  return folder == u"cur" || folder == u"new";
 }
 
 }  // namespace
@@ -46,7 +45,11 @@ bool MailboxSeries::Next() {
   EndMailbox();
   for (; _file < _files.size(); Close()) {
     if (!_begun && !OpenFile()) continue;
-    if (_archive ? NextEntry() : std::exchange(_claimed, 0) > 0) return _inMailbox = true;
+    if (_archive ? NextEntry() : std::exchange(_claimed, 0) > 0) {
+      if (HowItBegins().kind == Beginning::kText)
+        _watcher.NotRead(Path(), SkipReason::kDamagedBeginning, {});
+      return _inMailbox = true;
+    }
     if (_archive && !_archive->status().ok())
       _watcher.NotRead(_files[_file], SkipReason::kDamagedArchive, _archive->status());
   }
@@ -90,29 +93,44 @@ bool MailboxSeries::NextEntry() {
   return false;
 }
 
+MailboxBeginning MailboxSeries::HowItBegins() {
+  const auto bytes = Stream().Buffer();
+  return BeginningOf({bytes.data(), bytes.size()});
+}
+
 bool MailboxSeries::IsMailbox() {
   const std::u16string last = LastOf(_name);
   const bool named = engine::HasExtension(last, u".mbox");
-  bool empty = false;
-  const bool mail = BeginsLikeMail(Stream(), empty);
-  const Status& why = Stream().status();
+  const bool expected = named || !_entryOfArchive;
   if (last.starts_with(u"._")) {
     if (named) _watcher.NotRead(Path(), SkipReason::kResourceForkCompanion, {});
     return false;
   }
-  if (mail || (empty && why.ok() && (named || !_entryOfArchive))) return true;
+  const bool empty = Stream().Buffer().empty();
+  const Status& why = Stream().status();
+  const Beginning kind = HowItBegins().kind;
+  // A file of another name may quote from a mailbox farther on.
+  const bool mail = kind != Beginning::kOther && (kind != Beginning::kText || expected);
+  if (empty ? why.ok() && expected : mail) return true;
   if (!why.ok()) {
     _watcher.NotRead(Path(), SkipReason::kDamagedArchive, why);
-  } else if (named || !_entryOfArchive) {
-    _watcher.NotRead(Path(), SkipReason::kNotAnMbox, {});
   } else {
-    _watcher.NotRead(Path(),
-                     engine::IsNamedLikeAMessage(last)    ? SkipReason::kSingleMessages
-                     : engine::IsNamedLikeAnArchive(last) ? SkipReason::kCompressed
-                                                          : SkipReason::kOtherFile,
-                     {});
+    _watcher.NotRead(Path(), expected ? SkipReason::kNotAnMbox : ReasonNotToRead(), {});
   }
   return false;
+}
+
+SkipReason MailboxSeries::ReasonNotToRead() {
+  if (engine::IsNamedLikeAMessage(_name)) return SkipReason::kPackedMessages;
+  if (engine::IsNamedLikeAnArchive(_name)) return SkipReason::kCompressed;
+  if (engine::IsNamedLikeForeignMail(_name)) return SkipReason::kForeignMail;
+  const bool inMaildir = LiesInMaildir(_name);
+  const std::u16string last = LastOf(_name);
+  const auto bytes = Stream().Buffer();
+  const bool message = inMaildir && ParseMaildirName(last).tells;
+  const bool begins = (inMaildir || engine::MhNumber(last) > 0) &&
+                      engine::BeginsLikeMessage({bytes.data(), bytes.size()});
+  return message || begins ? SkipReason::kPackedMessages : SkipReason::kOtherFile;
 }
 
 void MailboxSeries::EndMailbox() {

@@ -10,6 +10,7 @@
 #include "archives/archive_reader.h"
 #include "engine/source_observer.h"
 #include "platform/input_stream.h"
+#include "sources/mailbox_cutting.h"
 
 namespace parvane::sources {
 
@@ -39,6 +40,8 @@ class MailboxSeries {
   std::u16string Path() const;  // for people: the file's path, and the name in it
   bool IsEntry() const { return _entryOfArchive; }  // of an archive with any number of them
   std::uint64_t ClaimedSize() const { return _claimed; }
+  // What stands before its first separator, as long as nothing has been read of it.
+  MailboxBeginning HowItBegins();
   platform::InputStream& Stream() { return _archive ? _archive->Stream() : *_plain; }
   // How far the files have been read.
   std::uint64_t Position() const;
@@ -48,6 +51,7 @@ class MailboxSeries {
   bool NextEntry();
   // The entry in hand is to be read as a mailbox.
   bool IsMailbox();
+  engine::SkipReason ReasonNotToRead();
   void EndMailbox();
   void Close();
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "sources/line_cursor.h"
 #include "sources/separators.h"
 
 namespace parvane::sources {
@@ -41,10 +42,19 @@ bool MessageSeries::BeginMailbox() {
   _open = true;
   _suspected = false;
   ++_mailbox;
-  const auto bytes = _mailboxes.Stream().Buffer();
+  platform::InputStream& stream = _mailboxes.Stream();
+  const MailboxBeginning beginning = _mailboxes.HowItBegins();
+  _ofMmdf = beginning.kind == Beginning::kMmdf;
+  _judged.reset();
+  if (_ofMmdf) return true;
+  stream.Skip(beginning.separator);
+  const auto bytes = stream.Buffer();
   const std::string_view text(bytes.data(), std::min(bytes.size(), kReportedLine));
   _nextSeparator = text.substr(0, text.find_first_of("\r\n"));
   _ofPatches = SignsOf(_nextSeparator, {}, true).patch;
+  // Only at its very beginning a mailbox's first line is passed over by those who read messages.
+  std::string line;
+  if (beginning.separator > 0) LineCursor(stream).SkipLine(line);
   if (_rule != engine::SeparatorRule::kStrict) return true;
   // There is neither a second look into what is read from front to back, nor an index of it.
   _judge.emplace(
@@ -53,25 +63,30 @@ bool MessageSeries::BeginMailbox() {
         Add({candidate.offset, engine::SuspiciousSeparatorReason::kTakenAsText,
              std::string(candidate.line.substr(0, kReportedLine)), true});
       });
+  if (beginning.separator > 0) _judge->Begins(line);
   _judged.emplace(*_judge);
   return true;
 }
 
 std::uint64_t MessageSeries::Scan(MessageBuffer& message) {
-  return _rule == engine::SeparatorRule::kStrict
-             ? _judged->Read(_mailboxes.Stream(), message, this)
-             : ScanMboxMessage(_mailboxes.Stream(), message, this);
+  platform::InputStream& stream = _mailboxes.Stream();
+  if (_ofMmdf) {
+    const std::uint64_t begin = ScanMmdfMessage(stream, message, this);
+    _separator = std::exchange(_nextSeparator, {});  // it stood in front of this message
+    return begin;
+  }
+  return _judged ? _judged->Read(stream, message, this) : ScanMboxMessage(stream, message, this);
 }
 
 bool MessageSeries::AtEnd() {
   platform::InputStream& stream = _mailboxes.Stream();
-  return _rule == engine::SeparatorRule::kStrict ? _judged->AtEnd(stream) : stream.Buffer().empty();
+  return _judged ? _judged->AtEnd(stream) : stream.Buffer().empty();
 }
 
 void MessageSeries::SeparatorFound(std::uint64_t offset, std::string_view line,
                                    bool afterEmptyLine) {
   _nextSeparator = line.substr(0, kReportedLine);
-  if (_rule == engine::SeparatorRule::kStrict) return;
+  if (_judged || _ofMmdf) return;
   const auto signs = SignsOf(line, {}, afterEmptyLine);
   if (signs.dated && afterEmptyLine && (!signs.patch || _ofPatches)) return;
   _suspected = true;

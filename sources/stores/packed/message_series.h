@@ -50,8 +50,9 @@ class MessageSeries : private SeparatorWatcher {
 
   MailboxSeries _mailboxes;
   engine::SeparatorRule _rule;
-  std::optional<StrictJudge> _judge;  // of the mailbox in hand
+  std::optional<StrictJudge> _judge;  // of the mailbox in hand, by the strict rule
   std::optional<JudgedMailbox> _judged;
+  bool _ofMmdf = false;
   bool _ofPatches = false;
   bool _suspected = false;  // the separator in front of the next message
   bool _afterEmptyLine = false;

@@ -29,6 +29,13 @@ std::u16string WithoutMbox(const std::u16string& name) {
                                                                  : name;
 }
 
+// That of a maildir is not its folder "cur".
+std::u16string FolderOfMessage(const std::u16string& path) {
+  const std::u16string folder = platform::ParentOfPath(path);
+  const std::u16string name = platform::FileNameOfPath(folder);
+  return name == u"cur" || name == u"new" ? platform::ParentOfPath(folder) : folder;
+}
+
 }  // namespace
 
 PackedMailStore::PackedMailStore(std::vector<std::u16string> paths, LabelUse labels)
@@ -90,8 +97,7 @@ void PackedMailStore::NotRead(const std::u16string& path, SkipReason reason,
   // The settings and pages that an export brings along are nobody's mail.
   if (!Observer() || (_labels != LabelUse::kOff && reason == SkipReason::kOtherFile)) return;
   // A file has a few things said of it, once each, however often it is read.
-  const std::u16string told =
-      reason == SkipReason::kSingleMessages ? platform::ParentOfPath(path) : path;
+  const std::u16string told = reason == SkipReason::kPackedMessages ? FolderOfMessage(path) : path;
   if (_told.insert(told).second) Observer()->PathSkipped(told, reason, why);
 }
 
