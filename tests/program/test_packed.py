@@ -112,6 +112,8 @@ class Packed(PstTest):
                 ('new.tgz', tarred({**whole, 'md/new/1.a': b'Subject: d'}), {'a', 'b', 'c'}, 'md"'),
                 ('mh.tgz', tarred({**whole, 'inbox/1': b'Received: d'}), {'a', 'b', 'c'}, 'inbox"'),
                 ('foreign.zip', zipped({**whole, 'old/Inbox.dbx': b'\xcf\xad'}), {'a', 'b', 'c'}, 'Inbox.dbx"'),
+                ('both.mbox.gz', gzip.compress(b'Dear all,\n\n' + whole['a.mbox'] + whole['b.mbox'])[:-100], {'a'},
+                 '"damaged-archive"'),
                 ('text.zip', zipped({'a.mbox': b'Dear all,\n\n' + whole['a.mbox']}), {'a'}, 'a.mbox'),
                 ('bomb.gz', bomb, {'first'}, 'more than 1000 times its size')):
             with self.subTest(name):

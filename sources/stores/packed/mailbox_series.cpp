@@ -123,10 +123,10 @@ bool MailboxSeries::IsMailbox() {
 SkipReason MailboxSeries::ReasonNotToRead() {
   if (engine::IsNamedLikeAMessage(_name)) return SkipReason::kPackedMessages;
   if (engine::IsNamedLikeAnArchive(_name)) return SkipReason::kCompressed;
-  if (engine::IsNamedLikeForeignMail(_name)) return SkipReason::kForeignMail;
+  const auto bytes = Stream().Buffer();
+  if (!bytes.empty() && engine::IsNamedLikeForeignMail(_name)) return SkipReason::kForeignMail;
   const bool inMaildir = LiesInMaildir(_name);
   const std::u16string last = LastOf(_name);
-  const auto bytes = Stream().Buffer();
   const bool message = inMaildir && ParseMaildirName(last).tells;
   const bool begins = (inMaildir || engine::MhNumber(last) > 0) &&
                       engine::BeginsLikeMessage({bytes.data(), bytes.size()});

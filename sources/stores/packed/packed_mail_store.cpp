@@ -98,7 +98,7 @@ void PackedMailStore::NotRead(const std::u16string& path, SkipReason reason,
   if (!Observer() || (_labels != LabelUse::kOff && reason == SkipReason::kOtherFile)) return;
   // A file has a few things said of it, once each, however often it is read.
   const std::u16string told = reason == SkipReason::kPackedMessages ? FolderOfMessage(path) : path;
-  if (_told.insert(told).second) Observer()->PathSkipped(told, reason, why);
+  if (_told.emplace(told, reason).second) Observer()->PathSkipped(told, reason, why);
 }
 
 PackedMailFolder* PackedMailStore::FolderBelow(PackedMailFolder* parent,

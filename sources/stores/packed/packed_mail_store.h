@@ -89,7 +89,7 @@ class PackedMailStore : public QuelmarMIMEEngineCommon::AssetStoreBase,
   std::map<std::pair<PackedMailFolder*, std::u16string>, PackedMailFolder*> _below;
   std::map<LabelPlace, PackedMailFolder*> _ofPlace;
   std::unordered_map<std::string, std::vector<PackedMailFolder*>> _ofKey;
-  std::set<std::u16string> _told;
+  std::set<std::pair<std::u16string, engine::SkipReason>> _told;
   std::unique_ptr<MailPass> _pass;
   const PackedMailFolder* _reader = nullptr;  // whose pass it is, but for turns
   bool _turns = false;
